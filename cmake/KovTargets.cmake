@@ -1,0 +1,14 @@
+# SPDX-License-Identifier: Apache-2.0
+# The one way to declare a room of the house: a static library whose links are its arrows.
+#
+#   kov_room(NAME SOURCES a.cpp b.cpp LINKS other_room Boost::headers)
+#
+# Rooms below platform/ include each other as "blocxx/..." and "openwbem/...", the rooms of the
+# tool as "fennik/...". The links are PUBLIC for rooms, so that an arrow that is not declared
+# neither finds its headers' dependencies nor links.
+function(kov_room NAME)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+  add_library(${NAME} STATIC ${ROOM_SOURCES})
+  target_include_directories(${NAME} PUBLIC "${CMAKE_SOURCE_DIR}" "${CMAKE_SOURCE_DIR}/platform")
+  target_link_libraries(${NAME} PUBLIC ${ROOM_LINKS} PRIVATE ${ROOM_PRIVATE_LINKS})
+endfunction()

@@ -1,0 +1,32 @@
+# SPDX-License-Identifier: Apache-2.0
+# How every target is compiled: the language, the warnings, the hardening and the sanitizers.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+# Debug information for every line costs more build time than it is worth here; line tables keep
+# stack traces readable.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
+
+add_compile_options(-Wall -Wextra -Werror -Wnon-virtual-dtor -Woverloaded-virtual
+                    -fstack-protector-strong -fno-omit-frame-pointer)
+if(KOV_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+else()
+  add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+  add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()
+if(KOV_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
+endif()

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The base of all exceptions of the system: where it was thrown, what went wrong, a numeric code
+// and, where it wraps another failure, a copy of that failure. Library code throws; only the
+// outermost layer prints.
+#pragma once
+
+#include <exception>
+#include <iosfwd>
+#include <memory>
+
+#include "blocxx/String.hpp"
+
+namespace blocxx {
+
+class Exception : public std::exception {
+public:
+    static constexpr int UNKNOWN_ERROR_CODE = -1;
+    static constexpr int UNKNOWN_SUBCLASS_ID = -1;
+
+    /// Copies `message`, and `otherException` (through its clone()) when it is not null.
+    Exception(const char* file, int line, const char* message,
+              int errorCode = UNKNOWN_ERROR_CODE, const Exception* otherException = nullptr,
+              int subClassId = UNKNOWN_SUBCLASS_ID);
+    Exception(const Exception&) = default;
+    Exception& operator=(const Exception&) = default;
+    ~Exception() override;
+
+    /// The name of the exception's class, for people.
+    virtual const char* type() const noexcept { return "Exception"; }
+    /// The message alone.
+    const char* getMessage() const noexcept;
+    const char* getFile() const noexcept;
+    int getLine() const noexcept;
+    int getErrorCode() const noexcept { return m_errorCode; }
+    int getSubClassId() const noexcept { return m_subClassId; }
+    /// The failure that this one wraps, or null.
+    const Exception* getOtherException() const noexcept;
+    /// The message (std::exception).
+    const char* what() const noexcept override { return getMessage(); }
+
+    /// A copy that the caller owns; null when memory is short.
+    virtual Exception* clone() const noexcept;
+    /// Throws a copy of this exception with its dynamic type.
+    [[noreturn]] virtual void rethrow() const;
+
+private:
+    // Shared so that copying an exception cannot throw.
+    struct Text;
+    std::shared_ptr<const Text> m_text;
+    std::shared_ptr<const Exception> m_other;
+    int m_line;
+    int m_errorCode;
+    int m_subClassId;
+};
+
+/// Writes "FILE: LINE TYPE: [CODE: ]MESSAGE", and for a wrapped exception " <" that exception ">".
+/// Unknown parts (empty file, line 0, code -1) are left out.
+std::ostream& operator<<(std::ostream& out, const Exception& e);
+
+/// The text that operator<< writes.
+String toString(const Exception& e);
+
+namespace ExceptionDetail {
+/// "MESSAGE: ERRNUM(TEXT)", TEXT being the system's for the errno value.
+String FormatMsg(std::string_view message, int errnum);
+}  // namespace ExceptionDetail
+
+/// Declares NAMEException, derived from BASE, with BASE's constructor arguments.
+#define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                                  \
+    class NAME##Exception : public BASE {                                                      \
+    public:                                                                                    \
+        using BASE::BASE;                                                                      \
+        const char* type() const noexcept override { return #NAME "Exception"; }               \
+        NAME##Exception* clone() const noexcept override {                                     \
+            try {                                                                              \
+                return new (std::nothrow) NAME##Exception(*this);                              \
+            } catch (...) {                                                                    \
+                return nullptr;                                                                \
+            }                                                                                  \
+        }                                                                                      \
+        [[noreturn]] void rethrow() const override { throw NAME##Exception(*this); }           \
+    };
+#define BLOCXX_DECLARE_EXCEPTION(NAME) BLOCXX_DECLARE_EXCEPTION2(NAME, ::blocxx::Exception)
+
+/// Throws TYPE with this place and MESSAGE (text or String).
+#define BLOCXX_THROW(TYPE, MESSAGE) \
+    throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str())
+/// The same with a numeric error code.
+#define BLOCXX_THROW_ERR(TYPE, MESSAGE, CODE) \
+    throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str(), (CODE))
+/// The same with the current errno: the message becomes FormatMsg's, the code the errno value.
+#define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                         \
+    do {                                                                                          \
+        const int blocxxErrno = errno;                                                            \
+        throw TYPE(__FILE__, __LINE__,                                                            \
+                   ::blocxx::ExceptionDetail::FormatMsg((MESSAGE), blocxxErrno).c_str(),          \
+                   blocxxErrno);                                                                  \
+    } while (false)
+
+BLOCXX_DECLARE_EXCEPTION(OutOfBounds)
+BLOCXX_DECLARE_EXCEPTION(IO)
+
+}  // namespace blocxx

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Calls on the file system by path. Where the result is a bool or a File, failure is false or a
+// closed File with errno set; the others throw.
+#pragma once
+
+#include <sys/types.h>
+
+#include "blocxx/Exception.hpp"
+#include "blocxx/File.hpp"
+#include "blocxx/String.hpp"
+
+namespace blocxx {
+
+BLOCXX_DECLARE_EXCEPTION2(FileSystem, IOException)
+
+namespace FileSystem {
+
+/// Opens an existing file for reading and writing.
+File openFile(const String& path);
+/// Creates a file exclusively (an existing one, a link included, is an error) with mode 0666 less
+/// the umask, for reading and writing.
+File createFile(const String& path);
+/// Opens for reading and writing, creating it when it is not there. A link at the end of the path
+/// is not followed.
+File openOrCreateFile(const String& path);
+
+bool exists(const String& path);
+bool isDirectory(const String& path);
+/// Whether the path names a regular file that this process may execute.
+bool canExecute(const String& path);
+bool removeFile(const String& path);
+/// rename(2): an existing target is replaced.
+bool renameFile(const String& from, const String& to);
+bool makeDirectory(const String& path, mode_t mode = 0777);
+bool changeFileOwner(const String& path, uid_t uid, gid_t gid);
+bool changeFileMode(const String& path, mode_t mode);
+/// Puts a directory's entries on the disk.
+bool syncDirectory(const String& path);
+
+/// The whole content. Throws FileSystemException, naming the path, with errno as its code.
+String getFileContents(const String& path);
+/// Everything from the current offset to the end. Throws FileSystemException.
+String readToEnd(File& file, const String& nameForMessages);
+
+namespace Path {
+/// The last component of the path: "c" of "/a/b/c" and of "/a/b/c/".
+String basename(const String& path);
+/// The path without its last component: "/a/b" of "/a/b/c"; "." when there is none.
+String dirname(const String& path);
+}  // namespace Path
+
+}  // namespace FileSystem
+}  // namespace blocxx

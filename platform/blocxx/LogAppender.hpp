@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where log messages go. An appender takes the messages of the components and categories it was
+// made for and writes them in its message format. Formats: "%m" the message, "%r" milliseconds
+// since start, "%t" thread, "%p" category, "%c" component, "%F" file, "%L" line, "%d" local date and
+// time, "%n" or a literal end of line; every message ends with an end of line.
+#pragma once
+
+#include "blocxx/Logger.hpp"
+
+namespace blocxx {
+
+class LogAppender : public IntrusiveCountableBase {
+public:
+    static const StringArray ALL_COMPONENTS;
+    static const StringArray ALL_CATEGORIES;
+    /// Time, thread, category, component and message.
+    static const char* const STR_TTCC_MESSAGE_FORMAT;
+
+    /// Whether this appender takes messages of that component and level.
+    virtual bool accepts(std::string_view component, ELogLevel level) const = 0;
+    /// Writes the message when accepts() says so. Throws LoggerException when it cannot be written.
+    virtual void append(const LogMessage& message) = 0;
+
+    /// The process-wide appender, null at start.
+    static void setDefaultLogAppender(const LogAppenderRef& appender);
+    static LogAppenderRef getDefaultLogAppender();
+};
+
+/// Standard error.
+class CerrAppender : public LogAppender {
+public:
+    CerrAppender(StringArray components, StringArray categories, String messageFormat);
+    bool accepts(std::string_view component, ELogLevel level) const override;
+    void append(const LogMessage& message) override;
+
+private:
+    StringArray m_components;
+    StringArray m_categories;
+    String m_format;
+};
+
+/// A file that is appended to, created with mode 0666 less the umask, flushed after every message.
+class FileAppender : public LogAppender {
+public:
+    static constexpr unsigned NO_MAX_LOG_SIZE = 0;
+    /// `maxFileSize` in KiB, 0 for no limit; `maxBackupIndex` old files are kept.
+    /// Throws LoggerException, naming the file, when it cannot be opened.
+    FileAppender(StringArray components, StringArray categories, const String& fileName,
+                 String messageFormat, unsigned maxFileSize, unsigned maxBackupIndex);
+    ~FileAppender() override;
+    bool accepts(std::string_view component, ELogLevel level) const override;
+    void append(const LogMessage& message) override;
+
+private:
+    struct Impl;
+    StringArray m_components;
+    StringArray m_categories;
+    String m_format;
+    std::unique_ptr<Impl> m_impl;
+};
+
+/// Hands each message to every one of a list of appenders.
+class MultiAppender : public LogAppender {
+public:
+    explicit MultiAppender(Array<LogAppenderRef> appenders);
+    bool accepts(std::string_view component, ELogLevel level) const override;
+    void append(const LogMessage& message) override;
+
+private:
+    Array<LogAppenderRef> m_appenders;
+};
+
+}  // namespace blocxx

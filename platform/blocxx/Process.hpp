@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Running a program without a shell: as a chosen account, with a chosen environment, in a process
+// group of its own, with no descriptor of the caller but its standard streams.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+
+#include "blocxx/Exception.hpp"
+#include "blocxx/String.hpp"
+
+namespace blocxx {
+
+BLOCXX_DECLARE_EXCEPTION(Process)
+
+namespace Process {
+
+/// How a program ended.
+class Status {
+public:
+    /// Not run.
+    Status() = default;
+    /// From a wait status of waitpid(2).
+    static Status fromWaitStatus(int waitStatus);
+    /// Killed because its time was up.
+    static Status timedOut(int waitStatus);
+
+    /// Whether it ended by itself with an exit status.
+    bool terminated() const noexcept;
+    /// The exit status; only meaningful when terminated().
+    int exitStatus() const noexcept;
+    /// Whether it ended by itself with exit status 0.
+    bool terminatedSuccessfully() const noexcept { return terminated() && exitStatus() == 0; }
+    /// "exited with status 3", "killed by signal 9 (Killed)", "stopped by the time limit", "not run".
+    String toString() const;
+
+private:
+    enum class Kind { NOT_RUN, WAITED, TIMED_OUT };
+    Kind m_kind = Kind::NOT_RUN;
+    int m_waitStatus = 0;
+};
+
+std::ostream& operator<<(std::ostream& out, const Status& status);
+
+/// The account that a program runs as: exactly these groups, no others.
+struct Identity {
+    uid_t uid;
+    gid_t gid;
+};
+
+struct Command {
+    StringArray argv;         ///< argv[0] is the path of the program
+    StringArray environment;  ///< the whole environment, as NAME=VALUE
+    String input;             ///< fed to standard input
+    std::optional<Identity> identity;  ///< none: the caller's own
+    std::chrono::seconds timeLimit{0};
+};
+
+/// Runs the command and collects its standard output and error, together, into `output`. Waits until
+/// the program has ended, not for others that keep the pipe open; at the time limit its whole
+/// process group is killed. Throws ProcessException when it cannot be started (the message names the
+/// program and the reason).
+Status run(const Command& command, String& output);
+
+}  // namespace Process
+
+namespace WaitpidThreadFix {
+/// Children are always waited for by the thread that started them: there is nothing to switch off,
+/// and switching it on is refused with ProcessException.
+void setWaitpidThreadFixEnabled(bool enabled);
+}  // namespace WaitpidThreadFix
+
+}  // namespace blocxx

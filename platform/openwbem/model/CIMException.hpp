@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// An operation that failed with a CIM status code (DSP0200 5.2.6).
+#pragma once
+
+#include "openwbem/model/CIMFwd.hpp"
+
+namespace OpenWBEM {
+
+class CIMException : public blocxx::Exception {
+public:
+    enum ErrNoType {
+        FAILED = 1,
+        ACCESS_DENIED = 2,
+        INVALID_NAMESPACE = 3,
+        INVALID_PARAMETER = 4,
+        INVALID_CLASS = 5,
+        NOT_FOUND = 6,
+        NOT_SUPPORTED = 7,
+        CLASS_HAS_CHILDREN = 8,
+        CLASS_HAS_INSTANCES = 9,
+        INVALID_SUPERCLASS = 10,
+        ALREADY_EXISTS = 11,
+        NO_SUCH_PROPERTY = 12,
+        TYPE_MISMATCH = 13,
+        QUERY_LANGUAGE_NOT_SUPPORTED = 14,
+        INVALID_QUERY = 15,
+        METHOD_NOT_AVAILABLE = 16,
+        METHOD_NOT_FOUND = 17
+    };
+
+    /// The message tells what failed; getErrorCode() is the CIM status code.
+    CIMException(const char* file, int line, ErrNoType code, const String& message,
+                 const blocxx::Exception* otherException = nullptr);
+
+    ErrNoType getErrNo() const noexcept { return static_cast<ErrNoType>(getErrorCode()); }
+    /// "not found", "invalid namespace" ...: what the status code means.
+    static const char* description(ErrNoType code) noexcept;
+
+    const char* type() const noexcept override { return "CIMException"; }
+    CIMException* clone() const noexcept override;
+    [[noreturn]] void rethrow() const override;
+};
+
+/// Throws CIMException of that code with MESSAGE.
+#define OPENWBEM_THROW_CIM(CODE, MESSAGE) \
+    throw ::OpenWBEM::CIMException(__FILE__, __LINE__, ::OpenWBEM::CIMException::CODE, (MESSAGE))
+
+}  // namespace OpenWBEM

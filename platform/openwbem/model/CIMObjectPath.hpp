@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The path of a class or an instance (DSP0004 8.2): host and namespace, class name, key values.
+//
+// Text form:  [ "//" host "/" ] [ namespace ":" ] class [ "." key "=" value { "," key "=" value } ]
+// Values: strings, datetimes and references in double quotes with \ before \ and "; char16 in single
+// quotes likewise; numbers in decimal; TRUE and FALSE. A text cannot tell a string from a datetime
+// or a reference, nor a number's width: a parsed path has STRING, UINT64 or SINT64, REAL64, BOOLEAN
+// and CHAR16 keys until syncWithClass().
+#pragma once
+
+#include "openwbem/model/CIMProperty.hpp"
+
+namespace OpenWBEM {
+
+class CIMObjectPath {
+public:
+    CIMObjectPath();
+    explicit CIMObjectPath(String className, String nameSpace = String());
+    /// The path of an instance: its class and the properties marked as keys.
+    CIMObjectPath(String nameSpace, const CIMInstance& instance);
+
+    const String& getClassName() const noexcept;
+    const String& getNameSpace() const noexcept;
+    const String& getHost() const noexcept;
+    /// In the order given; only name, type and value of each matter.
+    const CIMPropertyArray& getKeys() const noexcept;
+    bool isClassPath() const noexcept { return getKeys().empty(); }
+
+    CIMObjectPath& setClassName(String className);
+    CIMObjectPath& setNameSpace(String nameSpace);
+    CIMObjectPath& setHost(String host);
+    CIMObjectPath& setKeys(CIMPropertyArray keys);
+    /// Replaces or appends one key.
+    CIMObjectPath& setKeyValue(const String& name, CIMValue value);
+    /// The value of a key (name without regard to case); null when it is not there.
+    CIMValue getKeyValue(std::string_view name) const;
+
+    String toString() const;
+    /// The text form without host and namespace.
+    String modelPath() const;
+    /// Parses the text form. Throws CIMException INVALID_PARAMETER whose message tells the column and
+    /// what was expected there.
+    static CIMObjectPath parse(std::string_view text);
+
+    /// Brings the keys in line with a class: its key properties' spelling and order, each value in the
+    /// declared type. Throws CIMException INVALID_PARAMETER when a key is missing, unknown, or has a
+    /// value that its type cannot hold.
+    CIMObjectPath& syncWithClass(const CIMClass& cls);
+
+    /// A text that two paths of the same instance share, for use as an index key: names in lower case
+    /// and sorted, values exact, namespaces of reference values filled from this path's when empty.
+    /// Namespace and host of the path itself are left out.
+    String canonicalKey() const;
+
+    explicit operator bool() const noexcept;
+    /// Class, namespace and key names without regard to case; key values exactly; keys in any order.
+    friend bool operator==(const CIMObjectPath& a, const CIMObjectPath& b);
+
+private:
+    struct Rep;
+    CowReference<Rep> m_rep;
+
+public:
+    CIMObjectPath(const CIMObjectPath&) noexcept;
+    CIMObjectPath(CIMObjectPath&&) noexcept;
+    CIMObjectPath& operator=(const CIMObjectPath&) noexcept;
+    CIMObjectPath& operator=(CIMObjectPath&&) noexcept;
+    ~CIMObjectPath();
+};
+
+std::ostream& operator<<(std::ostream& out, const CIMObjectPath& path);
+
+}  // namespace OpenWBEM

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A property or reference, of a class (its value is the default) or of an instance. "Propagated"
+// (inherited without being overridden), "key" and the class origin are kept beside its definition;
+// of these none is part of equality.
+#pragma once
+
+#include "openwbem/model/CIMQualifier.hpp"
+
+namespace OpenWBEM {
+
+class CIMProperty {
+public:
+    CIMProperty();
+    explicit CIMProperty(String name, CIMDataType type = CIMDataType(), CIMValue value = CIMValue());
+
+    const String& getName() const noexcept;
+    const CIMDataType& getDataType() const noexcept;
+    const CIMValue& getValue() const noexcept;
+    const CIMQualifierArray& getQualifiers() const noexcept;
+    /// The class that introduced the property; empty when not known.
+    const String& getClassOrigin() const noexcept;
+    bool isPropagated() const noexcept { return m_propagated; }
+    /// Whether the property is part of the key of its class.
+    bool isKey() const noexcept { return m_key; }
+
+    CIMProperty& setName(String name);
+    CIMProperty& setDataType(CIMDataType type);
+    CIMProperty& setValue(CIMValue value);
+    CIMProperty& setQualifiers(CIMQualifierArray qualifiers);
+    CIMProperty& setClassOrigin(String className);
+    CIMProperty& setPropagated(bool propagated) noexcept {
+        m_propagated = propagated;
+        return *this;
+    }
+    CIMProperty& setKey(bool key) noexcept {
+        m_key = key;
+        return *this;
+    }
+
+    const CIMQualifier* getQualifier(std::string_view name) const noexcept {
+        return findQualifier(getQualifiers(), name);
+    }
+
+    explicit operator bool() const noexcept;
+    /// Names without regard to case, types, values and qualifiers (in any order).
+    friend bool operator==(const CIMProperty& a, const CIMProperty& b);
+
+private:
+    struct Rep;
+    CowReference<Rep> m_rep;
+    bool m_propagated = false;
+    bool m_key = false;
+
+public:
+    CIMProperty(const CIMProperty&) noexcept;
+    CIMProperty(CIMProperty&&) noexcept;
+    CIMProperty& operator=(const CIMProperty&) noexcept;
+    CIMProperty& operator=(CIMProperty&&) noexcept;
+    ~CIMProperty();
+};
+
+using CIMPropertyArray = Array<CIMProperty>;
+
+}  // namespace OpenWBEM

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The declaration of a qualifier (DSP0004 5.5.4, 7.5.4): its type, default, scopes and flavors.
+#pragma once
+
+#include "openwbem/model/CIMDataType.hpp"
+#include "openwbem/model/CIMValue.hpp"
+#include "openwbem/model/CowReference.hpp"
+
+namespace OpenWBEM {
+
+/// How a qualifier passes to subclasses (DSP0004 5.5.4.1, Flavor). The defaults of the standard.
+struct CIMFlavor {
+    bool overridable = true;   ///< EnableOverride, else DisableOverride
+    bool toSubclass = true;    ///< ToSubclass, else Restricted
+    bool translatable = false;
+    friend bool operator==(const CIMFlavor&, const CIMFlavor&) noexcept = default;
+};
+
+/// The kinds of element that a qualifier may stand on, as bits.
+namespace CIMScope {
+enum Bits : uint8_t {
+    CLASS = 1,
+    ASSOCIATION = 2,
+    INDICATION = 4,
+    PROPERTY = 8,
+    REFERENCE = 16,
+    METHOD = 32,
+    PARAMETER = 64,
+    ANY = 127
+};
+}  // namespace CIMScope
+
+class CIMQualifierType {
+public:
+    CIMQualifierType();
+    explicit CIMQualifierType(String name);
+
+    const String& getName() const noexcept;
+    const CIMDataType& getDataType() const noexcept;
+    const CIMValue& getDefaultValue() const noexcept;
+    uint8_t getScopes() const noexcept;  ///< CIMScope bits
+    const CIMFlavor& getFlavor() const noexcept;
+
+    CIMQualifierType& setName(String name);
+    CIMQualifierType& setDataType(CIMDataType type);
+    CIMQualifierType& setDefaultValue(CIMValue value);
+    CIMQualifierType& setScopes(uint8_t scopes);
+    CIMQualifierType& setFlavor(CIMFlavor flavor);
+
+    explicit operator bool() const noexcept;
+    friend bool operator==(const CIMQualifierType& a, const CIMQualifierType& b);
+
+private:
+    struct Rep;
+    CowReference<Rep> m_rep;
+
+public:
+    CIMQualifierType(const CIMQualifierType&) noexcept;
+    CIMQualifierType(CIMQualifierType&&) noexcept;
+    CIMQualifierType& operator=(const CIMQualifierType&) noexcept;
+    CIMQualifierType& operator=(CIMQualifierType&&) noexcept;
+    ~CIMQualifierType();
+};
+
+}  // namespace OpenWBEM

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The value of a property, parameter or qualifier: null, one value of a CIM data type, or an array
+// of them whose elements may be null (DSP0004 5.2). Immutable and shared between copies.
+#pragma once
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <cstdint>
+
+#include "openwbem/model/CIMDataType.hpp"
+#include "openwbem/model/CIMFwd.hpp"
+
+namespace OpenWBEM {
+
+BLOCXX_DECLARE_EXCEPTION2(ValueCast, ::blocxx::Exception)
+
+/// One UTF-16 code unit (DSP0004 5.2.3: char16), surrogates and zero included.
+struct Char16 {
+    char16_t unit = 0;
+    friend bool operator==(const Char16&, const Char16&) noexcept = default;
+};
+
+class CIMValue {
+public:
+    /// The null value: it has no type.
+    CIMValue() noexcept;
+    CIMValue(const CIMValue&) noexcept;
+    CIMValue(CIMValue&&) noexcept;
+    CIMValue& operator=(const CIMValue&) noexcept;
+    CIMValue& operator=(CIMValue&&) noexcept;
+    ~CIMValue();
+
+    // Each constructor fixes the type. Reals must be finite and strings valid UTF-8 without U+0000,
+    // since MOF has no form for anything else: CIMException INVALID_PARAMETER otherwise.
+    explicit CIMValue(bool value);
+    explicit CIMValue(uint8_t value);
+    explicit CIMValue(int8_t value);
+    explicit CIMValue(uint16_t value);
+    explicit CIMValue(int16_t value);
+    explicit CIMValue(uint32_t value);
+    explicit CIMValue(int32_t value);
+    explicit CIMValue(uint64_t value);
+    explicit CIMValue(int64_t value);
+    explicit CIMValue(float value);
+    explicit CIMValue(double value);
+    explicit CIMValue(Char16 value);
+    explicit CIMValue(String value);
+    explicit CIMValue(const char* value);
+    explicit CIMValue(const CIMDateTime& value);
+    explicit CIMValue(const CIMObjectPath& value);
+    explicit CIMValue(const CIMInstance& value);
+    explicit CIMValue(const CIMClass& value);
+
+    /// An array of T (any type above). `nulls[i]` true makes element i null, whatever stands in
+    /// `elements[i]`; `nulls` is empty or as long as `elements`.
+    template <class T>
+    static CIMValue array(Array<T> elements, Array<bool> nulls = {});
+    /// An array of `type` from single values: each is of that type or null. Throws ValueCastException.
+    static CIMValue arrayOf(CIMDataType::Type type, const Array<CIMValue>& elements);
+
+    bool isNull() const noexcept { return !m_rep; }
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
+    /// INVALID for the null value.
+    CIMDataType::Type getType() const noexcept;
+    bool isArray() const noexcept;
+    /// The number of elements of an array, 0 for anything else.
+    size_t getArraySize() const noexcept;
+    bool isNullElement(size_t index) const noexcept;
+    /// Element `index` of an array as a value of its own (null for a null element).
+    CIMValue getElement(size_t index) const;
+
+    /// The value as a T. Throws ValueCastException when it is null, an array or of another type.
+    template <class T>
+    const T& get() const;
+    /// The elements of an array of T; null elements hold a T() in their place.
+    template <class T>
+    const Array<T>& getArray() const;
+
+    /// Any integer type as a number. Throws ValueCastException for other types.
+    int64_t toSigned() const;
+    uint64_t toUnsigned() const;
+
+    /// The value as text for people and for keys: strings as they are, booleans TRUE and FALSE,
+    /// reals so that they read back to the same value, arrays as their elements joined with ",", null
+    /// as "".
+    String toString() const;
+
+    /// Same type, same form, same elements; reals by their bits, references as object paths.
+    friend bool operator==(const CIMValue& a, const CIMValue& b);
+
+    /// Whether a string could be held: valid UTF-8 without U+0000.
+    static bool isStorableString(std::string_view text) noexcept;
+
+    class Rep;  // of the implementation
+
+private:
+    explicit CIMValue(const Rep* rep) noexcept;
+    boost::intrusive_ptr<const Rep> m_rep;
+};
+
+}  // namespace OpenWBEM

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// UTF-8 as RFC 3629 defines it: no overlong forms, no surrogates, nothing above U+10FFFF.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "openwbem/model/CIMFwd.hpp"
+
+namespace OpenWBEM::Utf8 {
+
+/// The offset of the first byte that is not part of valid UTF-8, or npos.
+size_t findInvalid(std::string_view text) noexcept;
+/// Appends the code point; false, and nothing appended, when it is no Unicode scalar value.
+bool append(String& out, uint32_t codePoint);
+/// Reads the code point at `offset` of valid UTF-8 and moves `offset` past it.
+uint32_t next(std::string_view text, size_t& offset) noexcept;
+
+}  // namespace OpenWBEM::Utf8

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Compiling MOF (DSP0004 clause 7 and Annex A) into objects. Nothing is written anywhere: names are
+// looked up in the text being compiled first and through a handle second, and the result is handed
+// back. The order of declarations in a text does not matter, except for aliases and pragmas.
+#pragma once
+
+#include <functional>
+
+#include "openwbem/model/CIMOMHandleIFC.hpp"
+
+namespace OpenWBEM::MOF {
+
+/// A text that cannot be compiled. The message is "SOURCE:LINE:COLUMN: error: WHAT", then the source
+/// line and a line with a caret under the column (the line is shortened around it when long).
+class MOFCompilerException : public blocxx::Exception {
+public:
+    MOFCompilerException(const char* file, int line, const String& message, String source,
+                         size_t sourceLine, size_t sourceColumn);
+    const String& getSourceName() const noexcept { return m_source; }
+    size_t getSourceLine() const noexcept { return m_sourceLine; }      ///< from 1
+    size_t getSourceColumn() const noexcept { return m_sourceColumn; }  ///< from 1, in characters
+
+    const char* type() const noexcept override { return "MOFCompilerException"; }
+    MOFCompilerException* clone() const noexcept override;
+    [[noreturn]] void rethrow() const override;
+
+private:
+    String m_source;
+    size_t m_sourceLine;
+    size_t m_sourceColumn;
+};
+
+/// A piece of MOF and the name it has in messages.
+struct Source {
+    String name;
+    String text;
+};
+
+/// Opens what `#pragma include ("name")` names: given the name as written and the including source's
+/// name. Its exceptions are reported at the pragma's place.
+using IncludeHandler = std::function<Source(const String& name, const String& includingSource)>;
+
+/// Reads included files relative to the directory of the including file.
+Source includeFile(const String& name, const String& includingSource);
+
+/// What a text declares in one namespace, each list in an order in which it can be created:
+/// superclasses before subclasses, otherwise as in the text. Classes are in their derived form,
+/// instances complete (see ClassDerivation, InstanceCompletion).
+struct NamespaceContent {
+    String nameSpace;
+    Array<CIMQualifierType> qualifierTypes;
+    Array<CIMClass> classes;
+    Array<CIMInstance> instances;
+};
+
+/// Compiles `source` with everything that it includes, starting in `ns`; `#pragma namespace` changes the
+/// namespace of what follows it. Returns the namespaces in the order of their first mention.
+/// `handle` may be null: then only what the text itself declares is known. `include` may be empty: then
+/// an include pragma is an error. Throws MOFCompilerException; failures of the handle other than "not
+/// found" pass through.
+Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle, const String& ns,
+                                const IncludeHandler& include);
+
+/// Compiles one text for one namespace into arrays, in the order that NamespaceContent has. Includes are
+/// refused, and so is a namespace pragma that names another namespace than `ns`.
+void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+                Array<CIMInstance>& instances, Array<CIMClass>& classes,
+                Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF");
+
+}  // namespace OpenWBEM::MOF

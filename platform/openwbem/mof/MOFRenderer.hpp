@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Objects as MOF text (DSP0004 Annex A). The text is exact: compiled again, with the same qualifier
+// types and classes known, it gives an equal object. Of a class only its own features and qualifiers
+// are written, not those propagated from its superclass.
+#pragma once
+
+#include "openwbem/model/CIMClass.hpp"
+#include "openwbem/model/CIMInstance.hpp"
+#include "openwbem/model/CIMQualifierType.hpp"
+
+namespace OpenWBEM::MOF {
+
+String toMOF(const CIMQualifierType& qualifierType);
+String toMOF(const CIMClass& cls);
+String toMOF(const CIMInstance& instance);
+/// A value as an initializer: "NULL", "5", "\"text\"", "{1, 2}".
+String toMOF(const CIMValue& value);
+/// A string as a MOF string literal, quotes included.
+String toMOFString(std::string_view text);
+
+}  // namespace OpenWBEM::MOF

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The object store: one SQLite file in a directory. Opening never creates; only create() does.
+//
+// A repository is one unit of work. The first change starts it, close() or commit() makes it
+// permanent, and everything short of that (a failure, a destructor, a killed process) leaves the file as
+// it was. Reads outside a unit of work hold no lock between calls, so that two repositories may be open
+// on one file in one process while one of them is idle.
+//
+// Every failure of the file itself (missing, damaged, of a newer format, read-only, locked, disk full)
+// is a CIMException FAILED whose message names the file and the remedy.
+#pragma once
+
+#include <memory>
+
+#include "openwbem/repository/ServiceEnvironmentIFC.hpp"
+
+namespace OpenWBEM {
+
+class RepositoryStore;
+
+class CIMRepository : public blocxx::IntrusiveCountableBase {
+public:
+    CIMRepository();
+    /// Rolls back what was not committed.
+    ~CIMRepository() override;
+
+    /// The name of the repository file in its directory.
+    static constexpr const char* FILE_NAME = "repository.db";
+
+    /// Makes a new, empty repository without any namespace in `directory`, which must exist and hold none.
+    /// On failure no file is left behind.
+    static void create(const String& directory);
+
+    /// Opens the repository in the directory that `environment` names as ConfigOpts::DATADIR_opt.
+    void init(const ServiceEnvironmentIFCRef& environment);
+    /// Commits and closes. On failure it throws and nothing of the unit of work remains.
+    void close();
+    /// See CIMOMHandleIFC::commit().
+    void commit();
+    bool isOpen() const noexcept;
+
+    RepositoryStore& store();
+    const ServiceEnvironmentIFCRef& environment() const noexcept { return m_environment; }
+
+private:
+    ServiceEnvironmentIFCRef m_environment;
+    std::unique_ptr<RepositoryStore> m_store;
+};
+using CIMRepositoryRef = blocxx::IntrusiveReference<CIMRepository>;
+
+}  // namespace OpenWBEM
