@@ -8,6 +8,7 @@
 #include <exception>
 #include <iosfwd>
 #include <memory>
+#include <new>
 
 #include "blocxx/String.hpp"
 
@@ -69,8 +70,10 @@ String FormatMsg(std::string_view message, int errnum);
 /// Declares NAMEException, derived from BASE, with BASE's constructor arguments.
 #define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                                  \
     class NAME##Exception : public BASE {                                                      \
+        using Base = BASE;                                                                     \
+                                                                                               \
     public:                                                                                    \
-        using BASE::BASE;                                                                      \
+        using Base::Base;                                                                      \
         const char* type() const noexcept override { return #NAME "Exception"; }               \
         NAME##Exception* clone() const noexcept override {                                     \
             try {                                                                              \

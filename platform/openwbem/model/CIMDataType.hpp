@@ -29,7 +29,8 @@ public:
         STRING,
         DATETIME,
         REFERENCE,
-        EMBEDDEDINSTANCE,  ///< of values only: an element declared as string with EmbeddedInstance or
+        EMBEDDEDINSTANCE,  ///< of values only: an element declared as string with EmbeddedInstance
+                           ///< or
         EMBEDDEDCLASS      ///< EmbeddedObject may hold these (DSP0004 5.6.3.12, 5.6.3.13)
     };
 

@@ -27,9 +27,9 @@ public:
     CIMValue getPropertyValue(std::string_view name) const;
     /// Replaces the property of that name, or appends it.
     CIMInstance& setProperty(CIMProperty property);
-    /// Sets the value of the property of that name, keeping its type and place. A property that is not
-    /// there is appended with the value's type. Throws CIMException TYPE_MISMATCH when a value of
-    /// another type is set.
+    /// Sets the value of the property of that name, keeping its type and place. A property that is
+    /// not there is appended with the value's type. Throws CIMException TYPE_MISMATCH when a value
+    /// of another type is set.
     CIMInstance& setProperty(std::string_view name, CIMValue value);
 
     /// The properties that are marked as keys.

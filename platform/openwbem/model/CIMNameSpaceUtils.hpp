@@ -9,8 +9,8 @@
 namespace OpenWBEM::CIMNameSpaceUtils {
 
 /// Creates a namespace by creating its CIM_Namespace instance in `interopNs`.
-/// `classInfo` and `descriptionOfClassInfo` fill the properties ClassInfo and DescriptionOfClassInfo.
-/// Throws CIMException ALREADY_EXISTS and whatever the handle throws.
+/// `classInfo` and `descriptionOfClassInfo` fill the properties ClassInfo and
+/// DescriptionOfClassInfo. Throws CIMException ALREADY_EXISTS and whatever the handle throws.
 void createCIM_Namespace(CIMOMHandleIFC& handle, const String& ns, uint16_t classInfo,
                          const String& descriptionOfClassInfo, const String& interopNs);
 

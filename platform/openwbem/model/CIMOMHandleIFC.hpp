@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The operations on CIM objects (DSP0200 5.3), whatever carries them out: a repository opened
-// directly or a connection to the daemon. Failures are CIMException with the status codes of DSP0200.
-// Names of classes, qualifiers, properties and namespaces are taken without regard to case.
+// directly or a connection to the daemon. Failures are CIMException with the status codes of
+// DSP0200. Names of classes, qualifiers, properties and namespaces are taken without regard to
+// case.
 #pragma once
 
 #include "openwbem/model/CIMClass.hpp"
@@ -37,8 +38,9 @@ public:
     // Classes. An enumeration delivers superclasses before their subclasses.
 
     /// `className` empty: from the top of the hierarchy. Shallow: its direct subclasses only.
-    virtual void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
-                           EDeepFlag deep = E_SHALLOW, ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+    virtual void enumClass(const String& ns, const String& className,
+                           CIMClassResultHandlerIFC& result, EDeepFlag deep = E_SHALLOW,
+                           ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
                            EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
                            EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN) = 0;
     virtual void enumClassNames(const String& ns, const String& className,
@@ -56,8 +58,8 @@ public:
 
     // Instances. Paths that are handed out hold the namespace.
 
-    /// Deep only decides whether subclasses' own properties are included (DSP0200 5.3.2.9): instances of
-    /// subclasses are always delivered.
+    /// Deep only decides whether subclasses' own properties are included (DSP0200 5.3.2.9):
+    /// instances of subclasses are always delivered.
     virtual void enumInstances(const String& ns, const String& className,
                                CIMInstanceResultHandlerIFC& result, EDeepFlag deep = E_DEEP,
                                ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
@@ -66,14 +68,15 @@ public:
                                const StringArray* propertyList = nullptr) = 0;
     virtual void enumInstanceNames(const String& ns, const String& className,
                                    CIMObjectPathResultHandlerIFC& result) = 0;
-    virtual CIMInstance getInstance(const String& ns, const CIMObjectPath& path,
-                                    ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
-                                    EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-                                    EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                                    const StringArray* propertyList = nullptr) = 0;
+    virtual CIMInstance getInstance(
+        const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+        const StringArray* propertyList = nullptr) = 0;
     /// Returns the path of the new instance.
     virtual CIMObjectPath createInstance(const String& ns, const CIMInstance& instance) = 0;
-    /// Properties that the instance does not hold, or that a non-null list does not name, stay as they are.
+    /// Properties that the instance does not hold, or that a non-null list does not name, stay as
+    /// they are.
     virtual void modifyInstance(const String& ns, const CIMInstance& instance,
                                 EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
                                 const StringArray* propertyList = nullptr) = 0;
@@ -87,8 +90,8 @@ public:
     virtual void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) = 0;
     virtual void deleteQualifierType(const String& ns, const String& name) = 0;
 
-    // Associations of an instance. The path's namespace, when it has one, is that of the object; `ns`
-    // is where the associations are looked for.
+    // Associations of an instance. The path's namespace, when it has one, is that of the object;
+    // `ns` is where the associations are looked for.
 
     virtual void associators(const String& ns, const CIMObjectPath& path,
                              CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
@@ -107,28 +110,32 @@ public:
                                 CIMObjectPathResultHandlerIFC& result,
                                 const AssociationFilter& filter) = 0;
     // The same for a class path: association classes and the classes that they reach.
-    virtual void associatorsClasses(const String& ns, const CIMObjectPath& path,
-                                    CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
-                                    EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-                                    EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                                    const StringArray* propertyList = nullptr) = 0;
-    virtual void referencesClasses(const String& ns, const CIMObjectPath& path,
-                                   CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
-                                   EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-                                   EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                                   const StringArray* propertyList = nullptr) = 0;
+    virtual void associatorsClasses(
+        const String& ns, const CIMObjectPath& path, CIMClassResultHandlerIFC& result,
+        const AssociationFilter& filter,
+        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+        const StringArray* propertyList = nullptr) = 0;
+    virtual void referencesClasses(
+        const String& ns, const CIMObjectPath& path, CIMClassResultHandlerIFC& result,
+        const AssociationFilter& filter,
+        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+        const StringArray* propertyList = nullptr) = 0;
 
-    /// Makes everything done through this handle permanent. A repository opened directly is one unit of
-    /// work that is committed here: on failure it throws CIMException FAILED, everything is as before the
-    /// unit of work, and further writes through the handle (undo steps) have nothing left to do and
-    /// succeed. A connection to the daemon has committed each call already and does nothing.
+    /// Makes everything done through this handle permanent. A repository opened directly is one
+    /// unit of work that is committed here: on failure it throws CIMException FAILED, everything is
+    /// as before the unit of work, and further writes through the handle (undo steps) have nothing
+    /// left to do and succeed. A connection to the daemon has committed each call already and does
+    /// nothing.
     virtual void commit() = 0;
 
     // Collecting forms of the enumerations.
     Array<CIMClass> enumClassA(const String& ns, const String& className, EDeepFlag deep,
                                ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,
                                EIncludeClassOriginFlag includeClassOrigin);
-    StringArray enumClassNamesA(const String& ns, const String& className, EDeepFlag deep = E_SHALLOW);
+    StringArray enumClassNamesA(const String& ns, const String& className,
+                                EDeepFlag deep = E_SHALLOW);
     Array<CIMInstance> enumInstancesA(const String& ns, const String& className);
     Array<CIMObjectPath> enumInstanceNamesA(const String& ns, const String& className);
     Array<CIMQualifierType> enumQualifierTypesA(const String& ns);

@@ -3,10 +3,10 @@
 // The path of a class or an instance (DSP0004 8.2): host and namespace, class name, key values.
 //
 // Text form:  [ "//" host "/" ] [ namespace ":" ] class [ "." key "=" value { "," key "=" value } ]
-// Values: strings, datetimes and references in double quotes with \ before \ and "; char16 in single
-// quotes likewise; numbers in decimal; TRUE and FALSE. A text cannot tell a string from a datetime
-// or a reference, nor a number's width: a parsed path has STRING, UINT64 or SINT64, REAL64, BOOLEAN
-// and CHAR16 keys until syncWithClass().
+// Values: strings, datetimes and references in double quotes with \ before \ and "; char16 in
+// single quotes likewise; numbers in decimal; TRUE and FALSE. A text cannot tell a string from a
+// datetime or a reference, nor a number's width: a parsed path has STRING, UINT64 or SINT64,
+// REAL64, BOOLEAN and CHAR16 keys until syncWithClass().
 #pragma once
 
 #include "openwbem/model/CIMProperty.hpp"
@@ -39,22 +39,23 @@ public:
     String toString() const;
     /// The text form without host and namespace.
     String modelPath() const;
-    /// Parses the text form. Throws CIMException INVALID_PARAMETER whose message tells the column and
-    /// what was expected there.
+    /// Parses the text form. Throws CIMException INVALID_PARAMETER whose message tells the column
+    /// and what was expected there.
     static CIMObjectPath parse(std::string_view text);
 
-    /// Brings the keys in line with a class: its key properties' spelling and order, each value in the
-    /// declared type. Throws CIMException INVALID_PARAMETER when a key is missing, unknown, or has a
-    /// value that its type cannot hold.
+    /// Brings the keys in line with a class: its key properties' spelling and order, each value in
+    /// the declared type. Throws CIMException INVALID_PARAMETER when a key is missing, unknown, or
+    /// has a value that its type cannot hold.
     CIMObjectPath& syncWithClass(const CIMClass& cls);
 
-    /// A text that two paths of the same instance share, for use as an index key: names in lower case
-    /// and sorted, values exact, namespaces of reference values filled from this path's when empty.
-    /// Namespace and host of the path itself are left out.
+    /// A text that two paths of the same instance share, for use as an index key: names in lower
+    /// case and sorted, values exact, namespaces of reference values filled from this path's when
+    /// empty. Namespace and host of the path itself are left out.
     String canonicalKey() const;
 
     explicit operator bool() const noexcept;
-    /// Class, namespace and key names without regard to case; key values exactly; keys in any order.
+    /// Class, namespace and key names without regard to case; key values exactly; keys in any
+    /// order.
     friend bool operator==(const CIMObjectPath& a, const CIMObjectPath& b);
 
 private:

@@ -12,7 +12,8 @@ namespace OpenWBEM {
 class CIMProperty {
 public:
     CIMProperty();
-    explicit CIMProperty(String name, CIMDataType type = CIMDataType(), CIMValue value = CIMValue());
+    explicit CIMProperty(String name, CIMDataType type = CIMDataType(),
+                         CIMValue value = CIMValue());
 
     const String& getName() const noexcept;
     const CIMDataType& getDataType() const noexcept;

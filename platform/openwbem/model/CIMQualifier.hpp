@@ -46,7 +46,8 @@ public:
 using CIMQualifierArray = Array<CIMQualifier>;
 
 /// The qualifier of that name in a list, or null.
-const CIMQualifier* findQualifier(const CIMQualifierArray& qualifiers, std::string_view name) noexcept;
+const CIMQualifier* findQualifier(const CIMQualifierArray& qualifiers,
+                                  std::string_view name) noexcept;
 /// Whether a boolean qualifier of that name is there and true.
 bool hasTrueQualifier(const CIMQualifierArray& qualifiers, std::string_view name) noexcept;
 

@@ -11,8 +11,8 @@ namespace OpenWBEM {
 
 /// How a qualifier passes to subclasses (DSP0004 5.5.4.1, Flavor). The defaults of the standard.
 struct CIMFlavor {
-    bool overridable = true;   ///< EnableOverride, else DisableOverride
-    bool toSubclass = true;    ///< ToSubclass, else Restricted
+    bool overridable = true;  ///< EnableOverride, else DisableOverride
+    bool toSubclass = true;   ///< ToSubclass, else Restricted
     bool translatable = false;
     friend bool operator==(const CIMFlavor&, const CIMFlavor&) noexcept = default;
 };

@@ -55,7 +55,8 @@ public:
     /// `elements[i]`; `nulls` is empty or as long as `elements`.
     template <class T>
     static CIMValue array(Array<T> elements, Array<bool> nulls = {});
-    /// An array of `type` from single values: each is of that type or null. Throws ValueCastException.
+    /// An array of `type` from single values: each is of that type or null. Throws
+    /// ValueCastException.
     static CIMValue arrayOf(CIMDataType::Type type, const Array<CIMValue>& elements);
 
     bool isNull() const noexcept { return !m_rep; }
@@ -81,8 +82,8 @@ public:
     uint64_t toUnsigned() const;
 
     /// The value as text for people and for keys: strings as they are, booleans TRUE and FALSE,
-    /// reals so that they read back to the same value, arrays as their elements joined with ",", null
-    /// as "".
+    /// reals so that they read back to the same value, arrays as their elements joined with ",",
+    /// null as "".
     String toString() const;
 
     /// Same type, same form, same elements; reals by their bits, references as object paths.

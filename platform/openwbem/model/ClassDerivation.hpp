@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Inheritance, once, for everybody: from a class as declared and its derived superclass to the class
-// with everything it inherits. Overrides are checked, qualifiers propagate by their flavors (DSP0004
-// 5.5.4, 5.6.3.34 Override), keys are marked, class origins set. Derived classes share what they
-// inherit with their superclass.
+// Inheritance, once, for everybody: from a class as declared and its derived superclass to the
+// class with everything it inherits. Overrides are checked, qualifiers propagate by their flavors
+// (DSP0004 5.5.4, 5.6.3.34 Override), keys are marked, class origins set. Derived classes share
+// what they inherit with their superclass.
 #pragma once
 
 #include <functional>
@@ -12,15 +12,15 @@
 
 namespace OpenWBEM {
 
-/// Finds the qualifier type of that name; null when there is none. The pointer must stay valid while
-/// the derivation runs.
+/// Finds the qualifier type of that name; null when there is none. The pointer must stay valid
+/// while the derivation runs.
 using QualifierTypeLookup = std::function<const CIMQualifierType*(std::string_view name)>;
 
 /// What is wrong with a declaration, and where in it.
 class ClassDerivationException : public blocxx::Exception {
 public:
-    /// The features in question, so that a compiler can find its place in the text; empty when the class
-    /// itself is meant.
+    /// The features in question, so that a compiler can find its place in the text; empty when the
+    /// class itself is meant.
     ClassDerivationException(const char* file, int line, int cimStatus, const String& message,
                              String feature, String parameter, String qualifier);
     const String& feature() const noexcept { return m_feature; }
@@ -41,9 +41,10 @@ private:
 /// Features and qualifiers of `declared` that are marked as propagated are dropped first, so that a
 /// derived class may be given again.
 /// Checked: no feature or parameter twice; each qualifier declared, in scope, of its type, not
-/// changing an inherited DisableOverride value; an overriding feature has the type it had (a reference
-/// may be narrowed, a fixed array keeps its size); references only in associations; keys not added
-/// below a superclass that has keys. Throws ClassDerivationException, whose error code is the CIM status.
+/// changing an inherited DisableOverride value; an overriding feature has the type it had (a
+/// reference may be narrowed, a fixed array keeps its size); references only in associations; keys
+/// not added below a superclass that has keys. Throws ClassDerivationException, whose error code is
+/// the CIM status.
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                      const QualifierTypeLookup& qualifierTypes);
 

@@ -9,15 +9,19 @@
 
 namespace OpenWBEM {
 
-/// Completes `instance` from the derived class `cls`. A property that the instance holds with a null
-/// value stays null; only absent ones take their default. Keys are marked; qualifiers of properties
-/// are dropped, those of the instance itself stay.
-/// Throws CIMException: NO_SUCH_PROPERTY, TYPE_MISMATCH (a value of another type or form, a fixed array
-/// of another length), INVALID_PARAMETER (a property twice; a null key).
-CIMInstance completeInstance(const CIMInstance& instance, const CIMClass& cls);
+/// Whether key properties may be null: only in embedded instances, which have no path.
+enum class NullKeys { REFUSED, ALLOWED };
 
-/// Whether a property declared like `declared` may hold `value`: null, its type and form, or an embedded
-/// object where a string is declared.
+/// Completes `instance` from the derived class `cls`. A property that the instance holds with a
+/// null value stays null; only absent ones take their default. Keys are marked; qualifiers of
+/// properties are dropped, those of the instance itself stay. Throws CIMException:
+/// NO_SUCH_PROPERTY, TYPE_MISMATCH (a value of another type or form, a fixed array of another
+/// length), INVALID_PARAMETER (a property twice; a null key).
+CIMInstance completeInstance(const CIMInstance& instance, const CIMClass& cls,
+                             NullKeys nullKeys = NullKeys::REFUSED);
+
+/// Whether a property declared like `declared` may hold `value`: null, its type and form, or an
+/// embedded object where a string is declared.
 bool canHold(const CIMDataType& declared, const CIMValue& value) noexcept;
 
 }  // namespace OpenWBEM

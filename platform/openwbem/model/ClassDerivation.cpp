@@ -1,0 +1,468 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/model/ClassDerivation.hpp"
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/model/NameIndex.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::equalsIgnoreCase;
+using blocxx::Format;
+
+ClassDerivationException::ClassDerivationException(const char* file, int line, int cimStatus,
+                                                   const String& message, String feature,
+                                                   String parameter, String qualifier)
+    : Exception(file, line, message.c_str(), cimStatus),
+      m_feature(std::move(feature)),
+      m_parameter(std::move(parameter)),
+      m_qualifier(std::move(qualifier)) {}
+
+ClassDerivationException* ClassDerivationException::clone() const noexcept {
+    try {
+        return new ClassDerivationException(*this);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void ClassDerivationException::rethrow() const {
+    throw ClassDerivationException(*this);
+}
+
+namespace {
+
+/// Where in the class the derivation stands: for messages.
+struct Place {
+    std::string_view className;
+    std::string_view feature = {};
+    std::string_view parameter = {};
+
+    String toString() const {
+        String text = "class " + String(className);
+        if (!feature.empty()) {
+            text += ", " + String(feature);
+        }
+        if (!parameter.empty()) {
+            text += ", parameter " + String(parameter);
+        }
+        return text;
+    }
+
+    [[noreturn]] void fail(CIMException::ErrNoType status, std::string_view what,
+                           std::string_view qualifier = {}) const {
+        throw ClassDerivationException(__FILE__, __LINE__, status, toString() + ": " + String(what),
+                                       String(feature), String(parameter), String(qualifier));
+    }
+};
+
+template <class Element>
+void refuseRepeated(const Array<Element>& elements, const Place& place, std::string_view kind) {
+    const NameIndex<Element> index(elements);
+    if (const auto twice = index.findDuplicate()) {
+        const String& name = elements[*twice].getName();
+        Place at = place;
+        (kind == "parameter" ? at.parameter : at.feature) = name;
+        at.fail(CIMException::INVALID_PARAMETER,
+                String(Format("%1 \"%2\" is declared twice", kind, name)));
+    }
+}
+
+// Qualifiers
+// ---------------------------------------------------------------------------------------
+
+String scopeName(uint8_t scope) {
+    switch (scope) {
+        case CIMScope::CLASS:
+            return "a class";
+        case CIMScope::ASSOCIATION:
+            return "an association";
+        case CIMScope::INDICATION:
+            return "an indication";
+        case CIMScope::PROPERTY:
+            return "a property";
+        case CIMScope::REFERENCE:
+            return "a reference";
+        case CIMScope::METHOD:
+            return "a method";
+        default:
+            return "a parameter";
+    }
+}
+
+void checkAgainstType(const CIMQualifier& qualifier, uint8_t scope, const Place& place,
+                      const QualifierTypeLookup& types) {
+    const String& name = qualifier.getName();
+    const CIMQualifierType* type = types(name);
+    if (type == nullptr) {
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" is not declared", name)), name);
+    }
+    // Associations and indications are kinds of class: what a class may bear, they may.
+    const uint8_t accepted = (scope & (CIMScope::ASSOCIATION | CIMScope::INDICATION)) != 0
+                                 ? static_cast<uint8_t>(scope | CIMScope::CLASS)
+                                 : scope;
+    if ((type->getScopes() & accepted) == 0) {
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" may not stand on %2", name, scopeName(scope))),
+                   name);
+    }
+    if (!canHold(type->getDataType(), qualifier.getValue())) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   String(Format("qualifier \"%1\" takes a value of type %2%3", name,
+                                 type->getDataType().toString(),
+                                 type->getDataType().isArray() ? "[]" : "")),
+                   name);
+    }
+}
+
+/// The qualifiers of `declared` that are its own, checked.
+CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope,
+                                const Place& place, const QualifierTypeLookup& types) {
+    CIMQualifierArray own;
+    own.reserve(declared.size());
+    for (const CIMQualifier& qualifier : declared) {
+        if (!qualifier.isPropagated()) {
+            checkAgainstType(qualifier, scope, place, types);
+            own.push_back(qualifier);
+        }
+    }
+    const NameIndex<CIMQualifier> index(own);
+    if (const auto twice = index.findDuplicate()) {
+        const String& name = own[*twice].getName();
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" is given twice", name)), name);
+    }
+    return own;
+}
+
+/// What an element below inherits of these qualifiers.
+CIMQualifierArray inheritable(const CIMQualifierArray& qualifiers) {
+    CIMQualifierArray result;
+    result.reserve(qualifiers.size());
+    for (const CIMQualifier& qualifier : qualifiers) {
+        if (qualifier.getFlavor().toSubclass) {
+            result.push_back(qualifier);
+            result.back().setPropagated(true);
+        }
+    }
+    return result;
+}
+
+bool isInheritedForm(const CIMQualifierArray& qualifiers) {
+    return std::all_of(qualifiers.begin(), qualifiers.end(),
+                       [](const CIMQualifier& q) { return q.isPropagated(); });
+}
+
+void addInherited(CIMQualifierArray& own, const CIMQualifierArray& above, const Place& place) {
+    const size_t ownCount = own.size();
+    for (const CIMQualifier& inherited : above) {
+        if (!inherited.getFlavor().toSubclass) {
+            continue;
+        }
+        const auto end = own.begin() + static_cast<std::ptrdiff_t>(ownCount);
+        const auto same = std::find_if(own.begin(), end, [&](const CIMQualifier& q) {
+            return equalsIgnoreCase(q.getName(), inherited.getName());
+        });
+        if (same == end) {
+            own.push_back(inherited);
+            own.back().setPropagated(true);
+        } else if (!inherited.getFlavor().overridable &&
+                   !(same->getValue() == inherited.getValue())) {
+            place.fail(CIMException::INVALID_PARAMETER,
+                       String(Format("qualifier \"%1\" cannot be overridden with another value",
+                                     inherited.getName())),
+                       inherited.getName());
+        }
+    }
+}
+
+/// Own and inherited qualifiers of an element; `above` is null when it overrides nothing.
+CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,
+                                  uint8_t scope, const Place& place,
+                                  const QualifierTypeLookup& types) {
+    CIMQualifierArray merged = ownQualifiers(declared, scope, place, types);
+    if (above != nullptr) {
+        addInherited(merged, *above, place);
+    }
+    return merged;
+}
+
+/// Replaces an element's qualifiers only when they differ, so that unchanged elements stay shared.
+template <class Element>
+void adoptQualifiers(Element& element, CIMQualifierArray merged) {
+    if (merged.size() != element.getQualifiers().size() || !merged.empty()) {
+        const bool unchanged =
+            merged.size() == element.getQualifiers().size() &&
+            std::none_of(element.getQualifiers().begin(), element.getQualifiers().end(),
+                         [](const CIMQualifier& q) { return q.isPropagated(); });
+        if (!unchanged) {
+            element.setQualifiers(std::move(merged));
+        }
+    }
+}
+
+/// The name that an Override qualifier gives, without a class in front; empty when there is none.
+std::string_view overriddenName(const CIMQualifierArray& qualifiers, std::string_view ownName) {
+    const CIMQualifier* qualifier = findQualifier(qualifiers, "Override");
+    if (qualifier == nullptr || qualifier->isPropagated()) {
+        return {};
+    }
+    const CIMValue& value = qualifier->getValue();
+    if (value.getType() != CIMDataType::STRING || value.isArray()) {
+        return ownName;
+    }
+    const std::string_view text = value.get<String>();
+    return text.substr(text.find_last_of('.') + 1);
+}
+
+template <class Feature>
+void checkOverrideTarget(const Feature& declared, const Feature* above, const Place& place) {
+    const std::string_view target = overriddenName(declared.getQualifiers(), declared.getName());
+    if (target.empty()) {
+        return;
+    }
+    if (!equalsIgnoreCase(target, declared.getName())) {
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("an overriding feature keeps its name: it cannot override \"%1\"",
+                                 target)),
+                   "Override");
+    }
+    if (above == nullptr) {
+        place.fail(CIMException::INVALID_PARAMETER, "overrides a feature that no superclass has",
+                   "Override");
+    }
+}
+
+// Properties
+// ---------------------------------------------------------------------------------------
+
+CIMProperty inheritProperty(const CIMProperty& above) {
+    CIMProperty property = above;
+    property.setPropagated(true);
+    if (!isInheritedForm(above.getQualifiers())) {
+        property.setQualifiers(inheritable(above.getQualifiers()));
+    }
+    return property;
+}
+
+void checkPropertyType(const CIMProperty& declared, const CIMProperty* above, const Place& place) {
+    const CIMDataType& type = declared.getDataType();
+    if (!canHold(type, declared.getValue())) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   "the default value does not have the declared type");
+    }
+    if (type.getSize() != 0 && !declared.getValue().isNull() &&
+        declared.getValue().getArraySize() != type.getSize()) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   "the default value does not have the declared length");
+    }
+    if (above == nullptr) {
+        return;
+    }
+    const CIMDataType& old = above->getDataType();
+    if (type.getType() != old.getType() || type.isArray() != old.isArray() ||
+        type.getSize() != old.getSize()) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   String(Format("overrides a property of another type (%1%2)", old.toString(),
+                                 old.isArray() ? "[]" : "")));
+    }
+}
+
+CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* above,
+                            std::string_view className, const QualifierTypeLookup& types) {
+    const Place place{className, declared.getName()};
+    checkPropertyType(declared, above, place);
+    checkOverrideTarget(declared, above, place);
+    const uint8_t scope =
+        declared.getDataType().isReference() ? CIMScope::REFERENCE : CIMScope::PROPERTY;
+    CIMProperty property = declared;
+    adoptQualifiers(property, mergeQualifiers(declared.getQualifiers(),
+                                              above != nullptr ? &above->getQualifiers() : nullptr,
+                                              scope, place, types));
+    if (above != nullptr && property.getValue().isNull() && !above->getValue().isNull()) {
+        property.setValue(above->getValue());
+    }
+    const std::string_view origin = above != nullptr && !above->getClassOrigin().empty()
+                                        ? std::string_view(above->getClassOrigin())
+                                        : className;
+    if (property.getClassOrigin() != origin) {
+        property.setClassOrigin(String(origin));
+    }
+    property.setKey(hasTrueQualifier(property.getQualifiers(), "Key"));
+    if (property.isKey() && property.getDataType().isArray()) {
+        place.fail(CIMException::INVALID_PARAMETER, "an array cannot be a key", "Key");
+    }
+    return property;
+}
+
+// Methods
+// ------------------------------------------------------------------------------------------
+
+CIMMethod inheritMethod(const CIMMethod& above) {
+    CIMMethod method = above;
+    method.setPropagated(true);
+    if (above.isPropagated()) {
+        return method;
+    }
+    method.setQualifiers(inheritable(above.getQualifiers()));
+    CIMParameterArray parameters = above.getParameters();
+    for (CIMParameter& parameter : parameters) {
+        parameter.setQualifiers(inheritable(parameter.getQualifiers()));
+    }
+    method.setParameters(std::move(parameters));
+    return method;
+}
+
+CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* above,
+                                    std::string_view className, const QualifierTypeLookup& types) {
+    refuseRepeated(declared.getParameters(), Place{className, declared.getName()}, "parameter");
+    static const CIMParameterArray none;
+    const NameIndex<CIMParameter> inherited(above != nullptr ? above->getParameters() : none);
+    CIMParameterArray parameters = declared.getParameters();
+    for (CIMParameter& parameter : parameters) {
+        const auto same = inherited.find(parameter.getName());
+        const CIMQualifierArray* qualifiers =
+            same ? &above->getParameters()[*same].getQualifiers() : nullptr;
+        adoptQualifiers(
+            parameter,
+            mergeQualifiers(parameter.getQualifiers(), qualifiers, CIMScope::PARAMETER,
+                            Place{className, declared.getName(), parameter.getName()}, types));
+    }
+    return parameters;
+}
+
+CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
+                        std::string_view className, const QualifierTypeLookup& types) {
+    const Place place{className, declared.getName()};
+    checkOverrideTarget(declared, above, place);
+    if (above != nullptr && !(declared.getReturnType() == above->getReturnType())) {
+        place.fail(CIMException::TYPE_MISMATCH, "overrides a method of another return type");
+    }
+    CIMMethod method = declared;
+    adoptQualifiers(method, mergeQualifiers(declared.getQualifiers(),
+                                            above != nullptr ? &above->getQualifiers() : nullptr,
+                                            CIMScope::METHOD, place, types));
+    if (!declared.getParameters().empty()) {
+        method.setParameters(declareParameters(declared, above, className, types));
+    }
+    const std::string_view origin = above != nullptr && !above->getClassOrigin().empty()
+                                        ? std::string_view(above->getClassOrigin())
+                                        : className;
+    if (method.getClassOrigin() != origin) {
+        method.setClassOrigin(String(origin));
+    }
+    return method;
+}
+
+// Classes
+// ------------------------------------------------------------------------------------------
+
+/// Inherited features first, in the superclass's order, overridden ones in their place; then new
+/// ones.
+template <class Feature, class Inherit, class Declare>
+Array<Feature> mergeFeatures(const Array<Feature>& declared, const Array<Feature>& above,
+                             Inherit inherit, Declare declare) {
+    const NameIndex<Feature> inheritedIndex(above);
+    Array<Feature> merged(above.size());
+    Array<Feature> added;
+    for (const Feature& feature : declared) {
+        if (feature.isPropagated()) {
+            continue;
+        }
+        if (const auto place = inheritedIndex.find(feature.getName())) {
+            merged[*place] = declare(feature, &above[*place]);
+        } else {
+            added.push_back(declare(feature, nullptr));
+        }
+    }
+    for (size_t i = 0; i < above.size(); ++i) {
+        if (!merged[i]) {
+            merged[i] = inherit(above[i]);
+        }
+    }
+    merged.insert(merged.end(), std::make_move_iterator(added.begin()),
+                  std::make_move_iterator(added.end()));
+    return merged;
+}
+
+uint8_t classScope(const CIMQualifierArray& declared, const CIMClass* superClass) {
+    const auto is = [&](std::string_view name) {
+        return hasTrueQualifier(declared, name) ||
+               (superClass != nullptr && hasTrueQualifier(superClass->getQualifiers(), name));
+    };
+    if (is("Association")) {
+        return CIMScope::ASSOCIATION;
+    }
+    return is("Indication") ? CIMScope::INDICATION : CIMScope::CLASS;
+}
+
+void checkClass(const CIMClass& cls, const CIMClass* superClass) {
+    const Place place{cls.getName()};
+    const bool association = cls.isAssociation();
+    if (association && superClass != nullptr && !superClass->isAssociation()) {
+        place.fail(CIMException::INVALID_SUPERCLASS,
+                   String(Format("an association cannot be derived from %1, which is none",
+                                 superClass->getName())));
+    }
+    const bool keysAreFixed = superClass != nullptr && !superClass->getKeys().empty();
+    for (const CIMProperty& property : cls.getProperties()) {
+        if (property.isPropagated()) {
+            continue;
+        }
+        const Place at{cls.getName(), property.getName()};
+        if (property.getDataType().isReference() && !association) {
+            at.fail(CIMException::INVALID_PARAMETER, "only an association may have references");
+        }
+        if (keysAreFixed && property.isKey()) {
+            const CIMProperty* above = superClass->getProperty(property.getName());
+            if (above == nullptr || !above->isKey()) {
+                at.fail(CIMException::INVALID_PARAMETER,
+                        "a key cannot be added below a class that has keys", "Key");
+            }
+        }
+    }
+}
+
+template <class Feature>
+Array<Feature> localFeatures(const Array<Feature>& features) {
+    Array<Feature> local;
+    std::copy_if(features.begin(), features.end(), std::back_inserter(local),
+                 [](const Feature& feature) { return !feature.isPropagated(); });
+    return local;
+}
+
+}  // namespace
+
+CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
+                     const QualifierTypeLookup& qualifierTypes) {
+    const String& name = declared.getName();
+    const Place place{name};
+    const CIMPropertyArray ownProperties = localFeatures(declared.getProperties());
+    const CIMMethodArray ownMethods = localFeatures(declared.getMethods());
+    refuseRepeated(ownProperties, place, "property");
+    refuseRepeated(ownMethods, place, "method");
+
+    static const CIMClass nothing;
+    const CIMClass& above = superClass != nullptr ? *superClass : nothing;
+    CIMClass result(name, superClass != nullptr ? superClass->getName() : String());
+    result.setQualifiers(mergeQualifiers(
+        declared.getQualifiers(), superClass != nullptr ? &above.getQualifiers() : nullptr,
+        classScope(declared.getQualifiers(), superClass), place, qualifierTypes));
+    result.setProperties(mergeFeatures(ownProperties, above.getProperties(), inheritProperty,
+                                       [&](const CIMProperty& own, const CIMProperty* overridden) {
+                                           return declareProperty(own, overridden, name,
+                                                                  qualifierTypes);
+                                       }));
+    result.setMethods(mergeFeatures(ownMethods, above.getMethods(), inheritMethod,
+                                    [&](const CIMMethod& own, const CIMMethod* overridden) {
+                                        return declareMethod(own, overridden, name, qualifierTypes);
+                                    }));
+    checkClass(result, superClass);
+    return result;
+}
+
+}  // namespace OpenWBEM
