@@ -7,6 +7,7 @@
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/model/NameIndex.hpp"
+#include "openwbem/model/QualifierDerivation.hpp"
 
 namespace OpenWBEM {
 
@@ -35,160 +36,22 @@ void ClassDerivationException::rethrow() const {
 
 namespace {
 
-/// Where in the class the derivation stands: for messages.
-struct Place {
-    std::string_view className;
-    std::string_view feature = {};
-    std::string_view parameter = {};
-
-    String toString() const {
-        String text = "class " + String(className);
-        if (!feature.empty()) {
-            text += ", " + String(feature);
-        }
-        if (!parameter.empty()) {
-            text += ", parameter " + String(parameter);
-        }
-        return text;
-    }
-
-    [[noreturn]] void fail(CIMException::ErrNoType status, std::string_view what,
-                           std::string_view qualifier = {}) const {
-        throw ClassDerivationException(__FILE__, __LINE__, status, toString() + ": " + String(what),
-                                       String(feature), String(parameter), String(qualifier));
-    }
-};
-
 template <class Element>
-void refuseRepeated(const Array<Element>& elements, const Place& place, std::string_view kind) {
+void refuseRepeated(const Array<Element>& elements, const DerivationPlace& place,
+                    std::string_view kind) {
     const NameIndex<Element> index(elements);
     if (const auto twice = index.findDuplicate()) {
         const String& name = elements[*twice].getName();
-        Place at = place;
+        DerivationPlace at = place;
         (kind == "parameter" ? at.parameter : at.feature) = name;
         at.fail(CIMException::INVALID_PARAMETER,
                 String(Format("%1 \"%2\" is declared twice", kind, name)));
     }
 }
 
-// Qualifiers
-// ---------------------------------------------------------------------------------------
-
-String scopeName(uint8_t scope) {
-    switch (scope) {
-        case CIMScope::CLASS:
-            return "a class";
-        case CIMScope::ASSOCIATION:
-            return "an association";
-        case CIMScope::INDICATION:
-            return "an indication";
-        case CIMScope::PROPERTY:
-            return "a property";
-        case CIMScope::REFERENCE:
-            return "a reference";
-        case CIMScope::METHOD:
-            return "a method";
-        default:
-            return "a parameter";
-    }
-}
-
-void checkAgainstType(const CIMQualifier& qualifier, uint8_t scope, const Place& place,
-                      const QualifierTypeLookup& types) {
-    const String& name = qualifier.getName();
-    const CIMQualifierType* type = types(name);
-    if (type == nullptr) {
-        place.fail(CIMException::INVALID_PARAMETER,
-                   String(Format("qualifier \"%1\" is not declared", name)), name);
-    }
-    // Associations and indications are kinds of class: what a class may bear, they may.
-    const uint8_t accepted = (scope & (CIMScope::ASSOCIATION | CIMScope::INDICATION)) != 0
-                                 ? static_cast<uint8_t>(scope | CIMScope::CLASS)
-                                 : scope;
-    if ((type->getScopes() & accepted) == 0) {
-        place.fail(CIMException::INVALID_PARAMETER,
-                   String(Format("qualifier \"%1\" may not stand on %2", name, scopeName(scope))),
-                   name);
-    }
-    if (!canHold(type->getDataType(), qualifier.getValue())) {
-        place.fail(CIMException::TYPE_MISMATCH,
-                   String(Format("qualifier \"%1\" takes a value of type %2%3", name,
-                                 type->getDataType().toString(),
-                                 type->getDataType().isArray() ? "[]" : "")),
-                   name);
-    }
-}
-
-/// The qualifiers of `declared` that are its own, checked.
-CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope,
-                                const Place& place, const QualifierTypeLookup& types) {
-    CIMQualifierArray own;
-    own.reserve(declared.size());
-    for (const CIMQualifier& qualifier : declared) {
-        if (!qualifier.isPropagated()) {
-            checkAgainstType(qualifier, scope, place, types);
-            own.push_back(qualifier);
-        }
-    }
-    const NameIndex<CIMQualifier> index(own);
-    if (const auto twice = index.findDuplicate()) {
-        const String& name = own[*twice].getName();
-        place.fail(CIMException::INVALID_PARAMETER,
-                   String(Format("qualifier \"%1\" is given twice", name)), name);
-    }
-    return own;
-}
-
-/// What an element below inherits of these qualifiers.
-CIMQualifierArray inheritable(const CIMQualifierArray& qualifiers) {
-    CIMQualifierArray result;
-    result.reserve(qualifiers.size());
-    for (const CIMQualifier& qualifier : qualifiers) {
-        if (qualifier.getFlavor().toSubclass) {
-            result.push_back(qualifier);
-            result.back().setPropagated(true);
-        }
-    }
-    return result;
-}
-
 bool isInheritedForm(const CIMQualifierArray& qualifiers) {
     return std::all_of(qualifiers.begin(), qualifiers.end(),
                        [](const CIMQualifier& q) { return q.isPropagated(); });
-}
-
-void addInherited(CIMQualifierArray& own, const CIMQualifierArray& above, const Place& place) {
-    const size_t ownCount = own.size();
-    for (const CIMQualifier& inherited : above) {
-        if (!inherited.getFlavor().toSubclass) {
-            continue;
-        }
-        const auto end = own.begin() + static_cast<std::ptrdiff_t>(ownCount);
-        const auto same = std::find_if(own.begin(), end, [&](const CIMQualifier& q) {
-            return equalsIgnoreCase(q.getName(), inherited.getName());
-        });
-        if (same == end) {
-            own.push_back(inherited);
-            own.back().setPropagated(true);
-        } else if (!inherited.getFlavor().overridable &&
-                   !(same->getValue() == inherited.getValue())) {
-            place.fail(CIMException::INVALID_PARAMETER,
-                       String(Format("qualifier \"%1\" cannot be overridden with another value",
-                                     inherited.getName())),
-                       inherited.getName());
-        }
-    }
-}
-
-/// Own and inherited qualifiers of an element; `above` is null when it overrides nothing.
-CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,
-                                  uint8_t scope, const Place& place,
-                                  const QualifierTypeLookup& types) {
-    CIMQualifierArray merged = ownQualifiers(declared, scope, place, types);
-    if (above != nullptr) {
-        addInherited(merged, *above, place);
-    }
-    return merged;
 }
 
 /// Replaces an element's qualifiers only when they differ, so that unchanged elements stay shared.
@@ -220,7 +83,8 @@ std::string_view overriddenName(const CIMQualifierArray& qualifiers, std::string
 }
 
 template <class Feature>
-void checkOverrideTarget(const Feature& declared, const Feature* above, const Place& place) {
+void checkOverrideTarget(const Feature& declared, const Feature* above,
+                         const DerivationPlace& place) {
     const std::string_view target = overriddenName(declared.getQualifiers(), declared.getName());
     if (target.empty()) {
         return;
@@ -238,18 +102,18 @@ void checkOverrideTarget(const Feature& declared, const Feature* above, const Pl
 }
 
 // Properties
-// ---------------------------------------------------------------------------------------
 
 CIMProperty inheritProperty(const CIMProperty& above) {
     CIMProperty property = above;
     property.setPropagated(true);
     if (!isInheritedForm(above.getQualifiers())) {
-        property.setQualifiers(inheritable(above.getQualifiers()));
+        property.setQualifiers(inheritableQualifiers(above.getQualifiers()));
     }
     return property;
 }
 
-void checkPropertyType(const CIMProperty& declared, const CIMProperty* above, const Place& place) {
+void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
+                       const DerivationPlace& place) {
     const CIMDataType& type = declared.getDataType();
     if (!canHold(type, declared.getValue())) {
         place.fail(CIMException::TYPE_MISMATCH,
@@ -274,7 +138,7 @@ void checkPropertyType(const CIMProperty& declared, const CIMProperty* above, co
 
 CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* above,
                             std::string_view className, const QualifierTypeLookup& types) {
-    const Place place{className, declared.getName()};
+    const DerivationPlace place{className, declared.getName()};
     checkPropertyType(declared, above, place);
     checkOverrideTarget(declared, above, place);
     const uint8_t scope =
@@ -300,7 +164,6 @@ CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* abov
 }
 
 // Methods
-// ------------------------------------------------------------------------------------------
 
 CIMMethod inheritMethod(const CIMMethod& above) {
     CIMMethod method = above;
@@ -308,10 +171,10 @@ CIMMethod inheritMethod(const CIMMethod& above) {
     if (above.isPropagated()) {
         return method;
     }
-    method.setQualifiers(inheritable(above.getQualifiers()));
+    method.setQualifiers(inheritableQualifiers(above.getQualifiers()));
     CIMParameterArray parameters = above.getParameters();
     for (CIMParameter& parameter : parameters) {
-        parameter.setQualifiers(inheritable(parameter.getQualifiers()));
+        parameter.setQualifiers(inheritableQualifiers(parameter.getQualifiers()));
     }
     method.setParameters(std::move(parameters));
     return method;
@@ -319,7 +182,8 @@ CIMMethod inheritMethod(const CIMMethod& above) {
 
 CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* above,
                                     std::string_view className, const QualifierTypeLookup& types) {
-    refuseRepeated(declared.getParameters(), Place{className, declared.getName()}, "parameter");
+    refuseRepeated(declared.getParameters(), DerivationPlace{className, declared.getName()},
+                   "parameter");
     static const CIMParameterArray none;
     const NameIndex<CIMParameter> inherited(above != nullptr ? above->getParameters() : none);
     CIMParameterArray parameters = declared.getParameters();
@@ -330,14 +194,15 @@ CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* 
         adoptQualifiers(
             parameter,
             mergeQualifiers(parameter.getQualifiers(), qualifiers, CIMScope::PARAMETER,
-                            Place{className, declared.getName(), parameter.getName()}, types));
+                            DerivationPlace{className, declared.getName(), parameter.getName()},
+                            types));
     }
     return parameters;
 }
 
 CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
                         std::string_view className, const QualifierTypeLookup& types) {
-    const Place place{className, declared.getName()};
+    const DerivationPlace place{className, declared.getName()};
     checkOverrideTarget(declared, above, place);
     if (above != nullptr && !(declared.getReturnType() == above->getReturnType())) {
         place.fail(CIMException::TYPE_MISMATCH, "overrides a method of another return type");
@@ -359,7 +224,6 @@ CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
 }
 
 // Classes
-// ------------------------------------------------------------------------------------------
 
 /// Inherited features first, in the superclass's order, overridden ones in their place; then new
 /// ones.
@@ -401,7 +265,7 @@ uint8_t classScope(const CIMQualifierArray& declared, const CIMClass* superClass
 }
 
 void checkClass(const CIMClass& cls, const CIMClass* superClass) {
-    const Place place{cls.getName()};
+    const DerivationPlace place{cls.getName()};
     const bool association = cls.isAssociation();
     if (association && superClass != nullptr && !superClass->isAssociation()) {
         place.fail(CIMException::INVALID_SUPERCLASS,
@@ -413,7 +277,7 @@ void checkClass(const CIMClass& cls, const CIMClass* superClass) {
         if (property.isPropagated()) {
             continue;
         }
-        const Place at{cls.getName(), property.getName()};
+        const DerivationPlace at{cls.getName(), property.getName()};
         if (property.getDataType().isReference() && !association) {
             at.fail(CIMException::INVALID_PARAMETER, "only an association may have references");
         }
@@ -440,7 +304,7 @@ Array<Feature> localFeatures(const Array<Feature>& features) {
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                      const QualifierTypeLookup& qualifierTypes) {
     const String& name = declared.getName();
-    const Place place{name};
+    const DerivationPlace place{name};
     const CIMPropertyArray ownProperties = localFeatures(declared.getProperties());
     const CIMMethodArray ownMethods = localFeatures(declared.getMethods());
     refuseRepeated(ownProperties, place, "property");
