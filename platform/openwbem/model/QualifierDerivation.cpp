@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/model/QualifierDerivation.hpp"
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/model/NameIndex.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::equalsIgnoreCase;
+using blocxx::Format;
+
+namespace {
+
+String scopeName(uint8_t scope) {
+    switch (scope) {
+        case CIMScope::CLASS:
+            return "a class";
+        case CIMScope::ASSOCIATION:
+            return "an association";
+        case CIMScope::INDICATION:
+            return "an indication";
+        case CIMScope::PROPERTY:
+            return "a property";
+        case CIMScope::REFERENCE:
+            return "a reference";
+        case CIMScope::METHOD:
+            return "a method";
+        default:
+            return "a parameter";
+    }
+}
+
+void checkAgainstType(const CIMQualifier& qualifier, uint8_t scope, const DerivationPlace& place,
+                      const QualifierTypeLookup& types) {
+    const String& name = qualifier.getName();
+    const CIMQualifierType* type = types(name);
+    if (type == nullptr) {
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" is not declared", name)), name);
+    }
+    // Associations and indications are kinds of class: what a class may bear, they may.
+    const uint8_t accepted = (scope & (CIMScope::ASSOCIATION | CIMScope::INDICATION)) != 0
+                                 ? static_cast<uint8_t>(scope | CIMScope::CLASS)
+                                 : scope;
+    if ((type->getScopes() & accepted) == 0) {
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" may not stand on %2", name, scopeName(scope))),
+                   name);
+    }
+    if (!canHold(type->getDataType(), qualifier.getValue())) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   String(Format("qualifier \"%1\" takes a value of type %2%3", name,
+                                 type->getDataType().toString(),
+                                 type->getDataType().isArray() ? "[]" : "")),
+                   name);
+    }
+}
+
+/// The qualifiers of `declared` that are its own, checked.
+CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope,
+                                const DerivationPlace& place, const QualifierTypeLookup& types) {
+    CIMQualifierArray own;
+    own.reserve(declared.size());
+    for (const CIMQualifier& qualifier : declared) {
+        if (!qualifier.isPropagated()) {
+            checkAgainstType(qualifier, scope, place, types);
+            own.push_back(qualifier);
+        }
+    }
+    const NameIndex<CIMQualifier> index(own);
+    if (const auto twice = index.findDuplicate()) {
+        const String& name = own[*twice].getName();
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" is given twice", name)), name);
+    }
+    return own;
+}
+
+void addInherited(CIMQualifierArray& own, const CIMQualifierArray& above,
+                  const DerivationPlace& place) {
+    const size_t ownCount = own.size();
+    for (const CIMQualifier& inherited : above) {
+        if (!inherited.getFlavor().toSubclass) {
+            continue;
+        }
+        const auto end = own.begin() + static_cast<std::ptrdiff_t>(ownCount);
+        const auto same = std::find_if(own.begin(), end, [&](const CIMQualifier& q) {
+            return equalsIgnoreCase(q.getName(), inherited.getName());
+        });
+        if (same == end) {
+            own.push_back(inherited);
+            own.back().setPropagated(true);
+        } else if (!inherited.getFlavor().overridable &&
+                   !(same->getValue() == inherited.getValue())) {
+            place.fail(CIMException::INVALID_PARAMETER,
+                       String(Format("qualifier \"%1\" cannot be overridden with another value",
+                                     inherited.getName())),
+                       inherited.getName());
+        }
+    }
+}
+
+}  // namespace
+
+void DerivationPlace::fail(CIMException::ErrNoType status, std::string_view what,
+                           std::string_view qualifier) const {
+    String message = "class " + String(className);
+    if (!feature.empty()) {
+        message += ", " + String(feature);
+    }
+    if (!parameter.empty()) {
+        message += ", parameter " + String(parameter);
+    }
+    message += ": " + String(what);
+    throw ClassDerivationException(__FILE__, __LINE__, status, message, String(feature),
+                                   String(parameter), String(qualifier));
+}
+
+CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers) {
+    CIMQualifierArray result;
+    result.reserve(qualifiers.size());
+    for (const CIMQualifier& qualifier : qualifiers) {
+        if (qualifier.getFlavor().toSubclass) {
+            result.push_back(qualifier);
+            result.back().setPropagated(true);
+        }
+    }
+    return result;
+}
+
+CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,
+                                  uint8_t scope, const DerivationPlace& place,
+                                  const QualifierTypeLookup& types) {
+    CIMQualifierArray merged = ownQualifiers(declared, scope, place, types);
+    if (above != nullptr) {
+        addInherited(merged, *above, place);
+    }
+    return merged;
+}
+
+}  // namespace OpenWBEM
