@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "openwbem/model/CIMFwd.hpp"
 
@@ -40,6 +41,13 @@ public:
     static CIMDataType array(Type type, uint32_t size = 0);
     /// A reference to instances of `className` and its subclasses.
     static CIMDataType reference(String className);
+    /// An array of such references.
+    static CIMDataType referenceArray(String className, uint32_t size = 0) {
+        CIMDataType type = reference(std::move(className));
+        type.m_isArray = true;
+        type.m_size = size;
+        return type;
+    }
 
     Type getType() const noexcept { return m_type; }
     bool isArray() const noexcept { return m_isArray; }
