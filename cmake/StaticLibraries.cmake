@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: Apache-2.0
+# Cap'n Proto and SQLite, linked statically: the tool starts once for each operation, and what the
+# dynamic linker would do for them each time is a good part of a short run. Where a distribution has
+# no archive, the shared library is taken.
+#
+# CapnProto's own CMake package is not used: it wants OpenSSL and a C compiler's libatomic, neither
+# of which is needed here.
+
+function(kov_imported NAME HEADER)
+  cmake_parse_arguments(I "" "" "LIBRARIES;LINKS" ${ARGN})
+  if(TARGET ${NAME})
+    return()
+  endif()
+  find_path(${NAME}_INCLUDE NAMES ${HEADER} REQUIRED)
+  add_library(${NAME} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(${NAME} SYSTEM INTERFACE "${${NAME}_INCLUDE}")
+  foreach(LIB ${I_LIBRARIES})
+    find_library(${NAME}_${LIB} NAMES lib${LIB}.a ${LIB} REQUIRED)
+    target_link_libraries(${NAME} INTERFACE "${${NAME}_${LIB}}")
+  endforeach()
+  target_link_libraries(${NAME} INTERFACE ${I_LINKS})
+endfunction()
+
+find_package(Threads REQUIRED)
+kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3 LINKS m ${CMAKE_DL_LIBS} Threads::Threads)
+kov_imported(kov_capnp capnp/message.h LIBRARIES capnp kj LINKS Threads::Threads)
+
+find_program(CAPNP_TOOL capnp REQUIRED)
+find_program(CAPNPC_CXX_TOOL capnpc-c++ REQUIRED)
+
+# kov_capnp_schema(TARGET schema.capnp): compiles a schema of this directory into TARGET, in whose
+# sources it is included as "schema.capnp.h".
+function(kov_capnp_schema TARGET SCHEMA)
+  set(OUT "${CMAKE_CURRENT_BINARY_DIR}/${SCHEMA}")
+  add_custom_command(
+    OUTPUT "${OUT}.h" "${OUT}.c++"
+    COMMAND "${CAPNP_TOOL}" compile "-o${CAPNPC_CXX_TOOL}:${CMAKE_CURRENT_BINARY_DIR}"
+            "--src-prefix=${CMAKE_CURRENT_SOURCE_DIR}" "-I${kov_capnp_INCLUDE}"
+            "${CMAKE_CURRENT_SOURCE_DIR}/${SCHEMA}"
+    DEPENDS "${SCHEMA}" VERBATIM)
+  target_sources(${TARGET} PRIVATE "${OUT}.c++" "${OUT}.h")
+  set_source_files_properties("${OUT}.c++" PROPERTIES COMPILE_OPTIONS "-w")
+  target_include_directories(${TARGET} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}")
+endfunction()
