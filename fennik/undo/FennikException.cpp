@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The tool's exception type: the base with a required error code.
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2 {
+
+FennikException::FennikException(const char* file, int line, const char* message, int errorCode,
+                                 const blocxx::Exception* otherException, int subClassId)
+    : Exception(file, line, message, errorCode, otherException, subClassId) {}
+
+const char* FennikException::type() const noexcept {
+    return "FennikException";
+}
+
+FennikException* FennikException::clone() const noexcept {
+    return new (std::nothrow) FennikException(*this);
+}
+
+void FennikException::rethrow() const {
+    throw FennikException(*this);
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The one exception type that the tool's own code throws. Its error code is the exit status of the
+// process, and install scripts test it: the code of every throw site is part of the tool's external
+// interface. A failure that wraps a caught exception carries a copy of it as its cause.
+#pragma once
+
+#include "blocxx/Exception.hpp"
+
+namespace KOVNS2 {
+
+class FennikException : public blocxx::Exception {
+public:
+    /// Copies `message`, and `otherException` when it is not null.
+    FennikException(const char* file, int line, const char* message, int errorCode,
+                    const blocxx::Exception* otherException = nullptr,
+                    int subClassId = UNKNOWN_SUBCLASS_ID);
+
+    const char* type() const noexcept override;
+    FennikException* clone() const noexcept override;
+    [[noreturn]] void rethrow() const override;
+};
+
+}  // namespace KOVNS2

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The undo steps on files. Their messages are built from errno as the failed call left it.
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Secure.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/undo/UndoMessages.hpp"
+
+namespace KOVNS2 {
+
+namespace FileSystem = blocxx::FileSystem;
+using blocxx::Format;
+using UndoMessages::HEAD;
+using UndoMessages::LEAD_IN;
+using UndoMessages::logUndoFailure;
+
+void deleteFile(const String& path) {
+    if (FileSystem::removeFile(path)) {
+        return;
+    }
+    const char* const reason = std::strerror(errno);
+    logUndoFailure(String(HEAD) +
+                   "The attempt to delete the file (in restoring things to initial state): " +
+                   path + " failed with error:\n" + reason + LEAD_IN + "delete the file.");
+}
+
+void closeAndDeleteAllowedUsersFile(blocxx::File file, const String& path) {
+    if (file && file.close() != 0) {
+        const char* const reason = std::strerror(errno);
+        logUndoFailure("Failed to close file: " + path + ": " + reason);
+    }
+    deleteFile(path);
+}
+
+namespace {
+
+void reportUnrestored(const char* attempt, const String& path, const char* remedy,
+                      const String& contents) {
+    const char* const reason = std::strerror(errno);
+    logUndoFailure(String(HEAD) + attempt + path + " failed with error:" + reason + LEAD_IN +
+                   remedy + contents);
+}
+
+void reportUnwritten(const String& path, const String& contents) {
+    reportUnrestored("The attempt to write to the file: ", path, "write the file with contents:\n",
+                     contents);
+}
+
+}  // namespace
+
+void cleanupWriteFile(const String& path, const String& contents) {
+    blocxx::File file = FileSystem::createFile(path);
+    if (!file) {
+        reportUnrestored("The attempt to open the file: ", path, "create the file with contents:\n",
+                         contents);
+        return;
+    }
+    const ssize_t written = file.write(contents.data(), contents.size());
+    if (written < 0 || static_cast<size_t>(written) < contents.size()) {
+        reportUnwritten(path, contents);
+    }
+    if (file.close() != 0) {
+        reportUnwritten(path, contents);
+    }
+}
+
+namespace {
+
+struct RestoreFailure {
+    String text;
+    std::optional<int> errnum;
+};
+
+RestoreFailure failedNow(String text) {
+    return {std::move(text), errno};
+}
+
+std::optional<RestoreFailure> tryRestoreFile(const String& backupPath, const String& targetPath,
+                                             uid_t uid, gid_t gid, mode_t mode) {
+    if (!FileSystem::exists(backupPath)) {
+        return RestoreFailure{Format("Backup file: %1 did not exist.", backupPath), std::nullopt};
+    }
+    // It is the target's base name that is looked for and made, below the working directory.
+    const String base = FileSystem::Path::basename(targetPath);
+    if (!FileSystem::exists(base) && !FileSystem::makeDirectory(base, 0755)) {
+        return failedNow(Format("Could not create parent directory: %1", base));
+    }
+    if (!FileSystem::renameFile(backupPath, targetPath)) {
+        return failedNow(Format("Could not rename: %1 to %2", backupPath, targetPath));
+    }
+    // A mode that cannot be set is reported in the words of an owner that cannot be.
+    if (!FileSystem::changeFileOwner(targetPath, uid, gid) ||
+        !FileSystem::changeFileMode(targetPath, mode)) {
+        return failedNow(
+            Format("Could not change owner of %1 to uid: %2, gid: %3", targetPath, uid, gid));
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+void restoreFile(const String& backupPath, const String& targetPath, uid_t uid, gid_t gid,
+                 mode_t mode) {
+    const auto failure = tryRestoreFile(backupPath, targetPath, uid, gid, mode);
+    if (!failure) {
+        return;
+    }
+    String message = HEAD + Format("Error: %1", failure->text).toString();
+    if (failure->errnum) {
+        message += Format(" (%1)", std::strerror(*failure->errnum));
+    }
+    logUndoFailure(message + "\n" + LEAD_IN +
+                   "restore this and any other backup files in the backup directory to the target "
+                   "directory.\n  (There may be other steps to make as well.  Please consult the "
+                   "log for more information.)\n\n");
+}
+
+void RenameFileOrDir_Cleanup(const String& from, const String& to) {
+    if (FileSystem::renameFile(from, to)) {
+        return;
+    }
+    const int errnum = errno;
+    logUndoFailure(HEAD + ("The attempt to rename the file " + from) + " to " + to +
+                   " failed with exit code " + std::to_string(errnum) + LEAD_IN +
+                   "rename the file manually.");
+}
+
+}  // namespace KOVNS2
