@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: Apache-2.0
+# Where the programs of an installation stand. The places are absolute, as the programs know each
+# other by them; DESTDIR puts the whole tree below another directory:
+#
+#   DESTDIR=/tmp/stage cmake --install build
+foreach(PROGRAM fennik owmofc)
+  if(TARGET ${PROGRAM})
+    install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/bin)
+  endif()
+endforeach()
+foreach(PROGRAM kov-setup)
+  if(TARGET ${PROGRAM})
+    install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/sbin)
+  endif()
+endforeach()

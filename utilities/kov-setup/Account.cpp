@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/kov-setup/Account.hpp"
+
+#include <grp.h>
+
+#include "blocxx/Format.hpp"
+#include "blocxx/Secure.hpp"
+#include "utilities/kov-setup/Layout.hpp"
+#include "utilities/kov-setup/SetupException.hpp"
+
+namespace KovSetup {
+
+namespace {
+
+constexpr const char* USERADD = "/usr/sbin/useradd";
+// useradd waits for the locks of the user database, and not for long.
+constexpr std::chrono::seconds USERADD_TIME_LIMIT{60};
+
+blocxx::Process::Command useraddCommand() {
+    blocxx::Process::Command command;
+    command.argv = {USERADD,        "--system", "--no-create-home", "--home-dir",
+                    "/nonexistent", "--shell",  "/usr/sbin/nologin"};
+    // useradd refuses to make the account's own group when there is one of that name already.
+    if (getgrnam(ACCOUNT) != nullptr) {
+        command.argv.insert(command.argv.end(), {"--gid", ACCOUNT});
+    } else {
+        command.argv.emplace_back("--user-group");
+    }
+    command.argv.emplace_back(ACCOUNT);
+    command.environment = blocxx::Secure::minimalEnvironment();
+    command.timeLimit = USERADD_TIME_LIMIT;
+    return command;
+}
+
+void createAccount() {
+    String output;
+    const auto status = blocxx::Process::run(useraddCommand(), output);
+    if (!status.terminatedSuccessfully()) {
+        BLOCXX_THROW(SetupException, blocxx::Format("cannot create the account \"%1\": %2 %3: %4",
+                                                    ACCOUNT, USERADD, status.toString(), output));
+    }
+}
+
+}  // namespace
+
+blocxx::Process::Identity ensureAccount() {
+    if (const auto account = blocxx::Secure::lookupAccount(ACCOUNT)) {
+        return *account;
+    }
+    createAccount();
+    const auto account = blocxx::Secure::lookupAccount(ACCOUNT);
+    if (!account) {
+        BLOCXX_THROW(SetupException,
+                     blocxx::Format("the account \"%1\" was created but is not found", ACCOUNT));
+    }
+    return *account;
+}
+
+}  // namespace KovSetup

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/kov-setup/Directories.hpp"
+
+#include <fcntl.h>
+#include <sys/acl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "utilities/kov-setup/SetupException.hpp"
+
+namespace KovSetup {
+
+using blocxx::Format;
+namespace FileSystem = blocxx::FileSystem;
+using Identity = blocxx::Process::Identity;
+
+namespace {
+
+constexpr mode_t PUBLIC_MODE = 0755;
+constexpr mode_t PRIVATE_MODE = 0700;
+constexpr mode_t CONFIG_FILE_MODE = 0644;
+
+constexpr std::string_view DEFAULT_CONFIG =
+    "# Configuration of the object manager owcimomd.\n"
+    "#\n"
+    "# One \"key = value\" a line; lines that begin with \"#\" or \";\" are comments. The files "
+    "in\n"
+    "# openwbem.conf.d are read after this one, in the order of their names. Products put theirs\n"
+    "# there with \"fennik --set-owcimomd-config\"; do not edit those by hand.\n";
+
+struct AclDeleter {
+    void operator()(acl_t acl) const noexcept { acl_free(acl); }
+};
+using Acl = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
+
+void makeDirectory(const String& path) {
+    if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
+        // The umask has taken bits away.
+        if (!FileSystem::changeFileMode(path, PUBLIC_MODE)) {
+            BLOCXX_THROW_ERRNO(SetupException, Format("cannot set the mode of \"%1\"", path));
+        }
+        return;
+    }
+    const int error = errno;
+    if (error == EEXIST && FileSystem::isDirectory(path)) {
+        return;
+    }
+    errno = error;
+    BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+}
+
+void makeDirectoryWithParents(const String& path) {
+    if (FileSystem::isDirectory(path)) {
+        return;
+    }
+    for (size_t end = path.find('/', 1); end != String::npos; end = path.find('/', end + 1)) {
+        makeDirectory(path.substr(0, end));
+    }
+    makeDirectory(path);
+}
+
+/// Files that root makes in the drop-in directory under a umask of 077 must be readable to the
+/// account: a default ACL takes the place of the umask there.
+void letAccountReadNewFiles(const String& directory, const Identity& account) {
+    const String text =
+        Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);
+    const Acl acl(acl_from_text(text.c_str()));
+    if (!acl || acl_set_file(directory.c_str(), ACL_TYPE_DEFAULT, acl.get()) != 0) {
+        BLOCXX_THROW_ERRNO(SetupException,
+                           Format("cannot set the default access list of \"%1\"", directory));
+    }
+}
+
+void changeOwner(const String& path, const Identity& account) {
+    if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
+        BLOCXX_THROW_ERRNO(SetupException,
+                           Format("cannot give \"%1\" to the account \"%2\"", path, ACCOUNT));
+    }
+}
+
+}  // namespace
+
+void makeDirectories(const Layout& layout, const std::optional<Identity>& account) {
+    makeDirectoryWithParents(layout.dropInDirectory());
+    makeDirectoryWithParents(layout.privilegesDirectory());
+    makeDirectoryWithParents(layout.ownPrivilegesDirectory());
+    makeDirectoryWithParents(layout.dataDirectory());
+    if (account) {
+        letAccountReadNewFiles(layout.dropInDirectory(), *account);
+        changeOwner(layout.dataDirectory(), *account);
+    }
+}
+
+void makePrivateDirectory(const String& path) {
+    if (!FileSystem::makeDirectory(path, PRIVATE_MODE)) {
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+    }
+}
+
+void handOver(const String& directory, const Identity& account) {
+    std::error_code failure;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, failure)) {
+        changeOwner(entry.path().string(), account);
+    }
+    if (failure) {
+        errno = failure.value();
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot list the directory \"%1\"", directory));
+    }
+    changeOwner(directory, account);
+}
+
+void writeDefaultConfig(const String& path) {
+    if (isTaken(path)) {
+        return;
+    }
+    blocxx::File file = FileSystem::createFile(path);
+    const auto size = static_cast<ssize_t>(DEFAULT_CONFIG.size());
+    const bool written = file && file.write(DEFAULT_CONFIG.data(), DEFAULT_CONFIG.size()) == size &&
+                         file.flush() == 0 && file.close() == 0 &&
+                         FileSystem::changeFileMode(path, CONFIG_FILE_MODE);
+    if (!written) {
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot write \"%1\"", path));
+    }
+}
+
+void syncDirectory(const String& path) {
+    if (!FileSystem::syncDirectory(path)) {
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot put \"%1\" on the disk", path));
+    }
+}
+
+bool isTaken(const String& path) {
+    struct stat unused {};
+    if (lstat(path.c_str(), &unused) == 0) {
+        return true;
+    }
+    if (errno == ENOENT) {
+        return false;
+    }
+    BLOCXX_THROW_ERRNO(SetupException, Format("cannot look at \"%1\"", path));
+}
+
+}  // namespace KovSetup

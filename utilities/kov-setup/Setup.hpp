@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Making an installation ready for use: account, directories, default configuration and an empty
+// repository with the schema. Carries out nothing where a repository is already.
+#pragma once
+
+#include "utilities/kov-setup/Layout.hpp"
+
+namespace KovSetup {
+
+/// Throws blocxx::Exception; the directories made by then stay, a repository does not.
+void setUp(const Layout& layout);
+
+}  // namespace KovSetup

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What kov-setup fails with: one text for the operator, printed by main alone.
+#pragma once
+
+#include "blocxx/Exception.hpp"
+
+namespace KovSetup {
+
+BLOCXX_DECLARE_EXCEPTION(Setup)
+
+}  // namespace KovSetup
