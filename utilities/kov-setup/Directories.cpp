@@ -43,7 +43,7 @@ void makeDirectory(const String& path) {
     if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
         // The umask has taken bits away.
         if (!FileSystem::changeFileMode(path, PUBLIC_MODE)) {
-            BLOCXX_THROW_ERRNO(SetupException, Format("cannot set the mode of \"%1\"", path));
+            failWithErrno(Format("cannot set the mode of \"%1\"", path));
         }
         return;
     }
@@ -52,7 +52,7 @@ void makeDirectory(const String& path) {
         return;
     }
     errno = error;
-    BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+    failWithErrno(Format("cannot make the directory \"%1\"", path));
 }
 
 void makeDirectoryWithParents(const String& path) {
@@ -72,15 +72,13 @@ void letAccountReadNewFiles(const String& directory, const Identity& account) {
         Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);
     const Acl acl(acl_from_text(text.c_str()));
     if (!acl || acl_set_file(directory.c_str(), ACL_TYPE_DEFAULT, acl.get()) != 0) {
-        BLOCXX_THROW_ERRNO(SetupException,
-                           Format("cannot set the default access list of \"%1\"", directory));
+        failWithErrno(Format("cannot set the default access list of \"%1\"", directory));
     }
 }
 
 void changeOwner(const String& path, const Identity& account) {
     if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
-        BLOCXX_THROW_ERRNO(SetupException,
-                           Format("cannot give \"%1\" to the account \"%2\"", path, ACCOUNT));
+        failWithErrno(Format("cannot give \"%1\" to the account \"%2\"", path, ACCOUNT));
     }
 }
 
@@ -99,7 +97,7 @@ void makeDirectories(const Layout& layout, const std::optional<Identity>& accoun
 
 void makePrivateDirectory(const String& path) {
     if (!FileSystem::makeDirectory(path, PRIVATE_MODE)) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+        failWithErrno(Format("cannot make the directory \"%1\"", path));
     }
 }
 
@@ -110,7 +108,7 @@ void handOver(const String& directory, const Identity& account) {
     }
     if (failure) {
         errno = failure.value();
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot list the directory \"%1\"", directory));
+        failWithErrno(Format("cannot list the directory \"%1\"", directory));
     }
     changeOwner(directory, account);
 }
@@ -125,13 +123,13 @@ void writeDefaultConfig(const String& path) {
                          file.flush() == 0 && file.close() == 0 &&
                          FileSystem::changeFileMode(path, CONFIG_FILE_MODE);
     if (!written) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot write \"%1\"", path));
+        failWithErrno(Format("cannot write \"%1\"", path));
     }
 }
 
 void syncDirectory(const String& path) {
     if (!FileSystem::syncDirectory(path)) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot put \"%1\" on the disk", path));
+        failWithErrno(Format("cannot put \"%1\" on the disk", path));
     }
 }
 
@@ -143,7 +141,7 @@ bool isTaken(const String& path) {
     if (errno == ENOENT) {
         return false;
     }
-    BLOCXX_THROW_ERRNO(SetupException, Format("cannot look at \"%1\"", path));
+    failWithErrno(Format("cannot look at \"%1\"", path));
 }
 
 }  // namespace KovSetup

@@ -9,4 +9,7 @@ namespace KovSetup {
 
 BLOCXX_DECLARE_EXCEPTION(Setup)
 
+/// Throws SetupException with the text and what the system says of the current errno.
+[[noreturn]] void failWithErrno(const blocxx::String& attempt);
+
 }  // namespace KovSetup
