@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cimom/FNDaemonControl.hpp"
+
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+#include "blocxx/Secure.hpp"
+#include "fennik/undo/ExecuteUnprivileged.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using blocxx::Logger;
+
+namespace {
+
+#define KOV_INIT_SCRIPT_DIR "/opt/tarvo/kov/sbin"
+#define KOV_INIT_SCRIPT_NAME "tarvo-owcimomd_init"
+
+// A daemon with a large repository may take long; a whole day means that it hangs.
+constexpr int INIT_SCRIPT_TIME_LIMIT = 86400;
+
+void runOrThrow(const String& command, const char* messageHead, int errorCode) {
+    String output;
+    const int status = runInitScript(command, output);
+    if (status != 0) {
+        const Format tail(" exited with status %1 and output: %2", status, output);
+        BLOCXX_THROW_ERR(FennikException,
+                         String(messageHead) + KOV_INIT_SCRIPT_NAME + tail.toString(), errorCode);
+    }
+}
+
+}  // namespace
+
+int runInitScript(const String& command, String& output) {
+    const Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, Format("Runing init script with command \"%1\"", command));
+    const String commandLine = KOV_INIT_SCRIPT_DIR "/" KOV_INIT_SCRIPT_NAME " " + command;
+    blocxx::Process::Status status;
+    executeUnprivileged(blocxx::tokenize(commandLine), output, "InitScript: ", "", &status,
+                        INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment());
+    if (!status.terminated()) {
+        BLOCXX_THROW_ERR(
+            FennikException,
+            Format("Failed running %1: %2 and output: %3", commandLine, status, output), 21);
+    }
+    BLOCXX_LOG_DEBUG(logger, Format("Init script returned %1", status));
+    return status.exitStatus();
+}
+
+int cimomStatus() {
+    String output;
+    return runInitScript("status", output);
+}
+
+void stopOwcimomd() {
+    runOrThrow("stop", "Failed to stop owcimomd. " KOV_INIT_SCRIPT_DIR "/", 23);
+}
+
+void startOwcimomd() {
+    runOrThrow("start", "Failed starting owcimomd. " KOV_INIT_SCRIPT_DIR "/", 22);
+}
+
+void restartCimomIfRunning(bool buildSystem) {
+    if (!buildSystem && cimomStatus() == 0) {
+        runOrThrow("restart", "Failed restarting owcimomd. " KOV_INIT_SCRIPT_DIR "/", 21);
+    }
+}
+
+namespace {
+
+/// A debug log that cannot be written must not make a guard's end throw.
+void logError(const String& message) noexcept {
+    try {
+        Logger("fennik").error(message, __FILE__, __LINE__);
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+}  // namespace
+
+void StartCimomIfTrue(bool wasStopped, bool& startFailed) noexcept {
+    startFailed = wasStopped;
+    if (!wasStopped) {
+        return;
+    }
+    try {
+        startOwcimomd();
+        startFailed = false;
+    } catch (const FennikException& e) {
+        logError(Format("Failed to start cimom.  Details: %1", e));
+    } catch (...) {
+        logError("An unknown error has occurred while trying to start owcimomd.\n");
+    }
+}
+
+StopAndStartCimom::StopAndStartCimom(bool buildSystem, bool& startFailed)
+    : m_startFailed(startFailed) {
+    if (buildSystem || cimomStatus() != 0) {
+        return;
+    }
+    m_stoppedByMe = true;
+    stopOwcimomd();
+}
+
+StopAndStartCimom::~StopAndStartCimom() {
+    StartCimomIfTrue(m_stoppedByMe, m_startFailed);
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cimom/FNUtils.hpp"
+
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using OpenWBEM::CIMObjectPath;
+using OpenWBEM::String;
+
+CIMObjectPath productPath(const String& productName) {
+    CIMObjectPath path("KOV_Product", "kov");
+    path.setKeyValue("Name", OpenWBEM::CIMValue(productName));
+    return path;
+}
+
+CIMObjectPath CheckProductRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle,
+                                       const String& productName) {
+    const blocxx::Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, Format("Checking product registration for \"%1\"", productName));
+    CIMObjectPath path = productPath(productName);
+    try {
+        handle->getInstance("kov", path);
+    } catch (const OpenWBEM::CIMException& e) {
+        if (e.getErrNo() == OpenWBEM::CIMException::NOT_FOUND) {
+            throw FennikException(__FILE__, __LINE__, "The product has not been registered.", 3,
+                                  &e);
+        }
+        BLOCXX_LOG_DEBUG(logger, Format("CheckProductRegistration Caught exception: %1", e));
+        throw FennikException(__FILE__, __LINE__, "Error while checking product registration", 127,
+                              &e);
+    }
+    return path;
+}
+
+}  // namespace KOVNS2

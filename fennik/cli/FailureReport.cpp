@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cli/FailureReport.hpp"
+
+#include "blocxx/Format.hpp"
+#include "fennik/cli/Options.hpp"
+#include "fennik/cli/StandardStreams.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::CmdLineParser;
+using blocxx::CmdLineParserException;
+using StandardStreams::writeError;
+
+namespace {
+
+constexpr int FAILURE = 1;
+
+void reportCommandLine(const CmdLineParserException& e) {
+    if (e.getErrorCode() == CmdLineParser::E_INVALID_OPTION) {
+        writeError(String("Invalid option: ") + e.getMessage() + "\n");
+    } else if (e.getErrorCode() == CmdLineParser::E_MISSING_ARGUMENT) {
+        writeError(String("Argument not specified for option: ") + e.getMessage() + "\n");
+    }
+    Usage();
+}
+
+void reportLogger(const blocxx::LoggerException& e) {
+    writeError("An error has occurred.\nDetails: " + toString(e) + "\n");
+}
+
+void reportDetails(const blocxx::Logger& logger, const blocxx::String& details) {
+    try {
+        BLOCXX_LOG_ERROR(logger, blocxx::Format("An error has occurred.\nDetails: %1", details));
+    } catch (const blocxx::LoggerException& e) {
+        // The first failure has reached standard error already.
+        reportLogger(e);
+    }
+}
+
+int reportCurrent(const blocxx::Logger& logger) {
+    try {
+        throw;
+    } catch (const CmdLineParserException& e) {
+        reportCommandLine(e);
+    } catch (const FennikException& e) {
+        reportDetails(logger, toString(e));
+        return e.getErrorCode();
+    } catch (const blocxx::LoggerException& e) {
+        reportLogger(e);
+    } catch (const blocxx::Exception& e) {  // CIM failures among them
+        reportDetails(logger, toString(e));
+    } catch (const std::exception& e) {
+        reportDetails(logger, e.what());
+    } catch (...) {
+        writeError("An unknown error has occurred.\n");
+    }
+    return FAILURE;
+}
+
+}  // namespace
+
+int reportFailure(const blocxx::Logger& logger) noexcept {
+    try {
+        return reportCurrent(logger);
+    } catch (...) {
+        writeError("An unknown error has occurred.\n");
+        return FAILURE;
+    }
+}
+
+}  // namespace KOVNS2

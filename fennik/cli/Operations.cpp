@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cli/Operations.hpp"
+
+#include "fennik/cimom/FNDaemonControl.hpp"
+#include "fennik/cimom/NotBuiltYet.hpp"
+#include "fennik/cli/StandardStreams.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/product/FNConfigFile.hpp"
+#include "fennik/product/FNProductRegistration.hpp"
+
+namespace KOVNS2 {
+
+namespace {
+
+String value(const Run& run, OptionId option) {
+    return run.parser.mustGetOptionValue(option);
+}
+
+StringArray values(const Run& run, OptionId option) {
+    return run.parser.mustGetOptionValueList(option);
+}
+
+String productName(const Run& run) {
+    return value(run, NAME_OPT);
+}
+
+void printLines(const StringArray& lines) {
+    for (const String& line : lines) {
+        StandardStreams::writeOut(line + "\n");
+    }
+}
+
+void registerProductOperation(Run& run) {
+    const String name = productName(run);
+    registerProduct(run.handle, name, values(run, USERNAME_OPT), run.prefix);
+    restartCimomIfRunning(run.buildSystem);
+}
+
+void listRegisteredProductsOperation(Run& run) {
+    printLines(listRegisteredProducts(run.handle));
+}
+
+void setConfigOperation(Run& run) {
+    const String name = productName(run);
+    setConfigFile(name, value(run, SET_OWCIMOMD_CONFIG_OPT), run.prefix);
+    restartCimomIfRunning(run.buildSystem);
+}
+
+void removeConfigOperation(Run& run) {
+    const String name = productName(run);
+    CleanupActions_t undo;
+    undoOnFailure(undo, [&] {
+        rmConfigFile(name, run.prefix, undo);
+        restartCimomIfRunning(run.buildSystem);
+    });
+}
+
+void getConfigOperation(Run& run) {
+    StandardStreams::writeOut(getConfigFile(productName(run), run.prefix));
+}
+
+// The commit stands inside the guarded region: where it fails, the undo steps still run.
+void registerNamespaceOperation(Run& run) {
+    const String name = productName(run);
+    const StringArray namespaces = values(run, REGISTER_NAMESPACE_OPT);
+    const StringArray users = values(run, USERNAME_OPT);
+    const StringArray readOnlyUsers = run.parser.getOptionValueList(RO_USERNAME_OPT);
+    CleanupActions_t undo;
+    undoOnFailure(undo, [&] {
+        registerNamespaces(run.handle, name, users, readOnlyUsers, namespaces, run.prefix, undo);
+        run.handle->commit();
+    });
+}
+
+void listNamespacesOperation(Run& run) {
+    printLines(listNamespaces(run.handle, productName(run)));
+}
+
+[[noreturn]] void notBuiltYet(const char* option) {
+    BLOCXX_THROW(NotBuiltYetException, String(option) + " is not built yet");
+}
+
+void deregisterOperation(Run& run) {
+    productName(run);
+    notBuiltYet("--deregister");
+}
+
+void registerProvidersOperation(Run& run) {
+    productName(run);
+    notBuiltYet("--register-providers");
+}
+
+void listProvidersOperation(Run& run) {
+    productName(run);
+    notBuiltYet("--list-providers");
+}
+
+void deregisterNamespaceOperation(Run& run) {
+    productName(run);
+    notBuiltYet("--deregister-namespace");
+}
+
+void dumpProductStateOperation(Run&) {
+    notBuiltYet("--dump-product-state");
+}
+
+void restoreProductStateOperation(Run&) {
+    notBuiltYet("--restore-product-state");
+}
+
+constexpr Operation OPERATIONS[] = {
+    {REGISTER_OPT, registerProductOperation},
+    {DEREGISTER_OPT, deregisterOperation},
+    {LIST_REGISTERED_PRODUCTS_OPT, listRegisteredProductsOperation},
+    {SET_OWCIMOMD_CONFIG_OPT, setConfigOperation},
+    {REMOVE_OWCIMOMD_CONFIG_OPT, removeConfigOperation},
+    {GET_OWCIMOMD_CONFIG_OPT, getConfigOperation},
+    {REGISTER_PROVIDERS_OPT, registerProvidersOperation},
+    {LIST_PROVIDERS_OPT, listProvidersOperation},
+    {REGISTER_NAMESPACE_OPT, registerNamespaceOperation},
+    {DEREGISTER_NAMESPACE_OPT, deregisterNamespaceOperation},
+    {LIST_NAMESPACES_OPT, listNamespacesOperation},
+    {DUMP_PRODUCT_STATE_OPT, dumpProductStateOperation},
+    {RESTORE_PRODUCT_STATE_OPT, restoreProductStateOperation},
+};
+
+}  // namespace
+
+std::span<const Operation> operations() {
+    return OPERATIONS;
+}
+
+}  // namespace KOVNS2

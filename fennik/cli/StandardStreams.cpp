@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cli/StandardStreams.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "blocxx/Exception.hpp"
+
+namespace KOVNS2::StandardStreams {
+
+namespace {
+
+/// Writes everything; false with errno set when that fails.
+bool writeAll(int fd, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t written = ::write(fd, text.data(), text.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            text.remove_prefix(static_cast<size_t>(written));
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+void prepare() {
+    std::signal(SIGPIPE, SIG_IGN);
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) {
+            // The lowest free number is fd. Using it fails as it would have failed without us.
+            ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+void writeOut(std::string_view text) {
+    if (writeAll(STDOUT_FILENO, text)) {
+        return;
+    }
+    if (errno == EPIPE) {
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
+    BLOCXX_THROW_ERRNO(blocxx::IOException, "Unable to write to standard output");
+}
+
+void writeError(std::string_view text) noexcept {
+    writeAll(STDERR_FILENO, text);
+}
+
+}  // namespace KOVNS2::StandardStreams

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the tool writes to its standard streams, apart from the log.
+#pragma once
+
+#include "blocxx/String.hpp"
+
+namespace KOVNS2::StandardStreams {
+
+/// Keeps the numbers 0 to 2 from being given to files that the run opens, where the caller closed
+/// them, and lets a broken pipe be an error instead of a sudden end between a change and its undo.
+void prepare();
+
+/// Writes to standard output as it is. Throws IOException. When the reader has gone, the process
+/// ends quietly by SIGPIPE: only for operations that have nothing to undo.
+void writeOut(std::string_view text);
+/// Writes to standard error; a failure is ignored, as there is nowhere left to report it.
+void writeError(std::string_view text) noexcept;
+
+}  // namespace KOVNS2::StandardStreams

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Registering. Deregistering and listing are in NamespaceDeregistration.cpp and
+// NamespaceListing.cpp.
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+
+#include <boost/bind/bind.hpp>
+
+#include "blocxx/FileSystem.hpp"
+#include "fennik/cimom/FNUtils.hpp"
+#include "fennik/namespace/NamespaceCleanupActions.hpp"
+#include "fennik/namespace/NamespaceModel.hpp"
+#include "openwbem/mof/MOFCompiler.hpp"
+
+namespace KOVNS2 {
+
+using namespace OpenWBEM::WBEMFlags;
+using namespace NamespaceModel;
+using OpenWBEM::CIMClass;
+using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMObjectPath;
+using OpenWBEM::CIMQualifierType;
+using OpenWBEM::CIMValue;
+
+namespace {
+
+/// One registration: what it is for, and where its undo steps go.
+class Registration {
+public:
+    Registration(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
+                 const String& prefix, CleanupActions_t& undo)
+        : m_handle(handle),
+          m_productName(productName),
+          m_qualifiersFile(prefix + "/opt/tarvo/kov/share/openwbem/qualifiers.mof"),
+          m_undo(undo),
+          m_productPath(CheckProductRegistration(handle, productName)),
+          m_namespaces(GetNSUtils(handle)) {}
+
+    void registerNamespace(const String& ns, const StringArray& userNames,
+                           const StringArray& readOnlyUserNames) {
+        createNamespace(ns);
+        grantAccess(ns, userNames, readOnlyUserNames);
+        importQualifiers(ns);
+        associate(ns, reserve(ns));
+    }
+
+private:
+    void createNamespace(const String& ns) {
+        log().debug("Creating namespace \"%1\"", ns);
+        m_namespaces->CreateNamespace(ns);
+        m_undo.push_back(boost::bind(&deleteNamespace, m_namespaces, ns));
+    }
+
+    void grantAccess(const String& ns, const StringArray& userNames,
+                     const StringArray& readOnlyUserNames) {
+        const CIMClass aclClass = fetchClass(SECURITY_NS, USER_ACL);
+        for (const String& user : userNames) {
+            if (user != "root") {
+                log().debug("Giving user \"%1\" read/write access to \"%2\"", user, ns);
+                createAccess(aclClass, ns, user, "rwRW");
+            }
+        }
+        for (const String& user : readOnlyUserNames) {
+            if (user != "root") {
+                log().debug("Giving user \"%1\" read access to \"%2\"", user, ns);
+                createAccess(aclClass, ns, user, "rR");
+            }
+        }
+        log().debug("Giving root read/write access to \"%1\"", ns);
+        createAccess(aclClass, ns, "root", "rwRW");
+    }
+
+    void createAccess(const CIMClass& aclClass, const String& ns, const String& user,
+                      const char* capability) {
+        CIMInstance access = aclClass.newInstance();
+        access.setProperty("nspace", CIMValue(ns));
+        access.setProperty("username", CIMValue(user));
+        access.setProperty("capability", CIMValue(capability));
+        create(SECURITY_NS, access);
+    }
+
+    void importQualifiers(const String& ns) {
+        log().debug("Importing qualifiers into namespace \"%1\"", ns);
+        for (const CIMQualifierType& qualifierType : standardQualifiers(ns)) {
+            m_handle->setQualifierType(ns, qualifierType);
+            m_undo.push_back(boost::bind(&deleteQualifierType, boost::ref(*m_handle), ns,
+                                         qualifierType.getName()));
+        }
+    }
+
+    /// Compiled for the first namespace; the declarations are the same in every other.
+    const OpenWBEM::Array<CIMQualifierType>& standardQualifiers(const String& ns) {
+        if (!m_qualifiersRead) {
+            OpenWBEM::Array<CIMInstance> instances;
+            OpenWBEM::Array<CIMClass> classes;
+            OpenWBEM::MOF::compileMOF(blocxx::FileSystem::getFileContents(m_qualifiersFile),
+                                      m_handle, ns, instances, classes, m_qualifiers,
+                                      m_qualifiersFile);
+            m_qualifiersRead = true;
+        }
+        return m_qualifiers;
+    }
+
+    CIMObjectPath reserve(const String& ns) {
+        log().debug("Marking namespace \"%1\" as reserved", ns);
+        CIMInstance reservation = fetchClass(KOV_NS, RESERVED_NAMESPACE).newInstance();
+        reservation.setProperty("Name", CIMValue(ns));
+        return create(KOV_NS, reservation);
+    }
+
+    void associate(const String& ns, const CIMObjectPath& reservation) {
+        log().debug("Creating product->namespace association \"%1\"->\"%2\"", m_productName, ns);
+        CIMInstance association = fetchClass(KOV_NS, PRODUCT_RESERVED_NAMESPACE).newInstance();
+        association.setProperty("Product", CIMValue(m_productPath));
+        association.setProperty("ReservedNamespace", CIMValue(reservation));
+        create(KOV_NS, association);
+    }
+
+    CIMClass fetchClass(const char* ns, const char* className) {
+        return m_handle->getClass(ns, className, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                  E_INCLUDE_CLASS_ORIGIN);
+    }
+
+    CIMObjectPath create(const char* ns, const CIMInstance& instance) {
+        const CIMObjectPath path = m_handle->createInstance(ns, instance);
+        m_undo.push_back(boost::bind(&deleteInstance, boost::ref(*m_handle), String(ns), path));
+        return path;
+    }
+
+    const OpenWBEM::CIMOMHandleIFCRef& m_handle;
+    const String& m_productName;
+    const String m_qualifiersFile;
+    CleanupActions_t& m_undo;
+    const CIMObjectPath m_productPath;
+    const NamespaceUtilsRef m_namespaces;
+    bool m_qualifiersRead = false;
+    OpenWBEM::Array<CIMQualifierType> m_qualifiers;
+};
+
+}  // namespace
+
+void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
+                        const StringArray& userNames, const StringArray& readOnlyUserNames,
+                        const StringArray& namespaces, const String& prefix,
+                        CleanupActions_t& undo) {
+    log().debug("Registering namespaces for product \"%1\": \"%2\"", productName,
+                Quoted{namespaces});
+    CheckNSBeginWithProd(namespaces, productName, 6);
+    Registration registration(handle, productName, prefix, undo);
+    for (const String& ns : namespaces) {
+        registration.registerNamespace(ns, userNames, readOnlyUserNames);
+    }
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cimom/FNUtils.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/namespace/NamespaceModel.hpp"
+#include "fennik/namespace/NamespaceUtils.hpp"
+
+namespace KOVNS2 {
+
+using namespace NamespaceModel;
+using OpenWBEM::CIMObjectPath;
+using OpenWBEM::CIMValue;
+
+namespace {
+
+void removeAccess(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const StringArray& users) {
+    log().debug("Removing user permissions for namespace \"%1\"", ns);
+    for (const String& user : users) {
+        CIMObjectPath access(USER_ACL, SECURITY_NS);
+        access.setKeyValue("nspace", CIMValue(ns)).setKeyValue("username", CIMValue(user));
+        handle.deleteInstance(SECURITY_NS, access);
+    }
+}
+
+void removeReservation(OpenWBEM::CIMOMHandleIFC& handle, const String& productName,
+                       const String& ns) {
+    CIMObjectPath reservation(RESERVED_NAMESPACE, KOV_NS);
+    reservation.setKeyValue("Name", CIMValue(ns));
+    CIMObjectPath association(PRODUCT_RESERVED_NAMESPACE, KOV_NS);
+    association.setKeyValue("Product", CIMValue(productPath(productName)))
+        .setKeyValue("ReservedNamespace", CIMValue(reservation));
+
+    log().debug("Deleting product->namespace association");
+    handle.deleteInstance(KOV_NS, association);
+    log().debug("Deleting namespace reservation for \"%1\"", ns);
+    handle.deleteInstance(KOV_NS, reservation);
+}
+
+}  // namespace
+
+void deregisterNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
+                          const StringArray& namespaces) {
+    log().debug("Deregistering namespaces for product \"%1\": \"%2\"", productName,
+                Quoted{namespaces});
+    CheckNSBeginWithProd(namespaces, productName, 7);
+    CheckProductRegistration(handle, productName);
+    const NamespaceUtilsRef namespaceUtils = GetNSUtils(handle);
+    for (const String& ns : namespaces) {
+        StringArray users;
+        loadNamespaceUsers(handle, ns, users);
+        removeAccess(*handle, ns, users);
+        log().debug("Deleting namespace \"%1\"", ns);
+        namespaceUtils->DeleteNamespace(ns);
+        removeReservation(*handle, productName, ns);
+    }
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The CIM names that registering, deregistering and listing namespaces have in common.
+#pragma once
+
+#include "fennik/undo/UnitLog.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
+
+namespace KOVNS2::NamespaceModel {
+
+using blocxx::String;
+using blocxx::StringArray;
+
+inline constexpr const char* KOV_NS = "kov";
+inline constexpr const char* SECURITY_NS = "root/security";
+inline constexpr const char* USER_ACL = "OpenWBEM_UserACL";
+inline constexpr const char* RESERVED_NAMESPACE = "KOV_ReservedNamespace";
+inline constexpr const char* PRODUCT_RESERVED_NAMESPACE = "KOV_ProductReservedNamespace";
+
+UnitLog log();
+
+/// A list in a log line that puts it in quotes: "a" "b".
+struct Quoted {
+    const StringArray& list;
+};
+std::ostream& operator<<(std::ostream& out, const Quoted& quoted);
+
+/// Throws FennikException `errorCode` for the first namespace that the product may not own.
+void CheckNSBeginWithProd(const StringArray& namespaces, const String& productName, int errorCode);
+
+}  // namespace KOVNS2::NamespaceModel

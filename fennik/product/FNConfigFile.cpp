@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/product/FNConfigFile.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <boost/bind/bind.hpp>
+#include <cerrno>
+#include <optional>
+
+#include "blocxx/FileSystem.hpp"
+#include "fennik/product/ProductPaths.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/TempFile.hpp"
+#include "fennik/undo/UnitLog.hpp"
+
+namespace KOVNS2 {
+
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+UnitLog log() {
+    return UnitLog("");
+}
+
+/// The snippet's content; none when there is no snippet. A link in its place is not followed: the
+/// file that it leads to is not the product's to show or to restore.
+std::optional<String> readSnippet(const String& productName, const String& path) {
+    if (!ProductPaths::canNameFile(productName)) {
+        return std::nullopt;
+    }
+    blocxx::File file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        if (errno == ENOENT) {
+            return std::nullopt;
+        }
+        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to open " + path);
+    }
+    return FileSystem::readToEnd(file, path);
+}
+
+String readStandardInput() {
+    blocxx::File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!input) {
+        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to read standard input");
+    }
+    return FileSystem::readToEnd(input, "standard input");
+}
+
+String readSource(const String& source, const String& prefix) {
+    if (source == "-") {
+        return readStandardInput();
+    }
+    const String path = prefix + source;
+    if (!FileSystem::exists(path)) {
+        BLOCXX_THROW_ERR(FennikException, "The specified path " + path + " : does not exist.", 15);
+    }
+    return FileSystem::getFileContents(path);
+}
+
+/// Removes the temporary file and throws what went wrong with it.
+[[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
+                                              int errnum) {
+    String details = blocxx::ExceptionDetail::FormatMsg(message, errnum);
+    if (!FileSystem::removeFile(tempPath)) {
+        details +=
+            ". Unable to delete temp file. You should run rm " + tempPath + " to delete the file.";
+    }
+    BLOCXX_THROW_ERR(FennikException, details, 16);
+}
+
+void writeAndClose(blocxx::File& file, const String& tempPath, const String& content) {
+    const ssize_t written = file.write(content.data(), content.size());
+    if (written == -1) {
+        CleanupTempFile_ReportErrno("Unable to write to temp file.", tempPath, errno);
+    }
+    if (static_cast<size_t>(written) < content.size()) {
+        CleanupTempFile_ReportErrno("Incomplete write while creating temp file.", tempPath, errno);
+    }
+    // Synced before the rename: after a power cut the snippet's name must not stand over nothing.
+    if (file && (file.flush() != 0 || file.close() != 0)) {
+        CleanupTempFile_ReportErrno("Error closing " + tempPath, tempPath, errno);
+    }
+}
+
+void renameIntoPlace(const String& productName, const String& tempPath, const String& path) {
+    errno = EINVAL;
+    if (!ProductPaths::canNameFile(productName) || !FileSystem::renameFile(tempPath, path)) {
+        CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errno);
+    }
+}
+
+}  // namespace
+
+String getConfigFile(const String& productName, const String& prefix) {
+    return readSnippet(productName, ProductPaths::configSnippet(productName, prefix)).value_or("");
+}
+
+void setConfigFile(const String& productName, const String& source, const String& prefix) {
+    setConfigFileFromString(productName, readSource(source, prefix), prefix);
+}
+
+// The rename is the commit point: before it an old snippet is untouched, and a run that dies leaves
+// only the temporary file.
+void setConfigFileFromString(const String& productName, const String& content,
+                             const String& prefix) {
+    const String path = ProductPaths::configSnippet(productName, prefix);
+    log().debug("Setting config file \"%1\" with contents:\n%2", path, content);
+    TempFile temp(ProductPaths::configDirectory(prefix));
+    auto [file, tempPath] = temp.release();
+    writeAndClose(file, tempPath, content);
+    renameIntoPlace(productName, tempPath, path);
+    log().debug("Successfully created config file \"%1\"", path);
+}
+
+void rmConfigFile(const String& productName, const String& prefix, CleanupActions_t& undo) {
+    const String path = ProductPaths::configSnippet(productName, prefix);
+    const std::optional<String> content = readSnippet(productName, path);
+    if (!content) {
+        return;
+    }
+    if (!FileSystem::removeFile(path)) {
+        BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path, 17);
+    }
+    undo.push_back(boost::bind(&cleanupWriteFile, path, *content));
+}
+
+}  // namespace KOVNS2
