@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Objects as Cap'n Proto messages: the form in which they are stored and sent. Decoding takes any
-// bytes: what is not a well-formed message of the kind asked for is a CodecException, never a crash,
-// and costs memory in proportion to the bytes.
+// bytes: what is not a well-formed message of the kind asked for is a CodecException, never a
+// crash, and costs memory in proportion to the bytes.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/wire/CIMCodec.hpp"
+
+#include <capnp/message.h>
+#include <capnp/serialize.h>
+
+#include <cstring>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/wire/CIMDecoder.hpp"
+#include "openwbem/wire/CIMEncoder.hpp"
+#include "openwbem/wire/ValueTypes.hpp"
+
+namespace OpenWBEM::Codec {
+
+namespace {
+
+/// How many times over a message may be read: each object once, with what the library itself counts
+/// double. Pointers may lead to the same place more often than that in hostile messages only.
+constexpr uint64_t TRAVERSALS = 4;
+constexpr uint64_t TRAVERSAL_SLACK_WORDS = 1024;
+
+template <class Struct, class... Args>
+String encodeAs(const Args&... args) {
+    try {
+        capnp::MallocMessageBuilder message;
+        Encoder().put(message.initRoot<Struct>(), args...);
+        const kj::Array<capnp::word> words = capnp::messageToFlatArray(message);
+        const auto bytes = words.asChars();
+        return String(bytes.begin(), bytes.size());
+    } catch (const kj::Exception& e) {
+        BLOCXX_THROW(CodecException,
+                     blocxx::Format("the object cannot be encoded: %1", e.getDescription().cStr()));
+    }
+}
+
+capnp::ReaderOptions readerOptions(size_t words) {
+    capnp::ReaderOptions options;
+    options.traversalLimitInWords = TRAVERSALS * words + TRAVERSAL_SLACK_WORDS;
+    options.nestingLimit = static_cast<int>(MAX_OBJECT_DEPTH * POINTERS_PER_OBJECT);
+    return options;
+}
+
+/// Cap'n Proto reads whole words in their alignment; other bytes are copied.
+class AlignedWords {
+public:
+    explicit AlignedWords(Bytes bytes) {
+        const size_t words = bytes.size() / sizeof(capnp::word);
+        if (reinterpret_cast<uintptr_t>(bytes.data()) % alignof(capnp::word) == 0) {
+            m_words = kj::arrayPtr(reinterpret_cast<const capnp::word*>(bytes.data()), words);
+            return;
+        }
+        m_copy = kj::heapArray<capnp::word>(words);
+        std::memcpy(m_copy.begin(), bytes.data(), words * sizeof(capnp::word));
+        m_words = m_copy;
+    }
+    kj::ArrayPtr<const capnp::word> get() const { return m_words; }
+
+private:
+    kj::Array<capnp::word> m_copy;
+    kj::ArrayPtr<const capnp::word> m_words;
+};
+
+template <class Struct>
+auto decodeAs(Bytes bytes) {
+    try {
+        const AlignedWords words(bytes);
+        capnp::FlatArrayMessageReader message(words.get(), readerOptions(words.get().size()));
+        if (bytes.size() % sizeof(capnp::word) != 0 || message.getEnd() != words.get().end()) {
+            BLOCXX_THROW(CodecException, "the message has another length than it says");
+        }
+        return Decoder().get(message.getRoot<Struct>());
+    } catch (const kj::Exception& e) {
+        BLOCXX_THROW(CodecException,
+                     blocxx::Format("not a well-formed message: %1", e.getDescription().cStr()));
+    } catch (const CIMException& e) {
+        BLOCXX_THROW(CodecException, blocxx::Format("not a valid CIM object: %1", e.getMessage()));
+    }
+}
+
+}  // namespace
+
+String encode(const CIMClass& cls) {
+    return encodeAs<wire::Class>(cls, Encoder::Form::DECLARED);
+}
+String encode(const CIMInstance& instance) {
+    return encodeAs<wire::Instance>(instance);
+}
+String encode(const CIMQualifierType& qualifierType) {
+    return encodeAs<wire::QualifierType>(qualifierType);
+}
+String encode(const CIMObjectPath& path) {
+    return encodeAs<wire::ObjectPath>(path);
+}
+
+CIMClass decodeClass(Bytes bytes) {
+    return decodeAs<wire::Class>(bytes);
+}
+CIMInstance decodeInstance(Bytes bytes) {
+    return decodeAs<wire::Instance>(bytes);
+}
+CIMQualifierType decodeQualifierType(Bytes bytes) {
+    return decodeAs<wire::QualifierType>(bytes);
+}
+CIMObjectPath decodeObjectPath(Bytes bytes) {
+    return decodeAs<wire::ObjectPath>(bytes);
+}
+
+}  // namespace OpenWBEM::Codec

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Reads the objects of the model from a Cap'n Proto message (cim.capnp) that anybody may have
+// written: whatever an object of the model could not be is a CodecException. Exceptions of KJ
+// (broken pointers, limits) pass through; the caller has set the limits of the message.
+#pragma once
+
+#include "cim.capnp.h"
+#include "openwbem/model/CIMClass.hpp"
+#include "openwbem/model/CIMInstance.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
+
+namespace OpenWBEM::Codec {
+
+class Decoder {
+public:
+    CIMClass get(wire::Class::Reader in);
+    CIMInstance get(wire::Instance::Reader in);
+    CIMObjectPath get(wire::ObjectPath::Reader in);
+    CIMQualifierType get(wire::QualifierType::Reader in);
+    CIMValue get(wire::Value::Reader in);
+
+private:
+    CIMQualifier get(wire::Qualifier::Reader in);
+    CIMProperty get(wire::Property::Reader in);
+    CIMProperty get(wire::NamedValue::Reader in);
+    CIMParameter get(wire::Parameter::Reader in);
+    CIMMethod get(wire::Method::Reader in);
+    template <class List>
+    auto getAll(List list);
+
+    template <class T>
+    CIMValue getSingle(wire::Value::Reader in);
+    template <class T>
+    CIMValue getArray(wire::Value::Reader in);
+    template <class List>
+    auto getObjects(List list, const Array<bool>& nulls);
+
+    unsigned m_depth = 0;
+};
+
+}  // namespace OpenWBEM::Codec

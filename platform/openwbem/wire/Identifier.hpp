@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Names of CIM elements (DSP0004 Annex A, IDENTIFIER), for those who take names from outside.
+#pragma once
+
+#include <string_view>
+
+namespace OpenWBEM {
+
+/// A letter, an underscore or a character above U+007F, followed by any number of these and digits;
+/// valid UTF-8.
+bool isIdentifier(std::string_view text) noexcept;
+
+}  // namespace OpenWBEM
