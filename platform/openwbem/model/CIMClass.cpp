@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Classes: their shared representation, look-ups, comparison, and the copies cut down for callers.
+#include "openwbem/model/CIMClass.hpp"
+
+#include "openwbem/model/CIMInstance.hpp"
+#include "openwbem/model/ModelSupport.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
+
+namespace OpenWBEM {
+
+using ModelSupport::emptyOf;
+
+struct CIMClass::Rep : CowRep<Rep> {
+    String name;
+    String superClass;
+    CIMQualifierArray qualifiers;
+    CIMPropertyArray properties;
+    CIMMethodArray methods;
+};
+
+OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMClass)
+
+CIMClass::CIMClass(String name, String superClass) {
+    Rep& rep = m_rep.write();
+    rep.name = std::move(name);
+    rep.superClass = std::move(superClass);
+}
+
+const String& CIMClass::getName() const noexcept {
+    return m_rep ? m_rep->name : emptyOf<String>();
+}
+
+const String& CIMClass::getSuperClass() const noexcept {
+    return m_rep ? m_rep->superClass : emptyOf<String>();
+}
+
+const CIMQualifierArray& CIMClass::getQualifiers() const noexcept {
+    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
+}
+
+const CIMPropertyArray& CIMClass::getProperties() const noexcept {
+    return m_rep ? m_rep->properties : emptyOf<CIMPropertyArray>();
+}
+
+const CIMMethodArray& CIMClass::getMethods() const noexcept {
+    return m_rep ? m_rep->methods : emptyOf<CIMMethodArray>();
+}
+
+CIMClass& CIMClass::setName(String name) {
+    m_rep.write().name = std::move(name);
+    return *this;
+}
+
+CIMClass& CIMClass::setSuperClass(String name) {
+    m_rep.write().superClass = std::move(name);
+    return *this;
+}
+
+CIMClass& CIMClass::setQualifiers(CIMQualifierArray qualifiers) {
+    m_rep.write().qualifiers = std::move(qualifiers);
+    return *this;
+}
+
+CIMClass& CIMClass::setProperties(CIMPropertyArray properties) {
+    m_rep.write().properties = std::move(properties);
+    return *this;
+}
+
+CIMClass& CIMClass::setMethods(CIMMethodArray methods) {
+    m_rep.write().methods = std::move(methods);
+    return *this;
+}
+
+const CIMProperty* CIMClass::getProperty(std::string_view name) const noexcept {
+    return ModelSupport::findNamed(getProperties(), name);
+}
+
+const CIMMethod* CIMClass::getMethod(std::string_view name) const noexcept {
+    return ModelSupport::findNamed(getMethods(), name);
+}
+
+CIMPropertyArray CIMClass::getKeys() const {
+    CIMPropertyArray keys;
+    for (const CIMProperty& property : getProperties()) {
+        // A class as declared is not marked yet; there the qualifier tells.
+        if (property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key")) {
+            keys.push_back(property);
+            keys.back().setKey(true);
+        }
+    }
+    return keys;
+}
+
+CIMInstance CIMClass::newInstance() const {
+    CIMPropertyArray properties;
+    properties.reserve(getProperties().size());
+    for (const CIMProperty& property : getProperties()) {
+        const bool key = property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key");
+        properties.push_back(ModelSupport::withoutQualifiers(property));
+        properties.back().setKey(key);
+    }
+    return CIMInstance(getName()).setProperties(std::move(properties));
+}
+
+CIMClass CIMClass::filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
+                          const StringArray* propertyList) const {
+    const ModelSupport::ObjectFilter cut(localOnly, includeQualifiers, includeClassOrigin,
+                                         propertyList);
+    if (!m_rep || cut.keepsAll()) {
+        return *this;
+    }
+    CIMClass result(getName(), getSuperClass());
+    Rep& rep = result.m_rep.write();
+    rep.qualifiers = cut.qualifiers(getQualifiers());
+    rep.properties = cut.properties(getProperties());
+    rep.methods = cut.methods(getMethods());
+    return result;
+}
+
+bool operator==(const CIMClass& a, const CIMClass& b) {
+    return a.m_rep.get() == b.m_rep.get() ||
+           (blocxx::equalsIgnoreCase(a.getName(), b.getName()) &&
+            blocxx::equalsIgnoreCase(a.getSuperClass(), b.getSuperClass()) &&
+            ModelSupport::equalInAnyOrder(a.getQualifiers(), b.getQualifiers()) &&
+            ModelSupport::equalInAnyOrder(a.getProperties(), b.getProperties()) &&
+            ModelSupport::equalInAnyOrder(a.getMethods(), b.getMethods()));
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The exception of failed operations. Its message begins with what the status code means, so that
+// people who see only the message know the kind of failure.
+#include "openwbem/model/CIMException.hpp"
+
+#include <iterator>
+#include <new>
+
+namespace OpenWBEM {
+
+namespace {
+
+// By status code.
+constexpr const char* DESCRIPTIONS[] = {"unknown failure",
+                                        "failed",
+                                        "access denied",
+                                        "invalid namespace",
+                                        "invalid parameter",
+                                        "invalid class",
+                                        "not found",
+                                        "not supported",
+                                        "class has children",
+                                        "class has instances",
+                                        "invalid superclass",
+                                        "already exists",
+                                        "no such property",
+                                        "type mismatch",
+                                        "query language not supported",
+                                        "invalid query",
+                                        "method not available",
+                                        "method not found"};
+
+/// "DESCRIPTION: MESSAGE". A message that came from another CIMException, say through a connection,
+/// has its description already.
+String compose(CIMException::ErrNoType code, const String& message) {
+    const String description = CIMException::description(code);
+    if (message.empty()) {
+        return description;
+    }
+    const String prefix = description + ": ";
+    return message == description || message.starts_with(prefix) ? message : prefix + message;
+}
+
+}  // namespace
+
+CIMException::CIMException(const char* file, int line, ErrNoType code, const String& message,
+                           const blocxx::Exception* otherException)
+    : blocxx::Exception(file, line, compose(code, message).c_str(), code, otherException) {}
+
+const char* CIMException::description(ErrNoType code) noexcept {
+    const auto index = static_cast<size_t>(code);
+    return index < std::size(DESCRIPTIONS) ? DESCRIPTIONS[index] : DESCRIPTIONS[0];
+}
+
+CIMException* CIMException::clone() const noexcept {
+    try {
+        return new (std::nothrow) CIMException(*this);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void CIMException::rethrow() const {
+    throw CIMException(*this);
+}
+
+}  // namespace OpenWBEM

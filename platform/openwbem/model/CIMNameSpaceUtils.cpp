@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Namespaces through their CIM_Namespace instances.
+#include "openwbem/model/CIMNameSpaceUtils.hpp"
+
+#include <utility>
+
+namespace OpenWBEM::CIMNameSpaceUtils {
+
+namespace {
+
+constexpr const char* NAMESPACE_CLASS = "CIM_Namespace";
+
+// The keys that a namespace has from the object manager and the system that it stands on. There is
+// one of each here, so they are the same for every namespace.
+constexpr std::pair<const char*, const char*> SCOPING_KEYS[] = {
+    {"SystemCreationClassName", "CIM_ComputerSystem"},
+    {"SystemName", "localhost"},
+    {"ObjectManagerCreationClassName", "CIM_ObjectManager"},
+    {"ObjectManagerName", "owcimomd"}};
+
+}  // namespace
+
+void createCIM_Namespace(CIMOMHandleIFC& handle, const String& ns, uint16_t classInfo,
+                         const String& descriptionOfClassInfo, const String& interopNs) {
+    const CIMClass cls = handle.getClass(interopNs, NAMESPACE_CLASS);
+    CIMInstance instance = cls.newInstance();
+    for (const auto& [name, value] : SCOPING_KEYS) {
+        if (cls.getProperty(name) != nullptr) {
+            instance.setProperty(name, CIMValue(value));
+        }
+    }
+    instance.setProperty("CreationClassName", CIMValue(NAMESPACE_CLASS));
+    instance.setProperty("Name", CIMValue(ns));
+    instance.setProperty("ClassInfo", CIMValue(classInfo));
+    instance.setProperty("DescriptionOfClassInfo", CIMValue(descriptionOfClassInfo));
+    handle.createInstance(interopNs, instance);
+}
+
+StringArray enumCIM_Namespace(CIMOMHandleIFC& handle, const String& interopNs) {
+    StringArray names;
+    auto collect = makeResultHandler<CIMInstance>([&names](const CIMInstance& instance) {
+        names.push_back(instance.getPropertyValue("Name").toString());
+    });
+    handle.enumInstances(interopNs, NAMESPACE_CLASS, collect);
+    return names;
+}
+
+}  // namespace OpenWBEM::CIMNameSpaceUtils

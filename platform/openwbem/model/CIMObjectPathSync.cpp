@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Bringing an object path in line with its class: a text does not tell the types of its keys, the
+// class does.
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "openwbem/model/CIMClass.hpp"
+#include "openwbem/model/CIMDateTime.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/NameIndex.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
+
+namespace OpenWBEM {
+
+namespace {
+
+/// Null when the integer is out of T's range.
+template <class T>
+CIMValue toInteger(const CIMValue& value) {
+    if (value.getType() == CIMDataType::UINT64) {
+        const auto number = value.get<uint64_t>();
+        return std::in_range<T>(number) ? CIMValue(static_cast<T>(number)) : CIMValue();
+    }
+    // Every other integer type fits in sint64.
+    const int64_t number = value.toSigned();
+    return std::in_range<T>(number) ? CIMValue(static_cast<T>(number)) : CIMValue();
+}
+
+CIMValue toInteger(const CIMValue& value, CIMDataType::Type type) {
+    switch (type) {
+        case CIMDataType::UINT8:
+            return toInteger<uint8_t>(value);
+        case CIMDataType::SINT8:
+            return toInteger<int8_t>(value);
+        case CIMDataType::UINT16:
+            return toInteger<uint16_t>(value);
+        case CIMDataType::SINT16:
+            return toInteger<int16_t>(value);
+        case CIMDataType::UINT32:
+            return toInteger<uint32_t>(value);
+        case CIMDataType::SINT32:
+            return toInteger<int32_t>(value);
+        case CIMDataType::UINT64:
+            return toInteger<uint64_t>(value);
+        default:
+            return toInteger<int64_t>(value);
+    }
+}
+
+double toDouble(const CIMValue& value) {
+    switch (value.getType()) {
+        case CIMDataType::REAL32:
+            return static_cast<double>(value.get<float>());
+        case CIMDataType::REAL64:
+            return value.get<double>();
+        case CIMDataType::UINT64:
+            return static_cast<double>(value.get<uint64_t>());
+        default:
+            return static_cast<double>(value.toSigned());
+    }
+}
+
+CIMValue toReal(const CIMValue& value, CIMDataType::Type type) {
+    const double number = toDouble(value);
+    if (type == CIMDataType::REAL64) {
+        return CIMValue(number);
+    }
+    // Rounds as any conversion does; only what has no real32 near it is refused.
+    if (std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
+        return CIMValue();
+    }
+    return CIMValue(static_cast<float>(number));
+}
+
+CIMValue fromText(const String& text, CIMDataType::Type type) {
+    if (type == CIMDataType::DATETIME) {
+        const auto dateTime = CIMDateTime::parse(text);
+        return dateTime ? CIMValue(*dateTime) : CIMValue();
+    }
+    return type == CIMDataType::REFERENCE ? CIMValue(CIMObjectPath::parse(text)) : CIMValue();
+}
+
+/// The value in that type; null when the type cannot hold it.
+CIMValue convert(const CIMValue& value, const CIMDataType& wanted) {
+    const CIMDataType::Type type = wanted.getType();
+    const CIMDataType::Type given = value.getType();
+    if (value.isArray() || wanted.isArray()) {
+        return CIMValue();
+    }
+    if (given == type) {
+        return value;
+    }
+    const bool integer = CIMDataType::isInteger(given);
+    if (CIMDataType::isInteger(type)) {
+        return integer ? toInteger(value, type) : CIMValue();
+    }
+    if (CIMDataType::isReal(type)) {
+        return integer || CIMDataType::isReal(given) ? toReal(value, type) : CIMValue();
+    }
+    return given == CIMDataType::STRING ? fromText(value.get<String>(), type) : CIMValue();
+}
+
+[[noreturn]] void failKey(const CIMClass& cls, const String& key, const String& why) {
+    OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                       "key " + key + " of a path of class " + cls.getName() + ": " + why);
+}
+
+CIMProperty syncKey(const CIMClass& cls, const CIMProperty& declared, const CIMValue& given) {
+    CIMValue value;
+    try {
+        value = convert(given, declared.getDataType());
+    } catch (const CIMException& e) {
+        failKey(cls, declared.getName(), e.getMessage());
+    }
+    if (value.isNull()) {
+        failKey(cls, declared.getName(),
+                ModelSupport::describe(declared.getDataType()) + " cannot hold " +
+                    (given.isNull() ? "null" : "\"" + given.toString().substr(0, 100) + "\""));
+    }
+    CIMProperty key(declared.getName(), declared.getDataType(), std::move(value));
+    key.setKey(true);
+    return key;
+}
+
+}  // namespace
+
+CIMObjectPath& CIMObjectPath::syncWithClass(const CIMClass& cls) {
+    const CIMPropertyArray declaredKeys = cls.getKeys();
+    const NameIndex givenKeys(getKeys());
+    CIMPropertyArray keys;
+    keys.reserve(declaredKeys.size());
+    for (const CIMProperty& declared : declaredKeys) {
+        const auto given = givenKeys.find(declared.getName());
+        if (!given) {
+            failKey(cls, declared.getName(), "is missing");
+        }
+        keys.push_back(syncKey(cls, declared, getKeys()[*given].getValue()));
+    }
+    // Every declared key was found, so a greater number tells that there is one more or one twice.
+    if (keys.size() != getKeys().size()) {
+        const NameIndex known(declaredKeys);
+        for (const CIMProperty& given : getKeys()) {
+            if (!known.find(given.getName())) {
+                failKey(cls, given.getName(), "the class has no such key");
+            }
+        }
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           "a path of class " + cls.getName() + " gives a key twice");
+    }
+    return setKeys(std::move(keys));
+}
+
+}  // namespace OpenWBEM

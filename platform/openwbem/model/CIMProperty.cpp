@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Properties and references: their shared representation and comparison.
+#include "openwbem/model/CIMProperty.hpp"
+
+#include "openwbem/model/ModelSupport.hpp"
+
+namespace OpenWBEM {
+
+using ModelSupport::emptyOf;
+
+struct CIMProperty::Rep : CowRep<Rep> {
+    String name;
+    CIMDataType type;
+    CIMValue value;
+    CIMQualifierArray qualifiers;
+    String classOrigin;
+};
+
+OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMProperty)
+
+CIMProperty::CIMProperty(String name, CIMDataType type, CIMValue value) {
+    Rep& rep = m_rep.write();
+    rep.name = std::move(name);
+    rep.type = std::move(type);
+    rep.value = std::move(value);
+}
+
+const String& CIMProperty::getName() const noexcept {
+    return m_rep ? m_rep->name : emptyOf<String>();
+}
+
+const CIMDataType& CIMProperty::getDataType() const noexcept {
+    return m_rep ? m_rep->type : emptyOf<CIMDataType>();
+}
+
+const CIMValue& CIMProperty::getValue() const noexcept {
+    return m_rep ? m_rep->value : emptyOf<CIMValue>();
+}
+
+const CIMQualifierArray& CIMProperty::getQualifiers() const noexcept {
+    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
+}
+
+const String& CIMProperty::getClassOrigin() const noexcept {
+    return m_rep ? m_rep->classOrigin : emptyOf<String>();
+}
+
+CIMProperty& CIMProperty::setName(String name) {
+    m_rep.write().name = std::move(name);
+    return *this;
+}
+
+CIMProperty& CIMProperty::setDataType(CIMDataType type) {
+    m_rep.write().type = std::move(type);
+    return *this;
+}
+
+CIMProperty& CIMProperty::setValue(CIMValue value) {
+    m_rep.write().value = std::move(value);
+    return *this;
+}
+
+CIMProperty& CIMProperty::setQualifiers(CIMQualifierArray qualifiers) {
+    m_rep.write().qualifiers = std::move(qualifiers);
+    return *this;
+}
+
+CIMProperty& CIMProperty::setClassOrigin(String className) {
+    m_rep.write().classOrigin = std::move(className);
+    return *this;
+}
+
+bool operator==(const CIMProperty& a, const CIMProperty& b) {
+    return a.m_rep.get() == b.m_rep.get() ||
+           (blocxx::equalsIgnoreCase(a.getName(), b.getName()) &&
+            a.getDataType() == b.getDataType() && a.getValue() == b.getValue() &&
+            ModelSupport::equalInAnyOrder(a.getQualifiers(), b.getQualifiers()));
+}
+
+}  // namespace OpenWBEM

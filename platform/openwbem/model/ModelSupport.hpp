@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the implementation files of the model share: empty objects that getters of null handles
+// return, and the look-up and comparison of lists of named elements.
+#pragma once
+
+#include <algorithm>
+
+#include "openwbem/model/CIMFwd.hpp"
+
+namespace OpenWBEM::ModelSupport {
+
+/// The same empty T every time.
+template <class T>
+const T& emptyOf() noexcept {
+    static const T value{};
+    return value;
+}
+
+/// The first element of that name (without regard to case), or null.
+template <class T>
+const T* findNamed(const Array<T>& elements, std::string_view name) noexcept {
+    for (const T& element : elements) {
+        if (blocxx::equalsIgnoreCase(element.getName(), name)) {
+            return &element;
+        }
+    }
+    return nullptr;
+}
+
+/// Pointers to the elements in the order of their names; those of one name keep their order.
+template <class T>
+Array<const T*> sortedByName(const Array<T>& elements) {
+    Array<const T*> sorted;
+    sorted.reserve(elements.size());
+    for (const T& element : elements) {
+        sorted.push_back(&element);
+    }
+    std::stable_sort(sorted.begin(), sorted.end(), [](const T* a, const T* b) {
+        return blocxx::compareIgnoreCase(a->getName(), b->getName()) < 0;
+    });
+    return sorted;
+}
+
+/// Whether both lists hold equal elements, in any order; elements of one name in the same order, so
+/// that lists with a name twice have a defined outcome. `equal` also compares the names.
+template <class T, class Equal>
+bool equalInAnyOrder(const Array<T>& a, const Array<T>& b, Equal equal) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    // Nearly always the order is the same; only from the first different name on is it sorted out.
+    size_t i = 0;
+    while (i < a.size() && blocxx::equalsIgnoreCase(a[i].getName(), b[i].getName())) {
+        if (!equal(a[i], b[i])) {
+            return false;
+        }
+        ++i;
+    }
+    if (i == a.size()) {
+        return true;
+    }
+    const auto sortedA = sortedByName(a);
+    const auto sortedB = sortedByName(b);
+    return std::equal(sortedA.begin(), sortedA.end(), sortedB.begin(),
+                      [&](const T* x, const T* y) { return equal(*x, *y); });
+}
+
+template <class T>
+bool equalInAnyOrder(const Array<T>& a, const Array<T>& b) {
+    return equalInAnyOrder(a, b, [](const T& x, const T& y) { return x == y; });
+}
+
+/// The special members of a model class, which need its complete Rep.
+#define OPENWBEM_DEFINE_SPECIAL_MEMBERS(CLASS)                \
+    CLASS::CLASS() = default;                                 \
+    CLASS::CLASS(const CLASS&) noexcept = default;            \
+    CLASS::CLASS(CLASS&&) noexcept = default;                 \
+    CLASS& CLASS::operator=(const CLASS&) noexcept = default; \
+    CLASS& CLASS::operator=(CLASS&&) noexcept = default;      \
+    CLASS::~CLASS() = default;                                \
+    CLASS::operator bool() const noexcept {                   \
+        return static_cast<bool>(m_rep);                      \
+    }
+
+}  // namespace OpenWBEM::ModelSupport
