@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Objects as MOF text. A qualifier's type declaration is not known here, so every flavor that its
+// element gives it is written out; what the text says does not depend on any default.
+#include "openwbem/mof/MOFRenderer.hpp"
+
+#include "openwbem/model/CIMDateTime.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/ValueText.hpp"
+
+namespace OpenWBEM::MOF {
+
+namespace {
+
+constexpr const char* INDENT = "    ";
+
+void appendString(String& out, std::string_view text) {
+    out += '"';
+    for (const char c : text) {
+        constexpr std::string_view ESCAPED = "\b\t\n\f\r\"\\";
+        constexpr std::string_view LETTERS = "btnfr\"\\";
+        if (const size_t at = ESCAPED.find(c); at != std::string_view::npos) {
+            out += '\\';
+            out += LETTERS[at];
+        } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+            ValueText::appendHexEscape(out, static_cast<char16_t>(c));
+        } else {
+            out += c;
+        }
+    }
+    out += '"';
+}
+
+void appendInteger(String& out, const CIMValue& value) {
+    if (value.getType() == CIMDataType::UINT64) {
+        ValueText::appendInteger(out, value.get<uint64_t>());
+    } else {
+        ValueText::appendInteger(out, value.toSigned());
+    }
+}
+
+/// A value that is not an array.
+void appendSingle(String& out, const CIMValue& value) {
+    switch (value.getType()) {
+        case CIMDataType::INVALID:
+            out += "NULL";
+            break;
+        case CIMDataType::BOOLEAN:
+            out += ValueText::textOf(value.get<bool>());
+            break;
+        case CIMDataType::REAL32:
+            ValueText::appendReal(out, value.get<float>());
+            break;
+        case CIMDataType::REAL64:
+            ValueText::appendReal(out, value.get<double>());
+            break;
+        case CIMDataType::CHAR16:
+            ValueText::appendQuotedChar(out, value.get<Char16>());
+            break;
+        case CIMDataType::STRING:
+            appendString(out, value.get<String>());
+            break;
+        case CIMDataType::DATETIME:
+            appendString(out, value.get<CIMDateTime>().toString());
+            break;
+        case CIMDataType::REFERENCE:
+            appendString(out, value.get<CIMObjectPath>().toString());
+            break;
+        case CIMDataType::EMBEDDEDINSTANCE:
+            appendString(out, toMOF(value.get<CIMInstance>()));
+            break;
+        case CIMDataType::EMBEDDEDCLASS:
+            appendString(out, toMOF(value.get<CIMClass>()));
+            break;
+        default:
+            appendInteger(out, value);
+            break;
+    }
+}
+
+void appendArray(String& out, const CIMValue& value) {
+    out += '{';
+    for (size_t i = 0; i < value.getArraySize(); ++i) {
+        if (i != 0) {
+            out += ", ";
+        }
+        appendSingle(out, value.getElement(i));
+    }
+    out += '}';
+}
+
+void appendValue(String& out, const CIMValue& value) {
+    if (value.isArray()) {
+        appendArray(out, value);
+    } else {
+        appendSingle(out, value);
+    }
+}
+
+/// Each flavor that MOF has a word for, with `separator` between them.
+void appendFlavors(String& out, const CIMFlavor& flavor, const char* separator) {
+    out += flavor.overridable ? "EnableOverride" : "DisableOverride";
+    out += separator;
+    out += flavor.toSubclass ? "ToSubclass" : "Restricted";
+    if (flavor.translatable) {
+        out += separator;
+        out += "Translatable";
+    }
+}
+
+void appendQualifier(String& out, const CIMQualifier& qualifier) {
+    const CIMValue& value = qualifier.getValue();
+    out += qualifier.getName();
+    if (value.isArray()) {
+        out += ' ';
+        appendArray(out, value);
+    } else {
+        out += " (";
+        appendSingle(out, value);
+        out += ')';
+    }
+    out += " : ";
+    appendFlavors(out, qualifier.getFlavor(), " ");
+}
+
+/// The element's own qualifiers in brackets, each on a line of its own, then `end`. Nothing at all
+/// when there are none.
+void appendQualifiers(String& out, const CIMQualifierArray& qualifiers, const String& indent,
+                      std::string_view end) {
+    const char* separator = "[";
+    bool any = false;
+    for (const CIMQualifier& qualifier : qualifiers) {
+        if (qualifier.isPropagated()) {
+            continue;
+        }
+        out += any ? ",\n " + indent : indent + separator;
+        appendQualifier(out, qualifier);
+        any = true;
+    }
+    if (any) {
+        out += ']';
+        out += end;
+    }
+}
+
+void appendType(String& out, const CIMDataType& type) {
+    out += type ? type.toString() : "void";
+    out += ' ';
+}
+
+/// The brackets of an array, which stand behind the element's name.
+void appendArrayBrackets(String& out, const CIMDataType& type) {
+    if (type.isArray()) {
+        out += '[';
+        if (type.getSize() != 0) {
+            ValueText::appendInteger(out, type.getSize());
+        }
+        out += ']';
+    }
+}
+
+void appendProperty(String& out, const CIMProperty& property) {
+    appendQualifiers(out, property.getQualifiers(), INDENT, "\n");
+    out += INDENT;
+    appendType(out, property.getDataType());
+    out += property.getName();
+    appendArrayBrackets(out, property.getDataType());
+    if (!property.getValue().isNull()) {
+        out += " = ";
+        appendValue(out, property.getValue());
+    }
+    out += ";\n";
+}
+
+void appendParameter(String& out, const CIMParameter& parameter) {
+    const String indent = String(INDENT) + INDENT;
+    appendQualifiers(out, parameter.getQualifiers(), indent, "\n");
+    out += indent;
+    appendType(out, parameter.getDataType());
+    out += parameter.getName();
+    appendArrayBrackets(out, parameter.getDataType());
+}
+
+void appendMethod(String& out, const CIMMethod& method) {
+    appendQualifiers(out, method.getQualifiers(), INDENT, "\n");
+    out += INDENT;
+    appendType(out, method.getReturnType());
+    out += method.getName();
+    out += '(';
+    const char* separator = "\n";
+    for (const CIMParameter& parameter : method.getParameters()) {
+        out += separator;
+        appendParameter(out, parameter);
+        separator = ",\n";
+    }
+    out += ");\n";
+}
+
+void appendScopes(String& out, uint8_t scopes) {
+    struct ScopeName {
+        uint8_t bit;
+        const char* name;
+    };
+    constexpr ScopeName NAMES[] = {
+        {CIMScope::CLASS, "class"},           {CIMScope::ASSOCIATION, "association"},
+        {CIMScope::INDICATION, "indication"}, {CIMScope::PROPERTY, "property"},
+        {CIMScope::REFERENCE, "reference"},   {CIMScope::METHOD, "method"},
+        {CIMScope::PARAMETER, "parameter"}};
+    if (scopes == CIMScope::ANY) {
+        out += "any";
+        return;
+    }
+    const char* separator = "";
+    for (const ScopeName& scope : NAMES) {
+        if ((scopes & scope.bit) != 0) {
+            out += separator;
+            out += scope.name;
+            separator = ", ";
+        }
+    }
+}
+
+}  // namespace
+
+String toMOF(const CIMQualifierType& qualifierType) {
+    String out = "Qualifier " + qualifierType.getName() + " : ";
+    out += qualifierType.getDataType().toString();
+    appendArrayBrackets(out, qualifierType.getDataType());
+    out += " = ";
+    appendValue(out, qualifierType.getDefaultValue());
+    out += ",\n    Scope(";
+    appendScopes(out, qualifierType.getScopes());
+    out += "),\n    Flavor(";
+    appendFlavors(out, qualifierType.getFlavor(), ", ");
+    out += ");\n";
+    return out;
+}
+
+String toMOF(const CIMClass& cls) {
+    String out;
+    appendQualifiers(out, cls.getQualifiers(), "", "\n");
+    out += "class " + cls.getName();
+    if (!cls.getSuperClass().empty()) {
+        out += " : " + cls.getSuperClass();
+    }
+    out += "\n{\n";
+    for (const CIMProperty& property : cls.getProperties()) {
+        if (!property.isPropagated()) {
+            appendProperty(out, property);
+        }
+    }
+    for (const CIMMethod& method : cls.getMethods()) {
+        if (!method.isPropagated()) {
+            appendMethod(out, method);
+        }
+    }
+    out += "};\n";
+    return out;
+}
+
+String toMOF(const CIMInstance& instance) {
+    String out;
+    appendQualifiers(out, instance.getQualifiers(), "", "\n");
+    out += "instance of " + instance.getClassName() + "\n{\n";
+    for (const CIMProperty& property : instance.getProperties()) {
+        // Null too: a property that is left out would get the default of the class.
+        out += INDENT + property.getName() + " = ";
+        appendValue(out, property.getValue());
+        out += ";\n";
+    }
+    out += "};\n";
+    return out;
+}
+
+String toMOF(const CIMValue& value) {
+    String out;
+    appendValue(out, value);
+    return out;
+}
+
+String toMOFString(std::string_view text) {
+    String out;
+    out.reserve(text.size() + 2);
+    appendString(out, text);
+    return out;
+}
+
+}  // namespace OpenWBEM::MOF
