@@ -2,9 +2,11 @@
 //
 // Where log messages go. An appender takes the messages of the components and categories it was
 // made for and writes them in its message format. Formats: "%m" the message, "%r" milliseconds
-// since start, "%t" thread, "%p" category, "%c" component, "%F" file, "%L" line, "%d" local date and
-// time, "%n" or a literal end of line; every message ends with an end of line.
+// since start, "%t" thread, "%p" category, "%c" component, "%F" file, "%L" line, "%d" local date
+// and time, "%n" or a literal end of line; every message ends with an end of line.
 #pragma once
+
+#include <memory>
 
 #include "blocxx/Logger.hpp"
 
@@ -27,40 +29,47 @@ public:
     static LogAppenderRef getDefaultLogAppender();
 };
 
-/// Standard error.
+// Private to the appenders: the layout of messages, and the file under a FileAppender.
+class LogOutput;
+class LogFile;
+
+/// Standard error. A message that cannot be written there is lost in silence: nobody is left to be
+/// told, and work that undoes a failure must not stop over it.
 class CerrAppender : public LogAppender {
 public:
-    CerrAppender(StringArray components, StringArray categories, String messageFormat);
+    CerrAppender(StringArray components, StringArray categories, const String& messageFormat);
+    ~CerrAppender() override;
     bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;
 
 private:
     StringArray m_components;
     StringArray m_categories;
-    String m_format;
+    std::unique_ptr<LogOutput> m_output;
 };
 
 /// A file that is appended to, created with mode 0666 less the umask, flushed after every message.
+/// A link at the end of its path is refused.
 class FileAppender : public LogAppender {
 public:
     static constexpr unsigned NO_MAX_LOG_SIZE = 0;
     /// `maxFileSize` in KiB, 0 for no limit; `maxBackupIndex` old files are kept.
     /// Throws LoggerException, naming the file, when it cannot be opened.
     FileAppender(StringArray components, StringArray categories, const String& fileName,
-                 String messageFormat, unsigned maxFileSize, unsigned maxBackupIndex);
+                 const String& messageFormat, unsigned maxFileSize, unsigned maxBackupIndex);
     ~FileAppender() override;
     bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;
 
 private:
-    struct Impl;
     StringArray m_components;
     StringArray m_categories;
-    String m_format;
-    std::unique_ptr<Impl> m_impl;
+    std::unique_ptr<LogFile> m_file;
+    std::unique_ptr<LogOutput> m_output;
 };
 
-/// Hands each message to every one of a list of appenders.
+/// Hands each message to every one of a list of appenders. One that throws does not keep the
+/// message from the others; its exception is thrown in the end.
 class MultiAppender : public LogAppender {
 public:
     explicit MultiAppender(Array<LogAppenderRef> appenders);

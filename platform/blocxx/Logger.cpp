@@ -28,6 +28,12 @@ Logger::Logger(String component) : m_component(std::move(component)), m_useDefau
 Logger::Logger(String component, LogAppenderRef appender)
     : m_component(std::move(component)), m_appender(std::move(appender)), m_useDefault(false) {}
 
+Logger::Logger(const Logger& other) = default;
+Logger::Logger(Logger&& other) noexcept = default;
+Logger& Logger::operator=(const Logger& other) = default;
+Logger& Logger::operator=(Logger&& other) noexcept = default;
+Logger::~Logger() = default;
+
 LogAppenderRef Logger::target() const {
     return m_useDefault ? LogAppender::getDefaultLogAppender() : m_appender;
 }

@@ -32,6 +32,12 @@ public:
     explicit Logger(String component);
     /// A logger over `appender`; a null appender drops everything.
     Logger(String component, LogAppenderRef appender);
+    // Out of line, so that users need not know LogAppender.
+    Logger(const Logger& other);
+    Logger(Logger&& other) noexcept;
+    Logger& operator=(const Logger& other);
+    Logger& operator=(Logger&& other) noexcept;
+    ~Logger();
 
     /// Whether a message of this level would reach any appender: asked before building a costly one.
     bool isEnabled(ELogLevel level) const;

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Choosing the account and running the program.
+#include "fennik/undo/Execute.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+#include "blocxx/Secure.hpp"
+#include "fennik/undo/TextUtils.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using blocxx::String;
+using blocxx::StringArray;
+namespace Process = blocxx::Process;
+
+namespace {
+
+const char* const UNPRIVILEGED_ACCOUNT = "owcimomd";
+
+std::optional<Process::Identity> unprivilegedIdentity() {
+    if (geteuid() != 0) {
+        return std::nullopt;
+    }
+    const auto account = blocxx::Secure::lookupAccount(UNPRIVILEGED_ACCOUNT);
+    if (!account) {
+        BLOCXX_THROW(blocxx::ProcessException,
+                     Format("The account \"%1\" does not exist, and external programs are not run "
+                            "as root; kov-setup creates the account",
+                            UNPRIVILEGED_ACCOUNT));
+    }
+    if (account->uid == 0 || account->gid == 0) {
+        BLOCXX_THROW(blocxx::ProcessException,
+                     Format("The account \"%1\" has root's user or group id, and external programs "
+                            "are not run as root",
+                            UNPRIVILEGED_ACCOUNT));
+    }
+    return account;
+}
+
+Process::Status run(const StringArray& argv, String& output, const String& input, int timeLimit,
+                    const StringArray& environment) {
+    try {
+        const std::chrono::seconds limit{std::max(timeLimit, 0)};
+        return Process::run({argv, environment, input, unprivilegedIdentity(), limit}, output);
+    } catch (const blocxx::ProcessException& e) {
+        output = e.getMessage();
+        return {};
+    }
+}
+
+}  // namespace
+
+void executeUnprivileged(const StringArray& argv, String& output, const String& label,
+                         const String& input, Process::Status* status, int timeLimit,
+                         const StringArray& environment) {
+    const blocxx::Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, Format("%1Running \"%2\"", label, untokenize(argv, "\" \"")));
+    const Process::Status result = run(argv, output, input, timeLimit, environment);
+    BLOCXX_LOG_DEBUG(logger, Format("%1%2, output: %3", label, result.toString(), output));
+    if (status != nullptr) {
+        *status = result;
+    }
+}
+
+bool executeUnprivilegedB(const String& commandLine, String& output, const String& label,
+                          const String& input, Process::Status* status, int timeLimit,
+                          const StringArray& environment) {
+    Process::Status result;
+    executeUnprivileged(blocxx::tokenize(commandLine), output, label, input, &result, timeLimit,
+                        environment);
+    if (status != nullptr) {
+        *status = result;
+    }
+    return result.terminatedSuccessfully();
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Creating the temporary file under a name that nobody can foresee, and removing it again.
+#include "fennik/undo/TempFile.hpp"
+
+#include <cerrno>
+#include <random>
+#include <utility>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::File;
+using blocxx::String;
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+// With 36^8 names even one collision is out of the ordinary; a hundred mean that something else
+// is wrong.
+constexpr int MAX_ATTEMPTS = 100;
+constexpr int RANDOM_CHARACTERS = 8;
+
+String randomName() {
+    constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
+    std::random_device device;
+    std::uniform_int_distribution<size_t> pick(0, alphabet.size() - 1);
+    String name = ".fennik-tmp-";
+    for (int i = 0; i < RANDOM_CHARACTERS; ++i) {
+        name += alphabet[pick(device)];
+    }
+    return name;
+}
+
+}  // namespace
+
+TempFile::TempFile(const String& directory) {
+    const String prefix = directory.ends_with('/') ? directory : directory + "/";
+    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
+        const String path = prefix + randomName();
+        if (File file = FileSystem::createFile(path)) {
+            m_held = {std::move(file), path};
+            return;
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+    }
+    BLOCXX_THROW_ERRNO(
+        blocxx::FileSystemException,
+        blocxx::Format("Cannot create a temporary file in \"%1\"", directory).toString());
+}
+
+TempFile::~TempFile() {
+    if (!m_held.path.empty()) {
+        FileSystem::removeFile(m_held.path);
+    }
+}
+
+TempFile::Released TempFile::release() {
+    return std::exchange(m_held, {});
+}
+
+}  // namespace KOVNS2

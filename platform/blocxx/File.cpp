@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Open files over descriptors. errno is the callers' business, so nothing here disturbs it after a
+// failed call.
+#include "blocxx/File.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace blocxx {
+
+/// The one owner of a descriptor.
+class File::Descriptor {
+public:
+    explicit Descriptor(int fd) noexcept : m_fd(fd) {}
+    ~Descriptor() {
+        const int saved = errno;
+        close();
+        errno = saved;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const noexcept { return m_fd; }
+    // Linux lets go of the descriptor even when close fails, so it is never closed twice.
+    int close() noexcept { return m_fd < 0 ? 0 : ::close(std::exchange(m_fd, -1)); }
+
+private:
+    int m_fd;
+};
+
+namespace {
+
+template <class Call>
+auto restarted(Call call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+}  // namespace
+
+File::File(int fd) {
+    if (fd >= 0) {
+        m_descriptor = std::make_shared<Descriptor>(fd);
+    }
+}
+
+File::operator bool() const noexcept {
+    return getFileDescriptor() >= 0;
+}
+
+int File::getFileDescriptor() const noexcept {
+    return m_descriptor ? m_descriptor->get() : -1;
+}
+
+ssize_t File::write(const void* data, size_t length) {
+    return restarted([&] { return ::write(getFileDescriptor(), data, length); });
+}
+
+ssize_t File::read(void* data, size_t length) {
+    return restarted([&] { return ::read(getFileDescriptor(), data, length); });
+}
+
+int File::flush() {
+    return restarted([&] { return ::fsync(getFileDescriptor()); });
+}
+
+int File::close() {
+    if (!*this) {
+        errno = EBADF;
+        return -1;
+    }
+    return m_descriptor->close();
+}
+
+int File::getLock(ELockType type, EWaitFlag wait) {
+    struct flock lock = {};  // start 0 and length 0: the whole file, however it grows
+    lock.l_type = type == E_READ_LOCK ? F_RDLCK : F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    const int command = wait == E_WAIT ? F_SETLKW : F_SETLK;
+    return restarted([&] { return ::fcntl(getFileDescriptor(), command, &lock); });
+}
+
+}  // namespace blocxx

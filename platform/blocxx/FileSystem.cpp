@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// File system calls by path. The tool runs as root in directories that others may write in, so
+// files are created without following a link at the end of the path, and owners and modes are
+// changed on the named object itself.
+#include "blocxx/FileSystem.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "blocxx/Format.hpp"
+
+namespace blocxx::FileSystem {
+
+namespace {
+
+constexpr mode_t NEW_FILE_MODE = 0666;
+
+File open(const String& path, int flags) {
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, NEW_FILE_MODE);
+    } while (fd < 0 && errno == EINTR);
+    return File(fd);
+}
+
+}  // namespace
+
+File openFile(const String& path) {
+    return open(path, O_RDWR);
+}
+
+File createFile(const String& path) {
+    return open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW);
+}
+
+File openOrCreateFile(const String& path) {
+    return open(path, O_RDWR | O_CREAT | O_NOFOLLOW);
+}
+
+bool exists(const String& path) {
+    return ::faccessat(AT_FDCWD, path.c_str(), F_OK, AT_EACCESS) == 0;
+}
+
+bool isDirectory(const String& path) {
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool canExecute(const String& path) {
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+           ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
+}
+
+bool removeFile(const String& path) {
+    return ::unlink(path.c_str()) == 0;
+}
+
+bool renameFile(const String& from, const String& to) {
+    return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+bool makeDirectory(const String& path, mode_t mode) {
+    return ::mkdir(path.c_str(), mode) == 0;
+}
+
+bool changeFileOwner(const String& path, uid_t uid, gid_t gid) {
+    return ::lchown(path.c_str(), uid, gid) == 0;
+}
+
+bool changeFileMode(const String& path, mode_t mode) {
+    if (::fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW) == 0) {
+        return true;
+    }
+    // Not following needs /proc, which a staging root may lack; a link is still refused.
+    struct stat info = {};
+    if (errno != EOPNOTSUPP || ::lstat(path.c_str(), &info) != 0) {
+        return false;
+    }
+    if (S_ISLNK(info.st_mode)) {
+        errno = EOPNOTSUPP;
+        return false;
+    }
+    return ::chmod(path.c_str(), mode) == 0;
+}
+
+bool syncDirectory(const String& path) {
+    File directory = open(path, O_RDONLY | O_DIRECTORY);
+    return directory && directory.flush() == 0;
+}
+
+String getFileContents(const String& path) {
+    File file = open(path, O_RDONLY);
+    if (!file) {
+        BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot open \"%1\"", path).toString());
+    }
+    return readToEnd(file, path);
+}
+
+String readToEnd(File& file, const String& nameForMessages) {
+    String contents;
+    std::array<char, 65536> buffer;
+    ssize_t count = 0;
+    while ((count = file.read(buffer.data(), buffer.size())) > 0) {
+        contents.append(buffer.data(), static_cast<size_t>(count));
+    }
+    if (count < 0) {
+        BLOCXX_THROW_ERRNO(FileSystemException,
+                           Format("Cannot read \"%1\"", nameForMessages).toString());
+    }
+    return contents;
+}
+
+namespace {
+
+// The path without trailing slashes; the root directory stays "/".
+std::string_view stripped(const String& path) {
+    const size_t last = path.find_last_not_of('/');
+    const size_t length = last == String::npos ? std::min<size_t>(path.size(), 1) : last + 1;
+    return std::string_view(path).substr(0, length);
+}
+
+}  // namespace
+
+String Path::basename(const String& path) {
+    const std::string_view whole = stripped(path);
+    return String(whole == "/" ? whole : whole.substr(whole.rfind('/') + 1));
+}
+
+String Path::dirname(const String& path) {
+    const std::string_view whole = stripped(path);
+    const size_t slash = whole.rfind('/');
+    return slash == whole.npos ? "." : String(stripped(String(whole.substr(0, slash + 1))));
+}
+
+}  // namespace blocxx::FileSystem

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The log file. It is written by root and may be named in a directory that others write in: a link
+// at the end of its path is not followed, and a FIFO that nobody reads does not hold the run up.
+#include "blocxx/LogFile.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+
+namespace blocxx {
+
+bool writeAll(int fd, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count > 0) {
+            text.remove_prefix(static_cast<size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+LogFile::LogFile(String name, size_t limit, unsigned backups)
+    : m_name(std::move(name)), m_limit(limit), m_backups(backups) {
+    open();
+}
+
+void LogFile::open() {
+    constexpr mode_t mode = 0666;
+    constexpr int flags =
+        O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    m_file = File(::open(m_name.c_str(), flags, mode));
+    const int fd = m_file.getFileDescriptor();
+    struct stat info = {};
+    if (fd < 0 || ::fstat(fd, &info) != 0 || ::fcntl(fd, F_SETFL, O_APPEND) != 0) {
+        BLOCXX_THROW_ERRNO(LoggerException,
+                           Format("Cannot open the log file \"%1\"", m_name).toString());
+    }
+    m_size = static_cast<size_t>(info.st_size);
+}
+
+void LogFile::append(std::string_view text) {
+    if (m_limit != 0 && m_size != 0 && m_size + text.size() > m_limit) {
+        startAfresh();
+    }
+    if (!writeAll(m_file.getFileDescriptor(), text)) {
+        BLOCXX_THROW_ERRNO(LoggerException,
+                           Format("Cannot write to the log file \"%1\"", m_name).toString());
+    }
+    m_size += text.size();
+}
+
+void LogFile::startAfresh() {
+    const auto numbered = [&](unsigned i) {
+        return i == 0 ? m_name : m_name + "." + std::to_string(i);
+    };
+    bool done = m_backups != 0 || ::ftruncate(m_file.getFileDescriptor(), 0) == 0;
+    for (unsigned i = m_backups; done && i > 0; --i) {
+        done = FileSystem::renameFile(numbered(i - 1), numbered(i)) || errno == ENOENT;
+    }
+    if (!done) {
+        BLOCXX_THROW_ERRNO(LoggerException,
+                           Format("Cannot put the log file \"%1\" away", m_name).toString());
+    }
+    open();
+}
+
+}  // namespace blocxx
