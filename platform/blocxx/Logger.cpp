@@ -34,10 +34,6 @@ Logger& Logger::operator=(const Logger& other) = default;
 Logger& Logger::operator=(Logger&& other) noexcept = default;
 Logger::~Logger() = default;
 
-Logger::Logger(const Logger&) = default;
-Logger& Logger::operator=(const Logger&) = default;
-Logger::~Logger() = default;
-
 LogAppenderRef Logger::target() const {
     return m_useDefault ? LogAppender::getDefaultLogAppender() : m_appender;
 }

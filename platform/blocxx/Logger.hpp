@@ -32,10 +32,6 @@ public:
     explicit Logger(String component);
     /// A logger over `appender`; a null appender drops everything.
     Logger(String component, LogAppenderRef appender);
-    // Out of line: users of loggers do not see appenders.
-    Logger(const Logger&);
-    Logger& operator=(const Logger&);
-    ~Logger();
     // Out of line, so that users need not know LogAppender.
     Logger(const Logger& other);
     Logger(Logger&& other) noexcept;
