@@ -4,7 +4,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
-#include "fennik/undo/ExecuteUnprivileged.hpp"
+#include "fennik/undo/Execute.hpp"
 #include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2 {

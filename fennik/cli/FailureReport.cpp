@@ -10,6 +10,7 @@ namespace KOVNS2 {
 
 using blocxx::CmdLineParser;
 using blocxx::CmdLineParserException;
+using blocxx::String;
 using StandardStreams::writeError;
 
 namespace {

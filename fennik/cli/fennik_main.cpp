@@ -13,7 +13,7 @@
 #include "fennik/cli/FailureReport.hpp"
 #include "fennik/cli/Operations.hpp"
 #include "fennik/cli/StandardStreams.hpp"
-#include "fennik/undo/StringUtils.hpp"
+#include "fennik/undo/TextUtils.hpp"
 
 namespace KOVNS2 {
 

@@ -4,7 +4,7 @@
 #include <ostream>
 
 #include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/StringUtils.hpp"
+#include "fennik/undo/TextUtils.hpp"
 
 namespace KOVNS2::NamespaceModel {
 

@@ -59,6 +59,14 @@ String readSource(const String& source, const String& prefix) {
     return FileSystem::getFileContents(path);
 }
 
+TempFile::Released createTempFile(const String& directory) {
+    try {
+        return TempFile(directory).release();
+    } catch (const blocxx::FileSystemException& e) {
+        throw FennikException(__FILE__, __LINE__, e.getMessage(), 16, &e);
+    }
+}
+
 /// Removes the temporary file and throws what went wrong with it.
 [[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
                                               int errnum) {
@@ -107,8 +115,7 @@ void setConfigFileFromString(const String& productName, const String& content,
                              const String& prefix) {
     const String path = ProductPaths::configSnippet(productName, prefix);
     log().debug("Setting config file \"%1\" with contents:\n%2", path, content);
-    TempFile temp(ProductPaths::configDirectory(prefix));
-    auto [file, tempPath] = temp.release();
+    auto [file, tempPath] = createTempFile(ProductPaths::configDirectory(prefix));
     writeAndClose(file, tempPath, content);
     renameIntoPlace(productName, tempPath, path);
     log().debug("Successfully created config file \"%1\"", path);

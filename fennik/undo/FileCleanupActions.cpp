@@ -8,7 +8,9 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
+#include "fennik/undo/Execute.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/undo/FileUtils.hpp"
 #include "fennik/undo/UndoMessages.hpp"
 
 namespace KOVNS2 {
@@ -17,6 +19,7 @@ namespace FileSystem = blocxx::FileSystem;
 using blocxx::Format;
 using UndoMessages::HEAD;
 using UndoMessages::LEAD_IN;
+using UndoMessages::LEAD_IN_LINE;
 using UndoMessages::logUndoFailure;
 
 void deleteFile(const String& path) {
@@ -128,6 +131,21 @@ void RenameFileOrDir_Cleanup(const String& from, const String& to) {
     logUndoFailure(HEAD + ("The attempt to rename the file " + from) + " to " + to +
                    " failed with exit code " + std::to_string(errnum) + LEAD_IN +
                    "rename the file manually.");
+}
+
+void RemoveReposWorkCopyDir(const String& directory) {
+    // A large repository may take long; a whole day means that the removal hangs.
+    constexpr int TIME_LIMIT = 86400;
+    const String rm = FileUtils::locateExecutable("rm", KOVConstants::EXECUTABLE_DEFAULT_PATH);
+    String output;
+    blocxx::Process::Status status;
+    if (executeUnprivilegedB(Format("%1 -rf %2", rm, directory), output, "executeUnprivileged: ",
+                             "", &status, TIME_LIMIT, blocxx::Secure::minimalEnvironment())) {
+        return;
+    }
+    logUndoFailure(String(HEAD) + "The attempt to delete the directory: " + directory + "\n" +
+                   status.toString() + "\n" + output + "\n" + LEAD_IN_LINE +
+                   "delete the directory and its contents.");
 }
 
 }  // namespace KOVNS2
