@@ -16,10 +16,10 @@ public:
 
     /// Throws CIMException ALREADY_EXISTS (names compare without regard to case) or INVALID_PARAMETER (not
     /// a namespace name: IDENTIFIERs of DSP0004 Annex A joined by "/").
-    void createNameSpace(const String& ns);
+    virtual void createNameSpace(const String& ns);
     /// Deletes the namespace with everything in it. Throws CIMException NOT_FOUND.
-    void deleteNameSpace(const String& ns);
-    void enumNameSpace(StringResultHandlerIFC& result);
+    virtual void deleteNameSpace(const String& ns);
+    virtual void enumNameSpace(StringResultHandlerIFC& result);
 
     // CIMOMHandleIFC
     void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
