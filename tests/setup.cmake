@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: Apache-2.0
+# Stories of kov-setup and of the schema, told with the built program in trees of their own.
+if(TARGET kov-setup)
+  kov_unit_test(setup_test
+    SOURCES
+      system/setup/SetupTree.cpp system/setup/fresh_tree_test.cpp
+      system/setup/refusals_test.cpp system/setup/schema_test.cpp
+    LINKS openwbem_repository openwbem_mof blocxx)
+  target_compile_definitions(setup_test PRIVATE
+    KOV_SETUP_PROGRAM="$<TARGET_FILE:kov-setup>" KOV_SCHEMA_DIR="${CMAKE_SOURCE_DIR}/schema"
+    KOV_VERSION="${PROJECT_VERSION}")
+  add_dependencies(setup_test kov-setup)
+endif()
