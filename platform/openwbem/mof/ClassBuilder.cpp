@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/mof/ClassBuilder.hpp"
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+
+namespace OpenWBEM::MOF {
+
+using blocxx::equalsIgnoreCase;
+using blocxx::Format;
+
+namespace {
+
+// Every class holds what it inherits, which a short text can multiply: many features above many
+// classes. This is some fifty times what the largest published schema needs.
+constexpr size_t MOST_FEATURES = 4'000'000;
+// Longer ones are texts for people and do not repeat.
+constexpr size_t LONGEST_REPEATED = 64;
+
+/// Where the text that a derivation complains about stands.
+const char* findPlace(const Declaration& declaration, const ClassDerivationException& e) {
+    const auto named = [](const auto& list, const String& name) -> decltype(list.first) {
+        for (auto& node : list) {
+            if (!name.empty() && equalsIgnoreCase(node.name.view(), name)) {
+                return &node;
+            }
+        }
+        return nullptr;
+    };
+    const char* place = declaration.name.data;
+    const List<Qualifier>* qualifiers = &declaration.qualifiers;
+    // The last of that name: of two that are the same, the second is the one too many.
+    for (const Feature& feature : declaration.features) {
+        if (!e.feature().empty() && equalsIgnoreCase(feature.name.view(), e.feature())) {
+            place = feature.name.data;
+            qualifiers = &feature.qualifiers;
+            if (const Parameter* parameter = named(feature.parameters, e.parameter())) {
+                place = parameter->name.data;
+                qualifiers = &parameter->qualifiers;
+            }
+        }
+    }
+    const Qualifier* qualifier = named(*qualifiers, e.qualifier());
+    return qualifier != nullptr ? qualifier->name.data : place;
+}
+
+}  // namespace
+
+Embedding embeddingOf(const CIMQualifierArray& qualifiers) {
+    const CIMQualifier* instance = findQualifier(qualifiers, "EmbeddedInstance");
+    if (instance != nullptr && instance->getValue().getType() == CIMDataType::STRING &&
+        !instance->getValue().isArray()) {
+        return {Embedding::INSTANCE, instance->getValue().get<String>()};
+    }
+    return {hasTrueQualifier(qualifiers, "EmbeddedObject") ? Embedding::OBJECT : Embedding::NOTHING,
+            {}};
+}
+
+ClassBuilder::ClassBuilder(Scope& scope, ObjectResolver& objects)
+    : m_scope(scope), m_objects(objects), m_lookup([this](std::string_view name) {
+          return m_scope.findQualifierType(name);
+      }) {}
+
+ClassEntry* ClassBuilder::find(std::string_view name) {
+    ClassEntry* const wanted = m_scope.findClass(name);
+    if (wanted == nullptr || wanted->state == ClassEntry::BUILT) {
+        return wanted;
+    }
+    // The classes that have to be built, each followed by its superclass.
+    Array<ClassEntry*> chain;
+    for (ClassEntry* entry = wanted; entry != nullptr && entry->state != ClassEntry::BUILT;
+         entry = entry->super) {
+        const Declaration& declaration = *entry->declaration;
+        if (entry->state == ClassEntry::BEING_BUILT) {
+            const bool inherits = std::find(chain.begin(), chain.end(), entry) != chain.end();
+            throw CompileError{declaration.name.data,
+                               String(Format(inherits ? "the class \"%1\" inherits from itself"
+                                                      : "the class \"%1\" needs itself for a default value",
+                                             declaration.name.view()))};
+        }
+        entry->state = ClassEntry::BEING_BUILT;
+        chain.push_back(entry);
+        if (!declaration.superClass.empty()) {
+            entry->super = m_scope.findClass(declaration.superClass.view());
+            if (entry->super == nullptr) {
+                throw CompileError{declaration.superClass.data,
+                                   String(Format("unknown superclass \"%1\"",
+                                                 declaration.superClass.view()))};
+            }
+        }
+    }
+    for (size_t i = chain.size(); i > 0; --i) {
+        build(*chain[i - 1]);
+    }
+    return wanted;
+}
+
+void ClassBuilder::build(ClassEntry& entry) {
+    const CIMClass* superClass = entry.super != nullptr ? &entry.super->cls : nullptr;
+    entry.cls = derive(*entry.declaration, superClass);
+    entry.state = ClassEntry::BUILT;
+    countFeatures(entry.cls, *entry.declaration);
+    m_built.push_back(&entry.cls);
+}
+
+void ClassBuilder::countFeatures(const CIMClass& cls, const Declaration& declaration) {
+    m_featureCount += cls.getProperties().size() + cls.getMethods().size();
+    if (m_featureCount > MOST_FEATURES) {
+        throw CompileError{declaration.name.data,
+                           String(Format("the classes have more than %1 features together, those "
+                                         "inherited included",
+                                         MOST_FEATURES))};
+    }
+}
+
+CIMClass ClassBuilder::buildUnnamed(const Declaration& declaration) {
+    ClassEntry* super = nullptr;
+    if (!declaration.superClass.empty()) {
+        super = find(declaration.superClass.view());
+        if (super == nullptr) {
+            throw CompileError{
+                declaration.superClass.data,
+                String(Format("unknown superclass \"%1\"", declaration.superClass.view()))};
+        }
+    }
+    return derive(declaration, super != nullptr ? &super->cls : nullptr);
+}
+
+bool ClassBuilder::isWithin(ClassEntry* entry, std::string_view className) {
+    while (entry != nullptr && !equalsIgnoreCase(entry->cls.getName(), className)) {
+        const String& super = entry->cls.getSuperClass();
+        if (super.empty()) {
+            return false;
+        }
+        entry = m_scope.findClass(super);
+    }
+    return true;
+}
+
+CIMClass ClassBuilder::derive(const Declaration& declaration, const CIMClass* superClass) {
+    const CIMClass declared = declaredClass(declaration, superClass);
+    try {
+        return deriveClass(declared, superClass, m_lookup);
+    } catch (const ClassDerivationException& e) {
+        throw CompileError{findPlace(declaration, e), e.getMessage()};
+    }
+}
+
+CIMClass ClassBuilder::declaredClass(const Declaration& declaration, const CIMClass* superClass) {
+    CIMClass cls(String(declaration.name.view()), superClass != nullptr ? superClass->getName()
+                                                                        : String());
+    CIMPropertyArray properties;
+    CIMMethodArray methods;
+    for (const Feature& feature : declaration.features) {
+        if (feature.isMethod) {
+            methods.push_back(buildMethod(feature));
+        } else {
+            properties.push_back(buildProperty(feature, superClass));
+        }
+    }
+    cls.setQualifiers(buildQualifiers(declaration.qualifiers));
+    cls.setProperties(std::move(properties));
+    cls.setMethods(std::move(methods));
+    return cls;
+}
+
+CIMProperty ClassBuilder::buildProperty(const Feature& feature, const CIMClass* superClass) {
+    CIMProperty property(String(feature.name.view()), makeType(feature.type, feature.array));
+    property.setQualifiers(buildQualifiers(feature.qualifiers));
+    if (feature.value.form == Initializer::NONE) {
+        return property;
+    }
+    Embedding embedding;
+    if (feature.type.type == CIMDataType::STRING) {
+        embedding = embeddingOf(property.getQualifiers());
+        if (embedding.kind == Embedding::NOTHING && superClass != nullptr) {
+            if (const CIMProperty* above = superClass->getProperty(feature.name.view())) {
+                embedding = embeddingOf(above->getQualifiers());
+            }
+        }
+    }
+    property.setValue(makeValue(feature.value, property.getDataType(), embedding, m_objects,
+                                feature.name.data));
+    return property;
+}
+
+CIMMethod ClassBuilder::buildMethod(const Feature& feature) {
+    CIMMethod method(String(feature.name.view()), makeType(feature.type, {}));
+    method.setQualifiers(buildQualifiers(feature.qualifiers));
+    CIMParameterArray parameters;
+    for (const Parameter& declared : feature.parameters) {
+        CIMParameter parameter(String(declared.name.view()),
+                               makeType(declared.type, declared.array));
+        parameter.setQualifiers(buildQualifiers(declared.qualifiers));
+        parameters.push_back(std::move(parameter));
+    }
+    method.setParameters(std::move(parameters));
+    return method;
+}
+
+CIMQualifierArray ClassBuilder::buildQualifiers(const List<Qualifier>& qualifiers) {
+    size_t count = 0;
+    for (const Qualifier* q = qualifiers.first; q != nullptr; q = q->next) {
+        ++count;
+    }
+    CIMQualifierArray built;
+    built.reserve(count);
+    for (const Qualifier& qualifier : qualifiers) {
+        const char* end = qualifier.name.end();
+        if (qualifier.value.form != Initializer::NONE) {
+            end = qualifier.value.end;
+        }
+        if (!qualifier.flavors.empty()) {
+            end = qualifier.flavors.last->text.end();
+        }
+        const auto length = end == nullptr ? LONGEST_REPEATED + 1
+                                           : static_cast<size_t>(end - qualifier.name.data);
+        if (length > LONGEST_REPEATED) {
+            built.push_back(buildQualifier(qualifier));
+            continue;
+        }
+        const std::string_view text(qualifier.name.data, length);
+        auto found = m_repeated.find(text);
+        if (found == m_repeated.end()) {
+            found = m_repeated.emplace(text, buildQualifier(qualifier)).first;
+        }
+        built.push_back(found->second);
+    }
+    return built;
+}
+
+}  // namespace OpenWBEM::MOF

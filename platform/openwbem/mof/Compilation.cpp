@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/mof/Compilation.hpp"
+
+#include "blocxx/Format.hpp"
+#include "openwbem/mof/Literals.hpp"
+#include "openwbem/mof/Parser.hpp"
+
+namespace OpenWBEM::MOF {
+
+using blocxx::equalsIgnoreCase;
+using blocxx::Format;
+
+namespace {
+
+// Sources that include each other in turn would otherwise be read for ever, or, when each includes
+// the next one twice, for as long.
+constexpr size_t DEEPEST_INCLUDE = 100;
+constexpr size_t MOST_SOURCES = 20'000;
+
+}  // namespace
+
+Compilation::Compilation(CIMOMHandleIFCRef handle, const IncludeHandler& include,
+                         bool onlyNamespace)
+    : m_handle(std::move(handle)), m_include(include), m_onlyNamespace(onlyNamespace) {}
+
+Array<NamespaceContent> Compilation::run(Source source, const String& ns) {
+    try {
+        enterNamespace(ns, nullptr);
+        load(std::move(source));
+        return build();
+    } catch (const CompileError& error) {
+        report(error);
+    }
+}
+
+void Compilation::report(const CompileError& error) const {
+    for (const SourceText& source : m_sources) {
+        if (source.contains(error.at)) {
+            throw source.describe(error);
+        }
+    }
+    throw m_sources.front().describe({m_sources.front().begin(), error.what});
+}
+
+void Compilation::load(Source source) {
+    push(std::move(source));
+    while (!m_frames.empty()) {
+        Frame& frame = m_frames.back();
+        if (frame.next == nullptr) {
+            m_frames.pop_back();
+            continue;
+        }
+        const Declaration& declaration = *frame.next;
+        frame.next = declaration.next;
+        enter(declaration);
+    }
+}
+
+void Compilation::push(Source source) {
+    SourceText& text = m_sources.emplace_back(std::move(source));
+    m_frames.push_back({&text, parse(text, m_arena).first});
+}
+
+void Compilation::enter(const Declaration& declaration) {
+    if (declaration.kind == Declaration::PRAGMA) {
+        obey(declaration);
+        return;
+    }
+    m_current->scope.declare(declaration);
+    if (!declaration.alias.empty()) {
+        declareAlias(declaration);
+    }
+}
+
+void Compilation::declareAlias(const Declaration& declaration) {
+    const auto [place, isNew] =
+        m_aliases.try_emplace(String(declaration.alias.view()),
+                              Alias{m_current, &declaration, Alias::DECLARED, CIMObjectPath()});
+    if (!isNew) {
+        throw CompileError{declaration.alias.data, String(Format("the alias %1 is declared twice",
+                                                                 declaration.alias.view()))};
+    }
+}
+
+void Compilation::obey(const Declaration& pragma) {
+    const bool include = equalsIgnoreCase(pragma.name.view(), "include");
+    if (!include && !equalsIgnoreCase(pragma.name.view(), "namespace")) {
+        return;
+    }
+    const bool isString = pragma.value.form == Initializer::SCALAR &&
+                          pragma.value.values.first->kind == Literal::STRING;
+    if (!isString) {
+        throw CompileError{pragma.value.at.data,
+                           "expected a string; found " + quoted(pragma.value.at.view())};
+    }
+    const String argument = readString(*pragma.value.values.first);
+    if (include) {
+        includeSource(pragma, argument);
+    } else {
+        enterNamespace(argument, pragma.value.at.data);
+    }
+}
+
+void Compilation::includeSource(const Declaration& pragma, const String& name) {
+    const char* const at = pragma.value.at.data;
+    if (!m_include) {
+        throw CompileError{at, "a text compiled here cannot include others"};
+    }
+    if (m_frames.size() >= DEEPEST_INCLUDE || m_sources.size() >= MOST_SOURCES) {
+        throw CompileError{at, String(Format("too many includes: at most %1 within each other and "
+                                             "%2 in all",
+                                             DEEPEST_INCLUDE, MOST_SOURCES))};
+    }
+    Source included;
+    try {
+        included = m_include(name, m_frames.back().source->name());
+    } catch (const blocxx::Exception& e) {
+        throw CompileError{at, e.getMessage()};
+    }
+    for (const Frame& frame : m_frames) {
+        if (frame.source->name() == included.name) {
+            throw CompileError{at, String(Format("\"%1\" includes itself", included.name))};
+        }
+    }
+    push(std::move(included));
+}
+
+void Compilation::enterNamespace(const String& name, const char* at) {
+    for (Namespace& known : m_namespaces) {
+        if (equalsIgnoreCase(known.scope.nameSpace(), name)) {
+            m_current = &known;
+            return;
+        }
+    }
+    if (m_onlyNamespace && m_current != nullptr) {
+        throw CompileError{
+            at, String(Format("the text is compiled for the namespace \"%1\" and cannot declare "
+                              "anything in \"%2\"",
+                              m_current->scope.nameSpace(), name))};
+    }
+    if (name.empty() && at != nullptr) {
+        throw CompileError{at, "expected the name of a namespace; found an empty string"};
+    }
+    m_current = &m_namespaces.emplace_back(name, m_handle, *this);
+}
+
+Array<NamespaceContent> Compilation::build() {
+    // All qualifier types first: a class of another namespace may be needed on the way.
+    for (Namespace& ns : m_namespaces) {
+        for (const Declaration* declaration : ns.scope.qualifierTypes()) {
+            ns.scope.define(*declaration, buildQualifierType(*declaration, *this));
+        }
+    }
+    Array<NamespaceContent> contents;
+    for (Namespace& ns : m_namespaces) {
+        const Entered entered(*this, ns);
+        contents.push_back(buildNamespace(ns));
+    }
+    return contents;
+}
+
+NamespaceContent Compilation::buildNamespace(Namespace& ns) {
+    NamespaceContent content;
+    content.nameSpace = ns.scope.nameSpace();
+    content.qualifierTypes.reserve(ns.scope.qualifierTypes().size());
+    for (const Declaration* declaration : ns.scope.qualifierTypes()) {
+        content.qualifierTypes.push_back(*ns.scope.findQualifierType(declaration->name.view()));
+    }
+    for (const ClassEntry* entry : ns.scope.classes()) {
+        ns.classes.find(entry->declaration->name.view());
+    }
+    content.classes.reserve(ns.classes.built().size());
+    for (const CIMClass* cls : ns.classes.built()) {
+        content.classes.push_back(*cls);
+    }
+    content.instances.reserve(ns.scope.instances().size());
+    for (const Declaration* declaration : ns.scope.instances()) {
+        content.instances.push_back(buildInstance(ns, *declaration, false));
+    }
+    return content;
+}
+
+}  // namespace OpenWBEM::MOF

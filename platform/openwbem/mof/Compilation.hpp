@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One run of the compiler: reads a text with everything that it includes, then builds what was
+// declared, namespace by namespace: qualifier types, classes, instances.
+#pragma once
+
+#include <deque>
+#include <memory_resource>
+
+#include "openwbem/mof/ClassBuilder.hpp"
+
+namespace OpenWBEM::MOF {
+
+class Compilation final : public ObjectResolver {
+public:
+    /// `onlyNamespace`: a pragma that names another namespace than the first is an error.
+    Compilation(CIMOMHandleIFCRef handle, const IncludeHandler& include, bool onlyNamespace);
+
+    /// Throws MOFCompilerException, and what the handle throws.
+    Array<NamespaceContent> run(Source source, const String& ns);
+
+private:
+    struct Namespace {
+        Namespace(const String& name, const CIMOMHandleIFCRef& handle, ObjectResolver& objects)
+            : scope(name, handle), classes(scope, objects) {}
+        Scope scope;
+        ClassBuilder classes;
+    };
+    struct Alias {
+        enum State : uint8_t { DECLARED, BEING_RESOLVED, RESOLVED };
+        Namespace* home = nullptr;
+        const Declaration* declaration = nullptr;
+        State state = DECLARED;
+        CIMObjectPath path;
+    };
+    struct Frame {
+        const SourceText* source;
+        const Declaration* next;
+    };
+    /// Makes a namespace the one that names are looked up in, for as long as it lives.
+    class Entered;
+
+    // Reading (Compilation.cpp)
+    void load(Source source);
+    void push(Source source);
+    void enter(const Declaration& declaration);
+    void obey(const Declaration& pragma);
+    void includeSource(const Declaration& pragma, const String& name);
+    void enterNamespace(const String& name, const char* at);
+    void declareAlias(const Declaration& declaration);
+    Array<NamespaceContent> build();
+    NamespaceContent buildNamespace(Namespace& ns);
+    [[noreturn]] void report(const CompileError& error) const;
+
+    // Instances (Instances.cpp)
+    CIMInstance buildInstance(Namespace& ns, const Declaration& declaration, bool embedded);
+    CIMPropertyArray assignedProperties(Namespace& ns, ClassEntry& entry,
+                                        const Declaration& declaration);
+    CIMValue assignedValue(const CIMProperty& declared, const Assignment& assignment);
+    ClassEntry& classOf(Namespace& ns, const Declaration& declaration);
+    ClassEntry* findClass(Namespace& ns, std::string_view name);
+
+    // References and embedded objects (Objects.cpp)
+    CIMObjectPath resolveReference(const Literal& literal) override;
+    CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
+    CIMObjectPath resolveAlias(const Text& name);
+    CIMObjectPath pathOf(Alias& alias);
+    void syncPath(CIMObjectPath& path, unsigned depth);
+    CIMValue compileEmbedded(SourceText& source, const Embedding& embedding);
+    void checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding);
+
+    CIMOMHandleIFCRef m_handle;
+    const IncludeHandler& m_include;
+    bool m_onlyNamespace;
+    std::pmr::monotonic_buffer_resource m_arena;
+    std::deque<SourceText> m_sources;
+    std::deque<Namespace> m_namespaces;
+    Namespace* m_current = nullptr;
+    Array<Frame> m_frames;
+    FoldedMap<Alias> m_aliases;
+    unsigned m_depth = 0;       ///< of embedded objects in each other
+    unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
+};
+
+class Compilation::Entered {
+public:
+    Entered(Compilation& compilation, Namespace& ns)
+        : m_compilation(compilation), m_before(compilation.m_current) {
+        compilation.m_current = &ns;
+    }
+    ~Entered() { m_compilation.m_current = m_before; }
+    Entered(const Entered&) = delete;
+    Entered& operator=(const Entered&) = delete;
+
+private:
+    Compilation& m_compilation;
+    Namespace* m_before;
+};
+
+}  // namespace OpenWBEM::MOF

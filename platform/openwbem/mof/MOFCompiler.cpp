@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/mof/MOFCompiler.hpp"
+
+
+#include "openwbem/mof/Compilation.hpp"
+
+namespace OpenWBEM::MOF {
+
+MOFCompilerException::MOFCompilerException(const char* file, int line, const String& message,
+                                           String source, size_t sourceLine, size_t sourceColumn)
+    : Exception(file, line, message.c_str()),
+      m_source(std::move(source)),
+      m_sourceLine(sourceLine),
+      m_sourceColumn(sourceColumn) {}
+
+MOFCompilerException* MOFCompilerException::clone() const noexcept {
+    try {
+        return new MOFCompilerException(*this);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void MOFCompilerException::rethrow() const {
+    throw MOFCompilerException(*this);
+}
+
+Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle,
+                                const String& ns, const IncludeHandler& include) {
+    return Compilation(handle, include, false).run(source, ns);
+}
+
+void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+                Array<CIMInstance>& instances, Array<CIMClass>& classes,
+                Array<CIMQualifierType>& qualifierTypes, const String& sourceName) {
+    const IncludeHandler none;
+    Array<NamespaceContent> contents =
+        Compilation(handle, none, true).run({sourceName, mof}, ns);
+    instances = std::move(contents.front().instances);
+    classes = std::move(contents.front().classes);
+    qualifierTypes = std::move(contents.front().qualifierTypes);
+}
+
+}  // namespace OpenWBEM::MOF

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Values that lead to other objects: paths, aliases, and objects embedded as MOF in a string.
+#include "blocxx/Format.hpp"
+#include "openwbem/mof/Compilation.hpp"
+#include "openwbem/mof/Literals.hpp"
+#include "openwbem/mof/Parser.hpp"
+
+namespace OpenWBEM::MOF {
+
+using blocxx::equalsIgnoreCase;
+using blocxx::Format;
+
+namespace {
+
+// Far more than can be written: each level doubles the backslashes of the one within.
+constexpr unsigned DEEPEST_OBJECT = 16;
+// Keys that are references to each other; paths in paths have the same backslashes.
+constexpr unsigned DEEPEST_ALIAS = 100;
+
+class Depth {
+public:
+    explicit Depth(unsigned& depth) : m_depth(depth) { ++m_depth; }
+    ~Depth() { --m_depth; }
+    Depth(const Depth&) = delete;
+    Depth& operator=(const Depth&) = delete;
+
+private:
+    unsigned& m_depth;
+};
+
+}  // namespace
+
+CIMObjectPath Compilation::resolveReference(const Literal& literal) {
+    if (literal.kind == Literal::ALIAS) {
+        return resolveAlias(literal.text);
+    }
+    try {
+        CIMObjectPath path = CIMObjectPath::parse(readString(literal));
+        syncPath(path, 0);
+        return path;
+    } catch (const CIMException& e) {
+        throw CompileError{literal.text.data, e.getMessage()};
+    }
+}
+
+/// Gives the keys the types that the class says, where the class is known.
+void Compilation::syncPath(CIMObjectPath& path, unsigned depth) {
+    if (path.isClassPath() || depth > DEEPEST_OBJECT) {
+        return;
+    }
+    Namespace* home = m_current;
+    for (Namespace& ns : m_namespaces) {
+        if (!path.getNameSpace().empty() &&
+            equalsIgnoreCase(ns.scope.nameSpace(), path.getNameSpace())) {
+            home = &ns;
+        }
+    }
+    ClassEntry* const entry = findClass(*home, path.getClassName());
+    if (entry == nullptr) {
+        return;
+    }
+    path.syncWithClass(entry->cls);
+    CIMPropertyArray keys = path.getKeys();
+    bool changed = false;
+    for (CIMProperty& key : keys) {
+        if (key.getValue().getType() == CIMDataType::REFERENCE) {
+            auto inner = key.getValue().get<CIMObjectPath>();
+            syncPath(inner, depth + 1);
+            key.setValue(CIMValue(inner));
+            changed = true;
+        }
+    }
+    if (changed) {
+        path.setKeys(std::move(keys));
+    }
+}
+
+CIMObjectPath Compilation::resolveAlias(const Text& name) {
+    const auto found = m_aliases.find(name.view());
+    if (found == m_aliases.end()) {
+        throw CompileError{name.data, String(Format("the alias %1 is not declared", name.view()))};
+    }
+    Alias& alias = found->second;
+    if (alias.state == Alias::BEING_RESOLVED) {
+        throw CompileError{name.data,
+                           String(Format("the key of %1 depends on itself", name.view()))};
+    }
+    if (alias.state == Alias::DECLARED) {
+        if (m_aliasDepth >= DEEPEST_ALIAS) {
+            throw CompileError{name.data, "too many aliases lead to each other through their keys"};
+        }
+        const Depth depth(m_aliasDepth);
+        alias.state = Alias::BEING_RESOLVED;
+        alias.path = pathOf(alias);
+        alias.state = Alias::RESOLVED;
+    }
+    CIMObjectPath path = alias.path;
+    if (alias.home != m_current) {
+        path.setNameSpace(alias.home->scope.nameSpace());
+    }
+    return path;
+}
+
+/// The path of what an alias stands for. Only the values of the keys are made, since the others may
+/// lead back here.
+CIMObjectPath Compilation::pathOf(Alias& alias) {
+    const Declaration& declaration = *alias.declaration;
+    CIMObjectPath path;
+    if (declaration.kind == Declaration::CLASS) {
+        return path.setClassName(String(declaration.name.view()));
+    }
+    const Entered entered(*this, *alias.home);
+    ClassEntry& entry = classOf(*alias.home, declaration);
+    path.setClassName(entry.cls.getName());
+    CIMPropertyArray keys = entry.cls.getKeys();
+    if (keys.empty()) {
+        throw CompileError{declaration.alias.data,
+                           String(Format("the class \"%1\" has no key, so nothing can refer to its "
+                                         "instances",
+                                         entry.cls.getName()))};
+    }
+    FoldedMap<const Assignment*, std::string_view> assignments;
+    for (const Assignment& assignment : declaration.assignments) {
+        assignments.emplace(assignment.name.view(), &assignment);
+    }
+    for (CIMProperty& key : keys) {
+        const auto found = assignments.find(key.getName());
+        key = CIMProperty(key.getName(), key.getDataType(),
+                          found != assignments.end() ? assignedValue(key, *found->second)
+                                                     : key.getValue());
+        key.setKey(true);
+        if (key.getValue().isNull()) {
+            throw CompileError{declaration.name.data,
+                               String(Format("the key property \"%1\" has no value",
+                                             key.getName()))};
+        }
+    }
+    return path.setKeys(std::move(keys));
+}
+
+CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& embedding) {
+    if (m_depth >= DEEPEST_OBJECT) {
+        throw CompileError{literal.text.data, "too many objects embedded in each other"};
+    }
+    String text = readString(literal);
+    const size_t begin = text.find_first_not_of(" \t\r\n");
+    if (begin != String::npos && text[begin] == '{' && embedding.kind == Embedding::INSTANCE) {
+        text.insert(0, "instance of " + embedding.className + " ");
+    }
+    SourceText source(Source{"embedded object", std::move(text)});
+    const Depth depth(m_depth);
+    try {
+        return compileEmbedded(source, embedding);
+    } catch (const CompileError& error) {
+        if (!source.contains(error.at)) {
+            throw;
+        }
+        const SourceText::Place place = source.locate(error.at);
+        throw CompileError{literal.text.data,
+                           String(Format("in the embedded object, line %1, column %2: %3",
+                                         place.line, place.column, error.what))};
+    }
+}
+
+CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embedding) {
+    std::pmr::monotonic_buffer_resource arena;
+    const List<Declaration> declarations = parse(source, arena);
+    const Declaration* const declaration = declarations.first;
+    if (declaration == nullptr || declaration->next != nullptr ||
+        declaration->kind == Declaration::PRAGMA ||
+        declaration->kind == Declaration::QUALIFIER_TYPE ||
+        (declaration->kind == Declaration::CLASS && embedding.kind == Embedding::INSTANCE)) {
+        const char* const at = declaration == nullptr         ? source.begin()
+                               : declaration->next != nullptr ? declaration->next->name.data
+                                                              : declaration->name.data;
+        throw CompileError{at, embedding.kind == Embedding::INSTANCE
+                                   ? "expected one instance and nothing else"
+                                   : "expected one instance or class and nothing else"};
+    }
+    if (!declaration->alias.empty()) {
+        throw CompileError{declaration->alias.data, "an embedded object cannot have an alias"};
+    }
+    if (declaration->kind == Declaration::CLASS) {
+        return CIMValue(m_current->classes.buildUnnamed(*declaration));
+    }
+    checkEmbeddedClass(*declaration, embedding);
+    return CIMValue(buildInstance(*m_current, *declaration, true));
+}
+
+void Compilation::checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding) {
+    ClassEntry& entry = classOf(*m_current, declaration);
+    if (embedding.kind == Embedding::INSTANCE &&
+        !m_current->classes.isWithin(&entry, embedding.className)) {
+        throw CompileError{declaration.name.data,
+                           String(Format("expected an instance of \"%1\"; found one of \"%2\"",
+                                         embedding.className, entry.cls.getName()))};
+    }
+}
+
+}  // namespace OpenWBEM::MOF

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From a text to its syntax tree, and the pieces that the generated scanner and grammar share.
+#pragma once
+
+#include <memory_resource>
+#include <new>
+
+#include "openwbem/mof/SourceText.hpp"
+#include "openwbem/mof/SyntaxTree.hpp"
+
+namespace OpenWBEM::MOF {
+
+/// What the grammar's actions build with.
+class ParseContext {
+public:
+    ParseContext(SourceText& source, std::pmr::memory_resource& arena)
+        : m_source(source), m_arena(arena) {}
+
+    template <class Node>
+    Node* make(const Node& node) {
+        return new (m_arena.allocate(sizeof(Node), alignof(Node))) Node(node);
+    }
+    void add(Declaration* declaration) noexcept { m_declarations.append(declaration); }
+    const List<Declaration>& declarations() const noexcept { return m_declarations; }
+    SourceText& source() const noexcept { return m_source; }
+
+private:
+    SourceText& m_source;
+    std::pmr::memory_resource& m_arena;
+    List<Declaration> m_declarations{};
+};
+
+/// Parses `source`; the nodes live in `arena`. Throws CompileError.
+List<Declaration> parse(SourceText& source, std::pmr::memory_resource& arena);
+
+/// Runs the scanner alone over `source` and returns the number of its tokens: the measure of what
+/// compiling may cost. Throws CompileError.
+size_t countTokens(SourceText& source);
+
+}  // namespace OpenWBEM::MOF

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The names of one namespace: what the text declares in it, and behind that what the handle knows.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+
+#include "openwbem/model/NameIndex.hpp"
+#include "openwbem/mof/FoldedMap.hpp"
+#include "openwbem/mof/MOFCompiler.hpp"
+#include "openwbem/mof/SyntaxTree.hpp"
+
+namespace OpenWBEM::MOF {
+
+/// A class that is known by name: declared in the text and built when it is asked for, or the handle's.
+struct ClassEntry {
+    enum State : uint8_t { DECLARED, BEING_BUILT, BUILT };
+    const Declaration* declaration = nullptr;  ///< null for one of the handle's
+    ClassEntry* super = nullptr;               ///< once it is built and declared in the text
+    State state = DECLARED;
+    CIMClass cls;                              ///< derived, once it is built
+    std::optional<NameIndex<CIMProperty>> properties;
+
+    /// The built class's property of that name, or null.
+    const CIMProperty* findProperty(std::string_view name);
+};
+
+class Scope {
+public:
+    /// `handle` may be null.
+    Scope(String nameSpace, CIMOMHandleIFCRef handle);
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+    const String& nameSpace() const noexcept { return m_nameSpace; }
+
+    /// Enters what a text declares. Throws CompileError for what is declared already.
+    void declare(const Declaration& declaration);
+    const std::deque<const Declaration*>& qualifierTypes() const { return m_qualifierTypeOrder; }
+    const std::deque<ClassEntry*>& classes() const { return m_classOrder; }
+    const std::deque<const Declaration*>& instances() const { return m_instances; }
+
+    void define(const Declaration& declaration, CIMQualifierType qualifierType);
+    /// The qualifier type of that name, or null. It stays where it is.
+    const CIMQualifierType* findQualifierType(std::string_view name);
+    /// The class of that name, or null; not necessarily built.
+    ClassEntry* findClass(std::string_view name);
+
+private:
+    struct QualifierEntry {
+        const Declaration* declaration = nullptr;
+        CIMQualifierType type;
+        bool known = false;
+    };
+    QualifierEntry fetchQualifierType(const String& name) const;
+    std::unique_ptr<ClassEntry> fetchClass(const String& name) const;
+
+    String m_nameSpace;
+    CIMOMHandleIFCRef m_handle;
+    FoldedMap<QualifierEntry> m_qualifierTypes;
+    FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there
+    std::deque<const Declaration*> m_qualifierTypeOrder;
+    std::deque<ClassEntry*> m_classOrder;
+    std::deque<const Declaration*> m_instances;
+};
+
+}  // namespace OpenWBEM::MOF

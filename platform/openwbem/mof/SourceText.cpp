@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/mof/SourceText.hpp"
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/Utf8.hpp"
+
+namespace OpenWBEM::MOF {
+
+namespace {
+
+// The scanner counts in int.
+constexpr size_t LARGEST_TEXT = size_t{1} << 30;
+// What is shown of a line on either side of its error.
+constexpr size_t SHOWN_BEFORE = 60;
+constexpr size_t SHOWN_AFTER = 40;
+constexpr size_t SHOWN_OF_TOKEN = 40;
+
+/// The length of the character at the beginning of `text`, 1 where that is not valid UTF-8.
+size_t characterLength(std::string_view text, bool& valid) {
+    for (size_t length = 1; length <= std::min<size_t>(4, text.size()); ++length) {
+        if (Utf8::findInvalid(text.substr(0, length)) == std::string_view::npos) {
+            valid = true;
+            return length;
+        }
+    }
+    valid = false;
+    return 1;
+}
+
+/// Splits into characters that may be printed, each as its own text.
+StringArray printable(std::string_view text) {
+    StringArray characters;
+    while (!text.empty()) {
+        bool valid = false;
+        const size_t length = characterLength(text, valid);
+        const auto byte = static_cast<unsigned char>(text[0]);
+        if (!valid) {
+            characters.emplace_back("\xEF\xBF\xBD");
+        } else if ((byte < 0x20 && byte != '\t') || byte == 0x7f ||
+                   (byte == 0xc2 && static_cast<unsigned char>(text[1]) < 0xa0)) {
+            characters.emplace_back("?");
+        } else {
+            characters.emplace_back(text.substr(0, length));
+        }
+        text.remove_prefix(length);
+    }
+    return characters;
+}
+
+size_t countCharacters(std::string_view text) {
+    size_t count = 0;
+    while (!text.empty()) {
+        bool valid = false;
+        text.remove_prefix(characterLength(text, valid));
+        ++count;
+    }
+    return count;
+}
+
+bool isContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+}
+
+/// Moves back over at most `count` characters, not beyond `least`.
+const char* back(const char* at, const char* least, size_t count) {
+    for (; count > 0 && at > least; --count) {
+        --at;
+        for (int i = 0; i < 3 && at > least && isContinuation(*at); ++i) {
+            --at;
+        }
+    }
+    return at;
+}
+
+String join(const StringArray& pieces) {
+    String text;
+    for (const String& piece : pieces) {
+        text += piece;
+    }
+    return text;
+}
+
+const char* lineBegin(const SourceText& text, const char* at) {
+    while (at > text.begin() && at[-1] != '\n') {
+        --at;
+    }
+    return at;
+}
+
+const char* lineEnd(const SourceText& text, const char* at) {
+    at = std::find(at, text.end(), '\n');
+    return at > text.begin() && at < text.end() && at[-1] == '\r' ? at - 1 : at;
+}
+
+/// The line around `at` and a caret below it.
+String excerpt(const SourceText& text, const char* at) {
+    const char* const begin = lineBegin(text, at);
+    const char* const end = std::max(at, lineEnd(text, at));
+    const char* const from = back(at, begin, SHOWN_BEFORE);
+    const StringArray before = printable({from, at});
+    const auto most = std::min<size_t>(static_cast<size_t>(end - at), SHOWN_AFTER * 4);
+    StringArray after = printable({at, most});
+    const bool cut = after.size() > SHOWN_AFTER;
+    if (cut) {
+        after.resize(SHOWN_AFTER);
+    }
+    const char* const ellipsis = from > begin ? "..." : "";
+    String caret(String(ellipsis).size(), ' ');
+    for (const String& character : before) {
+        caret += character == "\t" ? '\t' : ' ';
+    }
+    return ellipsis + join(before) + join(after) + (cut ? "..." : "") + "\n" + caret + "^";
+}
+
+}  // namespace
+
+SourceText::SourceText(Source source)
+    : m_name(std::move(source.name)), m_text(std::move(source.text)), m_size(m_text.size()) {
+    if (m_size > LARGEST_TEXT) {
+        throw MOFCompilerException(__FILE__, __LINE__,
+                                   m_name + ":1:1: error: the text is too large", m_name, 1, 1);
+    }
+    m_text.append(2, '\0');
+    if (m_size >= 3 && m_text.compare(0, 3, "\xEF\xBB\xBF") == 0) {
+        m_mark = 3;
+    }
+}
+
+SourceText::Place SourceText::locate(const char* at) const noexcept {
+    return {1 + static_cast<size_t>(std::count(begin(), at, '\n')),
+            1 + countCharacters({lineBegin(*this, at), at})};
+}
+
+MOFCompilerException SourceText::describe(const CompileError& error) const {
+    const Place place = locate(error.at);
+    return {__FILE__, __LINE__,
+            String(blocxx::Format("%1:%2:%3: error: %4\n%5", m_name, place.line, place.column,
+                                  error.what, excerpt(*this, error.at))),
+            m_name, place.line, place.column};
+}
+
+String quoted(std::string_view token) {
+    bool cut = token.size() > SHOWN_OF_TOKEN * 4;
+    StringArray characters = printable(token.substr(0, SHOWN_OF_TOKEN * 4));
+    if (characters.size() > SHOWN_OF_TOKEN) {
+        characters.resize(SHOWN_OF_TOKEN);
+        cut = true;
+    }
+    return "'" + join(characters) + (cut ? "...'" : "'");
+}
+
+}  // namespace OpenWBEM::MOF

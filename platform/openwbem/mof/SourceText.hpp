@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A text that is being compiled: its bytes stay where they are until the compilation ends, so that
+// tokens can be views of it, and any pointer into it can be turned into a line and a column when an
+// error has to be told.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "openwbem/mof/MOFCompiler.hpp"
+
+namespace OpenWBEM::MOF {
+
+/// What is wrong, and where in one of the texts. Internal to the compiler: what leaves it is a
+/// MOFCompilerException.
+struct CompileError {
+    const char* at;
+    String what;
+};
+
+class SourceText {
+public:
+    /// Takes the source over. Throws MOFCompilerException when it is larger than a scanner can take.
+    explicit SourceText(Source source);
+    SourceText(const SourceText&) = delete;
+    SourceText& operator=(const SourceText&) = delete;
+
+    const String& name() const noexcept { return m_name; }
+    /// Behind the byte order mark, when there is one.
+    const char* begin() const noexcept { return m_text.data() + m_mark; }
+    const char* end() const noexcept { return m_text.data() + m_size; }
+    /// The text and the two zero bytes behind it that a scanner needs; it writes to them while it runs.
+    char* scannerBuffer() noexcept { return m_text.data() + m_mark; }
+    size_t scannerBufferSize() const noexcept { return m_text.size() - m_mark; }
+
+    /// Whether `at` points into the text or to its end.
+    bool contains(const char* at) const noexcept { return at >= begin() && at <= end(); }
+
+    struct Place {
+        size_t line;    ///< from 1
+        size_t column;  ///< from 1, in characters
+    };
+    Place locate(const char* at) const noexcept;
+    /// The exception for an error in this text.
+    MOFCompilerException describe(const CompileError& error) const;
+
+private:
+    String m_name;
+    String m_text;
+    size_t m_size;
+    size_t m_mark = 0;
+};
+
+/// A token for messages: in quotes, shortened when long, without anything that a terminal would obey.
+String quoted(std::string_view token);
+
+}  // namespace OpenWBEM::MOF

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From an initializer and a declared type to a value of that type.
+#pragma once
+
+#include "openwbem/model/CIMValue.hpp"
+#include "openwbem/mof/SourceText.hpp"
+#include "openwbem/mof/SyntaxTree.hpp"
+
+namespace OpenWBEM::MOF {
+
+/// What a string is declared to hold besides text (the qualifiers EmbeddedInstance and EmbeddedObject).
+struct Embedding {
+    enum Kind : uint8_t { NOTHING, INSTANCE, OBJECT };
+    Kind kind = NOTHING;
+    String className;  ///< of an INSTANCE
+};
+
+/// Makes the values that need to know other objects. Both throw CompileError.
+class ObjectResolver {
+public:
+    virtual CIMObjectPath resolveReference(const Literal& literal) = 0;
+    /// An instance or class from its MOF.
+    virtual CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) = 0;
+
+protected:
+    ~ObjectResolver() = default;
+};
+
+/// The value of `initializer` in the declared `type`; the null value for none. `at` is where an empty
+/// array stands for messages. Throws CompileError.
+CIMValue makeValue(const Initializer& initializer, const CIMDataType& type,
+                   const Embedding& embedding, ObjectResolver& objects, const char* at);
+
+/// The type that a name and a suffix declare. Throws CompileError.
+CIMDataType makeType(const TypeName& name, const ArraySuffix& array);
+
+}  // namespace OpenWBEM::MOF
