@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What compiling MOF costs, measured against the least that it could: the same scanner producing every
-// token of the same bytes. The schema is the DMTF's, read into memory before anything is timed, so that
-// both sides see the same; a third measure reads the files as a compilation does.
+// What compiling MOF costs, measured against the least that it could: the same scanner producing
+// every token of the same bytes. The schema is the DMTF's, read into memory before anything is
+// timed, so that both sides see the same; a third measure reads the files as a compilation does.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

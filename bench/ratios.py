@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Prints the ratios that matter, each with its limit.
+
+A ratio compares two things measured in the same run on the same machine, so that it means the same
+on a slow and on a fast one. Of repeated runs the quickest counts: everything slower is the machine.
+Whole processes are started alternately, so that both sides meet the same disturbances.
+"""
+
+import json
+import os
+import shutil
+import subprocess
+import sys
+import time
+
+LOADS = 7
+LISTINGS = 100
+PRODUCTS = 1000
+TOP_FILE = "cim_schema_2.41.0.mof"
+
+
+def fail(message):
+    sys.exit(f"ratios.py: {message}")
+
+
+def run(argv):
+    """Runs a program; gives back its seconds and its peak memory in bytes."""
+    output = os.open(os.devnull, os.O_WRONLY)
+    start = time.perf_counter()
+    pid = os.posix_spawn(argv[0], argv, os.environ,
+                         file_actions=[(os.POSIX_SPAWN_DUP2, output, 1)])
+    _, status, usage = os.wait4(pid, 0)
+    seconds = time.perf_counter() - start
+    os.close(output)
+    if status != 0:
+        fail(f"{' '.join(argv)} ended with wait status {status}")
+    return seconds, usage.ru_maxrss * 1024
+
+
+class Tree:
+    """A staged installation to measure in; its programs are those of the build."""
+
+    def __init__(self, build, name, schema):
+        self.prefix = os.path.join(build, "trees", name)
+        shutil.rmtree(self.prefix, ignore_errors=True)
+        os.makedirs(self.prefix)
+        self.programs = build
+        run([self.program("utilities/kov-setup/kov-setup"), "--dest-dir", self.prefix,
+             "--schema-dir", schema])
+
+    def program(self, path):
+        return os.path.join(self.programs, path)
+
+    def repository_size(self):
+        directory = os.path.join(self.prefix, "var/opt/tarvo/kov/openwbem/repository")
+        return os.path.getsize(os.path.join(directory, "repository.db"))
+
+    def load(self, namespace, path):
+        return run([self.program("utilities/owmofc/owmofc"), "--dest-dir", self.prefix, "-n",
+                    namespace, path])
+
+    def list_products_command(self):
+        return [self.program("fennik/cli/fennik"), "--kov-build-system-dest-dir", self.prefix,
+                "--list-registered-products"]
+
+
+def microbenchmarks(build, schema_dir):
+    """The quickest milliseconds of each benchmark, by name."""
+    result = subprocess.run(
+        [os.path.join(build, "bench/schema_bench"), schema_dir, "--benchmark_format=json",
+         "--benchmark_repetitions=5", "--benchmark_min_time=0.2"],
+        check=True, stdout=subprocess.PIPE, cwd=build)
+    quickest = {}
+    for row in json.loads(result.stdout)["benchmarks"]:
+        if row["run_type"] == "iteration":
+            name = row["name"].split("/")[0]
+            quickest[name] = min(quickest.get(name, float("inf")), row["real_time"])
+    return quickest
+
+
+def schema_load(build, schema, schema_dir):
+    """The quickest milliseconds and the largest memory of loading the schema into a new tree."""
+    seconds, memory = [], []
+    for _ in range(LOADS):
+        tree = Tree(build, "load", schema)
+        elapsed, peak = tree.load("root/cimv2", os.path.join(schema_dir, TOP_FILE))
+        seconds.append(elapsed)
+        memory.append(peak)
+    return min(seconds) * 1000, max(memory)
+
+
+def register_products(tree):
+    path = os.path.join(tree.prefix, "products.mof")
+    with open(path, "w", encoding="ascii") as out:
+        for number in range(PRODUCTS):
+            out.write(f'instance of KOV_Product {{ Name = "product{number:04}"; '
+                      f'Usernames = {{"user{number:04}"}}; }};\n')
+    tree.load("kov", path)
+
+
+def plain_database(tree):
+    """A database of the repository's size whose one table has a row for each product."""
+    path = os.path.join(tree.prefix, "plain.db")
+    filling = tree.repository_size() // PRODUCTS
+    script = ("CREATE TABLE products(name TEXT, data BLOB);"
+              "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<%d) "
+              "INSERT INTO products SELECT printf('product%%04d', i), zeroblob(%d) FROM n;"
+              % (PRODUCTS - 1, max(filling - 20, 0)))
+    subprocess.run(["sqlite3", path, script], check=True)
+    return path
+
+
+def listing(build, schema):
+    """The quickest milliseconds of the listing and of the shell that reads as many rows."""
+    tree = Tree(build, "listing", schema)
+    register_products(tree)
+    ours = tree.list_products_command()
+    shell = [shutil.which("sqlite3"), plain_database(tree), "SELECT name FROM products"]
+    names = subprocess.run(ours, check=True, stdout=subprocess.PIPE).stdout.split()
+    if len(names) != PRODUCTS:
+        fail(f"{len(names)} products are listed instead of {PRODUCTS}")
+    times = ([], [])
+    for _ in range(LISTINGS):
+        for command, seconds in zip((ours, shell), times):
+            seconds.append(run(command)[0])
+    return min(times[0]) * 1000, min(times[1]) * 1000
+
+
+def main():
+    if len(sys.argv) != 4:
+        fail("usage: ratios.py BUILD_DIR INSTALLED_SCHEMA_DIR DMTF_SCHEMA_DIR")
+    build, schema, schema_dir = (os.path.abspath(path) for path in sys.argv[1:])
+
+    micro = microbenchmarks(build, schema_dir)
+    tokens, compiled, synced = (
+        micro[name] for name in ("TokenPass", "CompileToArrays", "SyncedInsert"))
+    loaded, memory = schema_load(build, schema, schema_dir)
+    listed, shell = listing(build, schema)
+
+    rows = [
+        ("compile the DMTF schema / token pass",
+         f"{compiled:.1f} ms / {tokens:.1f} ms", compiled / tokens, 3.0, ""),
+        ("owmofc loads it / token pass + synced insert",
+         f"{loaded:.1f} ms / {tokens + synced:.1f} ms", loaded / (tokens + synced), 2.5, ""),
+        (f"list {PRODUCTS} products / sqlite3 shell",
+         f"{listed:.2f} ms / {shell:.2f} ms", listed / shell, 3.0, ""),
+        ("peak memory of the load", "", memory / 1e6, 60.0, " MB"),
+    ]
+    print(f"\n{'what':46} {'measured':24} {'result':>9} {'limit':>8}  verdict")
+    met = True
+    for what, measured, value, limit, unit in rows:
+        verdict = "ok" if value <= limit else "MISSED"
+        met = met and value <= limit
+        print(f"{what:46} {measured:24} {value:>6.2f}{unit or '   '} {limit:>5.1f}{unit or '   '}"
+              f"  {verdict}")
+    return 0 if met else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
