@@ -3,7 +3,6 @@
 // Bringing an object path in line with its class: a text does not tell the types of its keys, the
 // class does.
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include "openwbem/model/CIMClass.hpp"
@@ -68,8 +67,10 @@ CIMValue toReal(const CIMValue& value, CIMDataType::Type type) {
     if (type == CIMDataType::REAL64) {
         return CIMValue(number);
     }
-    // Rounds as any conversion does; only what has no real32 near it is refused.
-    if (std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
+    // The first number that rounds to infinity, half a step above the greatest real32: the text of
+    // that greatest one may be a little above it.
+    constexpr double TOO_BIG = 0x1.ffffffp127;
+    if (std::fabs(number) >= TOO_BIG) {
         return CIMValue();
     }
     return CIMValue(static_cast<float>(number));

@@ -77,7 +77,7 @@ constexpr auto withType(CIMDataType::Type type, F f) {
 
 /// The CIM type of a C++ type.
 template <class T>
-constexpr CIMDataType::Type typeOf() {
+consteval CIMDataType::Type typeOf() {
     for (int type = CIMDataType::BOOLEAN; type <= CIMDataType::EMBEDDEDCLASS; ++type) {
         const auto candidate = static_cast<CIMDataType::Type>(type);
         if (withType(candidate,
