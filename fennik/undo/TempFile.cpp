@@ -37,9 +37,9 @@ String randomName() {
 }  // namespace
 
 TempFile::TempFile(const String& directory) {
-    const String prefix = directory.ends_with('/') ? directory : directory + "/";
-    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        const String path = prefix + randomName();
+    errno = ENOENT;  // what an empty path is to the system; "/" would be taken for it below
+    for (int attempt = directory.empty() ? MAX_ATTEMPTS : 0; attempt < MAX_ATTEMPTS; ++attempt) {
+        const String path = directory + (directory.ends_with('/') ? "" : "/") + randomName();
         if (File file = FileSystem::createFile(path)) {
             m_held = {std::move(file), path};
             return;

@@ -30,7 +30,7 @@ public:
 
     enum EAllowNonOptionArgsFlag { E_NON_OPTION_ARGS_INVALID, E_NON_OPTION_ARGS_ALLOWED };
 
-    /// Error codes of CmdLineParserException.
+    /// Error codes of CmdLineParserException. The message is the option or word at fault.
     enum EErrorCodes {
         E_INVALID_OPTION = 0,            ///< not in the table, or given an argument it does not take
         E_MISSING_ARGUMENT = 1,          ///< the message is the option
@@ -47,17 +47,19 @@ public:
     String getOptionValue(int id, const String& defaultValue = String()) const;
     /// All values in command-line order; empty when the option is absent.
     StringArray getOptionValueList(int id) const;
-    /// As above, but an absent option is E_MISSING_OPTION with `exceptionText` as its message.
+    /// As above, but an absent option without a default is E_MISSING_OPTION with `exceptionText` as
+    /// its message. A list has no default.
     String mustGetOptionValue(int id, const char* exceptionText = "") const;
     StringArray mustGetOptionValueList(int id, const char* exceptionText = "") const;
     const StringArray& getNonOptionArgs() const noexcept { return m_nonOptionArgs; }
 
-    /// One entry a row, in table order, no line longer than `maxColumns` where words allow it; an
+    /// One entry a row, in table order, descriptions wrapped and lined up, no line longer than `maxColumns` where words allow it; an
     /// entry names the option as "-h, --help" or "--name <arg>" and then its description.
     static String getUsage(const Option* options, unsigned maxColumns = 80);
 
 private:
     std::map<int, StringArray> m_values;
+    std::map<int, String> m_defaults;
     StringArray m_nonOptionArgs;
 };
 

@@ -56,7 +56,7 @@ struct Command {
     StringArray environment;  ///< the whole environment, as NAME=VALUE
     String input;             ///< fed to standard input
     std::optional<Identity> identity;  ///< none: the caller's own
-    std::chrono::seconds timeLimit{0};
+    std::chrono::seconds timeLimit{0};  ///< none when it is not positive
 };
 
 /// Runs the command and collects its standard output and error, together, into `output`. Waits until

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Private to Process: a started child and the pipe that it writes to. Whatever happens, the child
+// has been killed and waited for when this object goes.
+#pragma once
+
+#include <chrono>
+
+#include "blocxx/File.hpp"
+#include "blocxx/Process.hpp"
+
+namespace blocxx {
+
+class ChildProcess {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Starts the program. Throws ProcessException.
+    explicit ChildProcess(const Process::Command& command);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    /// Appends to `output` what the child writes until it has ended or `deadline` has come. True
+    /// when it has ended.
+    bool collectUntil(Clock::time_point deadline, String& output);
+    /// Kills the child and its whole process group.
+    void kill() noexcept;
+    /// The wait status of the child, once it has ended.
+    int reap();
+
+private:
+    void start(const Process::Command& command, int input, int output);
+    void throwUnlessStarted(const String& program, int errorPipe);
+    bool hasEnded() const;
+    void waitForEvent(Clock::time_point deadline) const;
+    /// Reads at most `limit` bytes.
+    void drain(String& output, size_t limit);
+
+    pid_t m_pid = -1;
+    File m_exitEvent;  ///< readable when the child has ended; closed where the kernel has no pidfd
+    File m_output;     ///< closed once nobody can write to it any more
+};
+
+}  // namespace blocxx
