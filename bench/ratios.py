@@ -65,17 +65,19 @@ class Tree:
                 "--list-registered-products"]
 
 
-def microbenchmarks(build, schema_dir):
-    """The quickest milliseconds of each benchmark, by name."""
-    result = subprocess.run(
-        [os.path.join(build, "bench/schema_bench"), schema_dir, "--benchmark_format=json",
-         "--benchmark_repetitions=5", "--benchmark_min_time=0.2"],
-        check=True, stdout=subprocess.PIPE, cwd=build)
+def microbenchmarks(build):
+    """The quickest milliseconds of each benchmark of the schema, by name."""
     quickest = {}
-    for row in json.loads(result.stdout)["benchmarks"]:
-        if row["run_type"] == "iteration":
-            name = row["name"].split("/")[0]
-            quickest[name] = min(quickest.get(name, float("inf")), row["real_time"])
+    for program in ("mof_bench", "storage_bench"):
+        report = os.path.join(build, program + ".json")
+        subprocess.run([os.path.join(build, "bench", program), "--benchmark_out=" + report],
+                       check=True, stdout=subprocess.DEVNULL, cwd=build)
+        with open(report, encoding="utf-8") as text:
+            rows = json.load(text)["benchmarks"]
+        for row in rows:
+            if row["run_type"] == "iteration":
+                name = row["name"].split("/")[0]
+                quickest[name] = min(quickest.get(name, float("inf")), row["real_time"])
     return quickest
 
 
@@ -132,9 +134,9 @@ def main():
         fail("usage: ratios.py BUILD_DIR INSTALLED_SCHEMA_DIR DMTF_SCHEMA_DIR")
     build, schema, schema_dir = (os.path.abspath(path) for path in sys.argv[1:])
 
-    micro = microbenchmarks(build, schema_dir)
+    micro = microbenchmarks(build)
     tokens, compiled, synced = (
-        micro[name] for name in ("TokenPass", "CompileToArrays", "SyncedInsert"))
+        micro[name] for name in ("BM_TokenPass", "BM_CompileSchema", "BM_SyncedInsert"))
     loaded, memory = schema_load(build, schema, schema_dir)
     listed, shell = listing(build, schema)
 
