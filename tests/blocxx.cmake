@@ -2,4 +2,10 @@
 kov_unit_test(blocxx_test
   SOURCES
     unit/blocxx/CmdLineParser_test.cpp
+    unit/blocxx/Exception_test.cpp
+    unit/blocxx/FileSystem_test.cpp
+    unit/blocxx/Format_test.cpp
+    unit/blocxx/Logger_test.cpp
+    unit/blocxx/Process_test.cpp
+    unit/blocxx/String_test.cpp
   LINKS blocxx)
