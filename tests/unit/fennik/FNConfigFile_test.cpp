@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/product/FNConfigFile.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "blocxx/FileSystem.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "tests/unit/fennik/CapturedLog.hpp"
+#include "tests/unit/fennik/TemporaryDirectory.hpp"
+
+namespace KOVNS2::Testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ConfigFile : public ::testing::Test {
+protected:
+    ConfigFile() { fs::create_directories(m_configs); }
+
+    String prefix() const { return m_directory.path().string(); }
+    fs::path snippet() const { return m_configs / "sample.conf"; }
+    size_t filesInConfigs() const {
+        return static_cast<size_t>(
+            std::distance(fs::directory_iterator(m_configs), fs::directory_iterator()));
+    }
+
+    TemporaryDirectory m_directory;
+    const fs::path m_configs = m_directory.path() / "etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
+    CapturedLog m_log;
+};
+
+/// Calls `operation` and expects a FennikException of that code and message.
+template <class Operation>
+void expectFennik(int code, const String& message, Operation operation) {
+    try {
+        operation();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), code);
+        EXPECT_EQ(e.getMessage(), message);
+    }
+}
+
+TEST_F(ConfigFile, MissingSnippetReadsAsEmpty) {
+    EXPECT_EQ(getConfigFile("sample", prefix()), "");
+}
+
+TEST_F(ConfigFile, KeepsEveryByte) {
+    String content;
+    for (int byte = 0; byte < 256; ++byte) {
+        content += static_cast<char>(byte);
+    }
+    setConfigFileFromString("sample", content, prefix());
+    EXPECT_EQ(readFile(snippet()), content);
+    EXPECT_EQ(getConfigFile("sample", prefix()), content);
+    EXPECT_EQ(filesInConfigs(), 1U);
+}
+
+TEST_F(ConfigFile, SecondContentReplacesTheFirstCompletely) {
+    setConfigFileFromString("sample", String(10000, 'x'), prefix());
+    setConfigFileFromString("sample", "short", prefix());
+    EXPECT_EQ(getConfigFile("sample", prefix()), "short");
+    setConfigFileFromString("sample", "", prefix());
+    EXPECT_TRUE(fs::exists(snippet()));
+    EXPECT_EQ(getConfigFile("sample", prefix()), "");
+}
+
+TEST_F(ConfigFile, SnippetHasTheDefaultModeLessTheMask) {
+    const mode_t before = ::umask(077);
+    setConfigFileFromString("sample", "x", prefix());
+    ::umask(before);
+    EXPECT_EQ(fs::status(snippet()).permissions(), fs::perms(0600));
+}
+
+TEST_F(ConfigFile, SourceIsTakenBelowThePrefixAsPlainText) {
+    writeFile(m_directory.path() / "source", "from a file\n");
+    setConfigFile("sample", "/source", prefix());
+    EXPECT_EQ(getConfigFile("sample", prefix()), "from a file\n");
+    setConfigFile("other", "source", prefix() + "/");
+    EXPECT_EQ(getConfigFile("other", prefix()), "from a file\n");
+}
+
+TEST_F(ConfigFile, MissingSourceIsNamed) {
+    expectFennik(15, "The specified path " + prefix() + "/none : does not exist.",
+                 [&] { setConfigFile("sample", "/none", prefix()); });
+    EXPECT_EQ(filesInConfigs(), 0U);
+}
+
+TEST_F(ConfigFile, SourceThatIsADirectoryIsAnError) {
+    EXPECT_THROW(setConfigFile("sample", "/etc", prefix()), blocxx::FileSystemException);
+    EXPECT_EQ(filesInConfigs(), 0U);
+}
+
+TEST_F(ConfigFile, DirectoryInPlaceOfTheSnippetIsReportedAndTheTemporaryFileRemoved) {
+    fs::create_directory(snippet());
+    expectFennik(16, "Unable to create the file " + snippet().string() + ": 21(Is a directory)",
+                 [&] { setConfigFileFromString("sample", "x", prefix()); });
+    EXPECT_EQ(filesInConfigs(), 1U);
+}
+
+TEST_F(ConfigFile, MissingDirectoryIsAFailureOfTheTemporaryFile) {
+    fs::remove_all(m_configs);
+    try {
+        setConfigFileFromString("sample", "x", prefix());
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), 16);
+        EXPECT_NE(String(e.getMessage()).find(m_configs.string()), String::npos);
+    }
+}
+
+TEST_F(ConfigFile, NameThatIsNoFileNameStaysInsideTheDirectory) {
+    writeFile(m_configs.parent_path() / "x.conf", "not a snippet");
+    for (const String name : {"", ".", "..", "../x", "a/b"}) {
+        SCOPED_TRACE("name \"" + name + "\"");
+        expectFennik(16,
+                     "Unable to create the file " + m_configs.string() + "/" + name +
+                         ".conf: 22(Invalid argument)",
+                     [&] { setConfigFileFromString(name, "x", prefix()); });
+        EXPECT_EQ(getConfigFile(name, prefix()), "");
+        CleanupActions_t undo;
+        rmConfigFile(name, prefix(), undo);
+        EXPECT_TRUE(undo.empty());
+    }
+    EXPECT_EQ(filesInConfigs(), 0U);
+    EXPECT_EQ(readFile(m_configs.parent_path() / "x.conf"), "not a snippet");
+}
+
+TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsNotRead) {
+    writeFile(m_directory.path() / "secret", "secret");
+    fs::create_symlink(m_directory.path() / "secret", snippet());
+    EXPECT_THROW(getConfigFile("sample", prefix()), blocxx::FileSystemException);
+    CleanupActions_t undo;
+    EXPECT_THROW(rmConfigFile("sample", prefix(), undo), blocxx::FileSystemException);
+    EXPECT_TRUE(fs::is_symlink(snippet()));
+}
+
+TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsReplacedNotFollowed) {
+    writeFile(m_directory.path() / "target", "untouched");
+    fs::create_symlink(m_directory.path() / "target", snippet());
+    setConfigFileFromString("sample", "new", prefix());
+    EXPECT_FALSE(fs::is_symlink(snippet()));
+    EXPECT_EQ(readFile(snippet()), "new");
+    EXPECT_EQ(readFile(m_directory.path() / "target"), "untouched");
+}
+
+TEST_F(ConfigFile, FifoInPlaceOfTheSnippetDoesNotHang) {
+    ASSERT_EQ(::mkfifo(snippet().c_str(), 0600), 0);
+    EXPECT_EQ(getConfigFile("sample", prefix()), "");
+}
+
+TEST_F(ConfigFile, RemovingPushesTheStepThatWritesTheContentBack) {
+    setConfigFileFromString("sample", "a = b\n", prefix());
+    CleanupActions_t undo;
+    rmConfigFile("sample", prefix(), undo);
+    EXPECT_FALSE(fs::exists(snippet()));
+    ASSERT_EQ(undo.size(), 1U);
+    executeCleanupActions(undo);
+    EXPECT_EQ(readFile(snippet()), "a = b\n");
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(ConfigFile, RemovingAMissingSnippetDoesNothing) {
+    CleanupActions_t undo;
+    rmConfigFile("sample", prefix(), undo);
+    EXPECT_TRUE(undo.empty());
+}
+
+TEST_F(ConfigFile, LogsPathAndContents) {
+    setConfigFileFromString("sample", "100%1\n", prefix());
+    EXPECT_EQ(m_log.debugLines(),
+              (blocxx::StringArray{
+                  "Setting config file \"" + snippet().string() + "\" with contents:\n100%1\n",
+                  "Successfully created config file \"" + snippet().string() + "\""}));
+}
+
+}  // namespace
+}  // namespace KOVNS2::Testing

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/product/FNProductRegistration.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "fennik/undo/FennikException.hpp"
+#include "tests/unit/fennik/CapturedLog.hpp"
+#include "tests/unit/fennik/StagedTree.hpp"
+
+namespace KOVNS2::Testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ProductRegistration : public ::testing::Test {
+protected:
+    fs::path usersFile(const String& product) const {
+        return m_tree.configDirectory() / (product + ".allowed_users.conf");
+    }
+
+    void registerNow(const String& product, const StringArray& users) {
+        OpenRepository repository(m_tree);
+        registerProduct(repository.handle(), product, users, m_tree.prefix());
+    }
+
+    /// Registers and expects a FennikException of that code and message.
+    void expectFailure(OpenRepository& repository, const String& product, int code,
+                       const String& message) {
+        try {
+            registerProduct(repository.handle(), product, {"alice"}, m_tree.prefix());
+            ADD_FAILURE() << "registered";
+        } catch (const FennikException& e) {
+            EXPECT_EQ(e.getErrorCode(), code);
+            EXPECT_EQ(e.getMessage(), message);
+        }
+    }
+
+    StringArray products() {
+        OpenRepository repository(m_tree);
+        return listRegisteredProducts(repository.handle());
+    }
+
+    StagedTree m_tree;
+    CapturedLog m_log;
+};
+
+TEST_F(ProductRegistration, MakesTheInstanceAndTheFileAndCommits) {
+    registerNow("sample", {"bob", "alice", "bob"});
+
+    OpenRepository repository(m_tree);
+    const auto instances = repository.handle()->enumInstancesA("kov", "KOV_Product");
+    ASSERT_EQ(instances.size(), 1U);
+    EXPECT_EQ(instances[0].getPropertyValue("Name").toString(), "sample");
+    EXPECT_EQ(instances[0].getPropertyValue("Usernames").getArray<String>(),
+              (StringArray{"bob", "alice", "bob"}));
+    EXPECT_EQ(readFile(usersFile("sample")), "owcimomd.allowed_users = bob alice bob\n");
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(ProductRegistration, WithoutUsersTheLineEndsAfterTheEqualSign) {
+    registerNow("sample", {});
+    EXPECT_EQ(readFile(usersFile("sample")), "owcimomd.allowed_users =\n");
+    OpenRepository repository(m_tree);
+    const CIMValue users = repository.handle()
+                               ->enumInstancesA("kov", "KOV_Product")
+                               .at(0)
+                               .getPropertyValue("Usernames");
+    EXPECT_TRUE(users.isArray());
+    EXPECT_EQ(users.getArraySize(), 0U);
+}
+
+TEST_F(ProductRegistration, AllowedUsersFileHasTheDefaultModeLessTheMask) {
+    const mode_t before = ::umask(027);
+    registerNow("sample", {"alice"});
+    ::umask(before);
+    EXPECT_EQ(fs::status(usersFile("sample")).permissions(), fs::perms(0640));
+}
+
+TEST_F(ProductRegistration, RegisteredProductIsLeftAsItIs) {
+    registerNow("sample", {"alice"});
+    const auto before = m_tree.files();
+    OpenRepository repository(m_tree);
+    const auto content = repository.content();
+    expectFailure(repository, "sample", 2, "The product has already been registered.");
+    EXPECT_EQ(repository.content(), content);
+    EXPECT_EQ(m_tree.files(), before);
+}
+
+TEST_F(ProductRegistration, AlreadyRegisteredCarriesTheCimErrorAsItsCause) {
+    registerNow("sample", {"alice"});
+    try {
+        registerNow("sample", {"alice"});
+        ADD_FAILURE() << "registered twice";
+    } catch (const FennikException& e) {
+        const auto* cause = dynamic_cast<const CIMException*>(e.getOtherException());
+        ASSERT_NE(cause, nullptr);
+        EXPECT_EQ(cause->getErrNo(), CIMException::ALREADY_EXISTS);
+    }
+}
+
+TEST_F(ProductRegistration, ExistingAllowedUsersFileIsNotTouched) {
+    writeFile(usersFile("sample"), "precious");
+    const auto before = m_tree.files();
+    OpenRepository repository(m_tree);
+    expectFailure(repository, "sample", 12, "Failed to create " + usersFile("sample").string());
+    EXPECT_TRUE(repository.handle()->enumInstancesA("kov", "KOV_Product").empty());
+    EXPECT_EQ(m_tree.files(), before);
+}
+
+TEST_F(ProductRegistration, LinkInPlaceOfTheFileIsNotFollowed) {
+    fs::create_symlink("/tmp/elsewhere-that-is-not-there", usersFile("sample"));
+    OpenRepository repository(m_tree);
+    expectFailure(repository, "sample", 12, "Failed to create " + usersFile("sample").string());
+    EXPECT_FALSE(fs::exists("/tmp/elsewhere-that-is-not-there"));
+}
+
+TEST_F(ProductRegistration, NameThatIsNoFileNameCreatesNothing) {
+    for (const String name : {"", ".", "..", "a/b", "../x", "/etc/x"}) {
+        SCOPED_TRACE("name \"" + name + "\"");
+        const auto before = m_tree.files();
+        OpenRepository repository(m_tree);
+        expectFailure(repository, name, 12,
+                      "Failed to create " + m_tree.prefix() +
+                          "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/" + name +
+                          ".allowed_users.conf");
+        EXPECT_TRUE(repository.handle()->enumInstancesA("kov", "KOV_Product").empty());
+        EXPECT_EQ(m_tree.files(), before);
+    }
+}
+
+// Each operation on the handle fails in turn, until a registration meets no fault: each time the
+// repository, as the handle sees it and as it is on disk, and all files are as before.
+TEST_F(ProductRegistration, FaultAtAnyCallLeavesEverythingAsItWas) {
+    const auto filesBefore = m_tree.files();
+    unsigned faults = 0;
+    for (unsigned n = 1;; ++n) {
+        SCOPED_TRACE("call " + std::to_string(n));
+        ASSERT_LT(n, 100U);
+        OpenRepository repository(m_tree);
+        const auto contentBefore = repository.content();
+        repository.faults().failCall(n);
+        try {
+            registerProduct(repository.handle(), "sample", {"alice"}, m_tree.prefix());
+        } catch (const CIMException& e) {
+            EXPECT_STREQ(e.getMessage(), FaultyHandle::FAULT);
+            repository.faults().failNothing();
+            EXPECT_EQ(repository.content(), contentBefore);
+            EXPECT_TRUE(m_log.errors().empty()) << "the undo itself met a fault";
+            ++faults;
+            continue;
+        }
+        EXPECT_FALSE(repository.faults().hasFailed()) << "a failed call was ignored";
+        break;
+    }
+    EXPECT_EQ(faults, 3U) << "getClass, createInstance, commit";
+    EXPECT_EQ(products(), StringArray{"sample"});
+    EXPECT_NE(m_tree.files(), filesBefore);
+}
+
+TEST_F(ProductRegistration, FaultsFromACallOnwardsLeaveTheDiskAsItWas) {
+    const auto before = m_tree.files();
+    for (unsigned n = 1; n <= 3; ++n) {
+        SCOPED_TRACE("from call " + std::to_string(n));
+        OpenRepository repository(m_tree);
+        repository.faults().failFromCall(n);
+        EXPECT_THROW(registerProduct(repository.handle(), "sample", {"alice"}, m_tree.prefix()),
+                     CIMException);
+        EXPECT_EQ(m_tree.files(), before);
+    }
+    EXPECT_EQ(m_log.errors().size(), 1U) << "only the undo of the instance had a call to make";
+    EXPECT_TRUE(products().empty());
+}
+
+TEST_F(ProductRegistration, LogsWhatItDoes) {
+    registerNow("sample", {"alice"});
+    EXPECT_EQ(m_log.debugLines(),
+              (StringArray{"ProductRegistration: Registering product \"sample\"",
+                           "ProductRegistration: Creating allowed users file: \"" +
+                               usersFile("sample").string() + "\""}));
+    m_log.clear();
+    products();
+    EXPECT_EQ(m_log.debugLines(),
+              StringArray{"ProductRegistration: Getting list of registered products"});
+}
+
+TEST_F(ProductRegistration, ListingWithoutProductsIsEmpty) {
+    EXPECT_TRUE(products().empty());
+}
+
+TEST_F(ProductRegistration, ListingNamesEveryProductAsItWasGiven) {
+    for (const char* name : {"b", "A", "with blank", "per%1cent", "quo\"te"}) {
+        registerNow(name, {});
+    }
+    StringArray names = products();
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (StringArray{"A", "b", "per%1cent", "quo\"te", "with blank"}));
+}
+
+}  // namespace
+}  // namespace KOVNS2::Testing

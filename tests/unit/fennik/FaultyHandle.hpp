@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A handle on a real repository that fails on command: the n-th call, once or from then on, or
+// every call of one operation. A call that fails does not reach the repository.
+#pragma once
+
+#include <set>
+
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+
+namespace KOVNS2::Testing {
+
+using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
+
+class FaultyHandle : public RepositoryCIMOMHandle {
+public:
+    using RepositoryCIMOMHandle::RepositoryCIMOMHandle;
+
+    static constexpr const char* FAULT = "injected fault";
+
+    /// Only the n-th call from now on fails, counted from 1.
+    void failCall(unsigned n) { arm(n, false); }
+    /// The n-th call from now on and all after it fail.
+    void failFromCall(unsigned n) { arm(n, true); }
+    /// Every call of that operation fails.
+    void failOperation(const String& name) { m_failing.insert(name); }
+    void failNothing() {
+        arm(0, false);
+        m_failing.clear();
+    }
+    /// Whether a call has failed since failures were last asked for.
+    bool hasFailed() const { return m_hasFailed; }
+
+    void createNameSpace(const String& ns) override {
+        check("createNameSpace");
+        RepositoryCIMOMHandle::createNameSpace(ns);
+    }
+    void deleteNameSpace(const String& ns) override {
+        check("deleteNameSpace");
+        RepositoryCIMOMHandle::deleteNameSpace(ns);
+    }
+    CIMClass getClass(const String& ns, const String& className, ELocalOnlyFlag localOnly,
+                      EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
+                      const StringArray* properties) override {
+        check("getClass");
+        return RepositoryCIMOMHandle::getClass(ns, className, localOnly, qualifiers, origin,
+                                               properties);
+    }
+    void createClass(const String& ns, const CIMClass& cls) override {
+        check("createClass");
+        RepositoryCIMOMHandle::createClass(ns, cls);
+    }
+    void deleteClass(const String& ns, const String& className) override {
+        check("deleteClass");
+        RepositoryCIMOMHandle::deleteClass(ns, className);
+    }
+    CIMInstance getInstance(const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly,
+                            EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
+                            const StringArray* properties) override {
+        check("getInstance");
+        return RepositoryCIMOMHandle::getInstance(ns, path, localOnly, qualifiers, origin,
+                                                  properties);
+    }
+    CIMObjectPath createInstance(const String& ns, const CIMInstance& instance) override {
+        check("createInstance");
+        return RepositoryCIMOMHandle::createInstance(ns, instance);
+    }
+    void modifyInstance(const String& ns, const CIMInstance& instance,
+                        EIncludeQualifiersFlag qualifiers, const StringArray* properties) override {
+        check("modifyInstance");
+        RepositoryCIMOMHandle::modifyInstance(ns, instance, qualifiers, properties);
+    }
+    void deleteInstance(const String& ns, const CIMObjectPath& path) override {
+        check("deleteInstance");
+        RepositoryCIMOMHandle::deleteInstance(ns, path);
+    }
+    void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) override {
+        check("setQualifierType");
+        RepositoryCIMOMHandle::setQualifierType(ns, qualifierType);
+    }
+    void deleteQualifierType(const String& ns, const String& name) override {
+        check("deleteQualifierType");
+        RepositoryCIMOMHandle::deleteQualifierType(ns, name);
+    }
+    void commit() override {
+        check("commit");
+        RepositoryCIMOMHandle::commit();
+    }
+
+private:
+    void arm(unsigned n, bool onwards) {
+        m_failAt = n;
+        m_onwards = onwards;
+        m_calls = 0;
+        m_hasFailed = false;
+    }
+
+    void check(const char* operation) {
+        ++m_calls;
+        const bool reached =
+            m_failAt != 0 && (m_calls == m_failAt || (m_onwards && m_calls > m_failAt));
+        if (reached || m_failing.contains(operation)) {
+            m_hasFailed = true;
+            // Without a place, so that messages can be compared to the letter.
+            throw CIMException("", 0, CIMException::FAILED, FAULT);
+        }
+    }
+
+    unsigned m_failAt = 0;
+    unsigned m_calls = 0;
+    bool m_onwards = false;
+    bool m_hasFailed = false;
+    std::set<String> m_failing;
+};
+
+}  // namespace KOVNS2::Testing

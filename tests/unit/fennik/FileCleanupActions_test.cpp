@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The undo steps on files: what they do, and the exact text when they fail.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "blocxx/FileSystem.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
+#include "tests/unit/fennik/CapturedLog.hpp"
+#include "tests/unit/fennik/TemporaryDirectory.hpp"
+
+namespace KOVNS2::Testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileUndoSteps : public ::testing::Test {
+protected:
+    String path(const char* name) const { return (m_directory.path() / name).string(); }
+
+    String onlyError() const {
+        EXPECT_EQ(m_log.errors().size(), 1U);
+        return m_log.errors().empty() ? String() : m_log.errors().front();
+    }
+
+    const String m_head =
+        "The operation failed, and restoration to the previous state has also failed.\n";
+    const String m_leadIn =
+        "\nOnce the cause of the error has been resolved, to restore KOV to a valid state you "
+        "should\n";
+    TemporaryDirectory m_directory;
+    CapturedLog m_log;
+};
+
+TEST_F(FileUndoSteps, DeleteFileRemovesTheFile) {
+    writeFile(path("a"), "x");
+    deleteFile(path("a"));
+    EXPECT_FALSE(fs::exists(path("a")));
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, DeleteFileSaysWhatToDelete) {
+    deleteFile(path("none"));
+    EXPECT_EQ(onlyError(),
+              m_head + "The attempt to delete the file (in restoring things to initial state): " +
+                  path("none") + " failed with error:\nNo such file or directory" + m_leadIn +
+                  "delete the file.");
+}
+
+TEST_F(FileUndoSteps, AllowedUsersFileIsClosedAndDeleted) {
+    blocxx::File file = blocxx::FileSystem::createFile(path("users"));
+    closeAndDeleteAllowedUsersFile(file, path("users"));
+    EXPECT_FALSE(file);
+    EXPECT_FALSE(fs::exists(path("users")));
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, AllowedUsersFileThatCannotBeClosedIsStillDeleted) {
+    blocxx::File file = blocxx::FileSystem::createFile(path("users"));
+    ::close(file.getFileDescriptor());
+    closeAndDeleteAllowedUsersFile(file, path("users"));
+    EXPECT_EQ(onlyError(), "Failed to close file: " + path("users") + ": Bad file descriptor");
+    EXPECT_FALSE(fs::exists(path("users")));
+}
+
+TEST_F(FileUndoSteps, AllowedUsersFileThatIsClosedAlreadyIsDeleted) {
+    writeFile(path("users"), "x");
+    closeAndDeleteAllowedUsersFile(blocxx::File(), path("users"));
+    EXPECT_FALSE(fs::exists(path("users")));
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, CleanupWriteFilePutsTheContentsBack) {
+    const String contents("a = b\n\0\xff", 8);
+    cleanupWriteFile(path("conf"), contents);
+    EXPECT_EQ(readFile(path("conf")), contents);
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, CleanupWriteFileOnAnUnwritablePathLogsTheFullContents) {
+    cleanupWriteFile(path("no/conf"), "a = %1\nb\n");
+    EXPECT_EQ(onlyError(), m_head + "The attempt to open the file: " + path("no/conf") +
+                               " failed with error:No such file or directory" + m_leadIn +
+                               "create the file with contents:\na = %1\nb\n");
+}
+
+TEST_F(FileUndoSteps, RestoreFileMovesTheBackupAndSetsOwnerAndMode) {
+    const fs::path here = fs::current_path();
+    fs::current_path(m_directory.path());
+    writeFile(path("target"), "new");
+    writeFile(path("backup"), "old");
+    restoreFile(path("backup"), path("target"), ::geteuid(), ::getegid(), 0640);
+    fs::current_path(here);
+    EXPECT_TRUE(m_log.errors().empty());
+    EXPECT_EQ(readFile(path("target")), "old");
+    EXPECT_FALSE(fs::exists(path("backup")));
+    EXPECT_EQ(fs::status(path("target")).permissions(), fs::perms(0640));
+}
+
+class RestoreFile : public FileUndoSteps {
+protected:
+    RestoreFile() { fs::current_path(m_directory.path()); }
+    ~RestoreFile() override { fs::current_path(m_here); }
+
+    String restoreError(const String& what) const {
+        return m_head + "Error: " + what + "\n" + m_leadIn +
+               "restore this and any other backup files in the backup directory to the target "
+               "directory.\n  (There may be other steps to make as well.  Please consult the log "
+               "for more information.)\n\n";
+    }
+    const fs::path m_here = fs::current_path();
+};
+
+TEST_F(RestoreFile, MissingBackupIsReportedWithoutASystemError) {
+    restoreFile(path("%2"), path("target"), 0, 0, 0644);
+    EXPECT_EQ(onlyError(), restoreError("Backup file: " + path("%2") + " did not exist."));
+}
+
+TEST_F(RestoreFile, BaseNameThatCannotBeMadeIsReported) {
+    writeFile(path("backup"), "x");
+    const String longName(300, 'x');
+    restoreFile(path("backup"), "/" + longName, 0, 0, 0644);
+    EXPECT_EQ(onlyError(), restoreError("Could not create parent directory: " + longName +
+                                        " (File name too long)"));
+}
+
+TEST_F(RestoreFile, RenameThatFailsIsReported) {
+    writeFile(path("backup"), "x");
+    restoreFile(path("backup"), path("no/target"), 0, 0, 0644);
+    EXPECT_EQ(onlyError(), restoreError("Could not rename: " + path("backup") + " to " +
+                                        path("no/target") + " (No such file or directory)"));
+    EXPECT_TRUE(fs::is_directory(path("target")));
+}
+
+TEST_F(RestoreFile, OwnerThatCannotBeSetIsReported) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may give a file to anybody";
+    }
+    writeFile(path("target"), "new");
+    writeFile(path("backup"), "x");
+    restoreFile(path("backup"), path("target"), 0, 0, 0644);
+    EXPECT_EQ(onlyError(), restoreError("Could not change owner of " + path("target") +
+                                        " to uid: 0, gid: 0 (Operation not permitted)"));
+}
+
+TEST_F(FileUndoSteps, RenameBackRenames) {
+    fs::create_directory(path("from"));
+    RenameFileOrDir_Cleanup(path("from"), path("to"));
+    EXPECT_TRUE(fs::is_directory(path("to")));
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, RenameBackThatFailsGivesTheErrorNumber) {
+    RenameFileOrDir_Cleanup(path("from"), path("to"));
+    EXPECT_EQ(onlyError(), m_head + "The attempt to rename the file " + path("from") + " to " +
+                               path("to") + " failed with exit code 2" + m_leadIn +
+                               "rename the file manually.");
+}
+
+class WorkingCopy : public FileUndoSteps {
+protected:
+    void SetUp() override {
+        if (::geteuid() == 0) {
+            GTEST_SKIP() << "as root, external programs run as the account owcimomd";
+        }
+    }
+};
+
+TEST_F(WorkingCopy, IsRemovedWithItsContents) {
+    fs::create_directories(path("copy/sub"));
+    writeFile(path("copy/sub/file"), "x");
+    RemoveReposWorkCopyDir(path("copy"));
+    EXPECT_FALSE(fs::exists(path("copy")));
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(FileUndoSteps, WorkingCopyThatCannotBeRemovedIsNamed) {
+    // A name with a blank is two arguments to rm, neither of which it may remove here.
+    RemoveReposWorkCopyDir(path(".") + " /proc/self/status");
+    const String error = onlyError();
+    EXPECT_TRUE(error.starts_with(m_head + "The attempt to delete the directory: " + path(".") +
+                                  " /proc/self/status\n"))
+        << error;
+    EXPECT_TRUE(error.ends_with(
+        "\nOnce the cause of the error has been resolved, to restore KOV to a valid state you "
+        "should\ndelete the directory and its contents."))
+        << error;
+}
+
+}  // namespace
+}  // namespace KOVNS2::Testing

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/unit/fennik/StagedTree.hpp"
+
+#include <sys/stat.h>
+
+#include "openwbem/mof/MOFCompiler.hpp"
+#include "openwbem/mof/MOFRenderer.hpp"
+
+namespace KOVNS2::Testing {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Enough qualifier types for the schema, and few enough to fail at each of them in turn.
+constexpr const char* QUALIFIERS = R"(
+Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
+Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
+Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
+)";
+
+constexpr const char* SECURITY = R"(
+class OpenWBEM_UserACL {
+    [Key] string nspace;
+    [Key] string username;
+    string capability;
+};
+)";
+
+constexpr const char* KOV = R"(
+class KOV_Product {
+    [Key] string Name;
+    string Usernames[];
+};
+class KOV_ReservedNamespace {
+    [Key] string Name;
+};
+[Association]
+class KOV_ProductReservedNamespace {
+    [Key] KOV_Product REF Product;
+    [Key] KOV_ReservedNamespace REF ReservedNamespace;
+};
+)";
+
+void load(const CIMOMHandleIFCRef& handle, const String& ns, const String& mof) {
+    Array<CIMInstance> instances;
+    Array<CIMClass> classes;
+    Array<CIMQualifierType> qualifierTypes;
+    MOF::compileMOF(QUALIFIERS + mof, handle, ns, instances, classes, qualifierTypes);
+    for (const auto& qualifierType : qualifierTypes) {
+        handle->setQualifierType(ns, qualifierType);
+    }
+    for (const auto& cls : classes) {
+        handle->createClass(ns, cls);
+    }
+}
+
+}  // namespace
+
+StagedTree::StagedTree() {
+    for (const auto& directory :
+         {repositoryDirectory(), configDirectory(), qualifiersFile().parent_path()}) {
+        fs::create_directories(directory);
+    }
+    writeFile(qualifiersFile(), QUALIFIERS);
+    CIMRepository::create(repositoryDirectory().string());
+    OpenRepository repository(*this);
+    const struct {
+        const char* ns;
+        const char* mof;
+    } contents[] = {{"root", ""}, {"root/security", SECURITY}, {"kov", KOV}};
+    for (const auto& [ns, mof] : contents) {
+        repository.faults().createNameSpace(ns);
+        load(repository.handle(), ns, mof);
+    }
+    repository.handle()->commit();
+}
+
+fs::path StagedTree::repositoryDirectory() const {
+    return root() / "var/opt/tarvo/kov/openwbem/repository";
+}
+
+fs::path StagedTree::configDirectory() const {
+    return root() / "etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
+}
+
+fs::path StagedTree::qualifiersFile() const {
+    return root() / "opt/tarvo/kov/share/openwbem/qualifiers.mof";
+}
+
+std::map<String, String> StagedTree::files() const {
+    std::map<String, String> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root())) {
+        struct stat info {};
+        ::lstat(entry.path().c_str(), &info);
+        String description = std::to_string(info.st_mode);
+        if (entry.is_symlink()) {
+            description += " -> " + fs::read_symlink(entry.path()).string();
+        } else if (entry.is_regular_file()) {
+            description += " " + readFile(entry.path());
+        }
+        found[fs::relative(entry.path(), root()).string()] = description;
+    }
+    return found;
+}
+
+class OpenRepository::Environment : public ServiceEnvironmentIFC {
+public:
+    explicit Environment(String directory) : m_directory(std::move(directory)) {}
+    String getConfigItem(const String& name, const String& defaultValue) const override {
+        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
+    }
+    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
+        return m_handle;
+    }
+    CIMOMHandleIFCRef m_handle;
+
+private:
+    String m_directory;
+};
+
+OpenRepository::OpenRepository(const StagedTree& tree)
+    : m_environment(new Environment(tree.repositoryDirectory().string())),
+      m_repository(new CIMRepository),
+      m_handle(new FaultyHandle(m_repository, m_context)),
+      m_handleRef(m_handle) {
+    m_repository->init(m_environment);
+    m_environment->m_handle = m_handle;
+}
+
+OpenRepository::~OpenRepository() {
+    m_environment->m_handle = CIMOMHandleIFCRef();
+}
+
+namespace {
+
+void addInstances(CIMOMHandleIFC& handle, const String& ns, const CIMClass& cls,
+                  std::map<String, String>& found) {
+    for (const CIMInstance& instance : handle.enumInstancesA(ns, cls.getName())) {
+        if (instance.getClassName() == cls.getName()) {
+            found[ns + ": " + CIMObjectPath(ns, instance).toString()] = MOF::toMOF(instance);
+        }
+    }
+}
+
+}  // namespace
+
+std::map<String, String> OpenRepository::content() {
+    std::map<String, String> found;
+    StringArray namespaces;
+    ArrayBuilder<String> collect(namespaces);
+    m_handle->enumNameSpace(collect);
+    for (const String& ns : namespaces) {
+        found[ns];
+        for (const auto& qualifierType : m_handle->enumQualifierTypesA(ns)) {
+            found[ns + ": " + qualifierType.getName()] = MOF::toMOF(qualifierType);
+        }
+        for (const auto& cls : m_handle->enumClassA(ns, "", E_DEEP, E_NOT_LOCAL_ONLY,
+                                                    E_INCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN)) {
+            found[ns + ": " + cls.getName()] = MOF::toMOF(cls);
+            addInstances(*m_handle, ns, cls, found);
+        }
+    }
+    return found;
+}
+
+}  // namespace KOVNS2::Testing
