@@ -3,12 +3,12 @@
 // The object store: one SQLite file in a directory. Opening never creates; only create() does.
 //
 // A repository is one unit of work. The first change starts it, close() or commit() makes it
-// permanent, and everything short of that (a failure, a destructor, a killed process) leaves the file as
-// it was. Reads outside a unit of work hold no lock between calls, so that two repositories may be open
-// on one file in one process while one of them is idle.
+// permanent, and everything short of that (a failure, a destructor, a killed process) leaves the
+// file as it was. Reads outside a unit of work hold no lock between calls, so that two repositories
+// may be open on one file in one process while one of them is idle.
 //
-// Every failure of the file itself (missing, damaged, of a newer format, read-only, locked, disk full)
-// is a CIMException FAILED whose message names the file and the remedy.
+// Every failure of the file itself (missing, damaged, of a newer format, read-only, locked, disk
+// full) is a CIMException FAILED whose message names the file and the remedy.
 #pragma once
 
 #include <memory>
@@ -28,8 +28,8 @@ public:
     /// The name of the repository file in its directory.
     static constexpr const char* FILE_NAME = "repository.db";
 
-    /// Makes a new, empty repository without any namespace in `directory`, which must exist and hold none.
-    /// On failure no file is left behind.
+    /// Makes a new, empty repository without any namespace in `directory`, which must exist and
+    /// hold none. On failure no file is left behind.
     static void create(const String& directory);
 
     /// Opens the repository in the directory that `environment` names as ConfigOpts::DATADIR_opt.

@@ -9,13 +9,13 @@ namespace OpenWBEM {
 
 class RepositoryCIMOMHandle : public CIMOMHandleIFC {
 public:
-    /// The repository may be opened (CIMRepository::init) after the handle is made. `context` must outlive
-    /// the handle.
+    /// The repository may be opened (CIMRepository::init) after the handle is made. `context` must
+    /// outlive the handle.
     RepositoryCIMOMHandle(CIMRepositoryRef repository, OperationContext& context);
     ~RepositoryCIMOMHandle() override;
 
-    /// Throws CIMException ALREADY_EXISTS (names compare without regard to case) or INVALID_PARAMETER (not
-    /// a namespace name: IDENTIFIERs of DSP0004 Annex A joined by "/").
+    /// Throws CIMException ALREADY_EXISTS (names compare without regard to case) or
+    /// INVALID_PARAMETER (not a namespace name: IDENTIFIERs of DSP0004 Annex A joined by "/").
     virtual void createNameSpace(const String& ns);
     /// Deletes the namespace with everything in it. Throws CIMException NOT_FOUND.
     virtual void deleteNameSpace(const String& ns);
@@ -23,7 +23,8 @@ public:
 
     // CIMOMHandleIFC
     void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
-                   EDeepFlag deep, ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,
+                   EDeepFlag deep, ELocalOnlyFlag localOnly,
+                   EIncludeQualifiersFlag includeQualifiers,
                    EIncludeClassOriginFlag includeClassOrigin) override;
     void enumClassNames(const String& ns, const String& className, StringResultHandlerIFC& result,
                         EDeepFlag deep) override;
@@ -34,9 +35,9 @@ public:
     void createClass(const String& ns, const CIMClass& cls) override;
     void modifyClass(const String& ns, const CIMClass& cls) override;
     void deleteClass(const String& ns, const String& className) override;
-    void enumInstances(const String& ns, const String& className, CIMInstanceResultHandlerIFC& result,
-                       EDeepFlag deep, ELocalOnlyFlag localOnly,
-                       EIncludeQualifiersFlag includeQualifiers,
+    void enumInstances(const String& ns, const String& className,
+                       CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
+                       ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,
                        EIncludeClassOriginFlag includeClassOrigin,
                        const StringArray* propertyList) override;
     void enumInstanceNames(const String& ns, const String& className,
@@ -54,15 +55,17 @@ public:
     void enumQualifierTypes(const String& ns, CIMQualifierTypeResultHandlerIFC& result) override;
     void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) override;
     void deleteQualifierType(const String& ns, const String& name) override;
-    void associators(const String& ns, const CIMObjectPath& path, CIMInstanceResultHandlerIFC& result,
-                     const AssociationFilter& filter, EIncludeQualifiersFlag includeQualifiers,
+    void associators(const String& ns, const CIMObjectPath& path,
+                     CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                     EIncludeQualifiersFlag includeQualifiers,
                      EIncludeClassOriginFlag includeClassOrigin,
                      const StringArray* propertyList) override;
     void associatorNames(const String& ns, const CIMObjectPath& path,
                          CIMObjectPathResultHandlerIFC& result,
                          const AssociationFilter& filter) override;
-    void references(const String& ns, const CIMObjectPath& path, CIMInstanceResultHandlerIFC& result,
-                    const AssociationFilter& filter, EIncludeQualifiersFlag includeQualifiers,
+    void references(const String& ns, const CIMObjectPath& path,
+                    CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                    EIncludeQualifiersFlag includeQualifiers,
                     EIncludeClassOriginFlag includeClassOrigin,
                     const StringArray* propertyList) override;
     void referenceNames(const String& ns, const CIMObjectPath& path,
@@ -81,6 +84,11 @@ public:
     void commit() override;
 
 private:
+    /// The open repository, for an operation that reads.
+    RepositoryStore& reading();
+    /// Reads what associations lead to.
+    CIMOMHandleIFCRef surroundings();
+
     CIMRepositoryRef m_repository;
     OperationContext& m_context;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a repository asks of its surroundings: configuration, and a handle through which it reads the
-// objects that associations lead to.
+// What a repository asks of its surroundings: configuration, and a handle through which it reads
+// the objects that associations lead to.
 #pragma once
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"

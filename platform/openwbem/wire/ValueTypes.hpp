@@ -15,7 +15,7 @@ namespace OpenWBEM::Codec {
 
 /// How deep objects may stand in the values of objects. Decoding recurses, so there must be an end;
 /// encoding has the same one, so that whatever was encoded can be decoded.
-inline constexpr unsigned MAX_OBJECT_DEPTH = 64;
+inline constexpr unsigned MAX_OBJECT_DEPTH = 16;
 /// The most Cap'n Proto pointers on the way from one object to an object in one of its values:
 /// class, methods, method, parameters, parameter, qualifiers, qualifier, value, list, object.
 inline constexpr unsigned POINTERS_PER_OBJECT = 12;

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/CheckedFile.hpp"
+
+#include <endian.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "openwbem/repository/RepositoryFormat.hpp"
+
+namespace OpenWBEM::CheckedFile {
+
+namespace {
+
+using RepositoryFormat::CHECKSUM_SIZE;
+using RepositoryFormat::HEADER_SIZE;
+using RepositoryFormat::PAGE_SIZE;
+constexpr int DATA_SIZE = PAGE_SIZE - CHECKSUM_SIZE;
+constexpr uint64_t MULTIPLIER = 0x9E3779B97F4A7C15U;
+
+/// Each step is a bijection, so that a change confined to one word is always seen; the rotation
+/// spreads it over all bits of the next ones. The place of the page is part of the sum.
+uint64_t checksum(const void* page, sqlite3_int64 offset) noexcept {
+    uint64_t sum = (static_cast<uint64_t>(offset) + 1) * MULTIPLIER;
+    for (int at = 0; at < DATA_SIZE; at += 8) {
+        uint64_t word = 0;
+        std::memcpy(&word, static_cast<const char*>(page) + at, sizeof word);
+        sum = std::rotl((sum ^ le64toh(word)) * MULTIPLIER, 29);
+    }
+    return sum;
+}
+
+bool isAllZero(const void* page) noexcept {
+    const char* bytes = static_cast<const char*>(page);
+    return std::all_of(bytes, bytes + PAGE_SIZE, [](char byte) { return byte == 0; });
+}
+
+struct File {
+    sqlite3_file base;
+    int lockLevel;
+};
+
+// The real file stands behind ours in the memory that SQLite provides.
+sqlite3_file* real(sqlite3_file* file) noexcept {
+    return reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1);
+}
+
+bool isPage(int amount, sqlite3_int64 offset) noexcept {
+    return amount == PAGE_SIZE && offset % PAGE_SIZE == 0;
+}
+
+int readPage(sqlite3_file* file, void* buffer, sqlite3_int64 offset) noexcept {
+    const int rc = real(file)->pMethods->xRead(real(file), buffer, PAGE_SIZE, offset);
+    if (rc != SQLITE_OK) {
+        return rc;
+    }
+    uint64_t stored = 0;
+    std::memcpy(&stored, static_cast<const char*>(buffer) + DATA_SIZE, sizeof stored);
+    if (le64toh(stored) == checksum(buffer, offset)) {
+        return SQLITE_OK;
+    }
+    // While a unit of work grows the file, pages that it no longer needs may be holes.
+    const bool mayBeHole = reinterpret_cast<File*>(file)->lockLevel >= SQLITE_LOCK_RESERVED;
+    return mayBeHole && isAllZero(buffer) ? SQLITE_OK : SQLITE_IOERR_DATA;
+}
+
+int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
+    if (isPage(amount, offset)) {
+        return readPage(file, buffer, offset);
+    }
+    // SQLite looks at the header before it knows the page size, and under no lock; whatever it
+    // takes from there is confirmed by the first read of the whole page.
+    if (offset == 0 && amount == static_cast<int>(HEADER_SIZE)) {
+        return real(file)->pMethods->xRead(real(file), buffer, amount, offset);
+    }
+    const sqlite3_int64 inPage = offset % PAGE_SIZE;
+    if (inPage + amount > PAGE_SIZE) {
+        return SQLITE_IOERR_DATA;
+    }
+    std::array<char, PAGE_SIZE> page;
+    const int rc = readPage(file, page.data(), offset - inPage);
+    std::memcpy(buffer, page.data() + inPage, static_cast<size_t>(amount));
+    return rc;
+}
+
+int xWrite(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 offset) {
+    if (!isPage(amount, offset)) {
+        return SQLITE_IOERR_WRITE;
+    }
+    std::array<char, PAGE_SIZE> page;
+    std::memcpy(page.data(), buffer, PAGE_SIZE);
+    const uint64_t sum = htole64(checksum(buffer, offset));
+    std::memcpy(page.data() + DATA_SIZE, &sum, sizeof sum);
+    return real(file)->pMethods->xWrite(real(file), page.data(), PAGE_SIZE, offset);
+}
+
+int xClose(sqlite3_file* file) {
+    return real(file)->pMethods->xClose(real(file));
+}
+int xTruncate(sqlite3_file* file, sqlite3_int64 size) {
+    return real(file)->pMethods->xTruncate(real(file), size);
+}
+int xSync(sqlite3_file* file, int flags) {
+    return real(file)->pMethods->xSync(real(file), flags);
+}
+int xFileSize(sqlite3_file* file, sqlite3_int64* size) {
+    return real(file)->pMethods->xFileSize(real(file), size);
+}
+int setLevel(sqlite3_file* file, int level, int rc) noexcept {
+    if (rc == SQLITE_OK) {
+        reinterpret_cast<File*>(file)->lockLevel = level;
+    }
+    return rc;
+}
+int xLock(sqlite3_file* file, int level) {
+    return setLevel(file, level, real(file)->pMethods->xLock(real(file), level));
+}
+int xUnlock(sqlite3_file* file, int level) {
+    return setLevel(file, level, real(file)->pMethods->xUnlock(real(file), level));
+}
+int xCheckReservedLock(sqlite3_file* file, int* result) {
+    return real(file)->pMethods->xCheckReservedLock(real(file), result);
+}
+int xFileControl(sqlite3_file* file, int operation, void* argument) {
+    return real(file)->pMethods->xFileControl(real(file), operation, argument);
+}
+int xSectorSize(sqlite3_file* file) {
+    return real(file)->pMethods->xSectorSize(real(file));
+}
+int xDeviceCharacteristics(sqlite3_file* file) {
+    return real(file)->pMethods->xDeviceCharacteristics(real(file));
+}
+
+// Version 1: no shared memory and no memory mapping, which would read past the checksums.
+const sqlite3_io_methods METHODS = {1,
+                                    xClose,
+                                    xRead,
+                                    xWrite,
+                                    xTruncate,
+                                    xSync,
+                                    xFileSize,
+                                    xLock,
+                                    xUnlock,
+                                    xCheckReservedLock,
+                                    xFileControl,
+                                    xSectorSize,
+                                    xDeviceCharacteristics,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr};
+
+/// What SQLite calls: a copy of the layer below with two calls of its own.
+struct Layer {
+    sqlite3_vfs vfs{};
+    sqlite3_vfs* below = nullptr;
+};
+Layer& layer() {
+    static Layer instance;
+    return instance;
+}
+
+int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
+    sqlite3_vfs* below = layer().below;
+    if ((flags & SQLITE_OPEN_MAIN_DB) == 0) {
+        return below->xOpen(below, name, file, flags, outFlags);
+    }
+    auto* ours = reinterpret_cast<File*>(file);
+    ours->base.pMethods = nullptr;
+    ours->lockLevel = SQLITE_LOCK_NONE;
+    const int rc = below->xOpen(below, name, real(file), flags, outFlags);
+    // SQLite closes the file whenever the methods are set, even when opening failed.
+    if (real(file)->pMethods != nullptr) {
+        ours->base.pMethods = &METHODS;
+    }
+    return rc;
+}
+
+/// Removing the journal is the commit point. When its directory cannot be synced afterwards, the
+/// unit of work is done and can no longer be taken back; that failure is deliberately ignored: at
+/// worst a power cut brings the journal and with it the whole old state back.
+int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
+    sqlite3_vfs* below = layer().below;
+    const int rc = below->xDelete(below, name, syncDirectory);
+    return rc == SQLITE_IOERR_DIR_FSYNC ? SQLITE_OK : rc;
+}
+
+}  // namespace
+
+const char* layerName() {
+    static const char* const NAME = [] {
+        Layer& self = layer();
+        self.below = sqlite3_vfs_find(nullptr);
+        self.vfs = *self.below;
+        self.vfs.pNext = nullptr;
+        self.vfs.zName = "kov-checked";
+        self.vfs.szOsFile += static_cast<int>(sizeof(File));
+        self.vfs.xOpen = xOpen;
+        self.vfs.xDelete = xDelete;
+        sqlite3_vfs_register(&self.vfs, 0);
+        return self.vfs.zName;
+    }();
+    return NAME;
+}
+
+}  // namespace OpenWBEM::CheckedFile

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The file layer under SQLite: every page of the repository file carries a checksum that is made
+// when the page is written and verified when it is read, so that a page that is not what was
+// written is an error (SQLITE_IOERR_DATA) and never wrong data. Journals pass through untouched.
+#pragma once
+
+namespace OpenWBEM::CheckedFile {
+
+/// The name of the file layer for sqlite3_open_v2(). It stands on what is SQLite's default layer at
+/// the first call.
+const char* layerName();
+
+}  // namespace OpenWBEM::CheckedFile

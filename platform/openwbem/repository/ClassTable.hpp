@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The classes of the namespaces: stored as declared, handed out as derived. Derived classes are
+// kept, within a bound, as their subclasses need them again and again.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "openwbem/model/CIMClass.hpp"
+#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/QualifierTable.hpp"
+
+namespace OpenWBEM {
+
+struct StoredClass {
+    int64_t id;
+    int64_t super;  ///< 0 for a class at the top
+    CIMClass cls;   ///< derived
+};
+
+struct ClassName {
+    int64_t id;
+    String spelling;
+};
+
+class ClassTable {
+public:
+    ClassTable(Database& database, QualifierTable& qualifiers)
+        : m_database(database), m_qualifiers(qualifiers) {}
+
+    std::optional<StoredClass> find(int64_t ns, std::string_view name);
+    /// Throws CIMException of `code` when there is no such class.
+    StoredClass require(int64_t ns, std::string_view name, CIMException::ErrNoType code);
+    /// The direct subclasses, by name; of 0 the classes at the top.
+    Array<ClassName> children(int64_t ns, int64_t id);
+    bool hasChildren(int64_t ns, int64_t id);
+    /// `top` (unless its id is 0) and all below it, each after its superclass.
+    Array<ClassName> descendants(int64_t ns, const ClassName& top);
+    /// Whether the class is `ancestor` or below it.
+    bool isA(int64_t id, int64_t ancestor);
+    /// Each class of the namespace as declared.
+    void forEachDeclared(int64_t ns, const std::function<void(const CIMClass&)>& visit);
+
+    /// Derives, turning what is wrong with the declaration into its CIMException.
+    CIMClass derive(const CIMClass& declared, const CIMClass* super,
+                    const QualifierTypeLookup& qualifierTypes);
+    /// False when a class of that name exists.
+    [[nodiscard]] bool insert(int64_t ns, const CIMClass& derived, int64_t super);
+    void replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super);
+    void remove(int64_t ns, int64_t id);
+
+    /// The classes that declare a reference to the class of that name, with the reference's name.
+    Array<std::pair<ClassName, String>> declaringReferencesTo(int64_t ns, std::string_view name);
+
+    void forget() noexcept;
+
+private:
+    struct Declared {
+        int64_t id;
+        int64_t super;
+        CIMClass cls;
+    };
+    using Key = std::pair<int64_t, String>;
+    struct KeyHash {
+        size_t operator()(const Key& key) const noexcept {
+            return std::hash<String>()(key.second) ^ static_cast<size_t>(key.first);
+        }
+    };
+    std::optional<Declared> read(int64_t ns, const String& name);
+    const StoredClass& remember(int64_t ns, const String& name, StoredClass stored);
+    void insertReferences(int64_t ns, int64_t id, const CIMClass& derived);
+    int64_t superOf(int64_t id);
+
+    Database& m_database;
+    QualifierTable& m_qualifiers;
+    std::unordered_map<Key, StoredClass, KeyHash> m_known;
+    std::unordered_map<int64_t, int64_t> m_supers;
+};
+
+}  // namespace OpenWBEM

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The repository file as a database: opening it with all checks, the unit of work, prepared
+// statements, and the one place where SQLite's failures become ours (DatabaseError.cpp).
+#pragma once
+
+#include <optional>
+#include <unordered_map>
+
+#include "openwbem/model/CIMException.hpp"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace OpenWBEM {
+
+class Database {
+public:
+    /// Opens the file in that directory. Throws CIMException FAILED that names the path and the
+    /// remedy.
+    explicit Database(const String& directory);
+    /// Rolls back.
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    static void create(const String& directory);
+
+    /// Starts the unit of work unless it has been. False when it was rolled back by a failure: then
+    /// there is nothing to write to, and the caller does nothing.
+    [[nodiscard]] bool beginWrite();
+    bool isRolledBack() const noexcept { return m_unit == Unit::ROLLED_BACK; }
+    bool inUnit() const noexcept { return m_unit == Unit::OPEN; }
+    /// Makes the unit of work permanent. Throws CIMException FAILED, and again at each further
+    /// call, when it has failed or was rolled back by an earlier failure.
+    void commit();
+    /// Ends the unit of work as if it had not been. When `failed`, what it held counts as lost and
+    /// the state is "rolled back"; otherwise a new unit may start.
+    void rollBack(bool failed) noexcept;
+    /// Changes made so far, for telling whether there were any since.
+    int64_t changes() const noexcept;
+    int64_t changesAtBegin() const noexcept { return m_changesAtBegin; }
+    /// The id of the row inserted last.
+    int64_t lastInserted() const noexcept;
+
+    /// Whether what was read before may be out of date: somebody else has written to the file, or a
+    /// unit of work was rolled back. Tells each change once.
+    bool hasChangedElsewhere();
+
+private:
+    friend class Statement;
+    enum class Unit { NONE, OPEN, ROLLED_BACK };
+
+    /// Throws for `code`; a unit of work that is open ends as rolled back.
+    [[noreturn]] void fail(int code, const char* attempt);
+    void execute(const char* sql, const char* attempt);
+    sqlite3_stmt* prepare(const char* sql, unsigned flags);
+    int64_t pragma(const char* sql);
+    void checkFormat();
+    void closeConnection() noexcept;
+
+    String m_file;
+    sqlite3* m_db = nullptr;
+    Unit m_unit = Unit::NONE;
+    bool m_tunedForWriting = false;
+    bool m_rolledBackSinceAsked = false;
+    bool m_justBegun = false;
+    int64_t m_dataVersion = 0;
+    int64_t m_changesAtBegin = 0;
+    /// By the address of their text; null while in use.
+    std::unordered_map<const char*, sqlite3_stmt*> m_idle;
+};
+
+namespace DatabaseError {
+/// Throws CIMException FAILED (std::bad_alloc when memory is short) for an SQLite result code.
+[[noreturn]] void raise(int code, int systemError, const String& file, const char* attempt);
+/// The same when opening failed: looks at the path and the file for what is wrong.
+[[noreturn]] void raiseForOpening(int code, int systemError, const String& directory,
+                                  const String& file);
+[[noreturn]] void raiseForNewerFormat(const String& file, int64_t version);
+[[noreturn]] void raiseForForeignFile(const String& file);
+}  // namespace DatabaseError
+
+}  // namespace OpenWBEM

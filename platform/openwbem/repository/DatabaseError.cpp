@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Failures of the file as CIMException: what was attempted, the file, the reason, the remedy.
+#include <endian.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <new>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
+
+namespace OpenWBEM::DatabaseError {
+
+using blocxx::Format;
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+constexpr const char* RESTORE = "put a backup of it back, or move it away and run kov-setup";
+
+/// The reason for an SQLite result code and what can be done.
+String explain(int code, int systemError) {
+    const String system = systemError == 0 ? String() : Format(" (%1)", std::strerror(systemError));
+    if (code == SQLITE_IOERR_DATA || code == SQLITE_IOERR_SHORT_READ) {
+        return Format("the file is damaged; %1", RESTORE);
+    }
+    switch (code & 0xff) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return "another process holds the repository; stop owcimomd or wait for the other "
+                   "program to end, and try again";
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return Format("the file is damaged; %1", RESTORE);
+        case SQLITE_FULL:
+            return "the file system is full; make room there and try again";
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return Format(
+                "it may not be written by this process%1; check the owner and the mode "
+                "of the file and its directory and how the file system is mounted",
+                system);
+        case SQLITE_CANTOPEN:
+            return Format(
+                "the file or its journal cannot be opened%1; check the owner and the "
+                "mode of the file and its directory",
+                system);
+        case SQLITE_TOOBIG:
+            return "the object is too large to be stored";
+        default:
+            return Format("%1%2; check the disk and the system's log", sqlite3_errstr(code),
+                          system);
+    }
+}
+
+/// The header of the file; null when it cannot be read.
+bool readHeader(const String& file, std::array<char, RepositoryFormat::HEADER_SIZE>& header) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0) {
+        return false;
+    }
+    header.fill(0);
+    const ssize_t count = ::pread(fd, header.data(), header.size(), 0);
+    ::close(fd);
+    return count >= 0;
+}
+
+int32_t numberAt(const std::array<char, RepositoryFormat::HEADER_SIZE>& header, size_t at) {
+    uint32_t number = 0;
+    std::memcpy(&number, header.data() + at, sizeof number);
+    return static_cast<int32_t>(be32toh(number));
+}
+
+void raiseForHeader(const String& file) {
+    std::array<char, RepositoryFormat::HEADER_SIZE> header{};
+    if (!readHeader(file, header)) {
+        return;
+    }
+    constexpr std::string_view MAGIC("SQLite format 3\0", 16);
+    if (std::string_view(header.data(), MAGIC.size()) != MAGIC ||
+        numberAt(header, RepositoryFormat::HEADER_APPLICATION_ID_AT) !=
+            RepositoryFormat::APPLICATION_ID) {
+        raiseForForeignFile(file);
+    }
+    const int32_t version = numberAt(header, RepositoryFormat::HEADER_VERSION_AT);
+    if (version > RepositoryFormat::VERSION) {
+        raiseForNewerFormat(file, version);
+    }
+}
+
+void raiseForMissing(const String& directory, const String& file) {
+    struct stat status {};
+    if (::stat(directory.c_str(), &status) != 0 && errno == ENOENT) {
+        const String backup =
+            FileSystem::Path::dirname(directory) + "/" + RepositoryFormat::BACKUP_DIRECTORY;
+        if (FileSystem::isDirectory(backup)) {
+            OPENWBEM_THROW_CIM(
+                FAILED, Format("The repository directory \"%1\" does not exist: an earlier run was "
+                               "interrupted while it replaced the repository. To put it back, "
+                               "rename \"%2\" to \"%1\"",
+                               directory, backup));
+        }
+        OPENWBEM_THROW_CIM(FAILED, Format("The repository directory \"%1\" does not exist; run "
+                                          "kov-setup to create a repository",
+                                          directory));
+    }
+    if (::lstat(file.c_str(), &status) != 0) {
+        if (errno == ENOENT) {
+            OPENWBEM_THROW_CIM(FAILED, Format("The repository file \"%1\" does not exist; run "
+                                              "kov-setup to create a repository, or put a backup "
+                                              "of it back",
+                                              file));
+        }
+    } else if (!S_ISREG(status.st_mode)) {
+        OPENWBEM_THROW_CIM(FAILED, Format("The repository file \"%1\" is not a regular file and "
+                                          "is not followed; %2",
+                                          file, RESTORE));
+    }
+}
+
+}  // namespace
+
+void raise(int code, int systemError, const String& file, const char* attempt) {
+    if ((code & 0xff) == SQLITE_NOMEM) {
+        throw std::bad_alloc();
+    }
+    OPENWBEM_THROW_CIM(FAILED, Format("The repository \"%1\" cannot be %2: %3", file, attempt,
+                                      explain(code, systemError)));
+}
+
+void raiseForNewerFormat(const String& file, int64_t version) {
+    OPENWBEM_THROW_CIM(
+        FAILED, Format("The repository \"%1\" has format %2 and this program knows only formats up "
+                       "to %3: it was written by a newer version; use that version",
+                       file, version, RepositoryFormat::VERSION));
+}
+
+void raiseForForeignFile(const String& file) {
+    OPENWBEM_THROW_CIM(FAILED, Format("The file \"%1\" is not a repository; %2", file, RESTORE));
+}
+
+void raiseForOpening(int code, int systemError, const String& directory, const String& file) {
+    raiseForMissing(directory, file);
+    const int primary = code & 0xff;
+    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || code == SQLITE_IOERR_DATA ||
+        code == SQLITE_IOERR_SHORT_READ) {
+        raiseForHeader(file);
+    }
+    raise(code, systemError, file, "opened");
+}
+
+}  // namespace OpenWBEM::DatabaseError

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/InstanceTable.hpp"
+
+#include "openwbem/repository/Statement.hpp"
+#include "openwbem/repository/StoredForm.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::toLower;
+
+namespace {
+
+/// A portion of an enumeration ends after so many rows or bytes: enough to make the cost of
+/// starting one small, little enough to hold.
+constexpr size_t PORTION_ROWS = 256;
+constexpr size_t PORTION_BYTES = 256 * 1024;
+
+InstanceRow rowOf(const Statement& query) {
+    return {query.number(0), query.number(1), StoredForm::instance(query.blob(2))};
+}
+
+}  // namespace
+
+String InstanceTable::targetKey(const CIMObjectPath& path) {
+    return toLower(path.getNameSpace()) + ':' + path.canonicalKey();
+}
+
+std::optional<InstanceRow> InstanceTable::find(int64_t ns, const String& key) {
+    Statement query(m_database, "SELECT id, class, body FROM instance WHERE ns=? AND key=?");
+    return query.bind(ns).bind(key).step() ? std::optional(rowOf(query)) : std::nullopt;
+}
+
+std::optional<InstanceRow> InstanceTable::read(int64_t id) {
+    Statement query(m_database, "SELECT id, class, body FROM instance WHERE id=?");
+    return query.bind(id).step() ? std::optional(rowOf(query)) : std::nullopt;
+}
+
+bool InstanceTable::hasInstances(int64_t cls) {
+    return Statement(m_database, "SELECT 1 FROM instance WHERE class=? LIMIT 1").bind(cls).step();
+}
+
+int64_t InstanceTable::nextId() {
+    Statement query(m_database, "SELECT max(id) FROM instance");
+    return query.step() ? query.number(0) + 1 : 1;
+}
+
+bool InstanceTable::insert(int64_t ns, int64_t cls, const CIMObjectPath& path,
+                           const CIMInstance& instance) {
+    const String key = path.canonicalKey();
+    const String pathBytes = StoredForm::of(CIMObjectPath(path).setNameSpace(String()));
+    const String body = StoredForm::of(instance);
+    int64_t id = 0;
+    {
+        Statement insert(m_database,
+                         "INSERT INTO instance (ns, class, key, path, body) "
+                         "VALUES (?, ?, ?, ?, ?)");
+        insert.bind(ns).bind(cls).bind(key).bindBlob(pathBytes).bindBlob(body);
+        if (!insert.insert()) {
+            return false;
+        }
+        id = m_database.lastInserted();
+    }
+    insertReferences(ns, id, instance);
+    return true;
+}
+
+void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& instance) {
+    for (const CIMProperty& property : instance.getProperties()) {
+        const CIMValue& value = property.getValue();
+        if (value.isArray() || value.getType() != CIMDataType::REFERENCE) {
+            continue;
+        }
+        const String target = targetKey(value.get<CIMObjectPath>());
+        const String role = toLower(property.getName());
+        Statement(m_database,
+                  "INSERT INTO reference (target, ns, instance, role) VALUES (?, ?, ?, ?)")
+            .bind(target)
+            .bind(ns)
+            .bind(id)
+            .bind(role)
+            .run();
+    }
+}
+
+void InstanceTable::update(int64_t ns, int64_t id, const CIMInstance& instance) {
+    const String body = StoredForm::of(instance);
+    Statement(m_database, "UPDATE instance SET body=? WHERE id=?").bindBlob(body).bind(id).run();
+    Statement(m_database, "DELETE FROM reference WHERE instance=?").bind(id).run();
+    insertReferences(ns, id, instance);
+}
+
+void InstanceTable::remove(int64_t id) {
+    Statement(m_database, "DELETE FROM reference WHERE instance=?").bind(id).run();
+    Statement(m_database, "DELETE FROM instance WHERE id=?").bind(id).run();
+}
+
+void InstanceTable::forEachRow(const char* sql, int64_t cls, int64_t end, const Visit& visit) {
+    int64_t last = 0;
+    while (true) {
+        Array<std::pair<int64_t, String>> portion;
+        size_t bytes = 0;
+        {
+            Statement query(m_database, sql);
+            query.bind(cls).bind(last).bind(end);
+            while (portion.size() < PORTION_ROWS && bytes < PORTION_BYTES && query.step()) {
+                last = query.number(0);
+                const Codec::Bytes blob = query.blob(1);
+                portion.emplace_back(
+                    last, String(reinterpret_cast<const char*>(blob.data()), blob.size()));
+                bytes += blob.size();
+            }
+        }
+        if (portion.empty()) {
+            return;
+        }
+        for (const auto& [id, blob] : portion) {
+            visit(id, StoredForm::bytesOf(blob));
+        }
+    }
+}
+
+void InstanceTable::forEachInstance(int64_t cls, int64_t end,
+                                    const std::function<void(CIMInstance)>& visit) {
+    forEachRow("SELECT id, body FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls,
+               end, [&](int64_t, Codec::Bytes body) { visit(StoredForm::instance(body)); });
+}
+
+void InstanceTable::forEachPath(int64_t cls, int64_t end,
+                                const std::function<void(CIMObjectPath)>& visit) {
+    forEachRow("SELECT id, path FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls,
+               end, [&](int64_t, Codec::Bytes path) { visit(StoredForm::path(path)); });
+}
+
+void InstanceTable::forEachRowId(int64_t cls, int64_t end,
+                                 const std::function<void(int64_t)>& visit) {
+    forEachRow("SELECT id, '' FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls, end,
+               [&](int64_t id, Codec::Bytes) { visit(id); });
+}
+
+Array<ReferenceRow> InstanceTable::referencesAfter(int64_t ns, const String& target, int64_t end,
+                                                   const ReferenceRow& last) {
+    Array<ReferenceRow> portion;
+    Statement query(m_database,
+                    "SELECT r.instance, i.class, r.role FROM reference r JOIN instance i "
+                    "ON i.id=r.instance WHERE r.target=? AND r.ns=? AND r.instance<? "
+                    "AND (r.instance, r.role)>(?, ?) ORDER BY r.instance, r.role");
+    query.bind(target).bind(ns).bind(end).bind(last.instance).bind(last.role);
+    while (portion.size() < PORTION_ROWS && query.step()) {
+        portion.push_back({query.number(0), query.number(1), String(query.text(2))});
+    }
+    return portion;
+}
+
+void InstanceTable::forEachReference(int64_t ns, const String& target,
+                                     const std::function<void(const ReferenceRow&)>& visit) {
+    const int64_t end = nextId();
+    ReferenceRow last{0, 0, String()};
+    while (true) {
+        const Array<ReferenceRow> portion = referencesAfter(ns, target, end, last);
+        if (portion.empty()) {
+            return;
+        }
+        for (const ReferenceRow& row : portion) {
+            visit(row);
+        }
+        last = portion.back();
+    }
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The namespaces of a repository.
+#pragma once
+
+#include <optional>
+#include <unordered_map>
+
+#include "openwbem/repository/Database.hpp"
+
+namespace OpenWBEM {
+
+struct NamespaceRow {
+    int64_t id;
+    String spelling;
+};
+
+class NamespaceTable {
+public:
+    explicit NamespaceTable(Database& database) : m_database(database) {}
+
+    std::optional<NamespaceRow> find(const String& ns);
+    /// Throws CIMException INVALID_NAMESPACE when there is no such namespace.
+    NamespaceRow require(const String& ns);
+    /// In the order in which they were created.
+    StringArray spellings();
+    /// Throws CIMException ALREADY_EXISTS or INVALID_PARAMETER.
+    void create(const String& ns);
+    /// With everything in it. Throws CIMException NOT_FOUND.
+    void remove(const String& ns);
+
+    void forget() noexcept { m_known.clear(); }
+
+private:
+    Database& m_database;
+    std::unordered_map<String, NamespaceRow> m_known;  // by the name as asked for
+};
+
+}  // namespace OpenWBEM

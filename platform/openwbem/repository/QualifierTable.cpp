@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/QualifierTable.hpp"
+
+#include "openwbem/repository/Statement.hpp"
+#include "openwbem/repository/StoredForm.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::toLower;
+
+namespace {
+constexpr size_t MAX_KNOWN = 50;
+}
+
+void QualifierTable::Types::add(CIMQualifierType type) {
+    m_places.emplace(toLower(type.getName()), m_types.size());
+    m_types.push_back(std::move(type));
+}
+
+const CIMQualifierType* QualifierTable::Types::find(std::string_view name) const {
+    const auto place = m_places.find(toLower(name));
+    return place == m_places.end() ? nullptr : &m_types[place->second];
+}
+
+std::shared_ptr<const QualifierTable::Types> QualifierTable::types(int64_t ns) {
+    if (const auto known = m_known.find(ns); known != m_known.end()) {
+        return known->second;
+    }
+    auto types = std::make_shared<Types>();
+    Statement query(m_database, "SELECT body FROM qualifier_type WHERE ns=? ORDER BY id");
+    query.bind(ns);
+    while (query.step()) {
+        types->add(StoredForm::qualifierType(query.blob(0)));
+    }
+    if (m_known.size() >= MAX_KNOWN) {
+        m_known.clear();
+    }
+    return m_known[ns] = types;
+}
+
+QualifierTypeLookup QualifierTable::lookup(int64_t ns) {
+    return [known = types(ns)](std::string_view name) { return known->find(name); };
+}
+
+void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
+    const String name = toLower(type.getName());
+    const String body = StoredForm::of(type);
+    Statement insert(m_database,
+                     "INSERT INTO qualifier_type (ns, name, body) VALUES (?, ?, ?) "
+                     "ON CONFLICT (ns, name) DO UPDATE SET body=excluded.body");
+    insert.bind(ns).bind(name).bindBlob(body).run();
+    m_known.erase(ns);
+}
+
+void QualifierTable::remove(int64_t ns, const String& name) {
+    const String lower = toLower(name);
+    Statement(m_database, "DELETE FROM qualifier_type WHERE ns=? AND name=?")
+        .bind(ns)
+        .bind(lower)
+        .run();
+    m_known.erase(ns);
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The qualifier types of the namespaces. Those of a namespace are few and needed together, so they
+// are read at once and kept.
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+
+#include "openwbem/model/CIMQualifierType.hpp"
+#include "openwbem/model/ClassDerivation.hpp"
+#include "openwbem/repository/Database.hpp"
+
+namespace OpenWBEM {
+
+class QualifierTable {
+public:
+    explicit QualifierTable(Database& database) : m_database(database) {}
+
+    /// The qualifier types of a namespace, in the order of their creation.
+    class Types {
+    public:
+        void add(CIMQualifierType type);
+        const CIMQualifierType* find(std::string_view name) const;
+        const Array<CIMQualifierType>& all() const noexcept { return m_types; }
+
+    private:
+        Array<CIMQualifierType> m_types;
+        std::unordered_map<String, size_t> m_places;
+    };
+
+    std::shared_ptr<const Types> types(int64_t ns);
+    /// What the derivation of classes asks; it keeps the types that it hands out.
+    QualifierTypeLookup lookup(int64_t ns);
+
+    /// Creates or replaces.
+    void put(int64_t ns, const CIMQualifierType& type);
+    void remove(int64_t ns, const String& name);
+
+    void forget() noexcept { m_known.clear(); }
+
+private:
+    Database& m_database;
+    std::unordered_map<int64_t, std::shared_ptr<const Types>> m_known;
+};
+
+}  // namespace OpenWBEM

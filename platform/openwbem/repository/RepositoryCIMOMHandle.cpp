@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The handle itself and its namespaces. The operations on classes, instances, qualifier types and
+// associations are in the sources named after them.
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+
+#include "openwbem/repository/RepositoryStore.hpp"
+
+namespace OpenWBEM {
+
+RepositoryCIMOMHandle::RepositoryCIMOMHandle(CIMRepositoryRef repository, OperationContext& context)
+    : m_repository(std::move(repository)), m_context(context) {}
+
+RepositoryCIMOMHandle::~RepositoryCIMOMHandle() = default;
+
+RepositoryStore& RepositoryCIMOMHandle::reading() {
+    RepositoryStore& store = m_repository->store();
+    store.refresh();
+    return store;
+}
+
+void RepositoryCIMOMHandle::createNameSpace(const String& ns) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (!operation.isVoid()) {
+        store.namespaces.create(ns);
+        operation.done();
+    }
+}
+
+void RepositoryCIMOMHandle::deleteNameSpace(const String& ns) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (!operation.isVoid()) {
+        store.namespaces.remove(ns);
+        store.qualifiers.forget();
+        store.classes.forget();
+        operation.done();
+    }
+}
+
+void RepositoryCIMOMHandle::enumNameSpace(StringResultHandlerIFC& result) {
+    for (const String& spelling : reading().namespaces.spellings()) {
+        result.handle(spelling);
+    }
+}
+
+void RepositoryCIMOMHandle::commit() {
+    m_repository->commit();
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The operations on classes (DSP0200 5.3.2.1, 5.3.2.3, 5.3.2.5 and so on).
+#include "blocxx/Format.hpp"
+#include "openwbem/repository/ClassModification.hpp"
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/wire/Identifier.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::Format;
+
+namespace {
+
+void checkNames(const CIMClass& cls) {
+    const auto check = [](const String& name) {
+        if (!isIdentifier(name)) {
+            OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("\"%1\" is not a name", name));
+        }
+    };
+    check(cls.getName());
+    for (const CIMProperty& property : cls.getProperties()) {
+        check(property.getName());
+    }
+    for (const CIMMethod& method : cls.getMethods()) {
+        check(method.getName());
+        for (const CIMParameter& parameter : method.getParameters()) {
+            check(parameter.getName());
+        }
+    }
+}
+
+/// The classes that an enumeration from `className` delivers, as they are at its start.
+Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& className,
+                        EDeepFlag deep) {
+    ClassName top{0, String()};
+    if (!className.empty()) {
+        const auto found = store.classes.require(ns, className, CIMException::INVALID_CLASS);
+        top = {found.id, found.cls.getName()};
+    }
+    if (deep == E_SHALLOW) {
+        return store.classes.children(ns, top.id);
+    }
+    Array<ClassName> all = store.classes.descendants(ns, top);
+    if (top.id != 0) {
+        all.erase(all.begin());
+    }
+    return all;
+}
+
+}  // namespace
+
+void RepositoryCIMOMHandle::enumClass(const String& ns, const String& className,
+                                      CIMClassResultHandlerIFC& result, EDeepFlag deep,
+                                      ELocalOnlyFlag localOnly,
+                                      EIncludeQualifiersFlag includeQualifiers,
+                                      EIncludeClassOriginFlag includeClassOrigin) {
+    RepositoryStore& store = reading();
+    const int64_t nsId = store.namespaces.require(ns).id;
+    for (const ClassName& name : select(store, nsId, className, deep)) {
+        // The receiver may have deleted it.
+        if (const auto found = store.classes.find(nsId, name.spelling)) {
+            result.handle(found->cls.filter(localOnly == E_LOCAL_ONLY,
+                                            includeQualifiers == E_INCLUDE_QUALIFIERS,
+                                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN));
+        }
+    }
+}
+
+void RepositoryCIMOMHandle::enumClassNames(const String& ns, const String& className,
+                                           StringResultHandlerIFC& result, EDeepFlag deep) {
+    RepositoryStore& store = reading();
+    const int64_t nsId = store.namespaces.require(ns).id;
+    for (const ClassName& name : select(store, nsId, className, deep)) {
+        result.handle(name.spelling);
+    }
+}
+
+CIMClass RepositoryCIMOMHandle::getClass(const String& ns, const String& className,
+                                         ELocalOnlyFlag localOnly,
+                                         EIncludeQualifiersFlag includeQualifiers,
+                                         EIncludeClassOriginFlag includeClassOrigin,
+                                         const StringArray* propertyList) {
+    RepositoryStore& store = reading();
+    const int64_t nsId = store.namespaces.require(ns).id;
+    return store.classes.require(nsId, className, CIMException::NOT_FOUND)
+        .cls.filter(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                    includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList);
+}
+
+void RepositoryCIMOMHandle::createClass(const String& ns, const CIMClass& cls) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const int64_t nsId = store.namespaces.require(ns).id;
+    checkNames(cls);
+    std::optional<StoredClass> super;
+    if (!cls.getSuperClass().empty()) {
+        super = store.classes.find(nsId, cls.getSuperClass());
+        if (!super) {
+            OPENWBEM_THROW_CIM(INVALID_SUPERCLASS, Format("the superclass %1 of class %2 does not "
+                                                          "exist",
+                                                          cls.getSuperClass(), cls.getName()));
+        }
+    }
+    const CIMClass derived =
+        store.classes.derive(cls, super ? &super->cls : nullptr, store.qualifiers.lookup(nsId));
+    if (!store.classes.insert(nsId, derived, super ? super->id : 0)) {
+        OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the class %1 exists already", cls.getName()));
+    }
+    operation.done();
+}
+
+void RepositoryCIMOMHandle::modifyClass(const String& ns, const CIMClass& cls) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const NamespaceRow row = store.namespaces.require(ns);
+    checkNames(cls);
+    ClassModification(store, row.id).apply(cls);
+    operation.done();
+}
+
+void RepositoryCIMOMHandle::deleteClass(const String& ns, const String& className) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const int64_t nsId = store.namespaces.require(ns).id;
+    const StoredClass found = store.classes.require(nsId, className, CIMException::NOT_FOUND);
+    if (store.classes.hasChildren(nsId, found.id)) {
+        OPENWBEM_THROW_CIM(CLASS_HAS_CHILDREN, Format("the class %1 has subclasses", className));
+    }
+    if (store.instances.hasInstances(found.id)) {
+        OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES, Format("the class %1 has instances", className));
+    }
+    store.classes.remove(nsId, found.id);
+    operation.done();
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Making a new repository file.
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "openwbem/repository/CIMRepository.hpp"
+#include "openwbem/repository/CheckedFile.hpp"
+#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::Format;
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+/// Removes the file unless it is complete.
+class NewFile {
+public:
+    explicit NewFile(const String& path) : m_path(path) {
+        const int fd =
+            ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+        if (fd < 0) {
+            OPENWBEM_THROW_CIM(FAILED, Format("The repository \"%1\" cannot be created: %2", path,
+                                              std::strerror(errno)));
+        }
+        ::close(fd);
+    }
+    ~NewFile() {
+        if (!m_path.empty()) {
+            ::unlink(m_path.c_str());
+            ::unlink((m_path + "-journal").c_str());
+        }
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    void keep() noexcept { m_path.clear(); }
+
+private:
+    String m_path;
+};
+
+class NewConnection {
+public:
+    explicit NewConnection(const String& path) : m_path(path) {
+        check(sqlite3_open_v2(path.c_str(), &m_db,
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
+                              CheckedFile::layerName()));
+    }
+    ~NewConnection() { sqlite3_close(m_db); }
+    NewConnection(const NewConnection&) = delete;
+    NewConnection& operator=(const NewConnection&) = delete;
+
+    void execute(const String& sql) {
+        check(sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, nullptr));
+    }
+    void reserveChecksums() {
+        int size = RepositoryFormat::CHECKSUM_SIZE;
+        check(sqlite3_file_control(m_db, "main", SQLITE_FCNTL_RESERVE_BYTES, &size));
+    }
+
+private:
+    void check(int code) {
+        if (code != SQLITE_OK) {
+            const int systemError = m_db == nullptr ? 0 : sqlite3_system_errno(m_db);
+            sqlite3_close(m_db);
+            m_db = nullptr;
+            DatabaseError::raise(code, systemError, m_path, "created");
+        }
+    }
+
+    String m_path;
+    sqlite3* m_db = nullptr;
+};
+
+}  // namespace
+
+// 1. The file is made, exclusively and empty. A crash leaves a file that is refused as not a
+// repository.
+// 2. One transaction writes the tables; a crash leaves that same empty file with or without a
+// journal.
+// 3. The directory is synced: from here on the repository is there for good.
+void Database::create(const String& directory) {
+    const String path = directory + "/" + CIMRepository::FILE_NAME;
+    NewFile file(path);
+    {
+        NewConnection connection(path);
+        connection.reserveChecksums();
+        connection.execute(
+            Format("PRAGMA page_size=%1; PRAGMA synchronous=EXTRA; BEGIN IMMEDIATE;"
+                   "PRAGMA application_id=%2; PRAGMA user_version=%3;",
+                   RepositoryFormat::PAGE_SIZE, RepositoryFormat::APPLICATION_ID,
+                   RepositoryFormat::VERSION));
+        connection.execute(RepositoryFormat::SCHEMA);
+        connection.execute("COMMIT");
+    }
+    if (!FileSystem::syncDirectory(directory)) {
+        OPENWBEM_THROW_CIM(FAILED, Format("The directory \"%1\" of the new repository cannot be "
+                                          "synced: %2",
+                                          directory, std::strerror(errno)));
+    }
+    file.keep();
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/RepositoryFormat.hpp"
+
+namespace OpenWBEM::RepositoryFormat {
+
+// Columns called "name" hold names in lower case, for comparison; "spelling" is the name as given.
+// The bodies stand last in their rows, so that the other columns are read without them.
+const char* const SCHEMA = R"sql(
+CREATE TABLE namespace (
+  id INTEGER PRIMARY KEY,
+  name TEXT NOT NULL UNIQUE,
+  spelling TEXT NOT NULL
+);
+CREATE TABLE qualifier_type (
+  id INTEGER PRIMARY KEY,
+  ns INTEGER NOT NULL,
+  name TEXT NOT NULL,
+  body BLOB NOT NULL
+);
+CREATE UNIQUE INDEX qualifier_type_name ON qualifier_type (ns, name);
+CREATE TABLE class (
+  id INTEGER PRIMARY KEY,
+  ns INTEGER NOT NULL,
+  super INTEGER NOT NULL,
+  name TEXT NOT NULL,
+  spelling TEXT NOT NULL,
+  body BLOB NOT NULL
+);
+CREATE UNIQUE INDEX class_name ON class (ns, name);
+CREATE INDEX class_super ON class (ns, super, spelling);
+CREATE TABLE class_reference (
+  ns INTEGER NOT NULL,
+  target TEXT NOT NULL,
+  class INTEGER NOT NULL,
+  role TEXT NOT NULL,
+  PRIMARY KEY (ns, target, class, role)
+) WITHOUT ROWID;
+CREATE INDEX class_reference_class ON class_reference (class);
+CREATE TABLE instance (
+  id INTEGER PRIMARY KEY,
+  ns INTEGER NOT NULL,
+  class INTEGER NOT NULL,
+  key TEXT NOT NULL,
+  path BLOB NOT NULL,
+  body BLOB NOT NULL
+);
+CREATE UNIQUE INDEX instance_key ON instance (ns, key);
+CREATE INDEX instance_class ON instance (class);
+CREATE TABLE reference (
+  target TEXT NOT NULL,
+  ns INTEGER NOT NULL,
+  instance INTEGER NOT NULL,
+  role TEXT NOT NULL,
+  PRIMARY KEY (target, ns, instance, role)
+) WITHOUT ROWID;
+CREATE INDEX reference_instance ON reference (instance);
+)sql";
+
+}  // namespace OpenWBEM::RepositoryFormat

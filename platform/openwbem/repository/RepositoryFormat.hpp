@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The numbers and names of the repository file. What they mean is told in
+// docs/repository-format.md; a change here is a change there.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace OpenWBEM::RepositoryFormat {
+
+/// "KOVR", where file(1) and SQLite look for whose file it is.
+inline constexpr int32_t APPLICATION_ID = 0x4B4F5652;
+/// The format number. A reader refuses greater ones; there are no smaller ones yet.
+inline constexpr int32_t VERSION = 1;
+
+inline constexpr int PAGE_SIZE = 4096;
+/// At the end of each page.
+inline constexpr int CHECKSUM_SIZE = 8;
+
+/// Places in the header of an SQLite file.
+inline constexpr size_t HEADER_SIZE = 100;
+inline constexpr size_t HEADER_VERSION_AT = 60;
+inline constexpr size_t HEADER_APPLICATION_ID_AT = 68;
+
+/// Where a swap of repositories that was interrupted leaves the old one, beside its directory.
+inline constexpr const char* BACKUP_DIRECTORY = "repository-back_LKjs2354";
+
+/// Makes the tables in an empty file.
+extern const char* const SCHEMA;
+
+}  // namespace OpenWBEM::RepositoryFormat

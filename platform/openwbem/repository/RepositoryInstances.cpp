@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The operations on instances (DSP0200 5.3.2.2, 5.3.2.4, 5.3.2.6 and so on).
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/repository/InstanceForm.hpp"
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/RepositoryStore.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::Format;
+
+namespace {
+
+struct Found {
+    NamespaceRow ns;
+    StoredClass cls;
+};
+
+Found findClass(RepositoryStore& store, const String& ns, const String& className) {
+    NamespaceRow row = store.namespaces.require(ns);
+    StoredClass cls = store.classes.require(row.id, className, CIMException::INVALID_CLASS);
+    return {std::move(row), std::move(cls)};
+}
+
+/// The path as its class has it, in the namespace of the operation.
+CIMObjectPath inLine(const CIMObjectPath& path, const Found& found) {
+    return CIMObjectPath(path)
+        .setHost(String())
+        .setNameSpace(found.ns.spelling)
+        .syncWithClass(found.cls.cls);
+}
+
+InstanceRow requireInstance(RepositoryStore& store, const Found& found, const CIMObjectPath& path) {
+    auto row = store.instances.find(found.ns.id, path.canonicalKey());
+    if (!row) {
+        OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", path.modelPath()));
+    }
+    return *std::move(row);
+}
+
+/// The path that the key values of an instance make, whether they are marked as keys or not.
+CIMObjectPath pathOf(const CIMInstance& instance, const Found& found) {
+    CIMObjectPath path(found.cls.cls.getName());
+    CIMPropertyArray keys;
+    for (const CIMProperty& key : found.cls.cls.getKeys()) {
+        if (const CIMProperty* own = instance.getProperty(key.getName())) {
+            keys.push_back(*own);
+        }
+    }
+    return inLine(path.setKeys(std::move(keys)), found);
+}
+
+bool isNamed(const StringArray* list, const String& name) {
+    return list == nullptr || std::any_of(list->begin(), list->end(), [&](const String& named) {
+               return blocxx::equalsIgnoreCase(named, name);
+           });
+}
+
+void checkPropertyList(const StringArray* list, const CIMClass& cls) {
+    for (const String& name : list == nullptr ? StringArray() : *list) {
+        if (cls.getProperty(name) == nullptr) {
+            OPENWBEM_THROW_CIM(NO_SUCH_PROPERTY,
+                               Format("class %1 has no property \"%2\"", cls.getName(), name));
+        }
+    }
+}
+
+/// `stored` with the properties of `given` that the list names. The keys are those by which it was
+/// found, so they stay.
+CIMInstance merge(const CIMInstance& stored, const CIMInstance& given, const StringArray* list,
+                  EIncludeQualifiersFlag includeQualifiers) {
+    CIMInstance merged = stored;
+    for (const CIMProperty& property : given.getProperties()) {
+        const CIMProperty* old = stored.getProperty(property.getName());
+        const bool isKey = old != nullptr && old->isKey();
+        if (!isKey && isNamed(list, property.getName())) {
+            merged.setProperty(property);
+        }
+    }
+    if (includeQualifiers == E_INCLUDE_QUALIFIERS) {
+        merged.setQualifiers(given.getQualifiers());
+    }
+    return merged;
+}
+
+void checkCanHaveInstances(const CIMClass& cls) {
+    if (cls.isAbstract()) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           Format("class %1 is abstract and has no instances", cls.getName()));
+    }
+    if (cls.getKeys().empty()) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("class %1 has no key, so its instances could "
+                                                     "not be told apart",
+                                                     cls.getName()));
+    }
+}
+
+}  // namespace
+
+void RepositoryCIMOMHandle::enumInstances(const String& ns, const String& className,
+                                          CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
+                                          ELocalOnlyFlag localOnly,
+                                          EIncludeQualifiersFlag includeQualifiers,
+                                          EIncludeClassOriginFlag includeClassOrigin,
+                                          const StringArray* propertyList) {
+    RepositoryStore& store = reading();
+    const Found top = findClass(store, ns, className);
+    const InstanceForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList,
+                            deep == E_DEEP ? nullptr : &top.cls.cls};
+    const int64_t end = store.instances.nextId();
+    for (const ClassName& name :
+         store.classes.descendants(top.ns.id, {top.cls.id, top.cls.cls.getName()})) {
+        std::optional<StoredClass> cls;
+        store.instances.forEachInstance(name.id, end, [&](CIMInstance instance) {
+            if (!cls && form.needsClass()) {
+                cls = store.classes.require(top.ns.id, name.spelling, CIMException::INVALID_CLASS);
+            }
+            result.handle(form.of(std::move(instance), cls ? &cls->cls : nullptr));
+        });
+    }
+}
+
+void RepositoryCIMOMHandle::enumInstanceNames(const String& ns, const String& className,
+                                              CIMObjectPathResultHandlerIFC& result) {
+    RepositoryStore& store = reading();
+    const Found top = findClass(store, ns, className);
+    const int64_t end = store.instances.nextId();
+    for (const ClassName& name :
+         store.classes.descendants(top.ns.id, {top.cls.id, top.cls.cls.getName()})) {
+        store.instances.forEachPath(name.id, end, [&](CIMObjectPath path) {
+            path.setNameSpace(top.ns.spelling);
+            result.handle(path);
+        });
+    }
+}
+
+CIMInstance RepositoryCIMOMHandle::getInstance(const String& ns, const CIMObjectPath& path,
+                                               ELocalOnlyFlag localOnly,
+                                               EIncludeQualifiersFlag includeQualifiers,
+                                               EIncludeClassOriginFlag includeClassOrigin,
+                                               const StringArray* propertyList) {
+    RepositoryStore& store = reading();
+    const Found found = findClass(store, ns, path.getClassName());
+    const InstanceForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList, nullptr};
+    return form.of(requireInstance(store, found, inLine(path, found)).instance, &found.cls.cls);
+}
+
+CIMObjectPath RepositoryCIMOMHandle::createInstance(const String& ns, const CIMInstance& instance) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return CIMObjectPath(ns, instance);
+    }
+    const Found found = findClass(store, ns, instance.getClassName());
+    checkCanHaveInstances(found.cls.cls);
+    const CIMInstance complete =
+        withResolvedReferences(store, completeInstance(instance, found.cls.cls), found.ns.spelling);
+    CIMObjectPath path(found.ns.spelling, complete);
+    if (!store.instances.insert(found.ns.id, found.cls.id, path, complete)) {
+        OPENWBEM_THROW_CIM(ALREADY_EXISTS,
+                           Format("the instance %1 exists already", path.modelPath()));
+    }
+    operation.done();
+    return path;
+}
+
+void RepositoryCIMOMHandle::modifyInstance(const String& ns, const CIMInstance& instance,
+                                           EIncludeQualifiersFlag includeQualifiers,
+                                           const StringArray* propertyList) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const Found found = findClass(store, ns, instance.getClassName());
+    checkPropertyList(propertyList, found.cls.cls);
+    const InstanceRow row = requireInstance(store, found, pathOf(instance, found));
+    const CIMInstance merged = completeInstance(
+        merge(row.instance, instance, propertyList, includeQualifiers), found.cls.cls);
+    store.instances.update(found.ns.id, row.id,
+                           withResolvedReferences(store, merged, found.ns.spelling));
+    operation.done();
+}
+
+void RepositoryCIMOMHandle::deleteInstance(const String& ns, const CIMObjectPath& path) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const Found found = findClass(store, ns, path.getClassName());
+    store.instances.remove(requireInstance(store, found, inLine(path, found)).id);
+    operation.done();
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The operations on qualifier types (DSP0200 5.3.2.25 to 5.3.2.28). A type that classes use may be
+// changed only so that each class stays what it is, and not be deleted.
+#include "blocxx/Format.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/wire/Identifier.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::Format;
+
+namespace {
+
+bool has(const CIMQualifierArray& qualifiers, std::string_view name) {
+    return findQualifier(qualifiers, name) != nullptr;
+}
+
+bool usesQualifier(const CIMClass& cls, std::string_view name) {
+    bool used = has(cls.getQualifiers(), name);
+    for (const CIMProperty& property : cls.getProperties()) {
+        used = used || has(property.getQualifiers(), name);
+    }
+    for (const CIMMethod& method : cls.getMethods()) {
+        used = used || has(method.getQualifiers(), name);
+        for (const CIMParameter& parameter : method.getParameters()) {
+            used = used || has(parameter.getQualifiers(), name);
+        }
+    }
+    return used;
+}
+
+/// The name of a class of the namespace that uses the qualifier; empty when none does.
+String findUser(RepositoryStore& store, int64_t ns, std::string_view qualifier) {
+    String user;
+    store.classes.forEachDeclared(ns, [&](const CIMClass& declared) {
+        if (user.empty() && usesQualifier(declared, qualifier)) {
+            user = declared.getName();
+        }
+    });
+    return user;
+}
+
+void checkQualifierType(const CIMQualifierType& type) {
+    if (!isIdentifier(type.getName())) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           Format("\"%1\" is not a name for a qualifier type", type.getName()));
+    }
+    const CIMDataType& dataType = type.getDataType();
+    if (!dataType || dataType.isReference() || dataType.getType() > CIMDataType::DATETIME) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("a qualifier type cannot be of the type of "
+                                                     "\"%1\"",
+                                                     type.getName()));
+    }
+    if (!canHold(dataType, type.getDefaultValue())) {
+        OPENWBEM_THROW_CIM(TYPE_MISMATCH, Format("the default value of qualifier type \"%1\" is "
+                                                 "not of its type",
+                                                 type.getName()));
+    }
+}
+
+/// Whether all classes of the namespace are the same with the new type as with the old one.
+bool leavesClassesAsTheyAre(RepositoryStore& store, int64_t ns, const CIMQualifierType& type) {
+    const QualifierTypeLookup before = store.qualifiers.lookup(ns);
+    const QualifierTypeLookup after = [&](std::string_view name) {
+        return blocxx::equalsIgnoreCase(name, type.getName()) ? &type : before(name);
+    };
+    std::unordered_map<String, CIMClass> derived;
+    for (const ClassName& name : store.classes.descendants(ns, {0, String()})) {
+        const CIMClass old = store.classes.require(ns, name.spelling, CIMException::FAILED).cls;
+        const auto super = derived.find(blocxx::toLower(old.getSuperClass()));
+        try {
+            const CIMClass now =
+                deriveClass(old, super == derived.end() ? nullptr : &super->second, after);
+            if (!(now == old)) {
+                return false;
+            }
+            derived.emplace(blocxx::toLower(name.spelling), now);
+        } catch (const ClassDerivationException&) {
+            return false;
+        }
+    }
+    return true;
+}
+
+[[noreturn]] void refuseInUse(std::string_view attempt, const String& name, const String& user) {
+    OPENWBEM_THROW_CIM(FAILED, Format("the qualifier type \"%1\" cannot be %2: class %3 uses it",
+                                      name, attempt, user));
+}
+
+}  // namespace
+
+CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const String& name) {
+    RepositoryStore& store = reading();
+    const auto types = store.qualifiers.types(store.namespaces.require(ns).id);
+    const CIMQualifierType* type = types->find(name);
+    if (type == nullptr) {
+        OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
+    }
+    return *type;
+}
+
+void RepositoryCIMOMHandle::enumQualifierTypes(const String& ns,
+                                               CIMQualifierTypeResultHandlerIFC& result) {
+    RepositoryStore& store = reading();
+    const auto types = store.qualifiers.types(store.namespaces.require(ns).id);
+    for (const CIMQualifierType& type : types->all()) {
+        result.handle(type);
+    }
+}
+
+void RepositoryCIMOMHandle::setQualifierType(const String& ns,
+                                             const CIMQualifierType& qualifierType) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const int64_t nsId = store.namespaces.require(ns).id;
+    checkQualifierType(qualifierType);
+    const auto types = store.qualifiers.types(nsId);
+    const CIMQualifierType* old = types->find(qualifierType.getName());
+    if (old != nullptr && !(*old == qualifierType)) {
+        const String user = findUser(store, nsId, qualifierType.getName());
+        if (!user.empty() && !leavesClassesAsTheyAre(store, nsId, qualifierType)) {
+            refuseInUse("replaced by that one", qualifierType.getName(), user);
+        }
+    }
+    store.qualifiers.put(nsId, qualifierType);
+    operation.done();
+}
+
+void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& name) {
+    RepositoryStore& store = m_repository->store();
+    WriteOperation operation(store);
+    if (operation.isVoid()) {
+        return;
+    }
+    const int64_t nsId = store.namespaces.require(ns).id;
+    if (store.qualifiers.types(nsId)->find(name) == nullptr) {
+        OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
+    }
+    if (const String user = findUser(store, nsId, name); !user.empty()) {
+        refuseInUse("deleted", name, user);
+    }
+    store.qualifiers.remove(nsId, name);
+    operation.done();
+}
+
+}  // namespace OpenWBEM

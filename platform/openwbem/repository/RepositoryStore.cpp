@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/RepositoryStore.hpp"
+
+namespace OpenWBEM {
+
+void RepositoryStore::refresh() {
+    if (database.hasChangedElsewhere()) {
+        namespaces.forget();
+        qualifiers.forget();
+        classes.forget();
+    }
+}
+
+WriteOperation::WriteOperation(RepositoryStore& store)
+    : m_store(store),
+      m_void(!store.database.beginWrite()),
+      m_changesBefore(store.database.changes()) {
+    store.refresh();
+}
+
+WriteOperation::~WriteOperation() {
+    Database& database = m_store.database;
+    if (m_done || m_void) {
+        return;
+    }
+    if (database.changes() != m_changesBefore) {
+        database.rollBack(true);
+    } else if (m_changesBefore == database.changesAtBegin()) {
+        database.rollBack(false);
+    }
+}
+
+}  // namespace OpenWBEM

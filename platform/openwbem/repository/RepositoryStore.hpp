@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// An open repository file with its tables, and the frame in which operations on it run.
+#pragma once
+
+#include "openwbem/repository/ClassTable.hpp"
+#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/InstanceTable.hpp"
+#include "openwbem/repository/NamespaceTable.hpp"
+#include "openwbem/repository/QualifierTable.hpp"
+
+namespace OpenWBEM {
+
+class RepositoryStore {
+public:
+    explicit RepositoryStore(const String& directory)
+        : database(directory),
+          namespaces(database),
+          qualifiers(database),
+          classes(database, qualifiers),
+          instances(database) {}
+
+    /// Forgets what was read before when it may be out of date. Each operation begins with it.
+    void refresh();
+
+    Database database;
+    NamespaceTable namespaces;
+    QualifierTable qualifiers;
+    ClassTable classes;
+    InstanceTable instances;
+};
+
+/// Frames an operation that writes: it begins the unit of work when there is none yet, and when the
+/// operation does not reach done(), nothing of it stays. An operation that has written already
+/// takes the whole unit of work with it; one that was refused before it wrote anything leaves the
+/// unit as it was, and none when it was the first.
+class WriteOperation {
+public:
+    explicit WriteOperation(RepositoryStore& store);
+    ~WriteOperation();
+    WriteOperation(const WriteOperation&) = delete;
+    WriteOperation& operator=(const WriteOperation&) = delete;
+
+    /// True when the unit of work was rolled back by a failure: there is nothing to do.
+    bool isVoid() const noexcept { return m_void; }
+    void done() noexcept { m_done = true; }
+
+private:
+    RepositoryStore& m_store;
+    bool m_void;
+    bool m_done = false;
+    int64_t m_changesBefore;
+};
+
+}  // namespace OpenWBEM

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/Statement.hpp"
+
+#include <sqlite3.h>
+
+namespace OpenWBEM {
+
+Statement::Statement(Database& database, const char* sql)
+    : m_database(database), m_sql(sql), m_statement(nullptr) {
+    auto& idle = database.m_idle[sql];
+    if (idle != nullptr) {
+        m_statement = std::exchange(idle, nullptr);
+    } else {
+        m_statement = database.prepare(sql, SQLITE_PREPARE_PERSISTENT);
+    }
+}
+
+Statement::~Statement() {
+    sqlite3_reset(m_statement);
+    auto& idle = m_database.m_idle[m_sql];
+    if (idle == nullptr) {
+        idle = m_statement;
+    } else {
+        sqlite3_finalize(m_statement);
+    }
+}
+
+Statement& Statement::bind(int64_t value) {
+    if (const int rc = sqlite3_bind_int64(m_statement, ++m_bound, value); rc != SQLITE_OK) {
+        m_database.fail(rc, "used");
+    }
+    return *this;
+}
+
+Statement& Statement::bind(std::string_view text) {
+    // A null pointer would bind NULL.
+    const char* data = text.empty() ? "" : text.data();
+    const int rc =
+        sqlite3_bind_text64(m_statement, ++m_bound, data, text.size(), SQLITE_STATIC, SQLITE_UTF8);
+    if (rc != SQLITE_OK) {
+        m_database.fail(rc, "used");
+    }
+    return *this;
+}
+
+Statement& Statement::bindBlob(std::string_view bytes) {
+    const char* data = bytes.empty() ? "" : bytes.data();
+    const int rc = sqlite3_bind_blob64(m_statement, ++m_bound, data, bytes.size(), SQLITE_STATIC);
+    if (rc != SQLITE_OK) {
+        m_database.fail(rc, "used");
+    }
+    return *this;
+}
+
+bool Statement::step() {
+    const int rc = sqlite3_step(m_statement);
+    if (rc == SQLITE_ROW || rc == SQLITE_DONE) {
+        return rc == SQLITE_ROW;
+    }
+    const bool reading = sqlite3_stmt_readonly(m_statement) != 0;
+    // Before a rollback all statements must have ended.
+    sqlite3_reset(m_statement);
+    m_database.fail(rc, reading ? "read" : "written");
+}
+
+void Statement::run() {
+    while (step()) {
+    }
+}
+
+bool Statement::insert() {
+    const int rc = sqlite3_step(m_statement);
+    if (rc == SQLITE_CONSTRAINT_UNIQUE || rc == SQLITE_CONSTRAINT_PRIMARYKEY) {
+        sqlite3_reset(m_statement);
+        return false;
+    }
+    if (rc != SQLITE_DONE) {
+        sqlite3_reset(m_statement);
+        m_database.fail(rc, "written");
+    }
+    return true;
+}
+
+int64_t Statement::number(int column) const noexcept {
+    return sqlite3_column_int64(m_statement, column);
+}
+
+std::string_view Statement::text(int column) const noexcept {
+    const auto* data = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, column));
+    const auto size = static_cast<size_t>(sqlite3_column_bytes(m_statement, column));
+    return data == nullptr ? std::string_view() : std::string_view(data, size);
+}
+
+std::span<const std::byte> Statement::blob(int column) const noexcept {
+    const auto* data = static_cast<const std::byte*>(sqlite3_column_blob(m_statement, column));
+    return {data, static_cast<size_t>(sqlite3_column_bytes(m_statement, column))};
+}
+
+}  // namespace OpenWBEM

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One use of a prepared statement: bind in order, step through the rows, and at the end of the
+// scope it is reset, so that no lock outlives it. What is bound must live as long.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "openwbem/repository/Database.hpp"
+
+namespace OpenWBEM {
+
+class Statement {
+public:
+    /// `sql` is a string literal: its address is what finds the prepared form again.
+    Statement(Database& database, const char* sql);
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    Statement& bind(int64_t value);
+    Statement& bind(std::string_view text);
+    Statement& bindBlob(std::string_view bytes);
+
+    /// Whether there is a (further) row.
+    [[nodiscard]] bool step();
+    /// For statements without rows.
+    void run();
+    /// For insertions: false when a row with that key is there already.
+    [[nodiscard]] bool insert();
+
+    int64_t number(int column) const noexcept;
+    // Valid until the next step.
+    std::string_view text(int column) const noexcept;
+    std::span<const std::byte> blob(int column) const noexcept;
+
+private:
+    Database& m_database;
+    const char* m_sql;
+    sqlite3_stmt* m_statement;
+    int m_bound = 0;
+};
+
+}  // namespace OpenWBEM
