@@ -45,6 +45,31 @@ const char* findPlace(const Declaration& declaration, const ClassDerivationExcep
     return qualifier != nullptr ? qualifier->name.data : place;
 }
 
+/// How much text says everything about the qualifier; 0 for one that is not likely to be repeated.
+size_t repeatableLength(const Qualifier& qualifier) {
+    const char* end = qualifier.name.end();
+    if (qualifier.value.form == Initializer::ARRAY) {
+        return 0;
+    }
+    if (qualifier.value.form == Initializer::SCALAR) {
+        end = qualifier.value.first->end();
+    }
+    if (!qualifier.flavors.empty()) {
+        end = qualifier.flavors.last->text.end();
+    }
+    const auto length = static_cast<size_t>(end - qualifier.name.data);
+    return length <= LONGEST_REPEATED ? length : 0;
+}
+
+template <class Node>
+size_t countOf(const List<Node>& list) {
+    size_t count = 0;
+    for (const Node* node = list.first; node != nullptr; node = node->next) {
+        ++count;
+    }
+    return count;
+}
+
 }  // namespace
 
 Embedding embeddingOf(const CIMQualifierArray& qualifiers) {
@@ -152,6 +177,7 @@ CIMClass ClassBuilder::declaredClass(const Declaration& declaration, const CIMCl
                                                                         : String());
     CIMPropertyArray properties;
     CIMMethodArray methods;
+    properties.reserve(countOf(declaration.features));
     for (const Feature& feature : declaration.features) {
         if (feature.isMethod) {
             methods.push_back(buildMethod(feature));
@@ -189,6 +215,7 @@ CIMMethod ClassBuilder::buildMethod(const Feature& feature) {
     CIMMethod method(String(feature.name.view()), makeType(feature.type, {}));
     method.setQualifiers(buildQualifiers(feature.qualifiers));
     CIMParameterArray parameters;
+    parameters.reserve(countOf(feature.parameters));
     for (const Parameter& declared : feature.parameters) {
         CIMParameter parameter(String(declared.name.view()),
                                makeType(declared.type, declared.array));
@@ -200,23 +227,11 @@ CIMMethod ClassBuilder::buildMethod(const Feature& feature) {
 }
 
 CIMQualifierArray ClassBuilder::buildQualifiers(const List<Qualifier>& qualifiers) {
-    size_t count = 0;
-    for (const Qualifier* q = qualifiers.first; q != nullptr; q = q->next) {
-        ++count;
-    }
     CIMQualifierArray built;
-    built.reserve(count);
+    built.reserve(countOf(qualifiers));
     for (const Qualifier& qualifier : qualifiers) {
-        const char* end = qualifier.name.end();
-        if (qualifier.value.form != Initializer::NONE) {
-            end = qualifier.value.end;
-        }
-        if (!qualifier.flavors.empty()) {
-            end = qualifier.flavors.last->text.end();
-        }
-        const auto length = end == nullptr ? LONGEST_REPEATED + 1
-                                           : static_cast<size_t>(end - qualifier.name.data);
-        if (length > LONGEST_REPEATED) {
+        const size_t length = repeatableLength(qualifier);
+        if (length == 0) {
             built.push_back(buildQualifier(qualifier));
             continue;
         }

@@ -42,7 +42,7 @@ private:
     struct TextHash {
         using is_transparent = void;
         size_t operator()(std::string_view text) const noexcept {
-            return std::hash<std::string_view>()(text);
+            return FoldedHash()(text);
         }
     };
 

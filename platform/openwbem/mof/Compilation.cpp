@@ -87,22 +87,20 @@ void Compilation::obey(const Declaration& pragma) {
     if (!include && !equalsIgnoreCase(pragma.name.view(), "namespace")) {
         return;
     }
-    const bool isString = pragma.value.form == Initializer::SCALAR &&
-                          pragma.value.values.first->kind == Literal::STRING;
-    if (!isString) {
-        throw CompileError{pragma.value.at.data,
-                           "expected a string; found " + quoted(pragma.value.at.view())};
+    const Literal& value = *pragma.value.first;
+    if (value.kind != Literal::STRING) {
+        throw CompileError{value.text.data, "expected a string; found " + quoted(value.text.view())};
     }
-    const String argument = readString(*pragma.value.values.first);
+    const String argument = readString(value);
     if (include) {
         includeSource(pragma, argument);
     } else {
-        enterNamespace(argument, pragma.value.at.data);
+        enterNamespace(argument, value.text.data);
     }
 }
 
 void Compilation::includeSource(const Declaration& pragma, const String& name) {
-    const char* const at = pragma.value.at.data;
+    const char* const at = pragma.value.first->text.data;
     if (!m_include) {
         throw CompileError{at, "a text compiled here cannot include others"};
     }

@@ -61,7 +61,7 @@ void checkUtf8(const char* text, size_t size) {
     } while (false)
 #define TYPE_TOKEN(KIND)                                                           \
     do {                                                                           \
-        yylval->typeName = {Type::KIND, {yytext, static_cast<uint32_t>(yyleng)}};  \
+        yylval->typeName = {yytext, static_cast<uint32_t>(yyleng), Type::KIND};    \
         return TOKEN_DATA_TYPE;                                                    \
     } while (false)
 %}

@@ -56,19 +56,21 @@ struct Word {
 /// One constant value; an element of an array.
 struct Literal {
     enum Kind : uint8_t { NULL_VALUE, TRUE_VALUE, FALSE_VALUE, INTEGER, REAL, CHAR, STRING, ALIAS };
-    Kind kind;
     Text text;         ///< the token, quotes included
     List<Word> more;   ///< the literals that follow a STRING's first one
     Literal* next;
+    Kind kind;
+
+    const char* end() const noexcept { return more.empty() ? text.end() : more.last->text.end(); }
 };
 
 /// The value behind "=" or of a qualifier.
 struct Initializer {
     enum Form : uint8_t { NONE, SCALAR, ARRAY };
+    Literal* first;  ///< null for an empty array
     Form form;
-    Text at;            ///< where it begins; of an array its brace
-    const char* end;    ///< behind its last token; of an array behind its last element
-    List<Literal> values;
+
+    List<Literal> values() const noexcept { return {first, nullptr}; }
 };
 
 struct Qualifier {
@@ -78,16 +80,20 @@ struct Qualifier {
     Qualifier* next;
 };
 
-/// A declared type: a keyword's, or a reference to a class.
+/// A declared type: its keyword, or the class that a reference leads to.
 struct TypeName {
+    const char* data;
+    uint32_t size;
     CIMDataType::Type type;
-    Text className;
+
+    std::string_view view() const noexcept { return {data, size}; }
 };
 
-/// "[]", "[5]" or nothing.
+/// "[]", "[5]" or nothing: then `data` is null.
 struct ArraySuffix {
-    bool isArray;
     Text size;
+
+    bool isArray() const noexcept { return size.data != nullptr; }
 };
 
 struct Parameter {

@@ -94,14 +94,14 @@ template <class T>
 CIMValue makeArray(const Initializer& initializer) {
     size_t count = 0;
     bool anyNull = false;
-    for (const Literal& literal : initializer.values) {
+    for (const Literal& literal : initializer.values()) {
         anyNull = anyNull || literal.kind == Literal::NULL_VALUE;
         ++count;
     }
     Array<T> elements;
     elements.reserve(count);
     Array<bool> nulls(anyNull ? count : 0);
-    for (const Literal& literal : initializer.values) {
+    for (const Literal& literal : initializer.values()) {
         T value{};
         if (literal.kind == Literal::NULL_VALUE) {
             nulls[elements.size()] = true;
@@ -119,7 +119,7 @@ CIMValue makePlain(const Initializer& initializer) {
         return makeArray<T>(initializer);
     }
     T value{};
-    convert(*initializer.values.first, value);
+    convert(*initializer.first, value);
     return CIMValue(std::move(value));
 }
 
@@ -184,11 +184,11 @@ CIMValue makeObject(const Literal& literal, const CIMDataType& type, const Embed
 CIMValue makeObjects(const Initializer& initializer, const CIMDataType& type,
                      const Embedding& embedding, ObjectResolver& objects, const char* at) {
     if (initializer.form == Initializer::SCALAR) {
-        return makeObject(*initializer.values.first, type, embedding, objects);
+        return makeObject(*initializer.first, type, embedding, objects);
     }
     Array<CIMValue> elements;
     CIMDataType::Type elementType = CIMDataType::INVALID;
-    for (const Literal& literal : initializer.values) {
+    for (const Literal& literal : initializer.values()) {
         elements.push_back(makeObject(literal, type, embedding, objects));
         const CIMDataType::Type found = elements.back().getType();
         if (elementType != CIMDataType::INVALID && found != CIMDataType::INVALID &&
@@ -215,14 +215,13 @@ void checkForm(const Initializer& initializer, const CIMDataType& type, const ch
     }
     if (initializer.form == Initializer::SCALAR && type.isArray()) {
         throw CompileError{
-            at, "expected an array in braces; found " + quoted(initializer.at.view())};
+            at, "expected an array in braces; found " + quoted(initializer.first->text.view())};
     }
     if (type.getSize() == 0 || initializer.form != Initializer::ARRAY) {
         return;
     }
     size_t count = 0;
-    for (const Literal* literal = initializer.values.first; literal != nullptr;
-         literal = literal->next) {
+    for (const Literal* literal = initializer.first; literal != nullptr; literal = literal->next) {
         ++count;
     }
     if (count != type.getSize()) {
@@ -234,7 +233,7 @@ void checkForm(const Initializer& initializer, const CIMDataType& type, const ch
 
 bool isNullLiteral(const Initializer& initializer) {
     return initializer.form == Initializer::SCALAR &&
-           initializer.values.first->kind == Literal::NULL_VALUE;
+           initializer.first->kind == Literal::NULL_VALUE;
 }
 
 }  // namespace
@@ -244,7 +243,7 @@ CIMValue makeValue(const Initializer& initializer, const CIMDataType& type,
     if (initializer.form == Initializer::NONE || isNullLiteral(initializer)) {
         return {};
     }
-    const char* const place = initializer.at.data != nullptr ? initializer.at.data : at;
+    const char* const place = initializer.first != nullptr ? initializer.first->text.data : at;
     checkForm(initializer, type, place);
     if (type.isReference() || embedding.kind != Embedding::NOTHING) {
         return makeObjects(initializer, type, embedding, objects, place);
@@ -264,11 +263,11 @@ CIMDataType makeType(const TypeName& name, const ArraySuffix& array) {
         size = static_cast<uint32_t>(number.magnitude);
     }
     if (name.type == CIMDataType::REFERENCE) {
-        String className(name.className.view());
-        return array.isArray ? CIMDataType::referenceArray(std::move(className), size)
+        String className(name.view());
+        return array.isArray() ? CIMDataType::referenceArray(std::move(className), size)
                              : CIMDataType::reference(std::move(className));
     }
-    return array.isArray ? CIMDataType::array(name.type, size) : CIMDataType(name.type);
+    return array.isArray() ? CIMDataType::array(name.type, size) : CIMDataType(name.type);
 }
 
 }  // namespace OpenWBEM::MOF
