@@ -1,0 +1,10 @@
+# SPDX-License-Identifier: Apache-2.0
+kov_unit_test(repository_test
+  SOURCES
+    unit/repository/FaultyFiles.cpp
+    unit/repository/RepositoryFixture.cpp
+    unit/repository/RepositoryAssociations_test.cpp
+    unit/repository/RepositoryFile_test.cpp
+    unit/repository/RepositoryOperations_test.cpp
+    unit/repository/UnitOfWork_test.cpp
+  LINKS openwbem_repository kov_sqlite3)

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/unit/repository/FaultyFiles.hpp"
+
+#include <signal.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace KovTest::FaultyFiles {
+
+namespace {
+
+struct State {
+    bool armed = false;
+    bool reached = false;
+    Kind kind = Kind::FAIL_ONCE;
+    int left = 0;
+};
+State state;  // NOLINT: the layer below a library has nobody to hand it in
+
+sqlite3_vfs layer;            // NOLINT
+sqlite3_vfs* real = nullptr;  // NOLINT
+
+/// Counts one operation; the result code that it fails with, or SQLITE_OK.
+int strike(int failure) {
+    if (!state.armed) {
+        return SQLITE_OK;
+    }
+    if (state.left > 0 && --state.left > 0) {
+        return SQLITE_OK;
+    }
+    if (state.reached && state.kind == Kind::FAIL_ONCE) {
+        return SQLITE_OK;
+    }
+    state.reached = true;
+    if (state.kind == Kind::DIE) {
+        ::kill(::getpid(), SIGKILL);
+    }
+    return state.kind == Kind::NO_SPACE && failure == SQLITE_IOERR_WRITE ? SQLITE_FULL : failure;
+}
+
+struct File {
+    sqlite3_file base;
+};
+sqlite3_file* below(sqlite3_file* file) {
+    return reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1);
+}
+
+int xClose(sqlite3_file* f) {
+    return below(f)->pMethods->xClose(below(f));
+}
+int xRead(sqlite3_file* f, void* b, int n, sqlite3_int64 o) {
+    return below(f)->pMethods->xRead(below(f), b, n, o);
+}
+int xWrite(sqlite3_file* f, const void* b, int n, sqlite3_int64 o) {
+    if (const int rc = strike(SQLITE_IOERR_WRITE); rc != SQLITE_OK) {
+        // Half of it reaches the file, as it may in life.
+        below(f)->pMethods->xWrite(below(f), b, n / 2, o);
+        return rc;
+    }
+    return below(f)->pMethods->xWrite(below(f), b, n, o);
+}
+int xTruncate(sqlite3_file* f, sqlite3_int64 size) {
+    const int rc = strike(SQLITE_IOERR_TRUNCATE);
+    return rc != SQLITE_OK ? rc : below(f)->pMethods->xTruncate(below(f), size);
+}
+int xSync(sqlite3_file* f, int flags) {
+    const int rc = strike(SQLITE_IOERR_FSYNC);
+    return rc != SQLITE_OK ? rc : below(f)->pMethods->xSync(below(f), flags);
+}
+int xFileSize(sqlite3_file* f, sqlite3_int64* size) {
+    return below(f)->pMethods->xFileSize(below(f), size);
+}
+int xLock(sqlite3_file* f, int level) {
+    return below(f)->pMethods->xLock(below(f), level);
+}
+int xUnlock(sqlite3_file* f, int level) {
+    return below(f)->pMethods->xUnlock(below(f), level);
+}
+int xCheckReservedLock(sqlite3_file* f, int* out) {
+    return below(f)->pMethods->xCheckReservedLock(below(f), out);
+}
+int xFileControl(sqlite3_file* f, int operation, void* argument) {
+    return below(f)->pMethods->xFileControl(below(f), operation, argument);
+}
+int xSectorSize(sqlite3_file* f) {
+    return below(f)->pMethods->xSectorSize(below(f));
+}
+int xDeviceCharacteristics(sqlite3_file* f) {
+    return below(f)->pMethods->xDeviceCharacteristics(below(f));
+}
+
+const sqlite3_io_methods METHODS = {1,
+                                    xClose,
+                                    xRead,
+                                    xWrite,
+                                    xTruncate,
+                                    xSync,
+                                    xFileSize,
+                                    xLock,
+                                    xUnlock,
+                                    xCheckReservedLock,
+                                    xFileControl,
+                                    xSectorSize,
+                                    xDeviceCharacteristics,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr};
+
+int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
+    file->pMethods = nullptr;
+    if (const int rc = strike(SQLITE_CANTOPEN); rc != SQLITE_OK) {
+        return rc;
+    }
+    const int rc = real->xOpen(real, name, below(file), flags, outFlags);
+    if (below(file)->pMethods != nullptr) {
+        file->pMethods = &METHODS;
+    }
+    return rc;
+}
+
+int xDelete(sqlite3_vfs*, const char* name, int sync) {
+    if (const int rc = strike(SQLITE_IOERR_DELETE); rc != SQLITE_OK) {
+        return rc;
+    }
+    const int rc = real->xDelete(real, name, 0);
+    if (rc != SQLITE_OK || sync == 0) {
+        return rc;
+    }
+    // The file is gone, its directory is synced in an operation of its own.
+    return strike(SQLITE_IOERR_DIR_FSYNC);
+}
+
+}  // namespace
+
+void install() {
+    if (real != nullptr) {
+        return;
+    }
+    real = sqlite3_vfs_find(nullptr);
+    layer = *real;
+    layer.pNext = nullptr;
+    layer.zName = "faulty";
+    layer.szOsFile += static_cast<int>(sizeof(File));
+    layer.xOpen = xOpen;
+    layer.xDelete = xDelete;
+    sqlite3_vfs_register(&layer, 1);
+}
+
+void arm(Kind kind, int n) {
+    state = {true, false, kind, n};
+}
+
+bool disarm() {
+    state.armed = false;
+    return state.reached;
+}
+
+}  // namespace KovTest::FaultyFiles

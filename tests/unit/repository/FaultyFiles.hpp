@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A file layer below SQLite that fails, or dies, at the n-th operation that changes or opens a
+// file. It becomes SQLite's default layer before the repository's own is set up on top of it.
+#pragma once
+
+namespace KovTest::FaultyFiles {
+
+enum class Kind { FAIL_ONCE, FAIL_FOR_EVER, NO_SPACE, DIE };
+
+/// Installs the layer; call it before the first repository is opened in this process.
+void install();
+/// From now on the n-th operation (from 1) and, depending on the kind, those after it fail.
+void arm(Kind kind, int n);
+/// No more faults. True when the fault was reached.
+bool disarm();
+
+}  // namespace KovTest::FaultyFiles

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Opening: what is wrong with the file is told with its name and what to do; damage is never data.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+
+#include "tests/unit/repository/RepositoryFixture.hpp"
+
+namespace KovTest {
+namespace {
+
+using ::testing::HasSubstr;
+
+String contentOf(const String& file) {
+    std::ifstream in(file, std::ios::binary);
+    return String(std::istreambuf_iterator<char>(in), {});
+}
+
+void write(const String& file, const String& content) {
+    std::ofstream(file, std::ios::binary) << content;
+}
+
+class RepositoryFile : public RepositoryTest {
+protected:
+    /// Commits a schema and some instances.
+    void fill() {
+        const auto opened = openWithSchema();
+        for (uint32_t i = 0; i < 40; ++i) {
+            (*opened)->createInstance("test", person("p" + std::to_string(i)));
+            (*opened)->createInstance("test", car(i));
+            (*opened)->createInstance("test",
+                                      owns(personPath("p" + std::to_string(i)), carPath(i)));
+        }
+        CIMInstance big = person("big");
+        big.setProperty("Note", CIMValue(String(20000, 'x')));
+        (*opened)->createInstance("test", big);
+        opened->repository().close();
+    }
+
+    /// Opening fails with FAILED; the message names the file and has `text`.
+    void expectRefusal(const String& text, const String& named = String()) {
+        String message;
+        EXPECT_EQ(CIMException::FAILED,
+                  statusOf([&] { Opened opened(m_directory.path()); }, &message));
+        EXPECT_THAT(message, HasSubstr(named.empty() ? file() : named));
+        EXPECT_THAT(message, HasSubstr(text));
+    }
+
+    void setHeader(size_t at, uint32_t value) {
+        std::fstream out(file(), std::ios::binary | std::ios::in | std::ios::out);
+        out.seekp(static_cast<std::streamoff>(at));
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            out.put(static_cast<char>(value >> shift));
+        }
+    }
+
+    /// The outcome of reading everything, whatever is in the file: its dump, or "" when refused.
+    String readOrRefusal() {
+        String result;
+        String message;
+        const int status = statusOf([&] { result = dump(m_directory.path()); }, &message);
+        EXPECT_TRUE(status == 0 || status == CIMException::FAILED) << status;
+        if (status != 0) {
+            EXPECT_THAT(message, HasSubstr(file()));
+        }
+        return result;
+    }
+};
+
+TEST_F(RepositoryFile, IsMadeEmptyAndOnlyOnce) {
+    EXPECT_EQ("", dump(m_directory.path()));
+    String message;
+    EXPECT_EQ(1, statusOf([&] { CIMRepository::create(m_directory.path()); }, &message));
+    EXPECT_THAT(message, HasSubstr("File exists"));
+    EXPECT_EQ("", dump(m_directory.path()));
+    EXPECT_EQ(1, statusOf([&] { CIMRepository::create(m_directory.path() + "/none"); }, &message));
+    EXPECT_THAT(message, HasSubstr(m_directory.path() + "/none"));
+}
+
+TEST_F(RepositoryFile, OpeningNeverCreates) {
+    std::filesystem::remove(file());
+    expectRefusal("does not exist; run kov-setup");
+    EXPECT_TRUE(std::filesystem::is_empty(m_directory.path()));
+    std::filesystem::remove(m_directory.path());
+    expectRefusal("does not exist; run kov-setup", m_directory.path());
+    EXPECT_FALSE(std::filesystem::exists(m_directory.path()));
+}
+
+TEST_F(RepositoryFile, AnInterruptedSwapIsExplained) {
+    const String live = m_directory.path() + "/repository";
+    const String backup = m_directory.path() + "/repository-back_LKjs2354";
+    std::filesystem::create_directory(backup);
+    String message;
+    EXPECT_EQ(1, statusOf([&] { Opened opened(live); }, &message));
+    EXPECT_THAT(message, HasSubstr("rename \"" + backup + "\" to \"" + live + "\""));
+}
+
+TEST_F(RepositoryFile, ALinkIsNotFollowed) {
+    std::filesystem::rename(file(), m_directory.path() + "/elsewhere");
+    std::filesystem::create_symlink(m_directory.path() + "/elsewhere", file());
+    expectRefusal("not a regular file");
+}
+
+TEST_F(RepositoryFile, ALinkOnTheWayToTheDirectoryIsAllowed) {
+    TemporaryDirectory other;
+    std::filesystem::create_directory_symlink(m_directory.path(), other.path() + "/link");
+    EXPECT_EQ("", dump(other.path() + "/link"));
+}
+
+TEST_F(RepositoryFile, ANewerFormatIsRefusedAsSuch) {
+    setHeader(60, 2);
+    expectRefusal("written by a newer version");
+}
+
+TEST_F(RepositoryFile, OtherFilesAreNotRepositories) {
+    setHeader(68, 1);
+    expectRefusal("is not a repository");
+    write(file(), "");
+    expectRefusal("is not a repository");
+    write(file(), String(10000, 'n'));
+    expectRefusal("is not a repository");
+    write(file(), "SQLite format 3");
+    expectRefusal("is not a repository");
+    std::filesystem::remove(file());
+    std::filesystem::create_directory(file());
+    expectRefusal("not a regular file");
+}
+
+TEST_F(RepositoryFile, CutAtAnyLengthItIsRefused) {
+    fill();
+    const String whole = contentOf(file());
+    const String good = dump(m_directory.path());
+    for (size_t length = 0; length < whole.size();
+         length += (length < 200 || whole.size() - length < 20) ? 1 : 509) {
+        write(file(), whole.substr(0, length));
+        EXPECT_EQ("", readOrRefusal()) << length;
+        EXPECT_EQ(length, std::filesystem::file_size(file())) << "reading changes nothing";
+    }
+    write(file(), whole);
+    EXPECT_EQ(good, dump(m_directory.path()));
+}
+
+TEST_F(RepositoryFile, NoiseAnywhereIsAnErrorOrWithoutEffect) {
+    fill();
+    const String whole = contentOf(file());
+    const String good = dump(m_directory.path());
+    size_t refused = 0;
+    size_t tried = 0;
+    for (size_t at = 0; at < whole.size(); at += at < 128 ? 1 : 331) {
+        String noisy = whole;
+        noisy[at] = static_cast<char>(noisy[at] ^ (1 << (at % 8)));
+        write(file(), noisy);
+        const String found = readOrRefusal();
+        EXPECT_TRUE(found.empty() || found == good) << "byte " << at;
+        EXPECT_EQ(noisy, contentOf(file())) << "reading changes nothing";
+        ++tried;
+        refused += found.empty() ? 1 : 0;
+    }
+    // What is not read cannot be refused: pages of indexes that no query here uses.
+    EXPECT_GT(refused, tried / 2);
+}
+
+TEST_F(RepositoryFile, PagesInOtherPlacesAreRefused) {
+    fill();
+    const String whole = contentOf(file());
+    const String good = dump(m_directory.path());
+    for (size_t page = 1; page + 1 < whole.size() / 4096; ++page) {
+        String swapped = whole;
+        std::swap_ranges(swapped.begin() + static_cast<long>(page * 4096),
+                         swapped.begin() + static_cast<long>((page + 1) * 4096),
+                         swapped.begin() + static_cast<long>((page + 1) * 4096));
+        write(file(), swapped);
+        const String found = readOrRefusal();
+        EXPECT_TRUE(found.empty() || found == good) << "page " << page;
+    }
+}
+
+TEST_F(RepositoryFile, WritingToADamagedFileFailsAndLeavesNoUnitOfWork) {
+    fill();
+    String noisy = contentOf(file());
+    for (size_t page = 1; page < noisy.size() / 4096; ++page) {
+        noisy[page * 4096 + 100] = static_cast<char>(noisy[page * 4096 + 100] ^ 1);
+    }
+    write(file(), noisy);
+    Opened opened(m_directory.path());
+    EXPECT_EQ(1, statusOf([&] { opened->createNameSpace("a"); }));
+    EXPECT_EQ(0, statusOf([&] { opened->createNameSpace("a"); })) << "nothing left to do";
+    EXPECT_EQ(1, statusOf([&] { opened->commit(); }));
+    EXPECT_EQ(noisy, contentOf(file()));
+}
+
+/// Runs `test` in a process of the account 65534 and hands on its outcome.
+bool asNobody(const std::function<bool()>& test) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool switched = ::setgid(65534) == 0 && ::setuid(65534) == 0;
+        ::_exit(switched && test() ? 0 : 1);
+    }
+    int status = 1;
+    ::waitpid(child, &status, 0);
+    return status == 0;
+}
+
+TEST_F(RepositoryFile, AReadOnlyFileCanBeReadAndTellsWhyItCannotBeWritten) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root to become somebody without the right to write";
+    }
+    fill();
+    const String good = dump(m_directory.path());
+    ::chmod(m_directory.path().c_str(), 0755);
+    ::chmod(file().c_str(), 0644);
+    EXPECT_TRUE(asNobody([&] {
+        Opened opened(m_directory.path());
+        String message;
+        const int status = statusOf([&] { opened->createNameSpace("a"); }, &message);
+        return dump(*opened) == good && status == 1 &&
+               message.find("may not be written") != String::npos &&
+               message.find(file()) != String::npos;
+    }));
+    EXPECT_EQ(good, dump(m_directory.path()));
+    ::chmod(file().c_str(), 0600);
+    EXPECT_TRUE(asNobody([&] {
+        String message;
+        const int status = statusOf([&] { Opened opened(m_directory.path()); }, &message);
+        return status == 1 && message.find("check the owner and the mode") != String::npos;
+    }));
+}
+
+}  // namespace
+}  // namespace KovTest

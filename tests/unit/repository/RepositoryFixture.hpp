@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A repository in a directory of its own, opened as the tool opens it, with a small schema:
+// associations between people and cars, in the namespace "test".
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "openwbem/repository/CIMRepository.hpp"
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+
+namespace KovTest {
+
+using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
+
+/// A directory that goes with everything in it.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+    String path() const { return m_path.string(); }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// A repository opened from a directory, with its handle.
+class Opened {
+public:
+    explicit Opened(const String& directory);
+    ~Opened();
+    Opened(const Opened&) = delete;
+    Opened& operator=(const Opened&) = delete;
+
+    RepositoryCIMOMHandle& operator*() { return *m_handle; }
+    RepositoryCIMOMHandle* operator->() { return &*m_handle; }
+    CIMRepository& repository() { return *m_repository; }
+
+private:
+    class Environment;
+    LocalOperationContext m_context;
+    blocxx::IntrusiveReference<Environment> m_environment;
+    CIMRepositoryRef m_repository;
+    blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
+};
+
+/// Everything in the repository as text: equal texts mean equal content.
+String dump(RepositoryCIMOMHandle& handle);
+String dump(const String& directory);
+
+/// The status of the CIMException that `action` throws, 0 when it throws none; `message` gets its
+/// text.
+template <class Action>
+int statusOf(Action action, String* message = nullptr) {
+    try {
+        action();
+        return 0;
+    } catch (const CIMException& e) {
+        if (message != nullptr) {
+            *message = e.getMessage();
+        }
+        return e.getErrorCode();
+    }
+}
+
+// Pieces of the schema.
+CIMQualifierType qualifierType(const String& name, CIMDataType type, uint8_t scopes,
+                               CIMFlavor flavor = CIMFlavor());
+CIMProperty property(const String& name, CIMDataType type, bool key = false);
+CIMProperty property(const String& name, const CIMValue& value);
+CIMClass makeClass(const String& name, const String& super, CIMPropertyArray properties,
+                   CIMQualifierArray qualifiers = {});
+CIMQualifier flag(const String& name);
+
+/// Qualifiers, Person <- Student, Car, the association Owns (Owner, Thing), Abstract Root.
+void addSchema(RepositoryCIMOMHandle& handle, const String& ns = "test");
+CIMInstance person(const String& name, const String& className = "Person");
+CIMInstance car(uint32_t number);
+CIMObjectPath personPath(const String& name, const String& className = "Person");
+CIMObjectPath carPath(uint32_t number);
+CIMInstance owns(const CIMObjectPath& owner, const CIMObjectPath& thing);
+
+class RepositoryTest : public ::testing::Test {
+protected:
+    RepositoryTest() { CIMRepository::create(m_directory.path()); }
+    /// Opens it and adds the schema.
+    std::unique_ptr<Opened> openWithSchema();
+    String file() const { return m_directory.path() + "/" + CIMRepository::FILE_NAME; }
+
+    TemporaryDirectory m_directory;
+};
+
+}  // namespace KovTest

@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the operations on classes, instances and qualifier types do and which status each refusal
+// has.
+#include <gmock/gmock.h>
+
+#include "tests/unit/repository/RepositoryFixture.hpp"
+
+namespace KovTest {
+namespace {
+
+using ::testing::ElementsAre;
+using T = CIMDataType;
+
+class RepositoryOperations : public RepositoryTest {
+protected:
+    RepositoryOperations() : m_opened(openWithSchema()), handle(**m_opened) {}
+
+    CIMInstance get(const CIMObjectPath& path, EIncludeQualifiersFlag q = E_EXCLUDE_QUALIFIERS,
+                    const StringArray* list = nullptr) {
+        return handle.getInstance("test", path, E_NOT_LOCAL_ONLY, q, E_EXCLUDE_CLASS_ORIGIN, list);
+    }
+    CIMClass getClass(const String& name, ELocalOnlyFlag local = E_NOT_LOCAL_ONLY) {
+        return handle.getClass("test", name, local, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN,
+                               nullptr);
+    }
+    void modify(const CIMInstance& instance, const StringArray* list = nullptr) {
+        handle.modifyInstance("test", instance, E_EXCLUDE_QUALIFIERS, list);
+    }
+    StringArray names(const String& className) {
+        StringArray result;
+        for (const CIMObjectPath& path : handle.enumInstanceNamesA("test", className)) {
+            result.push_back(path.toString());
+        }
+        return result;
+    }
+
+    std::unique_ptr<Opened> m_opened;
+    RepositoryCIMOMHandle& handle;
+};
+
+TEST_F(RepositoryOperations, EachRefusalHasItsStatus) {
+    handle.createInstance("test", person("ann"));
+    handle.createInstance("test", car(7));
+    CIMInstance ageText = person("bob");
+    ageText.setProperty(CIMProperty("Age", T::STRING, CIMValue("old")));
+    CIMInstance unknown = person("bob");
+    unknown.setProperty("Shoe", CIMValue("left"));
+    const StringArray unknownList{"Shoe"};
+    const CIMQualifierType noName("1st");
+    struct Row {
+        const char* sentence;
+        int status;
+        std::function<void()> action;
+    };
+    const Row rows[] = {
+        {"unknown namespace, instance", 3, [&] { handle.createInstance("none", person("x")); }},
+        {"unknown namespace, class", 3, [&] { handle.enumClassNamesA("none", ""); }},
+        {"unknown namespace, qualifier", 3, [&] { handle.getQualifierType("none", "Key"); }},
+        {"unknown namespace, deletion", 6, [&] { handle.deleteNameSpace("none"); }},
+        {"namespace exists in other case", 11, [&] { handle.createNameSpace("TEST"); }},
+        {"empty namespace name", 4, [&] { handle.createNameSpace(""); }},
+        {"namespace with empty part", 4, [&] { handle.createNameSpace("a//b"); }},
+        {"namespace that climbs", 4, [&] { handle.createNameSpace("../a"); }},
+        {"instance of unknown class", 5, [&] { handle.createInstance("test", CIMInstance("No")); }},
+        {"path of unknown class", 5,
+         [&] { get(CIMObjectPath("No").setKeyValue("a", CIMValue(true))); }},
+        {"names of unknown class", 5, [&] { handle.enumInstanceNamesA("test", "No"); }},
+        {"instances of unknown class", 5, [&] { handle.enumInstancesA("test", "No"); }},
+        {"classes below unknown class", 5, [&] { handle.enumClassNamesA("test", "No"); }},
+        {"get unknown class", 6, [&] { getClass("No"); }},
+        {"delete unknown class", 6, [&] { handle.deleteClass("test", "No"); }},
+        {"modify unknown class", 6, [&] { handle.modifyClass("test", CIMClass("No")); }},
+        {"no such superclass", 10, [&] { handle.createClass("test", CIMClass("A", "No")); }},
+        {"own superclass", 10, [&] { handle.createClass("test", CIMClass("A", "A")); }},
+        {"class exists", 11, [&] { handle.createClass("test", CIMClass("person")); }},
+        {"class name is no name", 4, [&] { handle.createClass("test", CIMClass("a b")); }},
+        {"class has subclasses", 8, [&] { handle.deleteClass("test", "Person"); }},
+        {"class has instances", 9, [&] { handle.deleteClass("test", "Car"); }},
+        {"abstract class", 4, [&] { handle.createInstance("test", CIMInstance("Root")); }},
+        {"null key", 4, [&] { handle.createInstance("test", CIMInstance("Person")); }},
+        {"instance exists", 11, [&] { handle.createInstance("test", person("ann")); }},
+        {"wrong type", 13, [&] { handle.createInstance("test", ageText); }},
+        {"unknown property", 12, [&] { handle.createInstance("test", unknown); }},
+        {"modify unknown instance", 6, [&] { modify(person("bob")); }},
+        {"modify unlisted property", 12, [&] { modify(person("ann"), &unknownList); }},
+        {"modify without key", 4, [&] { modify(CIMInstance("Person")); }},
+        {"get unknown instance", 6, [&] { get(personPath("bob")); }},
+        {"key of other name", 4,
+         [&] { get(CIMObjectPath("Car").setKeyValue("No", CIMValue(true))); }},
+        {"delete unknown instance", 6, [&] { handle.deleteInstance("test", personPath("bob")); }},
+        {"unknown qualifier type", 6, [&] { handle.getQualifierType("test", "No"); }},
+        {"delete unknown qualifier type", 6, [&] { handle.deleteQualifierType("test", "No"); }},
+        {"delete used qualifier type", 1, [&] { handle.deleteQualifierType("test", "Key"); }},
+        {"qualifier type without name", 4, [&] { handle.setQualifierType("test", noName); }},
+    };
+    const String before = dump(handle);
+    for (const Row& row : rows) {
+        EXPECT_EQ(row.status, statusOf(row.action)) << row.sentence;
+    }
+    EXPECT_EQ(before, dump(handle));
+}
+
+TEST_F(RepositoryOperations, NamesAreFoundInAnyCaseAndKeepTheirSpelling) {
+    handle.createInstance("TEST", person("Ann", "PERSON"));
+    EXPECT_EQ("Person", getClass("pErSoN").getName());
+    EXPECT_EQ(CIMValue("Ann"), get(personPath("Ann", "person")).getPropertyValue("NAME"));
+    EXPECT_EQ(6, statusOf([&] { get(personPath("ann")); })) << "key values keep their case";
+    EXPECT_THAT(names("person"), ElementsAre("test:Person.Name=\"Ann\""));
+    EXPECT_EQ("Key", handle.getQualifierType("test", "KEY").getName());
+}
+
+TEST_F(RepositoryOperations, ClassesComeBackDerivedAndLocal) {
+    const CIMClass student = getClass("Student");
+    EXPECT_EQ(5u, student.getProperties().size());
+    ASSERT_NE(nullptr, student.getProperty("Name"));
+    EXPECT_TRUE(student.getProperty("Name")->isKey());
+    EXPECT_TRUE(student.getProperty("Name")->isPropagated());
+    EXPECT_EQ("Person", student.getProperty("Name")->getClassOrigin());
+    EXPECT_EQ(1u, getClass("Student", E_LOCAL_ONLY).getProperties().size());
+    Opened second(m_directory.path());
+    EXPECT_EQ(3, statusOf([&] { second->enumClassNamesA("test", ""); })) << "not yet committed";
+    handle.commit();
+    EXPECT_EQ(student, second->getClass("test", "Student", E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                        E_INCLUDE_CLASS_ORIGIN, nullptr));
+}
+
+TEST_F(RepositoryOperations, SuperclassesComeBeforeTheirSubclasses) {
+    EXPECT_THAT(handle.enumClassNamesA("test", "", E_DEEP),
+                ElementsAre("Owns", "Root", "Car", "Person", "Student"));
+    EXPECT_THAT(handle.enumClassNamesA("test", ""), ElementsAre("Owns", "Root"));
+    EXPECT_THAT(handle.enumClassNamesA("test", "root", E_DEEP),
+                ElementsAre("Car", "Person", "Student"));
+    EXPECT_THAT(handle.enumClassNamesA("test", "Person"), ElementsAre("Student"));
+}
+
+TEST_F(RepositoryOperations, InstancesOfSubclassesAreDelivered) {
+    handle.createInstance("test", person("b", "Student"));
+    handle.createInstance("test", person("c"));
+    handle.createInstance("test", person("a"));
+    EXPECT_THAT(names("Root"), ElementsAre("test:Person.Name=\"c\"", "test:Person.Name=\"a\"",
+                                           "test:Student.Name=\"b\""));
+    EXPECT_EQ(3u, handle.enumInstancesA("test", "Person").size());
+    EXPECT_THAT(names("Student"), ElementsAre("test:Student.Name=\"b\""));
+    EXPECT_EQ(6, statusOf([&] { get(personPath("b")); })) << "a path names the creation class";
+}
+
+TEST_F(RepositoryOperations, ShallowInstancesLeaveOutWhatTheNamedClassLacks) {
+    handle.createInstance("test", person("b", "Student"));
+    Array<CIMInstance> found;
+    ArrayBuilder<CIMInstance> builder(found);
+    handle.enumInstances("test", "Person", builder, E_SHALLOW, E_NOT_LOCAL_ONLY,
+                         E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr);
+    ASSERT_EQ(1u, found.size());
+    EXPECT_EQ("Student", found[0].getClassName());
+    EXPECT_EQ(nullptr, found[0].getProperty("School"));
+    EXPECT_NE(nullptr, found[0].getProperty("Age"));
+}
+
+TEST_F(RepositoryOperations, InstancesAreCompletedFromTheirClass) {
+    const CIMObjectPath path = handle.createInstance("test", person("ann"));
+    EXPECT_EQ("test:Person.Name=\"ann\"", path.toString());
+    const CIMInstance found = get(path);
+    EXPECT_EQ(4u, found.getProperties().size());
+    EXPECT_EQ(CIMValue(uint16_t(30)), found.getPropertyValue("Age"));
+    EXPECT_TRUE(found.getPropertyValue("Nicknames").isNull());
+    EXPECT_TRUE(found.getProperty("Name")->isKey());
+    EXPECT_EQ(nullptr, found.getProperty("Name")->getQualifier("Key"));
+    EXPECT_NE(nullptr, get(path, E_INCLUDE_QUALIFIERS).getProperty("Name")->getQualifier("Key"));
+    const StringArray list{"age", "nothing"};
+    EXPECT_EQ(1u, get(path, E_EXCLUDE_QUALIFIERS, &list).getProperties().size());
+}
+
+TEST_F(RepositoryOperations, AnInstanceInTheDefaultNamespaceOfAnotherIsAnother) {
+    addSchema(handle, "other");
+    handle.createInstance("other", person("ann"));
+    EXPECT_EQ(6, statusOf([&] { get(personPath("ann")); }));
+    handle.deleteNameSpace("Other");
+    EXPECT_EQ(3, statusOf([&] { handle.enumInstancesA("other", "Person"); }));
+    EXPECT_EQ(0, statusOf([&] { getClass("Person"); }));
+}
+
+TEST_F(RepositoryOperations, ModifyingChangesWhatIsNamedAndKeepsTheRest) {
+    CIMInstance ann = person("ann");
+    ann.setProperty("Note", CIMValue("first"));
+    handle.createInstance("test", ann);
+    CIMInstance change = person("ann");
+    change.setProperty("Age", CIMValue(uint16_t(31)));
+    change.setProperty("Note", CIMValue("second"));
+    const StringArray onlyAge{"AGE"};
+    modify(change, &onlyAge);
+    EXPECT_EQ(CIMValue(uint16_t(31)), get(personPath("ann")).getPropertyValue("Age"));
+    EXPECT_EQ(CIMValue("first"), get(personPath("ann")).getPropertyValue("Note"));
+    modify(change);
+    EXPECT_EQ(CIMValue("second"), get(personPath("ann")).getPropertyValue("Note"));
+    change.setProperty(CIMProperty("Note", T::STRING));
+    modify(change);
+    EXPECT_TRUE(get(personPath("ann")).getPropertyValue("Note").isNull());
+}
+
+TEST_F(RepositoryOperations, AClassWithoutUsersMayChangeFreely) {
+    handle.createClass("test", makeClass("Free", "Root", {property("A", T::STRING, true)}));
+    handle.modifyClass("test", makeClass("Free", "", {property("B", T::UINT8, true)}));
+    EXPECT_EQ(nullptr, getClass("Free").getProperty("A"));
+    EXPECT_EQ(nullptr, getClass("Free").getProperty("Note"));
+    EXPECT_EQ("", getClass("Free").getSuperClass());
+}
+
+TEST_F(RepositoryOperations, AClassInUseMayOnlyChangeSoThatItsUsersStayValid) {
+    handle.createInstance("test", person("ann", "Student"));
+    const CIMClass person = getClass("Person", E_LOCAL_ONLY);
+    CIMPropertyArray properties = person.getProperties();
+    CIMClass added = person;
+    properties.push_back(property("Shoe", CIMValue(uint8_t(40))));
+    handle.modifyClass("test", added.setProperties(properties));
+    EXPECT_EQ(CIMValue(uint8_t(40)), get(personPath("ann", "Student")).getPropertyValue("Shoe"));
+    CIMClass moved = person;
+    EXPECT_EQ(8, statusOf([&] { handle.modifyClass("test", moved.setSuperClass("")); }));
+    EXPECT_EQ(9, statusOf([&] { handle.modifyClass("test", person); })) << "Shoe would go";
+    properties.push_back(property("Second", T::STRING, true));
+    EXPECT_EQ(9, statusOf([&] { handle.modifyClass("test", added.setProperties(properties)); }));
+    CIMClass clash = getClass("Root", E_LOCAL_ONLY);
+    clash.setProperties({property("Note", T::STRING), property("School", T::UINT8)});
+    const int status = statusOf([&] { handle.modifyClass("test", clash); });
+    EXPECT_EQ(8, status) << "Student.School is a string";
+}
+
+TEST_F(RepositoryOperations, AQualifierTypeInUseMayOnlyChangeWithoutEffect) {
+    CIMFlavor fixed;
+    fixed.overridable = false;
+    CIMQualifierType key = qualifierType("Key", T::BOOLEAN, CIMScope::ANY, fixed);
+    EXPECT_EQ(0, statusOf([&] { handle.setQualifierType("test", key); }));
+    EXPECT_EQ(CIMScope::ANY, handle.getQualifierType("test", "key").getScopes());
+    key.setDataType(T::STRING);
+    EXPECT_EQ(1, statusOf([&] { handle.setQualifierType("test", key); }));
+    EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "Description"); }));
+}
+
+TEST_F(RepositoryOperations, ReceiversMayChangeWhatIsBeingEnumerated) {
+    for (uint32_t i = 0; i < 600; ++i) {
+        handle.createInstance("test", car(i));
+    }
+    size_t seen = 0;
+    uint32_t next = 1000;
+    auto receiver = makeResultHandler<CIMObjectPath>([&](const CIMObjectPath& path) {
+        ++seen;
+        get(path);
+        handle.createInstance("test", car(next++));
+        handle.deleteInstance("test", path);
+        handle.enumInstanceNamesA("test", "Person");
+    });
+    handle.enumInstanceNames("test", "Car", receiver);
+    EXPECT_EQ(600u, seen);
+    EXPECT_EQ(600u, names("Car").size());
+    auto deleting = makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
+        handle.deleteInstance("test", CIMObjectPath("test", instance));
+    });
+    handle.enumInstances("test", "Car", deleting, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
+                         E_EXCLUDE_CLASS_ORIGIN, nullptr);
+    EXPECT_EQ(0u, names("Car").size());
+    auto dropping = makeResultHandler<CIMClass>(
+        [&](const CIMClass& cls) { statusOf([&] { handle.deleteClass("test", cls.getName()); }); });
+    handle.enumClass("test", "", dropping, E_DEEP, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                     E_INCLUDE_CLASS_ORIGIN);
+    EXPECT_THAT(handle.enumClassNamesA("test", "", E_DEEP), ElementsAre("Root", "Person"));
+}
+
+TEST_F(RepositoryOperations, NamespacesComeInTheOrderOfTheirCreation) {
+    handle.createNameSpace("b/c");
+    handle.createNameSpace("B");
+    StringArray found;
+    ArrayBuilder<String> builder(found);
+    handle.enumNameSpace(builder);
+    EXPECT_THAT(found, ElementsAre("test", "b/c", "B"));
+    handle.deleteNameSpace("b");
+    found.clear();
+    handle.enumNameSpace(builder);
+    EXPECT_THAT(found, ElementsAre("test", "b/c")) << "namespaces below stay";
+}
+
+}  // namespace
+}  // namespace KovTest

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The unit of work: all or nothing, whatever fails and whenever the process dies.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/unit/repository/FaultyFiles.hpp"
+#include "tests/unit/repository/RepositoryFixture.hpp"
+
+namespace KovTest {
+namespace {
+
+using ::testing::HasSubstr;
+
+/// The layer must be there before anything else opens a repository.
+class FaultyEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { FaultyFiles::install(); }
+};
+const auto* const ENVIRONMENT =  // NOLINT
+    ::testing::AddGlobalTestEnvironment(new FaultyEnvironment);
+
+class UnitOfWork : public RepositoryTest {
+protected:
+    void prepare() {
+        const auto opened = openWithSchema();
+        for (uint32_t i = 0; i < 20; ++i) {
+            (*opened)->createInstance("test", car(i));
+        }
+        opened->repository().close();
+    }
+};
+
+/// Some of every kind of change, more than a few pages of it.
+void change(RepositoryCIMOMHandle& handle) {
+    handle.createNameSpace("second");
+    for (uint32_t i = 100; i < 160; ++i) {
+        CIMInstance instance = car(i);
+        instance.setProperty("Note", CIMValue(String(1000, 'n')));
+        handle.createInstance("test", instance);
+    }
+    handle.createInstance("test", person("ann"));
+    handle.createInstance("test", owns(personPath("ann"), carPath(100)));
+    handle.deleteInstance("test", carPath(1));
+    handle.deleteClass("test", "Student");
+    handle.createClass("test", makeClass("Other", "Root", {}));
+    handle.setQualifierType("test", qualifierType("New", CIMDataType::STRING, CIMScope::ANY));
+}
+
+/// The undo of change(), which must be harmless when there is nothing to undo.
+void undo(RepositoryCIMOMHandle& handle) {
+    handle.deleteQualifierType("test", "New");
+    handle.deleteClass("test", "Other");
+    handle.createInstance("test", car(1));
+    handle.deleteInstance("test", personPath("ann"));
+    handle.deleteNameSpace("second");
+}
+
+TEST_F(UnitOfWork, IsInvisibleToOthersUntilItIsCommitted) {
+    prepare();
+    Opened first(m_directory.path());
+    Opened second(m_directory.path());
+    const String before = dump(*second);
+    change(*first);
+    EXPECT_EQ(before, dump(*second));
+    const String after = dump(*first);
+    first->commit();
+    EXPECT_EQ(after, dump(*second)) << "what was read before is not kept beyond the change";
+    change(*second);
+}
+
+TEST_F(UnitOfWork, EndsWithTheRepositoryUnlessCommitted) {
+    prepare();
+    const String before = dump(m_directory.path());
+    {
+        Opened opened(m_directory.path());
+        change(*opened);
+    }
+    EXPECT_EQ(before, dump(m_directory.path()));
+    {
+        Opened opened(m_directory.path());
+        change(*opened);
+        opened.repository().close();
+        EXPECT_FALSE(opened.repository().isOpen());
+        EXPECT_EQ(1, statusOf([&] { opened->createNameSpace("x"); }));
+    }
+    EXPECT_NE(before, dump(m_directory.path()));
+}
+
+TEST_F(UnitOfWork, OfTwoAtOnceTheSecondFailsAtOnceAndTellsWhy) {
+    prepare();
+    Opened first(m_directory.path());
+    Opened second(m_directory.path());
+    first->createNameSpace("a");
+    String message;
+    EXPECT_EQ(1, statusOf([&] { second->createNameSpace("b"); }, &message));
+    EXPECT_THAT(message, HasSubstr("another process holds the repository"));
+    first->commit();
+    EXPECT_EQ(0, statusOf([&] { second->createNameSpace("b"); }));
+    second->commit();
+    StringArray names;
+    ArrayBuilder<String> builder(names);
+    first->enumNameSpace(builder);
+    EXPECT_THAT(names, ::testing::ElementsAre("test", "a", "b"));
+}
+
+TEST_F(UnitOfWork, ARefusedFirstWriteHoldsNoLock) {
+    prepare();
+    Opened first(m_directory.path());
+    Opened second(m_directory.path());
+    EXPECT_EQ(11, statusOf([&] { first->createInstance("test", car(1)); }));
+    EXPECT_EQ(0, statusOf([&] { second->createInstance("test", car(100)); }));
+}
+
+TEST_F(UnitOfWork, ARefusedWriteLeavesTheOthersInIt) {
+    prepare();
+    Opened first(m_directory.path());
+    first->createInstance("test", car(100));
+    EXPECT_EQ(11, statusOf([&] { first->createInstance("test", car(1)); }));
+    const String after = dump(*first);
+    first->commit();
+    EXPECT_EQ(after, dump(m_directory.path()));
+}
+
+class UnitOfWorkFaults : public UnitOfWork,
+                         public ::testing::WithParamInterface<FaultyFiles::Kind> {};
+
+TEST_P(UnitOfWorkFaults, LeaveTheOldStateOrTheNewOneWhereverTheyStrike) {
+    prepare();
+    const String pristine = m_directory.path() + "/pristine";
+    std::filesystem::copy_file(file(), pristine);
+    const String before = dump(m_directory.path());
+    String after;
+    int n = 0;
+    bool struck = true;
+    while (struck) {
+        std::filesystem::copy_file(pristine, file(),
+                                   std::filesystem::copy_options::overwrite_existing);
+        bool committed = false;
+        FaultyFiles::arm(GetParam(), ++n);
+        {
+            std::unique_ptr<Opened> opened;
+            String message;
+            const int status = statusOf(
+                [&] {
+                    opened = std::make_unique<Opened>(m_directory.path());
+                    change(**opened);
+                    (*opened)->commit();
+                    committed = true;
+                },
+                &message);
+            struck = FaultyFiles::disarm();
+            if (!committed) {
+                EXPECT_EQ(1, status) << n;
+                EXPECT_THAT(message, HasSubstr(file()));
+            }
+            if (!committed && opened) {
+                EXPECT_EQ(0, statusOf([&] { undo(**opened); })) << "nothing left to undo " << n;
+                EXPECT_EQ(before, dump(**opened)) << n;
+                EXPECT_EQ(1, statusOf([&] { (*opened)->commit(); })) << n;
+            }
+        }
+        const String now = dump(m_directory.path());
+        if (committed && after.empty()) {
+            after = now;
+            EXPECT_NE(before, after);
+        }
+        EXPECT_EQ(committed ? after : before, now) << "fault " << n;
+        EXPECT_FALSE(std::filesystem::exists(file() + "-journal")) << n;
+        ASSERT_LT(n, 5000);
+    }
+    EXPECT_GT(n, 20) << "the faults did strike";
+}
+
+INSTANTIATE_TEST_SUITE_P(AllKinds, UnitOfWorkFaults,
+                         ::testing::Values(FaultyFiles::Kind::FAIL_ONCE,
+                                           FaultyFiles::Kind::FAIL_FOR_EVER,
+                                           FaultyFiles::Kind::NO_SPACE));
+
+TEST_F(UnitOfWork, AProcessKilledAtAnyWriteLeavesTheOldStateOrTheNewOne) {
+    prepare();
+    const String pristine = m_directory.path() + "/pristine";
+    std::filesystem::copy_file(file(), pristine);
+    const String before = dump(m_directory.path());
+    size_t old = 0;
+    size_t fresh = 0;
+    for (int n = 1; fresh == 0 || n < 3; ++n) {
+        std::filesystem::copy_file(pristine, file(),
+                                   std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::remove(file() + "-journal");
+        const pid_t child = ::fork();
+        if (child == 0) {
+            FaultyFiles::arm(FaultyFiles::Kind::DIE, n);
+            Opened opened(m_directory.path());
+            change(*opened);
+            opened.repository().close();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        const String now = dump(m_directory.path());
+        if (now == before) {
+            ++old;
+            EXPECT_FALSE(finished) << n;
+        } else {
+            ++fresh;
+            Opened opened(m_directory.path());
+            EXPECT_EQ(0, statusOf([&] { undo(*opened); })) << "complete, at " << n;
+        }
+        ASSERT_LT(n, 5000);
+    }
+    EXPECT_GT(old, 20u);
+}
+
+TEST(RepositoryCreationFaults, LeaveNoFileBehind) {
+    TemporaryDirectory directory;
+    const String file = directory.path() + "/" + CIMRepository::FILE_NAME;
+    int n = 0;
+    bool struck = true;
+    while (struck) {
+        std::filesystem::remove(file);
+        FaultyFiles::arm(FaultyFiles::Kind::FAIL_ONCE, ++n);
+        const int status = statusOf([&] { CIMRepository::create(directory.path()); });
+        struck = FaultyFiles::disarm();
+        if (status == 0) {
+            EXPECT_EQ("", dump(directory.path()));
+        } else {
+            EXPECT_TRUE(std::filesystem::is_empty(directory.path())) << n;
+        }
+        ASSERT_LT(n, 1000);
+    }
+    EXPECT_GT(n, 5);
+}
+
+}  // namespace
+}  // namespace KovTest
