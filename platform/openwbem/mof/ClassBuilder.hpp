@@ -41,9 +41,7 @@ private:
 
     struct TextHash {
         using is_transparent = void;
-        size_t operator()(std::string_view text) const noexcept {
-            return FoldedHash()(text);
-        }
+        size_t operator()(std::string_view text) const { return FoldedHash()(text); }
     };
 
     Scope& m_scope;

@@ -15,8 +15,9 @@ struct FoldedHash {
     using is_transparent = void;
 
     /// Eight bytes at a time. Setting 0x20 folds letters and a few other pairs, which only costs a
-    /// comparison.
-    size_t operator()(std::string_view text) const noexcept {
+    /// comparison. Not noexcept: that makes the library's maps keep the hashes instead of working
+    /// them out again for each key that they pass.
+    size_t operator()(std::string_view text) const {
         constexpr uint64_t CASE = 0x2020202020202020U;
         constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15U;
         uint64_t hash = text.size() * FACTOR;
