@@ -53,19 +53,27 @@ bool isPage(int amount, sqlite3_int64 offset) noexcept {
     return amount == PAGE_SIZE && offset % PAGE_SIZE == 0;
 }
 
+/// While a unit of work grows the file, pages that it no longer needs may be holes in it or lie
+/// beyond its end.
+bool mayBeHole(sqlite3_file* file, const void* page) noexcept {
+    return reinterpret_cast<File*>(file)->lockLevel >= SQLITE_LOCK_RESERVED && isAllZero(page);
+}
+
 int readPage(sqlite3_file* file, void* buffer, sqlite3_int64 offset) noexcept {
     const int rc = real(file)->pMethods->xRead(real(file), buffer, PAGE_SIZE, offset);
+    if (rc == SQLITE_IOERR_SHORT_READ) {
+        // SQLite would take a page that is cut off as one that ends in zeros. Only a file that is
+        // just being made has nothing at its beginning.
+        const bool isEmpty = offset == 0 && isAllZero(buffer);
+        return isEmpty || mayBeHole(file, buffer) ? rc : SQLITE_IOERR_DATA;
+    }
     if (rc != SQLITE_OK) {
         return rc;
     }
     uint64_t stored = 0;
     std::memcpy(&stored, static_cast<const char*>(buffer) + DATA_SIZE, sizeof stored);
-    if (le64toh(stored) == checksum(buffer, offset)) {
-        return SQLITE_OK;
-    }
-    // While a unit of work grows the file, pages that it no longer needs may be holes.
-    const bool mayBeHole = reinterpret_cast<File*>(file)->lockLevel >= SQLITE_LOCK_RESERVED;
-    return mayBeHole && isAllZero(buffer) ? SQLITE_OK : SQLITE_IOERR_DATA;
+    const bool intact = le64toh(stored) == checksum(buffer, offset);
+    return intact || mayBeHole(file, buffer) ? SQLITE_OK : SQLITE_IOERR_DATA;
 }
 
 int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
