@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# The fuzz targets, which need clang: kov_fuzz_target(NAME SOURCES a_fuzz.cpp LINKS room)
+function(kov_fuzz_target NAME)
+  cmake_parse_arguments(T "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${NAME} ${T_SOURCES})
+  target_link_libraries(${NAME} PRIVATE ${T_LINKS})
+  target_link_options(${NAME} PRIVATE -fsanitize=fuzzer)
+endfunction()
+
+if(KOV_FUZZ)
+  kov_fuzz_target(object_path_fuzz SOURCES fuzz/object_path_fuzz.cpp LINKS openwbem_model)
+endif()
