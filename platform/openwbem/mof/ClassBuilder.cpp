@@ -83,9 +83,9 @@ Embedding embeddingOf(const CIMQualifierArray& qualifiers) {
 }
 
 ClassBuilder::ClassBuilder(Scope& scope, ObjectResolver& objects)
-    : m_scope(scope), m_objects(objects), m_lookup([this](std::string_view name) {
-          return m_scope.findQualifierType(name);
-      }) {}
+    : m_scope(scope),
+      m_objects(objects),
+      m_lookup([this](std::string_view name) { return m_scope.findQualifierType(name); }) {}
 
 ClassEntry* ClassBuilder::find(std::string_view name) {
     ClassEntry* const wanted = m_scope.findClass(name);
@@ -99,19 +99,20 @@ ClassEntry* ClassBuilder::find(std::string_view name) {
         const Declaration& declaration = *entry->declaration;
         if (entry->state == ClassEntry::BEING_BUILT) {
             const bool inherits = std::find(chain.begin(), chain.end(), entry) != chain.end();
-            throw CompileError{declaration.name.data,
-                               String(Format(inherits ? "the class \"%1\" inherits from itself"
-                                                      : "the class \"%1\" needs itself for a default value",
-                                             declaration.name.view()))};
+            throw CompileError{
+                declaration.name.data,
+                String(Format(inherits ? "the class \"%1\" inherits from itself"
+                                       : "the class \"%1\" needs itself for a default value",
+                              declaration.name.view()))};
         }
         entry->state = ClassEntry::BEING_BUILT;
         chain.push_back(entry);
         if (!declaration.superClass.empty()) {
             entry->super = m_scope.findClass(declaration.superClass.view());
             if (entry->super == nullptr) {
-                throw CompileError{declaration.superClass.data,
-                                   String(Format("unknown superclass \"%1\"",
-                                                 declaration.superClass.view()))};
+                throw CompileError{
+                    declaration.superClass.data,
+                    String(Format("unknown superclass \"%1\"", declaration.superClass.view()))};
             }
         }
     }
@@ -173,8 +174,8 @@ CIMClass ClassBuilder::derive(const Declaration& declaration, const CIMClass* su
 }
 
 CIMClass ClassBuilder::declaredClass(const Declaration& declaration, const CIMClass* superClass) {
-    CIMClass cls(String(declaration.name.view()), superClass != nullptr ? superClass->getName()
-                                                                        : String());
+    CIMClass cls(String(declaration.name.view()),
+                 superClass != nullptr ? superClass->getName() : String());
     CIMPropertyArray properties;
     CIMMethodArray methods;
     properties.reserve(countOf(declaration.features));
@@ -206,8 +207,8 @@ CIMProperty ClassBuilder::buildProperty(const Feature& feature, const CIMClass* 
             }
         }
     }
-    property.setValue(makeValue(feature.value, property.getDataType(), embedding, m_objects,
-                                feature.name.data));
+    property.setValue(
+        makeValue(feature.value, property.getDataType(), embedding, m_objects, feature.name.data));
     return property;
 }
 

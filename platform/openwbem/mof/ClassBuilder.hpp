@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From declarations of qualifier types and classes to the model's objects. Superclasses are built on
-// demand, wherever they stand in the text.
+// From declarations of qualifier types and classes to the model's objects. Superclasses are built
+// on demand, wherever they stand in the text.
 #pragma once
 
 #include "openwbem/model/ClassDerivation.hpp"

@@ -89,7 +89,8 @@ void Compilation::obey(const Declaration& pragma) {
     }
     const Literal& value = *pragma.value.first;
     if (value.kind != Literal::STRING) {
-        throw CompileError{value.text.data, "expected a string; found " + quoted(value.text.view())};
+        throw CompileError{value.text.data,
+                           "expected a string; found " + quoted(value.text.view())};
     }
     const String argument = readString(value);
     if (include) {

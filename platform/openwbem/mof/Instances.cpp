@@ -45,18 +45,18 @@ CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entr
                                              entry.cls.getName(), assignment.name.view()))};
         }
         if (assigned[static_cast<size_t>(declared - first)]) {
-            throw CompileError{assignment.name.data,
-                               String(Format("the property \"%1\" is given twice",
-                                             assignment.name.view()))};
+            throw CompileError{
+                assignment.name.data,
+                String(Format("the property \"%1\" is given twice", assignment.name.view()))};
         }
         assigned[static_cast<size_t>(declared - first)] = true;
         // Instances do not keep qualifiers of their properties, but these must make sense.
         ns.classes.buildQualifiers(assignment.qualifiers);
         CIMValue value = assignedValue(*declared, assignment);
         if (declared->isKey() && value.isNull() && m_depth == 0) {
-            throw CompileError{assignment.name.data,
-                               String(Format("the key property \"%1\" cannot be null",
-                                             assignment.name.view()))};
+            throw CompileError{
+                assignment.name.data,
+                String(Format("the key property \"%1\" cannot be null", assignment.name.view()))};
         }
         properties.emplace_back(declared->getName(), declared->getDataType(), std::move(value));
     }

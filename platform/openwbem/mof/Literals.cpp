@@ -54,8 +54,9 @@ public:
             case 'X':
                 return hexadecimal(begin, at);
             default:
-                throw CompileError{begin, "unknown escape sequence: expected one of \\b \\t \\n \\f "
-                                          "\\r \\\" \\' \\\\ \\x"};
+                throw CompileError{begin,
+                                   "unknown escape sequence: expected one of \\b \\t \\n \\f "
+                                   "\\r \\\" \\' \\\\ \\x"};
         }
     }
 

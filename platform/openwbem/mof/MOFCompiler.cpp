@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/mof/MOFCompiler.hpp"
 
-
 #include "openwbem/mof/Compilation.hpp"
 
 namespace OpenWBEM::MOF {
@@ -34,8 +33,7 @@ void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName) {
     const IncludeHandler none;
-    Array<NamespaceContent> contents =
-        Compilation(handle, none, true).run({sourceName, mof}, ns);
+    Array<NamespaceContent> contents = Compilation(handle, none, true).run({sourceName, mof}, ns);
     instances = std::move(contents.front().instances);
     classes = std::move(contents.front().classes);
     qualifierTypes = std::move(contents.front().qualifierTypes);

@@ -11,8 +11,9 @@
 
 namespace OpenWBEM::MOF {
 
-/// A text that cannot be compiled. The message is "SOURCE:LINE:COLUMN: error: WHAT", then the source
-/// line and a line with a caret under the column (the line is shortened around it when long).
+/// A text that cannot be compiled. The message is "SOURCE:LINE:COLUMN: error: WHAT", then the
+/// source line and a line with a caret under the column (the line is shortened around it when
+/// long).
 class MOFCompilerException : public blocxx::Exception {
 public:
     MOFCompilerException(const char* file, int line, const String& message, String source,
@@ -37,8 +38,8 @@ struct Source {
     String text;
 };
 
-/// Opens what `#pragma include ("name")` names: given the name as written and the including source's
-/// name. Its exceptions are reported at the pragma's place.
+/// Opens what `#pragma include ("name")` names: given the name as written and the including
+/// source's name. Its exceptions are reported at the pragma's place.
 using IncludeHandler = std::function<Source(const String& name, const String& includingSource)>;
 
 /// Reads included files relative to the directory of the including file.
@@ -54,16 +55,16 @@ struct NamespaceContent {
     Array<CIMInstance> instances;
 };
 
-/// Compiles `source` with everything that it includes, starting in `ns`; `#pragma namespace` changes the
-/// namespace of what follows it. Returns the namespaces in the order of their first mention.
-/// `handle` may be null: then only what the text itself declares is known. `include` may be empty: then
-/// an include pragma is an error. Throws MOFCompilerException; failures of the handle other than "not
-/// found" pass through.
-Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle, const String& ns,
-                                const IncludeHandler& include);
+/// Compiles `source` with everything that it includes, starting in `ns`; `#pragma namespace`
+/// changes the namespace of what follows it. Returns the namespaces in the order of their first
+/// mention. `handle` may be null: then only what the text itself declares is known. `include` may
+/// be empty: then an include pragma is an error. Throws MOFCompilerException; failures of the
+/// handle other than "not found" pass through.
+Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle,
+                                const String& ns, const IncludeHandler& include);
 
-/// Compiles one text for one namespace into arrays, in the order that NamespaceContent has. Includes are
-/// refused, and so is a namespace pragma that names another namespace than `ns`.
+/// Compiles one text for one namespace into arrays, in the order that NamespaceContent has.
+/// Includes are refused, and so is a namespace pragma that names another namespace than `ns`.
 void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF");

@@ -126,14 +126,14 @@ CIMObjectPath Compilation::pathOf(Alias& alias) {
     }
     for (CIMProperty& key : keys) {
         const auto found = assignments.find(key.getName());
-        key = CIMProperty(key.getName(), key.getDataType(),
-                          found != assignments.end() ? assignedValue(key, *found->second)
-                                                     : key.getValue());
+        key = CIMProperty(
+            key.getName(), key.getDataType(),
+            found != assignments.end() ? assignedValue(key, *found->second) : key.getValue());
         key.setKey(true);
         if (key.getValue().isNull()) {
-            throw CompileError{declaration.name.data,
-                               String(Format("the key property \"%1\" has no value",
-                                             key.getName()))};
+            throw CompileError{
+                declaration.name.data,
+                String(Format("the key property \"%1\" has no value", key.getName()))};
         }
     }
     return path.setKeys(std::move(keys));

@@ -96,8 +96,8 @@ void failSyntax(void* scanner, SourceText& source, const std::vector<const char*
     }
     const String foundText = atEnd ? String("the end of the text") : quoted(found.view());
     const Token before = tokenBefore(source, found.data);
-    String message = expected.empty() ? String("unexpected ") + foundText
-                                      : "expected " + listOf(expected);
+    String message =
+        expected.empty() ? String("unexpected ") + foundText : "expected " + listOf(expected);
     if (before.data != nullptr) {
         message += " after " + quoted(before.view());
     }

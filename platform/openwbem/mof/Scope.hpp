@@ -14,13 +14,14 @@
 
 namespace OpenWBEM::MOF {
 
-/// A class that is known by name: declared in the text and built when it is asked for, or the handle's.
+/// A class that is known by name: declared in the text and built when it is asked for, or the
+/// handle's.
 struct ClassEntry {
     enum State : uint8_t { DECLARED, BEING_BUILT, BUILT };
     const Declaration* declaration = nullptr;  ///< null for one of the handle's
     ClassEntry* super = nullptr;               ///< once it is built and declared in the text
     State state = DECLARED;
-    CIMClass cls;                              ///< derived, once it is built
+    CIMClass cls;  ///< derived, once it is built
     std::optional<NameIndex<CIMProperty>> properties;
 
     /// The built class's property of that name, or null.

@@ -135,10 +135,13 @@ SourceText::Place SourceText::locate(const char* at) const noexcept {
 
 MOFCompilerException SourceText::describe(const CompileError& error) const {
     const Place place = locate(error.at);
-    return {__FILE__, __LINE__,
+    return {__FILE__,
+            __LINE__,
             String(blocxx::Format("%1:%2:%3: error: %4\n%5", m_name, place.line, place.column,
                                   error.what, excerpt(*this, error.at))),
-            m_name, place.line, place.column};
+            m_name,
+            place.line,
+            place.column};
 }
 
 String quoted(std::string_view token) {

@@ -21,7 +21,8 @@ struct CompileError {
 
 class SourceText {
 public:
-    /// Takes the source over. Throws MOFCompilerException when it is larger than a scanner can take.
+    /// Takes the source over. Throws MOFCompilerException when it is larger than a scanner can
+    /// take.
     explicit SourceText(Source source);
     SourceText(const SourceText&) = delete;
     SourceText& operator=(const SourceText&) = delete;
@@ -30,7 +31,8 @@ public:
     /// Behind the byte order mark, when there is one.
     const char* begin() const noexcept { return m_text.data() + m_mark; }
     const char* end() const noexcept { return m_text.data() + m_size; }
-    /// The text and the two zero bytes behind it that a scanner needs; it writes to them while it runs.
+    /// The text and the two zero bytes behind it that a scanner needs; it writes to them while it
+    /// runs.
     char* scannerBuffer() noexcept { return m_text.data() + m_mark; }
     size_t scannerBufferSize() const noexcept { return m_text.size() - m_mark; }
 
@@ -52,7 +54,8 @@ private:
     size_t m_mark = 0;
 };
 
-/// A token for messages: in quotes, shortened when long, without anything that a terminal would obey.
+/// A token for messages: in quotes, shortened when long, without anything that a terminal would
+/// obey.
 String quoted(std::string_view token);
 
 }  // namespace OpenWBEM::MOF

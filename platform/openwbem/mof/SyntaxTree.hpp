@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the grammar makes of a MOF text: plain nodes in an arena, linked in text order, whose texts are
-// views of the source. A node's place in the source is where its text points. Nodes are never freed one
-// by one and hold nothing that would have to be.
+// What the grammar makes of a MOF text: plain nodes in an arena, linked in text order, whose texts
+// are views of the source. A node's place in the source is where its text points. Nodes are never
+// freed one by one and hold nothing that would have to be.
 #pragma once
 
 #include <cstdint>
@@ -56,8 +56,8 @@ struct Word {
 /// One constant value; an element of an array.
 struct Literal {
     enum Kind : uint8_t { NULL_VALUE, TRUE_VALUE, FALSE_VALUE, INTEGER, REAL, CHAR, STRING, ALIAS };
-    Text text;         ///< the token, quotes included
-    List<Word> more;   ///< the literals that follow a STRING's first one
+    Text text;        ///< the token, quotes included
+    List<Word> more;  ///< the literals that follow a STRING's first one
     Literal* next;
     Kind kind;
 
@@ -128,13 +128,13 @@ struct Assignment {
 struct Declaration {
     enum Kind : uint8_t { PRAGMA, QUALIFIER_TYPE, CLASS, INSTANCE };
     Kind kind;
-    Text name;                     ///< of the pragma, qualifier type or class; an instance's class
+    Text name;  ///< of the pragma, qualifier type or class; an instance's class
     List<Qualifier> qualifiers;
-    Text alias;                    ///< with its "$"
+    Text alias;  ///< with its "$"
     Text superClass;
     List<Feature> features;
     List<Assignment> assignments;
-    TypeName type;                 ///< the rest: of a qualifier type, `value` also of a pragma
+    TypeName type;  ///< the rest: of a qualifier type, `value` also of a pragma
     ArraySuffix array;
     Initializer value;
     List<Word> scopes;

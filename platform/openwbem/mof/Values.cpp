@@ -15,8 +15,8 @@ using blocxx::Format;
 namespace {
 
 [[noreturn]] void failExpected(const Literal& literal, const char* expected) {
-    throw CompileError{literal.text.data, String("expected ") + expected + "; found " +
-                                              quoted(literal.text.view())};
+    throw CompileError{literal.text.data,
+                       String("expected ") + expected + "; found " + quoted(literal.text.view())};
 }
 
 void require(const Literal& literal, Literal::Kind kind, const char* expected) {
@@ -265,7 +265,7 @@ CIMDataType makeType(const TypeName& name, const ArraySuffix& array) {
     if (name.type == CIMDataType::REFERENCE) {
         String className(name.view());
         return array.isArray() ? CIMDataType::referenceArray(std::move(className), size)
-                             : CIMDataType::reference(std::move(className));
+                               : CIMDataType::reference(std::move(className));
     }
     return array.isArray() ? CIMDataType::array(name.type, size) : CIMDataType(name.type);
 }

@@ -9,7 +9,8 @@
 
 namespace OpenWBEM::MOF {
 
-/// What a string is declared to hold besides text (the qualifiers EmbeddedInstance and EmbeddedObject).
+/// What a string is declared to hold besides text (the qualifiers EmbeddedInstance and
+/// EmbeddedObject).
 struct Embedding {
     enum Kind : uint8_t { NOTHING, INSTANCE, OBJECT };
     Kind kind = NOTHING;
@@ -27,8 +28,8 @@ protected:
     ~ObjectResolver() = default;
 };
 
-/// The value of `initializer` in the declared `type`; the null value for none. `at` is where an empty
-/// array stands for messages. Throws CompileError.
+/// The value of `initializer` in the declared `type`; the null value for none. `at` is where an
+/// empty array stands for messages. Throws CompileError.
 CIMValue makeValue(const Initializer& initializer, const CIMDataType& type,
                    const Embedding& embedding, ObjectResolver& objects, const char* at);
 

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Brings what was compiled into a repository: what is there already in the same form is left alone,
+// what is there in another form is changed.
+#pragma once
+
+#include <map>
+
+#include "openwbem/mof/MOFCompiler.hpp"
+#include "utilities/owmofc/LocalRepository.hpp"
+
+namespace OwMofc {
+
+class ContentWriter {
+public:
+    explicit ContentWriter(LocalRepository& repository) : m_repository(repository) {}
+
+    /// Throws CIMException whose message names the object and the namespace.
+    void write(const MOF::NamespaceContent& content);
+    /// One line for each namespace that something was declared in.
+    String summary() const;
+
+private:
+    struct Counts {
+        size_t qualifierTypes = 0;
+        size_t classes = 0;
+        size_t instances = 0;
+    };
+    void writeQualifierType(const String& ns, const CIMQualifierType& qualifierType);
+    void writeClass(const String& ns, const CIMClass& cls);
+    void writeInstance(const String& ns, const CIMInstance& instance);
+
+    LocalRepository& m_repository;
+    std::map<String, Counts> m_counts;
+};
+
+}  // namespace OwMofc
