@@ -10,4 +10,5 @@ endfunction()
 
 if(KOV_FUZZ)
   kov_fuzz_target(object_path_fuzz SOURCES fuzz/object_path_fuzz.cpp LINKS openwbem_model)
+  kov_fuzz_target(codec_fuzz SOURCES fuzz/codec_fuzz.cpp LINKS openwbem_wire)
 endif()

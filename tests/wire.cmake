@@ -1,0 +1,2 @@
+# SPDX-License-Identifier: Apache-2.0
+kov_unit_test(wire_test SOURCES unit/wire/CIMCodec_test.cpp LINKS openwbem_wire)
