@@ -86,7 +86,8 @@ protected:
     const String m_head =
         "The operation failed, and restoration to the previous state has also failed.\n";
     const String m_error =
-        " failed with error:\nCIMException: 1: injected fault\nOnce the cause of the error has "
+        " failed with error:\nCIMException: 1: failed: injected fault\nOnce the cause of the error "
+        "has "
         "been "
         "resolved, to restore KOV to a valid state you should\n";
 
@@ -164,7 +165,8 @@ TEST_F(UndoSteps, DeleteNamespaceNamesTheNamespace) {
         withoutPlaces(failureOf("deleteNameSpace", [&] { deleteNamespace(namespaces, "kov"); })),
         m_head +
             "The attempt to delete the namespace: kov failed with error:\n"
-            "NamespaceUtilsException: Unable to delete the Namespace: CIMException: 1: injected "
+            "NamespaceUtilsException: Unable to delete the Namespace: CIMException: 1: failed: "
+            "injected "
             "fault\nOnce the cause of the error has been resolved, to restore KOV to a valid state "
             "you should\ndelete the namespace. The owdeletenamespace utility can be used.\n");
 }
@@ -175,7 +177,8 @@ TEST_F(UndoSteps, CreateNamespaceNamesTheNamespace) {
         withoutPlaces(failureOf("createNameSpace", [&] { createNamespace(namespaces, "new"); })),
         m_head +
             "The attempt to create the namespace: new failed with error:\n"
-            "NamespaceUtilsException: Unable to create the Namespace: CIMException: 1: injected "
+            "NamespaceUtilsException: Unable to create the Namespace: CIMException: 1: failed: "
+            "injected "
             "fault\nOnce the cause of the error has been resolved, to restore KOV to a valid state "
             "you should\ncreate the namespace. The owmofc utility can be used.\n");
 }

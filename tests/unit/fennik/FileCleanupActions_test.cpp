@@ -7,6 +7,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/undo/FileUtils.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/TemporaryDirectory.hpp"
 
@@ -133,10 +134,31 @@ TEST_F(RestoreFile, RenameThatFailsIsReported) {
     EXPECT_TRUE(fs::is_directory(path("target")));
 }
 
-TEST_F(RestoreFile, OwnerThatCannotBeSetIsReported) {
-    if (::geteuid() == 0) {
-        GTEST_SKIP() << "root may give a file to anybody";
+/// Does what follows as a user who owns the directory and has no privileges. As root, external
+/// programs run as the daemon's account and files can be given away.
+class Unprivileged {
+public:
+    explicit Unprivileged(const fs::path& directory) {
+        if (m_wasRoot &&
+            (::chown(directory.c_str(), NOBODY, NOBODY) != 0 || ::seteuid(NOBODY) != 0)) {
+            ADD_FAILURE() << "cannot become another user";
+        }
     }
+    ~Unprivileged() {
+        if (m_wasRoot && ::seteuid(0) != 0) {
+            ADD_FAILURE() << "cannot become root again";
+        }
+    }
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+
+private:
+    static constexpr uid_t NOBODY = 65534;
+    const bool m_wasRoot = ::geteuid() == 0;
+};
+
+TEST_F(RestoreFile, OwnerThatCannotBeSetIsReported) {
+    const Unprivileged user(m_directory.path());
     writeFile(path("target"), "new");
     writeFile(path("backup"), "x");
     restoreFile(path("backup"), path("target"), 0, 0, 0644);
@@ -158,16 +180,8 @@ TEST_F(FileUndoSteps, RenameBackThatFailsGivesTheErrorNumber) {
                                "rename the file manually.");
 }
 
-class WorkingCopy : public FileUndoSteps {
-protected:
-    void SetUp() override {
-        if (::geteuid() == 0) {
-            GTEST_SKIP() << "as root, external programs run as the account owcimomd";
-        }
-    }
-};
-
-TEST_F(WorkingCopy, IsRemovedWithItsContents) {
+TEST_F(FileUndoSteps, WorkingCopyIsRemovedWithItsContents) {
+    const Unprivileged user(m_directory.path());
     fs::create_directories(path("copy/sub"));
     writeFile(path("copy/sub/file"), "x");
     RemoveReposWorkCopyDir(path("copy"));
@@ -176,16 +190,16 @@ TEST_F(WorkingCopy, IsRemovedWithItsContents) {
 }
 
 TEST_F(FileUndoSteps, WorkingCopyThatCannotBeRemovedIsNamed) {
-    // A name with a blank is two arguments to rm, neither of which it may remove here.
-    RemoveReposWorkCopyDir(path(".") + " /proc/self/status");
-    const String error = onlyError();
-    EXPECT_TRUE(error.starts_with(m_head + "The attempt to delete the directory: " + path(".") +
-                                  " /proc/self/status\n"))
-        << error;
-    EXPECT_TRUE(error.ends_with(
-        "\nOnce the cause of the error has been resolved, to restore KOV to a valid state you "
-        "should\ndelete the directory and its contents."))
-        << error;
+    const Unprivileged user(m_directory.path());
+    fs::create_directories(path("copy/sub/below"));
+    fs::permissions(path("copy/sub"), fs::perms(0500));
+    const String rm = FileUtils::locateExecutable("rm", KOVConstants::EXECUTABLE_DEFAULT_PATH);
+    RemoveReposWorkCopyDir(path("copy"));
+    EXPECT_EQ(onlyError(), m_head + "The attempt to delete the directory: " + path("copy") +
+                               "\nexited with status 1\n" + rm + ": cannot remove '" +
+                               path("copy/sub/below") + "': Permission denied\n" + m_leadIn +
+                               "delete the directory and its contents.");
+    fs::permissions(path("copy/sub"), fs::perms(0700));
 }
 
 }  // namespace

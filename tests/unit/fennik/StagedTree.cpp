@@ -97,7 +97,10 @@ std::map<String, String> StagedTree::files() const {
         if (entry.is_symlink()) {
             description += " -> " + fs::read_symlink(entry.path()).string();
         } else if (entry.is_regular_file()) {
-            description += " " + readFile(entry.path());
+            // A hash of the content: a failure is told by names, not by pages of a repository file.
+            const String content = readFile(entry.path());
+            description += " " + std::to_string(content.size()) + " bytes, hash " +
+                           std::to_string(std::hash<String>()(content));
         }
         found[fs::relative(entry.path(), root()).string()] = description;
     }

@@ -20,7 +20,8 @@ public:
     std::filesystem::path configDirectory() const;
     std::filesystem::path qualifiersFile() const;
 
-    /// Every file and directory with its type, mode and content.
+    /// Every file and directory with its type, mode and content. To be asked for while no
+    /// repository is open: its journal is a file, too.
     std::map<String, String> files() const;
 
 private:

@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What has to hold before an operation: the lock, the log. Root and limits are in live_stories."""
+
+import fcntl
+import os
+import stat
+import subprocess
+import time
+
+from harness import NOBODY, Result, Story, read, run
+
+
+class Lock(Story):
+    def test_is_taken_below_the_prefix_by_any_user(self):
+        command = self.as_nobody(*self.tree.command("--list-registered-products"))
+        self.assert_silent_success(run(command))
+        self.assertEqual(os.stat(self.tree.lock_file).st_uid, os.geteuid() or NOBODY)
+
+    def test_file_is_private_and_empty(self):
+        self.assert_silent_success(self.fennik("--list-registered-products"))
+        info = os.stat(self.tree.lock_file)
+        self.assertEqual((stat.S_IMODE(info.st_mode), info.st_size), (0o600, 0))
+
+    def test_missing_directory_is_named_with_the_reason(self):
+        result = self.fennik("--kov-build-system-dest-dir", "/nonexistent", "--version")
+        self.assert_fennik_failure(
+            result, 9,
+            "Failed to open lock file /nonexistent/var/opt/tarvo/kov/fennik.lock: "
+            "No such file or directory",
+        )
+
+    def test_unwritable_directory_is_named_with_the_reason(self):
+        command = self.as_nobody(*self.tree.command("--list-registered-products"))
+        directory = os.path.dirname(self.tree.lock_file)
+        os.chmod(directory, 0o555)
+        self.assert_fennik_failure(
+            run(command), 9,
+            f"Failed to open lock file {self.tree.lock_file}: Permission denied",
+        )
+
+    def test_link_in_its_place_is_not_followed(self):
+        elsewhere = self.tree.directory + "/elsewhere"
+        os.symlink(elsewhere, self.tree.lock_file)
+        self.assert_fennik_failure(
+            self.fennik("--list-registered-products"), 9,
+            f"Failed to open lock file {self.tree.lock_file}: "
+            "Too many levels of symbolic links",
+        )
+        self.assertFalse(os.path.exists(elsewhere))
+
+    def test_that_cannot_be_taken_ends_the_run(self):
+        result = self.failing(
+            ["fcntl:error=EDEADLK"], "--list-registered-products", path=self.tree.lock_file
+        )
+        self.assert_fennik_failure(
+            result, 10, "Failed to lock lockfile: Resource deadlock avoided"
+        )
+
+    def test_holds_a_second_run_back_until_the_first_has_ended(self):
+        with open(self.tree.lock_file, "wb") as held:
+            fcntl.lockf(held, fcntl.LOCK_EX)
+            second = subprocess.Popen(
+                self.tree.command("--register", "--name", "sample", "--username", "u"),
+                stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            )
+            time.sleep(0.5)
+            self.assertIsNone(second.poll(), "did not wait")
+            self.assertFalse(os.path.exists(self.tree.users_file("sample")))
+            fcntl.lockf(held, fcntl.LOCK_UN)
+            self.assertEqual(second.communicate(timeout=60), (b"", b""))
+        self.assertEqual(second.returncode, 0)
+
+    def test_makes_many_runs_at_once_wait_for_each_other(self):
+        runs = [
+            subprocess.Popen(
+                self.tree.command("--register", "--name", f"p{number}", "--username", "u"),
+                stderr=subprocess.PIPE,
+            )
+            for number in range(12)
+        ]
+        for one in runs:
+            self.assertEqual(one.communicate(timeout=100)[1], b"")
+            self.assertEqual(one.returncode, 0)
+        listed = self.fennik("--list-registered-products").out.split()
+        self.assertEqual(sorted(listed), sorted(f"p{number}" for number in range(12)))
+
+    def test_of_another_destination_is_another_lock(self):
+        with open(self.tree.directory + "/fennik.lock", "wb") as other:
+            fcntl.lockf(other, fcntl.LOCK_EX)
+            self.assert_silent_success(self.fennik("--list-registered-products"))
+
+
+class LogFile(Story):
+    def setUp(self):
+        super().setUp()
+        self.log = self.tree.directory + "/log"
+
+    def test_holds_the_run_from_start_to_end(self):
+        self.fennik("--log-file", self.log, "--list-registered-products")
+        text = read(self.log).decode()
+        for part in (
+            "\n\nFennik starting...",
+            'Command line arguments: "',
+            f'" "--log-file" "{self.log}" "--list-registered-products"\n',
+            "ProductRegistration: Getting list of registered products",
+            "Fennik terminating.\n\n",
+        ):
+            self.assertIn(part, text)
+
+    def test_holds_errors_too_and_ends_before_they_are_reported(self):
+        result = self.fennik("--log-file", self.log, "--list-namespaces", "--name", "x")
+        self.assertEqual(result.status, 0, result.err)
+        result = self.fennik("--log-file", self.log, "--set-owcimomd-config", "/none",
+                             "--name", "x")
+        text = read(self.log).decode()
+        self.assertIn("An error has occurred.\nDetails: ", text)
+        self.assertLess(text.rindex("Fennik terminating."), text.rindex("An error has occurred."))
+        self.assertIn(result.err.strip(), text)
+
+    def test_argument_with_a_placeholder_is_logged_as_it_is(self):
+        self.fennik("--log-file", self.log, "--get-owcimomd-config", "--name", "%1%2")
+        self.assertIn('"--name" "%1%2"', read(self.log).decode())
+
+    def test_is_private(self):
+        self.fennik("--log-file", self.log, "--list-registered-products")
+        self.assertEqual(stat.S_IMODE(os.stat(self.log).st_mode), 0o600)
+
+    def test_that_cannot_be_opened_is_reported_without_the_log(self):
+        result = self.fennik("--log-file", "/nonexistent/log", "--list-registered-products")
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertTrue(result.err.startswith("An error has occurred.\nDetails: "), result.err)
+        self.assertIn("LoggerException", result.err)
+        self.assertIn("/nonexistent/log", result.err)
+        self.assertFalse(os.path.exists(self.tree.lock_file))
+
+    def test_without_it_nothing_below_an_error_is_written(self):
+        result = self.fennik("--register", "--name", "sample", "--username", "u")
+        self.assertEqual(result, Result(0, "", ""))
+
+    def test_on_a_full_disk_fails_the_registration_and_takes_it_back(self):
+        self.fennik("--list-registered-products")
+        before = self.tree.state()
+        result = self.fennik(
+            "--log-file", "/dev/full", "--register", "--name", "sample", "--username", "u"
+        )
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertIn("LoggerException", result.err)
+        self.assertEqual(self.tree.state(), before)
