@@ -13,6 +13,7 @@
 #include <set>
 
 #include "blocxx/FileSystem.hpp"
+#include "blocxx/Process.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/FileUtils.hpp"
 #include "fennik/undo/RegularExpression.hpp"
@@ -163,6 +164,25 @@ TEST_F(TempFiles, LeaveTheirModeToTheUmask) {
     struct stat info = {};
     ASSERT_EQ(stat(temp.release().path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777U, 0644U);
+}
+
+TEST_F(TempFiles, AreReadableToWhomTheDirectorysAclNames) {
+    const String setfacl = KOVNS2::FileUtils::locateExecutable(
+        "setfacl", KOVNS2::KOVConstants::EXECUTABLE_DEFAULT_PATH);
+    String output;
+    if (setfacl.empty() ||
+        !blocxx::Process::run({{setfacl, "-d", "-m", "u:4801:r", m_dir.path()}, {}, "", {}, {}},
+                              output)
+             .terminatedSuccessfully()) {
+        GTEST_SKIP() << "default ACLs cannot be set here: " << output;
+    }
+    const mode_t before = umask(077);
+    TempFile temp(m_dir.path());
+    umask(before);
+    // Where a default ACL decides, the group bits show its mask: the named user's right to read.
+    struct stat info = {};
+    ASSERT_EQ(stat(temp.release().path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0070U, 0040U);
 }
 
 TEST_F(TempFiles, HaveNamesOfTheirOwn) {
