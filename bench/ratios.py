@@ -46,8 +46,10 @@ class Tree:
         shutil.rmtree(self.prefix, ignore_errors=True)
         os.makedirs(self.prefix)
         self.programs = build
-        run([self.program("utilities/kov-setup/kov-setup"), "--dest-dir", self.prefix,
-             "--schema-dir", schema])
+        share = os.path.join(self.prefix, "opt/tarvo/kov/share")
+        os.makedirs(share)
+        os.symlink(schema, os.path.join(share, "openwbem"))
+        run([self.program("utilities/kov-setup/kov-setup"), "--dest-dir", self.prefix])
 
     def program(self, path):
         return os.path.join(self.programs, path)
@@ -56,13 +58,13 @@ class Tree:
         directory = os.path.join(self.prefix, "var/opt/tarvo/kov/openwbem/repository")
         return os.path.getsize(os.path.join(directory, "repository.db"))
 
+    def fennik(self, *arguments):
+        return [self.program("fennik/cli/fennik"), "--kov-build-system-dest-dir", self.prefix,
+                *arguments]
+
     def load(self, namespace, path):
         return run([self.program("utilities/owmofc/owmofc"), "--dest-dir", self.prefix, "-n",
                     namespace, path])
-
-    def list_products_command(self):
-        return [self.program("fennik/cli/fennik"), "--kov-build-system-dest-dir", self.prefix,
-                "--list-registered-products"]
 
 
 def microbenchmarks(build):
@@ -86,7 +88,10 @@ def schema_load(build, schema, schema_dir):
     seconds, memory = [], []
     for _ in range(LOADS):
         tree = Tree(build, "load", schema)
-        elapsed, peak = tree.load("root/cimv2", os.path.join(schema_dir, TOP_FILE))
+        run(tree.fennik("--register", "--name", "dmtf", "--username", "root"))
+        run(tree.fennik("--register-namespace", "dmtf/cimv2", "--name", "dmtf", "--username",
+                        "root"))
+        elapsed, peak = tree.load("dmtf/cimv2", os.path.join(schema_dir, TOP_FILE))
         seconds.append(elapsed)
         memory.append(peak)
     return min(seconds) * 1000, max(memory)
@@ -117,7 +122,7 @@ def listing(build, schema):
     """The quickest milliseconds of the listing and of the shell that reads as many rows."""
     tree = Tree(build, "listing", schema)
     register_products(tree)
-    ours = tree.list_products_command()
+    ours = tree.fennik("--list-registered-products")
     shell = [shutil.which("sqlite3"), plain_database(tree), "SELECT name FROM products"]
     names = subprocess.run(ours, check=True, stdout=subprocess.PIPE).stdout.split()
     if len(names) != PRODUCTS:

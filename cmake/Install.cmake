@@ -13,4 +13,6 @@ foreach(PROGRAM kov-setup)
     install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/sbin)
   endif()
 endforeach()
-install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8 DESTINATION /opt/tarvo/kov/share/man/man8)
+install(FILES packaging/man/owmofc.1 DESTINATION /opt/tarvo/kov/share/man/man1)
+install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8
+        DESTINATION /opt/tarvo/kov/share/man/man8)

@@ -1,0 +1,9 @@
+# SPDX-License-Identifier: Apache-2.0
+# The install scripts of the examples, run with the installed tool.
+if(TARGET fennik AND TARGET kov-setup)
+  add_test(NAME examples.sample
+    COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/system/examples/sample_test.sh"
+            "${CMAKE_SOURCE_DIR}" "${CMAKE_CURRENT_BINARY_DIR}/installed")
+  set_tests_properties(examples.sample PROPERTIES
+    FIXTURES_REQUIRED installed LABELS system TIMEOUT 300)
+endif()
