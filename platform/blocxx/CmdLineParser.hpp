@@ -21,8 +21,8 @@ public:
     /// One row of the option table; an all-zero row ends it.
     struct Option {
         int id;
-        char shortopt;             ///< 0 when there is none
-        const char* longopt;       ///< 0 when there is none
+        char shortopt;        ///< 0 when there is none
+        const char* longopt;  ///< 0 when there is none
         EArgumentType argtype;
         const char* defaultValue;  ///< 0 when there is none
         const char* description;
@@ -32,10 +32,10 @@ public:
 
     /// Error codes of CmdLineParserException. The message is the option or word at fault.
     enum EErrorCodes {
-        E_INVALID_OPTION = 0,            ///< not in the table, or given an argument it does not take
-        E_MISSING_ARGUMENT = 1,          ///< the message is the option
+        E_INVALID_OPTION = 0,    ///< not in the table, or given an argument it does not take
+        E_MISSING_ARGUMENT = 1,  ///< the message is the option
         E_INVALID_NON_OPTION_ARG = 2,
-        E_MISSING_OPTION = 3             ///< a mustGet... call found nothing
+        E_MISSING_OPTION = 3  ///< a mustGet... call found nothing
     };
 
     /// Parses argv[1] to argv[argc-1]. Throws CmdLineParserException.
@@ -53,8 +53,9 @@ public:
     StringArray mustGetOptionValueList(int id, const char* exceptionText = "") const;
     const StringArray& getNonOptionArgs() const noexcept { return m_nonOptionArgs; }
 
-    /// One entry a row, in table order, descriptions wrapped and lined up, no line longer than `maxColumns` where words allow it; an
-    /// entry names the option as "-h, --help" or "--name <arg>" and then its description.
+    /// One entry a row, in table order, descriptions wrapped and lined up, no line longer than
+    /// `maxColumns` where words allow it; an entry names the option as "-h, --help" or "--name
+    /// <arg>" and then its description.
     static String getUsage(const Option* options, unsigned maxColumns = 80);
 
 private:

@@ -34,7 +34,8 @@ public:
     int exitStatus() const noexcept;
     /// Whether it ended by itself with exit status 0.
     bool terminatedSuccessfully() const noexcept { return terminated() && exitStatus() == 0; }
-    /// "exited with status 3", "killed by signal 9 (Killed)", "stopped by the time limit", "not run".
+    /// "exited with status 3", "killed by signal 9 (Killed)", "stopped by the time limit", "not
+    /// run".
     String toString() const;
 
 private:
@@ -52,17 +53,17 @@ struct Identity {
 };
 
 struct Command {
-    StringArray argv;         ///< argv[0] is the path of the program
-    StringArray environment;  ///< the whole environment, as NAME=VALUE
-    String input;             ///< fed to standard input
-    std::optional<Identity> identity;  ///< none: the caller's own
+    StringArray argv;                   ///< argv[0] is the path of the program
+    StringArray environment;            ///< the whole environment, as NAME=VALUE
+    String input;                       ///< fed to standard input
+    std::optional<Identity> identity;   ///< none: the caller's own
     std::chrono::seconds timeLimit{0};  ///< none when it is not positive
 };
 
-/// Runs the command and collects its standard output and error, together, into `output`. Waits until
-/// the program has ended, not for others that keep the pipe open; at the time limit its whole
-/// process group is killed. Throws ProcessException when it cannot be started (the message names the
-/// program and the reason).
+/// Runs the command and collects its standard output and error, together, into `output`. Waits
+/// until the program has ended, not for others that keep the pipe open; at the time limit its whole
+/// process group is killed. Throws ProcessException when it cannot be started (the message names
+/// the program and the reason).
 Status run(const Command& command, String& output);
 
 }  // namespace Process
