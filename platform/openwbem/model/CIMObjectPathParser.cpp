@@ -2,8 +2,8 @@
 //
 // The parser of object path texts. It takes any bytes: whatever is not a path ends in one exception
 // that tells the column and what was expected there.
+#include <algorithm>
 #include <charconv>
-#include <cmath>
 
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
@@ -293,8 +293,11 @@ private:
         if (magnitude.size() > 1 && magnitude.front() == '0') {
             fail(start, "a decimal number without leading zeros");
         }
-        return magnitude.size() != digits.size() ? CIMValue(exactly<int64_t>(digits, start))
-                                                 : CIMValue(exactly<uint64_t>(digits, start));
+        // Of the two types only one holds a given number, so that each number has one value; "-0"
+        // is 0.
+        return magnitude.size() != digits.size() && magnitude != "0"
+                   ? CIMValue(exactly<int64_t>(digits, start))
+                   : CIMValue(exactly<uint64_t>(magnitude, start));
     }
 
     CIMValue real(std::string_view digits, size_t start) const {

@@ -72,6 +72,7 @@ bool equalInAnyOrder(const Array<T>& a, const Array<T>& b) {
 }
 
 /// The special members of a model class, which need its complete Rep.
+// NOLINTBEGIN(bugprone-macro-parentheses): a class name cannot stand in parentheses.
 #define OPENWBEM_DEFINE_SPECIAL_MEMBERS(CLASS)                \
     CLASS::CLASS() = default;                                 \
     CLASS::CLASS(const CLASS&) noexcept = default;            \
@@ -82,5 +83,6 @@ bool equalInAnyOrder(const Array<T>& a, const Array<T>& b) {
     CLASS::operator bool() const noexcept {                   \
         return static_cast<bool>(m_rep);                      \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 }  // namespace OpenWBEM::ModelSupport
