@@ -122,7 +122,7 @@ private:
     }
 
     CIMObjectPath create(const char* ns, const CIMInstance& instance) {
-        const CIMObjectPath path = m_handle->createInstance(ns, instance);
+        CIMObjectPath path = m_handle->createInstance(ns, instance);
         m_undo.push_back(boost::bind(&deleteInstance, boost::ref(*m_handle), String(ns), path));
         return path;
     }
