@@ -13,20 +13,27 @@ using blocxx::Format;
 
 namespace {
 
+void checkName(const String& name) {
+    if (!isIdentifier(name)) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("\"%1\" is not a name", name));
+    }
+}
+
+/// What is inherited was checked where it was declared.
 void checkNames(const CIMClass& cls) {
-    const auto check = [](const String& name) {
-        if (!isIdentifier(name)) {
-            OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("\"%1\" is not a name", name));
-        }
-    };
-    check(cls.getName());
+    checkName(cls.getName());
     for (const CIMProperty& property : cls.getProperties()) {
-        check(property.getName());
+        if (!property.isPropagated()) {
+            checkName(property.getName());
+        }
     }
     for (const CIMMethod& method : cls.getMethods()) {
-        check(method.getName());
+        if (method.isPropagated()) {
+            continue;
+        }
+        checkName(method.getName());
         for (const CIMParameter& parameter : method.getParameters()) {
-            check(parameter.getName());
+            checkName(parameter.getName());
         }
     }
 }
