@@ -141,19 +141,13 @@ ESCAPE  \\[^\n\r\0]
 \"[^"\\\n\r\0\x80-\xff]*\"      { TEXT_TOKEN(STRING); }
 \"([^"\\\n\r\0]|{ESCAPE})*\"    { checkUtf8(yytext, yyleng); TEXT_TOKEN(STRING); }
 '([^'\\\n\r\0]|{ESCAPE})*'      { checkUtf8(yytext, yyleng); TEXT_TOKEN(CHAR); }
-["']                            { const char quote = *yytext;
-                                  failLiteral(yytext, yyextra->end, quote); }
+["']                            { // The scanner has cut the text behind the quote.
+                                  *yyg->yy_c_buf_p = yyg->yy_hold_char;
+                                  failLiteral(yytext, yyextra->end, *yytext); }
 
 [\[\](){}:;,=]          { return static_cast<unsigned char>(*yytext); }
 
 \0                      { fail(yytext, "unexpected zero byte"); }
-[^\0]                   { const char* const end = yyextra->end;
-                          size_t offset = 1;
-                          while (yytext + offset < end && offset < 4 &&
-                                 (static_cast<unsigned char>(yytext[offset]) & 0xc0) == 0x80) {
-                              ++offset;
-                          }
-                          checkUtf8(yytext, offset);
-                          fail(yytext, "unexpected character " + quoted({yytext, offset})); }
+[^\0]                   { fail(yytext, "unexpected character " + quoted({yytext, 1})); }
 
 %%

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Texts of several sources and for several namespaces.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "blocxx/FileSystem.hpp"
+#include "tests/unit/mof/Compiled.hpp"
+
+namespace OpenWBEM::MOF {
+namespace {
+
+struct Sources {
+    std::map<String, String> texts;
+
+    Array<NamespaceContent> compileRoot() {
+        return compile({"root.mof", texts.at("root.mof")}, {}, "root",
+                       [this](const String& name, const String&) {
+                           if (texts.count(name) == 0) {
+                               BLOCXX_THROW(blocxx::IOException, "no file " + name);
+                           }
+                           return Source{name, texts[name]};
+                       });
+    }
+    String failure() {
+        try {
+            compileRoot();
+            return {};
+        } catch (const MOFCompilerException& e) {
+            return e.getMessage();
+        }
+    }
+};
+
+TEST(MofIncludeTest, IncludedDeclarationsStandWhereThePragmaDoes) {
+    Sources s{{{"root.mof", "class A {};\n#pragma include (\"b.mof\") class D {};"},
+               {"b.mof", "#pragma include(\"c.\" \"mof\")\nclass C {};"},
+               {"c.mof", "class B {};"}}};
+    const auto contents = s.compileRoot();
+    ASSERT_EQ(contents.size(), 1U);
+    String names;
+    for (const CIMClass& cls : contents[0].classes) {
+        names += cls.getName();
+    }
+    EXPECT_EQ(names, "ABCD");
+}
+
+TEST(MofIncludeTest, ErrorsAreToldInTheirOwnSource) {
+    Sources s{{{"root.mof", "#pragma include (\"b.mof\")"}, {"b.mof", "\nclass {};"}}};
+    EXPECT_EQ(s.failure(),
+              "b.mof:2:7: error: expected a name or a data type after 'class'; found '{'\n"
+              "class {};\n"
+              "      ^");
+    Sources missing{{{"root.mof", "class A {};\n#pragma include (\"x.mof\")"}}};
+    EXPECT_EQ(missing.failure(),
+              "root.mof:2:18: error: no file x.mof\n"
+              "#pragma include (\"x.mof\")\n"
+              "                 ^");
+}
+
+TEST(MofIncludeTest, CirclesAndFloodsEndInOneError) {
+    Sources circle{
+        {{"root.mof", "#pragma include(\"b\")"}, {"b", "#pragma include(\"root.mof\")"}}};
+    EXPECT_NE(circle.failure().find("b:1:17: error: \"root.mof\" includes itself"), String::npos);
+    Sources deep{{{"root.mof", "#pragma include(\"0\")"}}};
+    Sources wide{{{"root.mof", "#pragma include(\"0\")"}}};
+    for (int i = 0; i < 200; ++i) {
+        const String next = "#pragma include(\"" + std::to_string(i + 1) + "\")\n";
+        deep.texts[std::to_string(i)] = next;
+        wide.texts[std::to_string(i)] = i < 40 ? next + next : "";
+    }
+    EXPECT_NE(deep.failure().find("too many includes"), String::npos);
+    EXPECT_NE(wide.failure().find("too many includes"), String::npos);
+}
+
+TEST(MofIncludeTest, NamespacesComeInTheOrderOfTheirFirstMention) {
+    Sources s{{{"root.mof",
+                "class A {};\n#pragma namespace(\"one\")\nclass A {};\n"
+                "#pragma include(\"b\")\nclass C {};\n#pragma namespace(\"ROOT\")\nclass D {};"},
+               {"b", "#pragma namespace (\"two\") class B {};"}}};
+    const auto contents = s.compileRoot();
+    ASSERT_EQ(contents.size(), 3U);
+    EXPECT_EQ(contents[0].nameSpace, "root");
+    EXPECT_EQ(contents[0].classes.size(), 2U);
+    EXPECT_EQ(contents[1].nameSpace, "one");
+    EXPECT_EQ(contents[1].classes.size(), 1U);
+    EXPECT_EQ(contents[2].nameSpace, "two");
+    EXPECT_EQ(contents[2].classes.size(), 2U);
+}
+
+TEST(MofIncludeTest, PlainTextsRefuseIncludesAndOtherNamespaces) {
+    EXPECT_EQ(complaintOf("#pragma include(\"x\")"), "a text compiled here cannot include others");
+    EXPECT_EQ(complaintOf("#pragma namespace(\"Root\")"), "");
+    EXPECT_EQ(
+        complaintOf("#pragma namespace(\"kov\")"),
+        "the text is compiled for the namespace \"root\" and cannot declare anything in \"kov\"");
+    EXPECT_EQ(complaintOf("#pragma namespace(5)"), "expected a string; found '5'");
+}
+
+class MofIncludeFileTest : public ::testing::Test {
+protected:
+    MofIncludeFileTest() {
+        std::filesystem::create_directories(m_directory + "/sub");
+        write("top.mof", "#pragma include(\"sub/inner.mof\")");
+        write("sub/inner.mof", "#pragma include(\"beside.mof\")");
+        write("sub/beside.mof", "class C {};");
+    }
+    ~MofIncludeFileTest() override { std::filesystem::remove_all(m_directory); }
+    void write(const String& name, const String& text) const {
+        std::ofstream(m_directory + "/" + name) << text;
+    }
+
+    const String m_directory = ::testing::TempDir() + "mof_include_" + std::to_string(::getpid());
+};
+
+TEST_F(MofIncludeFileTest, FilesAreRelativeToTheIncludingFile) {
+    const auto contents =
+        compile(includeFile(m_directory + "/top.mof", ""), {}, "root", includeFile);
+    EXPECT_EQ(contents.at(0).classes.at(0).getName(), "C");
+}
+
+TEST_F(MofIncludeFileTest, WhatIsNoFileIsRefused) {
+    for (const char* name : {"/absent.mof", "/sub", ""}) {
+        try {
+            includeFile(m_directory + name, "");
+            ADD_FAILURE() << name;
+        } catch (const blocxx::IOException& e) {
+            EXPECT_NE(String(e.getMessage()).find(m_directory + name), String::npos);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace OpenWBEM::MOF

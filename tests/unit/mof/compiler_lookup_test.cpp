@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where names are looked up, and in which order results come.
+#include "tests/unit/mof/Compiled.hpp"
+#include "tests/unit/mof/FakeHandle.hpp"
+
+namespace OpenWBEM::MOF {
+namespace {
+
+using HandleRef = blocxx::IntrusiveReference<FakeHandle>;
+
+StringArray namesOf(const Array<CIMClass>& classes) {
+    StringArray names;
+    for (const CIMClass& cls : classes) {
+        names.push_back(cls.getName());
+    }
+    return names;
+}
+
+HandleRef handleWith(const String& mof) {
+    HandleRef handle(new FakeHandle);
+    const Compiled compiled = compileWith(mof);
+    for (const CIMClass& cls : compiled.classes) {
+        handle->add(cls);
+    }
+    for (const CIMQualifierType& type : compiled.qualifierTypes) {
+        handle->add(type);
+    }
+    return handle;
+}
+
+TEST(MofLookupTest, SuperclassesComeFirstOtherwiseTheTextsOrder) {
+    EXPECT_EQ(
+        namesOf(compileText("class Z {}; class C : B {}; class X {}; class B : A {}; class A {};")
+                    .classes),
+        (StringArray{"Z", "A", "B", "C", "X"}));
+}
+
+TEST(MofLookupTest, QualifierTypesMayFollowTheirUse) {
+    EXPECT_EQ(compileText("[Q] class C {}; Qualifier Q : boolean, Scope(any);").classes.size(), 1U);
+}
+
+TEST(MofLookupTest, TheHandleIsAskedForWhatTheTextDoesNotSay) {
+    const HandleRef handle = handleWith("class Base { [Key] uint8 k; uint8 inherited = 4; };");
+    const Compiled compiled = compileText(
+        "[Description(\"d\")] class Sub : base { [Description(\"e\")] uint8 own; };"
+        "instance of Sub { k = 1; }; instance of SUB { k = 2; }; instance of Base { k = 3; };",
+        handle);
+    EXPECT_EQ(compiled.cls("Sub").getSuperClass(), "Base");
+    EXPECT_EQ(compiled.instances[0].getPropertyValue("inherited"), CIMValue(uint8_t{4}));
+    EXPECT_EQ(compiled.classes.size(), 1U);
+    EXPECT_TRUE(compiled.qualifierTypes.empty());
+}
+
+TEST(MofLookupTest, TheHandleIsAskedOnceForEachName) {
+    const HandleRef handle = handleWith("class Base { [Key] uint8 k; };");
+    String text;
+    for (int i = 0; i < 20; ++i) {
+        text += "[Description(\"" + std::to_string(i) + "\")] class C" + std::to_string(i) +
+                " : Base {}; instance of Base { k = " + std::to_string(i) + "; };";
+    }
+    compileText(text, handle);
+    std::sort(handle->asked.begin(), handle->asked.end());
+    EXPECT_EQ(std::adjacent_find(handle->asked.begin(), handle->asked.end()), handle->asked.end());
+}
+
+TEST(MofLookupTest, TheTextGoesBeforeTheHandle) {
+    const HandleRef handle = handleWith("class Base { [Key] uint8 k; uint8 old; };");
+    const Compiled compiled =
+        compileText(PRELUDE + "class Base { [Key] string fresh; }; class Sub : Base {};", handle);
+    EXPECT_NE(compiled.cls("Sub").getProperty("fresh"), nullptr);
+    EXPECT_EQ(compiled.cls("Sub").getProperty("old"), nullptr);
+    EXPECT_TRUE(handle->asked.empty());
+}
+
+TEST(MofLookupTest, AbsenceIsAnErrorInTheTextAndOtherFailuresPass) {
+    const HandleRef handle(new FakeHandle);
+    for (const auto absence : {CIMException::NOT_FOUND, CIMException::INVALID_CLASS}) {
+        handle->absence = absence;
+        EXPECT_NE(failureOf("class A : B {};", handle).find("unknown superclass \"B\""),
+                  String::npos);
+    }
+    handle->absence = CIMException::ACCESS_DENIED;
+    EXPECT_THROW(compileText("class A : B {};", handle), CIMException);
+}
+
+TEST(MofLookupTest, EachObjectRenderedCompilesAgainstTheOthers) {
+    const HandleRef handle = handleWith(R"(
+        class Base { [Key] uint8 k; [Description("p")] string s; uint32 m([In] uint8 a); };
+        class Sub : Base { [Override("s"), Description("q")] string s = "x"; };
+        [Association] class L { [Key] Base REF b; [Key] Sub REF s; };)");
+    for (const auto& [name, cls] : handle->classes) {
+        const Compiled again = compileText(toMOF(cls), handle);
+        EXPECT_EQ(again.classes.at(0), cls) << toMOF(cls);
+    }
+}
+
+TEST(MofLookupTest, LongChainsOfSuperclassesNeedNoStack) {
+    String text;
+    for (int i = 0; i < 20000; ++i) {
+        text += "class C" + std::to_string(i) + ":C" + std::to_string(i + 1) + "{};";
+    }
+    const Compiled compiled = compileText(text + "class C20000 {};");
+    EXPECT_EQ(compiled.classes.front().getName(), "C20000");
+    EXPECT_EQ(compiled.classes.back().getName(), "C0");
+}
+
+}  // namespace
+}  // namespace OpenWBEM::MOF
