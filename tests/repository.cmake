@@ -6,5 +6,6 @@ kov_unit_test(repository_test
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp
     unit/repository/RepositoryOperations_test.cpp
+    unit/repository/RepositoryScale_test.cpp
     unit/repository/UnitOfWork_test.cpp
   LINKS openwbem_repository kov_sqlite3)
