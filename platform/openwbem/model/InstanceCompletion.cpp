@@ -28,9 +28,20 @@ void refuseUnknownAndRepeated(const CIMInstance& instance, const CIMClass& cls,
     }
 }
 
+bool isEmbedded(const CIMValue& value) noexcept {
+    return value.getType() == CIMDataType::EMBEDDEDINSTANCE ||
+           value.getType() == CIMDataType::EMBEDDEDCLASS;
+}
+
+bool takesEmbedded(const CIMProperty& declared) noexcept {
+    return declared.getQualifier("EmbeddedInstance") != nullptr ||
+           declared.getQualifier("EmbeddedObject") != nullptr;
+}
+
 void checkValue(const CIMProperty& declared, const CIMValue& value, const CIMClass& cls) {
     const CIMDataType& type = declared.getDataType();
-    if (!canHold(type, value)) {
+    // Elsewhere MOF would give the object's text back as a plain string.
+    if (!canHold(type, value) || (isEmbedded(value) && !takesEmbedded(declared))) {
         OPENWBEM_THROW_CIM(
             TYPE_MISMATCH,
             Format(
@@ -69,10 +80,8 @@ bool canHold(const CIMDataType& declared, const CIMValue& value) noexcept {
     if (declared.isArray() != value.isArray()) {
         return false;
     }
-    const CIMDataType::Type type = value.getType();
-    const bool embedded =
-        type == CIMDataType::EMBEDDEDINSTANCE || type == CIMDataType::EMBEDDEDCLASS;
-    return type == declared.getType() || (embedded && declared.getType() == CIMDataType::STRING);
+    return value.getType() == declared.getType() ||
+           (isEmbedded(value) && declared.getType() == CIMDataType::STRING);
 }
 
 CIMInstance completeInstance(const CIMInstance& instance, const CIMClass& cls, NullKeys nullKeys) {

@@ -12,10 +12,13 @@ namespace {
 
 CIMClass sampleClass() {
     CIMClass cls("T_Sample");
-    cls.setProperties({CIMProperty("Name", CIMDataType::STRING).setKey(true),
-                       CIMProperty("Size", CIMDataType::UINT32, CIMValue(uint32_t{7})),
-                       CIMProperty("Pair", CIMDataType::array(CIMDataType::UINT8, 2)),
-                       CIMProperty("Text", CIMDataType::STRING)});
+    cls.setProperties(
+        {CIMProperty("Name", CIMDataType::STRING).setKey(true),
+         CIMProperty("Size", CIMDataType::UINT32, CIMValue(uint32_t{7})),
+         CIMProperty("Pair", CIMDataType::array(CIMDataType::UINT8, 2)),
+         CIMProperty("Text", CIMDataType::STRING),
+         CIMProperty("Inner", CIMDataType::STRING)
+             .setQualifiers({CIMQualifier("EmbeddedInstance", CIMValue("T_Sample"))})});
     return cls;
 }
 
@@ -37,7 +40,7 @@ int statusOf(const CIMInstance& instance, NullKeys nullKeys = NullKeys::REFUSED)
 TEST(InstanceCompletionTest, PropertiesTakeClassOrderSpellingTypeAndDefaults) {
     const CIMInstance complete = completeInstance(named("a"), sampleClass());
     EXPECT_EQ(complete.getClassName(), "T_Sample");
-    ASSERT_EQ(complete.getProperties().size(), 4U);
+    ASSERT_EQ(complete.getProperties().size(), 5U);
     EXPECT_EQ(complete.getProperties()[0].getName(), "Name");
     EXPECT_TRUE(complete.getProperties()[0].isKey());
     EXPECT_EQ(complete.getPropertyValue("Size"), CIMValue(uint32_t{7}));
@@ -74,10 +77,13 @@ TEST(InstanceCompletionTest, OnlyEmbeddedInstancesMayHaveNullKeys) {
     EXPECT_EQ(statusOf(keyless, NullKeys::ALLOWED), 0);
 }
 
-TEST(InstanceCompletionTest, AStringPropertyMayHoldAnEmbeddedInstance) {
-    EXPECT_EQ(statusOf(named("a").setProperty(
-                  CIMProperty("Text", CIMDataType::STRING, CIMValue(named("inner"))))),
-              0);
+TEST(InstanceCompletionTest, OnlyAStringDeclaredForItHoldsAnEmbeddedInstance) {
+    const auto holding = [](const char* property) {
+        return named("a").setProperty(
+            CIMProperty(property, CIMDataType::STRING, CIMValue(named("inner"))));
+    };
+    EXPECT_EQ(statusOf(holding("Inner")), 0);
+    EXPECT_EQ(statusOf(holding("Text")), CIMException::TYPE_MISMATCH);
     EXPECT_FALSE(canHold(CIMDataType::UINT8, CIMValue(named("inner"))));
 }
 
