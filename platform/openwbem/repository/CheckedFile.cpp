@@ -183,25 +183,20 @@ const sqlite3_io_methods METHODS = {1,
                                     nullptr,
                                     nullptr};
 
-/// What SQLite calls: a copy of the layer below with two calls of its own.
-struct Layer {
-    sqlite3_vfs vfs{};
-    sqlite3_vfs* below = nullptr;
-};
-Layer& layer() {
-    static Layer instance;
-    return instance;
+/// The layer that this one stands on.
+sqlite3_vfs& below() {
+    static sqlite3_vfs* const found = sqlite3_vfs_find(nullptr);
+    return *found;
 }
 
 int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
-    sqlite3_vfs* below = layer().below;
     if ((flags & SQLITE_OPEN_MAIN_DB) == 0) {
-        return below->xOpen(below, name, file, flags, outFlags);
+        return below().xOpen(&below(), name, file, flags, outFlags);
     }
     auto* ours = reinterpret_cast<File*>(file);
     ours->base.pMethods = nullptr;
     ours->lockLevel = SQLITE_LOCK_NONE;
-    const int rc = below->xOpen(below, name, real(file), flags, outFlags);
+    const int rc = below().xOpen(&below(), name, real(file), flags, outFlags);
     // SQLite closes the file whenever the methods are set, even when opening failed.
     if (real(file)->pMethods != nullptr) {
         ours->base.pMethods = &METHODS;
@@ -213,27 +208,26 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
 /// unit of work is done and can no longer be taken back; that failure is deliberately ignored: at
 /// worst a power cut brings the journal and with it the whole old state back.
 int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
-    sqlite3_vfs* below = layer().below;
-    const int rc = below->xDelete(below, name, syncDirectory);
+    const int rc = below().xDelete(&below(), name, syncDirectory);
     return rc == SQLITE_IOERR_DIR_FSYNC ? SQLITE_OK : rc;
 }
 
 }  // namespace
 
 const char* layerName() {
-    static const char* const NAME = [] {
-        Layer& self = layer();
-        self.below = sqlite3_vfs_find(nullptr);
-        self.vfs = *self.below;
-        self.vfs.pNext = nullptr;
-        self.vfs.zName = "kov-checked";
-        self.vfs.szOsFile += static_cast<int>(sizeof(File));
-        self.vfs.xOpen = xOpen;
-        self.vfs.xDelete = xDelete;
-        sqlite3_vfs_register(&self.vfs, 0);
-        return self.vfs.zName;
+    static sqlite3_vfs layer = [] {
+        // A copy of the layer below with two calls of its own.
+        sqlite3_vfs copy = below();
+        copy.pNext = nullptr;
+        copy.zName = "kov-checked";
+        copy.szOsFile += static_cast<int>(sizeof(File));
+        copy.xOpen = xOpen;
+        copy.xDelete = xDelete;
+        return copy;
     }();
-    return NAME;
+    // Registering again changes nothing.
+    sqlite3_vfs_register(&layer, 0);
+    return layer.zName;
 }
 
 }  // namespace OpenWBEM::CheckedFile

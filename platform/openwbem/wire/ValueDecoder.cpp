@@ -107,8 +107,10 @@ CIMValue Decoder::getArray(wire::Value::Reader in) {
         expectArm(in, arm);
         return makeArray<T>(getList(), std::move(nulls), convert);
     };
-    const auto same = [](auto element) { return element; };
-    const auto object = [this](auto element) { return get(element); };
+    [[maybe_unused]] const auto same = [](auto element) { return element; };
+    [[maybe_unused]] const auto object = [&decoder = *this](auto element) {
+        return decoder.get(element);
+    };
     if constexpr (std::is_same_v<T, bool>) {
         return make(
             Arm::BOOLEANS, [&] { return in.getBooleans(); }, same);

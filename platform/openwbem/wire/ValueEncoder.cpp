@@ -66,12 +66,12 @@ template <class T>
 void Encoder::putArray(wire::Value::Builder out, const CIMValue& value) {
     const Array<T>& elements = value.getArray<T>();
     const auto size = static_cast<unsigned>(elements.size());
-    const auto fill = [&](auto list, auto convert) {
+    [[maybe_unused]] const auto fill = [&](auto list, auto convert) {
         for (unsigned i = 0; i < size; ++i) {
             list.set(i, convert(elements[i]));
         }
     };
-    const auto same = [](auto element) { return element; };
+    [[maybe_unused]] const auto same = [](auto element) { return element; };
     if constexpr (std::is_same_v<T, bool>) {
         fill(out.initBooleans(size), same);
     } else if constexpr (std::is_same_v<T, uint8_t>) {
