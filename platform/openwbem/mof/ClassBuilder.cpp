@@ -179,11 +179,14 @@ CIMClass ClassBuilder::declaredClass(const Declaration& declaration, const CIMCl
     CIMPropertyArray properties;
     CIMMethodArray methods;
     properties.reserve(countOf(declaration.features));
+    // Most features are new in their class: said here, it need not be written into a copy later.
     for (const Feature& feature : declaration.features) {
         if (feature.isMethod) {
             methods.push_back(buildMethod(feature));
+            methods.back().setClassOrigin(cls.getName());
         } else {
             properties.push_back(buildProperty(feature, superClass));
+            properties.back().setClassOrigin(cls.getName());
         }
     }
     cls.setQualifiers(buildQualifiers(declaration.qualifiers));

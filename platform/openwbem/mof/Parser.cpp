@@ -14,16 +14,16 @@ Scanner::Scanner(SourceText& source) : m_state{source.end(), nullptr} {
     if (openwbem_mof_lex_init_extra(&m_state, &m_handle) != 0) {
         throw std::bad_alloc();
     }
-    if (openwbem_mof__scan_buffer(source.scannerBuffer(), source.scannerBufferSize(), m_handle) ==
-        nullptr) {
-        openwbem_mof_lex_destroy(m_handle);
-        throw CompileError{source.begin(), "the text cannot be scanned"};
-    }
+    m_nowhere = openwbem_mof__scan_buffer(m_nothing, sizeof(m_nothing), m_handle);
+    m_buffer =
+        openwbem_mof__scan_buffer(source.scannerBuffer(), source.scannerBufferSize(), m_handle);
 }
 
 Scanner::~Scanner() {
-    // Going to another buffer is what makes the scanner put back the byte behind its last token.
-    openwbem_mof__scan_buffer(m_nothing, sizeof(m_nothing), m_handle);
+    // Going to another buffer is what makes the scanner put back the byte behind its last token. It
+    // only knows the one that it is in, which goes with it.
+    openwbem_mof__switch_to_buffer(m_nowhere, m_handle);
+    openwbem_mof__delete_buffer(m_buffer, m_handle);
     openwbem_mof_lex_destroy(m_handle);
 }
 

@@ -8,6 +8,7 @@
 #include "openwbem/mof/SourceText.hpp"
 
 union OPENWBEM_MOF_STYPE;
+struct yy_buffer_state;
 
 namespace OpenWBEM::MOF {
 
@@ -32,6 +33,8 @@ public:
 private:
     ScanState m_state;
     void* m_handle = nullptr;
+    yy_buffer_state* m_buffer = nullptr;
+    yy_buffer_state* m_nowhere = nullptr;  ///< over `m_nothing`
     char m_nothing[2] = {0, 0};
 };
 
