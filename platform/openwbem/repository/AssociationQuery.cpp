@@ -52,31 +52,38 @@ AssociationQuery::AssociationQuery(RepositoryStore& store, const String& ns,
     : m_store(store), m_ns(store.namespaces.require(ns)), m_filter(filter) {
     checkFilter(filter);
     m_target = InstanceTable::targetKey(targetPath(store, m_ns.spelling, path));
+    m_end = store.instances.nextId();
 }
 
-void AssociationQuery::forEachReference(const String& assocClass,
-                                        const std::function<void(const ReferenceRow&)>& visit) {
+bool AssociationQuery::nextReferences(const String& assocClass,
+                                      const std::function<void(const ReferenceRow&)>& visit) {
     int64_t classId = 0;
     if (!assocClass.empty()) {
         const auto found = m_store.classes.find(m_ns.id, assocClass);
         if (!found) {
-            return;
+            return false;
         }
         classId = found->id;
     }
-    m_store.instances.forEachReference(m_ns.id, m_target, [&](const ReferenceRow& row) {
+    const Array<ReferenceRow> portion =
+        m_store.instances.referencesAfter(m_ns.id, m_target, m_end, m_last);
+    if (portion.empty()) {
+        return false;
+    }
+    m_last = portion.back();
+    for (const ReferenceRow& row : portion) {
         const bool ofClass = classId == 0 || m_store.classes.isA(row.cls, classId);
         if (ofClass && fits(m_filter.role, row.role)) {
             visit(row);
         }
-    });
+    }
+    return true;
 }
 
-void AssociationQuery::forEachReferring(const std::function<void(const InstanceRow&)>& visit) {
+bool AssociationQuery::nextReferring(const std::function<void(const InstanceRow&)>& visit) {
     // The references of one instance follow each other.
-    int64_t last = 0;
-    forEachReference(m_filter.resultClass, [&](const ReferenceRow& row) {
-        if (std::exchange(last, row.instance) == row.instance) {
+    return nextReferences(m_filter.resultClass, [&](const ReferenceRow& row) {
+        if (std::exchange(m_lastReferring, row.instance) == row.instance) {
             return;
         }
         if (const auto association = m_store.instances.read(row.instance)) {
@@ -95,26 +102,29 @@ bool AssociationQuery::isOfResultClass(const CIMObjectPath& path) {
     return wanted && m_store.classes.isA(cls->id, wanted->id);
 }
 
-void AssociationQuery::forEachOtherEnd(const std::function<void(const CIMObjectPath&)>& visit) {
-    std::unordered_set<String> seen;
-    forEachReference(m_filter.assocClass, [&](const ReferenceRow& row) {
-        const auto association = m_store.instances.read(row.instance);
-        if (!association) {
-            return;
+void AssociationQuery::visitOtherEnds(const ReferenceRow& row,
+                                      const std::function<void(const CIMObjectPath&)>& visit) {
+    const auto association = m_store.instances.read(row.instance);
+    if (!association) {
+        return;
+    }
+    for (const CIMProperty& property : association->instance.getProperties()) {
+        const CIMValue& value = property.getValue();
+        if (value.isArray() || value.getType() != CIMDataType::REFERENCE ||
+            equalsIgnoreCase(property.getName(), row.role) ||
+            !fits(m_filter.resultRole, property.getName())) {
+            continue;
         }
-        for (const CIMProperty& property : association->instance.getProperties()) {
-            const CIMValue& value = property.getValue();
-            if (value.isArray() || value.getType() != CIMDataType::REFERENCE ||
-                equalsIgnoreCase(property.getName(), row.role) ||
-                !fits(m_filter.resultRole, property.getName())) {
-                continue;
-            }
-            const auto& path = value.get<CIMObjectPath>();
-            if (isOfResultClass(path) && seen.insert(InstanceTable::targetKey(path)).second) {
-                visit(path);
-            }
+        const auto& path = value.get<CIMObjectPath>();
+        if (isOfResultClass(path) && m_seen.insert(InstanceTable::targetKey(path)).second) {
+            visit(path);
         }
-    });
+    }
+}
+
+bool AssociationQuery::nextOtherEnds(const std::function<void(const CIMObjectPath&)>& visit) {
+    return nextReferences(m_filter.assocClass,
+                          [&](const ReferenceRow& row) { visitOtherEnds(row, visit); });
 }
 
 ClassAssociationQuery::ClassAssociationQuery(RepositoryStore& store, const String& ns,

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <unordered_set>
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
@@ -21,22 +22,31 @@ public:
 
     const NamespaceRow& nameSpace() const noexcept { return m_ns; }
 
+    // Each call goes through the next portion of the references to the object; false when it was
+    // the last one.
+
     /// The associations themselves, each once: filtered by resultClass and role.
-    void forEachReferring(const std::function<void(const InstanceRow&)>& visit);
+    bool nextReferring(const std::function<void(const InstanceRow&)>& visit);
     /// The paths of the objects at other ends, each once: filtered by all four. They need not
     /// exist.
-    void forEachOtherEnd(const std::function<void(const CIMObjectPath&)>& visit);
+    bool nextOtherEnds(const std::function<void(const CIMObjectPath&)>& visit);
 
 private:
     /// References to the object whose association is of that class, and whose role fits.
-    void forEachReference(const String& assocClass,
-                          const std::function<void(const ReferenceRow&)>& visit);
+    bool nextReferences(const String& assocClass,
+                        const std::function<void(const ReferenceRow&)>& visit);
+    void visitOtherEnds(const ReferenceRow& row,
+                        const std::function<void(const CIMObjectPath&)>& visit);
     bool isOfResultClass(const CIMObjectPath& path);
 
     RepositoryStore& m_store;
     NamespaceRow m_ns;
     AssociationFilter m_filter;
     String m_target;
+    int64_t m_end;
+    ReferenceRow m_last{0, 0, String()};
+    int64_t m_lastReferring = 0;
+    std::unordered_set<String> m_seen;
 };
 
 /// The same among classes: which association classes can refer to a class, and what they lead to.

@@ -13,12 +13,12 @@ void CIMRepository::create(const String& directory) {
     Database::create(directory);
 }
 
-void CIMRepository::init(const ServiceEnvironmentIFCRef& environment) {
+void CIMRepository::init(const ServiceEnvironmentIFCRef& environment, RepositoryUse use) {
     if (isOpen()) {
         OPENWBEM_THROW_CIM(FAILED, "The repository is open already");
     }
     m_store = std::make_unique<RepositoryStore>(
-        environment->getConfigItem(ConfigOpts::DATADIR_opt, String()));
+        environment->getConfigItem(ConfigOpts::DATADIR_opt, String()), use);
     m_environment = environment;
 }
 
@@ -30,6 +30,9 @@ void CIMRepository::close() {
     const std::unique_ptr<RepositoryStore> closing = std::move(m_store);
     m_environment = ServiceEnvironmentIFCRef();
     closing->database.commit();
+    if (closing->database.isServed()) {
+        closing->database.endServing();
+    }
 }
 
 void CIMRepository::commit() {

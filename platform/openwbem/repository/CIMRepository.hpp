@@ -13,6 +13,7 @@
 
 #include <memory>
 
+#include "openwbem/repository/RepositoryUse.hpp"
 #include "openwbem/repository/ServiceEnvironmentIFC.hpp"
 
 namespace OpenWBEM {
@@ -33,8 +34,11 @@ public:
     static void create(const String& directory);
 
     /// Opens the repository in the directory that `environment` names as ConfigOpts::DATADIR_opt.
-    void init(const ServiceEnvironmentIFCRef& environment);
-    /// Commits and closes. On failure it throws and nothing of the unit of work remains.
+    void init(const ServiceEnvironmentIFCRef& environment,
+              RepositoryUse use = RepositoryUse::UNIT_OF_WORK);
+    /// Commits and closes. On failure it throws and nothing of the unit of work remains. A
+    /// repository that was served is brought back into its plain form; when that fails it throws
+    /// too, but nothing that was committed is lost.
     void close();
     /// See CIMOMHandleIFC::commit().
     void commit();

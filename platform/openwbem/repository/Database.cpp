@@ -45,7 +45,8 @@ constexpr const char* WRITING_PRAGMAS =
 
 }  // namespace
 
-Database::Database(const String& directory) : m_file(fileIn(directory)) {
+Database::Database(const String& directory, RepositoryUse use)
+    : m_file(fileIn(directory)), m_use(use) {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX |
                       SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
     const int rc = sqlite3_open_v2(m_file.c_str(), &m_db, flags, CheckedFile::layerName());
@@ -55,7 +56,12 @@ Database::Database(const String& directory) : m_file(fileIn(directory)) {
         DatabaseError::raiseForOpening(rc, systemError, directory, m_file);
     }
     try {
-        checkFormat();
+        if (m_use == RepositoryUse::SERVED) {
+            startServing();
+        } else {
+            mergeLeftLog();
+            checkFormat();
+        }
     } catch (...) {
         closeConnection();
         throw;
@@ -113,6 +119,9 @@ void Database::checkFormat() {
 
 bool Database::hasChangedElsewhere() {
     const bool rolledBack = std::exchange(m_rolledBackSinceAsked, false);
+    if (m_use == RepositoryUse::SERVED) {
+        return rolledBack;
+    }
     // Inside a unit of work nobody else can write.
     if (m_unit == Unit::OPEN && !std::exchange(m_justBegun, false)) {
         return rolledBack;
@@ -134,7 +143,7 @@ bool Database::beginWrite() {
     if (m_unit != Unit::NONE) {
         return m_unit == Unit::OPEN;
     }
-    if (!m_tunedForWriting) {
+    if (!m_tunedForWriting && m_use == RepositoryUse::UNIT_OF_WORK) {
         execute(WRITING_PRAGMAS, "written");
         m_tunedForWriting = true;
     }
@@ -175,7 +184,9 @@ void Database::rollBack(bool failed) noexcept {
             // Should this fail, the journal stays and the next reader rolls back.
             sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
         }
-        m_unit = failed ? Unit::ROLLED_BACK : Unit::NONE;
+        // Served operations are not one another's undo steps: the next one starts afresh.
+        const bool isLost = failed && m_use == RepositoryUse::UNIT_OF_WORK;
+        m_unit = isLost ? Unit::ROLLED_BACK : Unit::NONE;
     }
 }
 

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "openwbem/model/CIMException.hpp"
+#include "openwbem/repository/RepositoryUse.hpp"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -18,7 +19,7 @@ class Database {
 public:
     /// Opens the file in that directory. Throws CIMException FAILED that names the path and the
     /// remedy.
-    explicit Database(const String& directory);
+    explicit Database(const String& directory, RepositoryUse use = RepositoryUse::UNIT_OF_WORK);
     /// Rolls back.
     ~Database();
     Database(const Database&) = delete;
@@ -31,6 +32,7 @@ public:
     [[nodiscard]] bool beginWrite();
     bool isRolledBack() const noexcept { return m_unit == Unit::ROLLED_BACK; }
     bool inUnit() const noexcept { return m_unit == Unit::OPEN; }
+    bool isServed() const noexcept { return m_use == RepositoryUse::SERVED; }
     /// Makes the unit of work permanent. Throws CIMException FAILED, and again at each further
     /// call, when it has failed or was rolled back by an earlier failure.
     void commit();
@@ -40,6 +42,9 @@ public:
     /// Changes made so far, for telling whether there were any since.
     int64_t changes() const noexcept;
     int64_t changesAtBegin() const noexcept { return m_changesAtBegin; }
+    /// Brings a served file back into its plain form: everything in the one file, on the disk, and
+    /// no lock. Throws CIMException FAILED; then the next opening does it.
+    void endServing();
     /// The id of the row inserted last.
     int64_t lastInserted() const noexcept;
 
@@ -57,9 +62,13 @@ private:
     sqlite3_stmt* prepare(const char* sql, unsigned flags);
     int64_t pragma(const char* sql);
     void checkFormat();
+    bool isLogged();
+    void mergeLeftLog();
+    void startServing();
     void closeConnection() noexcept;
 
     String m_file;
+    RepositoryUse m_use;
     sqlite3* m_db = nullptr;
     Unit m_unit = Unit::NONE;
     bool m_tunedForWriting = false;

@@ -14,9 +14,23 @@ namespace {
 /// starting one small, little enough to hold.
 constexpr size_t PORTION_ROWS = 256;
 constexpr size_t PORTION_BYTES = 256 * 1024;
+/// Each reference leads to objects that are read one by one.
+constexpr size_t PORTION_REFERENCES = 64;
 
 InstanceRow rowOf(const Statement& query) {
     return {query.number(0), query.number(1), StoredForm::instance(query.blob(2))};
+}
+
+const char* portionQuery(InstanceTable::Column column) {
+    switch (column) {
+        case InstanceTable::Column::BODY:
+            return "SELECT id, body FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
+        case InstanceTable::Column::PATH:
+            return "SELECT id, path FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
+        case InstanceTable::Column::NONE:
+            break;
+    }
+    return "SELECT id, '' FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
 }
 
 }  // namespace
@@ -94,47 +108,34 @@ void InstanceTable::remove(int64_t id) {
     Statement(m_database, "DELETE FROM instance WHERE id=?").bind(id).run();
 }
 
-void InstanceTable::forEachRow(const char* sql, int64_t cls, int64_t end, const Visit& visit) {
-    int64_t last = 0;
-    while (true) {
-        Array<std::pair<int64_t, String>> portion;
-        size_t bytes = 0;
-        {
-            Statement query(m_database, sql);
-            query.bind(cls).bind(last).bind(end);
-            while (portion.size() < PORTION_ROWS && bytes < PORTION_BYTES && query.step()) {
-                last = query.number(0);
-                const Codec::Bytes blob = query.blob(1);
-                portion.emplace_back(
-                    last, String(reinterpret_cast<const char*>(blob.data()), blob.size()));
-                bytes += blob.size();
-            }
-        }
-        if (portion.empty()) {
-            return;
-        }
-        for (const auto& [id, blob] : portion) {
-            visit(id, StoredForm::bytesOf(blob));
-        }
+Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls, int64_t last,
+                                                     int64_t end) {
+    Array<Blob> portion;
+    size_t bytes = 0;
+    Statement query(m_database, portionQuery(column));
+    query.bind(cls).bind(last).bind(end);
+    while (portion.size() < PORTION_ROWS && bytes < PORTION_BYTES && query.step()) {
+        const Codec::Bytes blob = query.blob(1);
+        portion.emplace_back(query.number(0),
+                             String(reinterpret_cast<const char*>(blob.data()), blob.size()));
+        bytes += blob.size();
     }
-}
-
-void InstanceTable::forEachInstance(int64_t cls, int64_t end,
-                                    const std::function<void(CIMInstance)>& visit) {
-    forEachRow("SELECT id, body FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls,
-               end, [&](int64_t, Codec::Bytes body) { visit(StoredForm::instance(body)); });
-}
-
-void InstanceTable::forEachPath(int64_t cls, int64_t end,
-                                const std::function<void(CIMObjectPath)>& visit) {
-    forEachRow("SELECT id, path FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls,
-               end, [&](int64_t, Codec::Bytes path) { visit(StoredForm::path(path)); });
+    return portion;
 }
 
 void InstanceTable::forEachRowId(int64_t cls, int64_t end,
                                  const std::function<void(int64_t)>& visit) {
-    forEachRow("SELECT id, '' FROM instance WHERE class=? AND id>? AND id<? ORDER BY id", cls, end,
-               [&](int64_t id, Codec::Bytes) { visit(id); });
+    int64_t last = 0;
+    while (true) {
+        const Array<Blob> portion = blobsAfter(Column::NONE, cls, last, end);
+        if (portion.empty()) {
+            return;
+        }
+        for (const auto& [id, nothing] : portion) {
+            visit(id);
+        }
+        last = portion.back().first;
+    }
 }
 
 Array<ReferenceRow> InstanceTable::referencesAfter(int64_t ns, const String& target, int64_t end,
@@ -145,26 +146,10 @@ Array<ReferenceRow> InstanceTable::referencesAfter(int64_t ns, const String& tar
                     "ON i.id=r.instance WHERE r.target=? AND r.ns=? AND r.instance<? "
                     "AND (r.instance, r.role)>(?, ?) ORDER BY r.instance, r.role");
     query.bind(target).bind(ns).bind(end).bind(last.instance).bind(last.role);
-    while (portion.size() < PORTION_ROWS && query.step()) {
+    while (portion.size() < PORTION_REFERENCES && query.step()) {
         portion.push_back({query.number(0), query.number(1), String(query.text(2))});
     }
     return portion;
-}
-
-void InstanceTable::forEachReference(int64_t ns, const String& target,
-                                     const std::function<void(const ReferenceRow&)>& visit) {
-    const int64_t end = nextId();
-    ReferenceRow last{0, 0, String()};
-    while (true) {
-        const Array<ReferenceRow> portion = referencesAfter(ns, target, end, last);
-        if (portion.empty()) {
-            return;
-        }
-        for (const ReferenceRow& row : portion) {
-            visit(row);
-        }
-        last = portion.back();
-    }
 }
 
 }  // namespace OpenWBEM

@@ -43,29 +43,24 @@ public:
     void update(int64_t ns, int64_t id, const CIMInstance& instance);
     void remove(int64_t id);
 
-    /// Calls `visit` for each instance of exactly that class with an id below `end`, in the order
-    /// of creation. Rows are read in portions, so `visit` may change the repository: an instance
-    /// that is deleted meanwhile may still be delivered, one that is created from `end` on is not.
-    void forEachInstance(int64_t cls, int64_t end, const std::function<void(CIMInstance)>& visit);
-    /// The same for the paths, without a namespace, reading nothing else.
-    void forEachPath(int64_t cls, int64_t end, const std::function<void(CIMObjectPath)>& visit);
-
-    /// The same for the ids alone.
+    /// What is read of a row, as it is stored.
+    enum class Column { BODY, PATH, NONE };
+    using Blob = std::pair<int64_t, String>;  // the id of the row and what was read
+    /// The next rows of instances of exactly that class, with an id above `last` and below `end`,
+    /// in the order of creation. Whoever goes through rows portion by portion may change the
+    /// repository between them: a row that is deleted meanwhile may still be delivered, one that is
+    /// created from `end` on is not.
+    Array<Blob> blobsAfter(Column column, int64_t cls, int64_t last, int64_t end);
+    /// The next references from instances of namespace `ns` to `target` (see targetKey), likewise.
+    Array<ReferenceRow> referencesAfter(int64_t ns, const String& target, int64_t end,
+                                        const ReferenceRow& last);
+    /// Calls `visit` for the id of each such row, in portions.
     void forEachRowId(int64_t cls, int64_t end, const std::function<void(int64_t)>& visit);
-
-    /// References from instances of namespace `ns` to `target` (see targetKey), likewise in
-    /// portions.
-    void forEachReference(int64_t ns, const String& target,
-                          const std::function<void(const ReferenceRow&)>& visit);
 
     /// How an object is named in the index of references.
     static String targetKey(const CIMObjectPath& path);
 
 private:
-    using Visit = std::function<void(int64_t id, Codec::Bytes)>;
-    void forEachRow(const char* sql, int64_t cls, int64_t end, const Visit& visit);
-    Array<ReferenceRow> referencesAfter(int64_t ns, const String& target, int64_t end,
-                                        const ReferenceRow& last);
     void insertReferences(int64_t ns, int64_t id, const CIMInstance& instance);
 
     Database& m_database;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations on associations (DSP0200 5.3.2.17 to 5.3.2.20). The objects that associations lead
-// to are read through the environment, as they need not be in this repository's care.
+// The operations on associations (DSP0200 5.3.2.17 to 5.3.2.20), in portions. The objects that
+// associations lead to are read through the environment, as they need not be in this repository's
+// care.
+#include <algorithm>
+
 #include "openwbem/repository/AssociationQuery.hpp"
 #include "openwbem/repository/InstanceForm.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
@@ -23,26 +26,138 @@ bool isMissing(const CIMException& e) {
     }
 }
 
-/// Hands over each object that the query leads to and that exists, with its namespace.
-template <class Visit>
-void forEachAssociated(AssociationQuery& query, CIMOMHandleIFC& handle,
-                       EIncludeQualifiersFlag includeQualifiers,
-                       EIncludeClassOriginFlag includeClassOrigin, const StringArray* propertyList,
-                       Visit visit) {
-    query.forEachOtherEnd([&](const CIMObjectPath& path) {
-        CIMInstance instance;
+/// What the caller wants to see, with a property list of its own.
+struct Form {
+    Form(EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag classOrigin,
+         const StringArray* propertyList)
+        : includeQualifiers(qualifiers), includeClassOrigin(classOrigin) {
+        if (propertyList != nullptr) {
+            properties = *propertyList;
+        }
+    }
+    const StringArray* list() const { return properties ? &*properties : nullptr; }
+
+    EIncludeQualifiersFlag includeQualifiers;
+    EIncludeClassOriginFlag includeClassOrigin;
+    std::optional<StringArray> properties;
+};
+
+/// The objects at other ends that exist.
+class OtherEnds {
+public:
+    OtherEnds(AssociationQuery query, CIMOMHandleIFCRef handle, Form form)
+        : m_query(std::move(query)), m_handle(std::move(handle)), m_form(std::move(form)) {}
+
+    template <class Visit>
+    bool next(Visit visit) {
+        return m_query.nextOtherEnds([&](const CIMObjectPath& path) {
+            if (const auto instance = read(path)) {
+                visit(path, *instance);
+            }
+        });
+    }
+
+private:
+    std::optional<CIMInstance> read(const CIMObjectPath& path) {
         try {
-            instance = handle.getInstance(path.getNameSpace(), path, E_NOT_LOCAL_ONLY,
-                                          includeQualifiers, includeClassOrigin, propertyList);
+            return m_handle->getInstance(path.getNameSpace(), path, E_NOT_LOCAL_ONLY,
+                                         m_form.includeQualifiers, m_form.includeClassOrigin,
+                                         m_form.list());
         } catch (const CIMException& e) {
             if (isMissing(e)) {
-                return;
+                return std::nullopt;
             }
             throw;
         }
-        visit(path, instance);
-    });
-}
+    }
+
+    AssociationQuery m_query;
+    CIMOMHandleIFCRef m_handle;
+    Form m_form;
+};
+
+class AssociatorEnumeration : public Enumeration<CIMInstance> {
+public:
+    explicit AssociatorEnumeration(OtherEnds ends) : m_ends(std::move(ends)) {}
+    bool next(CIMInstanceResultHandlerIFC& result) override {
+        return m_ends.next(
+            [&](const CIMObjectPath&, const CIMInstance& instance) { result.handle(instance); });
+    }
+
+private:
+    OtherEnds m_ends;
+};
+
+class AssociatorNameEnumeration : public Enumeration<CIMObjectPath> {
+public:
+    explicit AssociatorNameEnumeration(OtherEnds ends) : m_ends(std::move(ends)) {}
+    bool next(CIMObjectPathResultHandlerIFC& result) override {
+        return m_ends.next([&](const CIMObjectPath& path, const CIMInstance& instance) {
+            result.handle(CIMObjectPath(path.getNameSpace(), instance));
+        });
+    }
+
+private:
+    OtherEnds m_ends;
+};
+
+class ReferenceEnumeration : public Enumeration<CIMInstance> {
+public:
+    ReferenceEnumeration(RepositoryStore& store, AssociationQuery query, Form form)
+        : m_store(store), m_query(std::move(query)), m_form(std::move(form)) {}
+
+    bool next(CIMInstanceResultHandlerIFC& result) override {
+        const InstanceForm form{false, m_form.includeQualifiers == E_INCLUDE_QUALIFIERS,
+                                m_form.includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, m_form.list(),
+                                nullptr};
+        return m_query.nextReferring([&](const InstanceRow& row) {
+            const auto cls = form.needsClass() ? m_store.classes.find(m_query.nameSpace().id,
+                                                                      row.instance.getClassName())
+                                               : std::nullopt;
+            result.handle(form.of(row.instance, cls ? &cls->cls : nullptr));
+        });
+    }
+
+private:
+    RepositoryStore& m_store;
+    AssociationQuery m_query;
+    Form m_form;
+};
+
+class ReferenceNameEnumeration : public Enumeration<CIMObjectPath> {
+public:
+    explicit ReferenceNameEnumeration(AssociationQuery query) : m_query(std::move(query)) {}
+    bool next(CIMObjectPathResultHandlerIFC& result) override {
+        return m_query.nextReferring([&](const InstanceRow& row) {
+            result.handle(CIMObjectPath(m_query.nameSpace().spelling, row.instance));
+        });
+    }
+
+private:
+    AssociationQuery m_query;
+};
+
+/// Classes are few, so they are found at once; only handing them over is done in portions.
+class FoundClasses : public Enumeration<CIMClass> {
+public:
+    FoundClasses(Array<CIMClass> classes, Form form)
+        : m_classes(std::move(classes)), m_form(std::move(form)) {}
+    bool next(CIMClassResultHandlerIFC& result) override {
+        constexpr size_t IN_PORTION = 32;
+        const size_t end = std::min(m_classes.size(), m_at + IN_PORTION);
+        for (; m_at < end; ++m_at) {
+            result.handle(m_classes[m_at].filter(
+                false, m_form.includeQualifiers == E_INCLUDE_QUALIFIERS,
+                m_form.includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, m_form.list()));
+        }
+        return m_at < m_classes.size();
+    }
+
+private:
+    Array<CIMClass> m_classes;
+    Form m_form;
+    size_t m_at = 0;
+};
 
 }  // namespace
 
@@ -51,28 +166,76 @@ CIMOMHandleIFCRef RepositoryCIMOMHandle::surroundings() {
                                                        ServiceEnvironmentIFC::E_BYPASS_PROVIDERS);
 }
 
+EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
+    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
+    const StringArray* propertyList) {
+    return std::make_unique<AssociatorEnumeration>(
+        OtherEnds(AssociationQuery(reading(), ns, path, filter), surroundings(),
+                  Form(includeQualifiers, includeClassOrigin, propertyList)));
+}
+
+EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
+    return std::make_unique<AssociatorNameEnumeration>(
+        OtherEnds(AssociationQuery(reading(), ns, path, filter), surroundings(),
+                  Form(E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr)));
+}
+
+EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
+    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
+    const StringArray* propertyList) {
+    RepositoryStore& store = reading();
+    return std::make_unique<ReferenceEnumeration>(
+        store, AssociationQuery(store, ns, path, filter),
+        Form(includeQualifiers, includeClassOrigin, propertyList));
+}
+
+EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
+    return std::make_unique<ReferenceNameEnumeration>(
+        AssociationQuery(reading(), ns, path, filter));
+}
+
+EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
+    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
+    const StringArray* propertyList) {
+    Array<CIMClass> found;
+    ClassAssociationQuery(reading(), ns, path, filter).forEachOtherEnd([&](const CIMClass& cls) {
+        found.push_back(cls);
+    });
+    return std::make_unique<FoundClasses>(
+        std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
+}
+
+EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
+    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
+    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
+    const StringArray* propertyList) {
+    Array<CIMClass> found;
+    ClassAssociationQuery(reading(), ns, path, filter).forEachReferring([&](const CIMClass& cls) {
+        found.push_back(cls);
+    });
+    return std::make_unique<FoundClasses>(
+        std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
+}
+
 void RepositoryCIMOMHandle::associators(const String& ns, const CIMObjectPath& path,
                                         CIMInstanceResultHandlerIFC& result,
                                         const AssociationFilter& filter,
                                         EIncludeQualifiersFlag includeQualifiers,
                                         EIncludeClassOriginFlag includeClassOrigin,
                                         const StringArray* propertyList) {
-    AssociationQuery query(reading(), ns, path, filter);
-    const CIMOMHandleIFCRef handle = surroundings();
-    forEachAssociated(
-        query, *handle, includeQualifiers, includeClassOrigin, propertyList,
-        [&](const CIMObjectPath&, const CIMInstance& instance) { result.handle(instance); });
+    exhaust(openAssociators(ns, path, filter, includeQualifiers, includeClassOrigin, propertyList),
+            result);
 }
 
 void RepositoryCIMOMHandle::associatorNames(const String& ns, const CIMObjectPath& path,
                                             CIMObjectPathResultHandlerIFC& result,
                                             const AssociationFilter& filter) {
-    AssociationQuery query(reading(), ns, path, filter);
-    const CIMOMHandleIFCRef handle = surroundings();
-    forEachAssociated(query, *handle, E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr,
-                      [&](const CIMObjectPath& end, const CIMInstance& instance) {
-                          result.handle(CIMObjectPath(end.getNameSpace(), instance));
-                      });
+    exhaust(openAssociatorNames(ns, path, filter), result);
 }
 
 void RepositoryCIMOMHandle::references(const String& ns, const CIMObjectPath& path,
@@ -81,25 +244,14 @@ void RepositoryCIMOMHandle::references(const String& ns, const CIMObjectPath& pa
                                        EIncludeQualifiersFlag includeQualifiers,
                                        EIncludeClassOriginFlag includeClassOrigin,
                                        const StringArray* propertyList) {
-    RepositoryStore& store = reading();
-    AssociationQuery query(store, ns, path, filter);
-    const InstanceForm form{false, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList, nullptr};
-    query.forEachReferring([&](const InstanceRow& row) {
-        const auto cls = form.needsClass()
-                             ? store.classes.find(query.nameSpace().id, row.instance.getClassName())
-                             : std::nullopt;
-        result.handle(form.of(row.instance, cls ? &cls->cls : nullptr));
-    });
+    exhaust(openReferences(ns, path, filter, includeQualifiers, includeClassOrigin, propertyList),
+            result);
 }
 
 void RepositoryCIMOMHandle::referenceNames(const String& ns, const CIMObjectPath& path,
                                            CIMObjectPathResultHandlerIFC& result,
                                            const AssociationFilter& filter) {
-    AssociationQuery query(reading(), ns, path, filter);
-    query.forEachReferring([&](const InstanceRow& row) {
-        result.handle(CIMObjectPath(query.nameSpace().spelling, row.instance));
-    });
+    exhaust(openReferenceNames(ns, path, filter), result);
 }
 
 void RepositoryCIMOMHandle::associatorsClasses(const String& ns, const CIMObjectPath& path,
@@ -108,10 +260,9 @@ void RepositoryCIMOMHandle::associatorsClasses(const String& ns, const CIMObject
                                                EIncludeQualifiersFlag includeQualifiers,
                                                EIncludeClassOriginFlag includeClassOrigin,
                                                const StringArray* propertyList) {
-    ClassAssociationQuery(reading(), ns, path, filter).forEachOtherEnd([&](const CIMClass& cls) {
-        result.handle(cls.filter(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                                 includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList));
-    });
+    exhaust(openAssociatorsClasses(ns, path, filter, includeQualifiers, includeClassOrigin,
+                                   propertyList),
+            result);
 }
 
 void RepositoryCIMOMHandle::referencesClasses(const String& ns, const CIMObjectPath& path,
@@ -120,10 +271,9 @@ void RepositoryCIMOMHandle::referencesClasses(const String& ns, const CIMObjectP
                                               EIncludeQualifiersFlag includeQualifiers,
                                               EIncludeClassOriginFlag includeClassOrigin,
                                               const StringArray* propertyList) {
-    ClassAssociationQuery(reading(), ns, path, filter).forEachReferring([&](const CIMClass& cls) {
-        result.handle(cls.filter(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                                 includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList));
-    });
+    exhaust(openReferencesClasses(ns, path, filter, includeQualifiers, includeClassOrigin,
+                                  propertyList),
+            result);
 }
 
 }  // namespace OpenWBEM

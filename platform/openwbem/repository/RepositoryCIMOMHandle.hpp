@@ -4,6 +4,7 @@
 #pragma once
 
 #include "openwbem/repository/CIMRepository.hpp"
+#include "openwbem/repository/Enumeration.hpp"
 
 namespace OpenWBEM {
 
@@ -82,6 +83,46 @@ public:
                            EIncludeClassOriginFlag includeClassOrigin,
                            const StringArray* propertyList) override;
     void commit() override;
+
+    // The enumerations, for callers who pull the results. Failures that the enumerations above
+    // begin with are thrown here. The repository must stay open for as long as there are any.
+    EnumerationPtr<CIMClass> openClasses(const String& ns, const String& className, EDeepFlag deep,
+                                         ELocalOnlyFlag localOnly,
+                                         EIncludeQualifiersFlag includeQualifiers,
+                                         EIncludeClassOriginFlag includeClassOrigin);
+    EnumerationPtr<String> openClassNames(const String& ns, const String& className,
+                                          EDeepFlag deep);
+    EnumerationPtr<CIMInstance> openInstances(const String& ns, const String& className,
+                                              EDeepFlag deep, ELocalOnlyFlag localOnly,
+                                              EIncludeQualifiersFlag includeQualifiers,
+                                              EIncludeClassOriginFlag includeClassOrigin,
+                                              const StringArray* propertyList);
+    EnumerationPtr<CIMObjectPath> openInstanceNames(const String& ns, const String& className);
+    EnumerationPtr<CIMQualifierType> openQualifierTypes(const String& ns);
+    EnumerationPtr<CIMInstance> openAssociators(const String& ns, const CIMObjectPath& path,
+                                                const AssociationFilter& filter,
+                                                EIncludeQualifiersFlag includeQualifiers,
+                                                EIncludeClassOriginFlag includeClassOrigin,
+                                                const StringArray* propertyList);
+    EnumerationPtr<CIMObjectPath> openAssociatorNames(const String& ns, const CIMObjectPath& path,
+                                                      const AssociationFilter& filter);
+    EnumerationPtr<CIMInstance> openReferences(const String& ns, const CIMObjectPath& path,
+                                               const AssociationFilter& filter,
+                                               EIncludeQualifiersFlag includeQualifiers,
+                                               EIncludeClassOriginFlag includeClassOrigin,
+                                               const StringArray* propertyList);
+    EnumerationPtr<CIMObjectPath> openReferenceNames(const String& ns, const CIMObjectPath& path,
+                                                     const AssociationFilter& filter);
+    EnumerationPtr<CIMClass> openAssociatorsClasses(const String& ns, const CIMObjectPath& path,
+                                                    const AssociationFilter& filter,
+                                                    EIncludeQualifiersFlag includeQualifiers,
+                                                    EIncludeClassOriginFlag includeClassOrigin,
+                                                    const StringArray* propertyList);
+    EnumerationPtr<CIMClass> openReferencesClasses(const String& ns, const CIMObjectPath& path,
+                                                   const AssociationFilter& filter,
+                                                   EIncludeQualifiersFlag includeQualifiers,
+                                                   EIncludeClassOriginFlag includeClassOrigin,
+                                                   const StringArray* propertyList);
 
 private:
     /// The open repository, for an operation that reads.

@@ -38,51 +38,7 @@ void checkNames(const CIMClass& cls) {
     }
 }
 
-/// The classes that an enumeration from `className` delivers, as they are at its start.
-Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& className,
-                        EDeepFlag deep) {
-    ClassName top{0, String()};
-    if (!className.empty()) {
-        const auto found = store.classes.require(ns, className, CIMException::INVALID_CLASS);
-        top = {found.id, found.cls.getName()};
-    }
-    if (deep == E_SHALLOW) {
-        return store.classes.children(ns, top.id);
-    }
-    Array<ClassName> all = store.classes.descendants(ns, top);
-    if (top.id != 0) {
-        all.erase(all.begin());
-    }
-    return all;
-}
-
 }  // namespace
-
-void RepositoryCIMOMHandle::enumClass(const String& ns, const String& className,
-                                      CIMClassResultHandlerIFC& result, EDeepFlag deep,
-                                      ELocalOnlyFlag localOnly,
-                                      EIncludeQualifiersFlag includeQualifiers,
-                                      EIncludeClassOriginFlag includeClassOrigin) {
-    RepositoryStore& store = reading();
-    const int64_t nsId = store.namespaces.require(ns).id;
-    for (const ClassName& name : select(store, nsId, className, deep)) {
-        // The receiver may have deleted it.
-        if (const auto found = store.classes.find(nsId, name.spelling)) {
-            result.handle(found->cls.filter(localOnly == E_LOCAL_ONLY,
-                                            includeQualifiers == E_INCLUDE_QUALIFIERS,
-                                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN));
-        }
-    }
-}
-
-void RepositoryCIMOMHandle::enumClassNames(const String& ns, const String& className,
-                                           StringResultHandlerIFC& result, EDeepFlag deep) {
-    RepositoryStore& store = reading();
-    const int64_t nsId = store.namespaces.require(ns).id;
-    for (const ClassName& name : select(store, nsId, className, deep)) {
-        result.handle(name.spelling);
-    }
-}
 
 CIMClass RepositoryCIMOMHandle::getClass(const String& ns, const String& className,
                                          ELocalOnlyFlag localOnly,

@@ -20,8 +20,12 @@ inline constexpr int CHECKSUM_SIZE = 8;
 
 /// Places in the header of an SQLite file.
 inline constexpr size_t HEADER_SIZE = 100;
+inline constexpr size_t HEADER_READ_FORMAT_AT = 19;
 inline constexpr size_t HEADER_VERSION_AT = 60;
 inline constexpr size_t HEADER_APPLICATION_ID_AT = 68;
+
+/// The read format of a file with a write-ahead log.
+inline constexpr unsigned char LOGGED = 2;
 
 /// Where a swap of repositories that was interrupted leaves the old one, beside its directory.
 inline constexpr const char* BACKUP_DIRECTORY = "repository-back_LKjs2354";

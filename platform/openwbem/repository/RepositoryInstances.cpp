@@ -101,44 +101,6 @@ void checkCanHaveInstances(const CIMClass& cls) {
 
 }  // namespace
 
-void RepositoryCIMOMHandle::enumInstances(const String& ns, const String& className,
-                                          CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
-                                          ELocalOnlyFlag localOnly,
-                                          EIncludeQualifiersFlag includeQualifiers,
-                                          EIncludeClassOriginFlag includeClassOrigin,
-                                          const StringArray* propertyList) {
-    RepositoryStore& store = reading();
-    const Found top = findClass(store, ns, className);
-    const InstanceForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList,
-                            deep == E_DEEP ? nullptr : &top.cls.cls};
-    const int64_t end = store.instances.nextId();
-    for (const ClassName& name :
-         store.classes.descendants(top.ns.id, {top.cls.id, top.cls.cls.getName()})) {
-        std::optional<StoredClass> cls;
-        store.instances.forEachInstance(name.id, end, [&](CIMInstance instance) {
-            if (!cls && form.needsClass()) {
-                cls = store.classes.require(top.ns.id, name.spelling, CIMException::INVALID_CLASS);
-            }
-            result.handle(form.of(std::move(instance), cls ? &cls->cls : nullptr));
-        });
-    }
-}
-
-void RepositoryCIMOMHandle::enumInstanceNames(const String& ns, const String& className,
-                                              CIMObjectPathResultHandlerIFC& result) {
-    RepositoryStore& store = reading();
-    const Found top = findClass(store, ns, className);
-    const int64_t end = store.instances.nextId();
-    for (const ClassName& name :
-         store.classes.descendants(top.ns.id, {top.cls.id, top.cls.cls.getName()})) {
-        store.instances.forEachPath(name.id, end, [&](CIMObjectPath path) {
-            path.setNameSpace(top.ns.spelling);
-            result.handle(path);
-        });
-    }
-}
-
 CIMInstance RepositoryCIMOMHandle::getInstance(const String& ns, const CIMObjectPath& path,
                                                ELocalOnlyFlag localOnly,
                                                EIncludeQualifiersFlag includeQualifiers,

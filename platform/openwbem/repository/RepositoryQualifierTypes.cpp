@@ -102,15 +102,6 @@ CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const
     return *type;
 }
 
-void RepositoryCIMOMHandle::enumQualifierTypes(const String& ns,
-                                               CIMQualifierTypeResultHandlerIFC& result) {
-    RepositoryStore& store = reading();
-    const auto types = store.qualifiers.types(store.namespaces.require(ns).id);
-    for (const CIMQualifierType& type : types->all()) {
-        result.handle(type);
-    }
-}
-
 void RepositoryCIMOMHandle::setQualifierType(const String& ns,
                                              const CIMQualifierType& qualifierType) {
     RepositoryStore& store = m_repository->store();

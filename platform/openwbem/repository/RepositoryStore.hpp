@@ -13,8 +13,8 @@ namespace OpenWBEM {
 
 class RepositoryStore {
 public:
-    explicit RepositoryStore(const String& directory)
-        : database(directory),
+    RepositoryStore(const String& directory, RepositoryUse use)
+        : database(directory, use),
           namespaces(database),
           qualifiers(database),
           classes(database, qualifiers),

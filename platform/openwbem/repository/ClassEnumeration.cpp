@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The classes, the class names and the qualifier types of a namespace (DSP0200 5.3.2.9, 5.3.2.10,
+// 5.3.2.28), in portions.
+#include <algorithm>
+
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/RepositoryStore.hpp"
+
+namespace OpenWBEM {
+
+namespace {
+
+/// Classes are large; names and qualifier types are not.
+constexpr size_t CLASSES_IN_PORTION = 32;
+constexpr size_t SMALL_OBJECTS_IN_PORTION = 512;
+
+/// The classes that an enumeration from `className` delivers, as they are at its start.
+Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& className,
+                        EDeepFlag deep) {
+    ClassName top{0, String()};
+    if (!className.empty()) {
+        const auto found = store.classes.require(ns, className, CIMException::INVALID_CLASS);
+        top = {found.id, found.cls.getName()};
+    }
+    if (deep == E_SHALLOW) {
+        return store.classes.children(ns, top.id);
+    }
+    Array<ClassName> all = store.classes.descendants(ns, top);
+    if (top.id != 0) {
+        all.erase(all.begin());
+    }
+    return all;
+}
+
+struct ClassForm {
+    bool localOnly;
+    bool includeQualifiers;
+    bool includeClassOrigin;
+};
+
+class ClassEnumeration : public Enumeration<CIMClass> {
+public:
+    ClassEnumeration(RepositoryStore& store, const String& ns, const String& className,
+                     EDeepFlag deep, ClassForm form)
+        : m_store(store),
+          m_ns(store.namespaces.require(ns).id),
+          m_names(select(store, m_ns, className, deep)),
+          m_form(form) {}
+
+    bool next(CIMClassResultHandlerIFC& result) override {
+        const size_t end = std::min(m_names.size(), m_at + CLASSES_IN_PORTION);
+        for (; m_at < end; ++m_at) {
+            // Somebody may have deleted it.
+            if (const auto found = m_store.classes.find(m_ns, m_names[m_at].spelling)) {
+                result.handle(found->cls.filter(m_form.localOnly, m_form.includeQualifiers,
+                                                m_form.includeClassOrigin));
+            }
+        }
+        return m_at < m_names.size();
+    }
+
+private:
+    RepositoryStore& m_store;
+    int64_t m_ns;
+    Array<ClassName> m_names;
+    ClassForm m_form;
+    size_t m_at = 0;
+};
+
+class ClassNameEnumeration : public Enumeration<String> {
+public:
+    explicit ClassNameEnumeration(Array<ClassName> names) : m_names(std::move(names)) {}
+
+    bool next(StringResultHandlerIFC& result) override {
+        const size_t end = std::min(m_names.size(), m_at + SMALL_OBJECTS_IN_PORTION);
+        for (; m_at < end; ++m_at) {
+            result.handle(m_names[m_at].spelling);
+        }
+        return m_at < m_names.size();
+    }
+
+private:
+    Array<ClassName> m_names;
+    size_t m_at = 0;
+};
+
+class QualifierTypeEnumeration : public Enumeration<CIMQualifierType> {
+public:
+    explicit QualifierTypeEnumeration(std::shared_ptr<const QualifierTable::Types> types)
+        : m_types(std::move(types)) {}
+
+    bool next(CIMQualifierTypeResultHandlerIFC& result) override {
+        const Array<CIMQualifierType>& all = m_types->all();
+        const size_t end = std::min(all.size(), m_at + SMALL_OBJECTS_IN_PORTION);
+        for (; m_at < end; ++m_at) {
+            result.handle(all[m_at]);
+        }
+        return m_at < all.size();
+    }
+
+private:
+    std::shared_ptr<const QualifierTable::Types> m_types;
+    size_t m_at = 0;
+};
+
+}  // namespace
+
+EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openClasses(
+    const String& ns, const String& className, EDeepFlag deep, ELocalOnlyFlag localOnly,
+    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin) {
+    const ClassForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                         includeClassOrigin == E_INCLUDE_CLASS_ORIGIN};
+    return std::make_unique<ClassEnumeration>(reading(), ns, className, deep, form);
+}
+
+EnumerationPtr<String> RepositoryCIMOMHandle::openClassNames(const String& ns,
+                                                             const String& className,
+                                                             EDeepFlag deep) {
+    RepositoryStore& store = reading();
+    return std::make_unique<ClassNameEnumeration>(
+        select(store, store.namespaces.require(ns).id, className, deep));
+}
+
+EnumerationPtr<CIMQualifierType> RepositoryCIMOMHandle::openQualifierTypes(const String& ns) {
+    RepositoryStore& store = reading();
+    return std::make_unique<QualifierTypeEnumeration>(
+        store.qualifiers.types(store.namespaces.require(ns).id));
+}
+
+void RepositoryCIMOMHandle::enumClass(const String& ns, const String& className,
+                                      CIMClassResultHandlerIFC& result, EDeepFlag deep,
+                                      ELocalOnlyFlag localOnly,
+                                      EIncludeQualifiersFlag includeQualifiers,
+                                      EIncludeClassOriginFlag includeClassOrigin) {
+    exhaust(openClasses(ns, className, deep, localOnly, includeQualifiers, includeClassOrigin),
+            result);
+}
+
+void RepositoryCIMOMHandle::enumClassNames(const String& ns, const String& className,
+                                           StringResultHandlerIFC& result, EDeepFlag deep) {
+    exhaust(openClassNames(ns, className, deep), result);
+}
+
+void RepositoryCIMOMHandle::enumQualifierTypes(const String& ns,
+                                               CIMQualifierTypeResultHandlerIFC& result) {
+    exhaust(openQualifierTypes(ns), result);
+}
+
+}  // namespace OpenWBEM
