@@ -75,6 +75,10 @@ struct Fault {
     const char* text;
 };
 
+void PrintTo(const Fault& fault, std::ostream* out) {
+    *out << fault.injection;
+}
+
 class FailingSystem : public SetupTree, public ::testing::WithParamInterface<Fault> {};
 
 TEST_P(FailingSystem, LeavesNoRepositoryAndNoLeftover) {
@@ -139,6 +143,10 @@ struct BadCommandLine {
     StringArray arguments;
     const char* text;
 };
+
+void PrintTo(const BadCommandLine& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class BadArguments : public ::testing::TestWithParam<BadCommandLine> {};
 

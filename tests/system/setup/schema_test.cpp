@@ -20,6 +20,10 @@ struct ClassRow {
     StringArray others;
 };
 
+void PrintTo(const ClassRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
 class Schema : public SetupTree {
 protected:
     void SetUp() override {
@@ -157,6 +161,10 @@ struct QualifierRow {
     unsigned scopes;
     OpenWBEM::CIMFlavor flavor;
 };
+
+void PrintTo(const QualifierRow& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class StandardQualifier : public Schema, public ::testing::WithParamInterface<QualifierRow> {};
 
