@@ -233,6 +233,7 @@ Array<Feature> mergeFeatures(const Array<Feature>& declared, const Array<Feature
     const NameIndex<Feature> inheritedIndex(above);
     Array<Feature> merged(above.size());
     Array<Feature> added;
+    added.reserve(declared.size());
     for (const Feature& feature : declared) {
         if (feature.isPropagated()) {
             continue;
@@ -294,6 +295,7 @@ void checkClass(const CIMClass& cls, const CIMClass* superClass) {
 template <class Feature>
 Array<Feature> localFeatures(const Array<Feature>& features) {
     Array<Feature> local;
+    local.reserve(features.size());
     std::copy_if(features.begin(), features.end(), std::back_inserter(local),
                  [](const Feature& feature) { return !feature.isPropagated(); });
     return local;
