@@ -9,6 +9,13 @@ using blocxx::Format;
 
 namespace {
 
+/// What the exception says behind the meaning of its status code.
+String reasonOf(const CIMException& e) {
+    const String message = e.getMessage();
+    const String prefix = String(CIMException::description(e.getErrNo())) + ": ";
+    return message.compare(0, prefix.size(), prefix) == 0 ? message.substr(prefix.size()) : message;
+}
+
 /// Runs `action`; a failure tells what was attempted and keeps its status code.
 template <class Action>
 void attempt(const char* what, const String& name, const String& ns, Action action) {
@@ -17,7 +24,7 @@ void attempt(const char* what, const String& name, const String& ns, Action acti
     } catch (const CIMException& e) {
         throw CIMException(__FILE__, __LINE__, e.getErrNo(),
                            String(Format("cannot %1 \"%2\" in the namespace \"%3\": %4", what, name,
-                                         ns, e.getMessage())));
+                                         ns, reasonOf(e))));
     }
 }
 

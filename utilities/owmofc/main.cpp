@@ -62,50 +62,50 @@ MOF::Source open(const String& file) {
 void compileInto(LocalRepository& repository, ContentWriter& writer, const String& ns,
                  const String& file) {
     const auto contents = MOF::compile(open(file), repository.handle(), ns, MOF::includeFile);
-        for (const MOF::NamespaceContent& content : contents) {
-            writer.write(content);
-        }
+    for (const MOF::NamespaceContent& content : contents) {
+        writer.write(content);
     }
+}
 
-    int run(const CmdLineParser& parser) {
-        if (parser.isSet(HELP)) {
-            std::cout << usage();
-            return 0;
-        }
-        if (parser.isSet(VERSION)) {
-            std::cout << "owmofc " KOV_VERSION "\n";
-            return 0;
-        }
-        if (parser.getNonOptionArgs().empty()) {
-            std::cerr << "owmofc: error: no file is named\n\n" << usage();
-            return 2;
-        }
-        const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
-        LocalRepository repository(parser.getOptionValue(DEST_DIR) + REPOSITORY);
-        if (!repository.hasNameSpace(ns)) {
-            OPENWBEM_THROW_CIM(INVALID_NAMESPACE, "the namespace \"" + ns + "\" does not exist");
-        }
-        ContentWriter writer(repository);
-        for (const String& file : parser.getNonOptionArgs()) {
-            compileInto(repository, writer, ns, file);
-        }
-        repository.close();
-        std::cout << writer.summary();
+int run(const CmdLineParser& parser) {
+    if (parser.isSet(HELP)) {
+        std::cout << usage();
         return 0;
     }
-
-    int complain(const String& message) {
-        std::cerr << "owmofc: error: " << message << "\n";
-        return 1;
+    if (parser.isSet(VERSION)) {
+        std::cout << "owmofc " KOV_VERSION "\n";
+        return 0;
     }
-
-    /// A command line that cannot be read.
-    int complainUsage(const blocxx::CmdLineParserException& e) {
-        const bool missing = e.getErrorCode() == CmdLineParser::E_MISSING_ARGUMENT;
-        complain((missing ? "the option needs an argument: " : "unknown option: ") +
-                 String(e.getMessage()) + "\n\n" + usage());
+    if (parser.getNonOptionArgs().empty()) {
+        std::cerr << "owmofc: error: no file is named\n\n" << usage();
         return 2;
     }
+    const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
+    LocalRepository repository(parser.getOptionValue(DEST_DIR) + REPOSITORY);
+    if (!repository.hasNameSpace(ns)) {
+        OPENWBEM_THROW_CIM(INVALID_NAMESPACE, "the namespace \"" + ns + "\" does not exist");
+    }
+    ContentWriter writer(repository);
+    for (const String& file : parser.getNonOptionArgs()) {
+        compileInto(repository, writer, ns, file);
+    }
+    repository.close();
+    std::cout << writer.summary();
+    return 0;
+}
+
+int complain(const String& message) {
+    std::cerr << "owmofc: error: " << message << "\n";
+    return 1;
+}
+
+/// A command line that cannot be read.
+int complainUsage(const blocxx::CmdLineParserException& e) {
+    const bool missing = e.getErrorCode() == CmdLineParser::E_MISSING_ARGUMENT;
+    complain((missing ? "the option needs an argument: " : "unknown option: ") +
+             String(e.getMessage()) + "\n\n" + usage());
+    return 2;
+}
 
 }  // namespace
 
