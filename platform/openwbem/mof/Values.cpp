@@ -115,7 +115,7 @@ CIMValue makeArray(const Initializer& initializer) {
 
 template <class T>
 CIMValue makePlain(const Initializer& initializer) {
-    if (initializer.form == Initializer::ARRAY) {
+    if (initializer.form == Initializer::ARRAY || initializer.first == nullptr) {
         return makeArray<T>(initializer);
     }
     T value{};
