@@ -9,5 +9,4 @@ kov_unit_test(mof_test
 kov_unit_test(owmofc_test
   SOURCES
     unit/owmofc/ContentWriter_test.cpp ${CMAKE_SOURCE_DIR}/utilities/owmofc/ContentWriter.cpp
-    ${CMAKE_SOURCE_DIR}/utilities/owmofc/LocalRepository.cpp
-  LINKS openwbem_repository openwbem_mof blocxx)
+  LINKS utilities_common openwbem_mof)

@@ -7,9 +7,11 @@
 #include <map>
 
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "utilities/owmofc/LocalRepository.hpp"
+#include "utilities/common/LocalRepository.hpp"
 
 namespace OwMofc {
+
+using namespace OwUtilities;  // NOLINT(google-build-using-namespace)
 
 class ContentWriter {
 public:

@@ -6,7 +6,7 @@
 
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
-namespace OwMofc {
+namespace OwUtilities {
 
 using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
@@ -33,4 +33,4 @@ private:
     blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
 };
 
-}  // namespace OwMofc
+}  // namespace OwUtilities

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "utilities/owmofc/LocalRepository.hpp"
+#include "utilities/common/LocalRepository.hpp"
 
 #include <utility>
 
-namespace OwMofc {
+namespace OwUtilities {
 
 /// What the repository asks of its surroundings.
 class LocalRepository::Environment : public ServiceEnvironmentIFC {
@@ -45,4 +45,4 @@ bool LocalRepository::hasNameSpace(const String& name) const {
     return found;
 }
 
-}  // namespace OwMofc
+}  // namespace OwUtilities
