@@ -53,6 +53,8 @@ void Database::startServing() {
                                        "\" cannot be opened: no log can be kept beside it");
     }
     execute(SERVING_PRAGMAS, "opened");
+    // The log is opened, and the lock taken for good, by the first transaction.
+    execute("BEGIN IMMEDIATE; COMMIT", "opened");
 }
 
 // 1. The log is synced, its pages are written to the file, and the file is synced. A crash before

@@ -63,14 +63,14 @@ private:
 };
 
 template <class Struct>
-auto decodeAs(Bytes bytes) {
+auto decodeAs(Bytes bytes, Decoder::Names names = Decoder::Names::CHECKED) {
     try {
         const AlignedWords words(bytes);
         capnp::FlatArrayMessageReader message(words.get(), readerOptions(words.get().size()));
         if (bytes.size() % sizeof(capnp::word) != 0 || message.getEnd() != words.get().end()) {
             BLOCXX_THROW(CodecException, "the message has another length than it says");
         }
-        return Decoder().get(message.getRoot<Struct>());
+        return Decoder(names).get(message.getRoot<Struct>());
     } catch (const kj::Exception& e) {
         BLOCXX_THROW(CodecException,
                      blocxx::Format("not a well-formed message: %1", e.getDescription().cStr()));
@@ -94,11 +94,34 @@ String encode(const CIMObjectPath& path) {
     return encodeAs<wire::ObjectPath>(path);
 }
 
+String encodeView(const CIMClass& cls) {
+    return encodeAs<wire::Class>(cls, Encoder::Form::WHOLE);
+}
+String encodeView(const CIMInstance& instance) {
+    return encodeAs<wire::InstanceView>(instance);
+}
+
 CIMClass decodeClass(Bytes bytes) {
     return decodeAs<wire::Class>(bytes);
 }
+CIMClass decodeClassArgument(Bytes bytes) {
+    return decodeAs<wire::Class>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+}
+CIMInstance decodeInstanceArgument(Bytes bytes) {
+    return decodeAs<wire::InstanceView>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+}
+CIMQualifierType decodeQualifierTypeArgument(Bytes bytes) {
+    return decodeAs<wire::QualifierType>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+}
+CIMObjectPath decodeObjectPathArgument(Bytes bytes) {
+    return decodeAs<wire::ObjectPath>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+}
+
 CIMInstance decodeInstance(Bytes bytes) {
     return decodeAs<wire::Instance>(bytes);
+}
+CIMInstance decodeInstanceView(Bytes bytes) {
+    return decodeAs<wire::InstanceView>(bytes);
 }
 CIMQualifierType decodeQualifierType(Bytes bytes) {
     return decodeAs<wire::QualifierType>(bytes);

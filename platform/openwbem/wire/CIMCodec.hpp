@@ -26,8 +26,19 @@ String encode(const CIMInstance& instance);
 String encode(const CIMQualifierType& qualifierType);
 String encode(const CIMObjectPath& path);
 
+// The forms in which objects are sent: with all that they have, inherited or from their class.
+String encodeView(const CIMClass& cls);
+String encodeView(const CIMInstance& instance);
+
+/// Either form.
 CIMClass decodeClass(Bytes bytes);
+// The arguments of an operation: names in them are for the operation to refuse.
+CIMClass decodeClassArgument(Bytes bytes);
+CIMInstance decodeInstanceArgument(Bytes bytes);
+CIMQualifierType decodeQualifierTypeArgument(Bytes bytes);
+CIMObjectPath decodeObjectPathArgument(Bytes bytes);
 CIMInstance decodeInstance(Bytes bytes);
+CIMInstance decodeInstanceView(Bytes bytes);
 CIMQualifierType decodeQualifierType(Bytes bytes);
 CIMObjectPath decodeObjectPath(Bytes bytes);
 

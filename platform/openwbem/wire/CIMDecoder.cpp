@@ -23,32 +23,6 @@ String text(capnp::Text::Reader in, std::string_view what) {
     return String(view);
 }
 
-String name(capnp::Text::Reader in, std::string_view what) {
-    const std::string_view view(in.begin(), in.size());
-    if (!isIdentifier(view)) {
-        refuse(blocxx::Format("the name of a %1 is not an identifier", what).toString());
-    }
-    return String(view);
-}
-
-String nameOrNothing(capnp::Text::Reader in, std::string_view what) {
-    return in.size() == 0 ? String() : name(in, what);
-}
-
-CIMDataType type(auto in) {
-    const auto number = static_cast<uint16_t>(in.getType());
-    if (number > CIMDataType::REFERENCE) {
-        refuse("an element has a type that cannot be declared");
-    }
-    const auto type = static_cast<CIMDataType::Type>(number);
-    if (in.getIsArray()) {
-        return CIMDataType::array(type, in.getArraySize());
-    }
-    return type == CIMDataType::REFERENCE
-               ? CIMDataType::reference(nameOrNothing(in.getRefClass(), "referenced class"))
-               : CIMDataType(type);
-}
-
 CIMFlavor flavor(auto in) {
     return {!in.getNotOverridable(), !in.getRestricted(), in.getTranslatable()};
 }
@@ -63,6 +37,35 @@ void setHeldValue(Element& element, CIMValue value) {
 }
 
 }  // namespace
+
+String Decoder::name(capnp::Text::Reader in, std::string_view what) const {
+    const std::string_view view(in.begin(), in.size());
+    if (m_names == Names::LEFT_TO_THE_OPERATION && m_depth == 0) {
+        return text(in, what);
+    }
+    if (!isIdentifier(view)) {
+        refuse(blocxx::Format("the name of a %1 is not an identifier", what).toString());
+    }
+    return String(view);
+}
+
+String Decoder::nameOrNothing(capnp::Text::Reader in, std::string_view what) const {
+    return in.size() == 0 ? String() : name(in, what);
+}
+
+CIMDataType Decoder::type(auto in) const {
+    const auto number = static_cast<uint16_t>(in.getType());
+    if (number > CIMDataType::REFERENCE) {
+        refuse("an element has a type that cannot be declared");
+    }
+    const auto type = static_cast<CIMDataType::Type>(number);
+    if (in.getIsArray()) {
+        return CIMDataType::array(type, in.getArraySize());
+    }
+    return type == CIMDataType::REFERENCE
+               ? CIMDataType::reference(nameOrNothing(in.getRefClass(), "referenced class"))
+               : CIMDataType(type);
+}
 
 template <class List>
 auto Decoder::getAll(List list) {
@@ -138,6 +141,24 @@ CIMInstance Decoder::get(wire::Instance::Reader in) {
     CIMInstance instance(name(in.getClassName(), "class"));
     instance.setProperties(getAll(in.getProperties()));
     instance.setQualifiers(getAll(in.getQualifiers()));
+    return instance;
+}
+
+CIMInstance Decoder::get(wire::InstanceView::Reader in) {
+    CIMInstance instance = get(in.getInstance());
+    const auto list = in.getFromClass();
+    if (list.size() == 0) {
+        return instance;
+    }
+    CIMPropertyArray properties = instance.getProperties();
+    if (list.size() != properties.size()) {
+        refuse("an instance does not say of each property what its class says");
+    }
+    for (unsigned i = 0; i < list.size(); ++i) {
+        properties[i].setQualifiers(getAll(list[i].getQualifiers()));
+        properties[i].setClassOrigin(nameOrNothing(list[i].getClassOrigin(), "class"));
+    }
+    instance.setProperties(std::move(properties));
     return instance;
 }
 

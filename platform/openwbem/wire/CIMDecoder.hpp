@@ -14,8 +14,16 @@ namespace OpenWBEM::Codec {
 
 class Decoder {
 public:
+    /// The arguments of an operation are not the place to refuse names in: the operation itself
+    /// says what is wrong with them, in the same words for everybody. Objects inside of values are
+    /// checked either way.
+    enum class Names { CHECKED, LEFT_TO_THE_OPERATION };
+
+    explicit Decoder(Names names = Names::CHECKED) : m_names(names) {}
+
     CIMClass get(wire::Class::Reader in);
     CIMInstance get(wire::Instance::Reader in);
+    CIMInstance get(wire::InstanceView::Reader in);
     CIMObjectPath get(wire::ObjectPath::Reader in);
     CIMQualifierType get(wire::QualifierType::Reader in);
     CIMValue get(wire::Value::Reader in);
@@ -36,6 +44,11 @@ private:
     template <class List>
     auto getObjects(List list, const Array<bool>& nulls);
 
+    String name(capnp::Text::Reader in, std::string_view what) const;
+    String nameOrNothing(capnp::Text::Reader in, std::string_view what) const;
+    CIMDataType type(auto in) const;
+
+    Names m_names;
     unsigned m_depth = 0;
 };
 

@@ -145,6 +145,24 @@ void Encoder::put(wire::Instance::Builder out, const CIMInstance& instance) {
     putQualifiers(out, instance.getQualifiers(), Form::WHOLE);
 }
 
+void Encoder::put(wire::InstanceView::Builder out, const CIMInstance& instance) {
+    put(out.initInstance(), instance);
+    const CIMPropertyArray& properties = instance.getProperties();
+    const bool hasAny = std::any_of(properties.begin(), properties.end(), [](const auto& property) {
+        return !property.getQualifiers().empty() || !property.getClassOrigin().empty();
+    });
+    if (!hasAny) {
+        return;
+    }
+    auto list = out.initFromClass(static_cast<unsigned>(properties.size()));
+    for (unsigned i = 0; i < list.size(); ++i) {
+        putQualifiers(list[i], properties[i].getQualifiers(), Form::WHOLE);
+        if (!properties[i].getClassOrigin().empty()) {
+            list[i].setClassOrigin(properties[i].getClassOrigin());
+        }
+    }
+}
+
 void Encoder::put(wire::ObjectPath::Builder out, const CIMObjectPath& path) {
     if (!path.getHost().empty()) {
         out.setHost(path.getHost());

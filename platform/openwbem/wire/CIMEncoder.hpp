@@ -18,6 +18,7 @@ public:
 
     void put(wire::Class::Builder out, const CIMClass& cls, Form form);
     void put(wire::Instance::Builder out, const CIMInstance& instance);
+    void put(wire::InstanceView::Builder out, const CIMInstance& instance);
     void put(wire::ObjectPath::Builder out, const CIMObjectPath& path);
     void put(wire::QualifierType::Builder out, const CIMQualifierType& qualifierType);
     /// `value` is not null.

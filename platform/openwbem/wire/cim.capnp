@@ -149,3 +149,15 @@ struct ObjectPath {
   className @2 :Text;
   keys @3 :List(NamedValue);
 }
+
+# An instance as an operation hands it out, with what its properties have from its class. Only sent,
+# never stored.
+struct InstanceView {
+  instance @0 :Instance;
+  fromClass @1 :List(FromClass);   # empty, or one for each property
+}
+
+struct FromClass {
+  qualifiers @0 :List(Qualifier);
+  classOrigin @1 :Text;
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/Account.hpp"
+
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "blocxx/Format.hpp"
+#include "blocxx/Secure.hpp"
+#include "owcimomd/DaemonException.hpp"
+
+namespace OwCimomd {
+
+using blocxx::Format;
+
+namespace {
+
+bool isNow(uid_t uid, gid_t gid) {
+    uid_t realUid = 0;
+    uid_t effectiveUid = 0;
+    uid_t savedUid = 0;
+    gid_t realGid = 0;
+    gid_t effectiveGid = 0;
+    gid_t savedGid = 0;
+    return getresuid(&realUid, &effectiveUid, &savedUid) == 0 &&
+           getresgid(&realGid, &effectiveGid, &savedGid) == 0 && realUid == uid &&
+           effectiveUid == uid && savedUid == uid && realGid == gid && effectiveGid == gid &&
+           savedGid == gid && getgroups(0, nullptr) == 1;
+}
+
+}  // namespace
+
+void becomeAccount(const String& name) {
+    const auto account = blocxx::Secure::lookupAccount(name);
+    if (!account) {
+        BLOCXX_THROW(DaemonException,
+                     Format("there is no account \"%1\" to run as; run kov-setup", name));
+    }
+    const gid_t group = account->gid;
+    if (account->uid == 0) {
+        BLOCXX_THROW(DaemonException, Format("the account \"%1\" has the user id of root", name));
+    }
+    if (setgroups(1, &group) != 0 || setresgid(group, group, group) != 0 ||
+        setresuid(account->uid, account->uid, account->uid) != 0 ||
+        !isNow(account->uid, account->gid)) {
+        BLOCXX_THROW(DaemonException,
+                     Format("cannot change to the account \"%1\": %2", name, std::strerror(errno)));
+    }
+}
+
+String userName(uid_t uid) {
+    constexpr size_t MAX_BUFFER = 1024 * 1024;
+    String buffer(1024, '\0');
+    passwd entry{};
+    passwd* found = nullptr;
+    while (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+           buffer.size() < MAX_BUFFER) {
+        buffer.resize(buffer.size() * 2);
+    }
+    return found == nullptr ? String() : String(found->pw_name);
+}
+
+}  // namespace OwCimomd

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The arguments of a request, as the operations of a repository take them. For the sources of
+// Operations.
+#pragma once
+
+#include "openwbem/wire/CIMCodec.hpp"
+#include "owcimomd/Operations.hpp"
+
+namespace OwCimomd {
+
+class Operations::Arguments {
+public:
+    explicit Arguments(wire::Request::Reader request);
+
+    CIMClass cls() const;
+    CIMInstance instance() const;
+    CIMObjectPath path() const;
+    CIMQualifierType qualifierType() const;
+    const StringArray* list() const { return m_list ? &*m_list : nullptr; }
+
+    String ns;
+    String name;
+    EDeepFlag deep;
+    ELocalOnlyFlag localOnly;
+    EIncludeQualifiersFlag qualifiers;
+    EIncludeClassOriginFlag classOrigin;
+    AssociationFilter filter;
+
+private:
+    Codec::Bytes m_object;  // in the request
+    std::optional<StringArray> m_list;
+};
+
+}  // namespace OwCimomd

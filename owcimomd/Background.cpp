@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/Background.hpp"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+
+#include "blocxx/Exception.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Process.hpp"
+#include "owcimomd/DaemonException.hpp"
+
+namespace OwCimomd {
+
+namespace {
+
+// What the daemon tells through the pipe: this, or the reason why it could not start.
+constexpr const char* READY = "ready";
+constexpr int FIRST_INHERITED = 3;
+
+void writeAll(int fd, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return;  // nobody listens any more
+        }
+        text.remove_prefix(count > 0 ? static_cast<size_t>(count) : 0);
+    }
+}
+
+String readAll(int fd) {
+    String text;
+    char buffer[512];
+    while (true) {
+        const ssize_t count = ::read(fd, buffer, sizeof buffer);
+        if (count > 0) {
+            text.append(buffer, static_cast<size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return text;
+        }
+    }
+}
+
+/// The standard streams lead nowhere, and the one end of the pipe is all that is left.
+void letGoOfEverything(int pipe) {
+    const int nowhere = ::open("/dev/null", O_RDWR | O_NOCTTY);
+    if (nowhere < 0 || ::dup2(nowhere, STDIN_FILENO) < 0 || ::dup2(nowhere, STDOUT_FILENO) < 0 ||
+        ::dup2(nowhere, STDERR_FILENO) < 0 ||
+        (pipe != FIRST_INHERITED && ::dup2(pipe, FIRST_INHERITED) < 0) ||
+        ::fcntl(FIRST_INHERITED, F_SETFD, FD_CLOEXEC) != 0 ||
+        ::close_range(FIRST_INHERITED + 1, ~0U, 0) != 0) {
+        BLOCXX_THROW_ERRNO(DaemonException, "cannot let go of the standard streams");
+    }
+}
+
+int beDaemon(int pipe,
+             const std::function<int(const std::function<void()>& ready)>& daemon) noexcept {
+    int told = pipe;
+    try {
+        ::setsid();
+        letGoOfEverything(pipe);
+        told = FIRST_INHERITED;
+        return daemon([&told] {
+            writeAll(told, READY);
+            ::close(told);
+            told = -1;
+        });
+    } catch (const blocxx::Exception& e) {
+        writeAll(told, e.getMessage());
+    } catch (const std::exception& e) {
+        writeAll(told, e.what());
+    } catch (...) {
+        writeAll(told, "unknown error");
+    }
+    return 1;
+}
+
+int waitForDaemon(pid_t child, int pipe) {
+    const String told = readAll(pipe);
+    if (told == READY) {
+        return 0;
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    const String reason = told.empty()
+                              ? "it " + blocxx::Process::Status::fromWaitStatus(status).toString() +
+                                    " before it was ready"
+                              : told;
+    std::cerr << "owcimomd: error: " << reason << "\n";
+    return 1;
+}
+
+}  // namespace
+
+void closeInheritedDescriptors() {
+    ::close_range(FIRST_INHERITED, ~0U, 0);
+}
+
+int runInBackground(const std::function<int(const std::function<void()>& ready)>& daemon) {
+    closeInheritedDescriptors();
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
+        BLOCXX_THROW_ERRNO(DaemonException, "cannot make a pipe");
+    }
+    const pid_t child = ::fork();
+    if (child < 0) {
+        BLOCXX_THROW_ERRNO(DaemonException, "cannot start the daemon's process");
+    }
+    if (child == 0) {
+        ::close(ends[0]);
+        const int status = beDaemon(ends[1], daemon);
+        ::_exit(status);
+    }
+    ::close(ends[1]);
+    return waitForDaemon(child, ends[0]);
+}
+
+}  // namespace OwCimomd

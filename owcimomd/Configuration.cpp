@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/Configuration.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "blocxx/File.hpp"
+#include "blocxx/Format.hpp"
+
+namespace OwCimomd {
+
+using blocxx::Format;
+
+namespace {
+
+constexpr std::string_view BLANKS = " \t\r\v\f";
+/// A file of nothing but mistakes must not fill the log.
+constexpr size_t MAX_COMPLAINTS = 100;
+
+std::string_view trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(BLANKS);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+}
+
+bool isKey(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '_' || c == '.' || c == '-';
+    });
+}
+
+bool isPrintable(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) {
+        return c == '\t' || (static_cast<unsigned char>(c) >= 0x20 && c != 0x7f);
+    });
+}
+
+/// The content of a regular file; otherwise why there is none.
+bool slurp(const String& path, String& content, String& reason) {
+    // Opening must not wait for the other end of a fifo.
+    blocxx::File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    struct stat status {};
+    if (!file || ::fstat(file.getFileDescriptor(), &status) != 0) {
+        reason = std::strerror(errno);
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        reason = "it is not a regular file";
+        return false;
+    }
+    content.resize(Configuration::MAX_FILE_SIZE + 1);
+    size_t size = 0;
+    ssize_t count = 1;
+    while (count > 0 && size < content.size()) {
+        count = file.read(content.data() + size, content.size() - size);
+        size += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+    if (count < 0) {
+        reason = std::strerror(errno);
+        return false;
+    }
+    content.resize(size);
+    if (size > Configuration::MAX_FILE_SIZE) {
+        reason = Format("it is larger than %1 bytes", Configuration::MAX_FILE_SIZE);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void Configuration::complain(const String& name, size_t line, std::string_view what) {
+    if (m_complaints.size() < MAX_COMPLAINTS) {
+        m_complaints.push_back(Format("%1:%2: %3; the line is left out", name, line, what));
+    } else if (m_complaints.size() == MAX_COMPLAINTS) {
+        m_complaints.emplace_back("there are more lines that cannot be read");
+    }
+}
+
+void Configuration::addUsers(std::string_view names) {
+    for (String& name : blocxx::tokenize(names, " ,\t\r\n\v\f")) {
+        m_allowedUsers.insert(std::move(name));
+    }
+}
+
+void Configuration::readLine(std::string_view line, const String& name, size_t number) {
+    line = trimmed(line);
+    if (line.empty() || line.front() == '#' || line.front() == ';') {
+        return;
+    }
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        return complain(name, number, "there is no \"=\"");
+    }
+    const std::string_view key = trimmed(line.substr(0, equals));
+    const std::string_view value = trimmed(line.substr(equals + 1));
+    if (!isKey(key)) {
+        return complain(name, number, "what stands before \"=\" is not a key");
+    }
+    if (!isPrintable(value)) {
+        return complain(name, number, "there is a control character in the value");
+    }
+    if (key == ALLOWED_USERS) {
+        addUsers(value);
+    } else {
+        m_values.insert_or_assign(String(key), String(value));
+    }
+}
+
+void Configuration::read(std::string_view text, const String& name) {
+    size_t number = 0;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        readLine(text.substr(0, end), name, ++number);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+}
+
+void Configuration::readFile(const String& path) {
+    String content;
+    String reason;
+    if (slurp(path, content, reason)) {
+        read(content, path);
+    } else {
+        m_complaints.push_back(Format(
+            "the configuration file \"%1\" cannot be read: %2; it is left out", path, reason));
+    }
+}
+
+void Configuration::readFiles(const String& file, const String& dropInDirectory) {
+    readFile(file);
+    StringArray names;
+    std::error_code failure;
+    for (std::filesystem::directory_iterator it(dropInDirectory, failure), end;
+         !failure && it != end; it.increment(failure)) {
+        const String name = it->path().filename().string();
+        if (name.ends_with(".conf") && !name.starts_with(".")) {
+            names.push_back(name);
+        }
+    }
+    if (failure && failure != std::errc::no_such_file_or_directory) {
+        m_complaints.push_back(Format("the directory \"%1\" cannot be read: %2; it is left out",
+                                      dropInDirectory, failure.message()));
+    }
+    std::sort(names.begin(), names.end());
+    for (const String& name : names) {
+        readFile(dropInDirectory + "/" + name);
+    }
+}
+
+String Configuration::get(const String& key, const String& defaultValue) const {
+    const auto found = m_values.find(key);
+    return found == m_values.end() || found->second.empty() ? defaultValue : found->second;
+}
+
+}  // namespace OwCimomd

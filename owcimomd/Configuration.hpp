@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The daemon's configuration: "key = value" lines, and comments that begin with "#" or ";". Anybody
+// may have written any of the files, so nothing in them is a failure: what cannot be read is told
+// as a complaint that names the file and the line, and left out.
+#pragma once
+
+#include <map>
+#include <set>
+
+#include "blocxx/String.hpp"
+
+namespace OwCimomd {
+
+using blocxx::String;
+using blocxx::StringArray;
+
+class Configuration {
+public:
+    // The keys that the daemon knows. Others are allowed: they may belong to products.
+    static constexpr const char* ALLOWED_USERS = "owcimomd.allowed_users";
+    static constexpr const char* DATADIR = "owcimomd.datadir";
+    static constexpr const char* LOG_LEVEL = "owcimomd.log_level";
+    static constexpr const char* LOG_FILE = "owcimomd.log_file";
+
+    /// A larger file is left out as a whole.
+    static constexpr size_t MAX_FILE_SIZE = 1024 * 1024;
+
+    /// Reads `file` and then the files of `dropInDirectory` whose names end in ".conf" and do not
+    /// begin with a dot, in the order of their names. A drop-in directory that is not there is
+    /// empty.
+    void readFiles(const String& file, const String& dropInDirectory);
+    /// Takes over what `text` says; `name` is for complaints. Of a key that is given again the last
+    /// value counts; allowed users come together from everywhere.
+    void read(std::string_view text, const String& name);
+
+    String get(const String& key, const String& defaultValue) const;
+    const std::set<String>& allowedUsers() const noexcept { return m_allowedUsers; }
+    const StringArray& complaints() const noexcept { return m_complaints; }
+
+private:
+    void readFile(const String& path);
+    void readLine(std::string_view line, const String& name, size_t number);
+    void complain(const String& name, size_t line, std::string_view what);
+    void addUsers(std::string_view names);
+
+    std::map<String, String> m_values;
+    std::set<String> m_allowedUsers;
+    StringArray m_complaints;
+};
+
+}  // namespace OwCimomd

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/Daemon.hpp"
+
+#include <kj/async-unix.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/client/ClientCIMOMHandle.hpp"
+#include "owcimomd/Account.hpp"
+#include "owcimomd/Configuration.hpp"
+#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/Log.hpp"
+#include "owcimomd/PidFile.hpp"
+#include "owcimomd/Server.hpp"
+
+namespace OwCimomd {
+
+using blocxx::Format;
+
+namespace {
+
+constexpr mode_t PRIVATE = 077;
+constexpr std::chrono::seconds PING_TIME_LIMIT{10};
+
+/// Nothing of whoever started it: not its directory, its signals, its rights.
+void leaveCaller(const Layout& layout) {
+    umask(PRIVATE);
+    if (chdir("/") != 0) {
+        BLOCXX_THROW_ERRNO(DaemonException, "cannot change to the directory \"/\"");
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    signal(SIGHUP, SIG_IGN);
+    if (layout.isLive() && geteuid() == 0) {
+        becomeAccount(ACCOUNT);
+    }
+}
+
+int serveUntilTold(const Layout& layout, const Configuration& configuration,
+                   const std::function<void()>& ready) {
+    // Signals that come before the loop waits for them wait for it.
+    kj::UnixEventPort::captureSignal(SIGTERM);
+    kj::UnixEventPort::captureSignal(SIGINT);
+    const PidFile pidFile(layout.pidFile());
+    ServedRepository repository(configuration.get(Configuration::DATADIR, layout.repository()));
+    {
+        kj::AsyncIoContext io = kj::setupAsyncIo();
+        Operations operations(repository, configuration.allowedUsers());
+        Server server(io, layout.socket(), operations);
+        ready();
+        reportInfo("ready");
+        server.run();
+    }
+    try {
+        repository.close();
+    } catch (const blocxx::Exception& e) {
+        reportError(Format("the repository could not be closed, and the next start will do it: %1",
+                           e.getMessage()));
+        return 1;
+    }
+    reportInfo("ended");
+    return 0;
+}
+
+}  // namespace
+
+int runDaemon(const Layout& layout, bool foreground, const std::function<void()>& ready) {
+    leaveCaller(layout);
+    Configuration configuration;
+    configuration.readFiles(layout.configFile(), layout.dropInDirectory());
+    setUpLog(configuration, foreground);
+    for (const String& complaint : configuration.complaints()) {
+        reportError(complaint);
+    }
+    try {
+        return serveUntilTold(layout, configuration, ready);
+    } catch (const blocxx::Exception& e) {
+        reportError(e.getMessage());
+        throw;
+    } catch (const kj::Exception& e) {
+        reportError(e.getDescription().cStr());
+        BLOCXX_THROW(DaemonException, e.getDescription().cStr());
+    }
+}
+
+void pingDaemon(const Layout& layout) {
+    const auto handle =
+        OpenWBEM::ClientCIMOMHandle::createFromURL("owbinary.wbem://localhost:" + layout.socket());
+    handle->getWBEMProtocolHandler()->setTimeout(blocxx::Timeout::relative(PING_TIME_LIMIT));
+    handle->ping();
+}
+
+}  // namespace OwCimomd

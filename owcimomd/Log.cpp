@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/Log.hpp"
+
+#include <syslog.h>
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+#include "blocxx/LogAppender.hpp"
+
+namespace OwCimomd {
+
+using blocxx::ELogLevel;
+using blocxx::LogAppender;
+using blocxx::LogAppenderRef;
+
+namespace {
+
+constexpr const char* COMPONENT = "owcimomd";
+
+class SyslogAppender : public LogAppender {
+public:
+    explicit SyslogAppender(StringArray categories) : m_categories(std::move(categories)) {
+        openlog(COMPONENT, LOG_PID | LOG_NDELAY, LOG_DAEMON);
+    }
+    ~SyslogAppender() override { closelog(); }
+
+    bool accepts(std::string_view /*component*/, ELogLevel level) const override {
+        return std::find(m_categories.begin(), m_categories.end(), blocxx::toString(level)) !=
+               m_categories.end();
+    }
+    void append(const blocxx::LogMessage& message) override {
+        syslog(priority(message.level), "%s", message.text.c_str());
+    }
+
+private:
+    static int priority(ELogLevel level) noexcept {
+        switch (level) {
+            case ELogLevel::FATAL:
+                return LOG_CRIT;
+            case ELogLevel::ERROR:
+                return LOG_ERR;
+            case ELogLevel::INFO:
+                return LOG_INFO;
+            case ELogLevel::DEBUG:
+                break;
+        }
+        return LOG_DEBUG;
+    }
+    StringArray m_categories;
+};
+
+/// The categories of a level and of those that are graver; none when there is no such level.
+StringArray categoriesFrom(const String& level) {
+    StringArray categories;
+    for (const ELogLevel each :
+         {ELogLevel::FATAL, ELogLevel::ERROR, ELogLevel::INFO, ELogLevel::DEBUG}) {
+        categories.emplace_back(blocxx::toString(each));
+        if (blocxx::equalsIgnoreCase(categories.back(), level)) {
+            return categories;
+        }
+    }
+    return {};
+}
+
+LogAppenderRef standardLog(const StringArray& categories, bool foreground) {
+    if (foreground) {
+        return new blocxx::CerrAppender(LogAppender::ALL_COMPONENTS, categories, "owcimomd: %m");
+    }
+    return new SyslogAppender(categories);
+}
+
+}  // namespace
+
+void setUpLog(const Configuration& configuration, bool foreground) {
+    const String level = configuration.get(Configuration::LOG_LEVEL, "info");
+    StringArray categories = categoriesFrom(level);
+    const bool isUnknown = categories.empty();
+    if (isUnknown) {
+        categories = categoriesFrom("info");
+    }
+    const LogAppenderRef standard = standardLog(categories, foreground);
+    LogAppender::setDefaultLogAppender(standard);
+    if (isUnknown) {
+        reportError(blocxx::Format("there is no log level \"%1\"; the level is \"info\"", level));
+    }
+    const String file = configuration.get(Configuration::LOG_FILE, String());
+    if (file.empty()) {
+        return;
+    }
+    try {
+        LogAppender::setDefaultLogAppender(new blocxx::FileAppender(
+            LogAppender::ALL_COMPONENTS, categories, file, "%d %p %m", 0, 0));
+    } catch (const blocxx::Exception& e) {
+        reportError(blocxx::Format("the log file is not used: %1", e.getMessage()));
+    }
+}
+
+void report(ELogLevel level, const String& message) noexcept {
+    try {
+        blocxx::Logger(COMPONENT).log(level, message);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): see the header
+    }
+}
+
+}  // namespace OwCimomd

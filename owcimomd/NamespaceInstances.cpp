@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "owcimomd/NamespaceInstances.hpp"
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
+
+namespace OwCimomd {
+
+using blocxx::Format;
+
+namespace {
+
+constexpr const char* NAME = "Name";
+
+// The keys that every namespace has from the object manager and its system: there is one of each.
+constexpr std::pair<const char*, const char*> SCOPING_KEYS[] = {
+    {"SystemCreationClassName", "CIM_ComputerSystem"},
+    {"SystemName", "localhost"},
+    {"ObjectManagerCreationClassName", "CIM_ObjectManager"},
+    {"ObjectManagerName", "owcimomd"},
+    {"CreationClassName", NamespaceInstances::CLASS_NAME}};
+
+/// There are few namespaces, so all of them are one portion.
+template <class T>
+class OnePortion : public Enumeration<T> {
+public:
+    explicit OnePortion(Array<T> objects) : m_objects(std::move(objects)) {}
+    bool next(ResultHandlerIFC<T>& result) override {
+        for (const T& object : m_objects) {
+            result.handle(object);
+        }
+        m_objects.clear();
+        return false;
+    }
+
+private:
+    Array<T> m_objects;
+};
+
+CIMInstance filled(const CIMInstance& instance) {
+    CIMInstance result = instance;
+    for (const auto& [name, value] : SCOPING_KEYS) {
+        const CIMValue given = instance.getPropertyValue(name);
+        if (given && given.toString() != value) {
+            OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                               Format("the key %1 of a namespace is \"%2\" here", name, value));
+        }
+        result.setProperty(name, CIMValue(value));
+    }
+    return result;
+}
+
+/// The instance with what its properties have from their class, where that is asked for.
+CIMInstance cut(CIMInstance instance, const CIMClass& cls, bool localOnly, bool includeQualifiers,
+                bool includeClassOrigin, const StringArray* propertyList) {
+    CIMPropertyArray properties = instance.getProperties();
+    for (CIMProperty& property : properties) {
+        if (const CIMProperty* declared = cls.getProperty(property.getName())) {
+            property.setPropagated(declared->isPropagated());
+            property.setClassOrigin(declared->getClassOrigin());
+            property.setQualifiers(declared->getQualifiers());
+        }
+    }
+    instance.setProperties(std::move(properties));
+    return instance.filter(localOnly, includeQualifiers, includeClassOrigin, propertyList);
+}
+
+}  // namespace
+
+bool NamespaceInstances::serves(const String& ns, const String& className) {
+    return blocxx::equalsIgnoreCase(ns, INTEROP_NAMESPACE) &&
+           blocxx::equalsIgnoreCase(className, CLASS_NAME);
+}
+
+void NamespaceInstances::refuseChange(const char* attempt) {
+    OPENWBEM_THROW_CIM(NOT_SUPPORTED,
+                       Format("a namespace cannot be %1 through the object manager", attempt));
+}
+
+CIMClass NamespaceInstances::requireClass() {
+    try {
+        return m_handle.getClass(INTEROP_NAMESPACE, CLASS_NAME, E_NOT_LOCAL_ONLY,
+                                 E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
+    } catch (const CIMException& e) {
+        if (e.getErrNo() != CIMException::NOT_FOUND) {
+            throw;
+        }
+        OPENWBEM_THROW_CIM(INVALID_CLASS, Format("there is no class \"%1\"", CLASS_NAME));
+    }
+}
+
+CIMInstance NamespaceInstances::makeInstance(const CIMClass& cls, const String& name) const {
+    CIMInstance instance(CLASS_NAME);
+    for (const auto& [key, value] : SCOPING_KEYS) {
+        instance.setProperty(key, CIMValue(value));
+    }
+    instance.setProperty(NAME, CIMValue(name));
+    instance.setProperty("ClassInfo", CIMValue(uint16_t(0)));
+    return completeInstance(instance, cls);
+}
+
+Array<CIMInstance> NamespaceInstances::all(const CIMClass& cls) {
+    Array<CIMInstance> instances;
+    auto collect = makeResultHandler<String>(
+        [&](const String& name) { instances.push_back(makeInstance(cls, name)); });
+    m_handle.enumNameSpace(collect);
+    return instances;
+}
+
+EnumerationPtr<CIMInstance> NamespaceInstances::openInstances(bool localOnly,
+                                                              bool includeQualifiers,
+                                                              bool includeClassOrigin,
+                                                              const StringArray* propertyList) {
+    const CIMClass cls = requireClass();
+    Array<CIMInstance> instances = all(cls);
+    for (CIMInstance& instance : instances) {
+        instance =
+            cut(instance, cls, localOnly, includeQualifiers, includeClassOrigin, propertyList);
+    }
+    return std::make_unique<OnePortion<CIMInstance>>(std::move(instances));
+}
+
+EnumerationPtr<CIMObjectPath> NamespaceInstances::openInstanceNames() {
+    Array<CIMObjectPath> paths;
+    for (const CIMInstance& instance : all(requireClass())) {
+        paths.emplace_back(INTEROP_NAMESPACE, instance);
+    }
+    return std::make_unique<OnePortion<CIMObjectPath>>(std::move(paths));
+}
+
+CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, bool localOnly,
+                                            bool includeQualifiers, bool includeClassOrigin,
+                                            const StringArray* propertyList) {
+    const CIMClass cls = requireClass();
+    CIMObjectPath wanted = path;
+    wanted.setHost(String()).setNameSpace(INTEROP_NAMESPACE).syncWithClass(cls);
+    for (const CIMInstance& instance : all(cls)) {
+        if (CIMObjectPath(INTEROP_NAMESPACE, instance) == wanted) {
+            return cut(instance, cls, localOnly, includeQualifiers, includeClassOrigin,
+                       propertyList);
+        }
+    }
+    OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", wanted.modelPath()));
+}
+
+CIMObjectPath NamespaceInstances::createInstance(const CIMInstance& instance) {
+    const CIMInstance complete = completeInstance(filled(instance), requireClass());
+    m_handle.createNameSpace(complete.getPropertyValue(NAME).toString());
+    return {INTEROP_NAMESPACE, complete};
+}
+
+}  // namespace OwCimomd

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The namespaces as instances of CIM_Namespace in the interop namespace. They are not stored: what
+// there is says the repository, and creating one creates the namespace.
+#pragma once
+
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+
+namespace OwCimomd {
+
+using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
+
+class NamespaceInstances {
+public:
+    static constexpr const char* INTEROP_NAMESPACE = "root";
+    static constexpr const char* CLASS_NAME = "CIM_Namespace";
+
+    explicit NamespaceInstances(RepositoryCIMOMHandle& handle) : m_handle(handle) {}
+
+    /// Whether operations on instances of that class are answered here.
+    static bool serves(const String& ns, const String& className);
+
+    EnumerationPtr<CIMInstance> openInstances(bool localOnly, bool includeQualifiers,
+                                              bool includeClassOrigin,
+                                              const StringArray* propertyList);
+    EnumerationPtr<CIMObjectPath> openInstanceNames();
+    /// Throws CIMException NOT_FOUND.
+    CIMInstance getInstance(const CIMObjectPath& path, bool localOnly, bool includeQualifiers,
+                            bool includeClassOrigin, const StringArray* propertyList);
+    /// Creates the namespace of its key "Name". Throws CIMException ALREADY_EXISTS, or
+    /// INVALID_PARAMETER when the other keys are not those of this object manager.
+    CIMObjectPath createInstance(const CIMInstance& instance);
+    /// Throws CIMException NOT_SUPPORTED.
+    [[noreturn]] static void refuseChange(const char* attempt);
+
+private:
+    CIMClass requireClass();
+    CIMInstance makeInstance(const CIMClass& cls, const String& name) const;
+    Array<CIMInstance> all(const CIMClass& cls);
+
+    RepositoryCIMOMHandle& m_handle;
+};
+
+}  // namespace OwCimomd

@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The table of operations, and those that have at most one result. The enumerations are in
+// Enumerations.cpp.
+#include "owcimomd/Operations.hpp"
+
+#include "blocxx/Format.hpp"
+#include "owcimomd/Arguments.hpp"
+
+namespace OwCimomd {
+
+using wire::Operation;
+
+namespace {
+
+String textOf(capnp::Text::Reader text) {
+    return {text.begin(), text.size()};
+}
+
+/// Objects that cannot be read are the client's mistake.
+template <class Decode>
+auto decoded(Decode decode) {
+    try {
+        return decode();
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, e.getMessage());
+    }
+}
+
+/// Says for whom the repository is read, for as long as it lives.
+template <class T>
+class Setting {
+public:
+    Setting(T& place, T value) : m_place(place) { place = value; }
+    ~Setting() { m_place = T(); }
+    Setting(const Setting&) = delete;
+    Setting& operator=(const Setting&) = delete;
+
+private:
+    T& m_place;
+};
+
+}  // namespace
+
+/// What an operation is: the right that it takes, whether it changes anything, and its function.
+struct Operations::Row {
+    Operation operation;
+    Right right;
+    String (Operations::*carryOut)(const Arguments&);
+    Rest (Operations::*open)(const Arguments&);
+
+    bool isChange() const noexcept {
+        return right == Right::WRITE_INSTANCES || right == Right::WRITE_CLASSES;
+    }
+};
+
+// In the order of wire::Operation.
+const Operations::Row Operations::ROWS[] = {
+    {Operation::ENUM_CLASSES, Right::READ_CLASSES, nullptr, &Operations::enumClasses},
+    {Operation::ENUM_CLASS_NAMES, Right::READ_CLASSES, nullptr, &Operations::enumClassNames},
+    {Operation::GET_CLASS, Right::READ_CLASSES, &Operations::getClass, nullptr},
+    {Operation::CREATE_CLASS, Right::WRITE_CLASSES, &Operations::createClass, nullptr},
+    {Operation::MODIFY_CLASS, Right::WRITE_CLASSES, &Operations::modifyClass, nullptr},
+    {Operation::DELETE_CLASS, Right::WRITE_CLASSES, &Operations::deleteClass, nullptr},
+    {Operation::ENUM_INSTANCES, Right::READ_INSTANCES, nullptr, &Operations::enumInstances},
+    {Operation::ENUM_INSTANCE_NAMES, Right::READ_INSTANCES, nullptr,
+     &Operations::enumInstanceNames},
+    {Operation::GET_INSTANCE, Right::READ_INSTANCES, &Operations::getInstance, nullptr},
+    {Operation::CREATE_INSTANCE, Right::WRITE_INSTANCES, &Operations::createInstance, nullptr},
+    {Operation::MODIFY_INSTANCE, Right::WRITE_INSTANCES, &Operations::modifyInstance, nullptr},
+    {Operation::DELETE_INSTANCE, Right::WRITE_INSTANCES, &Operations::deleteInstance, nullptr},
+    {Operation::GET_QUALIFIER_TYPE, Right::READ_CLASSES, &Operations::getQualifierType, nullptr},
+    {Operation::ENUM_QUALIFIER_TYPES, Right::READ_CLASSES, nullptr,
+     &Operations::enumQualifierTypes},
+    {Operation::SET_QUALIFIER_TYPE, Right::WRITE_CLASSES, &Operations::setQualifierType, nullptr},
+    {Operation::DELETE_QUALIFIER_TYPE, Right::WRITE_CLASSES, &Operations::deleteQualifierType,
+     nullptr},
+    {Operation::ASSOCIATORS, Right::READ_INSTANCES, nullptr, &Operations::associators},
+    {Operation::ASSOCIATOR_NAMES, Right::READ_INSTANCES, nullptr, &Operations::associatorNames},
+    {Operation::REFERENCES, Right::READ_INSTANCES, nullptr, &Operations::references},
+    {Operation::REFERENCE_NAMES, Right::READ_INSTANCES, nullptr, &Operations::referenceNames},
+    {Operation::ASSOCIATORS_CLASSES, Right::READ_CLASSES, nullptr, &Operations::associatorsClasses},
+    {Operation::REFERENCES_CLASSES, Right::READ_CLASSES, nullptr, &Operations::referencesClasses},
+};
+
+Operations::Arguments::Arguments(wire::Request::Reader request)
+    : ns(textOf(request.getNameSpace())),
+      name(textOf(request.getName())),
+      deep(request.getDeep() ? E_DEEP : E_SHALLOW),
+      localOnly(request.getLocalOnly() ? E_LOCAL_ONLY : E_NOT_LOCAL_ONLY),
+      qualifiers(request.getIncludeQualifiers() ? E_INCLUDE_QUALIFIERS : E_EXCLUDE_QUALIFIERS),
+      classOrigin(request.getIncludeClassOrigin() ? E_INCLUDE_CLASS_ORIGIN
+                                                  : E_EXCLUDE_CLASS_ORIGIN),
+      filter{textOf(request.getAssocClass()), textOf(request.getResultClass()),
+             textOf(request.getRole()), textOf(request.getResultRole())} {
+    const auto object = request.getObject();
+    m_object = {reinterpret_cast<const std::byte*>(object.begin()), object.size()};
+    if (request.getHasPropertyList()) {
+        m_list.emplace();
+        for (const auto property : request.getPropertyList()) {
+            m_list->push_back(textOf(property));
+        }
+    }
+}
+
+CIMClass Operations::Arguments::cls() const {
+    return decoded([this] { return Codec::decodeClassArgument(m_object); });
+}
+CIMInstance Operations::Arguments::instance() const {
+    return decoded([this] { return Codec::decodeInstanceArgument(m_object); });
+}
+CIMObjectPath Operations::Arguments::path() const {
+    return decoded([this] { return Codec::decodeObjectPathArgument(m_object); });
+}
+CIMQualifierType Operations::Arguments::qualifierType() const {
+    return decoded([this] { return Codec::decodeQualifierTypeArgument(m_object); });
+}
+
+Operations::Operations(ServedRepository& repository, std::set<String> allowedUsers)
+    : m_handle(repository.handle()),
+      m_namespaces(m_handle),
+      m_access(m_handle, std::move(allowedUsers)) {
+    repository.setMayRead([this](const String& ns) {
+        return m_user == nullptr || m_access.has(*m_user, ns, Right::READ_INSTANCES);
+    });
+}
+
+const Operations::Row& Operations::rowOf(Operation operation) {
+    for (const Row& row : ROWS) {
+        if (row.operation == operation) {
+            return row;
+        }
+    }
+    OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the operation");
+}
+
+String Operations::carryOut(const User& user, wire::Request::Reader request) {
+    m_access.requireConnect(user);
+    const Row& row = rowOf(request.getOperation());
+    if (row.carryOut == nullptr) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the operation is an enumeration");
+    }
+    const Arguments arguments(request);
+    m_access.require(user, arguments.ns, row.right);
+    const Setting current(m_user, &user);
+    return row.isChange() ? change(row, arguments) : (this->*row.carryOut)(arguments);
+}
+
+// The commit is the commit point: the answer is sent after it, and what fails before leaves
+// nothing.
+String Operations::change(const Row& row, const Arguments& arguments) {
+    m_access.noteChange(arguments.ns);
+    String result = (this->*row.carryOut)(arguments);
+    m_handle.commit();
+    return result;
+}
+
+Operations::Rest Operations::open(const User& user, wire::Request::Reader request) {
+    m_access.requireConnect(user);
+    const Row& row = rowOf(request.getOperation());
+    if (row.open == nullptr) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the operation is not an enumeration");
+    }
+    const Arguments arguments(request);
+    m_access.require(user, arguments.ns, row.right);
+    const Setting current(m_user, &user);
+    return (this->*row.open)(arguments);
+}
+
+bool Operations::next(const User& user, EncodedEnumeration& enumeration, StringArray& portion) {
+    const Setting current(m_user, &user);
+    return enumeration.next(portion);
+}
+
+String Operations::getClass(const Arguments& a) {
+    return Codec::encodeView(
+        m_handle.getClass(a.ns, a.name, a.localOnly, a.qualifiers, a.classOrigin, a.list()));
+}
+
+String Operations::createClass(const Arguments& a) {
+    m_handle.createClass(a.ns, a.cls());
+    return {};
+}
+
+String Operations::modifyClass(const Arguments& a) {
+    m_handle.modifyClass(a.ns, a.cls());
+    return {};
+}
+
+String Operations::deleteClass(const Arguments& a) {
+    m_handle.deleteClass(a.ns, a.name);
+    return {};
+}
+
+String Operations::getInstance(const Arguments& a) {
+    const CIMObjectPath path = a.path();
+    if (NamespaceInstances::serves(a.ns, path.getClassName())) {
+        return Codec::encodeView(m_namespaces.getInstance(
+            path, a.localOnly == E_LOCAL_ONLY, a.qualifiers == E_INCLUDE_QUALIFIERS,
+            a.classOrigin == E_INCLUDE_CLASS_ORIGIN, a.list()));
+    }
+    return Codec::encodeView(
+        m_handle.getInstance(a.ns, path, a.localOnly, a.qualifiers, a.classOrigin, a.list()));
+}
+
+String Operations::createInstance(const Arguments& a) {
+    const CIMInstance instance = a.instance();
+    if (NamespaceInstances::serves(a.ns, instance.getClassName())) {
+        return Codec::encode(m_namespaces.createInstance(instance));
+    }
+    return Codec::encode(m_handle.createInstance(a.ns, instance));
+}
+
+String Operations::modifyInstance(const Arguments& a) {
+    const CIMInstance instance = a.instance();
+    if (NamespaceInstances::serves(a.ns, instance.getClassName())) {
+        NamespaceInstances::refuseChange("changed");
+    }
+    m_handle.modifyInstance(a.ns, instance, a.qualifiers, a.list());
+    return {};
+}
+
+String Operations::deleteInstance(const Arguments& a) {
+    const CIMObjectPath path = a.path();
+    if (NamespaceInstances::serves(a.ns, path.getClassName())) {
+        NamespaceInstances::refuseChange("deleted");
+    }
+    m_handle.deleteInstance(a.ns, path);
+    return {};
+}
+
+String Operations::getQualifierType(const Arguments& a) {
+    return Codec::encode(m_handle.getQualifierType(a.ns, a.name));
+}
+
+String Operations::setQualifierType(const Arguments& a) {
+    m_handle.setQualifierType(a.ns, a.qualifierType());
+    return {};
+}
+
+String Operations::deleteQualifierType(const Arguments& a) {
+    m_handle.deleteQualifierType(a.ns, a.name);
+    return {};
+}
+
+}  // namespace OwCimomd

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Carries out the requests of users: checks that they may, and hands the results back encoded. Each
+// request is carried out to its end and committed before the next one begins.
+#pragma once
+
+#include <memory>
+
+#include "owcimomd/AccessControl.hpp"
+#include "owcimomd/NamespaceInstances.hpp"
+#include "owcimomd/ServedRepository.hpp"
+#include "rpc.capnp.h"
+
+namespace OwCimomd {
+
+/// The results of an enumeration that are still to come, encoded.
+class EncodedEnumeration {
+public:
+    virtual ~EncodedEnumeration() = default;
+    /// Appends the next ones to `portion`; false when these were the last ones.
+    [[nodiscard]] virtual bool next(StringArray& portion) = 0;
+};
+
+class Operations {
+public:
+    Operations(ServedRepository& repository, std::set<String> allowedUsers);
+
+    const AccessControl& access() const noexcept { return m_access; }
+
+    // These throw CIMException.
+
+    /// The result of an operation that has at most one.
+    String carryOut(const User& user, wire::Request::Reader request);
+    std::unique_ptr<EncodedEnumeration> open(const User& user, wire::Request::Reader request);
+    /// Appends the next portion of an enumeration of that user.
+    bool next(const User& user, EncodedEnumeration& enumeration, StringArray& portion);
+
+private:
+    class Arguments;
+    struct Row;
+    static const Row ROWS[];
+    static const Row& rowOf(wire::Operation operation);
+    using Rest = std::unique_ptr<EncodedEnumeration>;
+
+    String change(const Row& row, const Arguments& arguments);
+
+    String getClass(const Arguments& a);
+    String createClass(const Arguments& a);
+    String modifyClass(const Arguments& a);
+    String deleteClass(const Arguments& a);
+    String getInstance(const Arguments& a);
+    String createInstance(const Arguments& a);
+    String modifyInstance(const Arguments& a);
+    String deleteInstance(const Arguments& a);
+    String getQualifierType(const Arguments& a);
+    String setQualifierType(const Arguments& a);
+    String deleteQualifierType(const Arguments& a);
+
+    Rest enumClasses(const Arguments& a);
+    Rest enumClassNames(const Arguments& a);
+    Rest enumInstances(const Arguments& a);
+    Rest enumInstanceNames(const Arguments& a);
+    Rest enumQualifierTypes(const Arguments& a);
+    CIMObjectPath source(const Arguments& a);
+    Rest associators(const Arguments& a);
+    Rest associatorNames(const Arguments& a);
+    Rest references(const Arguments& a);
+    Rest referenceNames(const Arguments& a);
+    Rest associatorsClasses(const Arguments& a);
+    Rest referencesClasses(const Arguments& a);
+
+    RepositoryCIMOMHandle& m_handle;
+    NamespaceInstances m_namespaces;
+    AccessControl m_access;
+    const User* m_user = nullptr;  // whose request is being carried out
+};
+
+}  // namespace OwCimomd

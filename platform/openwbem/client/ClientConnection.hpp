@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A connection to the daemon: carries operations over and brings their results back. It is made
+// with the first call, and again with the first call after it was lost; a call that was under way
+// when that happened fails and is not repeated, as nobody knows whether it was carried out.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+
+#include "openwbem/client/WBEMProtocolHandler.hpp"
+#include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "rpc.capnp.h"
+
+namespace OpenWBEM {
+
+/// An operation with its arguments (wire::Request).
+struct ClientCall {
+    wire::Operation operation;
+    const String& ns;
+    const String* name = nullptr;
+    String object{};
+    bool deep = false;
+    bool localOnly = false;
+    bool includeQualifiers = false;
+    bool includeClassOrigin = false;
+    const StringArray* propertyList = nullptr;
+    const AssociationFilter* filter = nullptr;
+};
+
+class ClientConnection {
+public:
+    using Bytes = std::span<const std::byte>;
+
+    explicit ClientConnection(String socketPath);
+    /// Never fails, whatever has become of the daemon.
+    ~ClientConnection();
+    ClientConnection(const ClientConnection&) = delete;
+    ClientConnection& operator=(const ClientConnection&) = delete;
+
+    // These throw CIMException: what the operation failed with, or FAILED when the daemon cannot be
+    // reached or the connection is lost.
+
+    void ping(const blocxx::Timeout& timeout);
+    /// The encoded result.
+    String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
+    /// Hands over each encoded result.
+    void enumerate(const ClientCall& call, const blocxx::Timeout& timeout,
+                   const std::function<void(Bytes)>& visit);
+
+private:
+    class Session;
+
+    std::shared_ptr<Session> session(const blocxx::Timeout& timeout);
+    template <class Action>
+    auto guarded(Action action);
+    [[noreturn]] void fail(const char* reason);
+
+    String m_path;
+    std::shared_ptr<Session> m_session;
+};
+
+}  // namespace OpenWBEM

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Between the operations of the client handle and its connection: encoding arguments and decoding
+// results. For the handle's own sources.
+#pragma once
+
+#include "openwbem/client/ClientCIMOMHandle.hpp"
+#include "openwbem/client/ClientConnection.hpp"
+#include "openwbem/wire/CIMCodec.hpp"
+
+namespace OpenWBEM {
+
+/// Runs `encode`; an object that cannot be sent is the failure of the operation.
+template <class Encode>
+String encodeArgument(Encode encode) {
+    try {
+        return encode();
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, e.getMessage());
+    }
+}
+
+/// Runs `decode`; an answer that cannot be read is one that nobody understands.
+template <class Decode>
+auto decodeResult(Decode decode) {
+    try {
+        return decode();
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(FAILED,
+                           String("The answer of owcimomd cannot be read: ") + e.getMessage());
+    }
+}
+
+inline ClientConnection::Bytes bytesOf(const String& text) {
+    return std::as_bytes(std::span(text.data(), text.size()));
+}
+
+template <class T, class Decode>
+void ClientCIMOMHandle::enumerate(const ClientCall& call, ResultHandlerIFC<T>& result,
+                                  Decode decode) {
+    m_connection->enumerate(call, m_protocol->getTimeout(), [&](ClientConnection::Bytes bytes) {
+        result.handle(decodeResult([&] { return decode(bytes); }));
+    });
+}
+
+}  // namespace OpenWBEM

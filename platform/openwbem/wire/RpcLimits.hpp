@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How large the messages between client and daemon may be, and where the daemon listens.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace OpenWBEM::RpcLimits {
+
+/// The largest message, in words of 8 bytes: 512 MiB, more than the largest object that a message
+/// can hold. Checked before memory is taken.
+inline constexpr uint64_t MAX_WORDS = uint64_t(64) << 20U;
+/// The largest message from a client whose user may not connect: it only hears that it may not.
+inline constexpr uint64_t MAX_WORDS_STRANGER = 8192;
+
+/// How deep pointers may go in a message: the calls are flat, the objects in them are messages of
+/// their own.
+inline constexpr int NESTING = 64;
+
+/// The socket of the daemon of this machine.
+extern const char* const SOCKET_PATH;
+
+}  // namespace OpenWBEM::RpcLimits
