@@ -3,6 +3,7 @@
 
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/NotBuiltYet.hpp"
+#include "fennik/cimom/RepositoryCopy.hpp"
 #include "fennik/cli/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
@@ -28,6 +29,23 @@ void printLines(const StringArray& lines) {
     for (const String& line : lines) {
         StandardStreams::writeOut(line + "\n");
     }
+}
+
+/// Calls `operation(handle, undo)` on a working copy of the repository and swaps the copy in, with
+/// the daemon stopped meanwhile. The order of the declarations is the order of the steps; in the
+/// end the copy goes before the daemon is started again.
+template <class Operation>
+void workOnCopy(Run& run, Operation operation) {
+    const StopAndStartCimom guard(run.buildSystem, run.startFailed);
+    RepositoryCopy copy(run.prefix);
+    {
+        CleanupActions_t undo;
+        undoOnFailure(undo, [&] {
+            operation(copy.GetHandle(), undo);
+            copy.SwapInNewRepository();
+        });
+    }
+    copy.CloseRepository();
 }
 
 void registerProductOperation(Run& run) {
@@ -72,6 +90,14 @@ void registerNamespaceOperation(Run& run) {
     });
 }
 
+void deregisterNamespaceOperation(Run& run) {
+    const String name = productName(run);
+    const StringArray namespaces = values(run, DEREGISTER_NAMESPACE_OPT);
+    workOnCopy(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle, CleanupActions_t&) {
+        deregisterNamespaces(handle, name, namespaces);
+    });
+}
+
 void listNamespacesOperation(Run& run) {
     printLines(listNamespaces(run.handle, productName(run)));
 }
@@ -93,11 +119,6 @@ void registerProvidersOperation(Run& run) {
 void listProvidersOperation(Run& run) {
     productName(run);
     notBuiltYet("--list-providers");
-}
-
-void deregisterNamespaceOperation(Run& run) {
-    productName(run);
-    notBuiltYet("--deregister-namespace");
 }
 
 void dumpProductStateOperation(Run&) {

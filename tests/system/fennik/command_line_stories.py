@@ -160,7 +160,6 @@ class Dispatch(Story):
             ["--deregister", "--name", "x"],
             ["--register-providers", "/x", "--name", "x"],
             ["--list-providers", "--name", "x"],
-            ["--deregister-namespace", "x", "--name", "x"],
             ["--dump-product-state", "/x"],
             ["--restore-product-state", "/x"],
         ):

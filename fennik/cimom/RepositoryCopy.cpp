@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/cimom/RepositoryCopy.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Logger.hpp"
+#include "blocxx/Secure.hpp"
+#include "fennik/cimom/KeptFiles.hpp"
+#include "fennik/undo/Execute.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/FileUtils.hpp"
+#include "fennik/undo/UndoMessages.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using blocxx::Logger;
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+// Odd endings, so that no directory of anybody else's has the name.
+#define KOV_DATA_DIR "/var/opt/tarvo/kov/openwbem"
+constexpr const char* LIVE = KOV_DATA_DIR "/repository";
+constexpr const char* COPY = KOV_DATA_DIR "/repository-copy_QLkJ235";
+constexpr const char* BACKUP = KOV_DATA_DIR "/repository-back_LKjs2354";
+/// Second names of the live repository's files, for as long as the backup is being removed.
+constexpr const char* KEPT_FILES = KOV_DATA_DIR "/repository-back_LKjs2354-files";
+
+// A large repository may take long; a whole day means that the program hangs.
+constexpr int TIME_LIMIT = 86400;
+
+struct Outcome {
+    bool succeeded;
+    String output;
+    blocxx::Process::Status status;
+};
+
+Outcome execute(const String& command) {
+    Outcome outcome{};
+    outcome.succeeded =
+        executeUnprivilegedB(command, outcome.output, "executeUnprivileged: ", "", &outcome.status,
+                             TIME_LIMIT, blocxx::Secure::minimalEnvironment());
+    return outcome;
+}
+
+String locate(const char* program) {
+    return FileUtils::locateExecutable(program, KOVConstants::EXECUTABLE_DEFAULT_PATH);
+}
+
+/// Whether there is anything of that name, a link that leads nowhere included.
+bool isTaken(const String& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+}
+
+bool isRealDirectory(const String& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+[[noreturn]] void failCopying(const String& command, const Outcome& outcome) {
+    BLOCXX_THROW_ERR(FennikException,
+                     Format("Unable to copy the repository directory. %1 Failed with status "
+                            "message: %2\n and output %3\n",
+                            command, outcome.status, outcome.output),
+                     26);
+}
+
+[[noreturn]] void failSyncing(const String& path) {
+    BLOCXX_THROW_ERRNO(blocxx::FileSystemException,
+                       Format("Cannot put \"%1\" on the disk", path).toString());
+}
+
+void syncDirectory(const String& path) {
+    if (!FileSystem::syncDirectory(path)) {
+        failSyncing(path);
+    }
+}
+
+void syncFile(const String& path) {
+    blocxx::File file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file || file.flush() != 0) {
+        failSyncing(path);
+    }
+}
+
+/// Puts a directory with everything in it on the disk; links are not followed.
+void syncTree(const String& path) {
+    std::error_code failure;
+    std::filesystem::recursive_directory_iterator entry(path, failure);
+    for (; !failure && entry != end(entry); entry.increment(failure)) {
+        const auto type = entry->symlink_status().type();
+        if (type == std::filesystem::file_type::directory) {
+            syncDirectory(entry->path().string());
+        } else if (type == std::filesystem::file_type::regular) {
+            syncFile(entry->path().string());
+        }
+    }
+    if (failure) {
+        errno = failure.value();
+        failSyncing(path);
+    }
+    syncDirectory(path);
+}
+
+/// What an administrator has to do when something stands where the backup should go.
+std::optional<blocxx::Exception> leftOver(const String& to, int errnum) {
+    if (errnum != ENOTEMPTY && errnum != EEXIST && errnum != ENOTDIR) {
+        return std::nullopt;
+    }
+    return blocxx::FileSystemException(
+        __FILE__, __LINE__,
+        Format("\"%1\" is in the way. An earlier run that was interrupted after it had put the "
+               "new repository in place leaves it behind; the repository is complete without it. "
+               "Remove it and run fennik again",
+               to)
+            .toString()
+            .c_str());
+}
+
+void RenameFileOrDir(const String& from, const String& to) {
+    const Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, Format("Attempting to rename \"%1\" to \"%2\"", from, to));
+    if (FileSystem::renameFile(from, to)) {
+        return;
+    }
+    const int errnum = errno;
+    const auto cause = leftOver(to, errnum);
+    const String message =
+        Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), 27, cause ? &*cause : nullptr);
+}
+
+void removeBackup(const String& backup) {
+    const String command = Format("%1 -rf %2", locate("rm"), backup);
+    const Outcome outcome = execute(command);
+    if (!outcome.succeeded) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("Unable to remove temporary directory: %1 \n %2 \n %3", command,
+                                outcome.status, outcome.output),
+                         28);
+    }
+}
+
+}  // namespace
+
+/// Tells the repository where the copy is. The name has no prefix.
+class ReposCopyEnv : public OpenWBEM::ServiceEnvironmentIFC {
+public:
+    String getConfigItem(const String& name, const String& defaultValue) const override {
+        return name == OpenWBEM::ConfigOpts::DATADIR_opt ? String(COPY) : defaultValue;
+    }
+    OpenWBEM::CIMOMHandleIFCRef getCIMOMHandle(OpenWBEM::OperationContext&,
+                                               EBypassProvidersFlag) const override {
+        return m_handle;
+    }
+    void setHandle(const OpenWBEM::CIMOMHandleIFCRef& handle) { m_handle = handle; }
+
+private:
+    OpenWBEM::CIMOMHandleIFCRef m_handle;
+};
+
+RepositoryCopy::RepositoryCopy(const String& prefix)
+    : m_environment(new ReposCopyEnv), m_repository(new OpenWBEM::CIMRepository), m_prefix(prefix) {
+    try {
+        Init();
+    } catch (...) {
+        discard();
+        throw;
+    }
+}
+
+RepositoryCopy::~RepositoryCopy() {
+    discard();
+}
+
+void RepositoryCopy::discard() noexcept {
+    if (m_initialised && !m_swapped) {
+        try {
+            RemoveReposWorkCopyDir(m_prefix + COPY);
+        } catch (const std::exception& e) {
+            // Such as a debug log that cannot be written.
+            UndoMessages::logUndoFailure(String("Failed to delete the directory: ") + COPY + ": " +
+                                         e.what());
+        }
+    }
+    m_environment->setHandle(OpenWBEM::CIMOMHandleIFCRef());
+}
+
+void RepositoryCopy::Init() {
+    const Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, "Initializing copy of repository");
+    const String live = m_prefix + LIVE;
+    const String copy = m_prefix + COPY;
+    if (FileSystem::isDirectory(copy)) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("An error occured while creating a copy of the repository. %1 : "
+                                "directory already exists. You should remove this directory and "
+                                "run fennik again.",
+                                copy),
+                         26);
+    }
+    m_handle = new OpenWBEM::RepositoryCIMOMHandle(m_repository, m_context);
+    m_environment->setHandle(m_handle);
+
+    const String command = Format("%1 -pR %2 %3", locate("cp"), live, copy);
+    // The words of a command cannot hold blanks: other directories would be copied, and removed.
+    if (blocxx::tokenize(copy).size() != 1) {
+        failCopying(command, {false, "The path has blanks in it.", {}});
+    }
+    // From here on the copy is this run's, also when it remains half made. Anything else that has
+    // its name, such as a file, is not.
+    m_initialised = !isTaken(copy);
+    Outcome outcome = execute(command);
+    if (outcome.succeeded && !isRealDirectory(copy)) {
+        // Changes made through the copy of a link would be changes to the live repository.
+        outcome.output = "The copy is no directory: the repository directory is a link.";
+        outcome.succeeded = false;
+    }
+    if (!outcome.succeeded) {
+        failCopying(command, outcome);
+    }
+    openCopy();
+}
+
+void RepositoryCopy::openCopy() {
+    // The environment names the copy without the prefix. Whatever stands there is another
+    // repository, the machine's own, and must not be opened.
+    if (!m_prefix.empty()) {
+        OPENWBEM_THROW_CIM(
+            FAILED, Format("The working copy of the repository cannot be opened: it was made at "
+                           "\"%1\" and is looked for at \"%2\". Operations on a working copy are "
+                           "possible only on an installed system, not below another directory",
+                           m_prefix + COPY, COPY));
+    }
+    m_repository->init(m_environment);
+}
+
+// 1. The copy is committed, which closes its journal, and put on the disk. Until here, and after a
+//    crash, the live repository is untouched; a crash leaves the copy behind.
+// 2. The live repository gets its backup name. A crash from here leaves no live repository; the
+//    next opening tells to rename the backup.
+// 3. The copy gets the live name: the commit point. After a crash the live repository is the new
+//    one, complete, and the backup is left behind.
+// 4. The parent directory is synced, so that a power cut cannot bring the names of before back once
+//    the old files are gone.
+// 5. The backup is removed. Second names of its files are kept meanwhile: a removal that fails half
+//    way can be undone, too.
+void RepositoryCopy::SwapInNewRepository() {
+    const Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, "Swapping in new repository.");
+    m_undo.clear();
+    m_repository->commit();
+    syncTree(m_prefix + COPY);
+    undoOnFailure(m_undo, [this] { exchange(); });
+    m_swapped = true;
+    m_undo.clear();
+    // Too late to be undone, and harmless: at worst a power cut brings the backup's name back.
+    FileSystem::syncDirectory(m_prefix + KOV_DATA_DIR);
+}
+
+void RepositoryCopy::exchange() {
+    const String live = m_prefix + LIVE;
+    const String backup = m_prefix + BACKUP;
+    const String copy = m_prefix + COPY;
+    const String parent = m_prefix + KOV_DATA_DIR;
+    const auto kept = std::make_shared<KeptFiles>(live, m_prefix + KEPT_FILES);
+    // An entry that cannot be pushed would leave its step without an undo.
+    m_undo.reserve(4);
+    m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });
+    RenameFileOrDir(live, backup);
+    m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(backup, live); });
+    RenameFileOrDir(copy, live);
+    m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(live, copy); });
+    syncDirectory(parent);
+    m_undo.emplace_back([=] { kept->putBack(backup); });
+    removeBackup(backup);
+}
+
+void RepositoryCopy::CloseRepository() {
+    m_repository->close();
+}
+
+}  // namespace KOVNS2

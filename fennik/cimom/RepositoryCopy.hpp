@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A working copy of the repository for operations that delete much: they change the copy, and in
+// the end it takes the live repository's place. Until then the live repository is not touched. The
+// daemon must be stopped while there is a copy.
+//
+// A copy left behind by a killed run is never used and never removed: the next one is refused with
+// a message that names it.
+#pragma once
+
+#include "fennik/undo/FNCleanupActions.hpp"
+#include "openwbem/repository/CIMRepository.hpp"
+
+namespace KOVNS2 {
+
+class ReposCopyEnv;
+
+class RepositoryCopy {
+public:
+    /// Copies the repository below `prefix` and opens the copy. Only the machine's own repository
+    /// can be worked on like this: with a prefix, opening fails. Throws FennikException or
+    /// CIMException; then no copy is left behind.
+    explicit RepositoryCopy(const String& prefix);
+    /// Removes the copy unless it was swapped in.
+    ~RepositoryCopy();
+    RepositoryCopy(const RepositoryCopy&) = delete;
+    RepositoryCopy& operator=(const RepositoryCopy&) = delete;
+
+    /// The handle on the copy. It must not be used after the copy has gone.
+    const OpenWBEM::CIMOMHandleIFCRef& GetHandle() const noexcept { return m_handle; }
+
+    /// Commits the copy and makes it the live repository. When it throws, the live repository is as
+    /// it was before, to the byte.
+    void SwapInNewRepository();
+    /// Closes the copy. After a swap there is nothing left that could be lost.
+    void CloseRepository();
+
+private:
+    void Init();
+    void openCopy();
+    void exchange();
+    void discard() noexcept;
+
+    OpenWBEM::CIMOMHandleIFCRef m_handle;
+    OpenWBEM::LocalOperationContext m_context;
+    blocxx::IntrusiveReference<ReposCopyEnv> m_environment;
+    OpenWBEM::CIMRepositoryRef m_repository;
+    String m_prefix;
+    bool m_initialised = false;  ///< what stands at the copy's place was put there by this run
+    bool m_swapped = false;
+    CleanupActions_t m_undo;
+};
+
+}  // namespace KOVNS2
