@@ -2,13 +2,32 @@
 #include "fennik/cimom/FNHandles.hpp"
 
 #include "fennik/cimom/FNDaemonControl.hpp"
-#include "fennik/cimom/NotBuiltYet.hpp"
 #include "fennik/cimom/RepositoryEnvironment.hpp"
+#include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
 namespace KOVNS2 {
 
 namespace {
+
+class ClientHandleWrapper : public CIMOMHandleWrapperIFC {
+public:
+    // A registration may take as long as the daemon needs, so there is no time limit.
+    ClientHandleWrapper() {
+        const auto handle = OpenWBEM::ClientCIMOMHandle::createFromURL(
+            OpenWBEM::ClientCIMOMHandle::LOCAL_URL, OpenWBEM::ClientAuthCBIFCRef(),
+            OpenWBEM::SSLClientCtxRef());
+        handle->getWBEMProtocolHandler()->setTimeout(blocxx::Timeout::infinite);
+        m_handle = handle;
+    }
+
+    OpenWBEM::CIMOMHandleIFCRef GetHandle() override { return m_handle; }
+    /// Every call was committed when it returned.
+    void Close() override {}
+
+private:
+    OpenWBEM::CIMOMHandleIFCRef m_handle;
+};
 
 using EnvironmentRef = blocxx::IntrusiveReference<ServiceEnv_Associators>;
 
@@ -42,9 +61,7 @@ private:
 }  // namespace
 
 CIMOMHandleWrapperRef GetClientHandle() {
-    BLOCXX_THROW(NotBuiltYetException,
-                 "The connection to the running owcimomd is not built yet: stop owcimomd and run "
-                 "fennik again");
+    return new ClientHandleWrapper;
 }
 
 CIMOMHandleWrapperRef GetRepositoryHandle(const String& prefix) {

@@ -5,7 +5,9 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
+#include "fennik/namespace/CimomNSUtils.hpp"
 #include "fennik/namespace/RepositoryNSUtils.hpp"
+#include "openwbem/model/CIMNameSpaceUtils.hpp"
 
 namespace KOVNS2 {
 
@@ -15,7 +17,13 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-void requireHandle(const RepositoryNSUtils::HandleRef& handle) {
+// Where the daemon has its namespaces as instances, and what it is told about the classes in a new
+// one: nothing.
+constexpr const char* INTEROP_NAMESPACE = "root";
+constexpr uint16_t CLASS_INFO_UNKNOWN = 0;
+
+template <class HandleRef>
+void requireHandle(const HandleRef& handle) {
     if (!handle) {
         BLOCXX_THROW(NamespaceUtilsException, "CIMOM Handle was null.");
     }
@@ -56,7 +64,31 @@ bool RepositoryNSUtils::NamespaceExists(const String& ns) {
     return std::count(names.begin(), names.end(), ns) > 0;
 }
 
+CimomNSUtils::CimomNSUtils(HandleRef handle) : m_handle(std::move(handle)) {}
+
+void CimomNSUtils::CreateNamespace(const String& ns) {
+    requireHandle(m_handle);
+    try {
+        OpenWBEM::CIMNameSpaceUtils::createCIM_Namespace(*m_handle, ns, CLASS_INFO_UNKNOWN,
+                                                         String(), INTEROP_NAMESPACE);
+    } catch (const CIMException& e) {
+        BLOCXX_THROW(NamespaceUtilsException, Format("Unable to create the Namespace: %1", e));
+    }
+}
+
+void CimomNSUtils::DeleteNamespace(const String& /*ns*/) {}
+
+bool CimomNSUtils::NamespaceExists(const String& ns) {
+    requireHandle(m_handle);
+    const blocxx::StringArray names =
+        OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, INTEROP_NAMESPACE);
+    return std::count(names.begin(), names.end(), ns) > 0;
+}
+
 NamespaceUtilsRef GetNSUtils(const OpenWBEM::CIMOMHandleIFCRef& handle) {
+    if (auto clientHandle = handle.castTo<OpenWBEM::ClientCIMOMHandle>()) {
+        return new CimomNSUtils(clientHandle);
+    }
     if (auto repositoryHandle = handle.castTo<OpenWBEM::RepositoryCIMOMHandle>()) {
         return new RepositoryNSUtils(repositoryHandle);
     }

@@ -2,12 +2,12 @@
 //
 // Handles on a repository opened directly, and the check that a product is registered.
 #include "fennik/cimom/FNUtils.hpp"
+#include "openwbem/client/ClientCIMOMHandle.hpp"
 
 #include <gtest/gtest.h>
 
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/FNHandles.hpp"
-#include "fennik/cimom/NotBuiltYet.hpp"
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/undo/FennikException.hpp"
@@ -68,8 +68,12 @@ TEST(RepositoryHandle, MissingRepositoryIsAnError) {
     EXPECT_THROW(GetRepositoryHandle("/nonexistent"), CIMException);
 }
 
-TEST(ClientHandle, SaysThatItIsNotBuiltYet) {
-    EXPECT_THROW(GetClientHandle(), NotBuiltYetException);
+TEST(ClientHandle, ConnectsOnlyWithItsFirstCall) {
+    const CIMOMHandleWrapperRef wrapper = GetClientHandle();
+    const auto client = wrapper->GetHandle().castTo<OpenWBEM::ClientCIMOMHandle>();
+    ASSERT_TRUE(client);
+    EXPECT_TRUE(client->getWBEMProtocolHandler()->getTimeout().isInfinite());
+    EXPECT_EQ(wrapper->GetHandle(), wrapper->GetHandle());
 }
 
 class ProductCheck : public ::testing::Test {
