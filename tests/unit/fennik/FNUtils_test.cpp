@@ -2,7 +2,6 @@
 //
 // Handles on a repository opened directly, and the check that a product is registered.
 #include "fennik/cimom/FNUtils.hpp"
-#include "openwbem/client/ClientCIMOMHandle.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +10,7 @@
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 
