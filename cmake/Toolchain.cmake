@@ -13,7 +13,9 @@ endif()
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
 
 add_compile_options(-Wall -Wextra -Werror -Wnon-virtual-dtor -Woverloaded-virtual
-                    -fstack-protector-strong -fno-omit-frame-pointer)
+                    -fstack-protector-strong -fno-omit-frame-pointer
+                    # Messages name the source below the project, not where it was built.
+                    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 # At -O3 GCC 12 sees overlapping copies inside std::string where there are none (GCC bug 105651).
 add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 if(KOV_SANITIZE)

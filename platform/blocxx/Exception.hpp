@@ -20,9 +20,8 @@ public:
     static constexpr int UNKNOWN_SUBCLASS_ID = -1;
 
     /// Copies `message`, and `otherException` (through its clone()) when it is not null.
-    Exception(const char* file, int line, const char* message,
-              int errorCode = UNKNOWN_ERROR_CODE, const Exception* otherException = nullptr,
-              int subClassId = UNKNOWN_SUBCLASS_ID);
+    Exception(const char* file, int line, const char* message, int errorCode = UNKNOWN_ERROR_CODE,
+              const Exception* otherException = nullptr, int subClassId = UNKNOWN_SUBCLASS_ID);
     Exception(const Exception&) = default;
     Exception& operator=(const Exception&) = default;
     ~Exception() override;
@@ -68,22 +67,24 @@ String FormatMsg(std::string_view message, int errnum);
 }  // namespace ExceptionDetail
 
 /// Declares NAMEException, derived from BASE, with BASE's constructor arguments.
-#define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                                  \
-    class NAME##Exception : public BASE {                                                      \
-        using Base = BASE;                                                                     \
-                                                                                               \
-    public:                                                                                    \
-        using Base::Base;                                                                      \
-        const char* type() const noexcept override { return #NAME "Exception"; }               \
-        NAME##Exception* clone() const noexcept override {                                     \
-            try {                                                                              \
-                return new (std::nothrow) NAME##Exception(*this);                              \
-            } catch (...) {                                                                    \
-                return nullptr;                                                                \
-            }                                                                                  \
-        }                                                                                      \
-        [[noreturn]] void rethrow() const override { throw NAME##Exception(*this); }           \
+// NOLINTBEGIN(bugprone-macro-parentheses): the name of a class takes none
+#define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                        \
+    class NAME##Exception : public BASE {                                            \
+        using Base = BASE;                                                           \
+                                                                                     \
+    public:                                                                          \
+        using Base::Base;                                                            \
+        const char* type() const noexcept override { return #NAME "Exception"; }     \
+        NAME##Exception* clone() const noexcept override {                           \
+            try {                                                                    \
+                return new (std::nothrow) NAME##Exception(*this);                    \
+            } catch (...) {                                                          \
+                return nullptr;                                                      \
+            }                                                                        \
+        }                                                                            \
+        [[noreturn]] void rethrow() const override { throw NAME##Exception(*this); } \
     };
+// NOLINTEND(bugprone-macro-parentheses)
 #define BLOCXX_DECLARE_EXCEPTION(NAME) BLOCXX_DECLARE_EXCEPTION2(NAME, ::blocxx::Exception)
 
 /// Throws TYPE with this place and MESSAGE (text or String).
@@ -93,12 +94,12 @@ String FormatMsg(std::string_view message, int errnum);
 #define BLOCXX_THROW_ERR(TYPE, MESSAGE, CODE) \
     throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str(), (CODE))
 /// The same with the current errno: the message becomes FormatMsg's, the code the errno value.
-#define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                         \
-    do {                                                                                          \
-        const int blocxxErrno = errno;                                                            \
-        throw TYPE(__FILE__, __LINE__,                                                            \
-                   ::blocxx::ExceptionDetail::FormatMsg((MESSAGE), blocxxErrno).c_str(),          \
-                   blocxxErrno);                                                                  \
+#define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                \
+    do {                                                                                 \
+        const int blocxxErrno = errno;                                                   \
+        throw TYPE(__FILE__, __LINE__,                                                   \
+                   ::blocxx::ExceptionDetail::FormatMsg((MESSAGE), blocxxErrno).c_str(), \
+                   blocxxErrno);                                                         \
     } while (false)
 
 BLOCXX_DECLARE_EXCEPTION(OutOfBounds)

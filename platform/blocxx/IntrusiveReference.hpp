@@ -35,9 +35,11 @@ public:
 
     IntrusiveReference() noexcept = default;
     /// Takes a share in `object`; null is allowed.
-    IntrusiveReference(T* object) noexcept : m_object(object) {}  // NOLINT(google-explicit-constructor)
+    IntrusiveReference(T* object) noexcept
+        : m_object(object) {}  // NOLINT(google-explicit-constructor)
     template <class U>
-    IntrusiveReference(const IntrusiveReference<U>& other) noexcept  // NOLINT(google-explicit-constructor)
+    IntrusiveReference(
+        const IntrusiveReference<U>& other) noexcept  // NOLINT(google-explicit-constructor)
         : m_object(other.get()) {}
 
     T* get() const noexcept { return m_object.get(); }

@@ -39,7 +39,8 @@ public:
     Logger& operator=(Logger&& other) noexcept;
     ~Logger();
 
-    /// Whether a message of this level would reach any appender: asked before building a costly one.
+    /// Whether a message of this level would reach any appender: asked before building a costly
+    /// one.
     bool isEnabled(ELogLevel level) const;
     bool isDebugEnabled() const { return isEnabled(ELogLevel::DEBUG); }
     bool isErrorEnabled() const { return isEnabled(ELogLevel::ERROR); }
@@ -69,7 +70,8 @@ private:
     bool m_useDefault;
 };
 
-/// Logs one message at info level when made and another when destroyed. Never throws when destroyed.
+/// Logs one message at info level when made and another when destroyed. Never throws when
+/// destroyed.
 class ScopeLogger {
 public:
     ScopeLogger(const Logger& logger, String enterMessage, String exitMessage);
@@ -85,19 +87,19 @@ private:
 BLOCXX_DECLARE_EXCEPTION(Logger)
 
 /// Logs a debug message that is only built when some appender wants debug messages.
-#define BLOCXX_LOG_DEBUG(LOGGER, MESSAGE)                                              \
-    do {                                                                               \
-        const auto& blocxxLogger = (LOGGER);                                           \
-        if (blocxxLogger.isDebugEnabled()) {                                           \
-            blocxxLogger.debug(::blocxx::String(MESSAGE), __FILE__, __LINE__);         \
-        }                                                                              \
+#define BLOCXX_LOG_DEBUG(LOGGER, MESSAGE)                                      \
+    do {                                                                       \
+        const auto& blocxxLogger = (LOGGER);                                   \
+        if (blocxxLogger.isDebugEnabled()) {                                   \
+            blocxxLogger.debug(::blocxx::String(MESSAGE), __FILE__, __LINE__); \
+        }                                                                      \
     } while (false)
-#define BLOCXX_LOG_ERROR(LOGGER, MESSAGE)                                              \
-    do {                                                                               \
-        const auto& blocxxLogger = (LOGGER);                                           \
-        if (blocxxLogger.isErrorEnabled()) {                                           \
-            blocxxLogger.error(::blocxx::String(MESSAGE), __FILE__, __LINE__);         \
-        }                                                                              \
+#define BLOCXX_LOG_ERROR(LOGGER, MESSAGE)                                      \
+    do {                                                                       \
+        const auto& blocxxLogger = (LOGGER);                                   \
+        if (blocxxLogger.isErrorEnabled()) {                                   \
+            blocxxLogger.error(::blocxx::String(MESSAGE), __FILE__, __LINE__); \
+        }                                                                      \
     } while (false)
 
 }  // namespace blocxx

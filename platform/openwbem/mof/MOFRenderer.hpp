@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Objects as MOF text (DSP0004 Annex A). The text is exact: compiled again, with the same qualifier
-// types and classes known, it gives an equal object. Of a class only its own features and qualifiers
-// are written, not those propagated from its superclass.
+// types and classes known, it gives an equal object. Of a class only its own features and
+// qualifiers are written, not those propagated from its superclass.
 #pragma once
 
 #include "openwbem/model/CIMClass.hpp"

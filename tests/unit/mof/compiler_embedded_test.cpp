@@ -85,9 +85,10 @@ TEST(MofEmbeddedTest, MistakesAreToldWithTheirPlaceInTheText) {
         complaint(R"(any = "";)"),
         "in the embedded object, line 1, column 1: expected one instance or class and nothing "
         "else");
-    EXPECT_EQ(complaint("any = \"#pragma include(\\\"x\\\")\";"),
-              "in the embedded object, line 1, column 9: expected one instance or class and nothing "
-              "else");
+    EXPECT_EQ(
+        complaint("any = \"#pragma include(\\\"x\\\")\";"),
+        "in the embedded object, line 1, column 9: expected one instance or class and nothing "
+        "else");
     EXPECT_EQ(complaint(R"(part = "{";)"),
               "in the embedded object, line 1, column 19: expected a name, a data type, '[' or '}' "
               "after '{'; found the end of the text");
