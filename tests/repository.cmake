@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 kov_unit_test(repository_test
   SOURCES
+    unit/repository/DirectSubject.cpp
     unit/repository/FaultyFiles.cpp
+    unit/repository/Refusals.cpp
     unit/repository/RepositoryFixture.cpp
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp

@@ -13,9 +13,9 @@ using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 using T = CIMDataType;
 
-class RepositoryAssociations : public RepositoryTest {
+class RepositoryAssociations : public SubjectTest {
 protected:
-    RepositoryAssociations() : m_opened(openWithSchema()), handle(**m_opened) {
+    RepositoryAssociations() {
         handle.createInstance("test", person("ann"));
         handle.createInstance("test", person("ben", "Student"));
         handle.createInstance("test", car(1));
@@ -39,9 +39,6 @@ protected:
     StringArray links(const CIMObjectPath& path, const AssociationFilter& filter = {}) {
         return collect([&](auto& r) { handle.referenceNames("test", path, r, filter); });
     }
-
-    std::unique_ptr<Opened> m_opened;
-    RepositoryCIMOMHandle& handle;
 };
 
 const char* const CAR1 = "test:Car.Number=1";
@@ -141,13 +138,14 @@ TEST_F(RepositoryAssociations, PathsFromTextFindWhatTypedPathsFind) {
 }
 
 TEST_F(RepositoryAssociations, CrossNamespaces) {
-    addSchema(handle, "other");
+    addSchema(*subject, "other");
     handle.createInstance("other", car(9));
     handle.createInstance("test", owns(personPath("ann"), carPath(9).setNameSpace("Other")));
     EXPECT_THAT(ends(carPath(9).setNameSpace("other")), ElementsAre(ANN));
     EXPECT_THAT(ends(personPath("ann")), UnorderedElementsAre(CAR1, CAR2, "Other:Car.Number=9"));
-    handle.deleteNameSpace("other");
-    EXPECT_THAT(ends(personPath("ann")), ElementsAre(CAR1, CAR2));
+    if (subject->deleteNameSpace("other")) {
+        EXPECT_THAT(ends(personPath("ann")), ElementsAre(CAR1, CAR2));
+    }
 }
 
 TEST_F(RepositoryAssociations, OfClassesAreThoseThatTheirInstancesMayHave) {

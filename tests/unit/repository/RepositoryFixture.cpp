@@ -54,6 +54,10 @@ String dump(RepositoryCIMOMHandle& handle) {
     StringArray namespaces;
     ArrayBuilder<String> builder(namespaces);
     handle.enumNameSpace(builder);
+    return dump(handle, namespaces);
+}
+
+String dump(CIMOMHandleIFC& handle, const StringArray& namespaces) {
     String text;
     for (const String& ns : namespaces) {
         text += "namespace " + ns + "\n";
@@ -120,6 +124,15 @@ CIMClass makeClass(const String& name, const String& super, CIMPropertyArray pro
 
 void addSchema(RepositoryCIMOMHandle& handle, const String& ns) {
     handle.createNameSpace(ns);
+    addSchema(static_cast<CIMOMHandleIFC&>(handle), ns);
+}
+
+void addSchema(Subject& subject, const String& ns) {
+    subject.createNameSpace(ns);
+    addSchema(subject.handle(), ns);
+}
+
+void addSchema(CIMOMHandleIFC& handle, const String& ns) {
     CIMFlavor fixed;
     fixed.overridable = false;
     CIMFlavor restricted;
@@ -172,6 +185,38 @@ CIMInstance owns(const CIMObjectPath& owner, const CIMObjectPath& thing) {
     result.setProperty("Owner", CIMValue(owner));
     result.setProperty("Thing", CIMValue(thing));
     return result;
+}
+
+namespace {
+
+class DirectSubject : public Subject {
+public:
+    DirectSubject() {
+        CIMRepository::create(m_directory.path());
+        m_opened = std::make_unique<Opened>(m_directory.path());
+    }
+    CIMOMHandleIFC& handle() override { return **m_opened; }
+    void createNameSpace(const String& ns) override { (*m_opened)->createNameSpace(ns); }
+    StringArray nameSpaces() override {
+        StringArray found;
+        ArrayBuilder<String> builder(found);
+        (*m_opened)->enumNameSpace(builder);
+        return found;
+    }
+    bool deleteNameSpace(const String& ns) override {
+        (*m_opened)->deleteNameSpace(ns);
+        return true;
+    }
+
+private:
+    TemporaryDirectory m_directory;
+    std::unique_ptr<Opened> m_opened;
+};
+
+}  // namespace
+
+std::unique_ptr<Subject> makeDirectSubject() {
+    return std::make_unique<DirectSubject>();
 }
 
 std::unique_ptr<Opened> RepositoryTest::openWithSchema() {

@@ -48,6 +48,29 @@ private:
     blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
 };
 
+/// What the operations are tried on: a repository opened directly, or a daemon that serves one.
+class Subject {
+public:
+    virtual ~Subject() = default;
+    virtual CIMOMHandleIFC& handle() = 0;
+    virtual void createNameSpace(const String& ns) = 0;
+    virtual StringArray nameSpaces() = 0;
+    /// False when there is no such operation.
+    virtual bool deleteNameSpace(const String& ns) = 0;
+};
+
+/// The kind that this test program is for, over an empty repository in a directory of its own.
+std::unique_ptr<Subject> makeSubject();
+
+/// The same over a repository opened directly.
+std::unique_ptr<Subject> makeDirectSubject();
+
+/// Everything in these namespaces as text.
+String dump(CIMOMHandleIFC& handle, const StringArray& namespaces);
+inline String dump(Subject& subject) {
+    return dump(subject.handle(), subject.nameSpaces());
+}
+
 /// Everything in the repository as text: equal texts mean equal content.
 String dump(RepositoryCIMOMHandle& handle);
 String dump(const String& directory);
@@ -77,12 +100,23 @@ CIMClass makeClass(const String& name, const String& super, CIMPropertyArray pro
 CIMQualifier flag(const String& name);
 
 /// Qualifiers, Person <- Student, Car, the association Owns (Owner, Thing), Abstract Root.
+void addSchema(CIMOMHandleIFC& handle, const String& ns);
 void addSchema(RepositoryCIMOMHandle& handle, const String& ns = "test");
+void addSchema(Subject& subject, const String& ns = "test");
 CIMInstance person(const String& name, const String& className = "Person");
 CIMInstance car(uint32_t number);
 CIMObjectPath personPath(const String& name, const String& className = "Person");
 CIMObjectPath carPath(uint32_t number);
 CIMInstance owns(const CIMObjectPath& owner, const CIMObjectPath& thing);
+
+/// The operations on a subject with the schema in it.
+class SubjectTest : public ::testing::Test {
+protected:
+    SubjectTest() : subject(makeSubject()), handle(subject->handle()) { addSchema(*subject); }
+
+    std::unique_ptr<Subject> subject;
+    CIMOMHandleIFC& handle;
+};
 
 class RepositoryTest : public ::testing::Test {
 protected:

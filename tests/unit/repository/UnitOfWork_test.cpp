@@ -57,6 +57,18 @@ void undo(RepositoryCIMOMHandle& handle) {
     handle.deleteNameSpace("second");
 }
 
+TEST_F(UnitOfWork, GivesOthersTheClassesThatItCommits) {
+    const auto opened = openWithSchema();
+    Opened second(m_directory.path());
+    const auto student = [](Opened& from) {
+        return from->getClass("test", "Student", E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                              E_INCLUDE_CLASS_ORIGIN, nullptr);
+    };
+    EXPECT_EQ(3, statusOf([&] { second->enumClassNamesA("test", ""); })) << "not yet committed";
+    (*opened)->commit();
+    EXPECT_EQ(student(*opened), student(second));
+}
+
 TEST_F(UnitOfWork, IsInvisibleToOthersUntilItIsCommitted) {
     prepare();
     Opened first(m_directory.path());

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What callers are told when an operation fails, the daemon is not there or goes away.
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "tests/unit/client/LiveDaemon.hpp"
+#include "tests/unit/repository/Refusals.hpp"
+
+namespace KovTest {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+TEST(ClientErrors, AreWordForWordThoseOfADirectHandle) {
+    const auto direct = makeDirectSubject();
+    const auto live = makeSubject();
+    addSchema(*direct);
+    addSchema(*live);
+    const Array<Refusal> expected = refusals(*direct);
+    const Array<Refusal> actual = refusals(*live);
+    ASSERT_EQ(expected.size(), actual.size());
+    for (size_t i = 0; i < expected.size(); ++i) {
+        String expectedText = "none";
+        String actualText = "none";
+        EXPECT_EQ(statusOf(expected[i].action, &expectedText),
+                  statusOf(actual[i].action, &actualText))
+            << expected[i].sentence;
+        EXPECT_EQ(expectedText, actualText) << expected[i].sentence;
+    }
+}
+
+TEST(ClientErrors, NameTheSocketAndTheRemedyWhenNobodyIsThere) {
+    const LiveDaemon daemon(LiveDaemon::Start::LATER);
+    const auto handle = daemon.connect();
+    String message;
+    EXPECT_EQ(1, statusOf([&] { handle->enumClassNamesA("root", ""); }, &message));
+    EXPECT_THAT(message, AllOf(HasSubstr(daemon.socket()), HasSubstr("No such file or directory"),
+                               HasSubstr("tarvo-owcimomd_init start")));
+}
+
+TEST(ClientErrors, TellOfAStaleSocket) {
+    LiveDaemon daemon;
+    daemon.end(SIGKILL);
+    String message;
+    EXPECT_EQ(1, statusOf([&] { daemon.connect()->ping(); }, &message));
+    EXPECT_THAT(message, HasSubstr("Connection refused"));
+}
+
+TEST(ClientErrors, OtherUrlsAreRefused) {
+    for (const char* url : {"", "http://localhost:5988", "owbinary.wbem://elsewhere:owipc",
+                            "owbinary.wbem://localhost:relative"}) {
+        EXPECT_EQ(4, statusOf([&] { ClientCIMOMHandle::createFromURL(url); })) << url;
+    }
+}
+
+TEST(ClientErrors, AHandleComesBackWithItsDaemon) {
+    LiveDaemon daemon;
+    const auto handle = daemon.connect();
+    handle->enumClassNamesA("root", "");
+    daemon.end(SIGTERM);
+    EXPECT_EQ(1, statusOf([&] { handle->enumClassNamesA("root", ""); }));
+    daemon.start();
+    EXPECT_EQ(1u, handle->enumClassNamesA("root", "").size());
+}
+
+TEST(ClientErrors, ReleasingAHandleWhoseDaemonHasGoneIsNoFailure) {
+    LiveDaemon daemon;
+    auto used = daemon.connect();
+    used->enumClassNamesA("root", "");
+    daemon.end(SIGKILL);
+    ::testing::internal::CaptureStderr();
+    used = ClientCIMOMHandleRef();
+    EXPECT_EQ("", ::testing::internal::GetCapturedStderr());
+}
+
+TEST(ClientErrors, SignalDispositionsStayTheCallers) {
+    LiveDaemon daemon;
+    daemon.connect()->ping();
+    struct sigaction action {};
+    sigaction(SIGPIPE, nullptr, &action);
+    EXPECT_EQ(SIG_DFL, action.sa_handler);
+}
+
+/// A socket that accepts connections into its queue and never answers.
+class SilentSocket {
+public:
+    explicit SilentSocket(const String& path) : m_fd(::socket(AF_UNIX, SOCK_STREAM, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(0, ::bind(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+        EXPECT_EQ(0, ::listen(m_fd, 5));
+    }
+    ~SilentSocket() { ::close(m_fd); }
+    SilentSocket(const SilentSocket&) = delete;
+    SilentSocket& operator=(const SilentSocket&) = delete;
+
+private:
+    int m_fd;
+};
+
+TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
+    const TemporaryDirectory directory;
+    const SilentSocket silent(directory.path() + "/socket");
+    const auto handle = ClientCIMOMHandle::createFromURL(
+        "owbinary.wbem://localhost:" + directory.path() + "/socket");
+    handle->getWBEMProtocolHandler()->setTimeout(
+        blocxx::Timeout::relative(std::chrono::milliseconds(50)));
+    String message;
+    EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
+    EXPECT_THAT(message, HasSubstr("no reply came in time"));
+}
+
+}  // namespace
+}  // namespace KovTest

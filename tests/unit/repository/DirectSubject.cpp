@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The suite of operations on a repository opened directly.
+#include "tests/unit/repository/RepositoryFixture.hpp"
+
+namespace KovTest {
+
+std::unique_ptr<Subject> makeSubject() {
+    return makeDirectSubject();
+}
+
+}  // namespace KovTest
