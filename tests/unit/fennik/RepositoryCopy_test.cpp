@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What can be told below a prefix, where a copy is never opened. The swap is told by the stories of
+// the installed tool.
+#include "fennik/cimom/RepositoryCopy.hpp"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "blocxx/Secure.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "tests/unit/fennik/CapturedLog.hpp"
+#include "tests/unit/fennik/StagedTree.hpp"
+
+namespace KOVNS2 {
+
+using Testing::CapturedLog;
+using Testing::StagedTree;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* COPY = "/var/opt/tarvo/kov/openwbem/repository-copy_QLkJ235";
+
+String messageOf(const String& prefix, int code) {
+    try {
+        const RepositoryCopy copy(prefix);
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), code);
+        return e.getMessage();
+    }
+    ADD_FAILURE() << "no FennikException";
+    return {};
+}
+
+bool canRunPrograms() {
+    return ::geteuid() != 0 || blocxx::Secure::lookupAccount("owcimomd").has_value();
+}
+
+}  // namespace
+
+TEST(RepositoryCopyTest, RefusesWhileAnEarlierCopyIsThere) {
+    const StagedTree tree;
+    const String copy = tree.prefix() + COPY;
+    fs::create_directory(copy);
+    Testing::writeFile(copy + "/precious", "kept");
+    const auto before = tree.files();
+    EXPECT_EQ(messageOf(tree.prefix(), 26),
+              "An error occured while creating a copy of the repository. " + copy +
+                  " : directory already exists. You should remove this directory and run fennik "
+                  "again.");
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, NeverRemovesAFileThatHasItsName) {
+    const StagedTree tree;
+    Testing::writeFile(tree.prefix() + COPY, "precious");
+    const auto before = tree.files();
+    messageOf(tree.prefix(), 26);
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, ReportsACopyCommandThatFails) {
+    const StagedTree tree;
+    fs::remove_all(tree.repositoryDirectory());
+    const auto before = tree.files();
+    const String message = messageOf(tree.prefix(), 26);
+    const String start = "Unable to copy the repository directory. /bin/cp -pR " +
+                         tree.repositoryDirectory().string() + " " + tree.prefix() + COPY +
+                         " Failed with status message: ";
+    EXPECT_EQ(message.substr(0, start.size()), start);
+    EXPECT_NE(message.find("\n and output "), String::npos);
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, RefusesAPathWithBlanks) {
+    const StagedTree tree;
+    const String message = messageOf(tree.prefix() + " x", 26);
+    EXPECT_NE(message.find("not run\n and output The path has blanks in it.\n"), String::npos);
+}
+
+TEST(RepositoryCopyTest, RunsNoProgramAsRootWithoutTheAccount) {
+    if (canRunPrograms()) {
+        GTEST_SKIP() << "not root, or the account owcimomd exists";
+    }
+    const StagedTree tree;
+    const auto before = tree.files();
+    const CapturedLog log;
+    EXPECT_NE(messageOf(tree.prefix(), 26).find("The account \"owcimomd\" does not exist"),
+              String::npos);
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, IsNotOpenedBelowAPrefixAndRemoved) {
+    if (!canRunPrograms() || ::geteuid() == 0) {
+        GTEST_SKIP() << "root runs cp as an account that may not read this tree";
+    }
+    const StagedTree tree;
+    const auto before = tree.files();
+    const CapturedLog log;
+    try {
+        const RepositoryCopy copy(tree.prefix());
+        ADD_FAILURE() << "it was opened";
+    } catch (const OpenWBEM::CIMException& e) {
+        EXPECT_EQ(e.getErrNo(), OpenWBEM::CIMException::FAILED);
+        EXPECT_NE(String(e.getMessage()).find(tree.prefix() + COPY), String::npos);
+    }
+    EXPECT_EQ(tree.files(), before);
+    EXPECT_TRUE(log.errors().empty());
+    EXPECT_EQ(log.debugLines().front(), "Initializing copy of repository");
+}
+
+}  // namespace KOVNS2
