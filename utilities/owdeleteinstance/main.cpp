@@ -2,6 +2,7 @@
 //
 // owdeleteinstance: deletes instances from the repository of an installation, given with their
 // object paths. Either all of them are gone afterwards, or nothing has changed.
+#include "utilities/common/Attempt.hpp"
 #include "utilities/common/LocalRepository.hpp"
 #include "utilities/common/Program.hpp"
 
@@ -33,13 +34,10 @@ int deleteInstances(const CmdLineParser& parser) {
     const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
     LocalRepository repository(repositoryDirectory(parser));
     for (const String& text : parser.getNonOptionArgs()) {
-        try {
+        attempt("delete the instance \"" + text + "\"", [&] {
             const CIMObjectPath path = readPath(text, ns);
             repository.handle()->deleteInstance(path.getNameSpace(), path);
-        } catch (const CIMException& e) {
-            throw CIMException(__FILE__, __LINE__, e.getErrNo(),
-                               "cannot delete the instance \"" + text + "\": " + e.getMessage());
-        }
+        });
     }
     repository.close();
     return 0;

@@ -2,6 +2,7 @@
 //
 // owdeletenamespace: deletes namespaces, with everything in them, from the repository of an
 // installation. Either all of them are gone afterwards, or nothing has changed.
+#include "utilities/common/Attempt.hpp"
 #include "utilities/common/LocalRepository.hpp"
 #include "utilities/common/Program.hpp"
 
@@ -26,13 +27,10 @@ void refuseNeeded(const String& ns) {
 int deleteNamespaces(const CmdLineParser& parser) {
     LocalRepository repository(repositoryDirectory(parser));
     for (const String& ns : parser.getNonOptionArgs()) {
-        try {
+        attempt("delete the namespace \"" + ns + "\"", [&] {
             refuseNeeded(ns);
             repository.handle()->deleteNameSpace(ns);
-        } catch (const CIMException& e) {
-            throw CIMException(__FILE__, __LINE__, e.getErrNo(),
-                               "cannot delete the namespace \"" + ns + "\": " + e.getMessage());
-        }
+        });
     }
     repository.close();
     return 0;

@@ -2,6 +2,7 @@
 #include "utilities/owmofc/ContentWriter.hpp"
 
 #include "blocxx/Format.hpp"
+#include "utilities/common/Attempt.hpp"
 
 namespace OwMofc {
 
@@ -9,23 +10,9 @@ using blocxx::Format;
 
 namespace {
 
-/// What the exception says behind the meaning of its status code.
-String reasonOf(const CIMException& e) {
-    const String message = e.getMessage();
-    const String prefix = String(CIMException::description(e.getErrNo())) + ": ";
-    return message.compare(0, prefix.size(), prefix) == 0 ? message.substr(prefix.size()) : message;
-}
-
-/// Runs `action`; a failure tells what was attempted and keeps its status code.
-template <class Action>
-void attempt(const char* what, const String& name, const String& ns, Action action) {
-    try {
-        action();
-    } catch (const CIMException& e) {
-        throw CIMException(__FILE__, __LINE__, e.getErrNo(),
-                           String(Format("cannot %1 \"%2\" in the namespace \"%3\": %4", what, name,
-                                         ns, reasonOf(e))));
-    }
+/// The words for an operation on an object.
+String on(const char* what, const String& name, const String& ns) {
+    return Format("%1 \"%2\" in the namespace \"%3\"", what, name, ns);
 }
 
 /// Runs `create`; false when the object exists already.
@@ -54,14 +41,14 @@ void ContentWriter::write(const MOF::NamespaceContent& content) {
                            String(Format("the namespace \"%1\" does not exist", ns)));
     }
     for (const CIMQualifierType& qualifierType : content.qualifierTypes) {
-        attempt("set the qualifier type", qualifierType.getName(), ns,
+        attempt(on("set the qualifier type", qualifierType.getName(), ns),
                 [&] { writeQualifierType(ns, qualifierType); });
     }
     for (const CIMClass& cls : content.classes) {
-        attempt("write the class", cls.getName(), ns, [&] { writeClass(ns, cls); });
+        attempt(on("write the class", cls.getName(), ns), [&] { writeClass(ns, cls); });
     }
     for (const CIMInstance& instance : content.instances) {
-        attempt("write the instance", CIMObjectPath(String(), instance).toString(), ns,
+        attempt(on("write the instance", CIMObjectPath(String(), instance).toString(), ns),
                 [&] { writeInstance(ns, instance); });
     }
     Counts& counts = m_counts[ns];

@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs one story of the installed tool, or lists them all.
 
-usage: run_story.py --list | run_story.py MODULE.CLASS.test_NAME
+usage: run_story.py [--in DIR] --list | run_story.py [--in DIR] MODULE.CLASS.test_NAME
 
-Ends with 77 when the story cannot be told here; the reason is printed."""
+The stories are the modules of this directory, or those of DIR named NAME_stories.py. Ends with 77 when the story cannot be told here; the reason is printed."""
 
 import os
 import sys
@@ -30,19 +30,26 @@ def stories(suite):
 
 
 def main():
+    words = sys.argv[1:]
+    modules = MODULES
     sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+    if words[:1] == ["--in"] and len(words) > 1:
+        sys.path.insert(0, words[1])
+        files = sorted(os.listdir(words[1]))
+        modules = [name[:-3] for name in files if name.endswith("_stories.py")]
+        del words[:2]
     sys.dont_write_bytecode = True
     os.umask(0o022)
     loader = unittest.TestLoader()
-    if sys.argv[1:] == ["--list"]:
-        for story in stories(loader.loadTestsFromNames(MODULES)):
+    if words == ["--list"]:
+        for story in stories(loader.loadTestsFromNames(modules)):
             print(story.id())
         return 0
-    if len(sys.argv) != 2:
+    if len(words) != 1:
         sys.exit(__doc__)
-    result = unittest.TextTestRunner(verbosity=2).run(loader.loadTestsFromName(sys.argv[1]))
+    result = unittest.TextTestRunner(verbosity=2).run(loader.loadTestsFromName(words[0]))
     if result.skipped:
-        print(f"{sys.argv[1]}: Skipped\n{result.skipped[0][1]}")
+        print(f"{words[0]}: Skipped\n{result.skipped[0][1]}")
         return SKIPPED
     return 0 if result.wasSuccessful() and result.testsRun == 1 else 1
 

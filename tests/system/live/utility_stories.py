@@ -1,0 +1,125 @@
+# SPDX-License-Identifier: Apache-2.0
+"""owdeleteinstance and owdeletenamespace: what the messages of a failed undo tell an administrator
+to use."""
+
+import os
+import sqlite3
+
+from harness import Result
+from live import INIT, REPOSITORY, LiveStory
+
+PRODUCT = 'KOV_Product.Name="{}"'
+
+
+class Utilities(LiveStory):
+    def setUp(self):
+        super().setUp()
+        out = self.shell(
+            "for name in one two three; do fennik --register --name $name --username alice; done;"
+            "fennik --register-namespace one/a --name one --username bob >/dev/null"
+        )
+        self.assertEqual(out, "")
+
+    def products(self):
+        return self.shell("fennik --list-registered-products").split()
+
+    def rows(self):
+        file = f"file:{self.root}{REPOSITORY}/repository.db?mode=ro"
+        connection = sqlite3.connect(file, uri=True)
+        rows = list(connection.iterdump())
+        connection.close()
+        return rows
+
+    def assert_refused(self, words, *parts, status=1):
+        """The command fails with these words in its one text, and nothing has changed."""
+        before = self.rows()
+        result = self.sandbox(*words)
+        self.assertEqual((result.status, result.out), (status, ""), result.err)
+        self.assertTrue(result.err.startswith(words[0] + ": error: "), result.err)
+        for part in parts:
+            self.assertIn(part, result.err)
+        self.assertEqual(self.rows(), before)
+
+    def test_instances_are_deleted(self):
+        paths = [PRODUCT.format("one"), "kov:" + PRODUCT.format("three")]
+        done = self.sandbox("owdeleteinstance", "-n", "kov", *paths)
+        self.assertEqual(done, Result(0, "", ""))
+        self.assertEqual(self.products(), ["two"])
+
+    def test_names_in_a_path_are_taken_without_regard_to_case(self):
+        done = self.sandbox("owdeleteinstance", "-n", "KOV", 'kov_product.NAME="two"')
+        self.assertEqual(done, Result(0, "", ""))
+        self.assertEqual(sorted(self.products()), ["one", "three"])
+
+    def test_one_instance_that_is_not_there_keeps_all(self):
+        self.assert_refused(
+            ["owdeleteinstance", "-n", "kov", PRODUCT.format("one"), PRODUCT.format("nobody")],
+            f'cannot delete the instance "{PRODUCT.format("nobody")}": ',
+        )
+        self.assertEqual(len(self.products()), 3)
+
+    def test_same_instance_twice_keeps_it(self):
+        self.assert_refused(["owdeleteinstance", "-n", "kov"] + [PRODUCT.format("one")] * 2, "one")
+
+    def test_paths_that_name_no_instance_are_refused(self):
+        for path, reason in (
+            ("KOV_Product", "it names no key, so it is the path of a class"),
+            ("KOV_Product.Name=", "KOV_Product.Name="),
+            ("", 'the instance ""'),
+            ("KOV_Nothing.Name=\"x\"", "KOV_Nothing"),
+            ("nowhere:" + PRODUCT.format("one"), "nowhere"),
+            ('KOV_Product.Wrong="one"', "Wrong"),
+        ):
+            with self.subTest(path=path):
+                self.assert_refused(["owdeleteinstance", "-n", "kov", path], reason)
+
+    def test_namespaces_are_deleted_with_what_is_in_them(self):
+        done = self.sandbox("owdeletenamespace", "ONE/a")
+        self.assertEqual(done, Result(0, "", ""))
+        self.assert_refused(["owdeletenamespace", "one/a"], 'cannot delete the namespace "one/a": ')
+
+    def test_one_namespace_that_is_not_there_keeps_all(self):
+        self.assert_refused(["owdeletenamespace", "one/a", "nowhere"], '"nowhere"')
+
+    def test_namespaces_that_every_installation_needs_are_kept(self):
+        for name in ("root", "Root/Security", "kov"):
+            with self.subTest(name=name):
+                self.assert_refused(
+                    ["owdeletenamespace", "one/a", name],
+                    f'cannot delete the namespace "{name}": ', "every installation needs it",
+                )
+
+    def test_command_lines_that_cannot_be_read(self):
+        for words, reason in (
+            (["owdeleteinstance"], "no object path is given"),
+            (["owdeleteinstance", "-n"], "the option needs an argument"),
+            (["owdeletenamespace"], "no namespace is given"),
+            (["owdeletenamespace", "--force", "one/a"], "unknown option"),
+        ):
+            with self.subTest(words=words):
+                self.assert_refused(words, reason, f"Usage: {words[0]} ", status=2)
+
+    def test_repository_below_a_prefix(self):
+        self.shell(
+            "mkdir -p /tmp/p.$$/opt/tarvo/kov; cp -r /opt/tarvo/kov/share /tmp/p.$$/opt/tarvo/kov;"
+            "kov-setup --dest-dir /tmp/p.$$ >/dev/null; fennik --kov-build-system-dest-dir /tmp/p.$$"
+            " --register --name x --username y; owdeleteinstance --dest-dir /tmp/p.$$ -n kov"
+            " 'KOV_Product.Name=\"x\"'; fennik --kov-build-system-dest-dir /tmp/p.$$"
+            " --list-registered-products; rm -rf /tmp/p.$$"
+        )
+        self.assertEqual(len(self.products()), 3)
+
+    def test_missing_repository_is_named(self):
+        os.rename(self.root + REPOSITORY, self.root + REPOSITORY + "-away")
+        for words in (["owdeletenamespace", "x"], ["owdeleteinstance", PRODUCT.format("one")]):
+            result = self.sandbox(*words, cwd="/")
+            self.assertEqual(result.status, 1)
+            self.assertIn(REPOSITORY, result.err)
+
+    def test_daemon_that_holds_the_repository_is_named(self):
+        self.need_daemon()
+        result = self.sandbox(
+            "sh", "-c", f"{INIT} start >/dev/null && exec owdeletenamespace one/a"
+        )
+        self.assertEqual(result.status, 1)
+        self.assertIn("owcimomd", result.err)

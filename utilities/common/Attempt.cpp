@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/common/Attempt.hpp"
+
+namespace OwUtilities {
+
+using OpenWBEM::CIMException;
+
+namespace {
+
+/// What the exception says behind the meaning of its status code: the new one says that again.
+String reasonOf(const CIMException& e) {
+    const String message = e.getMessage();
+    const String prefix = String(CIMException::description(e.getErrNo())) + ": ";
+    return message.compare(0, prefix.size(), prefix) == 0 ? message.substr(prefix.size()) : message;
+}
+
+}  // namespace
+
+void failAttempt(const String& what, const CIMException& e) {
+    throw CIMException(__FILE__, __LINE__, e.getErrNo(), "cannot " + what + ": " + reasonOf(e));
+}
+
+}  // namespace OwUtilities
