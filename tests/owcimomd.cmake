@@ -1,0 +1,16 @@
+# SPDX-License-Identifier: Apache-2.0
+# The daemon, as a process that each test starts in a tree of its own.
+kov_unit_test(owcimomd_test
+  SOURCES
+    unit/client/LiveDaemon.cpp
+    unit/owcimomd/Access_test.cpp
+    unit/owcimomd/Clients_test.cpp
+    unit/owcimomd/Configuration_test.cpp
+    unit/owcimomd/Daemon_test.cpp
+    unit/owcimomd/Namespaces_test.cpp
+    unit/repository/RepositoryFixture.cpp
+  LINKS owcimomd_core openwbem_client openwbem_repository)
+target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")
+add_dependencies(owcimomd_test owcimomd)
+# As in owcimomd itself: KJ's interfaces have no virtual destructors.
+target_compile_options(owcimomd_test PRIVATE -Wno-non-virtual-dtor)

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Many clients, and those that behave badly: whatever one does, the others are served.
+#include <capnp/rpc-twoparty.h>
+#include <gmock/gmock.h>
+#include <kj/async-io.h>
+#include <kj/vector.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <random>
+
+#include "rpc.capnp.h"
+#include "tests/unit/client/LiveDaemon.hpp"
+
+namespace KovTest {
+namespace {
+
+constexpr int MANY_CLIENTS = 100;
+
+/// A bare connection.
+class RawClient {
+public:
+    explicit RawClient(const String& path) : m_fd(::socket(AF_UNIX, SOCK_STREAM, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(0, ::connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
+        const timeval limit{20, 0};
+        ::setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    }
+    ~RawClient() { ::close(m_fd); }
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    ssize_t send(std::string_view bytes, int flags = 0) {
+        return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
+    }
+    /// Whether the daemon ends the connection, after whatever it has to say.
+    bool isEnded() {
+        char buffer[4096];
+        ssize_t count = 0;
+        do {
+            count = ::recv(m_fd, buffer, sizeof buffer, 0);
+        } while (count > 0);
+        return count == 0 || errno == ECONNRESET;
+    }
+
+private:
+    int m_fd;
+};
+
+String words(std::initializer_list<uint32_t> halves) {
+    String bytes;
+    for (const uint32_t half : halves) {
+        bytes.append(reinterpret_cast<const char*>(&half), sizeof half);
+    }
+    return bytes;
+}
+
+size_t residentKiB(pid_t pid) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    String word;
+    while (status >> word) {
+        if (word == "VmRSS:") {
+            size_t size = 0;
+            status >> size;
+            return size;
+        }
+    }
+    return 0;
+}
+
+class Clients : public ::testing::Test {
+protected:
+    void expectServed() { EXPECT_EQ(1u, daemon.connect()->enumClassNamesA("root", "").size()); }
+
+    LiveDaemon daemon;
+};
+
+TEST_F(Clients, ThatSendGarbageAreSentAway) {
+    const String rows[] = {
+        String(4096, '\xff'),                      // more segments than there can be
+        words({0, 0x7fffffff}) + String(64, 'x'),  // a message of 16 GiB
+        words({0, 1, 0, 0}) + String(64, '\xee'),  // an empty message, then nonsense
+        words({0, 2, 0xfffffffc, 0xffff, 0, 0}),   // a pointer out of the message
+        "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n",
+    };
+    for (const String& bytes : rows) {
+        RawClient client(daemon.socket());
+        client.send(bytes);
+        EXPECT_TRUE(client.isEnded()) << bytes.substr(0, 8);
+        expectServed();
+    }
+}
+
+TEST_F(Clients, ThatSendRandomBytesHarmNobody) {
+    std::mt19937 random(7);  // NOLINT(cert-msc51-cpp): the same bytes each time
+    for (int i = 0; i < 300; ++i) {
+        String bytes = words({0, 8});
+        for (int j = 0; j < 64; ++j) {
+            bytes += static_cast<char>(random() % (j % 3 == 0 ? 256 : 4));
+        }
+        RawClient client(daemon.socket());
+        client.send(bytes);
+    }
+    expectServed();
+}
+
+TEST_F(Clients, ThatSendHalfAMessageWaitAloneAndCostNothing) {
+    const size_t before = residentKiB(daemon.pid());
+    std::vector<std::unique_ptr<RawClient>> halves;
+    for (int i = 0; i < 50; ++i) {
+        halves.push_back(std::make_unique<RawClient>(daemon.socket()));
+        // Announces 256 MiB and sends a few bytes of it.
+        halves.back()->send(words({0, 32U << 20U}) + "half");
+    }
+    expectServed();
+    EXPECT_LT(residentKiB(daemon.pid()), before + 32 * 1024) << "memory is taken as it is filled";
+    halves.clear();
+    expectServed();
+}
+
+/// A connection that sends and never reads.
+class DeafStream final : public kj::AsyncIoStream {
+public:
+    explicit DeafStream(kj::Own<kj::AsyncIoStream> inner) : m_inner(kj::mv(inner)) {}
+    kj::Promise<size_t> tryRead(void*, size_t, size_t) override { return kj::NEVER_DONE; }
+    kj::Promise<void> write(const void* buffer, size_t size) override {
+        return m_inner->write(buffer, size).then([this, size] { m_written += size; });
+    }
+    kj::Promise<void> write(kj::ArrayPtr<const kj::ArrayPtr<const kj::byte>> pieces) override {
+        size_t size = 0;
+        for (const auto& piece : pieces) {
+            size += piece.size();
+        }
+        return m_inner->write(pieces).then([this, size] { m_written += size; });
+    }
+    kj::Promise<void> whenWriteDisconnected() override { return kj::NEVER_DONE; }
+    void shutdownWrite() override {}
+    size_t written() const { return m_written; }
+
+private:
+    kj::Own<kj::AsyncIoStream> m_inner;
+    size_t m_written = 0;
+};
+
+TEST_F(Clients, ThatDoNotTakeTheirAnswersAreNotReadFrom) {
+    constexpr size_t REQUESTS = 10000;
+    const String longName(4000, 'x');
+    const size_t before = residentKiB(daemon.pid());
+    {
+        kj::AsyncIoContext io = kj::setupAsyncIo();
+        auto address = io.provider->getNetwork()
+                           .parseAddress(("unix:" + daemon.socket()).c_str())
+                           .wait(io.waitScope);
+        DeafStream stream(address->connect().wait(io.waitScope));
+        capnp::TwoPartyVatNetwork network(stream, capnp::rpc::twoparty::Side::CLIENT);
+        auto rpc = capnp::makeRpcClient(network);
+        capnp::MallocMessageBuilder message;
+        auto id = message.initRoot<capnp::rpc::twoparty::VatId>();
+        id.setSide(capnp::rpc::twoparty::Side::SERVER);
+        auto manager = rpc.bootstrap(id).castAs<wire::ObjectManager>();
+        kj::Vector<capnp::RemotePromise<wire::ObjectManager::CarryOutResults>> answers;
+        for (size_t i = 0; i < REQUESTS; ++i) {
+            auto request = manager.carryOutRequest();
+            request.getRequest().setOperation(wire::Operation::GET_CLASS);
+            request.getRequest().setNameSpace("root");
+            request.getRequest().setName(longName.c_str());
+            answers.add(request.send());
+        }
+        io.provider->getTimer().afterDelay(1 * kj::SECONDS).wait(io.waitScope);
+        EXPECT_GT(stream.written(), 0u);
+        EXPECT_LT(stream.written(), REQUESTS * longName.size() / 10);
+    }
+    EXPECT_LT(residentKiB(daemon.pid()), before + 8 * 1024);
+    expectServed();
+}
+
+TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
+    {
+        const auto handle = daemon.connect();
+        addSchema(*handle, "root");
+        for (uint32_t i = 0; i < 3000; ++i) {
+            CIMInstance instance = car(i);
+            instance.setProperty("Note", CIMValue(String(1000, 'n')));
+            handle->createInstance("root", instance);
+        }
+    }
+    // It begins an enumeration of some megabytes and is stopped in the middle.
+    const pid_t hanging = ::fork();
+    if (hanging == 0) {
+        auto stop = makeResultHandler<CIMInstance>([](const CIMInstance&) { ::raise(SIGSTOP); });
+        CIMOMHandleIFCRef(daemon.connect())->enumInstances("root", "Car", stop);
+        ::_exit(0);
+    }
+    ASSERT_EQ(hanging, ::waitpid(hanging, nullptr, WUNTRACED));
+    std::vector<pid_t> clients;
+    for (int i = 0; i < MANY_CLIENTS; ++i) {
+        const pid_t client = ::fork();
+        if (client == 0) {
+            const auto handle = daemon.connect();
+            const int status = statusOf([&] {
+                for (uint32_t n = 0; n < 20; ++n) {
+                    handle->createInstance("root",
+                                           car(100000 + static_cast<uint32_t>(i) * 100 + n));
+                }
+                if (handle->enumInstanceNamesA("root", "Car").size() < 3020) {
+                    OPENWBEM_THROW_CIM(NOT_FOUND, "too few");
+                }
+            });
+            ::_exit(status);
+        }
+        clients.push_back(client);
+    }
+    for (const pid_t client : clients) {
+        int status = -1;
+        ::waitpid(client, &status, 0);
+        EXPECT_EQ(0, status);
+    }
+    EXPECT_EQ(3000u + MANY_CLIENTS * 20,
+              daemon.connect()->enumInstanceNamesA("root", "Car").size());
+    ::kill(hanging, SIGKILL);
+    ::waitpid(hanging, nullptr, 0);
+    EXPECT_EQ(0, statusOf([&] { daemon.connect()->ping(); }));
+}
+
+TEST_F(Clients, ThatDieInTheMiddleTakeTheirEnumerationsWithThem) {
+    {
+        const auto handle = daemon.connect();
+        addSchema(*handle, "root");
+        for (uint32_t i = 0; i < 2000; ++i) {
+            handle->createInstance("root", car(i));
+        }
+    }
+    const size_t before = residentKiB(daemon.pid());
+    for (int i = 0; i < 100; ++i) {
+        const pid_t client = ::fork();
+        if (client == 0) {
+            auto die = makeResultHandler<CIMInstance>([](const CIMInstance&) { ::raise(SIGKILL); });
+            CIMOMHandleIFCRef(daemon.connect())->enumInstances("root", "Car", die);
+            ::_exit(0);
+        }
+        ::waitpid(client, nullptr, 0);
+    }
+    EXPECT_EQ(2000u, daemon.connect()->enumInstanceNamesA("root", "Car").size());
+    EXPECT_LT(residentKiB(daemon.pid()), before + 16 * 1024);
+}
+
+}  // namespace
+}  // namespace KovTest

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Configuration files: what counts, and that nothing in them is a failure.
+#include "owcimomd/Configuration.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "tests/unit/client/LiveDaemon.hpp"
+
+namespace KovTest {
+namespace {
+
+using OwCimomd::Configuration;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+Configuration parsed(std::string_view text) {
+    Configuration configuration;
+    configuration.read(text, "file");
+    return configuration;
+}
+
+TEST(Configuration, LinesAreKeysAndValues) {
+    const Configuration read = parsed(
+        "# comment = 1\n; comment = 2\n\n  owcimomd.log_level\t=  debug  \r\nempty =\nlast = a = "
+        "b");
+    EXPECT_THAT(read.complaints(), IsEmpty());
+    EXPECT_EQ("debug", read.get("owcimomd.log_level", "info"));
+    EXPECT_EQ("default", read.get("empty", "default"));
+    EXPECT_EQ("a = b", read.get("last", ""));
+    EXPECT_EQ("none", read.get("comment", "none"));
+}
+
+TEST(Configuration, AllowedUsersComeTogetherAndOtherValuesReplaceEachOther) {
+    const Configuration read = parsed(
+        "owcimomd.allowed_users = alice bob\nowcimomd.allowed_users =\n"
+        "owcimomd.allowed_users=carol,dave, alice\nkey = 1\nkey = 2\n");
+    EXPECT_THAT(read.allowedUsers(), ElementsAre("alice", "bob", "carol", "dave"));
+    EXPECT_EQ("2", read.get("key", ""));
+}
+
+TEST(Configuration, LinesThatCannotBeReadAreToldAndLeftOut) {
+    struct Row {
+        const char* sentence;
+        std::string_view text;
+        const char* complaint;
+    };
+    const Row rows[] = {
+        {"no equals sign", "a = 1\nnonsense\nb = 2", "file:2: there is no \"=\""},
+        {"no key", "a = 1\n= 2\nb = 2", "file:2: what stands before"},
+        {"blank in the key", "a = 1\nx y = 2\nb = 2", "file:2: what stands before"},
+        {"section head", "a = 1\n[x] = 2\nb = 2", "file:2: what stands before"},
+        {"zero byte", {"a = 1\nx = \0y\nb = 2", 18}, "file:2: there is a control character"},
+        {"bytes of something else", "a = 1\n\xff\xfe\x01 = 2\nb = 2", "file:2: what stands before"},
+    };
+    for (const Row& row : rows) {
+        const Configuration read = parsed(row.text);
+        ASSERT_EQ(1u, read.complaints().size()) << row.sentence;
+        EXPECT_THAT(read.complaints()[0], HasSubstr(row.complaint)) << row.sentence;
+        EXPECT_EQ("1", read.get("a", "")) << row.sentence;
+        EXPECT_EQ("2", read.get("b", "")) << row.sentence;
+    }
+}
+
+TEST(Configuration, AFileOfMistakesFillsNoLog) {
+    String text;
+    for (int i = 0; i < 100000; ++i) {
+        text += "nonsense\n";
+    }
+    EXPECT_EQ(101u, parsed(text).complaints().size());
+}
+
+class ConfigurationFiles : public ::testing::Test {
+protected:
+    ConfigurationFiles() { std::filesystem::create_directory(file() + ".d"); }
+    String file() const { return m_directory.path() + "/openwbem.conf"; }
+    String dropIn(const String& name) const { return file() + ".d/" + name; }
+    Configuration read() const {
+        Configuration configuration;
+        configuration.readFiles(file(), file() + ".d");
+        return configuration;
+    }
+
+    TemporaryDirectory m_directory;
+};
+
+TEST_F(ConfigurationFiles, AreReadInTheOrderOfTheirNames) {
+    writeFile(file(), "key = main\nonly = main\n");
+    writeFile(dropIn("b.conf"), "key = b\n");
+    writeFile(dropIn("a.conf"), "key = a\n");
+    writeFile(dropIn("c.conf.bak"), "key = backup\n");
+    writeFile(dropIn(".hidden.conf"), "key = hidden\n");
+    writeFile(dropIn("c.conf~"), "key = editor\n");
+    const Configuration configuration = read();
+    EXPECT_EQ("b", configuration.get("key", ""));
+    EXPECT_EQ("main", configuration.get("only", ""));
+    EXPECT_THAT(configuration.complaints(), IsEmpty());
+}
+
+TEST_F(ConfigurationFiles, ThatCannotBeReadAreToldAndLeftOut) {
+    writeFile(dropIn("a.conf"), "key = a\n");
+    std::filesystem::create_directory(dropIn("b.conf"));
+    writeFile(dropIn("c.conf"), String(Configuration::MAX_FILE_SIZE + 1, 'x'));
+    ASSERT_EQ(0, mkfifo(dropIn("d.conf").c_str(), 0600));
+    std::filesystem::create_symlink("/nowhere", dropIn("e.conf"));
+    writeFile(dropIn("f.conf"), "other = f\n");
+    const Configuration configuration = read();
+    EXPECT_EQ("a", configuration.get("key", ""));
+    EXPECT_EQ("f", configuration.get("other", ""));
+    EXPECT_THAT(configuration.complaints(),
+                ElementsAre(HasSubstr("openwbem.conf\" cannot be read: No such file"),
+                            HasSubstr("b.conf\" cannot be read: it is not a regular file"),
+                            HasSubstr("c.conf\" cannot be read: it is larger than"),
+                            HasSubstr("d.conf\" cannot be read: it is not a regular file"),
+                            HasSubstr("e.conf\" cannot be read: No such file")));
+}
+
+TEST_F(ConfigurationFiles, WithoutADropInDirectoryAreOneFile) {
+    std::filesystem::remove(file() + ".d");
+    writeFile(file(), "key = main\n");
+    EXPECT_THAT(read().complaints(), IsEmpty());
+    EXPECT_EQ("main", read().get("key", ""));
+}
+
+}  // namespace
+}  // namespace KovTest
