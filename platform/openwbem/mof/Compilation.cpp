@@ -16,6 +16,8 @@ namespace {
 // the next one twice, for as long.
 constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
+// A large file that is included again and again would otherwise take memory out of proportion.
+constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
 
 }  // namespace
 
@@ -120,6 +122,12 @@ void Compilation::includeSource(const Declaration& pragma, const String& name) {
         if (frame.source->name() == included.name) {
             throw CompileError{at, String(Format("\"%1\" includes itself", included.name))};
         }
+    }
+    m_includedBytes += included.text.size();
+    if (m_includedBytes > MOST_INCLUDED_BYTES) {
+        throw CompileError{at, String(Format("too many includes: the texts are larger than %1 "
+                                             "bytes together",
+                                             MOST_INCLUDED_BYTES))};
     }
     push(std::move(included));
 }

@@ -61,7 +61,9 @@ private:
     ClassEntry* findClass(Namespace& ns, std::string_view name);
 
     // References and embedded objects (Objects.cpp)
-    CIMObjectPath resolveReference(const Literal& literal) override;
+    CIMObjectPath resolveReference(const Literal& literal, const String& className) override;
+    void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
+    Namespace* homeOf(const CIMObjectPath& path);
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
     CIMObjectPath resolveAlias(const Text& name);
     CIMObjectPath pathOf(Alias& alias);
@@ -78,6 +80,7 @@ private:
     Namespace* m_current = nullptr;
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;
+    size_t m_includedBytes = 0;
     unsigned m_depth = 0;       ///< of embedded objects in each other
     unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
 };

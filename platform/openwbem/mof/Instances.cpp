@@ -66,6 +66,11 @@ CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entr
 CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declaration,
                                        bool embedded) {
     ClassEntry& entry = classOf(ns, declaration);
+    if (!embedded && entry.cls.isAbstract()) {
+        throw CompileError{declaration.name.data,
+                           String(Format("the class \"%1\" is abstract and has no instances",
+                                         entry.cls.getName()))};
+    }
     CIMInstance instance(entry.cls.getName());
     instance.setQualifiers(ns.classes.buildQualifiers(declaration.qualifiers));
     instance.setProperties(assignedProperties(ns, entry, declaration));

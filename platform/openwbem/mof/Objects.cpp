@@ -31,16 +31,49 @@ private:
 
 }  // namespace
 
-CIMObjectPath Compilation::resolveReference(const Literal& literal) {
-    if (literal.kind == Literal::ALIAS) {
-        return resolveAlias(literal.text);
-    }
+CIMObjectPath Compilation::resolveReference(const Literal& literal, const String& className) {
+    CIMObjectPath path;
     try {
-        CIMObjectPath path = CIMObjectPath::parse(readString(literal));
-        syncPath(path, 0);
-        return path;
+        if (literal.kind == Literal::ALIAS) {
+            path = resolveAlias(literal.text);
+        } else {
+            path = CIMObjectPath::parse(readString(literal));
+            syncPath(path, 0);
+        }
     } catch (const CIMException& e) {
         throw CompileError{literal.text.data, e.getMessage()};
+    }
+    checkReferenceClass(path, className, literal.text.data);
+    return path;
+}
+
+/// The namespace of this text that the path leads into; null for one elsewhere.
+Compilation::Namespace* Compilation::homeOf(const CIMObjectPath& path) {
+    if (!path.getHost().empty()) {
+        return nullptr;
+    }
+    if (path.getNameSpace().empty()) {
+        return m_current;
+    }
+    for (Namespace& ns : m_namespaces) {
+        if (equalsIgnoreCase(ns.scope.nameSpace(), path.getNameSpace())) {
+            return &ns;
+        }
+    }
+    return nullptr;
+}
+
+/// What is known of the class decides: a reference may lead to an instance that is not there yet.
+void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& className,
+                                      const char* at) {
+    Namespace* const home = homeOf(path);
+    if (home == nullptr || path.isClassPath()) {
+        return;
+    }
+    ClassEntry* const entry = findClass(*home, path.getClassName());
+    if (entry != nullptr && !home->classes.isWithin(entry, className)) {
+        throw CompileError{at, String(Format("expected a reference to \"%1\"; found one to \"%2\"",
+                                             className, entry->cls.getName()))};
     }
 }
 

@@ -33,10 +33,27 @@ void applyFlavor(CIMFlavor& flavor, const Text& word) {
     }
 }
 
+/// Of words that exclude each other (DSP0004 7.8), the last one would win unseen.
+void refuseContradiction(const List<Word>& words, std::string_view one, std::string_view other) {
+    bool foundOne = false;
+    bool foundOther = false;
+    for (const Word& word : words) {
+        foundOne = foundOne || equalsIgnoreCase(word.text.view(), one);
+        foundOther = foundOther || equalsIgnoreCase(word.text.view(), other);
+        if (foundOne && foundOther) {
+            throw CompileError{
+                word.text.data,
+                String(Format("the flavors %1 and %2 contradict each other", one, other))};
+        }
+    }
+}
+
 CIMFlavor readFlavor(CIMFlavor flavor, const List<Word>& words) {
     for (const Word& word : words) {
         applyFlavor(flavor, word.text);
     }
+    refuseContradiction(words, "EnableOverride", "DisableOverride");
+    refuseContradiction(words, "ToSubclass", "Restricted");
     return flavor;
 }
 

@@ -165,7 +165,7 @@ CIMValue makeKnownObject(const Literal& literal, const CIMDataType& type,
         if (literal.kind != Literal::ALIAS && literal.kind != Literal::STRING) {
             failExpected(literal, "an object path in a string or an alias");
         }
-        return CIMValue(objects.resolveReference(literal));
+        return CIMValue(objects.resolveReference(literal, type.getRefClassName()));
     }
     require(literal, Literal::STRING, "a string with the MOF of an object");
     return objects.resolveEmbedded(literal, embedding);

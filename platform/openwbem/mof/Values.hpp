@@ -20,7 +20,8 @@ struct Embedding {
 /// Makes the values that need to know other objects. Both throw CompileError.
 class ObjectResolver {
 public:
-    virtual CIMObjectPath resolveReference(const Literal& literal) = 0;
+    /// `className` is the class that the reference is declared to lead to.
+    virtual CIMObjectPath resolveReference(const Literal& literal, const String& className) = 0;
     /// An instance or class from its MOF.
     virtual CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) = 0;
 

@@ -29,6 +29,24 @@ TEST(MofReferencesTest, PathsGetTheKeyTypesOfTheirClass) {
     EXPECT_EQ(compiled.instances[0].getPropertyValue("b"), CIMValue(pathTo(2)));
 }
 
+TEST(MofReferencesTest, AReferenceLeadsToItsClassOrOneBelow) {
+    const String others =
+        "class X { [Key] uint16 id; };\ninstance of X as $X { id = 1; };\n"
+        "instance of D as $D { id = 1; };\n";
+    EXPECT_EQ(
+        complaintOf(MODEL + others + "instance of L { a = $D; b = \"D.id=2,name=\\\"\\\"\"; };"),
+        "");
+    EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = $X; };"),
+              "expected a reference to \"C\"; found one to \"X\"");
+    EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = \"x.id=1\"; };"),
+              "expected a reference to \"C\"; found one to \"X\"");
+    EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = $D; many = { $D, $X }; };"),
+              "expected a reference to \"C\"; found one to \"X\"");
+    // Another server's classes are not known here.
+    EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = \"//h/root:X.id=1\"; };"),
+              "");
+}
+
 TEST(MofReferencesTest, PathsOfUnknownClassesStayAsParsed) {
     const Compiled compiled =
         compileWith(MODEL + R"(instance of L { a = "X.k=1"; b = "//h/other/ns:Y.k=\"v\""; };)");

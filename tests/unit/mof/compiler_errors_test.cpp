@@ -91,6 +91,15 @@ const Row ROWS[] = {
      "MOF:1:42: error: expected EnableOverride, DisableOverride, ToSubclass, Restricted or "
      "Translatable; found 'sweet'\nQualifier A : string, Scope(any), Flavor(sweet);\n"
      "                                         ^"},
+    {"flavors of a type that contradict each other",
+     "Qualifier A : string, Scope(any), Flavor(EnableOverride, DisableOverride);",
+     "MOF:1:58: error: the flavors EnableOverride and DisableOverride contradict each other\n"
+     "Qualifier A : string, Scope(any), Flavor(EnableOverride, DisableOverride);\n" +
+         String(57, ' ') + "^"},
+    {"flavors of a qualifier that contradict each other",
+     "Qualifier A : string, Scope(any);\n[A(\"\") : restricted tosubclass] class B {};",
+     "MOF:2:21: error: the flavors ToSubclass and Restricted contradict each other\n"
+     "[A(\"\") : restricted tosubclass] class B {};\n                    ^"},
     {"an unknown class", "instance of A {};",
      "MOF:1:13: error: unknown class \"A\"\ninstance of A {};\n            ^"},
     {"an unknown property", "class A { };\ninstance of A { x = 1; };",
@@ -168,6 +177,16 @@ TEST(MofErrorsTest, MistakesOfInstancesPointAtThem) {
     EXPECT_EQ(placeOf(model + "instance of A { k = 1; d = \"tomorrow\"; };"), "2:28");
     EXPECT_EQ(placeOf(model + "instance of A { k = 1; f = {}; };"), "2:24");
     EXPECT_EQ(placeOf(model + "instance of A { k = 1; [Nope] d = NULL; };"), "2:25");
+}
+
+TEST(MofErrorsTest, AnInstanceOfAnAbstractClassIsRefusedAtItsPlace) {
+    const String model =
+        "Qualifier Abstract : boolean = false, Scope(any), Flavor(Restricted);\n"
+        "[Abstract] class A { [Key] uint8 k; };\nclass B : A { };\n";
+    EXPECT_EQ(placeOf(model + "instance of B { k = 1; };"), "none");
+    EXPECT_EQ(placeOf(model + "instance of A { k = 1; };"), "4:13");
+    EXPECT_EQ(complaintOf(model + "instance of a { k = 1; };"),
+              "the class \"A\" is abstract and has no instances");
 }
 
 TEST(MofErrorsTest, SurrogatesAndZeroAreNoCharactersOfStrings) {

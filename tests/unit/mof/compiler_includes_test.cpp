@@ -48,6 +48,19 @@ TEST(MofIncludeTest, IncludedDeclarationsStandWhereThePragmaDoes) {
     EXPECT_EQ(names, "ABCD");
 }
 
+TEST(MofIncludeTest, ALargeTextIncludedAgainAndAgainIsRefused) {
+    String root;
+    for (int i = 0; i < 9; ++i) {
+        root += "#pragma include (\"b.mof\")\n";
+    }
+    Sources s{{{"root.mof", root}, {"b.mof", String(32U << 20U, ' ')}}};
+    EXPECT_EQ(s.failure(),
+              "root.mof:9:18: error: too many includes: the texts are larger than 268435456 bytes "
+              "together\n"
+              "#pragma include (\"b.mof\")\n"
+              "                 ^");
+}
+
 TEST(MofIncludeTest, ErrorsAreToldInTheirOwnSource) {
     Sources s{{{"root.mof", "#pragma include (\"b.mof\")"}, {"b.mof", "\nclass {};"}}};
     EXPECT_EQ(s.failure(),
