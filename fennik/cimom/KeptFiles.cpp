@@ -155,9 +155,9 @@ void KeptFiles::putBack(const String& directory) {
     } catch (const blocxx::Exception& e) {
         m_keeper = blocxx::File();
         UndoMessages::logUndoFailure(
-            String(UndoMessages::HEAD) + "The attempt to put back the files of " + directory +
-            " failed with error:\n" + toString(e) + UndoMessages::LEAD_IN + "move the files in " +
-            m_path + " into the repository directory.");
+            Format("%1The attempt to put back the files of %2 failed with error:\n%3%4move the "
+                   "files in %5 into the repository directory.",
+                   UndoMessages::HEAD, directory, e, UndoMessages::LEAD_IN, m_path));
     }
 }
 
@@ -174,7 +174,7 @@ void KeptFiles::putBackFiles(const String& directory) {
     for (const String& name : fileNames(from)) {
         // Renaming one name of a file to another name of it would do nothing.
         if (!isSameFile(from, to, name) && ::renameat(from, name.c_str(), to, name.c_str()) != 0) {
-            fail("Cannot put back \"%1\"", directory + "/" + name);
+            fail("Cannot put back \"%1\"", name);
         }
     }
     if (target.flush() != 0) {
