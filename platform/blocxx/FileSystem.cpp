@@ -95,25 +95,64 @@ bool syncDirectory(const String& path) {
     return directory && directory.flush() == 0;
 }
 
-String getFileContents(const String& path) {
-    File file = open(path, O_RDONLY);
-    if (!file) {
-        BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot open \"%1\"", path).toString());
-    }
-    return readToEnd(file, path);
-}
+namespace {
 
-String readToEnd(File& file, const String& nameForMessages) {
-    String contents;
+void appendToEnd(String& contents, File& file, const String& nameForMessages) {
     std::array<char, 65536> buffer;
     ssize_t count = 0;
     while ((count = file.read(buffer.data(), buffer.size())) > 0) {
         contents.append(buffer.data(), static_cast<size_t>(count));
+        if (contents.size() > MAX_CONTENT_SIZE) {
+            BLOCXX_THROW_ERR(FileSystemException,
+                             Format("Cannot read \"%1\": it is longer than %2 MiB", nameForMessages,
+                                    MAX_CONTENT_SIZE >> 20),
+                             EFBIG);
+        }
     }
     if (count < 0) {
         BLOCXX_THROW_ERRNO(FileSystemException,
                            Format("Cannot read \"%1\"", nameForMessages).toString());
     }
+}
+
+bool isFifo(const File& file) {
+    struct stat info = {};
+    return ::fstat(file.getFileDescriptor(), &info) == 0 && S_ISFIFO(info.st_mode);
+}
+
+// Without waiting, an end of file before the first byte means that nobody has the FIFO open for
+// writing. A writer that has not written yet, or waits for a reader, shows as EAGAIN.
+void readFirstByteOfFifo(String& contents, File& file, const String& path) {
+    char first = 0;
+    const ssize_t count = file.read(&first, 1);
+    if (count == 0) {
+        BLOCXX_THROW_ERR(FileSystemException,
+                         Format("Cannot read \"%1\": nobody writes to this FIFO", path), EPIPE);
+    }
+    if (count > 0) {
+        contents += first;
+    }
+}
+
+}  // namespace
+
+String getFileContents(const String& path) {
+    File file = open(path, O_RDONLY | O_NONBLOCK);
+    if (!file) {
+        BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot open \"%1\"", path).toString());
+    }
+    String contents;
+    if (isFifo(file)) {
+        readFirstByteOfFifo(contents, file, path);
+    }
+    ::fcntl(file.getFileDescriptor(), F_SETFL, O_RDONLY);
+    appendToEnd(contents, file, path);
+    return contents;
+}
+
+String readToEnd(File& file, const String& nameForMessages) {
+    String contents;
+    appendToEnd(contents, file, nameForMessages);
     return contents;
 }
 

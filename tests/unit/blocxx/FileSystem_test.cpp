@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <fstream>
 #include <functional>
+#include <thread>
 
 #include "tests/unit/blocxx/TemporaryDirectory.hpp"
 
@@ -212,6 +213,55 @@ TEST_F(Files, ThatCannotBeReadAreNamed) {
             EXPECT_THAT(e.getMessage(), HasSubstr("\"" + path + "\""));
         }
     }
+}
+
+TEST_F(Files, WithoutAnEndAreRefused) {
+    try {
+        FileSystem::getFileContents("/dev/zero");
+        FAIL();
+    } catch (const blocxx::FileSystemException& e) {
+        EXPECT_EQ(e.getErrorCode(), EFBIG);
+        EXPECT_STREQ(e.getMessage(), "Cannot read \"/dev/zero\": it is longer than 64 MiB");
+    }
+}
+
+TEST_F(Files, AreReadUpToTheLimit) {
+    write("f", "");
+    ASSERT_EQ(::truncate((m_dir / "f").c_str(), FileSystem::MAX_CONTENT_SIZE), 0);
+    EXPECT_EQ(FileSystem::getFileContents(m_dir / "f").size(), FileSystem::MAX_CONTENT_SIZE);
+    ASSERT_EQ(::truncate((m_dir / "f").c_str(), FileSystem::MAX_CONTENT_SIZE + 1), 0);
+    EXPECT_THROW(FileSystem::getFileContents(m_dir / "f"), blocxx::FileSystemException);
+}
+
+TEST_F(Files, FifoThatNobodyWritesToIsNotWaitedFor) {
+    const String fifo = m_dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    try {
+        FileSystem::getFileContents(fifo);
+        FAIL();
+    } catch (const blocxx::FileSystemException& e) {
+        EXPECT_EQ(e.getErrorCode(), EPIPE);
+        EXPECT_EQ(String(e.getMessage()),
+                  "Cannot read \"" + fifo + "\": nobody writes to this FIFO");
+    }
+}
+
+TEST_F(Files, FifoIsReadToTheEndOfASlowWriter) {
+    const String fifo = m_dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const int readEnd = ::open(fifo.c_str(), O_RDONLY | O_NONBLOCK);
+    const int writeEnd = ::open(fifo.c_str(), O_WRONLY);
+    ::close(readEnd);
+    std::thread writer([writeEnd] {
+        for (const std::string_view part : {"a", "bc"}) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            EXPECT_EQ(::write(writeEnd, part.data(), part.size()), ssize_t(part.size()));
+        }
+        ::close(writeEnd);
+    });
+    const String contents = FileSystem::getFileContents(fifo);
+    writer.join();
+    EXPECT_EQ(contents, "abc");
 }
 
 TEST_F(Files, AreToldFromDirectoriesAndPrograms) {
