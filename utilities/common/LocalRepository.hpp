@@ -5,25 +5,25 @@
 #pragma once
 
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "utilities/common/Repository.hpp"
 
 namespace OwUtilities {
 
-using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
-
-class LocalRepository {
+class LocalRepository : public Repository {
 public:
     /// Throws CIMException when there is none in the directory, or it cannot be used.
     explicit LocalRepository(const String& directory);
-    ~LocalRepository();
+    ~LocalRepository() override;
     LocalRepository(const LocalRepository&) = delete;
     LocalRepository& operator=(const LocalRepository&) = delete;
 
-    const blocxx::IntrusiveReference<RepositoryCIMOMHandle>& handle() const noexcept {
-        return m_handle;
-    }
-    bool hasNameSpace(const String& name) const;
-    /// Commits. Throws CIMException; then nothing was done.
-    void close() { m_repository->close(); }
+    CIMOMHandleIFCRef handle() const override { return m_handle; }
+    bool hasNameSpace(const String& name) const override;
+    bool isUnitOfWork() const override { return true; }
+    /// Throws CIMException; then nothing was done.
+    void close() override { m_repository->close(); }
+    /// The same handle, with the operations on namespaces.
+    RepositoryCIMOMHandle& namespaces() const { return *m_handle; }
 
 private:
     class Environment;

@@ -2,9 +2,11 @@
 //
 // owdeleteinstance: deletes instances from the repository of an installation, given with their
 // object paths. Either all of them are gone afterwards, or nothing has changed.
+#include <vector>
+
 #include "utilities/common/Attempt.hpp"
-#include "utilities/common/LocalRepository.hpp"
 #include "utilities/common/Program.hpp"
+#include "utilities/common/Repository.hpp"
 
 namespace {
 
@@ -30,16 +32,63 @@ CIMObjectPath readPath(const String& text, const String& defaultNamespace) {
     return path;
 }
 
+/// Instances that are being deleted, with what it takes to bring them back.
+class Deletion {
+public:
+    explicit Deletion(Repository& repository) : m_repository(repository) {}
+
+    /// Throws CIMException when there is no such instance.
+    void add(const CIMObjectPath& path) {
+        const String& ns = path.getNameSpace();
+        m_instances.push_back({path, m_repository.handle()->getInstance(
+                                         ns, path, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                         E_EXCLUDE_CLASS_ORIGIN, nullptr)});
+    }
+
+    void carryOut() {
+        try {
+            for (; m_deleted < m_instances.size(); ++m_deleted) {
+                const CIMObjectPath& path = m_instances[m_deleted].path;
+                attempt("delete the instance \"" + path.toString() + "\"",
+                        [&] { m_repository.handle()->deleteInstance(path.getNameSpace(), path); });
+            }
+        } catch (const CIMException&) {
+            bringBack();
+            throw;
+        }
+    }
+
+private:
+    struct Kept {
+        CIMObjectPath path;
+        CIMInstance instance;
+    };
+
+    /// What was deleted by itself would stay so.
+    void bringBack() {
+        while (!m_repository.isUnitOfWork() && m_deleted > 0) {
+            const Kept& kept = m_instances[--m_deleted];
+            attempt(
+                "bring back the instance \"" + kept.path.toString() + "\", which is deleted", [&] {
+                    m_repository.handle()->createInstance(kept.path.getNameSpace(), kept.instance);
+                });
+        }
+    }
+
+    Repository& m_repository;
+    std::vector<Kept> m_instances;
+    size_t m_deleted = 0;
+};
+
 int deleteInstances(const CmdLineParser& parser) {
     const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
-    LocalRepository repository(repositoryDirectory(parser));
+    const auto repository = Repository::open(parser.getOptionValue(DEST_DIR));
+    Deletion deletion(*repository);
     for (const String& text : parser.getNonOptionArgs()) {
-        attempt("delete the instance \"" + text + "\"", [&] {
-            const CIMObjectPath path = readPath(text, ns);
-            repository.handle()->deleteInstance(path.getNameSpace(), path);
-        });
+        attempt("delete the instance \"" + text + "\"", [&] { deletion.add(readPath(text, ns)); });
     }
-    repository.close();
+    deletion.carryOut();
+    repository->close();
     return 0;
 }
 

@@ -25,11 +25,12 @@ void refuseNeeded(const String& ns) {
 }
 
 int deleteNamespaces(const CmdLineParser& parser) {
+    // Not through the daemon: no operation of CIM deletes a namespace with what is in it.
     LocalRepository repository(repositoryDirectory(parser));
     for (const String& ns : parser.getNonOptionArgs()) {
         attempt("delete the namespace \"" + ns + "\"", [&] {
             refuseNeeded(ns);
-            repository.handle()->deleteNameSpace(ns);
+            repository.namespaces().deleteNameSpace(ns);
         });
     }
     repository.close();

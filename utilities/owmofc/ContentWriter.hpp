@@ -7,7 +7,7 @@
 #include <map>
 
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "utilities/common/LocalRepository.hpp"
+#include "utilities/common/Repository.hpp"
 
 namespace OwMofc {
 
@@ -15,7 +15,7 @@ using namespace OwUtilities;  // NOLINT(google-build-using-namespace)
 
 class ContentWriter {
 public:
-    explicit ContentWriter(LocalRepository& repository) : m_repository(repository) {}
+    explicit ContentWriter(Repository& repository) : m_repository(repository) {}
 
     /// Throws CIMException whose message names the object and the namespace.
     void write(const MOF::NamespaceContent& content);
@@ -32,7 +32,7 @@ private:
     void writeClass(const String& ns, const CIMClass& cls);
     void writeInstance(const String& ns, const CIMInstance& instance);
 
-    LocalRepository& m_repository;
+    Repository& m_repository;
     std::map<String, Counts> m_counts;
 };
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // owmofc: compiles MOF files into the repository of an installation. Either everything that all the
-// files declare is in the repository afterwards, or nothing has changed. Failures are one text on
+// files declare is in the repository afterwards, or nothing has changed; only where the daemon
+// serves the repository, what was written before a failure stays. Failures are one text on
 // standard error and exit status 1; a command line that cannot be read has exit status 2.
 #include <cstdio>
 #include <iostream>
@@ -43,7 +44,7 @@ MOF::Source open(const String& file) {
     return {"standard input", std::move(text)};
 }
 
-void compileInto(LocalRepository& repository, ContentWriter& writer, const String& ns,
+void compileInto(Repository& repository, ContentWriter& writer, const String& ns,
                  const String& file) {
     const auto contents = MOF::compile(open(file), repository.handle(), ns, MOF::includeFile);
     for (const MOF::NamespaceContent& content : contents) {
@@ -53,7 +54,8 @@ void compileInto(LocalRepository& repository, ContentWriter& writer, const Strin
 
 int compileFiles(const CmdLineParser& parser) {
     const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
-    LocalRepository repository(repositoryDirectory(parser));
+    const auto opened = Repository::open(parser.getOptionValue(DEST_DIR));
+    Repository& repository = *opened;
     if (!repository.hasNameSpace(ns)) {
         OPENWBEM_THROW_CIM(INVALID_NAMESPACE, "the namespace \"" + ns + "\" does not exist");
     }

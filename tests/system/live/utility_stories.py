@@ -3,6 +3,7 @@
 to use."""
 
 import os
+import re
 import sqlite3
 
 from harness import Result
@@ -116,10 +117,49 @@ class Utilities(LiveStory):
             self.assertEqual(result.status, 1)
             self.assertIn(REPOSITORY, result.err)
 
-    def test_daemon_that_holds_the_repository_is_named(self):
+    def served(self, command, *more):
+        """The Steps of a command while the daemon runs, and of others after it."""
         self.need_daemon()
-        result = self.sandbox(
-            "sh", "-c", f"{INIT} start >/dev/null && exec owdeletenamespace one/a"
-        )
-        self.assertEqual(result.status, 1)
-        self.assertIn("owcimomd", result.err)
+        return self.steps(f"{INIT} start", command, *more)[1:]
+
+    def test_daemon_that_holds_the_repository_is_named(self):
+        (step,) = self.served("owdeletenamespace one/a")
+        self.assertEqual(step.status, 1)
+        self.assertIn("owcimomd", step.output)
+
+    def test_instances_are_deleted_through_the_daemon(self):
+        path = 'KOV_Product.Name="two"'
+        done, again = self.served(*[f"owdeleteinstance -n kov {quoted(path)}"] * 2)
+        self.assertEqual((done.status, done.output), (0, ""))
+        self.assertEqual(again.status, 1)
+        self.assertIn("cannot delete the instance", again.output)
+        self.assertEqual(sorted(self.products()), ["one", "three"])
+
+    def test_failure_of_a_deletion_through_the_daemon_brings_the_others_back(self):
+        path = quoted('KOV_Product.Name="two"')
+        (step,) = self.served(f"owdeleteinstance -n kov {path} {path}")
+        self.assertEqual(step.status, 1)
+        self.assertEqual(len(self.products()), 3)
+
+    def test_users_who_may_not_connect_delete_nothing(self):
+        path = quoted('KOV_Product.Name="two"')
+        nobody = "setpriv --reuid=65534 --regid=65534 --clear-groups --"
+        (step,) = self.served(f"{nobody} owdeleteinstance -n kov {path}")
+        self.assertEqual(step.status, 1)
+        self.assertIn("access denied", step.output)
+        self.assertEqual(len(self.products()), 3)
+
+    def test_files_are_compiled_through_the_daemon(self):
+        product = 'instance of KOV_Product { Name = "four"; };'
+        compile_it = f"printf %s {quoted(product)} | owmofc -n kov -"
+        done, wrong = self.served(compile_it, "echo wrong | owmofc -n kov -")
+        self.assertEqual((done.status, done.output), (
+            0, "kov: 0 qualifier types, 0 classes, 1 instances"))
+        self.assertEqual(wrong.status, 1)
+        self.assertIn("standard input:1:1: error: ", wrong.output)
+        self.assertIn("four", self.products())
+
+
+def quoted(word):
+    """One word for the shell, without single quotes."""
+    return '"' + re.sub(r'(["\\$`])', r"\\\1", word) + '"'

@@ -2,6 +2,7 @@
 //
 // What owmofc does to a repository that holds some of it already.
 #include "utilities/owmofc/ContentWriter.hpp"
+#include "utilities/common/LocalRepository.hpp"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -21,8 +22,8 @@ protected:
         std::filesystem::create_directories(m_directory);
         CIMRepository::create(m_directory);
         LocalRepository repository(m_directory);
-        repository.handle()->createNameSpace("root");
-        repository.handle()->createNameSpace("other");
+        repository.namespaces().createNameSpace("root");
+        repository.namespaces().createNameSpace("other");
         repository.close();
     }
     ~ContentWriterTest() override { std::filesystem::remove_all(m_directory); }

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/common/Repository.hpp"
+
+#include <algorithm>
+
+#include "openwbem/client/ClientCIMOMHandle.hpp"
+#include "openwbem/model/CIMNameSpaceUtils.hpp"
+#include "utilities/common/LocalRepository.hpp"
+
+namespace OwUtilities {
+
+namespace {
+
+constexpr const char* DIRECTORY = "/var/opt/tarvo/kov/openwbem/repository";
+constexpr const char* INTEROP_NAMESPACE = "root";
+
+class ServedRepository : public Repository {
+public:
+    explicit ServedRepository(ClientCIMOMHandleRef handle) : m_handle(std::move(handle)) {}
+
+    CIMOMHandleIFCRef handle() const override { return m_handle; }
+    bool hasNameSpace(const String& name) const override;
+    bool isUnitOfWork() const override { return false; }
+    void close() override {}
+
+private:
+    ClientCIMOMHandleRef m_handle;
+};
+
+bool ServedRepository::hasNameSpace(const String& name) const {
+    try {
+        const StringArray names =
+            CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, INTEROP_NAMESPACE);
+        return std::any_of(names.begin(), names.end(), [&](const String& known) {
+            return blocxx::equalsIgnoreCase(known, name);
+        });
+    } catch (const CIMException& e) {
+        if (e.getErrNo() != CIMException::ACCESS_DENIED) {
+            throw;
+        }
+        // A user of one namespace only need not see the others; its operations will tell.
+        return true;
+    }
+}
+
+/// A handle on this machine's daemon; null when none answers.
+ClientCIMOMHandleRef connect() {
+    ClientCIMOMHandleRef handle = ClientCIMOMHandle::createFromURL(ClientCIMOMHandle::LOCAL_URL);
+    try {
+        handle->ping();
+    } catch (const CIMException&) {
+        // Opening directly tells more: there is no repository, or a daemon holds it.
+        return {};
+    }
+    return handle;
+}
+
+}  // namespace
+
+std::unique_ptr<Repository> Repository::open(const String& prefix) {
+    if (prefix.empty()) {
+        if (auto handle = connect()) {
+            return std::make_unique<ServedRepository>(std::move(handle));
+        }
+    }
+    return std::make_unique<LocalRepository>(prefix + DIRECTORY);
+}
+
+}  // namespace OwUtilities
