@@ -150,9 +150,11 @@ class MachineStory(harness.Story):
 
     def wait_for_orphans(self):
         """What a killed tool has started runs on to its end."""
-        programs = {"cp", "rm", "real-cp", "real-rm", "tarvo-owcimomd_"}
+        self.wait_for_the_end_of("cp", "rm", "real-cp", "real-rm", "tarvo-owcimomd_")
+
+    def wait_for_the_end_of(self, *programs):
         deadline = time.monotonic() + harness.PATIENCE
-        while self.running_programs() & programs:
+        while self.running_programs() & set(programs):
             self.assertLess(time.monotonic(), deadline, "a program does not end")
             time.sleep(0.01)
 

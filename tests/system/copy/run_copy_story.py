@@ -21,7 +21,7 @@ sys.dont_write_bytecode = True
 
 import run_story  # noqa: E402
 
-run_story.MODULES = ["copy_stories", "failure_stories", "death_stories"]
+run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories"]
 INSIDE = "KOV_STORY_INSIDE"
 INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
 
@@ -50,7 +50,7 @@ def make_machine(root):
         os.environ["KOV_INSTALLED"] + "/opt", root + "/opt", copy_function=link_or_copy
     )
     if os.path.exists(root + INIT_SCRIPT):
-        os.unlink(root + INIT_SCRIPT)
+        os.rename(root + INIT_SCRIPT, root + INIT_SCRIPT + ".real")
     with open(root + INIT_SCRIPT, "w", encoding="ascii") as script:
         script.write(STAND_IN)
     os.chmod(root + INIT_SCRIPT, 0o755)
