@@ -4,6 +4,7 @@
 #include "openwbem/model/CIMMethod.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"
+#include "openwbem/model/QualifierDerivation.hpp"
 
 namespace OpenWBEM {
 
@@ -15,6 +16,9 @@ struct CIMMethod::Rep : CowRep<Rep> {
     CIMParameterArray parameters;
     CIMQualifierArray qualifiers;
     String classOrigin;
+    mutable Memo<CIMMethod> inherited;
+
+    void forgetMemo() noexcept { inherited.value = CIMMethod(); }
 };
 
 OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMMethod)
@@ -68,6 +72,23 @@ CIMMethod& CIMMethod::setQualifiers(CIMQualifierArray qualifiers) {
 CIMMethod& CIMMethod::setClassOrigin(String className) {
     m_rep.write().classOrigin = std::move(className);
     return *this;
+}
+
+CIMMethod CIMMethod::inherited() const {
+    CIMMethod result = *this;
+    if (m_rep && !m_propagated) {
+        if (!m_rep->inherited.value) {
+            result.setQualifiers(inheritableQualifiers(m_rep->qualifiers));
+            CIMParameterArray parameters = m_rep->parameters;
+            for (CIMParameter& parameter : parameters) {
+                parameter.setQualifiers(inheritableQualifiers(parameter.getQualifiers()));
+            }
+            result.setParameters(std::move(parameters));
+            m_rep->inherited.value = result;
+        }
+        result.m_rep = m_rep->inherited.value.m_rep;
+    }
+    return result.setPropagated(true);
 }
 
 bool operator==(const CIMMethod& a, const CIMMethod& b) {

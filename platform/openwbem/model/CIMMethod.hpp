@@ -30,6 +30,10 @@ public:
         return *this;
     }
 
+    /// The method as a subclass inherits it: marked as propagated, with the qualifiers that pass
+    /// down. All that inherit it share one.
+    CIMMethod inherited() const;
+
     explicit operator bool() const noexcept;
     /// Names without regard to case, return types, parameters in order, qualifiers in any order.
     friend bool operator==(const CIMMethod& a, const CIMMethod& b);

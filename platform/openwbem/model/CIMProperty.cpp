@@ -4,6 +4,7 @@
 #include "openwbem/model/CIMProperty.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"
+#include "openwbem/model/QualifierDerivation.hpp"
 
 namespace OpenWBEM {
 
@@ -15,6 +16,9 @@ struct CIMProperty::Rep : CowRep<Rep> {
     CIMValue value;
     CIMQualifierArray qualifiers;
     String classOrigin;
+    mutable Memo<CIMProperty> inherited;
+
+    void forgetMemo() noexcept { inherited.value = CIMProperty(); }
 };
 
 OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMProperty)
@@ -69,6 +73,18 @@ CIMProperty& CIMProperty::setQualifiers(CIMQualifierArray qualifiers) {
 CIMProperty& CIMProperty::setClassOrigin(String className) {
     m_rep.write().classOrigin = std::move(className);
     return *this;
+}
+
+CIMProperty CIMProperty::inherited() const {
+    CIMProperty result = *this;
+    if (m_rep && !areInherited(m_rep->qualifiers)) {
+        if (!m_rep->inherited.value) {
+            result.setQualifiers(inheritableQualifiers(m_rep->qualifiers));
+            m_rep->inherited.value = result;
+        }
+        result.m_rep = m_rep->inherited.value.m_rep;
+    }
+    return result.setPropagated(true);
 }
 
 bool operator==(const CIMProperty& a, const CIMProperty& b) {

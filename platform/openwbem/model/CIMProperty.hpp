@@ -43,6 +43,10 @@ public:
         return findQualifier(getQualifiers(), name);
     }
 
+    /// The property as a subclass inherits it: marked as propagated, with the qualifiers that pass
+    /// down. All that inherit it share one.
+    CIMProperty inherited() const;
+
     explicit operator bool() const noexcept;
     /// Names without regard to case, types, values and qualifiers (in any order).
     friend bool operator==(const CIMProperty& a, const CIMProperty& b);

@@ -49,11 +49,6 @@ void refuseRepeated(const Array<Element>& elements, const DerivationPlace& place
     }
 }
 
-bool isInheritedForm(const CIMQualifierArray& qualifiers) {
-    return std::all_of(qualifiers.begin(), qualifiers.end(),
-                       [](const CIMQualifier& q) { return q.isPropagated(); });
-}
-
 /// Replaces an element's qualifiers only when they differ, so that unchanged elements stay shared.
 template <class Element>
 void adoptQualifiers(Element& element, CIMQualifierArray merged) {
@@ -102,15 +97,6 @@ void checkOverrideTarget(const Feature& declared, const Feature* above,
 }
 
 // Properties
-
-CIMProperty inheritProperty(const CIMProperty& above) {
-    CIMProperty property = above;
-    property.setPropagated(true);
-    if (!isInheritedForm(above.getQualifiers())) {
-        property.setQualifiers(inheritableQualifiers(above.getQualifiers()));
-    }
-    return property;
-}
 
 void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
                        const DerivationPlace& place) {
@@ -165,21 +151,6 @@ CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* abov
 
 // Methods
 
-CIMMethod inheritMethod(const CIMMethod& above) {
-    CIMMethod method = above;
-    method.setPropagated(true);
-    if (above.isPropagated()) {
-        return method;
-    }
-    method.setQualifiers(inheritableQualifiers(above.getQualifiers()));
-    CIMParameterArray parameters = above.getParameters();
-    for (CIMParameter& parameter : parameters) {
-        parameter.setQualifiers(inheritableQualifiers(parameter.getQualifiers()));
-    }
-    method.setParameters(std::move(parameters));
-    return method;
-}
-
 CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* above,
                                     std::string_view className, const QualifierTypeLookup& types) {
     refuseRepeated(declared.getParameters(), DerivationPlace{className, declared.getName()},
@@ -227,9 +198,9 @@ CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
 
 /// Inherited features first, in the superclass's order, overridden ones in their place; then new
 /// ones.
-template <class Feature, class Inherit, class Declare>
+template <class Feature, class Declare>
 Array<Feature> mergeFeatures(const Array<Feature>& declared, const Array<Feature>& above,
-                             Inherit inherit, Declare declare) {
+                             Declare declare) {
     const NameIndex<Feature> inheritedIndex(above);
     Array<Feature> merged(above.size());
     Array<Feature> added;
@@ -246,7 +217,7 @@ Array<Feature> mergeFeatures(const Array<Feature>& declared, const Array<Feature
     }
     for (size_t i = 0; i < above.size(); ++i) {
         if (!merged[i]) {
-            merged[i] = inherit(above[i]);
+            merged[i] = above[i].inherited();
         }
     }
     merged.insert(merged.end(), std::make_move_iterator(added.begin()),
@@ -318,12 +289,12 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
     result.setQualifiers(mergeQualifiers(
         declared.getQualifiers(), superClass != nullptr ? &above.getQualifiers() : nullptr,
         classScope(declared.getQualifiers(), superClass), place, qualifierTypes));
-    result.setProperties(mergeFeatures(ownProperties, above.getProperties(), inheritProperty,
+    result.setProperties(mergeFeatures(ownProperties, above.getProperties(),
                                        [&](const CIMProperty& own, const CIMProperty* overridden) {
                                            return declareProperty(own, overridden, name,
                                                                   qualifierTypes);
                                        }));
-    result.setMethods(mergeFeatures(ownMethods, above.getMethods(), inheritMethod,
+    result.setMethods(mergeFeatures(ownMethods, above.getMethods(),
                                     [&](const CIMMethod& own, const CIMMethod* overridden) {
                                         return declareMethod(own, overridden, name, qualifierTypes);
                                     }));

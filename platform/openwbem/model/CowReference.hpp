@@ -14,6 +14,17 @@ namespace OpenWBEM {
 template <class Derived>
 using CowRep = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
 
+/// Something worked out from a representation and kept with it. Copies start without it.
+template <class T>
+class Memo {
+public:
+    Memo() = default;
+    Memo(const Memo& /*other*/) noexcept {}
+    Memo& operator=(const Memo&) = delete;
+
+    T value;
+};
+
 /// A handle with value semantics on a Rep that derives from CowRep<Rep>.
 template <class Rep>
 class CowReference {
@@ -27,11 +38,14 @@ public:
     const Rep* get() const noexcept { return m_rep.get(); }
 
     /// The representation for writing, this handle's own from now on (made when there is none).
+    /// What it remembers about its content (forgetMemo(), where it has that) is forgotten.
     Rep& write() {
         if (!m_rep) {
             m_rep.reset(new Rep());
         } else if (m_rep->use_count() > 1) {
             m_rep.reset(new Rep(*m_rep));
+        } else if constexpr (requires { m_rep->forgetMemo(); }) {
+            m_rep->forgetMemo();
         }
         return *m_rep;
     }

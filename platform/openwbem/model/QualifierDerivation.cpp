@@ -131,6 +131,11 @@ CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers) {
     return result;
 }
 
+bool areInherited(const CIMQualifierArray& qualifiers) noexcept {
+    return std::all_of(qualifiers.begin(), qualifiers.end(),
+                       [](const CIMQualifier& q) { return q.isPropagated(); });
+}
+
 CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,
                                   uint8_t scope, const DerivationPlace& place,
                                   const QualifierTypeLookup& types) {

@@ -23,6 +23,8 @@ struct DerivationPlace {
 
 /// What an element below inherits of these qualifiers, marked as propagated.
 CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers);
+/// Whether they are what inheritableQualifiers() would make of them already.
+bool areInherited(const CIMQualifierArray& qualifiers) noexcept;
 
 /// Own and inherited qualifiers of an element on which `scope` (one CIMScope bit) is; `above` is
 /// null when it overrides nothing. Throws ClassDerivationException.

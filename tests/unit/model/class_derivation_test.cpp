@@ -93,6 +93,24 @@ TEST_F(ClassDerivationTest, FeaturesAreInheritedAndMarkedAsPropagated) {
     EXPECT_EQ(below.getMethod("Reset")->getParameters().size(), 1U);
 }
 
+TEST_F(ClassDerivationTest, SiblingsShareWhatTheyInheritUntilOneIsChanged) {
+    const CIMClass above = base();
+    const CIMClass first = derive(CIMClass("T_First", "T_Base"), &above);
+    CIMClass second = derive(CIMClass("T_Second", "T_Base"), &above);
+    EXPECT_EQ(&first.getProperty("Size")->getQualifiers(),
+              &second.getProperty("Size")->getQualifiers());
+
+    CIMClass changed = above;
+    CIMPropertyArray properties = changed.getProperties();
+    properties[1].setQualifiers({text("Description", "other")});
+    changed.setProperties(properties);
+    const CIMClass third = derive(CIMClass("T_Third", "T_Base"), &changed);
+    EXPECT_EQ(third.getProperty("Size")->getQualifier("Description")->getValue(),
+              CIMValue("other"));
+    EXPECT_EQ(third.getProperty("Size")->getQualifier("Units"), nullptr);
+    EXPECT_EQ(first.getProperty("Size")->getQualifier("Description")->getValue(), CIMValue("size"));
+}
+
 TEST_F(ClassDerivationTest, OnlyQualifiersWithToSubclassArePassedDown) {
     const CIMClass above = base();
     const CIMClass below = derive(CIMClass("T_Below", "T_Base"), &above);
