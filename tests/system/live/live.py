@@ -36,6 +36,14 @@ class Step:
     output: str
 
 
+def link_or_copy(source, target):
+    """A link is as good as a copy of what is only read; replace() is for what is not."""
+    try:
+        os.link(source, target)
+    except OSError:
+        shutil.copy2(source, target)
+
+
 class LiveStory(unittest.TestCase):
     """A story told in an installation of its own, which is removed in the end."""
 
@@ -44,8 +52,7 @@ class LiveStory(unittest.TestCase):
     def setUp(self):
         self.root = f"{LIVE_DIR}/{self.id()}"
         shutil.rmtree(self.root, ignore_errors=True)
-        # Links are as good as copies of what is only read; replace() is for what is not.
-        shutil.copytree(INSTALLED, self.root, symlinks=True, copy_function=os.link)
+        shutil.copytree(INSTALLED, self.root, symlinks=True, copy_function=link_or_copy)
         self.addCleanup(shutil.rmtree, self.root, ignore_errors=True)
         first_use = self.sandbox("true")
         if first_use.status == CANNOT_RUN_HERE:
