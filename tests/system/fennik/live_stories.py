@@ -161,9 +161,11 @@ class Daemon(LiveStory):
         self.assertEqual((result.status, result.out), (21, ""))
         self.assertIn(f"Failed running {SCRIPT} status: not run and output: ", result.err)
 
-    def test_connection_to_a_running_one_is_not_built_yet(self):
+    def test_that_does_not_answer_is_an_error(self):
         self.plan(0)
-        self.assert_other_failure(self.live("--list-registered-products"), "not built yet")
+        self.assert_other_failure(
+            self.live("--list-registered-products"), "owcimomd cannot be reached", "is it running?"
+        )
 
     def test_status_lines_are_in_the_debug_log(self):
         self.plan(3)
