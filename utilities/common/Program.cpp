@@ -69,8 +69,4 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
     }
 }
 
-String repositoryDirectory(const CmdLineParser& parser) {
-    return parser.getOptionValue(DEST_DIR) + "/var/opt/tarvo/kov/openwbem/repository";
-}
-
 }  // namespace OwUtilities

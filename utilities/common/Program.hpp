@@ -45,7 +45,4 @@ struct Program {
 /// Reads the command line and does what it says. Returns the exit status; throws nothing.
 int runProgram(const Program& program, int argc, const char* const* argv) noexcept;
 
-/// The directory of the repository that --dest-dir, or its absence, names.
-String repositoryDirectory(const CmdLineParser& parser);
-
 }  // namespace OwUtilities

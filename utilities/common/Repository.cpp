@@ -11,7 +11,6 @@ namespace OwUtilities {
 
 namespace {
 
-constexpr const char* DIRECTORY = "/var/opt/tarvo/kov/openwbem/repository";
 constexpr const char* INTEROP_NAMESPACE = "root";
 
 class ServedRepository : public Repository {
@@ -57,13 +56,17 @@ ClientCIMOMHandleRef connect() {
 
 }  // namespace
 
+String repositoryDirectory(const String& prefix) {
+    return prefix + "/var/opt/tarvo/kov/openwbem/repository";
+}
+
 std::unique_ptr<Repository> Repository::open(const String& prefix) {
     if (prefix.empty()) {
         if (auto handle = connect()) {
             return std::make_unique<ServedRepository>(std::move(handle));
         }
     }
-    return std::make_unique<LocalRepository>(prefix + DIRECTORY);
+    return std::make_unique<LocalRepository>(repositoryDirectory(prefix));
 }
 
 }  // namespace OwUtilities

@@ -26,7 +26,7 @@ void refuseNeeded(const String& ns) {
 
 int deleteNamespaces(const CmdLineParser& parser) {
     // Not through the daemon: no operation of CIM deletes a namespace with what is in it.
-    LocalRepository repository(repositoryDirectory(parser));
+    LocalRepository repository(repositoryDirectory(parser.getOptionValue(DEST_DIR)));
     for (const String& ns : parser.getNonOptionArgs()) {
         attempt("delete the namespace \"" + ns + "\"", [&] {
             refuseNeeded(ns);
