@@ -24,7 +24,8 @@ endfunction()
 find_package(Threads REQUIRED)
 kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3 LINKS m ${CMAKE_DL_LIBS} Threads::Threads)
 kov_imported(kov_capnp capnp/message.h LIBRARIES capnp kj LINKS Threads::Threads)
-kov_imported(kov_capnp_rpc capnp/rpc-twoparty.h LIBRARIES capnp-rpc capnp kj-async kj LINKS Threads::Threads)
+kov_imported(kov_capnp_async capnp/serialize-async.h LIBRARIES capnp-rpc capnp kj-async kj
+             LINKS Threads::Threads)
 
 find_program(CAPNP_TOOL capnp REQUIRED)
 find_program(CAPNPC_CXX_TOOL capnpc-c++ REQUIRED)

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/ClientSession.hpp"
 
-#include <memory>
-#include <utility>
+#include <capnp/serialize-async.h>
 
-#include "blocxx/Format.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OwCimomd {
@@ -15,15 +13,7 @@ namespace {
 constexpr size_t PORTION_BYTES = 256 * 1024;
 constexpr unsigned PORTION_STEPS = 64;
 /// Enumerations that one connection may have under way.
-constexpr unsigned MAX_CURSORS = 256;
-
-/// Who is at the other end. Shared by what the connection hands out.
-struct Client {
-    Operations& operations;
-    User user;
-    unsigned cursors = 0;
-};
-using ClientRef = std::shared_ptr<Client>;
+constexpr size_t MAX_ENUMERATIONS = 256;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
@@ -33,109 +23,6 @@ void setFailure(wire::Failure::Builder failure, int code, const char* message) {
     failure.setCode(static_cast<uint16_t>(code));
     failure.setMessage(message);
 }
-
-/// Runs `action`; whatever it throws becomes the failure in the results.
-template <class Results, class Action>
-kj::Promise<void> answer(Results results, Action action) {
-    try {
-        action(results);
-    } catch (const CIMException& e) {
-        setFailure(results.initFailure(), e.getErrorCode(), e.getMessage());
-    } catch (const kj::Exception& e) {
-        setFailure(results.initFailure(), CIMException::FAILED, e.getDescription().cStr());
-    } catch (const std::exception& e) {
-        setFailure(results.initFailure(), CIMException::FAILED, e.what());
-    }
-    return kj::READY_NOW;
-}
-
-/// Collects a portion. False when it is the last one.
-bool collect(Client& client, EncodedEnumeration& enumeration, StringArray& portion) {
-    size_t counted = 0;
-    size_t bytes = 0;
-    for (unsigned step = 0; step < PORTION_STEPS && bytes < PORTION_BYTES; ++step) {
-        if (!client.operations.next(client.user, enumeration, portion)) {
-            return false;
-        }
-        for (; counted < portion.size(); ++counted) {
-            bytes += portion[counted].size();
-        }
-    }
-    return true;
-}
-
-/// Returns whether there is more.
-bool putPortion(wire::Portion::Builder out, Client& client, EncodedEnumeration& enumeration) {
-    StringArray portion;
-    const bool hasMore = collect(client, enumeration, portion);
-    out.setIsLast(!hasMore);
-    auto list = out.initObjects(static_cast<unsigned>(portion.size()));
-    for (unsigned i = 0; i < list.size(); ++i) {
-        list.set(i, bytesOf(portion[i]));
-    }
-    return hasMore;
-}
-
-class CursorServer final : public wire::Cursor::Server {
-public:
-    CursorServer(ClientRef client, std::unique_ptr<EncodedEnumeration> rest)
-        : m_client(std::move(client)), m_rest(std::move(rest)) {
-        ++m_client->cursors;
-    }
-    ~CursorServer() { --m_client->cursors; }
-    KJ_DISALLOW_COPY(CursorServer);
-
-    kj::Promise<void> next(NextContext context) override {
-        return answer(context.getResults(), [this](NextResults::Builder results) {
-            // One that fails has no next portion, so it is put back only afterwards.
-            auto rest = std::exchange(m_rest, nullptr);
-            if (!rest) {
-                OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the enumeration is over");
-            }
-            if (putPortion(results.initPortion(), *m_client, *rest)) {
-                m_rest = std::move(rest);
-            }
-        });
-    }
-
-private:
-    using NextResults = wire::Cursor::NextResults;
-
-    ClientRef m_client;
-    std::unique_ptr<EncodedEnumeration> m_rest;
-};
-
-class ObjectManagerServer final : public wire::ObjectManager::Server {
-public:
-    explicit ObjectManagerServer(ClientRef client) : m_client(std::move(client)) {}
-
-    kj::Promise<void> ping(PingContext /*context*/) override { return kj::READY_NOW; }
-
-    kj::Promise<void> carryOut(CarryOutContext context) override {
-        return answer(context.getResults(), [&](wire::ObjectManager::CarryOutResults::Builder out) {
-            const String result =
-                m_client->operations.carryOut(m_client->user, context.getParams().getRequest());
-            out.setObject(bytesOf(result));
-        });
-    }
-
-    kj::Promise<void> enumerate(EnumerateContext context) override {
-        return answer(
-            context.getResults(), [&](wire::ObjectManager::EnumerateResults::Builder out) {
-                if (m_client->cursors >= MAX_CURSORS) {
-                    OPENWBEM_THROW_CIM(FAILED, "too many enumerations are under way at once");
-                }
-                auto rest =
-                    m_client->operations.open(m_client->user, context.getParams().getRequest());
-                if (putPortion(out.initPortion(), *m_client, *rest)) {
-                    out.setRest(kj::heap<CursorServer>(m_client, std::move(rest)));
-                }
-            });
-    }
-
-private:
-    ClientRef m_client;
-};
 
 capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
     capnp::ReaderOptions options;
@@ -147,11 +34,106 @@ capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
 
 }  // namespace
 
-ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations,
-                             const User& user)
+ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user)
     : m_stream(kj::mv(stream)),
-      m_network(m_stream, capnp::rpc::twoparty::Side::SERVER, limitsFor(operations, user)),
-      m_rpc(capnp::makeRpcServer(m_network, kj::heap<ObjectManagerServer>(std::make_shared<Client>(
-                                                Client{operations, user})))) {}
+      m_input(*m_stream),
+      m_operations(operations),
+      m_user(std::move(user)),
+      m_limits(limitsFor(operations, m_user)) {}
+
+kj::Promise<void> ClientSession::run() {
+    return capnp::tryReadMessage(m_input, m_limits)
+        .then([this](kj::Maybe<kj::Own<capnp::MessageReader>> message) -> kj::Promise<void> {
+            KJ_IF_MAYBE (call, message) {
+                auto answer = kj::heap<capnp::MallocMessageBuilder>();
+                if (!handle((*call)->getRoot<wire::Call>(), answer->initRoot<wire::Answer>())) {
+                    return run();
+                }
+                auto writing = capnp::writeMessage(*m_stream, *answer);
+                return writing.attach(kj::mv(answer)).then([this] { return run(); });
+            }
+            return kj::READY_NOW;
+        });
+}
+
+/// Whatever an operation throws is its answer.
+bool ClientSession::handle(wire::Call::Reader call, wire::Answer::Builder answer) {
+    answer.setId(call.getId());
+    if (call.isLeave()) {
+        m_enumerations.erase(call.getLeave());
+        return false;
+    }
+    try {
+        carryOut(call, answer);
+    } catch (const CIMException& e) {
+        setFailure(answer.initFailure(), e.getErrorCode(), e.getMessage());
+    } catch (const kj::Exception& e) {
+        setFailure(answer.initFailure(), CIMException::FAILED, e.getDescription().cStr());
+    } catch (const std::exception& e) {
+        setFailure(answer.initFailure(), CIMException::FAILED, e.what());
+    }
+    return true;
+}
+
+void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answer) {
+    switch (call.which()) {
+        case wire::Call::PING:
+            break;
+        case wire::Call::CARRY_OUT:
+            answer.setObject(bytesOf(m_operations.carryOut(m_user, call.getCarryOut())));
+            break;
+        case wire::Call::ENUMERATE:
+            enumerate(call.getEnumerate(), answer);
+            break;
+        case wire::Call::NEXT:
+            next(call.getNext(), answer);
+            break;
+        default:
+            OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the call");
+    }
+}
+
+bool ClientSession::putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer) {
+    StringArray objects;
+    size_t counted = 0;
+    size_t bytes = 0;
+    bool hasMore = true;
+    for (unsigned step = 0; hasMore && step < PORTION_STEPS && bytes < PORTION_BYTES; ++step) {
+        hasMore = m_operations.next(m_user, enumeration, objects);
+        for (; counted < objects.size(); ++counted) {
+            bytes += objects[counted].size();
+        }
+    }
+    auto portion = answer.initPortion();
+    portion.setIsLast(!hasMore);
+    auto list = portion.initObjects(static_cast<unsigned>(objects.size()));
+    for (unsigned i = 0; i < list.size(); ++i) {
+        list.set(i, bytesOf(objects[i]));
+    }
+    return hasMore;
+}
+
+void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Builder answer) {
+    if (m_enumerations.size() >= MAX_ENUMERATIONS) {
+        OPENWBEM_THROW_CIM(FAILED, "too many enumerations are under way at once");
+    }
+    auto enumeration = m_operations.open(m_user, request);
+    if (putPortion(*enumeration, answer)) {
+        answer.setEnumeration(++m_lastNumber);
+        m_enumerations.insert_or_assign(m_lastNumber, std::move(enumeration));
+    }
+}
+
+/// An enumeration that fails, or has no more, has no next portion.
+void ClientSession::next(uint32_t number, wire::Answer::Builder answer) {
+    auto node = m_enumerations.extract(number);
+    if (node.empty()) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the enumeration is over");
+    }
+    if (putPortion(*node.mapped(), answer)) {
+        answer.setEnumeration(number);
+        m_enumerations.insert(std::move(node));
+    }
+}
 
 }  // namespace OwCimomd

@@ -1,27 +1,45 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One client's connection: what it may call, answered from the operations. Everything that belongs
-// to a client, its enumerations included, goes with its connection.
+// One client's connection: its calls are carried out and answered one after another. The next one
+// is only read when the answer to the last one has been taken, so requests wait with the client,
+// and not their answers with the daemon. Everything that belongs to a client, its enumerations
+// included, goes with its connection.
 #pragma once
 
-#include <capnp/rpc-twoparty.h>
+#include <capnp/message.h>
+#include <kj/async-io.h>
 
+#include <map>
+
+#include "owcimomd/BufferedStream.hpp"
 #include "owcimomd/Operations.hpp"
-#include "owcimomd/PoliteStream.hpp"
 
 namespace OwCimomd {
 
 class ClientSession {
 public:
-    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, const User& user);
+    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user);
+    KJ_DISALLOW_COPY(ClientSession);
 
-    /// Done when the client has gone, or was sent away for what is no message.
-    kj::Promise<void> onEnd() { return m_network.onDisconnect(); }
+    /// Serves the client. Done when it has gone; fails when it sends what is no message.
+    kj::Promise<void> run();
 
 private:
-    PoliteStream m_stream;
-    capnp::TwoPartyVatNetwork m_network;
-    capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_rpc;
+    /// Returns whether there is an answer.
+    bool handle(wire::Call::Reader call, wire::Answer::Builder answer);
+    void carryOut(wire::Call::Reader call, wire::Answer::Builder answer);
+    void enumerate(wire::Request::Reader request, wire::Answer::Builder answer);
+    void next(uint32_t number, wire::Answer::Builder answer);
+    /// Returns whether there is more.
+    bool putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer);
+
+    kj::Own<kj::AsyncIoStream> m_stream;
+    BufferedStream m_input;
+    Operations& m_operations;
+    User m_user;
+    capnp::ReaderOptions m_limits;
+    uint32_t m_lastNumber = 0;
+    std::map<uint32_t, std::unique_ptr<EncodedEnumeration>> m_enumerations;
 };
 
 }  // namespace OwCimomd

@@ -146,7 +146,7 @@ void Server::serve(kj::AuthenticatedStream client) {
     ++m_clients;
     m_strangers += isStranger ? 1 : 0;
     auto session = kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user);
-    auto end = session->onEnd();
+    auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::defer([this, isStranger] {
                                   --m_clients;
                                   m_strangers -= isStranger ? 1 : 0;

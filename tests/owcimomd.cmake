@@ -12,5 +12,3 @@ kov_unit_test(owcimomd_test
   LINKS owcimomd_core openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")
 add_dependencies(owcimomd_test owcimomd)
-# As in owcimomd itself: KJ's interfaces have no virtual destructors.
-target_compile_options(owcimomd_test PRIVATE -Wno-non-virtual-dtor)

@@ -5,7 +5,7 @@
 // CIMExceptions that a repository opened directly would throw; when the daemon cannot be reached or
 // the connection is lost, CIMException FAILED.
 //
-// A handle and all others of its thread must be used in that thread only. Releasing a handle whose
+// A handle belongs to one thread, and not to a child process too. Releasing a handle whose
 // daemon has gone is no failure.
 #pragma once
 

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/client/ClientConnection.hpp"
 
-#include <capnp/rpc-twoparty.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
+#include <map>
+#include <set>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/client/ClientLoop.hpp"
-#include "openwbem/wire/RpcLimits.hpp"
+#include "openwbem/client/ClientSocket.hpp"
 
 namespace OpenWBEM {
 
@@ -19,52 +13,6 @@ using blocxx::Format;
 using blocxx::Timeout;
 
 namespace {
-
-constexpr const char* REMEDY =
-    "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
-
-[[noreturn]] void failToReach(const String& path, const char* reason) {
-    OPENWBEM_THROW_CIM(
-        FAILED, Format("owcimomd cannot be reached at \"%1\": %2; %3", path, reason, REMEDY));
-}
-
-/// A connected socket. Connecting blocks for as long as the daemon's queue is full.
-int connectedSocket(const String& path, const Timeout& timeout) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        failToReach(path, "the path is too long for a socket");
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        failToReach(path, std::strerror(errno));
-    }
-    if (!timeout.isInfinite()) {
-        using std::chrono::duration_cast;
-        const auto seconds = duration_cast<std::chrono::seconds>(timeout.time());
-        const auto rest = duration_cast<std::chrono::microseconds>(timeout.time() - seconds);
-        const timeval limit{seconds.count(), std::max<suseconds_t>(rest.count(), 1)};
-        ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-    }
-    int rc = 0;
-    do {
-        rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    } while (rc != 0 && errno == EINTR);
-    if (rc != 0) {
-        const int error = errno;
-        ::close(fd);
-        failToReach(path, error == EAGAIN ? "it does not answer" : std::strerror(error));
-    }
-    return fd;
-}
-
-capnp::ReaderOptions readerOptions() {
-    capnp::ReaderOptions options;
-    options.traversalLimitInWords = RpcLimits::MAX_WORDS;
-    options.nestingLimit = RpcLimits::NESTING;
-    return options;
-}
 
 void setText(const String& text, auto setter) {
     if (!text.empty()) {
@@ -122,76 +70,94 @@ void handOver(wire::Portion::Reader portion,
 
 }  // namespace
 
+/// One connection, from being made to being lost. Answers come in the order of the calls, but a
+/// portion that was asked for ahead may be on its way while other calls are made.
 class ClientConnection::Session {
 public:
-    Session(const String& path, const Timeout& timeout)
-        : m_loop(ClientLoop::ofThisThread()),
-          m_stream(m_loop->io().lowLevelProvider->wrapSocketFd(
-              connectedSocket(path, timeout), kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                                  kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC)),
-          m_network(*m_stream, capnp::rpc::twoparty::Side::CLIENT, readerOptions()),
-          m_rpc(capnp::makeRpcClient(m_network)),
-          m_manager(bootstrap()),
-          m_gone(m_network.onDisconnect()
-                     .then([this] { m_isGone = true; }, [this](auto&&) { m_isGone = true; })
-                     .eagerlyEvaluate(nullptr)) {}
+    using Message = kj::Own<capnp::MessageReader>;
 
-    wire::ObjectManager::Client& manager() noexcept { return m_manager; }
+    Session(const String& path, const Timeout& timeout) : m_socket(path, timeout) {}
 
-    /// Lets the loop do what can be done without waiting.
-    void poll() { m_loop->io().waitScope.poll(); }
+    ClientSocket& socket() noexcept { return m_socket; }
 
-    bool isGone() {
-        poll();
-        return m_isGone;
+    uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
+        capnp::MallocMessageBuilder message;
+        auto call = message.initRoot<wire::Call>();
+        call.setId(m_lastId + 1);
+        fill(call);
+        const auto words = capnp::messageToFlatArray(message);
+        auto bytes = words.asChars();
+        kj::ArrayPtr<const char> rest(bytes.begin(), bytes.size());
+        while (rest.size() > 0) {
+            if (!m_socket.trySend(rest)) {
+                makeRoom();
+            }
+        }
+        ++m_lastId;
+        m_expected += isAnswered ? 1 : 0;
+        return m_lastId;
     }
 
-    template <class Promise>
-    auto await(Promise promise, const Timeout& timeout) {
-        kj::AsyncIoContext& io = m_loop->io();
-        if (timeout.isInfinite()) {
-            return promise.wait(io.waitScope);
+    Message await(uint64_t id) {
+        while (m_early.count(id) == 0) {
+            receive();
         }
-        return io.provider->getTimer()
-            .timeoutAfter(timeout.time().count() * kj::MILLISECONDS, kj::mv(promise))
-            .wait(io.waitScope);
+        auto node = m_early.extract(id);
+        return kj::mv(node.mapped());
+    }
+
+    /// Nobody will ask for that answer.
+    void forget(uint64_t id) {
+        if (m_early.erase(id) == 0) {
+            m_forgotten.insert(id);
+        }
     }
 
 private:
-    wire::ObjectManager::Client bootstrap() {
-        capnp::MallocMessageBuilder message;
-        auto id = message.initRoot<capnp::rpc::twoparty::VatId>();
-        id.setSide(capnp::rpc::twoparty::Side::SERVER);
-        return m_rpc.bootstrap(id).castAs<wire::ObjectManager>();
+    /// The daemon reads no further call while it waits for its last answer to be taken.
+    void makeRoom() {
+        if (m_expected > 0) {
+            receive();
+        } else {
+            m_socket.waitUntilSendable();
+        }
     }
 
-    std::shared_ptr<ClientLoop> m_loop;
-    bool m_isGone = false;
-    kj::Own<kj::AsyncIoStream> m_stream;
-    capnp::TwoPartyVatNetwork m_network;
-    capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_rpc;
-    wire::ObjectManager::Client m_manager;
-    kj::Promise<void> m_gone;
+    void receive() {
+        Message message = m_socket.receive();
+        --m_expected;
+        const uint64_t id = message->getRoot<wire::Answer>().getId();
+        if (m_forgotten.erase(id) == 0) {
+            m_early.insert_or_assign(id, kj::mv(message));
+        }
+    }
+
+    ClientSocket m_socket;
+    uint64_t m_lastId = 0;
+    size_t m_expected = 0;
+    std::map<uint64_t, Message> m_early;
+    std::set<uint64_t> m_forgotten;
 };
 
 ClientConnection::ClientConnection(String socketPath) : m_path(std::move(socketPath)) {}
 
-ClientConnection::~ClientConnection() {
-    const BrokenPipesIgnored guard;
-    try {
-        m_session.reset();
-    } catch (...) {  // NOLINT(bugprone-empty-catch): there is nothing left to be done with it
-    }
-}
+ClientConnection::~ClientConnection() = default;
 
-std::shared_ptr<ClientConnection::Session> ClientConnection::session(const Timeout& timeout) {
-    if (m_session && m_session->isGone()) {
-        m_session.reset();
+/// A connection that was lost since the last call is made again, as nothing has been sent yet.
+uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& fill,
+                                const Timeout& timeout) {
+    if (m_session) {
+        m_session->socket().setTimeout(timeout);
+        try {
+            return m_session->send(fill);
+        } catch (const BrokenConnection& broken) {
+            if (!broken.nothingWasSent) {
+                throw;
+            }
+        }
     }
-    if (!m_session) {
-        m_session = std::make_shared<Session>(m_path, timeout);
-    }
-    return m_session;
+    m_session = std::make_shared<Session>(m_path, timeout);
+    return m_session->send(fill);
 }
 
 void ClientConnection::fail(const char* reason) {
@@ -201,72 +167,83 @@ void ClientConnection::fail(const char* reason) {
                                       m_path, reason));
 }
 
-/// Runs `action`; what KJ throws becomes ours.
+/// Runs `action`; what breaks the connection becomes the exception of the call.
 template <class Action>
 auto ClientConnection::guarded(Action action) {
-    const BrokenPipesIgnored guard;
     try {
         return action();
+    } catch (const BrokenConnection& broken) {
+        fail(broken.reason);
     } catch (const kj::Exception& e) {
-        switch (e.getType()) {
-            case kj::Exception::Type::OVERLOADED:
-                fail("no reply came in time");
-            case kj::Exception::Type::DISCONNECTED:
-                fail("the daemon has closed it");
-            default:
-                fail(e.getDescription().cStr());
-        }
+        fail(e.getDescription().cStr());
     }
 }
 
 void ClientConnection::ping(const Timeout& timeout) {
     guarded([&] {
-        const auto current = session(timeout);
-        current->await(current->manager().pingRequest().send(), timeout);
+        const uint64_t id = send([](wire::Call::Builder call) { call.setPing(); }, timeout);
+        auto message = m_session->await(id);
+        raiseIfFailed(message->getRoot<wire::Answer>().getFailure());
     });
 }
 
 String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout) {
     return guarded([&] {
-        const auto current = session(timeout);
-        auto request = current->manager().carryOutRequest();
-        fill(request.initRequest(), call);
-        const auto response = current->await(request.send(), timeout);
-        raiseIfFailed(response.getFailure());
-        const auto object = response.getObject();
+        const uint64_t id =
+            send([&](wire::Call::Builder out) { fill(out.initCarryOut(), call); }, timeout);
+        auto message = m_session->await(id);
+        const auto answer = message->getRoot<wire::Answer>();
+        raiseIfFailed(answer.getFailure());
+        const auto object = answer.getObject();
         return String(reinterpret_cast<const char*>(object.begin()), object.size());
     });
 }
 
-// While the caller looks at one portion the next one is on its way, and no more than that.
+/// An enumeration that is under way. While the caller looks at one portion the next one is on its
+/// way, and no more than that. When the caller leaves it, the daemon is told.
+class ClientConnection::Enumerating {
+public:
+    Enumerating(std::shared_ptr<Session> session, uint64_t first)
+        : m_session(std::move(session)), m_ahead(first) {}
+    ~Enumerating() {
+        if (m_ahead == 0) {
+            return;
+        }
+        try {
+            m_session->forget(m_ahead);
+            m_session->send([this](wire::Call::Builder call) { call.setLeave(m_number); }, false);
+        } catch (...) {  // NOLINT(bugprone-empty-catch): with the connection it is over, too
+        }
+    }
+    Enumerating(const Enumerating&) = delete;
+    Enumerating& operator=(const Enumerating&) = delete;
+
+    /// False after the last portion.
+    bool next(const std::function<void(Bytes)>& visit) {
+        auto message = m_session->await(std::exchange(m_ahead, 0));
+        const auto answer = message->getRoot<wire::Answer>();
+        raiseIfFailed(answer.getFailure());
+        if (!answer.getPortion().getIsLast()) {
+            m_number = answer.getEnumeration();
+            m_ahead = m_session->send([this](wire::Call::Builder call) { call.setNext(m_number); });
+        }
+        handOver(answer.getPortion(), visit);
+        return m_ahead != 0;
+    }
+
+private:
+    std::shared_ptr<Session> m_session;
+    uint64_t m_ahead;
+    uint32_t m_number = 0;
+};
+
 void ClientConnection::enumerate(const ClientCall& call, const Timeout& timeout,
                                  const std::function<void(Bytes)>& visit) {
     guarded([&] {
-        const auto current = session(timeout);
-        auto request = current->manager().enumerateRequest();
-        fill(request.initRequest(), call);
-        const auto first = current->await(request.send(), timeout);
-        raiseIfFailed(first.getFailure());
-        wire::Cursor::Client rest = first.getRest();
-        kj::Maybe<capnp::RemotePromise<wire::Cursor::NextResults>> ahead;
-        const auto ask = [&](wire::Portion::Reader portion) {
-            ahead = nullptr;
-            if (!portion.getIsLast()) {
-                ahead = rest.nextRequest().send();
-                current->poll();
-            }
-        };
-        ask(first.getPortion());
-        handOver(first.getPortion(), visit);
-        while (true) {
-            KJ_IF_MAYBE (promise, ahead) {
-                const auto next = current->await(kj::mv(*promise), timeout);
-                raiseIfFailed(next.getFailure());
-                ask(next.getPortion());
-                handOver(next.getPortion(), visit);
-            } else {
-                return;
-            }
+        const uint64_t id =
+            send([&](wire::Call::Builder out) { fill(out.initEnumerate(), call); }, timeout);
+        Enumerating enumerating(m_session, id);
+        while (enumerating.next(visit)) {
         }
     });
 }

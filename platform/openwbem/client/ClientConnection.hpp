@@ -51,8 +51,11 @@ public:
 
 private:
     class Session;
+    class Enumerating;
 
-    std::shared_ptr<Session> session(const blocxx::Timeout& timeout);
+    /// Sends the call that `fill` puts together; connects when that has to be done.
+    uint64_t send(const std::function<void(wire::Call::Builder)>& fill,
+                  const blocxx::Timeout& timeout);
     template <class Action>
     auto guarded(Action action);
     [[noreturn]] void fail(const char* reason);

@@ -4,8 +4,10 @@
 # of cim.capnp inside of these, in the form in which the repository stores them: each is checked and
 # bounded by itself, and the daemon need not take apart what it only hands on.
 #
-# A failure of an operation is data. An exception of the RPC layer means that the connection itself
-# does not work.
+# A connection carries messages in the standard framing, calls one way and answers the other. Each
+# call is a question and an answer and nothing else: references to remote objects, as Cap'n Proto's
+# own RPC layer has them, would make three messages of each call and cost more than most operations.
+# Whatever is not such a message ends the connection.
 
 @0xa4e1cbb6a3f2d5c9;
 
@@ -67,16 +69,24 @@ struct Portion {
   isLast @1 :Bool;
 }
 
-interface ObjectManager {
-  # Whether somebody is there. Anybody may ask.
-  ping @0 () -> ();
-  # An operation with at most one result, which is committed when the answer is sent.
-  carryOut @1 (request :Request) -> (failure :Failure, object :Data);
-  # An enumeration: its first portion and, when that is not the last one, where the others are.
-  enumerate @2 (request :Request) -> (failure :Failure, portion :Portion, rest :Cursor);
+# From the client to the daemon. Calls are carried out and answered in the order in which they come;
+# a client may send the next one before it has read an answer.
+struct Call {
+  id @0 :UInt64;                   # comes back in the answer
+  union {
+    ping @1 :Void;                 # Is somebody there? Anybody may ask.
+    carryOut @2 :Request;          # An operation with at most one result.
+    enumerate @3 :Request;         # An enumeration: answered with its first portion.
+    next @4 :UInt32;               # The next portion of the enumeration of that number.
+    leave @5 :UInt32;              # Ends it before its time. Not answered.
+  }
 }
 
-# An enumeration that is under way. It goes when the client lets go of it or is gone.
-interface Cursor {
-  next @0 () -> (failure :Failure, portion :Portion);
+# From the daemon to the client. What was changed is committed when the answer is sent.
+struct Answer {
+  id @0 :UInt64;
+  failure @1 :Failure;
+  object @2 :Data;                 # the result of an operation
+  portion @3 :Portion;
+  enumeration @4 :UInt32;          # its number, when the portion is not the last one
 }

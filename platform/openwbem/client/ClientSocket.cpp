@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/client/ClientSocket.hpp"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/wire/RpcLimits.hpp"
+
+namespace OpenWBEM {
+
+using blocxx::Format;
+using blocxx::String;
+using blocxx::Timeout;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr const char* REMEDY =
+    "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
+
+/// Most answers come within this time, and going to sleep and being woken takes longer.
+constexpr std::chrono::microseconds SPIN_TIME{40};
+
+[[noreturn]] void failToReach(const String& path, const char* reason) {
+    OPENWBEM_THROW_CIM(
+        FAILED, Format("owcimomd cannot be reached at \"%1\": %2; %3", path, reason, REMEDY));
+}
+
+void limitConnecting(int fd, const Timeout& timeout) {
+    using std::chrono::duration_cast;
+    const auto seconds = duration_cast<std::chrono::seconds>(timeout.time());
+    const auto rest = duration_cast<std::chrono::microseconds>(timeout.time() - seconds);
+    const timeval limit{seconds.count(), std::max<suseconds_t>(rest.count(), 1)};
+    ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+}
+
+int connectedSocket(const String& path, const Timeout& timeout) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        failToReach(path, "the path is too long for a socket");
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        failToReach(path, std::strerror(errno));
+    }
+    if (!timeout.isInfinite()) {
+        limitConnecting(fd, timeout);
+    }
+    int rc = 0;
+    do {
+        rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    } while (rc != 0 && errno == EINTR);
+    if (rc != 0) {
+        const int error = errno;
+        ::close(fd);
+        failToReach(path, error == EAGAIN ? "it does not answer" : std::strerror(error));
+    }
+    return fd;
+}
+
+capnp::ReaderOptions readerOptions() {
+    capnp::ReaderOptions options;
+    options.traversalLimitInWords = RpcLimits::MAX_WORDS;
+    options.nestingLimit = RpcLimits::NESTING;
+    return options;
+}
+
+}  // namespace
+
+ClientSocket::ClientSocket(const String& path, const Timeout& timeout)
+    : m_fd(connectedSocket(path, timeout)), m_timeout(timeout), m_buffered(*this) {}
+
+ClientSocket::~ClientSocket() noexcept(false) {
+    ::close(m_fd);
+}
+
+void ClientSocket::wait(short events) {
+    pollfd waiting{m_fd, events, 0};
+    const auto deadline =
+        m_timeout.isInfinite() ? Clock::time_point::max() : Clock::now() + m_timeout.time();
+    while (true) {
+        int limit = -1;
+        if (!m_timeout.isInfinite()) {
+            using std::chrono::milliseconds;
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            limit = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 86400000));
+        }
+        const int rc = ::poll(&waiting, 1, limit);
+        if (rc > 0) {
+            return;
+        }
+        if (rc == 0 && Clock::now() >= deadline) {
+            throw BrokenConnection{"no reply came in time", false};
+        }
+        if (rc < 0 && errno != EINTR) {
+            throw BrokenConnection{std::strerror(errno), false};
+        }
+    }
+}
+
+bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
+    const ssize_t count = ::send(m_fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count >= 0) {
+        m_hasSent = static_cast<size_t>(count) < bytes.size();
+        bytes = bytes.slice(static_cast<size_t>(count), bytes.size());
+        return true;
+    }
+    if (errno == EPIPE || errno == ECONNRESET) {
+        throw BrokenConnection{"the daemon has closed it", !m_hasSent};
+    }
+    if (errno != EAGAIN && errno != EINTR) {
+        throw BrokenConnection{std::strerror(errno), false};
+    }
+    return false;
+}
+
+void ClientSocket::waitUntilSendable() {
+    wait(POLLOUT);
+}
+
+size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
+    size_t size = 0;
+    auto spinUntil = Clock::now() + SPIN_TIME;
+    while (size < minBytes) {
+        const ssize_t count =
+            ::recv(m_fd, static_cast<char*>(buffer) + size, maxBytes - size, MSG_DONTWAIT);
+        if (count > 0) {
+            size += static_cast<size_t>(count);
+        } else if (count == 0 || errno == ECONNRESET) {
+            throw BrokenConnection{"the daemon has closed it", false};
+        } else if (errno != EAGAIN && errno != EINTR) {
+            throw BrokenConnection{std::strerror(errno), false};
+        } else if (Clock::now() >= spinUntil) {
+            wait(POLLIN);
+        }
+    }
+    return size;
+}
+
+kj::Own<capnp::MessageReader> ClientSocket::receive() {
+    auto message = kj::heap<capnp::InputStreamMessageReader>(m_buffered, readerOptions());
+    // Segments are read as they are asked for; the next message begins after the last one.
+    for (unsigned i = 0; message->getSegment(i) != nullptr; ++i) {
+    }
+    return message;
+}
+
+}  // namespace OpenWBEM

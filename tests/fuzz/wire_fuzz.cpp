@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Any bytes as what a client sends: the daemon's side of a connection, over a real repository,
+// takes them all and comes to an end, and serves the next client. The input is what goes over the
+// connection, as messages one after another.
+#include <capnp/message.h>
+#include <kj/async-io.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "openwbem/repository/CIMRepository.hpp"
+#include "owcimomd/ClientSession.hpp"
+
+namespace {
+
+using namespace OwCimomd;  // NOLINT(google-build-using-namespace)
+
+/// A repository in a directory that goes with the process.
+class Repository {
+public:
+    Repository() : m_directory(make()), m_repository(m_directory), m_operations(m_repository, {}) {
+        m_repository.handle().createNameSpace("root");
+        CIMQualifierType key("Key");
+        key.setDataType(CIMDataType::BOOLEAN).setScopes(CIMScope::PROPERTY);
+        m_repository.handle().setQualifierType("root", key);
+        CIMProperty name("Name", CIMDataType::STRING);
+        name.setQualifiers({CIMQualifier("Key", CIMValue(true))});
+        CIMClass cls("P");
+        m_repository.handle().createClass("root", cls.setProperties({name}));
+        CIMInstance instance("P");
+        instance.setProperty("Name", CIMValue("x"));
+        m_repository.handle().createInstance("root", instance);
+        m_repository.handle().commit();
+    }
+    ~Repository() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_directory, ignored);
+    }
+    Repository(const Repository&) = delete;
+    Repository& operator=(const Repository&) = delete;
+    Operations& operations() { return m_operations; }
+
+private:
+    static String make() {
+        String name = (std::filesystem::temp_directory_path() / "wire-fuzz-XXXXXX").string();
+        if (::mkdtemp(name.data()) == nullptr) {
+            std::abort();
+        }
+        CIMRepository::create(name);
+        return name;
+    }
+
+    String m_directory;
+    ServedRepository m_repository;
+    Operations m_operations;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static Repository repository;
+    static kj::AsyncIoContext io = kj::setupAsyncIo();
+    const User root{0, "root"};
+    auto ends = io.provider->newTwoWayPipe();
+    auto session = kj::heap<ClientSession>(kj::mv(ends.ends[0]), repository.operations(), root);
+    // Takes the answers for as long as there are any.
+    kj::byte sink[4096];
+    std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {
+        return ends.ends[1]->tryRead(sink, 1, sizeof sink).then([&](size_t count) {
+            return count == 0 ? kj::Promise<void>(kj::READY_NOW) : drain();
+        });
+    };
+    auto reading = drain().eagerlyEvaluate([](kj::Exception&&) {});
+    auto writing = ends.ends[1]
+                       ->write(data, size)
+                       .then([&] { ends.ends[1]->shutdownWrite(); }, [](kj::Exception&&) {})
+                       .eagerlyEvaluate(nullptr);
+    session->run().catch_([](kj::Exception&&) {}).wait(io.waitScope);
+    session = nullptr;
+    io.waitScope.poll();
+    return 0;
+}
