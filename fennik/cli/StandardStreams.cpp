@@ -31,6 +31,8 @@ bool writeAll(int fd, std::string_view text) noexcept {
 
 void prepare() {
     std::signal(SIGPIPE, SIG_IGN);
+    // Past a limit on file sizes a write fails, and the run is undone, as for a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) {
             // The lowest free number is fd. Using it fails as it would have failed without us.

@@ -83,7 +83,10 @@ void writeAndClose(blocxx::File& file, const String& tempPath, const String& con
     if (written == -1) {
         CleanupTempFile_ReportErrno("Unable to write to temp file.", tempPath, errno);
     }
-    if (static_cast<size_t>(written) < content.size()) {
+    if (const auto done = static_cast<size_t>(written); done < content.size()) {
+        // A short count leaves no reason in errno. The next byte meets what stopped this write.
+        errno = EIO;
+        file.write(content.data() + done, 1);
         CleanupTempFile_ReportErrno("Incomplete write while creating temp file.", tempPath, errno);
     }
     // Synced before the rename: after a power cut the snippet's name must not stand over nothing.

@@ -2,6 +2,8 @@
 #include "fennik/product/FNProductRegistration.hpp"
 
 #include <boost/bind/bind.hpp>
+#include <cerrno>
+#include <cstring>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/product/ProductPaths.hpp"
@@ -51,26 +53,35 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
     }
 }
 
+/// Throws that message with the system's reason, as errno has it, for its cause.
+[[noreturn]] void throwFileFailure(const char* message, const String& path, int errorCode) {
+    const int errnum = errno;
+    const blocxx::FileSystemException reason(__FILE__, __LINE__, std::strerror(errnum), errnum);
+    throw FennikException(__FILE__, __LINE__, Format(message, path).c_str(), errorCode, &reason);
+}
+
 blocxx::File createAllowedUsersFile(const String& productName, const String& path) {
     blocxx::File file;
+    errno = EINVAL;
     if (ProductPaths::canNameFile(productName)) {
         file = blocxx::FileSystem::createFile(path);
     }
     if (!file) {
-        BLOCXX_THROW_ERR(FennikException, Format("Failed to create %1", path), 12);
+        throwFileFailure("Failed to create %1", path, 12);
     }
     return file;
 }
 
 void writeAndClose(blocxx::File& file, const String& path, const String& content) {
+    errno = ENOSPC;  // what a short count means, which sets none
     if (file.write(content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
-        BLOCXX_THROW_ERR(FennikException, Format("Failed to write contents of %1", path), 13);
+        throwFileFailure("Failed to write contents of %1", path, 13);
     }
     if (file.flush() != 0) {
-        BLOCXX_THROW_ERR(FennikException, Format("Failed to flush %1", path), 13);
+        throwFileFailure("Failed to flush %1", path, 13);
     }
     if (file && file.close() != 0) {
-        BLOCXX_THROW_ERR(FennikException, Format("Failed to close %1", path), 13);
+        throwFileFailure("Failed to close %1", path, 13);
     }
 }
 

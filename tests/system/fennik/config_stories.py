@@ -3,7 +3,9 @@
 
 import os
 import re
+import resource
 import stat
+import subprocess
 
 from harness import Result, Story, read, run, write
 
@@ -158,6 +160,26 @@ class FailingSetting(Story):
         self.assert_other_failure(result, self.tree.prefix + "/opt")
         self.assertEqual(self.tree.state(), self.before)
 
+    def test_source_without_an_end(self):
+        os.symlink("/dev/zero", self.tree.prefix + "/zero")
+        result = self.fennik("--set-owcimomd-config", "/zero", "--name", "sample")
+        self.assert_other_failure(result, "longer than 64 MiB")
+        os.unlink(self.tree.prefix + "/zero")
+        with open("/dev/zero", "rb") as zero:
+            done = subprocess.run(
+                self.tree.command(*self.SET), stdin=zero, capture_output=True, check=False
+            )
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b'Cannot read "standard input": it is longer than 64 MiB', done.stderr)
+        self.assertEqual(self.tree.state(), self.before)
+
+    def test_source_that_is_a_fifo_without_a_writer(self):
+        os.mkfifo(self.tree.prefix + "/fifo")
+        result = self.fennik("--set-owcimomd-config", "/fifo", "--name", "sample")
+        self.assert_other_failure(result, "nobody writes to this FIFO")
+        os.unlink(self.tree.prefix + "/fifo")
+        self.assertEqual(self.tree.state(), self.before)
+
     def test_missing_directory(self):
         os.unlink(self.snippet)
         os.rmdir(self.tree.configs)
@@ -176,6 +198,15 @@ class FailingSetting(Story):
         self.assertEqual(result.status, 16)
         self.assertIn("Incomplete write while creating temp file.: ", result.err)
         self.assertEqual(self.tree.state(), self.before)
+
+    def test_written_in_part_tells_what_stopped_it(self):
+        result = self.fennik(
+            *self.SET, stdin="x" * 2000,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000)),
+        )
+        self.assert_failure(
+            result, 16, "Incomplete write while creating temp file.: 27(File too large)"
+        )
 
     def test_close_that_fails(self):
         result = self.failing_temporary_file("close", "error=EIO")

@@ -93,9 +93,9 @@ class FailingRegistration(Story):
     def test_file_that_is_there_already(self):
         write(self.users_file, b"precious")
         self.before = self.tree.state()
-        self.assert_failure(
-            self.fennik(*self.REGISTER), 12, f"Failed to create {self.users_file}"
-        )
+        result = self.fennik(*self.REGISTER)
+        self.assert_failure(result, 12, f"Failed to create {self.users_file}")
+        self.assertIn(" FileSystemException: 17: File exists>\n", result.err)
 
     def test_dangling_link_in_its_place(self):
         os.symlink(self.tree.directory + "/elsewhere", self.users_file)
