@@ -34,11 +34,13 @@ capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
 
 }  // namespace
 
-ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user)
+ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
+                             BusyLoop& loop)
     : m_stream(kj::mv(stream)),
       m_input(*m_stream),
       m_operations(operations),
       m_user(std::move(user)),
+      m_loop(loop),
       m_limits(limitsFor(operations, m_user)) {}
 
 kj::Promise<void> ClientSession::run() {
@@ -50,7 +52,10 @@ kj::Promise<void> ClientSession::run() {
                     return run();
                 }
                 auto writing = capnp::writeMessage(*m_stream, *answer);
-                return writing.attach(kj::mv(answer)).then([this] { return run(); });
+                return writing.attach(kj::mv(answer)).then([this] {
+                    m_loop.stayAwake();
+                    return run();
+                });
             }
             return kj::READY_NOW;
         });

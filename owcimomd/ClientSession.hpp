@@ -12,13 +12,15 @@
 #include <map>
 
 #include "owcimomd/BufferedStream.hpp"
+#include "owcimomd/BusyLoop.hpp"
 #include "owcimomd/Operations.hpp"
 
 namespace OwCimomd {
 
 class ClientSession {
 public:
-    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user);
+    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
+                  BusyLoop& loop);
     KJ_DISALLOW_COPY(ClientSession);
 
     /// Serves the client. Done when it has gone; fails when it sends what is no message.
@@ -37,6 +39,7 @@ private:
     BufferedStream m_input;
     Operations& m_operations;
     User m_user;
+    BusyLoop& m_loop;
     capnp::ReaderOptions m_limits;
     uint32_t m_lastNumber = 0;
     std::map<uint32_t, std::unique_ptr<EncodedEnumeration>> m_enumerations;

@@ -38,7 +38,7 @@ constexpr size_t MAX_STRANGERS = 64;
 
 /// Events after which the loop looks for what the other clients have sent, while one of them keeps
 /// it busy.
-constexpr unsigned EVENTS_BETWEEN_POLLS = 64;
+constexpr unsigned EVENTS_BETWEEN_POLLS = 8;
 
 constexpr auto PAUSE_AFTER_FAILURE = 100 * kj::MILLISECONDS;
 
@@ -145,7 +145,7 @@ void Server::serve(kj::AuthenticatedStream client) {
     }
     ++m_clients;
     m_strangers += isStranger ? 1 : 0;
-    auto session = kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user);
+    auto session = kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_loop);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::defer([this, isStranger] {
                                   --m_clients;

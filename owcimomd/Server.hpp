@@ -35,6 +35,7 @@ private:
     size_t m_maxClients;
     size_t m_clients = 0;
     size_t m_strangers = 0;
+    BusyLoop m_loop;
     kj::TaskSet m_sessions;
 };
 
