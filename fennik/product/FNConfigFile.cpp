@@ -27,7 +27,7 @@ UnitLog log() {
 /// The snippet's content; none when there is no snippet. A link in its place is not followed: the
 /// file that it leads to is not the product's to show or to restore.
 std::optional<String> readSnippet(const String& productName, const String& path) {
-    if (!ProductPaths::canNameFile(productName)) {
+    if (!ProductPaths::canNameSnippet(productName)) {
         return std::nullopt;
     }
     blocxx::File file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -97,7 +97,7 @@ void writeAndClose(blocxx::File& file, const String& tempPath, const String& con
 
 void renameIntoPlace(const String& productName, const String& tempPath, const String& path) {
     errno = EINVAL;
-    if (!ProductPaths::canNameFile(productName) || !FileSystem::renameFile(tempPath, path)) {
+    if (!ProductPaths::canNameSnippet(productName) || !FileSystem::renameFile(tempPath, path)) {
         CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errno);
     }
 }

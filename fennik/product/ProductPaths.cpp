@@ -20,4 +20,8 @@ bool canNameFile(const String& productName) {
            productName.find_first_of(std::string_view("/\0", 2)) == String::npos;
 }
 
+bool canNameSnippet(const String& productName) {
+    return canNameFile(productName) && !productName.ends_with(".allowed_users");
+}
+
 }  // namespace KOVNS2::ProductPaths

@@ -20,5 +20,7 @@ String configSnippet(const String& productName, const String& prefix);
 /// Whether the product's files lie in the drop-in directory. A name that is no single path
 /// component has paths, for messages, but no files: nothing may be opened at them.
 bool canNameFile(const String& productName);
+/// The same for the snippet alone, which must not be the allowed users file of another product.
+bool canNameSnippet(const String& productName);
 
 }  // namespace KOVNS2::ProductPaths

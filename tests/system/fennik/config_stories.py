@@ -56,6 +56,17 @@ class Setting(Story):
             read(self.tree.users_file("sample")), b"owcimomd.allowed_users = alice\n"
         )
 
+    def test_never_reaches_an_allowed_users_file_through_a_product_name(self):
+        self.register()
+        users = read(self.tree.users_file("sample"))
+        name = ("--name", "sample.allowed_users")
+        result = self.fennik("--set-owcimomd-config", "-", *name, stdin="x")
+        self.assertEqual(result.status, 16)
+        self.assertIn("Unable to create the file ", result.err)
+        self.assertEqual(self.fennik("--get-owcimomd-config", *name), Result(0, "", ""))
+        self.assert_silent_success(self.fennik("--remove-owcimomd-config", *name))
+        self.assertEqual(read(self.tree.users_file("sample")), users)
+
 
 class Reading(Story):
     def test_missing_snippet_prints_nothing(self):

@@ -25,5 +25,12 @@ TEST(ProductPaths, OnlyASinglePathComponentNamesAFile) {
     }
 }
 
+TEST(ProductPaths, ASnippetIsNeverAnAllowedUsersFile) {
+    EXPECT_TRUE(ProductPaths::canNameSnippet("sample"));
+    EXPECT_TRUE(ProductPaths::canNameSnippet("allowed_users"));
+    EXPECT_FALSE(ProductPaths::canNameSnippet("sample.allowed_users"));
+    EXPECT_FALSE(ProductPaths::canNameSnippet("a/b"));
+}
+
 }  // namespace
 }  // namespace KOVNS2::Testing
