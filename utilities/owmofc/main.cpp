@@ -21,6 +21,8 @@ constexpr CmdLineParser::Option OPTIONS[] = {
     VERSION_OPTION,
     {NAMESPACE, 'n', "namespace", CmdLineParser::E_REQUIRED_ARG, DEFAULT_NAMESPACE,
      "The namespace to compile into until a pragma names another one; \"root\" when absent."},
+    {CHECK, 'c', "check", CmdLineParser::E_NO_ARG, nullptr,
+     "Compile only, each file by itself, and write nothing."},
     DEST_DIR_OPTION,
     END_OF_OPTIONS};
 
@@ -45,8 +47,11 @@ MOF::Source open(const String& file) {
 }
 
 void compileInto(Repository& repository, ContentWriter& writer, const String& ns,
-                 const String& file) {
+                 const String& file, bool checkOnly) {
     const auto contents = MOF::compile(open(file), repository.handle(), ns, MOF::includeFile);
+    if (checkOnly) {
+        return;
+    }
     for (const MOF::NamespaceContent& content : contents) {
         writer.write(content);
     }
@@ -62,7 +67,7 @@ int compileFiles(const CmdLineParser& parser) {
     ContentWriter writer(repository);
     try {
         for (const String& file : parser.getNonOptionArgs()) {
-            compileInto(repository, writer, ns, file);
+            compileInto(repository, writer, ns, file, parser.isSet(CHECK));
         }
     } catch (const MOF::MOFCompilerException& e) {
         // It begins with its place, as editors expect.
@@ -77,7 +82,7 @@ int compileFiles(const CmdLineParser& parser) {
 constexpr Program PROGRAM = {
     "owmofc",
     KOV_VERSION,
-    "[-n NAMESPACE] [--dest-dir PREFIX] FILE...",
+    "[-n NAMESPACE] [--check] [--dest-dir PREFIX] FILE...",
     "Compiles MOF files into the repository, all of them or nothing. \"-\" is standard input.",
     "no file is named",
     OPTIONS,

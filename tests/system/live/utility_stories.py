@@ -159,6 +159,16 @@ class Utilities(LiveStory):
         self.assertIn("standard input:1:1: error: ", wrong.output)
         self.assertIn("four", self.products())
 
+    def test_checking_a_file_writes_nothing(self):
+        product = 'instance of KOV_Product { Name = "four"; };'
+        unknown = 'instance of KOV_Nothing { Name = "four"; };'
+        done, wrong = self.served(*[
+            f"printf %s {quoted(text)} | owmofc --check -n kov -" for text in (product, unknown)])
+        self.assertEqual((done.status, done.output), (0, ""))
+        self.assertEqual(wrong.status, 1)
+        self.assertIn("KOV_Nothing", wrong.output)
+        self.assertNotIn("four", self.products())
+
 
 def quoted(word):
     """One word for the shell, without single quotes."""
