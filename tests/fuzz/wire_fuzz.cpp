@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 
 #include "openwbem/repository/CIMRepository.hpp"
 #include "owcimomd/ClientSession.hpp"
