@@ -52,7 +52,7 @@ void becomeAccount(const String& name) {
 }
 
 String userName(uid_t uid) {
-    constexpr size_t MAX_BUFFER = 1024 * 1024;
+    constexpr size_t MAX_BUFFER = size_t(1) << 20U;
     String buffer(1024, '\0');
     passwd entry{};
     passwd* found = nullptr;

@@ -17,7 +17,7 @@ public:
 private:
     size_t take(void* buffer, size_t maxBytes);
 
-    static constexpr size_t SIZE = 16 * 1024;
+    static constexpr size_t SIZE = size_t(16) << 10U;
 
     kj::AsyncInputStream& m_inner;
     kj::ArrayPtr<kj::byte> m_unread;  // in the buffer

@@ -10,7 +10,7 @@ namespace OwCimomd {
 namespace {
 
 /// A portion is sent when it has grown to so many bytes, or so many steps have found little.
-constexpr size_t PORTION_BYTES = 256 * 1024;
+constexpr size_t PORTION_BYTES = size_t(256) << 10U;
 constexpr unsigned PORTION_STEPS = 64;
 /// Enumerations that one connection may have under way.
 constexpr size_t MAX_ENUMERATIONS = 256;

@@ -24,7 +24,7 @@ public:
     static constexpr const char* LOG_FILE = "owcimomd.log_file";
 
     /// A larger file is left out as a whole.
-    static constexpr size_t MAX_FILE_SIZE = 1024 * 1024;
+    static constexpr size_t MAX_FILE_SIZE = size_t(1) << 20U;
 
     /// Reads `file` and then the files of `dropInDirectory` whose names end in ".conf" and do not
     /// begin with a dot, in the order of their names. A drop-in directory that is not there is

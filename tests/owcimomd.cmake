@@ -4,6 +4,7 @@ kov_unit_test(owcimomd_test
   SOURCES
     unit/client/LiveDaemon.cpp
     unit/owcimomd/Access_test.cpp
+    unit/owcimomd/Account_test.cpp
     unit/owcimomd/Clients_test.cpp
     unit/owcimomd/Configuration_test.cpp
     unit/owcimomd/Daemon_test.cpp
