@@ -153,7 +153,7 @@ void Configuration::readFiles(const String& file, const String& dropInDirectory)
     }
     std::sort(names.begin(), names.end());
     for (const String& name : names) {
-        readFile(dropInDirectory + "/" + name);
+        readFile(blocxx::Format("%1/%2", dropInDirectory, name));
     }
 }
 

@@ -11,6 +11,15 @@
 
 namespace KovTest {
 
+/// Whether the memory of processes tells anything: AddressSanitizer keeps what was freed.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool MEMORY_COUNTS = false;
+#elif defined(__has_feature)
+inline constexpr bool MEMORY_COUNTS = !__has_feature(address_sanitizer);
+#else
+inline constexpr bool MEMORY_COUNTS = true;
+#endif
+
 class LiveDaemon {
 public:
     enum class Start { NOW, LATER };

@@ -119,7 +119,8 @@ TEST_F(Clients, ThatSendHalfAMessageWaitAloneAndCostNothing) {
         halves.back()->send(words({0, 32U << 20U}) + "half");
     }
     expectServed();
-    EXPECT_LT(residentKiB(daemon.pid()), before + 32 * 1024) << "memory is taken as it is filled";
+    EXPECT_TRUE(!MEMORY_COUNTS || residentKiB(daemon.pid()) < before + 32 * 1024)
+        << "memory is taken as it is filled";
     halves.clear();
     expectServed();
 }
@@ -155,7 +156,7 @@ TEST_F(Clients, ThatDoNotTakeTheirAnswersAreNotReadFrom) {
     }
     EXPECT_GT(sent, call.size());
     EXPECT_LT(sent, 4U << 20U) << "the socket's own buffers";
-    EXPECT_LT(residentKiB(daemon.pid()), before + 4 * 1024);
+    EXPECT_TRUE(!MEMORY_COUNTS || residentKiB(daemon.pid()) < before + 4 * 1024);
     expectServed();
 }
 
@@ -226,7 +227,7 @@ TEST_F(Clients, ThatDieInTheMiddleTakeTheirEnumerationsWithThem) {
         ::waitpid(client, nullptr, 0);
     }
     EXPECT_EQ(2000u, daemon.connect()->enumInstanceNamesA("root", "Car").size());
-    EXPECT_LT(residentKiB(daemon.pid()), before + 16 * 1024);
+    EXPECT_TRUE(!MEMORY_COUNTS || residentKiB(daemon.pid()) < before + 16 * 1024);
 }
 
 }  // namespace
