@@ -141,9 +141,9 @@ private:
     std::vector<po::option> m_options;
 };
 
-std::vector<po::option> parse(std::span<const Option> rows, std::vector<String> words) {
+std::vector<po::option> parse(std::span<const Option> rows, const std::vector<String>& words) {
     const po::options_description description = describe(rows);
-    po::command_line_parser parser(std::move(words));
+    po::command_line_parser parser(words);
     parser.options(description).extra_style_parser([rows](std::vector<String>& rest) {
         return WordReader(rows, rest).readAll();
     });

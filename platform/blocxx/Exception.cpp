@@ -16,7 +16,9 @@ struct Exception::Text {
 
 Exception::Exception(const char* file, int line, const char* message, int errorCode,
                      const Exception* otherException, int subClassId)
+    // NOLINTNEXTLINE(bugprone-throw-keyword-missing): pointers, not exceptions
     : m_text(std::make_shared<Text>(Text{file ? file : "", message ? message : ""})),
+      // NOLINTNEXTLINE(bugprone-throw-keyword-missing)
       m_other(otherException ? otherException->clone() : nullptr),
       m_line(line),
       m_errorCode(errorCode),

@@ -50,7 +50,7 @@ void Logger::log(ELogLevel level, std::string_view text, const char* file, int l
     }
 }
 
-ScopeLogger::ScopeLogger(const Logger& logger, String enterMessage, String exitMessage)
+ScopeLogger::ScopeLogger(const Logger& logger, std::string_view enterMessage, String exitMessage)
     : m_logger(logger), m_exitMessage(std::move(exitMessage)) {
     m_logger.info(enterMessage);
 }

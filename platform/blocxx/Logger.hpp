@@ -74,7 +74,7 @@ private:
 /// destroyed.
 class ScopeLogger {
 public:
-    ScopeLogger(const Logger& logger, String enterMessage, String exitMessage);
+    ScopeLogger(const Logger& logger, std::string_view enterMessage, String exitMessage);
     ~ScopeLogger();
     ScopeLogger(const ScopeLogger&) = delete;
     ScopeLogger& operator=(const ScopeLogger&) = delete;
