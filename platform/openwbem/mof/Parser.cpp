@@ -62,6 +62,17 @@ Token currentToken(void* scanner) {
     return {openwbem_mof_get_text(scanner), static_cast<size_t>(openwbem_mof_get_leng(scanner))};
 }
 
+/// The same, empty and at the very end where the text is at its end.
+Token foundToken(void* scanner, const SourceText& source) {
+    const Token found = currentToken(scanner);
+    const bool atEnd = found.data >= source.end() || found.size == 0;
+    return atEnd ? Token{source.end(), 0} : found;
+}
+
+String describe(const Token& token) {
+    return token.size == 0 ? String("the end of the text") : quoted(token.view());
+}
+
 /// The token before the one at `at`. Tokens do not remember their predecessors, as only errors ask.
 Token tokenBefore(SourceText& source, const char* at) {
     Scanner scanner(source);
@@ -89,12 +100,8 @@ String listOf(const std::vector<const char*>& expected) {
 }  // namespace
 
 void failSyntax(void* scanner, SourceText& source, const std::vector<const char*>& expected) {
-    Token found = currentToken(scanner);
-    const bool atEnd = found.data >= source.end() || found.size == 0;
-    if (atEnd) {
-        found = {source.end(), 0};
-    }
-    const String foundText = atEnd ? String("the end of the text") : quoted(found.view());
+    const Token found = foundToken(scanner, source);
+    const String foundText = describe(found);
     const Token before = tokenBefore(source, found.data);
     String message =
         expected.empty() ? String("unexpected ") + foundText : "expected " + listOf(expected);
@@ -105,6 +112,19 @@ void failSyntax(void* scanner, SourceText& source, const std::vector<const char*
         message += "; found " + foundText;
     }
     throw CompileError{found.data, message};
+}
+
+void failUnknownType(void* scanner, SourceText& source, UnknownType which) {
+    const Token found = foundToken(scanner, source);
+    if (which == UnknownType::FOUND) {
+        throw CompileError{found.data, "unknown type " + quoted(found.view())};
+    }
+    const Token name = tokenBefore(source, found.data);
+    throw CompileError{name.data,
+                       "unknown type " + quoted(name.view()) +
+                           "; as the class of a reference it would be followed by 'ref', "
+                           "not by " +
+                           describe(found)};
 }
 
 }  // namespace OpenWBEM::MOF

@@ -42,4 +42,10 @@ private:
 [[noreturn]] void failSyntax(void* scanner, SourceText& source,
                              const std::vector<const char*>& expected);
 
+/// Which token stands where a type should: the scanner's current one, or the one before it, which
+/// would be the class of a reference if "ref" followed.
+enum class UnknownType { FOUND, BEFORE };
+/// Throws the CompileError for a name that is no type.
+[[noreturn]] void failUnknownType(void* scanner, SourceText& source, UnknownType which);
+
 }  // namespace OpenWBEM::MOF

@@ -69,6 +69,20 @@ const Row ROWS[] = {
     {"an array of no size", "class A { uint8 x[0]; };",
      "MOF:1:19: error: expected a positive size of the array; found '0'\nclass A { uint8 x[0]; };\n"
      "                  ^"},
+    {"an unknown type of a property", "class A { strin x; };",
+     "MOF:1:11: error: unknown type 'strin'; as the class of a reference it would be followed by "
+     "'ref', not by 'x'\nclass A { strin x; };\n          ^"},
+    {"an unknown type of a method", "class A {\n  integer m();\n};",
+     "MOF:2:3: error: unknown type 'integer'; as the class of a reference it would be followed by "
+     "'ref', not by 'm'\n  integer m();\n  ^"},
+    {"an unknown type of a parameter", "class A { uint8 m(uint p[]); };",
+     "MOF:1:19: error: unknown type 'uint'; as the class of a reference it would be followed by "
+     "'ref', not by 'p'\nclass A { uint8 m(uint p[]); };\n                  ^"},
+    {"an unknown type at the end of the text", "class A { B",
+     "MOF:1:11: error: unknown type 'B'; as the class of a reference it would be followed by "
+     "'ref', not by the end of the text\nclass A { B\n          ^"},
+    {"an unknown type of a qualifier", "Qualifier Q : bool, Scope(any);",
+     "MOF:1:15: error: unknown type 'bool'\nQualifier Q : bool, Scope(any);\n              ^"},
     {"an unknown superclass", "class A : B {};",
      "MOF:1:11: error: unknown superclass \"B\"\nclass A : B {};\n          ^"},
     {"a class above itself", "class A : B {};\nclass B : A {};",
