@@ -119,7 +119,7 @@ void Compilation::includeSource(const Declaration& pragma, const String& name) {
         throw CompileError{at, e.getMessage()};
     }
     for (const Frame& frame : m_frames) {
-        if (frame.source->name() == included.name) {
+        if (frame.source->isSameAs(included)) {
             throw CompileError{at, String(Format("\"%1\" includes itself", included.name))};
         }
     }

@@ -32,17 +32,29 @@ private:
     size_t m_sourceColumn;
 };
 
+/// Which file a text comes from, whatever name led there; all zero for a text from elsewhere.
+struct FileIdentity {
+    uint64_t device = 0;
+    uint64_t inode = 0;
+
+    explicit operator bool() const noexcept { return device != 0 || inode != 0; }
+    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
 /// A piece of MOF and the name it has in messages.
 struct Source {
     String name;
     String text;
+    FileIdentity file{};
 };
 
 /// Opens what `#pragma include ("name")` names: given the name as written and the including
 /// source's name. Its exceptions are reported at the pragma's place.
 using IncludeHandler = std::function<Source(const String& name, const String& includingSource)>;
 
-/// Reads included files relative to the directory of the including file.
+/// Reads included files relative to the directory of the including file. Throws
+/// blocxx::FileSystemException for what cannot be read, is no regular file, or goes on for more
+/// than blocxx::FileSystem::MAX_CONTENT_SIZE beyond the size that it tells.
 Source includeFile(const String& name, const String& includingSource);
 
 /// What a text declares in one namespace, each list in an order in which it can be created:

@@ -117,7 +117,10 @@ String excerpt(const SourceText& text, const char* at) {
 }  // namespace
 
 SourceText::SourceText(Source source)
-    : m_name(std::move(source.name)), m_text(std::move(source.text)), m_size(m_text.size()) {
+    : m_name(std::move(source.name)),
+      m_text(std::move(source.text)),
+      m_file(source.file),
+      m_size(m_text.size()) {
     if (m_size > LARGEST_TEXT) {
         throw MOFCompilerException(__FILE__, __LINE__,
                                    m_name + ":1:1: error: the text is too large", m_name, 1, 1);

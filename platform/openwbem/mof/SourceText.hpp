@@ -28,6 +28,10 @@ public:
     SourceText& operator=(const SourceText&) = delete;
 
     const String& name() const noexcept { return m_name; }
+    /// Whether `source` is the same text under this name or, as a file, another one.
+    bool isSameAs(const Source& source) const noexcept {
+        return m_name == source.name || (m_file && m_file == source.file);
+    }
     /// Behind the byte order mark, when there is one.
     const char* begin() const noexcept { return m_text.data() + m_mark; }
     const char* end() const noexcept { return m_text.data() + m_size; }
@@ -50,6 +54,7 @@ public:
 private:
     String m_name;
     String m_text;
+    FileIdentity m_file;
     size_t m_size;
     size_t m_mark = 0;
 };

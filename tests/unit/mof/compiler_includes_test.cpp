@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Texts of several sources and for several namespaces.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -132,6 +133,46 @@ TEST_F(MofIncludeFileTest, FilesAreRelativeToTheIncludingFile) {
     const auto contents =
         compile(includeFile(m_directory + "/top.mof", ""), {}, "root", includeFile);
     EXPECT_EQ(contents.at(0).classes.at(0).getName(), "C");
+}
+
+TEST_F(MofIncludeFileTest, AFileThatTellsNoSizeIsReadToItsEnd) {
+    struct stat status {};
+    ASSERT_EQ(::stat("/proc/self/maps", &status), 0);
+    ASSERT_EQ(status.st_size, 0);
+    std::ifstream file("/proc/self/maps");
+    const String expected{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    // Memory that is taken meanwhile may change the lines in between.
+    EXPECT_EQ(includeFile("/proc/self/maps", "").text.substr(0, 200), expected.substr(0, 200));
+    EXPECT_NE(includeFile("/proc/self/maps", "").text.find("[stack]"), String::npos);
+}
+
+TEST_F(MofIncludeFileTest, AFileIsKnownUnderEveryName) {
+    write("loop.mof", "class A {};\n#pragma include(\"again.mof\")");
+    std::filesystem::create_symlink("loop.mof", m_directory + "/again.mof");
+    std::filesystem::create_hard_link(m_directory + "/loop.mof", m_directory + "/hard.mof");
+    for (const char* name : {"/loop.mof", "/hard.mof", "/again.mof"}) {
+        try {
+            compile(includeFile(m_directory + name, ""), {}, "root", includeFile);
+            ADD_FAILURE() << name;
+        } catch (const MOFCompilerException& e) {
+            EXPECT_EQ(e.getSourceLine(), 2U);
+            EXPECT_NE(
+                String(e.getMessage())
+                    .find(":2:17: error: \"" + m_directory + "/again.mof\" includes itself\n"),
+                String::npos)
+                << e.getMessage();
+        }
+    }
+}
+
+TEST_F(MofIncludeFileTest, AnEmptyFileAndOneOfAnyOtherSizeAreReadAsTheyAre) {
+    for (const size_t size : {size_t{0}, size_t{1}, size_t{16384}, size_t{100000}}) {
+        write("sized.mof", String(size, ' '));
+        EXPECT_EQ(includeFile(m_directory + "/sized.mof", "").text, String(size, ' '));
+    }
+    write("huge.mof", "");
+    std::filesystem::resize_file(m_directory + "/huge.mof", (uintmax_t{1} << 30) + 1);
+    EXPECT_THROW(includeFile(m_directory + "/huge.mof", ""), blocxx::IOException);
 }
 
 TEST_F(MofIncludeFileTest, WhatIsNoFileIsRefused) {
