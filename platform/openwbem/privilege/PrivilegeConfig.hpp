@@ -57,9 +57,8 @@ public:
     virtual void endInclude() = 0;
 };
 
-/// The text breaks the language. getMessage() says how; where it happened is given in counts from
-/// one, columns in bytes. Inside an included text the place is one of that text, and the message
-/// names it.
+/// The text breaks the language. getMessage() says how; lines and columns count from one, columns
+/// in characters. Inside an included text the place is one of that text, and the message names it.
 class ParseException : public blocxx::Exception {
 public:
     ParseException(const char* file, int line, const String& message, size_t textLine,

@@ -1,0 +1,123 @@
+/* SPDX-License-Identifier: Apache-2.0
+
+   The tokens of a privilege configuration. The text is scanned in place; a token's value is a view of
+   it. What could be taken for something else than what was meant is refused, not guessed.
+
+   No pattern of more than one byte contains a zero byte: the scanner starts a token afresh at each one
+   it meets, so that a long token full of them would take time out of proportion to its length. */
+%option reentrant bison-bridge noyywrap nodefault never-interactive nounput noinput nounistd
+%option 8bit full
+%option prefix="openwbem_privgrammar_"
+%option extra-type="OpenWBEM::PrivilegeConfig::ScanState*"
+
+%top{
+#include <cstdint>
+}
+%{
+#include "openwbem/privilege/Scanner.hpp"
+#include "PrivilegeGrammar.hpp"
+#include "openwbem/privilege/Keywords.hpp"
+
+#define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
+
+using OpenWBEM::MOF::CompileError;
+using OpenWBEM::PrivilegeConfig::Form;
+
+namespace {
+
+using OpenWBEM::MOF::quoted;
+
+[[noreturn]] void fail(const char* at, std::string what) {
+    throw CompileError{at, std::move(what)};
+}
+
+int keywordToken(std::string_view word) {
+    const auto form = OpenWBEM::PrivilegeConfig::findKeyword(word);
+    if (!form) {
+        fail(word.data(), "unknown keyword " + quoted(word) + "; the keywords are " +
+                              OpenWBEM::PrivilegeConfig::listKeywords());
+    }
+    switch (*form) {
+        case Form::ONE_USER:
+            return TOKEN_UNPRIV_USER;
+        case Form::ONE_INCLUDE:
+            return TOKEN_INCLUDE;
+        case Form::PATHS:
+            return TOKEN_PATHS;
+        case Form::MONITORED_COMMANDS:
+            return TOKEN_MONITORED_COMMANDS;
+        case Form::USER_COMMANDS:
+            break;
+    }
+    return TOKEN_USER_COMMANDS;
+}
+
+// Why a quote began no item: found by looking at what follows.
+[[noreturn]] void failQuote(const char* begin, const char* end) {
+    for (const char* at = begin + 1; at < end && *at != '\n' && *at != '\r'; ++at) {
+        if (*at == '\0') {
+            fail(at, "an item cannot contain a zero byte");
+        }
+        if (*at == '\\' && at + 1 < end && at[1] != '\n' && at[1] != '\r') {
+            ++at;
+        }
+    }
+    fail(begin, "unterminated item: expected '\"' before the end of the line");
+}
+
+[[noreturn]] void failByte(const char* at) {
+    static const char DIGITS[] = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(*at);
+    fail(at, std::string("unexpected control character 0x") + DIGITS[byte >> 4] + DIGITS[byte & 15]);
+}
+
+}  // namespace
+
+#define TEXT_TOKEN(KIND)                                        \
+    do {                                                        \
+        yylval->text = {yytext, static_cast<uint32_t>(yyleng)}; \
+        return KIND;                                            \
+    } while (false)
+%}
+
+%x ITEMS
+
+SPACE   [ \t\n\r\f\v]
+FIRST   [^\x00-\x20\x7f"\\{}#@]
+REST    [^\x00-\x20\x7f"\\{}]
+BARE    {FIRST}{REST}*
+QUOTED  \"([^"\\\n\r\0]|\\[^\n\r\0])*\"
+
+%%
+
+<*>{SPACE}+             ;
+<*>"#"[^\n\r\0]*        ;
+
+{BARE}                  { TEXT_TOKEN(keywordToken({yytext, static_cast<size_t>(yyleng)})); }
+"{"                     { BEGIN(ITEMS); return '{'; }
+"}"                     { return '}'; }
+[@"\\]                  { fail(yytext, "expected a keyword; found " + quoted({yytext, 1})); }
+
+<ITEMS>{
+    {BARE}              { TEXT_TOKEN(TOKEN_ITEM); }
+    {BARE}["\\]         { fail(yytext + yyleng - 1,
+                               quoted({yytext + yyleng - 1, 1}) +
+                                   " inside an item: put the whole item into double quotes"); }
+    {QUOTED}            { TEXT_TOKEN(TOKEN_ITEM); }
+    {QUOTED}[^\x00-\x20\x7f{}] {
+                          fail(yytext + yyleng - 1, "expected a blank between this and the item "
+                                                    "before it"); }
+    "@"                 { return '@'; }
+    "{"                 { return '{'; }
+    "}"                 { BEGIN(INITIAL); return '}'; }
+    \"                  { // The scanner has cut the text behind the quote.
+                          *yyg->yy_c_buf_p = yyg->yy_hold_char;
+                          failQuote(yytext, yyextra->end); }
+    "\\"                { fail(yytext, "'\\' outside quotes: put the whole item into double "
+                                       "quotes"); }
+}
+
+<*>\0                   { fail(yytext, "unexpected zero byte"); }
+<*>[^\0]                { failByte(yytext); }
+
+%%
