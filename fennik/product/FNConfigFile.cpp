@@ -2,7 +2,6 @@
 #include "fennik/product/FNConfigFile.hpp"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <boost/bind/bind.hpp>
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/FileUtils.hpp"
 #include "fennik/undo/TempFile.hpp"
 #include "fennik/undo/UnitLog.hpp"
 
@@ -40,17 +40,9 @@ std::optional<String> readSnippet(const String& productName, const String& path)
     return FileSystem::readToEnd(file, path);
 }
 
-String readStandardInput() {
-    blocxx::File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!input) {
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to read standard input");
-    }
-    return FileSystem::readToEnd(input, "standard input");
-}
-
 String readSource(const String& source, const String& prefix) {
     if (source == "-") {
-        return readStandardInput();
+        return FileUtils::readStandardInput();
     }
     const String path = prefix + source;
     if (!FileSystem::exists(path)) {

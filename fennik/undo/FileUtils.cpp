@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The search for external programs.
 #include "fennik/undo/FileUtils.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include "blocxx/FileSystem.hpp"
 
@@ -22,6 +25,15 @@ String FileUtils::locateExecutable(const String& name, const String& searchPath)
         }
     }
     return {};
+}
+
+// A descriptor of its own, since the file closes the one that it is given.
+String FileUtils::readStandardInput() {
+    blocxx::File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!input) {
+        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to read standard input");
+    }
+    return blocxx::FileSystem::readToEnd(input, "standard input");
 }
 
 }  // namespace KOVNS2

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Finding the external programs that the tool runs. Only fixed system directories are searched,
-// never the caller's PATH: the tool runs as root.
+// Files that the tool does not find by a path of its own: the external programs that it runs and
+// its standard input. Programs are looked for in fixed system directories only, never in the
+// caller's PATH: the tool runs as root.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -18,6 +19,9 @@ namespace FileUtils {
 /// `searchPath`; empty when there is none. A name with a slash in it is never found, and an empty
 /// directory does not stand for the working directory.
 blocxx::String locateExecutable(const blocxx::String& name, const blocxx::String& searchPath);
+
+/// Everything on standard input to its end. Throws FileSystemException.
+blocxx::String readStandardInput();
 }  // namespace FileUtils
 
 }  // namespace KOVNS2

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The debug lines of one source unit: a fixed prefix and a message that is only built when debug
-// messages are wanted.
+// messages are wanted. Steps of a unit may log under a component and a source name of their own.
 #pragma once
 
 #include "blocxx/Format.hpp"
@@ -11,18 +11,20 @@ namespace KOVNS2 {
 
 class UnitLog {
 public:
-    explicit UnitLog(const char* prefix) : m_logger("fennik"), m_prefix(prefix) {}
+    explicit UnitLog(const char* prefix, const char* component = "fennik", const char* file = "")
+        : m_logger(component), m_prefix(prefix), m_file(file) {}
 
     template <class... Args>
     void debug(std::string_view pattern, const Args&... args) const {
         if (m_logger.isDebugEnabled()) {
-            m_logger.debug(m_prefix + blocxx::Format(pattern, args...).toString());
+            m_logger.debug(m_prefix + blocxx::Format(pattern, args...).toString(), m_file);
         }
     }
 
 private:
     blocxx::Logger m_logger;
     const char* m_prefix;
+    const char* m_file;
 };
 
 }  // namespace KOVNS2
