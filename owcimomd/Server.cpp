@@ -31,10 +31,6 @@ constexpr mode_t SOCKET_MODE = 0666;
 /// Descriptors that are not for clients: files, the loop's own.
 constexpr rlim_t OWN_DESCRIPTORS = 64;
 constexpr rlim_t MAX_DESCRIPTORS = 4096;
-/// Places that users other than root leave free, so that root can always get in.
-constexpr size_t PLACES_FOR_ROOT = 16;
-/// Connections of users who may not connect, who only wait for the answer that they may not.
-constexpr size_t MAX_STRANGERS = 64;
 
 /// Events after which the loop looks for what the other clients have sent, while one of them keeps
 /// it busy.
@@ -90,7 +86,7 @@ Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& ope
           listeningSocket(socketPath), kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                            kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
-      m_maxClients(raiseClientLimit()),
+      m_places(raiseClientLimit()),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
 }
@@ -106,25 +102,16 @@ void Server::run() {
         .wait(m_io.waitScope);
 }
 
+/// Whatever happens to one client, the next one is accepted.
 kj::Promise<void> Server::acceptOneAfterAnother() {
-    return m_receiver->acceptAuthenticated().then(
-        [this](kj::AuthenticatedStream&& client) {
-            serve(kj::mv(client));
-            return acceptOneAfterAnother();
-        },
-        [this](kj::Exception&& e) {
-            reportError(Format("a client could not connect: %1", e.getDescription().cStr()));
-            return m_io.provider->getTimer().afterDelay(PAUSE_AFTER_FAILURE).then([this] {
-                return acceptOneAfterAnother();
-            });
-        });
-}
-
-bool Server::mayHaveOneMore(bool isRoot, bool isStranger) const noexcept {
-    if (isStranger && m_strangers >= MAX_STRANGERS) {
-        return false;
-    }
-    return m_clients < (isRoot ? m_maxClients : m_maxClients - PLACES_FOR_ROOT);
+    return m_receiver->acceptAuthenticated()
+        .then([this](kj::AuthenticatedStream&& client) { serve(kj::mv(client)); })
+        .catch_([this](kj::Exception&& e) {
+            m_notAccepted.error(
+                Format("a client could not connect: %1", e.getDescription().cStr()));
+            return m_io.provider->getTimer().afterDelay(PAUSE_AFTER_FAILURE);
+        })
+        .then([this] { return acceptOneAfterAnother(); });
 }
 
 void Server::serve(kj::AuthenticatedStream client) {
@@ -137,20 +124,15 @@ void Server::serve(kj::AuthenticatedStream client) {
         user.uid = *uid;
         user.name = userName(*uid);
     }
-    const bool isStranger = !m_operations.access().mayConnect(user);
-    if (!mayHaveOneMore(user.uid == 0, isStranger)) {
-        reportError(Format("the user with the id %1 is sent away: there are too many connections",
-                           user.uid));
+    auto place = m_places.take(user, !m_operations.access().mayConnect(user));
+    if (!place) {
+        m_sentAway.error(Format(
+            "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    ++m_clients;
-    m_strangers += isStranger ? 1 : 0;
     auto session = kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_loop);
     auto end = session->run();
-    m_sessions.add(end.attach(kj::mv(session), kj::defer([this, isStranger] {
-                                  --m_clients;
-                                  m_strangers -= isStranger ? 1 : 0;
-                              })));
+    m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }
 
 void Server::taskFailed(kj::Exception&& exception) {

@@ -7,6 +7,8 @@
 #include <kj/async-io.h>
 
 #include "owcimomd/ClientSession.hpp"
+#include "owcimomd/Places.hpp"
+#include "owcimomd/RareReport.hpp"
 
 namespace OwCimomd {
 
@@ -25,16 +27,15 @@ public:
 private:
     kj::Promise<void> acceptOneAfterAnother();
     void serve(kj::AuthenticatedStream client);
-    bool mayHaveOneMore(bool isRoot, bool isStranger) const noexcept;
     void taskFailed(kj::Exception&& exception) override;
 
     kj::AsyncIoContext& m_io;
     String m_path;
     Operations& m_operations;
     kj::Own<kj::ConnectionReceiver> m_receiver;
-    size_t m_maxClients;
-    size_t m_clients = 0;
-    size_t m_strangers = 0;
+    Places m_places;
+    RareReport m_notAccepted;
+    RareReport m_sentAway;
     BusyLoop m_loop;
     kj::TaskSet m_sessions;
 };

@@ -9,6 +9,7 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Configuration_test.cpp
     unit/owcimomd/Daemon_test.cpp
     unit/owcimomd/Namespaces_test.cpp
+    unit/owcimomd/Places_test.cpp
     unit/repository/RepositoryFixture.cpp
   LINKS owcimomd_core openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,6 +75,10 @@ LiveDaemon::~LiveDaemon() {
 void LiveDaemon::start() {
     m_pid = ::fork();
     if (m_pid == 0) {
+        const rlimit limit{m_descriptors, m_descriptors};
+        if (m_descriptors != 0 && ::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+            ::_exit(126);
+        }
         execDaemon(prefix(), prefix() + "/log");
     }
     const auto handle = connect();

@@ -29,6 +29,8 @@ public:
     LiveDaemon(const LiveDaemon&) = delete;
     LiveDaemon& operator=(const LiveDaemon&) = delete;
 
+    /// How many descriptors a daemon that is started from now on may have.
+    void limitDescriptors(unsigned count) { m_descriptors = count; }
     /// Starts it in the foreground and waits until it answers. Throws std::runtime_error with what
     /// it logged when it does not.
     void start();
@@ -51,6 +53,7 @@ public:
 private:
     TemporaryDirectory m_directory;
     pid_t m_pid = -1;
+    unsigned m_descriptors = 0;  // 0: as many as this process
 };
 
 void writeFile(const String& path, const String& content);

@@ -3,6 +3,7 @@
 // Many clients, and those that behave badly: whatever one does, the others are served.
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
+#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -206,6 +207,75 @@ TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
     ::kill(hanging, SIGKILL);
     ::waitpid(hanging, nullptr, 0);
     EXPECT_EQ(0, statusOf([&] { daemon.connect()->ping(); }));
+}
+
+/// A daemon with few descriptors; the users daemon and games may connect.
+class FewPlaces : public ::testing::Test {
+protected:
+    FewPlaces() : daemon(LiveDaemon::Start::LATER) {}
+    void SetUp() override {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only root can become other users";
+        }
+        daemon.limitDescriptors(256);
+        writeFile(daemon.config(), "owcimomd.allowed_users = daemon games\n");
+        daemon.start();
+    }
+    void TearDown() override {
+        for (const pid_t holder : holders) {
+            ::kill(holder, SIGKILL);
+            ::waitpid(holder, nullptr, 0);
+        }
+        holders.clear();
+    }
+    /// Makes so many connections as that user, in a process of its own that keeps them.
+    void hold(uid_t uid, int count) {
+        int ready[2];
+        ASSERT_EQ(0, ::pipe(ready));
+        holders.push_back(::fork());
+        if (holders.back() == 0) {
+            std::vector<std::unique_ptr<RawClient>> clients;
+            for (int i = ::setgid(uid) + ::setuid(uid); i < count; ++i) {
+                clients.push_back(std::make_unique<RawClient>(daemon.socket()));
+            }
+            const ssize_t told = ::write(ready[1], "r", 1);
+            ::pause();
+            ::_exit(static_cast<int>(told));
+        }
+        ::close(ready[1]);
+        char byte = 0;
+        EXPECT_EQ(1, ::read(ready[0], &byte, 1));
+        ::close(ready[0]);
+    }
+    int pingAs(uid_t uid) {
+        return asUser(uid, [&] { return statusOf([&] { daemon.connect()->ping(); }); });
+    }
+    size_t refusalsInLog() const {
+        const String log = daemon.log();
+        size_t told = 0;
+        for (size_t at = log.find("is sent away"); at != String::npos; ++told) {
+            at = log.find("is sent away", at + 1);
+        }
+        return told;
+    }
+
+    LiveDaemon daemon;
+    std::vector<pid_t> holders;
+};
+
+TEST_F(FewPlaces, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
+    const uid_t one = getpwnam("daemon")->pw_uid;
+    const uid_t another = getpwnam("games")->pw_uid;
+    hold(one, 200);  // and gets 128
+    EXPECT_EQ(1, pingAs(one)) << "one of its own must go first";
+    EXPECT_EQ(0, pingAs(another));
+    hold(getpwnam("nobody")->pw_uid, 100);  // and gets what is left, but for root
+    EXPECT_EQ(1, pingAs(another));
+    EXPECT_EQ(0, pingAs(0));
+    EXPECT_EQ(1u, daemon.connect()->enumClassNamesA("root", "").size());
+    EXPECT_EQ(1u, refusalsInLog());
+    TearDown();
+    EXPECT_EQ(0, pingAs(one));
 }
 
 TEST_F(Clients, ThatDieInTheMiddleTakeTheirEnumerationsWithThem) {

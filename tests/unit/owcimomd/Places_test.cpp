@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How connections are shared out, and how often the log tells of those that were refused.
+#include "owcimomd/Places.hpp"
+
+#include <gtest/gtest.h>
+
+#include "owcimomd/RareReport.hpp"
+
+namespace KovTest {
+namespace {
+
+using OwCimomd::Places;
+using OwCimomd::RareReport;
+using OwCimomd::User;
+
+using Taken = std::vector<std::shared_ptr<Places::Place>>;
+
+/// Takes as many as the user gets.
+Taken takeAll(Places& places, uid_t uid, bool isStranger = false) {
+    Taken taken;
+    while (auto place = places.take(User{uid, "somebody"}, isStranger)) {
+        taken.push_back(std::move(place));
+    }
+    return taken;
+}
+
+TEST(Places, AreSharedOutSoThatNobodyIsShutOut) {
+    struct Row {
+        const char* sentence;
+        size_t all;
+        size_t one;
+        size_t another;
+        size_t root;
+    };
+    for (const Row& row : {Row{"a quarter each where there are many", 4032, 1008, 1008, 2016},
+                           Row{"what is left where there are few", 192, 128, 48, 16},
+                           Row{"root alone where there are hardly any", 4, 3, 0, 1},
+                           Row{"nobody where there are none", 0, 0, 0, 0}}) {
+        Places places(row.all);
+        const Taken one = takeAll(places, 1);
+        EXPECT_EQ(row.one, one.size()) << row.sentence;
+        const Taken another = takeAll(places, 2);
+        EXPECT_EQ(row.another, another.size()) << row.sentence;
+        EXPECT_EQ(row.root, takeAll(places, 0).size()) << row.sentence;
+    }
+}
+
+TEST(Places, OfStrangersAreFew) {
+    Places places(4032);
+    const Taken strangers = takeAll(places, 1, true);
+    EXPECT_EQ(Places::MAX_STRANGERS, strangers.size());
+    EXPECT_EQ(nullptr, places.take(User{2, ""}, true));
+    EXPECT_NE(nullptr, places.take(User{2, ""}, false));
+}
+
+TEST(Places, ComeBack) {
+    Places places(192);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(64u, takeAll(places, 1, true).size());
+        EXPECT_EQ(128u, takeAll(places, 1).size());
+        EXPECT_EQ(192u, takeAll(places, 0).size());
+    }
+}
+
+TEST(RareReport, TellsOneAMinuteAndHowManyItKept) {
+    RareReport report;
+    const RareReport::Clock::time_point start{std::chrono::hours(1)};
+    EXPECT_EQ("a", report.due("a", start));
+    EXPECT_EQ("", report.due("b", start));
+    EXPECT_EQ("", report.due("c", start + std::chrono::seconds(59)));
+    EXPECT_EQ("d (and 2 more like it since the last of these)",
+              report.due("d", start + std::chrono::seconds(60)));
+    EXPECT_EQ("", report.due("e", start + std::chrono::seconds(61)));
+    EXPECT_EQ("f (and 1 more like it since the last of these)",
+              report.due("f", start + std::chrono::hours(1)));
+    EXPECT_EQ("g", report.due("g", start + std::chrono::hours(2)));
+}
+
+}  // namespace
+}  // namespace KovTest
