@@ -92,7 +92,8 @@ void Configuration::addUsers(std::string_view names) {
     }
 }
 
-void Configuration::readLine(std::string_view line, const String& name, size_t number) {
+void Configuration::readLine(std::string_view line, const String& name, size_t number,
+                             Origin origin) {
     line = trimmed(line);
     if (line.empty() || line.front() == '#' || line.front() == ';') {
         return;
@@ -109,6 +110,9 @@ void Configuration::readLine(std::string_view line, const String& name, size_t n
     if (!isPrintable(value)) {
         return complain(name, number, "there is a control character in the value");
     }
+    if (key == DATADIR && origin == Origin::DROP_IN) {
+        return complain(name, number, "only the main file says where the repository is");
+    }
     if (key == ALLOWED_USERS) {
         addUsers(value);
     } else {
@@ -116,20 +120,20 @@ void Configuration::readLine(std::string_view line, const String& name, size_t n
     }
 }
 
-void Configuration::read(std::string_view text, const String& name) {
+void Configuration::read(std::string_view text, const String& name, Origin origin) {
     size_t number = 0;
     while (!text.empty()) {
         const size_t end = text.find('\n');
-        readLine(text.substr(0, end), name, ++number);
+        readLine(text.substr(0, end), name, ++number, origin);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
 }
 
-void Configuration::readFile(const String& path) {
+void Configuration::readFile(const String& path, Origin origin) {
     String content;
     String reason;
     if (slurp(path, content, reason)) {
-        read(content, path);
+        read(content, path, origin);
     } else {
         m_complaints.push_back(Format(
             "the configuration file \"%1\" cannot be read: %2; it is left out", path, reason));
@@ -137,7 +141,7 @@ void Configuration::readFile(const String& path) {
 }
 
 void Configuration::readFiles(const String& file, const String& dropInDirectory) {
-    readFile(file);
+    readFile(file, Origin::MAIN_FILE);
     StringArray names;
     std::error_code failure;
     for (std::filesystem::directory_iterator it(dropInDirectory, failure), end;
@@ -153,7 +157,7 @@ void Configuration::readFiles(const String& file, const String& dropInDirectory)
     }
     std::sort(names.begin(), names.end());
     for (const String& name : names) {
-        readFile(blocxx::Format("%1/%2", dropInDirectory, name));
+        readFile(blocxx::Format("%1/%2", dropInDirectory, name), Origin::DROP_IN);
     }
 }
 

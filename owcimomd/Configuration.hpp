@@ -30,17 +30,20 @@ public:
     /// begin with a dot, in the order of their names. A drop-in directory that is not there is
     /// empty.
     void readFiles(const String& file, const String& dropInDirectory);
+    /// Drop-ins are products', and a product has no say in where the repository of all of them is:
+    /// that key is left out there.
+    enum class Origin { MAIN_FILE, DROP_IN };
     /// Takes over what `text` says; `name` is for complaints. Of a key that is given again the last
     /// value counts; allowed users come together from everywhere.
-    void read(std::string_view text, const String& name);
+    void read(std::string_view text, const String& name, Origin origin = Origin::MAIN_FILE);
 
     String get(const String& key, const String& defaultValue) const;
     const std::set<String>& allowedUsers() const noexcept { return m_allowedUsers; }
     const StringArray& complaints() const noexcept { return m_complaints; }
 
 private:
-    void readFile(const String& path);
-    void readLine(std::string_view line, const String& name, size_t number);
+    void readFile(const String& path, Origin origin);
+    void readLine(std::string_view line, const String& name, size_t number, Origin origin);
     void complain(const String& name, size_t line, std::string_view what);
     void addUsers(std::string_view names);
 

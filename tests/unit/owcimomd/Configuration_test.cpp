@@ -117,6 +117,18 @@ TEST_F(ConfigurationFiles, ThatCannotBeReadAreToldAndLeftOut) {
                             HasSubstr("e.conf\" cannot be read: No such file")));
 }
 
+TEST_F(ConfigurationFiles, OfProductsDoNotMoveTheRepository) {
+    writeFile(file(), "owcimomd.datadir = /main\n");
+    writeFile(dropIn("a.conf"), "# a comment\nowcimomd.datadir = /nowhere\nkey = a\n");
+    const Configuration configuration = read();
+    EXPECT_EQ("/main", configuration.get(Configuration::DATADIR, ""));
+    EXPECT_EQ("a", configuration.get("key", ""));
+    EXPECT_THAT(configuration.complaints(),
+                ElementsAre(dropIn("a.conf") +
+                            ":2: only the main file says where the repository is; the line is left "
+                            "out"));
+}
+
 TEST_F(ConfigurationFiles, WithoutADropInDirectoryAreOneFile) {
     std::filesystem::remove(file() + ".d");
     writeFile(file(), "key = main\n");

@@ -168,6 +168,14 @@ TEST_F(Daemon, EndsWithinASecondOfBeingTold) {
     EXPECT_EQ(3000u, opened->enumInstanceNamesA("root", "Car").size());
 }
 
+TEST_F(Daemon, HasOneThread) {
+    tree.start();
+    tree.connect()->enumClassNamesA("root", "");
+    const std::filesystem::directory_iterator threads("/proc/" + std::to_string(tree.pid()) +
+                                                      "/task");
+    EXPECT_EQ(1, std::distance(begin(threads), end(threads)));
+}
+
 TEST_F(Daemon, HoldsTheRepositoryAlone) {
     tree.start();
     String message;
@@ -217,12 +225,17 @@ TEST_F(Daemon, LosesNothingThatItHasAcknowledgedWhenItIsKilled) {
 }
 
 TEST_F(Daemon, StartsWithConfigurationThatCannotBeRead) {
-    writeFile(tree.dropIn("bad.conf"), "this is no line\n\x01\x02\nowcimomd.log_level = loud\n");
+    writeFile(tree.dropIn("bad.conf"),
+              "this is no line\n\x01\x02\nowcimomd.log_level = loud\n"
+              "owcimomd.datadir = /nowhere\n"
+              "owcimomd.log_file = /nowhere/log\n");
     std::filesystem::create_directory(tree.dropIn("directory.conf"));
     EXPECT_NO_THROW(tree.start());
-    EXPECT_THAT(tree.log(), AllOf(HasSubstr("bad.conf:1: there is no \"=\""),
-                                  HasSubstr("directory.conf\" cannot be read"),
-                                  HasSubstr("no log level \"loud\"")));
+    EXPECT_THAT(
+        tree.log(),
+        AllOf(HasSubstr("bad.conf:1: there is no \"=\""),
+              HasSubstr("directory.conf\" cannot be read"), HasSubstr("no log level \"loud\""),
+              HasSubstr("bad.conf:4: only the main file"), HasSubstr("log file is not used")));
 }
 
 TEST_F(Daemon, WritesToTheLogFileOfItsConfiguration) {
