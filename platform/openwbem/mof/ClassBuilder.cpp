@@ -45,6 +45,23 @@ const char* findPlace(const Declaration& declaration, const ClassDerivationExcep
     return qualifier != nullptr ? qualifier->name.data : place;
 }
 
+[[noreturn]] void failCircle(const Declaration& declaration) {
+    throw CompileError{declaration.name.data, String(Format("the class \"%1\" inherits from itself",
+                                                            declaration.name.view()))};
+}
+
+/// Whether the feature's own qualifiers make it a key; an inherited key is one without them.
+bool isDeclaredKey(const Feature& feature) {
+    for (const Qualifier& qualifier : feature.qualifiers) {
+        if (equalsIgnoreCase(qualifier.name.view(), "Key")) {
+            return qualifier.value.form == Initializer::NONE ||
+                   (qualifier.value.first != nullptr &&
+                    qualifier.value.first->kind == Literal::TRUE_VALUE);
+        }
+    }
+    return false;
+}
+
 /// How much text says everything about the qualifier; 0 for one that is not likely to be repeated.
 size_t repeatableLength(const Qualifier& qualifier) {
     const char* end = qualifier.name.end();
@@ -98,12 +115,12 @@ ClassEntry* ClassBuilder::find(std::string_view name) {
          entry = entry->super) {
         const Declaration& declaration = *entry->declaration;
         if (entry->state == ClassEntry::BEING_BUILT) {
-            const bool inherits = std::find(chain.begin(), chain.end(), entry) != chain.end();
-            throw CompileError{
-                declaration.name.data,
-                String(Format(inherits ? "the class \"%1\" inherits from itself"
-                                       : "the class \"%1\" needs itself for a default value",
-                              declaration.name.view()))};
+            if (std::find(chain.begin(), chain.end(), entry) != chain.end()) {
+                failCircle(declaration);
+            }
+            throw CompileError{declaration.name.data,
+                               String(Format("the class \"%1\" needs itself for a default value",
+                                             declaration.name.view()))};
         }
         entry->state = ClassEntry::BEING_BUILT;
         chain.push_back(entry);
@@ -153,15 +170,80 @@ CIMClass ClassBuilder::buildUnnamed(const Declaration& declaration) {
     return derive(declaration, super != nullptr ? &super->cls : nullptr);
 }
 
-bool ClassBuilder::isWithin(ClassEntry* entry, std::string_view className) {
-    while (entry != nullptr && !equalsIgnoreCase(entry->cls.getName(), className)) {
-        const String& super = entry->cls.getSuperClass();
-        if (super.empty()) {
+/// The superclass, built or not; null when there is none or nobody knows it.
+ClassEntry* ClassBuilder::superOf(const ClassEntry& entry) {
+    const std::string_view name = entry.declaration != nullptr
+                                      ? entry.declaration->superClass.view()
+                                      : std::string_view(entry.cls.getSuperClass());
+    return name.empty() ? nullptr : m_scope.findClass(name);
+}
+
+bool ClassBuilder::isWithin(std::string_view name, std::string_view className) {
+    ClassEntry* entry = m_scope.findClass(name);
+    // What the handle has may inherit from what the text declares anew: no end may be in sight.
+    size_t steps = 0;
+    size_t nextMark = 1;
+    const ClassEntry* mark = nullptr;
+    while (entry != nullptr && entry != mark) {
+        const bool isDeclared = entry->declaration != nullptr;
+        const std::string_view known =
+            isDeclared ? entry->declaration->name.view() : std::string_view(entry->cls.getName());
+        if (equalsIgnoreCase(known, className)) {
+            return true;
+        }
+        if (isDeclared ? entry->declaration->superClass.empty()
+                       : entry->cls.getSuperClass().empty()) {
             return false;
         }
-        entry = m_scope.findClass(super);
+        if (++steps == nextMark) {
+            mark = entry;
+            nextMark *= 2;
+        }
+        entry = superOf(*entry);
     }
-    return true;
+    return entry == nullptr;
+}
+
+const CIMClass* ClassBuilder::outline(std::string_view name) {
+    // The classes whose outlines have to be made, each followed by its superclass.
+    Array<ClassEntry*> chain;
+    const CIMClass* known = nullptr;
+    for (ClassEntry* entry = m_scope.findClass(name); entry != nullptr && known == nullptr;
+         entry = superOf(*entry)) {
+        if (entry->state == ClassEntry::BUILT) {
+            known = &entry->cls;
+        } else if (entry->outline) {
+            known = &*entry->outline;
+        } else if (chain.size() == m_scope.classes().size()) {
+            failCircle(*entry->declaration);
+        } else {
+            chain.push_back(entry);
+        }
+    }
+    for (size_t i = chain.size(); i > 0; --i) {
+        ClassEntry& entry = *chain[i - 1];
+        entry.outline = makeOutline(*entry.declaration, known);
+        known = &*entry.outline;
+    }
+    return known;
+}
+
+CIMClass ClassBuilder::makeOutline(const Declaration& declaration, const CIMClass* superClass) {
+    CIMClass outline(String(declaration.name.view()), String(declaration.superClass.view()));
+    const CIMPropertyArray inherited =
+        superClass != nullptr ? superClass->getKeys() : CIMPropertyArray();
+    const NameIndex<CIMProperty> inheritedIndex(inherited);
+    CIMPropertyArray keys = inherited;
+    for (const Feature& feature : declaration.features) {
+        if (!feature.isMethod && isDeclaredKey(feature) &&
+            !inheritedIndex.find(feature.name.view())) {
+            keys.emplace_back(String(feature.name.view()), makeType(feature.type, feature.array));
+            keys.back().setKey(true);
+        }
+    }
+    outline.setProperties(std::move(keys));
+    countFeatures(outline, declaration);
+    return outline;
 }
 
 CIMClass ClassBuilder::derive(const Declaration& declaration, const CIMClass* superClass) {

@@ -20,18 +20,25 @@ public:
 
     /// The class of that name, built; null when nobody knows it.
     ClassEntry* find(std::string_view name);
+    /// What a reference has to know of the class of that name: its superclass and the types of its
+    /// keys; null when nobody knows the class. Builds no class, so that a default value may refer
+    /// to the class that it stands in.
+    const CIMClass* outline(std::string_view name);
     /// A class that stands on its own, in an embedded object: nothing can refer to it.
     CIMClass buildUnnamed(const Declaration& declaration);
     /// Qualifiers as they stand in the text, for elements of any kind.
     CIMQualifierArray buildQualifiers(const List<Qualifier>& qualifiers);
-    /// Whether `cls` is the class of that name or below it, as far as its superclasses are known.
-    bool isWithin(ClassEntry* entry, std::string_view className);
+    /// Whether the class `name` is the class `className` or below it, as far as its superclasses
+    /// are known: true where they are not. Neither has to be built.
+    bool isWithin(std::string_view name, std::string_view className);
 
     /// The text's classes that are built, superclasses first.
     const Array<const CIMClass*>& built() const noexcept { return m_built; }
 
 private:
     void build(ClassEntry& entry);
+    ClassEntry* superOf(const ClassEntry& entry);
+    CIMClass makeOutline(const Declaration& declaration, const CIMClass* superClass);
     CIMClass derive(const Declaration& declaration, const CIMClass* superClass);
     CIMClass declaredClass(const Declaration& declaration, const CIMClass* superClass);
     CIMProperty buildProperty(const Feature& feature, const CIMClass* superClass);

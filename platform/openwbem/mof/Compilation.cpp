@@ -133,11 +133,9 @@ void Compilation::includeSource(const Declaration& pragma, const String& name) {
 }
 
 void Compilation::enterNamespace(const String& name, const char* at) {
-    for (Namespace& known : m_namespaces) {
-        if (equalsIgnoreCase(known.scope.nameSpace(), name)) {
-            m_current = &known;
-            return;
-        }
+    if (const auto known = m_namespaceIndex.find(name); known != m_namespaceIndex.end()) {
+        m_current = known->second;
+        return;
     }
     if (m_onlyNamespace && m_current != nullptr) {
         throw CompileError{
@@ -148,7 +146,9 @@ void Compilation::enterNamespace(const String& name, const char* at) {
     if (name.empty() && at != nullptr) {
         throw CompileError{at, "expected the name of a namespace; found an empty string"};
     }
-    m_current = &m_namespaces.emplace_back(name, m_handle, *this);
+    const auto kind = at != nullptr ? NamespaceMention::PRAGMA : NamespaceMention::START;
+    m_current = &m_namespaces.emplace_back(name, m_handle, NamespaceMention{kind, at}, *this);
+    m_namespaceIndex.emplace(name, m_current);
 }
 
 Array<NamespaceContent> Compilation::build() {

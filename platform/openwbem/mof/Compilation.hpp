@@ -21,8 +21,9 @@ public:
 
 private:
     struct Namespace {
-        Namespace(const String& name, const CIMOMHandleIFCRef& handle, ObjectResolver& objects)
-            : scope(name, handle), classes(scope, objects) {}
+        Namespace(const String& name, const CIMOMHandleIFCRef& handle, NamespaceMention mention,
+                  ObjectResolver& objects)
+            : scope(name, handle, mention), classes(scope, objects) {}
         Scope scope;
         ClassBuilder classes;
     };
@@ -33,6 +34,7 @@ private:
         State state = DECLARED;
         CIMObjectPath path;
     };
+    using Assignments = FoldedMap<const Assignment*, std::string_view>;
     struct Frame {
         const SourceText* source;
         const Declaration* next;
@@ -64,10 +66,12 @@ private:
     CIMObjectPath resolveReference(const Literal& literal, const String& className) override;
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
     Namespace* homeOf(const CIMObjectPath& path);
+    Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
     CIMObjectPath resolveAlias(const Text& name);
     CIMObjectPath pathOf(Alias& alias);
-    void syncPath(CIMObjectPath& path, unsigned depth);
+    const CIMClass& classForPath(Alias& alias, const Assignments& assignments);
+    void syncPath(CIMObjectPath& path, Namespace& from, unsigned depth);
     CIMValue compileEmbedded(SourceText& source, const Embedding& embedding);
     void checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding);
 
@@ -76,7 +80,9 @@ private:
     bool m_onlyNamespace;
     std::pmr::monotonic_buffer_resource m_arena;
     std::deque<SourceText> m_sources;
-    std::deque<Namespace> m_namespaces;
+    std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their mention
+    FoldedMap<Namespace*> m_namespaceIndex;  ///< the same by name
+    FoldedMap<std::unique_ptr<Namespace>> m_elsewhere;  ///< that only paths lead into
     Namespace* m_current = nullptr;
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Values that lead to other objects: paths, aliases, and objects embedded as MOF in a string.
+#include <algorithm>
+
 #include "blocxx/Format.hpp"
 #include "openwbem/mof/Compilation.hpp"
 #include "openwbem/mof/Literals.hpp"
@@ -8,7 +10,6 @@
 
 namespace OpenWBEM::MOF {
 
-using blocxx::equalsIgnoreCase;
 using blocxx::Format;
 
 namespace {
@@ -38,9 +39,12 @@ CIMObjectPath Compilation::resolveReference(const Literal& literal, const String
             path = resolveAlias(literal.text);
         } else {
             path = CIMObjectPath::parse(readString(literal));
-            syncPath(path, 0);
+            syncPath(path, *m_current, 0);
         }
     } catch (const CIMException& e) {
+        if (e.getErrNo() != CIMException::INVALID_PARAMETER) {
+            throw;  // the handle's own failure
+        }
         throw CompileError{literal.text.data, e.getMessage()};
     }
     checkReferenceClass(path, className, literal.text.data);
@@ -55,12 +59,26 @@ Compilation::Namespace* Compilation::homeOf(const CIMObjectPath& path) {
     if (path.getNameSpace().empty()) {
         return m_current;
     }
-    for (Namespace& ns : m_namespaces) {
-        if (equalsIgnoreCase(ns.scope.nameSpace(), path.getNameSpace())) {
-            return &ns;
-        }
+    const auto found = m_namespaceIndex.find(path.getNameSpace());
+    return found != m_namespaceIndex.end() ? found->second : nullptr;
+}
+
+/// The namespace whose classes tell the most about a path that stands in `from`. Another host most
+/// likely has the same.
+Compilation::Namespace& Compilation::namespaceOf(const CIMObjectPath& path, Namespace& from) {
+    const String& name = path.getNameSpace();
+    if (name.empty()) {
+        return from;
     }
-    return nullptr;
+    if (const auto found = m_namespaceIndex.find(name); found != m_namespaceIndex.end()) {
+        return *found->second;
+    }
+    std::unique_ptr<Namespace>& other = m_elsewhere[name];
+    if (!other) {
+        constexpr NamespaceMention MENTION{NamespaceMention::PATH, nullptr};
+        other = std::make_unique<Namespace>(name, m_handle, MENTION, *this);
+    }
+    return *other;
 }
 
 /// What is known of the class decides: a reference may lead to an instance that is not there yet.
@@ -70,36 +88,39 @@ void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& c
     if (home == nullptr || path.isClassPath()) {
         return;
     }
-    ClassEntry* const entry = findClass(*home, path.getClassName());
-    if (entry != nullptr && !home->classes.isWithin(entry, className)) {
+    const CIMClass* const cls = home->classes.outline(path.getClassName());
+    if (cls != nullptr && !home->classes.isWithin(path.getClassName(), className)) {
         throw CompileError{at, String(Format("expected a reference to \"%1\"; found one to \"%2\"",
-                                             className, entry->cls.getName()))};
+                                             className, cls->getName()))};
     }
 }
 
-/// Gives the keys the types that the class says, where the class is known.
-void Compilation::syncPath(CIMObjectPath& path, unsigned depth) {
+/// Gives the keys the types that the class says, where the class is known. Beyond this text's
+/// namespaces a path that does not fit its class stays as it is written: it may name what is not
+/// there.
+void Compilation::syncPath(CIMObjectPath& path, Namespace& from, unsigned depth) {
     if (path.isClassPath() || depth > DEEPEST_OBJECT) {
         return;
     }
-    Namespace* home = m_current;
-    for (Namespace& ns : m_namespaces) {
-        if (!path.getNameSpace().empty() &&
-            equalsIgnoreCase(ns.scope.nameSpace(), path.getNameSpace())) {
-            home = &ns;
-        }
-    }
-    ClassEntry* const entry = findClass(*home, path.getClassName());
-    if (entry == nullptr) {
+    Namespace& home = namespaceOf(path, from);
+    const CIMClass* const cls = home.classes.outline(path.getClassName());
+    if (cls == nullptr) {
         return;
     }
-    path.syncWithClass(entry->cls);
+    try {
+        path.syncWithClass(*cls);
+    } catch (const CIMException&) {
+        if (homeOf(path) != nullptr) {
+            throw;
+        }
+        return;
+    }
     CIMPropertyArray keys = path.getKeys();
     bool changed = false;
     for (CIMProperty& key : keys) {
         if (key.getValue().getType() == CIMDataType::REFERENCE) {
             auto inner = key.getValue().get<CIMObjectPath>();
-            syncPath(inner, depth + 1);
+            syncPath(inner, home, depth + 1);
             key.setValue(CIMValue(inner));
             changed = true;
         }
@@ -135,6 +156,22 @@ CIMObjectPath Compilation::resolveAlias(const Text& name) {
     return path;
 }
 
+/// The class of the instance that an alias stands for, whole or as much as its path needs: only
+/// the default of a key takes the whole class, which may just be being built.
+const CIMClass& Compilation::classForPath(Alias& alias, const Assignments& assignments) {
+    const Declaration& declaration = *alias.declaration;
+    if (const CIMClass* const outline = alias.home->classes.outline(declaration.name.view())) {
+        const CIMPropertyArray keys = outline->getKeys();
+        const bool complete = std::all_of(keys.begin(), keys.end(), [&](const CIMProperty& key) {
+            return assignments.count(key.getName()) != 0;
+        });
+        if (complete) {
+            return *outline;
+        }
+    }
+    return classOf(*alias.home, declaration).cls;
+}
+
 /// The path of what an alias stands for. Only the values of the keys are made, since the others may
 /// lead back here.
 CIMObjectPath Compilation::pathOf(Alias& alias) {
@@ -144,18 +181,18 @@ CIMObjectPath Compilation::pathOf(Alias& alias) {
         return path.setClassName(String(declaration.name.view()));
     }
     const Entered entered(*this, *alias.home);
-    ClassEntry& entry = classOf(*alias.home, declaration);
-    path.setClassName(entry.cls.getName());
-    CIMPropertyArray keys = entry.cls.getKeys();
+    Assignments assignments;
+    for (const Assignment& assignment : declaration.assignments) {
+        assignments.emplace(assignment.name.view(), &assignment);
+    }
+    const CIMClass& cls = classForPath(alias, assignments);
+    path.setClassName(cls.getName());
+    CIMPropertyArray keys = cls.getKeys();
     if (keys.empty()) {
         throw CompileError{declaration.alias.data,
                            String(Format("the class \"%1\" has no key, so nothing can refer to its "
                                          "instances",
-                                         entry.cls.getName()))};
-    }
-    FoldedMap<const Assignment*, std::string_view> assignments;
-    for (const Assignment& assignment : declaration.assignments) {
-        assignments.emplace(assignment.name.view(), &assignment);
+                                         cls.getName()))};
     }
     for (CIMProperty& key : keys) {
         const auto found = assignments.find(key.getName());
@@ -222,9 +259,9 @@ CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embed
 }
 
 void Compilation::checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding) {
-    ClassEntry& entry = classOf(*m_current, declaration);
+    const ClassEntry& entry = classOf(*m_current, declaration);
     if (embedding.kind == Embedding::INSTANCE &&
-        !m_current->classes.isWithin(&entry, embedding.className)) {
+        !m_current->classes.isWithin(entry.cls.getName(), embedding.className)) {
         throw CompileError{declaration.name.data,
                            String(Format("expected an instance of \"%1\"; found one of \"%2\"",
                                          embedding.className, entry.cls.getName()))};

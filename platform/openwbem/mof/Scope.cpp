@@ -16,8 +16,8 @@ const CIMProperty* ClassEntry::findProperty(std::string_view name) {
     return found ? &cls.getProperties()[*found] : nullptr;
 }
 
-Scope::Scope(String nameSpace, CIMOMHandleIFCRef handle)
-    : m_nameSpace(std::move(nameSpace)), m_handle(std::move(handle)) {}
+Scope::Scope(String nameSpace, CIMOMHandleIFCRef handle, NamespaceMention mention)
+    : m_nameSpace(std::move(nameSpace)), m_handle(std::move(handle)), m_mention(mention) {}
 
 void Scope::declare(const Declaration& declaration) {
     const std::string_view name = declaration.name.view();
@@ -53,14 +53,25 @@ void Scope::define(const Declaration& declaration, CIMQualifierType qualifierTyp
     entry.known = true;
 }
 
-namespace {
-
 /// Whether the handle's failure says only that the object is not there.
-bool isAbsence(const CIMException& e) {
-    return e.getErrNo() == CIMException::NOT_FOUND || e.getErrNo() == CIMException::INVALID_CLASS;
+bool Scope::isAbsence(const CIMException& e) const {
+    switch (e.getErrNo()) {
+        case CIMException::NOT_FOUND:
+        case CIMException::INVALID_CLASS:
+            return true;
+        case CIMException::INVALID_NAMESPACE:
+            if (m_mention.kind == NamespaceMention::PRAGMA) {
+                throw CompileError{
+                    m_mention.at,
+                    String(Format("the namespace \"%1\" does not exist", m_nameSpace))};
+            }
+            return m_mention.kind == NamespaceMention::PATH;
+        case CIMException::ACCESS_DENIED:
+            return m_mention.kind == NamespaceMention::PATH;
+        default:
+            return false;
+    }
 }
-
-}  // namespace
 
 Scope::QualifierEntry Scope::fetchQualifierType(const String& name) const {
     QualifierEntry entry;

@@ -21,17 +21,26 @@ struct ClassEntry {
     const Declaration* declaration = nullptr;  ///< null for one of the handle's
     ClassEntry* super = nullptr;               ///< once it is built and declared in the text
     State state = DECLARED;
-    CIMClass cls;  ///< derived, once it is built
+    CIMClass cls;                     ///< derived, once it is built
+    std::optional<CIMClass> outline;  ///< see ClassBuilder::outline
     std::optional<NameIndex<CIMProperty>> properties;
 
     /// The built class's property of that name, or null.
     const CIMProperty* findProperty(std::string_view name);
 };
 
+/// How a namespace came up: that decides what it means when the handle does not have it.
+struct NamespaceMention {
+    enum Kind : uint8_t { START, PRAGMA, PATH };
+    Kind kind = START;
+    const char* at = nullptr;  ///< of a PRAGMA
+};
+
 class Scope {
 public:
-    /// `handle` may be null.
-    Scope(String nameSpace, CIMOMHandleIFCRef handle);
+    /// `handle` may be null. A namespace that the handle does not have, or does not let the caller
+    /// read, holds nothing when only a PATH leads into it.
+    Scope(String nameSpace, CIMOMHandleIFCRef handle, NamespaceMention mention = {});
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
 
@@ -57,9 +66,11 @@ private:
     };
     QualifierEntry fetchQualifierType(const String& name) const;
     std::unique_ptr<ClassEntry> fetchClass(const String& name) const;
+    bool isAbsence(const CIMException& e) const;
 
     String m_nameSpace;
     CIMOMHandleIFCRef m_handle;
+    NamespaceMention m_mention;
     FoldedMap<QualifierEntry> m_qualifierTypes;
     FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there
     std::deque<const Declaration*> m_qualifierTypeOrder;

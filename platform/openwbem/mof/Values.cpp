@@ -176,6 +176,9 @@ CIMValue makeObject(const Literal& literal, const CIMDataType& type, const Embed
     try {
         return makeKnownObject(literal, type, embedding, objects);
     } catch (const CIMException& e) {
+        if (e.getErrNo() != CIMException::INVALID_PARAMETER) {
+            throw;  // the handle's own failure
+        }
         // Objects nested too deep in each other.
         throw CompileError{literal.text.data, e.getMessage()};
     }

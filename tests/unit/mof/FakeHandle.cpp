@@ -14,15 +14,21 @@ namespace {
 
 }  // namespace
 
-CIMClass FakeHandle::getClass(const String& /*ns*/, const String& className,
-                              ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,
+CIMClass FakeHandle::getClass(const String& ns, const String& className, ELocalOnlyFlag localOnly,
+                              EIncludeQualifiersFlag includeQualifiers,
                               EIncludeClassOriginFlag /*includeClassOrigin*/,
                               const StringArray* propertyList) {
     EXPECT_EQ(localOnly, E_NOT_LOCAL_ONLY);
     EXPECT_EQ(includeQualifiers, E_INCLUDE_QUALIFIERS);
     EXPECT_EQ(propertyList, nullptr);
     asked.push_back(className);
-    const auto found = classes.find(blocxx::toLower(className));
+    if (const auto failure = closed.find(ns); failure != closed.end()) {
+        throw CIMException(__FILE__, __LINE__, failure->second, "no namespace " + ns);
+    }
+    auto found = classes.find(ns + ":" + blocxx::toLower(className));
+    if (found == classes.end()) {
+        found = classes.find(blocxx::toLower(className));
+    }
     if (found == classes.end()) {
         throw CIMException(__FILE__, __LINE__, absence, "no class " + className);
     }

@@ -12,8 +12,11 @@ namespace OpenWBEM::MOF {
 
 class FakeHandle : public CIMOMHandleIFC {
 public:
-    std::map<String, CIMClass> classes;                 ///< by name in lower case
-    std::map<String, CIMQualifierType> qualifierTypes;  ///< likewise
+    /// By name in lower case; behind "NAMESPACE:" those of one namespace only.
+    std::map<String, CIMClass> classes;
+    std::map<String, CIMQualifierType> qualifierTypes;  ///< by name in lower case
+    /// What namespaces fail with in which nothing can be looked up.
+    std::map<String, CIMException::ErrNoType> closed;
     CIMException::ErrNoType absence = CIMException::NOT_FOUND;
     StringArray asked;
 

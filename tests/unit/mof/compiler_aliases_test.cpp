@@ -106,6 +106,48 @@ TEST(MofReferencesTest, MistakesAreTold) {
     EXPECT_NE(complaintOf(CLASSES), "");
 }
 
+TEST(MofReferencesTest, ADefaultMayReferToItsOwnClass) {
+    const Compiled compiled = compileWith(
+        "class C { [Key] uint16 id; };"
+        "[Association] class Base { [Key] C REF a; [Key] uint8 n; };"
+        "[Association] class L : Base {"
+        " L REF next = \"L.a=\\\"C.id=1\\\",n=2\"; Base REF other = $l; };"
+        "instance of L as $l { a = \"C.id=1\"; n = 2; };");
+    const CIMProperty* next = compiled.cls("L").getProperty("next");
+    EXPECT_EQ(next->getValue(), compiled.cls("L").getProperty("other")->getValue());
+    const auto path = next->getValue().get<CIMObjectPath>();
+    EXPECT_EQ(path.getKeyValue("n"), CIMValue(uint8_t{2}));
+    EXPECT_EQ(path.getKeyValue("a"),
+              CIMValue(CIMObjectPath("C").setKeyValue("id", CIMValue(uint16_t{1}))));
+}
+
+TEST(MofReferencesTest, DefaultsMayReferToEachOthersClasses) {
+    String text;
+    for (int i = 0; i < 20000; ++i) {
+        const String next = std::to_string((i + 1) % 20000);
+        text += "[Association] class L" + std::to_string(i) + " { [Key] uint8 n; L" + next +
+                " REF r = \"L" + next + ".n=1\"; };\n";
+    }
+    const Compiled compiled = compileWith(text);
+    EXPECT_EQ(compiled.cls("L19999").getProperty("r")->getValue(),
+              CIMValue(CIMObjectPath("L0").setKeyValue("n", CIMValue(uint8_t{1}))));
+}
+
+TEST(MofReferencesTest, ADefaultThatIsAnInstanceOfItsOwnClassIsRefused) {
+    EXPECT_EQ(
+        complaintOf("class C { [EmbeddedInstance(\"C\")] string s = \"instance of C {};\"; };"),
+        "the class \"C\" needs itself for a default value");
+    EXPECT_EQ(complaintOf("[Association] class L { [Key] uint8 n = 1; L REF r = $l; };"
+                          "instance of L as $l { };"),
+              "the class \"L\" needs itself for a default value");
+}
+
+TEST(MofReferencesTest, ReferencesToClassesInACircleEndInOneError) {
+    EXPECT_EQ(complaintOf("[Association] class L { [Key] uint8 n; A REF r = \"A.n=1\"; };"
+                          "class A : B {}; class B : A {};"),
+              "the class \"B\" inherits from itself");
+}
+
 TEST(MofReferencesTest, ChainsOfAliasesInKeysEndInOneError) {
     String text = MODEL + "[Association] class K { [Key] K REF k; };";
     for (int i = 0; i < 5000; ++i) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Where names are looked up, and in which order results come.
+#include "openwbem/model/CIMObjectPath.hpp"
 #include "tests/unit/mof/Compiled.hpp"
 #include "tests/unit/mof/FakeHandle.hpp"
 
@@ -82,6 +83,92 @@ TEST(MofLookupTest, AbsenceIsAnErrorInTheTextAndOtherFailuresPass) {
     }
     handle->absence = CIMException::ACCESS_DENIED;
     EXPECT_THROW(compileText("class A : B {};", handle), CIMException);
+}
+
+CIMObjectPath referenceIn(const String& mof, const HandleRef& handle) {
+    return compileText(mof, handle).instances.at(0).getPropertyValue("r").get<CIMObjectPath>();
+}
+
+TEST(MofLookupTest, APathIsInLineWithTheClassOfTheNamespaceThatItNames) {
+    const HandleRef handle = handleWith(
+        "class A { [Key] uint8 k; };"
+        "[Association] class L { [Key] uint8 id; A REF r; };");
+    handle->classes["other:a"] =
+        compileWith("class A { [Key] string k; [Key] sint16 n; };").cls("A");
+    handle->classes["other:l"] =
+        compileWith("class A {}; [Association] class L { [Key] A REF a; };").cls("L");
+    const CIMObjectPath other = CIMObjectPath("A", "other")
+                                    .setKeyValue("k", CIMValue("1"))
+                                    .setKeyValue("n", CIMValue(int16_t{2}));
+    EXPECT_EQ(referenceIn("instance of L { id = 1; r = \"other:A.k=\\\"1\\\",n=2\"; };", handle),
+              other);
+    EXPECT_EQ(
+        referenceIn("instance of L { id = 1; r = \"//h/other:A.k=\\\"1\\\",n=2\"; };", handle),
+        CIMObjectPath(other).setHost("h"));
+    EXPECT_EQ(referenceIn("instance of L { id = 1; r = \"A.k=1\"; };", handle),
+              CIMObjectPath("A").setKeyValue("k", CIMValue(uint8_t{1})));
+    // A path in the key of a path starts from there.
+    EXPECT_EQ(referenceIn("instance of L { id = 1; "
+                          "r = \"other:L.a=\\\"A.k=\\\\\\\"1\\\\\\\",n=2\\\"\"; };",
+                          handle)
+                  .getKeyValue("a"),
+              CIMValue(CIMObjectPath(other).setNameSpace("")));
+}
+
+TEST(MofLookupTest, APathThatLeadsNowhereStaysAsWritten) {
+    const HandleRef handle = handleWith(
+        "class A { [Key] uint8 k; };"
+        "[Association] class L { [Key] uint8 id; A REF r; };");
+    handle->closed = {{"absent", CIMException::INVALID_NAMESPACE},
+                      {"secret", CIMException::ACCESS_DENIED}};
+    for (const char* text : {"absent:A.k=300", "secret:A.k=\\\"1\\\"", "//h/absent:A.x=1,y=TRUE",
+                             "other:Unknown.k=-1", "other:A.k=300", "other:A.wrong=1"}) {
+        const CIMObjectPath path =
+            referenceIn("instance of L { id = 1; r = \"" + String(text) + "\"; };", handle);
+        EXPECT_EQ("r = \"" + String(text) + "\"", "r = " + toMOF(CIMValue(path)));
+    }
+    handle->closed = {{"broken", CIMException::FAILED}};
+    EXPECT_THROW(referenceIn("instance of L { id = 1; r = \"broken:A.k=1\"; };", handle),
+                 CIMException);
+}
+
+TEST(MofLookupTest, RenderedReferencesAcrossNamespacesCompileToThemselves) {
+    const HandleRef handle = handleWith(
+        "class A { [Key] uint8 k; };"
+        "[Association] class L { [Key] uint8 id; A REF r; A REF s; };");
+    handle->classes["other:a"] = compileWith("class A { [Key] datetime k; };").cls("A");
+    const String text =
+        "instance of L { id = 1; r = \"other:A.k=\\\"20200101000000.000000+000\\\"\";"
+        " s = \"//h:5/third/ns:B.k=\\\"\\\",n=-1\"; };";
+    const CIMInstance once = compileText(text, handle).instances.at(0);
+    EXPECT_EQ(once.getPropertyValue("r").get<CIMObjectPath>().getKeyValue("k").getType(),
+              CIMDataType::DATETIME);
+    EXPECT_EQ(compileText(toMOF(once), handle).instances.at(0), once);
+}
+
+TEST(MofLookupTest, AClassThatTheHandleHasBelowItselfHidesNoEnd) {
+    const HandleRef handle = handleWith("class B {}; class A : B {};");
+    EXPECT_NE(failureOf(PRELUDE + "class X {}; [Association] class L { [Key] uint8 n; X REF x; };"
+                                  "class B : A { [Key] uint8 k; };"
+                                  "instance of L { n = 1; x = \"B.k=1\"; };",
+                        handle)
+                  .find("expected a reference to \"X\"; found one to \"B\""),
+              String::npos);
+}
+
+TEST(MofLookupTest, ANamespaceThatIsNotThereIsToldAtItsPragma) {
+    const HandleRef handle = handleWith("class A { [Key] uint8 k; };");
+    handle->closed = {{"nope", CIMException::INVALID_NAMESPACE}};
+    try {
+        compile({"MOF", "class B {};\n#pragma namespace(\"nope\")\ninstance of A { k = 1; };"},
+                handle, "root", {});
+        FAIL();
+    } catch (const MOFCompilerException& e) {
+        EXPECT_STREQ(e.getMessage(),
+                     "MOF:2:19: error: the namespace \"nope\" does not exist\n"
+                     "#pragma namespace(\"nope\")\n"
+                     "                  ^");
+    }
 }
 
 TEST(MofLookupTest, EachObjectRenderedCompilesAgainstTheOthers) {
