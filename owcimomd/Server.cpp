@@ -102,9 +102,10 @@ void Server::run() {
         .wait(m_io.waitScope);
 }
 
-/// Whatever happens to one client, the next one is accepted.
+/// Whatever happens to one client, the next one is accepted. Accepting may fail at once, by an
+/// exception, or later, by its promise; both are the same here.
 kj::Promise<void> Server::acceptOneAfterAnother() {
-    return m_receiver->acceptAuthenticated()
+    return kj::evalNow([this] { return m_receiver->acceptAuthenticated(); })
         .then([this](kj::AuthenticatedStream&& client) { serve(kj::mv(client)); })
         .catch_([this](kj::Exception&& e) {
             m_notAccepted.error(
