@@ -12,6 +12,7 @@
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "utilities/common/Program.hpp"
 #include "utilities/owmofc/ContentWriter.hpp"
+#include "utilities/owmofc/RoomyHeap.hpp"
 
 namespace {
 
@@ -95,5 +96,6 @@ constexpr Program PROGRAM = {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    makeHeapRoomy();
     return runProgram(PROGRAM, argc, argv);
 }
