@@ -2,12 +2,14 @@
 #include "fennik/cli/Operations.hpp"
 
 #include "fennik/cimom/FNDaemonControl.hpp"
+#include "fennik/cimom/FNHandles.hpp"
 #include "fennik/cimom/NotBuiltYet.hpp"
 #include "fennik/cimom/RepositoryCopy.hpp"
 #include "fennik/cli/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 
 namespace KOVNS2 {
 
@@ -46,6 +48,16 @@ void workOnCopy(Run& run, Operation operation) {
         });
     }
     copy.CloseRepository();
+}
+
+/// Calls `operation(handle)` on the repository opened directly, with the daemon stopped meanwhile.
+/// The repository is closed before the daemon is started again.
+template <class Operation>
+void workDirectly(Run& run, Operation operation) {
+    const StopAndStartCimom guard(run.buildSystem, run.startFailed);
+    const CIMOMHandleWrapperRef repository = GetRepositoryHandle(run.prefix);
+    operation(repository->GetHandle());
+    repository->Close();
 }
 
 void registerProductOperation(Run& run) {
@@ -102,23 +114,32 @@ void listNamespacesOperation(Run& run) {
     printLines(listNamespaces(run.handle, productName(run)));
 }
 
-[[noreturn]] void notBuiltYet(const char* option) {
-    BLOCXX_THROW(NotBuiltYetException, String(option) + " is not built yet");
-}
-
 void deregisterOperation(Run& run) {
-    productName(run);
-    notBuiltYet("--deregister");
+    const String name = productName(run);
+    workOnCopy(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle, CleanupActions_t& undo) {
+        deregisterProduct(handle, name, run.prefix, undo);
+    });
 }
 
+// The commit stands inside the guarded region: where it fails, the undo steps still run.
 void registerProvidersOperation(Run& run) {
-    productName(run);
-    notBuiltYet("--register-providers");
+    const String name = productName(run);
+    const String list = value(run, REGISTER_PROVIDERS_OPT);
+    workDirectly(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle) {
+        CleanupActions_t undo;
+        undoOnFailure(undo, [&] {
+            RegisterProviders(handle, name, list, run.prefix, undo);
+            handle->commit();
+        });
+    });
 }
 
 void listProvidersOperation(Run& run) {
-    productName(run);
-    notBuiltYet("--list-providers");
+    printLines(ListProviders(run.handle, productName(run), run.prefix));
+}
+
+[[noreturn]] void notBuiltYet(const char* option) {
+    BLOCXX_THROW(NotBuiltYetException, String(option) + " is not built yet");
 }
 
 void dumpProductStateOperation(Run&) {

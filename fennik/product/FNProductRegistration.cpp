@@ -6,8 +6,11 @@
 #include <cstring>
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/cimom/FNUtils.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/ProductPaths.hpp"
-#include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/UnitLog.hpp"
 
@@ -24,6 +27,8 @@ namespace {
 
 constexpr const char* KOV_NS = "kov";
 constexpr const char* PRODUCT_CLASS = "KOV_Product";
+/// The infrastructure itself, which must not be deregistered.
+constexpr const char* KOV_PRODUCT_NAME = "kov";
 
 UnitLog log() {
     return UnitLog("ProductRegistration: ");
@@ -132,6 +137,48 @@ void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
         writeAllowedUsersFile(productName, userNames, prefix, undo);
         handle->commit();
     });
+}
+
+namespace {
+
+void checkMayGo(const String& productName) {
+    if (productName == KOV_PRODUCT_NAME) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME), 29);
+    }
+}
+
+void deleteProduct(OpenWBEM::CIMOMHandleIFC& handle, const CIMObjectPath& path,
+                   CleanupActions_t& undo) {
+    const OpenWBEM::CIMInstance product = handle.getInstance(
+        KOV_NS, path, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr);
+    handle.deleteInstance(KOV_NS, path);
+    undo.push_back(boost::bind(&createInstance, boost::ref(handle), String(KOV_NS), product));
+}
+
+void removeAllowedUsersFile(const String& productName, const String& prefix) {
+    const String path = ProductPaths::allowedUsersFile(productName, prefix);
+    errno = EINVAL;
+    if (!ProductPaths::canNameFile(productName) || !blocxx::FileSystem::removeFile(path)) {
+        throwFileFailure("Failed to remove %1", path, 25);
+    }
+}
+
+}  // namespace
+
+// The caller's swap of the working copy is the commit point for what is in the repository. The
+// files go at once; all but the last are put back by the undo list. The allowed users file is
+// removed last and has no undo: when the swap fails after it, the administrator writes it again.
+void deregisterProduct(const CIMOMHandleIFCRef& handle, const String& productName,
+                       const String& prefix, CleanupActions_t& undo) {
+    log().debug("Deregistering product \"%1\"", productName);
+    checkMayGo(productName);
+    const CIMObjectPath path = CheckProductRegistration(handle, productName);
+    DeregisterProviders(handle, productName, prefix, undo);
+    deregisterNamespaces(handle, productName, listNamespaces(handle, productName));
+    rmConfigFile(productName, prefix, undo);
+    deleteProduct(*handle, path, undo);
+    removeAllowedUsersFile(productName, prefix);
 }
 
 StringArray listRegisteredProducts(const CIMOMHandleIFCRef& handle) {

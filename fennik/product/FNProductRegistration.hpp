@@ -4,17 +4,22 @@
 // users may connect on the product's behalf.
 #pragma once
 
-#include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
 
 namespace KOVNS2 {
 
-using blocxx::String;
 using blocxx::StringArray;
 
 /// Registers a product and makes that permanent. When it throws, nothing has changed: what it did
 /// is undone here.
 void registerProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                      const StringArray& userNames, const String& prefix);
+
+/// Removes everything that was ever registered for the product. Throws FennikException and
+/// CIMException; the caller then runs `undo`, which puts back all but the namespaces and the
+/// allowed users file: `handle` is that of a working copy.
+void deregisterProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
+                       const String& prefix, CleanupActions_t& undo);
 
 /// The names of all products, in the order in which the CIMOM delivers them.
 StringArray listRegisteredProducts(const OpenWBEM::CIMOMHandleIFCRef& handle);

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/provider/PrivilegeFiles.hpp"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "fennik/provider/ProviderModel.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2::PrivilegeFiles {
+
+using blocxx::Format;
+namespace FileSystem = blocxx::FileSystem;
+
+namespace {
+
+constexpr std::string_view UNSAFE = " \"'()/:<>[]\\^`{}|";
+constexpr size_t MAX_PATH_LENGTH = 4096;
+
+}  // namespace
+
+String safeFileName(const String& text) {
+    String safe = text;
+    std::ranges::replace_if(
+        safe, [](char c) { return UNSAFE.find(c) != std::string_view::npos; }, '_');
+    return safe;
+}
+
+String fileName(const OpenWBEM::CIMInstance& registrationInstance) {
+    return "oop1-" + safeFileName(ProviderModel::text(registrationInstance, "InstanceID"));
+}
+
+String oopPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {
+    return String(DIRECTORY) + "/owcimomd/" + fileName(registrationInstance);
+}
+
+String providerPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {
+    return String(DIRECTORY) + "/" + fileName(registrationInstance);
+}
+
+String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist) {
+    const String path =
+        Format("%1/scriptedprov/%2%3.priv", DIRECTORY, "scrIFC-", safeFileName(name));
+    if (path.size() > MAX_PATH_LENGTH) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("Length of resulting privilege file (%1) is too long.", path),
+                         ProviderModel::INVALID_INPUT);
+    }
+    if (mustNotExist && FileSystem::exists(path)) {
+        BLOCXX_THROW_ERR(FennikException, Format("Privilege File: %1 already exists.", path),
+                         ProviderModel::INVALID_INPUT);
+    }
+    return path;
+}
+
+void writeFile(const String& path, const String& contents) {
+    blocxx::File file = FileSystem::createFile(path);
+    if (!file) {
+        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("createFile(%1) failed", path).toString());
+    }
+    errno = ENOSPC;  // what a short count means, which sets none
+    if (file.write(contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("write to %1 failed", path).toString());
+    }
+    if (file.close() != 0) {
+        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("close of %1 failed", path).toString());
+    }
+}
+
+}  // namespace KOVNS2::PrivilegeFiles

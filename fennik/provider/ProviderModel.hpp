@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The CIM names that the units of this room have in common, and their log.
+#pragma once
+
+#include "fennik/undo/UnitLog.hpp"
+#include "openwbem/model/CIMInstance.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
+
+namespace KOVNS2::ProviderModel {
+
+using blocxx::String;
+
+inline constexpr const char* KOV_NS = "kov";
+inline constexpr const char* INTEROP_NS = "root";
+
+inline constexpr const char* PROVIDER = "KOV_Provider";
+inline constexpr const char* OOP1_PROVIDER = "KOV_OOP1Provider";
+inline constexpr const char* PRODUCT_PROVIDER = "KOV_ProductProvider";
+
+inline constexpr const char* OOP_REGISTRATION = "OpenWBEM_OOPProviderRegistration";
+inline constexpr const char* OOP_PROCESS = "OpenWBEM_OOPProviderProcess";
+inline constexpr const char* OOP_CAPABILITIES = "OpenWBEM_OOPProviderCapabilities";
+inline constexpr const char* OOP_PROCESS_CAPABILITIES = "OpenWBEM_OOPProviderProcessCapabilities";
+
+/// What every failure of a list, a MOF, a registration instance or a privilege file ends with.
+inline constexpr int INVALID_INPUT = 14;
+
+UnitLog log();
+/// The log of one step of registering or deregistering; `component` is a literal.
+UnitLog log(const char* component);
+
+/// The value of a property as text; empty when it has none.
+String text(const OpenWBEM::CIMInstance& instance, const char* property);
+
+/// The path of the record of that product's provider, in namespace "kov".
+OpenWBEM::CIMObjectPath providerPath(const String& productName, const String& instanceID);
+/// The path of the association between a product and its provider.
+OpenWBEM::CIMObjectPath productProviderPath(const String& productName,
+                                            const OpenWBEM::CIMObjectPath& provider);
+
+}  // namespace KOVNS2::ProviderModel

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Compiling the two MOF texts of a provider into objects. Nothing is written: the handle is only
+// asked for what the texts refer to.
+#include <algorithm>
+#include <optional>
+
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
+#include "fennik/provider/ProviderModel.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/RegularExpression.hpp"
+#include "openwbem/mof/MOFCompiler.hpp"
+
+namespace KOVNS2 {
+
+using namespace ProviderModel;
+using blocxx::Format;
+using OpenWBEM::CIMInstance;
+
+namespace {
+
+constexpr int NAMESPACE_IN_REGISTRATION_MOF = 4;
+constexpr int MOF_COMPILER_ERROR = 33;
+
+[[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT) {
+    BLOCXX_THROW_ERR(FennikException, message, errorCode);
+}
+
+struct NamespacePragma {
+    std::optional<String> nameSpace;
+    size_t end;  ///< where the text after the pragma begins
+};
+
+/// Applies the expression to one line of the text.
+std::optional<NamespacePragma> matchLine(const String& text, size_t begin, size_t end) {
+    static const RE expression("^[ \t]*#pragma[ \t]+namespace\\(\"([^\"]+)\"\\)", REG_NEWLINE);
+    regmatch_t matches[2] = {};
+    matches[0].rm_eo = static_cast<regoff_t>(end - begin);
+    if (::regexec(expression.compiled(), text.data() + begin, std::size(matches), matches,
+                  REG_STARTEND) != 0) {
+        return std::nullopt;
+    }
+    NamespacePragma found{std::nullopt, begin + static_cast<size_t>(matches[0].rm_eo)};
+    if (matches[1].rm_so >= 0) {
+        found.nameSpace = text.substr(begin + static_cast<size_t>(matches[1].rm_so),
+                                      static_cast<size_t>(matches[1].rm_eo - matches[1].rm_so));
+    }
+    return found;
+}
+
+// The expression cannot match across the end of a line, and only lines that begin with a pragma can
+// match at all: a large text is not given to it whole, which would take many times its memory.
+std::optional<NamespacePragma> findNamespacePragma(const String& text, size_t begin = 0) {
+    while (begin < text.size()) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        const size_t first = text.find_first_not_of(" \t", begin);
+        if (first < end && text[first] == '#') {
+            if (auto found = matchLine(text, begin, end)) {
+                return found;
+            }
+        }
+        begin = end + 1;
+    }
+    return std::nullopt;
+}
+
+/// Where the objects of a compilation go.
+struct CompiledContent {
+    Array<CIMInstance>& instances;
+    Array<OpenWBEM::CIMClass>& classes;
+    Array<OpenWBEM::CIMQualifierType>& qualifierTypes;
+};
+
+/// `kind` is what the compiler calls the text: `path` may be that of another file.
+void compile(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof, const String& ns,
+             const char* kind, const String& path, CompiledContent content) {
+    try {
+        OpenWBEM::MOF::compileMOF(mof, handle, ns, content.instances, content.classes,
+                                  content.qualifierTypes, kind);
+    } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
+        refuse(Format("MOF Compiler exception compiling %1.  Error: %2", path, e.getMessage()),
+               MOF_COMPILER_ERROR);
+    }
+}
+
+bool isRegistration(const CIMInstance& instance) {
+    return instance.getClassName() == OOP_REGISTRATION || instance.getClassName() == OOP_PROCESS;
+}
+
+void checkLeadingInstance(const Array<CIMInstance>& instances, const String& path) {
+    const CIMInstance& leading = instances.front();
+    if (leading.getClassName() == OOP_REGISTRATION && instances.size() > 1) {
+        refuse(
+            Format("\"ProviderRegistration\" types must contain only that instance.  %1 has "
+                   "%2.",
+                   path, instances.size()));
+    }
+    if (!isRegistration(leading)) {
+        refuse(
+            Format("%1 must contain only one instance of interop's provider registration, and "
+                   "it must lead the list.",
+                   path));
+    }
+}
+
+}  // namespace
+
+ProviderRegistrationFacility::RegistrationMof
+ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof,
+                                                               const String& path,
+                                                               EMonitoredFlag monitored) {
+    log().debug("Building OOP registration instances from %1", path);
+    log().debug("Provider mof contains:\n%1", mof);
+    if (findNamespacePragma(mof)) {
+        refuse(Format("%1 must not contain #pragma namespace", path),
+               NAMESPACE_IN_REGISTRATION_MOF);
+    }
+    RegistrationMof result;
+    compile(m_handle, mof, INTEROP_NS, "registration MOF", path,
+            {result.instances, result.classes, result.qualifierTypes});
+    if (!result.qualifierTypes.empty()) {
+        refuse(Format("%1 cannot contain qualifier types.", path));
+    }
+    if (result.instances.empty()) {
+        refuse(
+            Format("Provider Registration requires an OOP Registration instance.  %1 has no "
+                   "instances.",
+                   path));
+    }
+    checkLeadingInstance(result.instances, path);
+    result.registrationInstance = result.instances.front();
+    validateOOP1ProviderRegistration(result.registrationInstance, monitored);
+    if (std::any_of(result.instances.begin() + 1, result.instances.end(), isRegistration)) {
+        refuse(
+            Format("%1 must contain only one instance of interop's provider registration.", path));
+    }
+    return result;
+}
+
+ProviderRegistrationFacility::ProviderMof
+ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof, const String& path) {
+    log().debug("Building OOP provider instances from %1", path);
+    ProviderMof result;
+    if (mof.empty()) {
+        log().debug("No MOF to compile");
+        return result;
+    }
+    const auto pragma = findNamespacePragma(mof);
+    if (!pragma) {
+        refuse(Format("%1 must contain a #pragma namespace", path));
+    }
+    if (!pragma->nameSpace) {
+        refuse(Format("%1 must contain a #pragma namespace with a value", path));
+    }
+    result.nameSpace = *pragma->nameSpace;
+    if (std::ranges::count(getRegisteredNamespaces(), result.nameSpace) == 0) {
+        refuse(Format("%1 uses a namespace (%2) that is not registered", path, result.nameSpace));
+    }
+    if (findNamespacePragma(mof, pragma->end)) {
+        refuse(Format("%1 must contain only one #pragma namespace", path));
+    }
+    compile(m_handle, mof, result.nameSpace, "provider MOF", path,
+            {result.instances, result.classes, result.qualifierTypes});
+    log().debug("Found %1 provider instances and %2 classes", result.instances.size(),
+                result.classes.size());
+    return result;
+}
+
+}  // namespace KOVNS2
