@@ -16,8 +16,12 @@ String reasonOf(const CIMException& e) {
 
 }  // namespace
 
+String describeAttempt(const String& what, const CIMException& e) {
+    return "cannot " + what + ": " + reasonOf(e);
+}
+
 void failAttempt(const String& what, const CIMException& e) {
-    throw CIMException(__FILE__, __LINE__, e.getErrNo(), "cannot " + what + ": " + reasonOf(e));
+    throw CIMException(__FILE__, __LINE__, e.getErrNo(), describeAttempt(what, e));
 }
 
 }  // namespace OwUtilities

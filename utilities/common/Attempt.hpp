@@ -9,6 +9,9 @@ namespace OwUtilities {
 
 using blocxx::String;
 
+/// "cannot WHAT: REASON".
+String describeAttempt(const String& what, const OpenWBEM::CIMException& e);
+
 /// Throws CIMException with the status code of `e`: "cannot WHAT: REASON".
 [[noreturn]] void failAttempt(const String& what, const OpenWBEM::CIMException& e);
 

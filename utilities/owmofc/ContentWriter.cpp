@@ -29,27 +29,63 @@ template <class Create>
     }
 }
 
+bool isEmpty(const MOF::NamespaceContent& content) {
+    return content.qualifierTypes.empty() && content.classes.empty() && content.instances.empty();
+}
+
+/// Runs `action`; its failure tells what was attempted with the object that is named `at`.
+template <class What, class Action>
+void attemptAt(const MOF::ContentPlaces& places, const char* at, What what, Action action) {
+    try {
+        action();
+    } catch (const CIMException& e) {
+        throw places.failure(at, describeAttempt(what(), e), e.getErrNo());
+    }
+}
+
 }  // namespace
 
-void ContentWriter::write(const MOF::NamespaceContent& content) {
+void ContentWriter::requireNameSpace(const MOF::NamespaceContent& content) const {
     const String& ns = content.nameSpace;
-    if (content.qualifierTypes.empty() && content.classes.empty() && content.instances.empty()) {
+    if (isEmpty(content) || m_repository.hasNameSpace(ns)) {
         return;
     }
-    if (!m_repository.hasNameSpace(ns)) {
-        OPENWBEM_THROW_CIM(INVALID_NAMESPACE,
-                           String(Format("the namespace \"%1\" does not exist", ns)));
+    const String message = Format("the namespace \"%1\" does not exist", ns);
+    if (content.places.nameSpace == nullptr) {
+        OPENWBEM_THROW_CIM(INVALID_NAMESPACE, message);
     }
-    for (const CIMQualifierType& qualifierType : content.qualifierTypes) {
-        attempt(on("set the qualifier type", qualifierType.getName(), ns),
-                [&] { writeQualifierType(ns, qualifierType); });
+    throw content.places.failure(content.places.nameSpace, message,
+                                 CIMException::INVALID_NAMESPACE);
+}
+
+void ContentWriter::write(const MOF::NamespaceContent& content) {
+    if (isEmpty(content)) {
+        return;
     }
-    for (const CIMClass& cls : content.classes) {
-        attempt(on("write the class", cls.getName(), ns), [&] { writeClass(ns, cls); });
+    requireNameSpace(content);
+    const String& ns = content.nameSpace;
+    const MOF::ContentPlaces& places = content.places;
+    for (size_t i = 0; i < content.qualifierTypes.size(); ++i) {
+        const CIMQualifierType& qualifierType = content.qualifierTypes[i];
+        attemptAt(
+            places, places.qualifierTypes[i],
+            [&] { return on("set the qualifier type", qualifierType.getName(), ns); },
+            [&] { writeQualifierType(ns, qualifierType); });
     }
-    for (const CIMInstance& instance : content.instances) {
-        attempt(on("write the instance", CIMObjectPath(String(), instance).toString(), ns),
-                [&] { writeInstance(ns, instance); });
+    for (size_t i = 0; i < content.classes.size(); ++i) {
+        const CIMClass& cls = content.classes[i];
+        attemptAt(
+            places, places.classes[i], [&] { return on("write the class", cls.getName(), ns); },
+            [&] { writeClass(ns, cls); });
+    }
+    for (size_t i = 0; i < content.instances.size(); ++i) {
+        const CIMInstance& instance = content.instances[i];
+        attemptAt(
+            places, places.instances[i],
+            [&] {
+                return on("write the instance", CIMObjectPath(String(), instance).toString(), ns);
+            },
+            [&] { writeInstance(ns, instance); });
     }
     Counts& counts = m_counts[ns];
     counts.qualifierTypes += content.qualifierTypes.size();

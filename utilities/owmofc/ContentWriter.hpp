@@ -17,8 +17,11 @@ class ContentWriter {
 public:
     explicit ContentWriter(Repository& repository) : m_repository(repository) {}
 
-    /// Throws CIMException whose message names the object and the namespace.
+    /// Throws MOFCompilerException that tells the place, the object and the namespace, with the CIM
+    /// status as its error code.
     void write(const MOF::NamespaceContent& content);
+    /// The part of it that writes nothing.
+    void requireNameSpace(const MOF::NamespaceContent& content) const;
     /// One line for each namespace that something was declared in.
     String summary() const;
 

@@ -54,11 +54,12 @@ void compileInto(Repository& repository, ContentWriter& writer, const String& ns
     // would cost a tenth of the whole run.
     static auto* const compiled = new std::deque<Array<MOF::NamespaceContent>>;
     compiled->push_back(MOF::compile(open(file), repository.handle(), ns, MOF::includeFile));
-    if (checkOnly) {
-        return;
-    }
     for (const MOF::NamespaceContent& content : compiled->back()) {
-        writer.write(content);
+        if (checkOnly) {
+            writer.requireNameSpace(content);
+        } else {
+            writer.write(content);
+        }
     }
 }
 

@@ -144,7 +144,7 @@ void ClassBuilder::build(ClassEntry& entry) {
     entry.cls = derive(*entry.declaration, superClass);
     entry.state = ClassEntry::BUILT;
     countFeatures(entry.cls, *entry.declaration);
-    m_built.push_back(&entry.cls);
+    m_built.push_back(&entry);
 }
 
 void ClassBuilder::countFeatures(const CIMClass& cls, const Declaration& declaration) {

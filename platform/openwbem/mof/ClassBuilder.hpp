@@ -33,7 +33,7 @@ public:
     bool isWithin(std::string_view name, std::string_view className);
 
     /// The text's classes that are built, superclasses first.
-    const Array<const CIMClass*>& built() const noexcept { return m_built; }
+    const Array<const ClassEntry*>& built() const noexcept { return m_built; }
 
 private:
     void build(ClassEntry& entry);
@@ -56,7 +56,7 @@ private:
     QualifierTypeLookup m_lookup;
     /// Qualifiers that were met before, by their text: most are the same few.
     std::unordered_map<String, CIMQualifier, TextHash, std::equal_to<>> m_repeated;
-    Array<const CIMClass*> m_built;
+    Array<const ClassEntry*> m_built;
     size_t m_featureCount = 0;
 };
 

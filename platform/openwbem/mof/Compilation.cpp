@@ -31,17 +31,8 @@ Array<NamespaceContent> Compilation::run(Source source, const String& ns) {
         load(std::move(source));
         return build();
     } catch (const CompileError& error) {
-        report(error);
+        throw m_sources->describe(error);
     }
-}
-
-void Compilation::report(const CompileError& error) const {
-    for (const SourceText& source : m_sources) {
-        if (source.contains(error.at)) {
-            throw source.describe(error);
-        }
-    }
-    throw m_sources.front().describe({m_sources.front().begin(), error.what});
 }
 
 void Compilation::load(Source source) {
@@ -59,7 +50,7 @@ void Compilation::load(Source source) {
 }
 
 void Compilation::push(Source source) {
-    SourceText& text = m_sources.emplace_back(std::move(source));
+    SourceText& text = m_sources->add(std::move(source));
     m_frames.push_back({&text, parse(text, m_arena).first});
 }
 
@@ -107,7 +98,7 @@ void Compilation::includeSource(const Declaration& pragma, const String& name) {
     if (!m_include) {
         throw CompileError{at, "a text compiled here cannot include others"};
     }
-    if (m_frames.size() >= DEEPEST_INCLUDE || m_sources.size() >= MOST_SOURCES) {
+    if (m_frames.size() >= DEEPEST_INCLUDE || m_sources->size() >= MOST_SOURCES) {
         throw CompileError{at, String(Format("too many includes: at most %1 within each other and "
                                              "%2 in all",
                                              DEEPEST_INCLUDE, MOST_SOURCES))};
@@ -168,22 +159,25 @@ Array<NamespaceContent> Compilation::build() {
 
 NamespaceContent Compilation::buildNamespace(Namespace& ns) {
     NamespaceContent content;
+    ContentPlaces& places = content.places;
+    places.texts = m_sources;
+    places.nameSpace = ns.scope.mention().at;
     content.nameSpace = ns.scope.nameSpace();
     content.qualifierTypes.reserve(ns.scope.qualifierTypes().size());
     for (const Declaration* declaration : ns.scope.qualifierTypes()) {
         content.qualifierTypes.push_back(*ns.scope.findQualifierType(declaration->name.view()));
+        places.qualifierTypes.push_back(declaration->name.data);
     }
     for (const ClassEntry* entry : ns.scope.classes()) {
         ns.classes.find(entry->declaration->name.view());
     }
     content.classes.reserve(ns.classes.built().size());
-    for (const CIMClass* cls : ns.classes.built()) {
-        content.classes.push_back(*cls);
+    places.classes.reserve(ns.classes.built().size());
+    for (const ClassEntry* entry : ns.classes.built()) {
+        content.classes.push_back(entry->cls);
+        places.classes.push_back(entry->declaration->name.data);
     }
-    content.instances.reserve(ns.scope.instances().size());
-    for (const Declaration* declaration : ns.scope.instances()) {
-        content.instances.push_back(buildInstance(ns, *declaration, false));
-    }
+    buildInstances(ns, content);
     return content;
 }
 

@@ -52,9 +52,9 @@ private:
     void declareAlias(const Declaration& declaration);
     Array<NamespaceContent> build();
     NamespaceContent buildNamespace(Namespace& ns);
-    [[noreturn]] void report(const CompileError& error) const;
 
     // Instances (Instances.cpp)
+    void buildInstances(Namespace& ns, NamespaceContent& content);
     CIMInstance buildInstance(Namespace& ns, const Declaration& declaration, bool embedded);
     CIMPropertyArray assignedProperties(Namespace& ns, ClassEntry& entry,
                                         const Declaration& declaration);
@@ -79,7 +79,7 @@ private:
     const IncludeHandler& m_include;
     bool m_onlyNamespace;
     std::pmr::monotonic_buffer_resource m_arena;
-    std::deque<SourceText> m_sources;
+    std::shared_ptr<SourceTexts> m_sources = std::make_shared<SourceTexts>();
     std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their mention
     FoldedMap<Namespace*> m_namespaceIndex;  ///< the same by name
     FoldedMap<std::unique_ptr<Namespace>> m_elsewhere;  ///< that only paths lead into

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Instances of the text: each value in the type that the class declares.
+#include <unordered_set>
+
 #include "blocxx/Format.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/mof/Compilation.hpp"
 
@@ -79,6 +82,25 @@ CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declara
                                 embedded ? NullKeys::ALLOWED : NullKeys::REFUSED);
     } catch (const CIMException& e) {
         throw CompileError{declaration.name.data, e.getMessage()};
+    }
+}
+
+void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
+    content.instances.reserve(ns.scope.instances().size());
+    content.places.instances.reserve(ns.scope.instances().size());
+    std::unordered_set<String> paths;
+    for (const Declaration* declaration : ns.scope.instances()) {
+        CIMInstance instance = buildInstance(ns, *declaration, false);
+        // Of two with one path the first would be lost unseen.
+        const CIMObjectPath path(content.nameSpace, instance);
+        if (!path.isClassPath() && !paths.insert(path.canonicalKey()).second) {
+            throw CompileError{declaration->name.data,
+                               String(Format("the instance %1 is declared twice in the namespace "
+                                             "\"%2\"",
+                                             quoted(path.modelPath()), content.nameSpace))};
+        }
+        content.instances.push_back(std::move(instance));
+        content.places.instances.push_back(declaration->name.data);
     }
 }
 

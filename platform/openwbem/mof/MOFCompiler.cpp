@@ -6,8 +6,9 @@
 namespace OpenWBEM::MOF {
 
 MOFCompilerException::MOFCompilerException(const char* file, int line, const String& message,
-                                           String source, size_t sourceLine, size_t sourceColumn)
-    : Exception(file, line, message.c_str()),
+                                           String source, size_t sourceLine, size_t sourceColumn,
+                                           int errorCode)
+    : Exception(file, line, message.c_str(), errorCode),
       m_source(std::move(source)),
       m_sourceLine(sourceLine),
       m_sourceColumn(sourceColumn) {}
@@ -22,6 +23,11 @@ MOFCompilerException* MOFCompilerException::clone() const noexcept {
 
 void MOFCompilerException::rethrow() const {
     throw MOFCompilerException(*this);
+}
+
+MOFCompilerException ContentPlaces::failure(const char* at, const String& message,
+                                            int errorCode) const {
+    return texts->describe({at, message}, errorCode);
 }
 
 Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle,

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
@@ -13,11 +14,13 @@ namespace OpenWBEM::MOF {
 
 /// A text that cannot be compiled. The message is "SOURCE:LINE:COLUMN: error: WHAT", then the
 /// source line and a line with a caret under the column (the line is shortened around it when
-/// long).
+/// long). Where the failure of an operation on a compiled object is told in this form, the error
+/// code is that operation's CIM status.
 class MOFCompilerException : public blocxx::Exception {
 public:
     MOFCompilerException(const char* file, int line, const String& message, String source,
-                         size_t sourceLine, size_t sourceColumn);
+                         size_t sourceLine, size_t sourceColumn,
+                         int errorCode = UNKNOWN_ERROR_CODE);
     const String& getSourceName() const noexcept { return m_source; }
     size_t getSourceLine() const noexcept { return m_sourceLine; }      ///< from 1
     size_t getSourceColumn() const noexcept { return m_sourceColumn; }  ///< from 1, in characters
@@ -57,6 +60,21 @@ using IncludeHandler = std::function<Source(const String& name, const String& in
 /// than blocxx::FileSystem::MAX_CONTENT_SIZE beyond the size that it tells.
 Source includeFile(const String& name, const String& includingSource);
 
+class SourceTexts;
+
+/// Where the objects of a NamespaceContent are named in their texts, which are kept for it. Each
+/// list stands beside that of the objects.
+struct ContentPlaces {
+    const char* nameSpace = nullptr;  ///< of the first pragma; null where the caller named it
+    Array<const char*> qualifierTypes;
+    Array<const char*> classes;
+    Array<const char*> instances;
+    std::shared_ptr<const SourceTexts> texts;
+
+    /// The failure `message` of what was done with the object that is named `at`.
+    MOFCompilerException failure(const char* at, const String& message, int errorCode) const;
+};
+
 /// What a text declares in one namespace, each list in an order in which it can be created:
 /// superclasses before subclasses, otherwise as in the text. Classes are in their derived form,
 /// instances complete (see ClassDerivation, InstanceCompletion).
@@ -65,6 +83,7 @@ struct NamespaceContent {
     Array<CIMQualifierType> qualifierTypes;
     Array<CIMClass> classes;
     Array<CIMInstance> instances;
+    ContentPlaces places;
 };
 
 /// Compiles `source` with everything that it includes, starting in `ns`; `#pragma namespace`

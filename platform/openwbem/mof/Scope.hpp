@@ -45,6 +45,7 @@ public:
     Scope& operator=(const Scope&) = delete;
 
     const String& nameSpace() const noexcept { return m_nameSpace; }
+    const NamespaceMention& mention() const noexcept { return m_mention; }
 
     /// Enters what a text declares. Throws CompileError for what is declared already.
     void declare(const Declaration& declaration);

@@ -136,7 +136,7 @@ SourceText::Place SourceText::locate(const char* at) const noexcept {
             1 + countCharacters({lineBegin(*this, at), at})};
 }
 
-MOFCompilerException SourceText::describe(const CompileError& error) const {
+MOFCompilerException SourceText::describe(const CompileError& error, int errorCode) const {
     const Place place = locate(error.at);
     return {__FILE__,
             __LINE__,
@@ -144,7 +144,18 @@ MOFCompilerException SourceText::describe(const CompileError& error) const {
                                   error.what, excerpt(*this, error.at))),
             m_name,
             place.line,
-            place.column};
+            place.column,
+            errorCode};
+}
+
+MOFCompilerException SourceTexts::describe(const CompileError& error, int errorCode) const {
+    for (const SourceText& text : m_texts) {
+        if (text.contains(error.at)) {
+            return text.describe(error, errorCode);
+        }
+    }
+    const SourceText& first = m_texts.front();
+    return first.describe({first.begin(), error.what}, errorCode);
 }
 
 String quoted(std::string_view token) {

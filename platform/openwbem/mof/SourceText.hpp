@@ -6,7 +6,7 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <deque>
 
 #include "openwbem/mof/MOFCompiler.hpp"
 
@@ -49,7 +49,7 @@ public:
     };
     Place locate(const char* at) const noexcept;
     /// The exception for an error in this text.
-    MOFCompilerException describe(const CompileError& error) const;
+    MOFCompilerException describe(const CompileError& error, int errorCode) const;
 
 private:
     String m_name;
@@ -57,6 +57,20 @@ private:
     FileIdentity m_file;
     size_t m_size;
     size_t m_mark = 0;
+};
+
+/// All texts of a compilation.
+class SourceTexts {
+public:
+    /// Throws as SourceText does.
+    SourceText& add(Source source) { return m_texts.emplace_back(std::move(source)); }
+    size_t size() const noexcept { return m_texts.size(); }
+    /// The exception for an error in one of them; one that stands in none is told at the beginning.
+    MOFCompilerException describe(const CompileError& error,
+                                  int errorCode = blocxx::Exception::UNKNOWN_ERROR_CODE) const;
+
+private:
+    std::deque<SourceText> m_texts;
 };
 
 /// A token for messages: in quotes, shortened when long, without anything that a terminal would

@@ -203,6 +203,59 @@ TEST(MofErrorsTest, AnInstanceOfAnAbstractClassIsRefusedAtItsPlace) {
               "the class \"A\" is abstract and has no instances");
 }
 
+TEST(MofErrorsTest, AnInstanceTwiceIsRefusedAtTheSecond) {
+    const String model =
+        "class A { [Key] string k; [Key] uint8 n = 1; };\n"
+        "class B : A { };\nclass None { string k; };\n"
+        "[Association] class L { [Key] A REF a; };\n";
+    const String once =
+        "instance of A { k = \"x\"; };\ninstance of A { k = \"X\"; };\n"
+        "instance of A { k = \"x\"; n = 2; };\ninstance of B { k = \"x\"; };\n"
+        "instance of None { };\ninstance of None { };\n"
+        "instance of L { a = \"root:A.k=\\\"x\\\",n=1\"; };\n";
+    EXPECT_EQ(placeOf(model + once), "none");
+    EXPECT_EQ(placeOf(model + once + "instance of a { N = 1; K = \"x\"; };"), "12:13");
+    EXPECT_EQ(complaintOf(model + once + "instance of A { k = \"x\"; };"),
+              "the instance 'A.k=\"x\",n=1' is declared twice in the namespace \"root\"");
+    EXPECT_EQ(placeOf(model + once + "instance of L { a = \"A.n=1,k=\\\"x\\\"\"; };"), "12:13");
+}
+
+TEST(MofErrorsTest, TheSameInstanceMayStandInAnotherNamespace) {
+    const String text = "class A { [Key] string k; };\ninstance of A { k = \"x\"; };\n";
+    EXPECT_EQ(compile({"MOF", PRELUDE + text + "#pragma namespace(\"other\")\n" + PRELUDE + text},
+                      {}, "root", {})
+                  .size(),
+              2U);
+}
+
+TEST(MofErrorsTest, WhatIsDoneWithAnObjectLaterCanBeToldAtItsPlace) {
+    const auto contents = compile(
+        {"first.mof", "class B : A { };\n#pragma include(\"second.mof\")\n instance of B { };"}, {},
+        "root", [](const String& name, const String&) {
+            return Source{name,
+                          "Qualifier Q : string, Scope(any);\nclass A { };\n"
+                          "#pragma namespace(\"other\")\nclass C { };\n"
+                          "#pragma namespace(\"root\")"};
+        });
+    const auto told = [&](size_t ns, const char* at) {
+        const MOFCompilerException e = contents[ns].places.failure(at, "refused", 8);
+        EXPECT_EQ(e.getErrorCode(), 8);
+        return String(e.getMessage());
+    };
+    EXPECT_EQ(contents[0].places.nameSpace, nullptr);
+    EXPECT_EQ(
+        told(1, contents[1].places.nameSpace),
+        "second.mof:3:19: error: refused\n#pragma namespace(\"other\")\n" + String(18, ' ') + "^");
+    EXPECT_EQ(told(0, contents[0].places.qualifierTypes.at(0)),
+              "second.mof:1:11: error: refused\nQualifier Q : string, Scope(any);\n          ^");
+    EXPECT_EQ(told(0, contents[0].places.classes.at(0)),
+              "second.mof:2:7: error: refused\nclass A { };\n      ^");
+    EXPECT_EQ(told(0, contents[0].places.classes.at(1)),
+              "first.mof:1:7: error: refused\nclass B : A { };\n      ^");
+    EXPECT_EQ(told(0, contents[0].places.instances.at(0)),
+              "first.mof:3:14: error: refused\n instance of B { };\n             ^");
+}
+
 TEST(MofErrorsTest, SurrogatesAndZeroAreNoCharactersOfStrings) {
     for (const char* text :
          {"\\xD800", "\\xDC00", "\\xD800\\x41", "\\x0", "\\x0000", "\\x", "\\xg"}) {

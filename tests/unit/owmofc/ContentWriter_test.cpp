@@ -42,15 +42,16 @@ protected:
         repository.close();
         return writer.summary();
     }
-    CIMException::ErrNoType failure(const StringArray& texts) {
+    /// The CIM status of the failure; its text is in m_message.
+    int failure(const StringArray& texts) {
         try {
             write(texts);
-        } catch (const CIMException& e) {
+        } catch (const MOF::MOFCompilerException& e) {
             m_message = e.getMessage();
-            return e.getErrNo();
+            return e.getErrorCode();
         }
         ADD_FAILURE() << "nothing failed";
-        return CIMException::FAILED;
+        return 0;
     }
     CIMClass classA() {
         LocalRepository repository(m_directory);
@@ -87,19 +88,62 @@ TEST_F(ContentWriterTest, WhatDiffersIsModified) {
     EXPECT_NE(classA().getProperty("more"), nullptr);
 }
 
-TEST_F(ContentWriterTest, AChangeThatIsNotPossibleNamesTheClass) {
+TEST_F(ContentWriterTest, AChangeThatIsNotPossibleIsToldAtTheClass) {
     write({QUALIFIERS + CLASS + "instance of A { k = \"1\"; };"});
     EXPECT_EQ(failure({"class A { [Key] string other; };"}), CIMException::CLASS_HAS_INSTANCES);
-    EXPECT_NE(m_message.find("cannot write the class \"A\" in the namespace \"root\": "),
-              String::npos);
+    EXPECT_EQ(m_message,
+              "MOF:1:7: error: cannot write the class \"A\" in the namespace \"root\": the change "
+              "would make instances of class A invalid: they have the property \"k\"\n"
+              "class A { [Key] string other; };\n"
+              "      ^");
+}
+
+TEST_F(ContentWriterTest, AnInstanceWithoutAPathIsToldAtItsClass) {
+    EXPECT_EQ(failure({"class A { string s; };", "\n  instance of A { };"}),
+              CIMException::INVALID_PARAMETER);
+    EXPECT_EQ(m_message,
+              "MOF:2:15: error: cannot write the instance \"A\" in the namespace \"root\": class A "
+              "has no "
+              "key, so its instances could not be told apart\n"
+              "  instance of A { };\n"
+              "              ^");
+}
+
+TEST_F(ContentWriterTest, AQualifierTypeInUseIsToldAtItsName) {
+    write({QUALIFIERS + CLASS});
+    EXPECT_EQ(failure({"Qualifier Key : string, Scope(any);"}), CIMException::FAILED);
+    EXPECT_EQ(
+        m_message,
+        "MOF:1:11: error: cannot set the qualifier type \"Key\" in the namespace \"root\": the "
+        "qualifier type \"Key\" cannot be replaced by that one: class A uses it\n"
+        "Qualifier Key : string, Scope(any);\n"
+        "          ^");
 }
 
 TEST_F(ContentWriterTest, AFailureLeavesNothingOfTheEarlierTexts) {
     write({QUALIFIERS});
     EXPECT_EQ(failure({CLASS, "#pragma namespace(\"absent\")\nclass B {};"}),
               CIMException::INVALID_NAMESPACE);
-    EXPECT_NE(m_message.find("the namespace \"absent\" does not exist"), String::npos);
+    EXPECT_EQ(m_message,
+              "MOF:1:19: error: the namespace \"absent\" does not exist\n"
+              "#pragma namespace(\"absent\")\n"
+              "                  ^");
     EXPECT_THROW(classA(), CIMException);
+}
+
+TEST_F(ContentWriterTest, AMissingNamespaceIsToldWithoutWriting) {
+    LocalRepository repository(m_directory);
+    const ContentWriter writer(repository);
+    const auto contents = MOF::compile({"MOF",
+                                        "class A {};\n#pragma namespace(\"absent\")\n"
+                                        "#pragma namespace(\"other\")\nclass B {};\n"
+                                        "#pragma namespace(\"gone\")\nclass C {};"},
+                                       {}, "root", MOF::IncludeHandler());
+    ASSERT_EQ(contents.size(), 4U);
+    writer.requireNameSpace(contents[0]);
+    writer.requireNameSpace(contents[1]);  // nothing is declared in it
+    writer.requireNameSpace(contents[2]);
+    EXPECT_THROW(writer.requireNameSpace(contents[3]), MOF::MOFCompilerException);
 }
 
 TEST_F(ContentWriterTest, EachNamespaceHasItsLine) {
