@@ -98,6 +98,10 @@ void checkOverrideTarget(const Feature& declared, const Feature* above,
 
 // Properties
 
+bool isSameType(const CIMDataType& a, const CIMDataType& b) {
+    return a.getType() == b.getType() && a.isArray() == b.isArray() && a.getSize() == b.getSize();
+}
+
 void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
                        const DerivationPlace& place) {
     const CIMDataType& type = declared.getDataType();
@@ -114,8 +118,7 @@ void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
         return;
     }
     const CIMDataType& old = above->getDataType();
-    if (type.getType() != old.getType() || type.isArray() != old.isArray() ||
-        type.getSize() != old.getSize()) {
+    if (!isSameType(type, old)) {
         place.fail(CIMException::TYPE_MISMATCH,
                    String(Format("overrides a property of another type (%1%2)", old.toString(),
                                  old.isArray() ? "[]" : "")));
@@ -171,12 +174,39 @@ CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* 
     return parameters;
 }
 
+/// An overriding method is called like the overridden one (DSP0004 5.6.3.34). Which classes its
+/// references lead to may be narrowed, like those of properties.
+void checkSignature(const CIMMethod& declared, const CIMMethod& above,
+                    const DerivationPlace& place) {
+    if (!isSameType(declared.getReturnType(), above.getReturnType())) {
+        place.fail(CIMException::TYPE_MISMATCH, "overrides a method of another return type");
+    }
+    const CIMParameterArray& own = declared.getParameters();
+    const CIMParameterArray& old = above.getParameters();
+    for (size_t i = 0; i < std::min(own.size(), old.size()); ++i) {
+        if (!equalsIgnoreCase(own[i].getName(), old[i].getName()) ||
+            !isSameType(own[i].getDataType(), old[i].getDataType())) {
+            DerivationPlace at = place;
+            at.parameter = own[i].getName();
+            at.fail(CIMException::TYPE_MISMATCH,
+                    String(Format("the overridden method has %1%2 %3 in its place",
+                                  old[i].getDataType().toString(),
+                                  old[i].getDataType().isArray() ? "[]" : "", old[i].getName())));
+        }
+    }
+    if (own.size() != old.size()) {
+        place.fail(CIMException::TYPE_MISMATCH,
+                   String(Format("overrides a method with %1 parameters, not %2", old.size(),
+                                 own.size())));
+    }
+}
+
 CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
                         std::string_view className, const QualifierTypeLookup& types) {
     const DerivationPlace place{className, declared.getName()};
     checkOverrideTarget(declared, above, place);
-    if (above != nullptr && !(declared.getReturnType() == above->getReturnType())) {
-        place.fail(CIMException::TYPE_MISMATCH, "overrides a method of another return type");
+    if (above != nullptr) {
+        checkSignature(declared, *above, place);
     }
     CIMMethod method = declared;
     adoptQualifiers(method, mergeQualifiers(declared.getQualifiers(),
@@ -263,6 +293,21 @@ void checkClass(const CIMClass& cls, const CIMClass* superClass) {
     }
 }
 
+void refuseSharedNames(const CIMPropertyArray& properties, const CIMMethodArray& methods,
+                       const String& className) {
+    if (methods.empty()) {
+        return;
+    }
+    const NameIndex<CIMMethod> index(methods);
+    for (const CIMProperty& property : properties) {
+        if (index.find(property.getName())) {
+            DerivationPlace{className, property.getName()}.fail(
+                CIMException::INVALID_PARAMETER,
+                "a property and a method cannot have the same name");
+        }
+    }
+}
+
 template <class Feature>
 Array<Feature> localFeatures(const Array<Feature>& features) {
     Array<Feature> local;
@@ -283,6 +328,11 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
     refuseRepeated(ownProperties, place, "property");
     refuseRepeated(ownMethods, place, "method");
 
+    if (superClass != nullptr && hasTrueQualifier(superClass->getQualifiers(), "Terminal")) {
+        place.fail(CIMException::INVALID_SUPERCLASS,
+                   String(Format("the class %1 is terminal: nothing can be derived from it",
+                                 superClass->getName())));
+    }
     static const CIMClass nothing;
     const CIMClass& above = superClass != nullptr ? *superClass : nothing;
     CIMClass result(name, superClass != nullptr ? superClass->getName() : String());
@@ -299,6 +349,10 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                                         return declareMethod(own, overridden, name, qualifierTypes);
                                     }));
     checkClass(result, superClass);
+    // All features of a class share one set of names (DSP0004 5.1.2); what is inherited was
+    // compared above.
+    refuseSharedNames(ownProperties, result.getMethods(), name);
+    refuseSharedNames(result.getProperties(), ownMethods, name);
     return result;
 }
 

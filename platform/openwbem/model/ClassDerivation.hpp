@@ -40,11 +40,13 @@ private:
 /// Derives `declared` from `superClass` (null for a class at the top; already derived otherwise).
 /// Features and qualifiers of `declared` that are marked as propagated are dropped first, so that a
 /// derived class may be given again.
-/// Checked: no feature or parameter twice; each qualifier declared, in scope, of its type, not
+/// Checked: no feature or parameter twice (a property and a method cannot share a name either); the
+/// superclass not Terminal; each qualifier declared, in scope, of its type, not
 /// changing an inherited DisableOverride value; an overriding feature has the type it had (a
-/// reference may be narrowed, a fixed array keeps its size); references only in associations; keys
-/// not added below a superclass that has keys. Throws ClassDerivationException, whose error code is
-/// the CIM status.
+/// reference may be narrowed, a fixed array keeps its size), an overriding method also the names
+/// and types of its parameters in their order; references only in associations; keys not added
+/// below a superclass that has keys. Throws ClassDerivationException, whose error code is the CIM
+/// status.
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                      const QualifierTypeLookup& qualifierTypes);
 

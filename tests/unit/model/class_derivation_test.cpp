@@ -20,6 +20,7 @@ protected:
                 CIMScope::PROPERTY | CIMScope::REFERENCE | CIMScope::METHOD, true, false);
         declare("Association", CIMDataType::BOOLEAN, CIMScope::ASSOCIATION, false, true);
         declare("Abstract", CIMDataType::BOOLEAN, CIMScope::CLASS, true, false);
+        declare("Terminal", CIMDataType::BOOLEAN, CIMScope::CLASS, true, true);
         declare("Description", CIMDataType::STRING, CIMScope::ANY, true, true);
         declare("Units", CIMDataType::STRING, CIMScope::PROPERTY, false, true);
     }
@@ -251,6 +252,85 @@ TEST_F(ClassDerivationTest, AnOverridingFeatureKeepsItsType) {
     withMethod.setMethods({CIMMethod("Reset", CIMDataType::STRING)});
     EXPECT_EQ(refusal(withMethod, &above).first,
               "class T_Below, Reset: overrides a method of another return type");
+}
+
+TEST_F(ClassDerivationTest, AnOverridingMethodIsCalledLikeTheOverriddenOne) {
+    CIMMethod call("Call", CIMDataType::UINT32);
+    call.setParameters({CIMParameter("A", CIMDataType::reference("T_Base")),
+                        CIMParameter("B", CIMDataType::array(CIMDataType::STRING))});
+    CIMClass declared("T_Top");
+    declared.setMethods({call});
+    const CIMClass above = derive(declared);
+    const struct {
+        const char* claim;
+        CIMParameterArray parameters;
+        const char* message;
+    } rows[] = {
+        {"the same, spelled otherwise, with a narrower reference",
+         {CIMParameter("a", CIMDataType::reference("T_Below")),
+          CIMParameter("b", CIMDataType::array(CIMDataType::STRING))},
+         "not refused"},
+        {"another name",
+         {CIMParameter("X", CIMDataType::reference("T_Base")),
+          CIMParameter("B", CIMDataType::array(CIMDataType::STRING))},
+         "class T_Below, Call, parameter X: the overridden method has T_Base REF A in its place"},
+        {"another type",
+         {CIMParameter("A", CIMDataType::reference("T_Base")),
+          CIMParameter("B", CIMDataType::STRING)},
+         "class T_Below, Call, parameter B: the overridden method has string[] B in its place"},
+        {"another order",
+         {CIMParameter("B", CIMDataType::array(CIMDataType::STRING)),
+          CIMParameter("A", CIMDataType::reference("T_Base"))},
+         "class T_Below, Call, parameter B: the overridden method has T_Base REF A in its place"},
+        {"one less",
+         {CIMParameter("A", CIMDataType::reference("T_Base"))},
+         "class T_Below, Call: overrides a method with 2 parameters, not 1"},
+        {"none", {}, "class T_Below, Call: overrides a method with 2 parameters, not 0"},
+    };
+    for (const auto& row : rows) {
+        CIMMethod own("Call", CIMDataType::UINT32);
+        own.setParameters(row.parameters);
+        CIMClass below("T_Below", "T_Top");
+        below.setMethods({own});
+        EXPECT_EQ(refusal(below, &above).first, row.message) << row.claim;
+    }
+}
+
+TEST_F(ClassDerivationTest, NothingIsDerivedFromATerminalClass) {
+    CIMClass declared("T_Last");
+    declared.setQualifiers({yes("Terminal")});
+    const CIMClass last = derive(declared);
+    EXPECT_EQ(
+        refusal(CIMClass("T_Below", "T_Last"), &last),
+        std::make_pair(
+            String("class T_Below: the class T_Last is terminal: nothing can be derived from it"),
+            static_cast<int>(CIMException::INVALID_SUPERCLASS)));
+    declared.setQualifiers({qualifier("Terminal", CIMValue(false))});
+    const CIMClass open = derive(declared);
+    EXPECT_EQ(refusal(CIMClass("T_Below", "T_Last"), &open).first, "not refused");
+}
+
+TEST_F(ClassDerivationTest, PropertiesAndMethodsShareOneSetOfNames) {
+    const char* const message = "class T_A, x: a property and a method cannot have the same name";
+    CIMClass both("T_A");
+    both.setProperties({property("x", CIMDataType::UINT8)});
+    both.setMethods({CIMMethod("X", CIMDataType::UINT8)});
+    EXPECT_EQ(refusal(both).first, message);
+
+    CIMClass above("T_Top");
+    above.setProperties({property("x", CIMDataType::UINT8)});
+    CIMClass method("T_A", "T_Top");
+    method.setMethods({CIMMethod("X", CIMDataType::UINT8)});
+    const CIMClass withProperty = derive(above);
+    EXPECT_EQ(refusal(method, &withProperty).first, message);
+
+    above.setProperties({});
+    above.setMethods({CIMMethod("X", CIMDataType::UINT8)});
+    CIMClass below("T_A", "T_Top");
+    below.setProperties({property("x", CIMDataType::UINT8)});
+    const CIMClass withMethod = derive(above);
+    EXPECT_EQ(refusal(below, &withMethod).first, message);
+    EXPECT_EQ(refusal(CIMClass("T_A", "T_Top"), &withMethod).first, "not refused");
 }
 
 TEST_F(ClassDerivationTest, OverrideNamesAnInheritedFeatureOfTheSameName) {

@@ -182,6 +182,13 @@ TEST(MofErrorsTest, MistakesOfDerivationPointAtTheFeatureOrQualifier) {
     EXPECT_EQ(placeOf("class A { uint8 x; }; class B : A { string x; };"), "1:44");
     EXPECT_EQ(placeOf("class A { A REF r; };"), "1:17");
     EXPECT_EQ(placeOf("class A { [Override(\"y\")] string x; };"), "1:12");
+    EXPECT_EQ(placeOf("class A { uint8 x; uint8 X(); };"), "1:26");
+    EXPECT_EQ(placeOf("class A { uint8 m(uint8 p); };\nclass B : A { uint8 m(uint16 P); };"),
+              "2:30");
+    EXPECT_EQ(placeOf("class A { uint8 m(uint8 p); };\nclass B : A { uint8 m(); };"), "2:21");
+    EXPECT_EQ(placeOf("Qualifier Terminal : boolean = false, Scope(class);\n"
+                      "[Terminal] class A { };\nclass B : A { };"),
+              "3:7");
 }
 
 TEST(MofErrorsTest, MistakesOfInstancesPointAtThem) {
