@@ -8,6 +8,7 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Clients_test.cpp
     unit/owcimomd/Configuration_test.cpp
     unit/owcimomd/Daemon_test.cpp
+    unit/owcimomd/FullDisk_test.cpp
     unit/owcimomd/Namespaces_test.cpp
     unit/owcimomd/Places_test.cpp
     unit/repository/RepositoryFixture.cpp
