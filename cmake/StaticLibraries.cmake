@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-# Cap'n Proto and SQLite, linked statically: the tool starts once for each operation, and what the
-# dynamic linker would do for them each time is a good part of a short run. Where a distribution has
-# no archive, the shared library is taken.
+# Cap'n Proto, SQLite and Expat, linked statically: the tool starts once for each operation, and
+# what the dynamic linker would do for them each time is a good part of a short run. Where a
+# distribution has no archive, the shared library is taken.
 #
 # CapnProto's own CMake package is not used: it wants OpenSSL and a C compiler's libatomic, neither
 # of which is needed here.
@@ -23,6 +23,7 @@ endfunction()
 
 find_package(Threads REQUIRED)
 kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3 LINKS m ${CMAKE_DL_LIBS} Threads::Threads)
+kov_imported(kov_expat expat.h LIBRARIES expat)
 kov_imported(kov_capnp capnp/message.h LIBRARIES capnp kj LINKS Threads::Threads)
 kov_imported(kov_capnp_async capnp/serialize-async.h LIBRARIES capnp-rpc capnp kj-async kj
              LINKS Threads::Threads)

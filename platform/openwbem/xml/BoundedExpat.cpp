@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/xml/BoundedExpat.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace OpenWBEM {
+
+namespace {
+
+/// In front of each block: how much of it counts, and as much room as keeps the block aligned.
+struct alignas(std::max_align_t) Header {
+    size_t size;
+};
+
+/// Of all parsers of the thread; Expat hands its allocator nothing to tell them apart by.
+thread_local size_t allocated = 0;
+/// Whether what is allocated now is the document's.
+thread_local bool isDocument = false;
+
+Header* headerOf(void* block) noexcept {
+    return static_cast<Header*>(block) - 1;
+}
+
+bool fits(size_t size, size_t instead) noexcept {
+    return size <= MAX_MARKUP_MEMORY && allocated - instead <= MAX_MARKUP_MEMORY - size;
+}
+
+void* resize(Header* old, size_t size) noexcept {
+    const size_t oldSize = old != nullptr ? old->size : 0;
+    const size_t counted = isDocument ? 0 : size;
+    if (!fits(counted, oldSize)) {
+        return nullptr;
+    }
+    auto* const header = static_cast<Header*>(std::realloc(old, sizeof(Header) + size));
+    if (header == nullptr) {
+        return nullptr;
+    }
+    header->size = counted;
+    allocated = allocated - oldSize + counted;
+    return header + 1;
+}
+
+extern "C" {
+
+void* openwbemExpatMalloc(size_t size) {
+    return resize(nullptr, size);
+}
+
+void* openwbemExpatRealloc(void* block, size_t size) {
+    return resize(block != nullptr ? headerOf(block) : nullptr, size);
+}
+
+void openwbemExpatFree(void* block) {
+    if (block != nullptr) {
+        allocated -= headerOf(block)->size;
+        std::free(headerOf(block));
+    }
+}
+}
+
+constexpr XML_Memory_Handling_Suite MEMORY{openwbemExpatMalloc, openwbemExpatRealloc,
+                                           openwbemExpatFree};
+
+}  // namespace
+
+BoundedExpat::BoundedExpat() : m_parser(XML_ParserCreate_MM(nullptr, &MEMORY, nullptr)) {
+    if (m_parser == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+char* BoundedExpat::documentBuffer(int size) {
+    isDocument = true;
+    void* const buffer = XML_GetBuffer(m_parser, std::max(size, 1));
+    isDocument = false;
+    if (buffer == nullptr) {
+        throw std::bad_alloc();
+    }
+    return static_cast<char*>(buffer);
+}
+
+BoundedExpat::~BoundedExpat() {
+    XML_ParserFree(m_parser);
+}
+
+}  // namespace OpenWBEM

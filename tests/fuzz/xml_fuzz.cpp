@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Any bytes as a document: they parse or fail with the parser's own exception, and a tree that was
+// read is printed and read again as the same tree. The same bytes as a text are read as they were
+// printed, or refused before anything is written.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+#include "openwbem/xml/XMLParserDOM.hpp"
+
+namespace {
+
+using OpenWBEM::XMLNode;
+using OpenWBEM::XMLParserDOM;
+
+[[noreturn]] void find(const char* what, const std::string& text) {
+    std::fprintf(stderr, "%s:\n%s\n", what, text.c_str());
+    std::abort();
+}
+
+/// Fuzzed documents are small: their depth is no trouble here.
+bool equal(const XMLNode& a, const XMLNode& b) {
+    if (a.getName() != b.getName() || a.getText() != b.getText() ||
+        a.getAttributes() != b.getAttributes() ||
+        a.getChildren().size() != b.getChildren().size()) {
+        return false;
+    }
+    for (size_t i = 0; i < a.getChildren().size(); ++i) {
+        if (!equal(a.getChildren()[i], b.getChildren()[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void checkReprinted(const XMLNode& node) {
+    std::ostringstream out;
+    node.printNode(out);
+    const std::string text = out.str();
+    try {
+        if (!equal(node, XMLParserDOM::parse(text))) {
+            find("not equal after printing", text);
+        }
+    } catch (const OpenWBEM::XMLParseException& e) {
+        find(e.getMessage(), text);
+    }
+}
+
+void checkDocument(const std::string& input) {
+    XMLNode node;
+    try {
+        node = XMLParserDOM::parse(input);
+    } catch (const OpenWBEM::XMLParseException& e) {
+        if (std::string(e.getMessage()).rfind("line ", 0) != 0) {
+            find("no place in the message", e.getMessage());
+        }
+        return;
+    }
+    try {
+        checkReprinted(node);
+    } catch (const OpenWBEM::XMLNodeException& e) {
+        find(e.getMessage(), input);
+    }
+}
+
+void checkText(const std::string& input) {
+    XMLNode node("a", {{"v", input}});
+    node.setText(input);
+    try {
+        node.checkPrintable();
+    } catch (const OpenWBEM::XMLNodeException&) {
+        return;
+    }
+    checkReprinted(node);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string input(reinterpret_cast<const char*>(data), size);
+    checkDocument(input);
+    checkText(input);
+    return 0;
+}

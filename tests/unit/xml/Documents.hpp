@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Short ways to parse and to print in tests.
+#pragma once
+
+#include <sstream>
+
+#include "openwbem/xml/XMLParserDOM.hpp"
+
+namespace OpenWBEM {
+
+inline std::string printed(const XMLNode& node) {
+    std::ostringstream out;
+    node.printNode(out);
+    return out.str();
+}
+
+/// "parsed", or the message.
+inline std::string parseError(std::string_view document) {
+    try {
+        XMLParserDOM::parse(document);
+        return "parsed";
+    } catch (const XMLParseException& e) {
+        return e.getMessage();
+    }
+}
+
+/// What makes printing `node` impossible, or "printed". Nothing may have been written then.
+inline std::string printError(const XMLNode& node) {
+    std::ostringstream out;
+    try {
+        node.printNode(out);
+        return "printed";
+    } catch (const XMLNodeException& e) {
+        return (out.str().empty() ? "" : "after writing: ") + std::string(e.getMessage());
+    }
+}
+
+inline XMLNode element(const std::string& name, const std::string& text) {
+    XMLNode node(name);
+    node.setText(text);
+    return node;
+}
+
+inline XMLNode element(const std::string& name, const std::vector<XMLNode>& children) {
+    XMLNode node(name);
+    for (const XMLNode& child : children) {
+        node.addChild(child);
+    }
+    return node;
+}
+
+}  // namespace OpenWBEM
