@@ -126,7 +126,8 @@ void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
 }
 
 CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* above,
-                            std::string_view className, const QualifierTypeLookup& types) {
+                            std::string_view className, const QualifierTypeLookup& types,
+                            NullDefaults nullDefaults) {
     const DerivationPlace place{className, declared.getName()};
     checkPropertyType(declared, above, place);
     checkOverrideTarget(declared, above, place);
@@ -136,7 +137,8 @@ CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* abov
     adoptQualifiers(property, mergeQualifiers(declared.getQualifiers(),
                                               above != nullptr ? &above->getQualifiers() : nullptr,
                                               scope, place, types));
-    if (above != nullptr && property.getValue().isNull() && !above->getValue().isNull()) {
+    if (nullDefaults == NullDefaults::INHERIT && above != nullptr && property.getValue().isNull() &&
+        !above->getValue().isNull()) {
         property.setValue(above->getValue());
     }
     const std::string_view origin = above != nullptr && !above->getClassOrigin().empty()
@@ -320,7 +322,7 @@ Array<Feature> localFeatures(const Array<Feature>& features) {
 }  // namespace
 
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
-                     const QualifierTypeLookup& qualifierTypes) {
+                     const QualifierTypeLookup& qualifierTypes, NullDefaults nullDefaults) {
     const String& name = declared.getName();
     const DerivationPlace place{name};
     const CIMPropertyArray ownProperties = localFeatures(declared.getProperties());
@@ -342,7 +344,7 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
     result.setProperties(mergeFeatures(ownProperties, above.getProperties(),
                                        [&](const CIMProperty& own, const CIMProperty* overridden) {
                                            return declareProperty(own, overridden, name,
-                                                                  qualifierTypes);
+                                                                  qualifierTypes, nullDefaults);
                                        }));
     result.setMethods(mergeFeatures(ownMethods, above.getMethods(),
                                     [&](const CIMMethod& own, const CIMMethod* overridden) {

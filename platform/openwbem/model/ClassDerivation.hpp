@@ -37,6 +37,10 @@ private:
     String m_qualifier;
 };
 
+/// What a null default of an overriding property means: that nothing was said, or that the
+/// inherited default is replaced by null. A derived class is exact, so that one is to be kept.
+enum class NullDefaults { INHERIT, KEEP };
+
 /// Derives `declared` from `superClass` (null for a class at the top; already derived otherwise).
 /// Features and qualifiers of `declared` that are marked as propagated are dropped first, so that a
 /// derived class may be given again.
@@ -48,6 +52,6 @@ private:
 /// below a superclass that has keys. Throws ClassDerivationException, whose error code is the CIM
 /// status.
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
-                     const QualifierTypeLookup& qualifierTypes);
+                     const QualifierTypeLookup& qualifierTypes, NullDefaults nullDefaults);
 
 }  // namespace OpenWBEM

@@ -62,6 +62,29 @@ bool isDeclaredKey(const Feature& feature) {
     return false;
 }
 
+/// Where the text says NULL, that replaces the inherited default; it is not the same as saying
+/// nothing.
+void applyNullDefaults(CIMClass& derived, const Declaration& declaration) {
+    Array<std::string_view> names;
+    for (const Feature& feature : declaration.features) {
+        if (feature.value.form == Initializer::SCALAR &&
+            feature.value.first->kind == Literal::NULL_VALUE) {
+            names.push_back(feature.name.view());
+        }
+    }
+    if (names.empty()) {
+        return;
+    }
+    CIMPropertyArray properties = derived.getProperties();
+    const NameIndex<CIMProperty> index(properties);
+    for (const std::string_view name : names) {
+        if (const auto place = index.find(name)) {
+            properties[*place].setValue(CIMValue());
+        }
+    }
+    derived.setProperties(std::move(properties));
+}
+
 /// How much text says everything about the qualifier; 0 for one that is not likely to be repeated.
 size_t repeatableLength(const Qualifier& qualifier) {
     const char* end = qualifier.name.end();
@@ -249,7 +272,11 @@ CIMClass ClassBuilder::makeOutline(const Declaration& declaration, const CIMClas
 CIMClass ClassBuilder::derive(const Declaration& declaration, const CIMClass* superClass) {
     const CIMClass declared = declaredClass(declaration, superClass);
     try {
-        return deriveClass(declared, superClass, m_lookup);
+        CIMClass derived = deriveClass(declared, superClass, m_lookup, NullDefaults::INHERIT);
+        if (superClass != nullptr) {
+            applyNullDefaults(derived, declaration);
+        }
+        return derived;
     } catch (const ClassDerivationException& e) {
         throw CompileError{findPlace(declaration, e), e.getMessage()};
     }

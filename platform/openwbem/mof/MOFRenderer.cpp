@@ -159,13 +159,22 @@ void appendArrayBrackets(String& out, const CIMDataType& type) {
     }
 }
 
-void appendProperty(String& out, const CIMProperty& property) {
+/// Whether the property is also in a superclass, as far as it tells.
+bool isOverriding(const CIMProperty& property, const String& className) {
+    const String& origin = property.getClassOrigin();
+    const CIMQualifier* const qualifier = property.getQualifier("Override");
+    return (!origin.empty() && !blocxx::equalsIgnoreCase(origin, className)) ||
+           (qualifier != nullptr && !qualifier->isPropagated());
+}
+
+void appendProperty(String& out, const CIMProperty& property, const String& className) {
     appendQualifiers(out, property.getQualifiers(), INDENT, "\n");
     out += INDENT;
     appendType(out, property.getDataType());
     out += property.getName();
     appendArrayBrackets(out, property.getDataType());
-    if (!property.getValue().isNull()) {
+    // Without a value the default of the superclass would hold.
+    if (!property.getValue().isNull() || isOverriding(property, className)) {
         out += " = ";
         appendValue(out, property.getValue());
     }
@@ -246,7 +255,7 @@ String toMOF(const CIMClass& cls) {
     out += "\n{\n";
     for (const CIMProperty& property : cls.getProperties()) {
         if (!property.isPropagated()) {
-            appendProperty(out, property);
+            appendProperty(out, property, cls.getName());
         }
     }
     for (const CIMMethod& method : cls.getMethods()) {

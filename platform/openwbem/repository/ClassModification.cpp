@@ -39,7 +39,7 @@ Array<ClassModification::Change> ClassModification::derivedChanges(const StoredC
             m_store.classes.require(m_ns, name.spelling, CIMException::FAILED);
         try {
             const CIMClass& super = derived.at(toLower(child.cls.getSuperClass()));
-            const CIMClass now = deriveClass(child.cls, &super, lookup);
+            const CIMClass now = deriveClass(child.cls, &super, lookup, NullDefaults::KEEP);
             derived.emplace(toLower(name.spelling), now);
             changes.push_back({child.id, child.cls, now, m_store.instances.hasInstances(child.id)});
         } catch (const ClassDerivationException& e) {

@@ -141,7 +141,7 @@ void ClassTable::forEachDeclared(int64_t ns, const std::function<void(const CIMC
 CIMClass ClassTable::derive(const CIMClass& declared, const CIMClass* super,
                             const QualifierTypeLookup& qualifierTypes) {
     try {
-        return deriveClass(declared, super, qualifierTypes);
+        return deriveClass(declared, super, qualifierTypes, NullDefaults::KEEP);
     } catch (const ClassDerivationException& e) {
         throw CIMException(__FILE__, __LINE__,
                            static_cast<CIMException::ErrNoType>(e.getErrorCode()), e.getMessage());

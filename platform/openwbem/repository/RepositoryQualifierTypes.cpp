@@ -72,8 +72,8 @@ bool leavesClassesAsTheyAre(RepositoryStore& store, int64_t ns, const CIMQualifi
         const CIMClass old = store.classes.require(ns, name.spelling, CIMException::FAILED).cls;
         const auto super = derived.find(blocxx::toLower(old.getSuperClass()));
         try {
-            const CIMClass now =
-                deriveClass(old, super == derived.end() ? nullptr : &super->second, after);
+            const CIMClass now = deriveClass(old, super == derived.end() ? nullptr : &super->second,
+                                             after, NullDefaults::KEEP);
             if (!(now == old)) {
                 return false;
             }

@@ -48,11 +48,13 @@ protected:
         return made;
     }
 
-    CIMClass derive(const CIMClass& declared, const CIMClass* superClass = nullptr) const {
-        return deriveClass(declared, superClass, [this](std::string_view name) {
+    CIMClass derive(const CIMClass& declared, const CIMClass* superClass = nullptr,
+                    NullDefaults nullDefaults = NullDefaults::INHERIT) const {
+        const auto lookup = [this](std::string_view name) {
             const auto found = m_types.find(String(name));
             return found == m_types.end() ? nullptr : &found->second;
-        });
+        };
+        return deriveClass(declared, superClass, lookup, nullDefaults);
     }
 
     /// The message and status of a refused derivation.
@@ -156,6 +158,19 @@ TEST_F(ClassDerivationTest, AnInheritedDefaultHoldsUntilItIsOverridden) {
     EXPECT_EQ(derive(same, &above).getProperty("Size")->getValue(), CIMValue(uint32_t{7}));
     same.setProperties({property("Size", CIMDataType::UINT32).setValue(CIMValue(uint32_t{9}))});
     EXPECT_EQ(derive(same, &above).getProperty("Size")->getValue(), CIMValue(uint32_t{9}));
+}
+
+TEST_F(ClassDerivationTest, ANullDefaultIsKeptWhereItIsMeant) {
+    CIMClass declared("T_Base");
+    declared.setProperties({property("Size", CIMDataType::UINT32).setValue(CIMValue(uint32_t{7}))});
+    const CIMClass above = derive(declared);
+    CIMClass below("T_Below", "T_Base");
+    below.setProperties({property("Size", CIMDataType::UINT32)});
+    const CIMClass once = derive(below, &above, NullDefaults::KEEP);
+    EXPECT_TRUE(once.getProperty("Size")->getValue().isNull());
+    EXPECT_EQ(derive(once, &above, NullDefaults::KEEP), once);
+    const CIMClass last = derive(CIMClass("T_Last", "T_Below"), &once);
+    EXPECT_TRUE(last.getProperty("Size")->getValue().isNull());
 }
 
 TEST_F(ClassDerivationTest, DerivingADerivedClassAgainChangesNothing) {

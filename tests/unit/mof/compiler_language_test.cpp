@@ -225,5 +225,22 @@ TEST(MofLanguageTest, InstancesTakeDefaultsAndKeepTheirQualifiers) {
     EXPECT_TRUE(instance.getProperty("k")->isKey());
 }
 
+TEST(MofLanguageTest, NullReplacesAnInheritedDefaultAndNothingLeavesIt) {
+    const Compiled compiled = compileWith(
+        "class A { uint8 x = 1; uint8 a[] = {1}; string s = \"t\"; };"
+        "class B : A { uint8 X = NULL; uint8 a[] = NULL; string s; };"
+        "class C : B { [Override(\"x\")] uint8 x; };");
+    EXPECT_TRUE(compiled.cls("B").getProperty("x")->getValue().isNull());
+    EXPECT_TRUE(compiled.cls("B").getProperty("a")->getValue().isNull());
+    EXPECT_EQ(compiled.cls("B").getProperty("s")->getValue(), CIMValue("t"));
+    EXPECT_TRUE(compiled.cls("C").getProperty("x")->getValue().isNull());
+    // The text of each class says the same again.
+    String text = PRELUDE;
+    for (const CIMClass& cls : compiled.classes) {
+        text += toMOF(cls);
+    }
+    EXPECT_EQ(compileText(text).classes, compiled.classes);
+}
+
 }  // namespace
 }  // namespace OpenWBEM::MOF

@@ -144,6 +144,24 @@ TEST_F(RepositoryOperations, AClassWithoutUsersMayChangeFreely) {
     EXPECT_EQ("", getClass("Free").getSuperClass());
 }
 
+TEST_F(RepositoryOperations, ANullDefaultReplacesTheInheritedOne) {
+    handle.createClass("test", makeClass("Ageless", "Person", {property("Age", T::UINT16)}));
+    EXPECT_TRUE(getClass("Ageless").getProperty("Age")->getValue().isNull());
+    CIMClass older = getClass("Person", E_LOCAL_ONLY);
+    CIMPropertyArray properties = older.getProperties();
+    for (CIMProperty& each : properties) {
+        if (each.getName() == "Age") {
+            each.setValue(CIMValue(uint16_t{40}));
+        }
+    }
+    handle.modifyClass("test", older.setProperties(properties));
+    EXPECT_EQ(CIMValue(uint16_t{40}), getClass("Student").getProperty("Age")->getValue());
+    EXPECT_TRUE(getClass("Ageless").getProperty("Age")->getValue().isNull());
+    EXPECT_TRUE(get(handle.createInstance("test", person("ann", "Ageless")))
+                    .getPropertyValue("Age")
+                    .isNull());
+}
+
 TEST_F(RepositoryOperations, AClassInUseMayOnlyChangeSoThatItsUsersStayValid) {
     handle.createInstance("test", person("ann", "Student"));
     const CIMClass person = getClass("Person", E_LOCAL_ONLY);
