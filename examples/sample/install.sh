@@ -1,23 +1,16 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# What the sample product's package runs after unpacking: registers the product, its configuration
-# and its namespaces. It may be run again, after an update or after a run that failed half way: what
-# is registered already stays as it is.
+# What the sample product's package runs: puts the product's files into place and registers the
+# product, its configuration, its namespaces and its providers. It may be run again, after an update
+# or after a run that failed half way: what is registered already stays as it is, apart from the
+# configuration and the providers, which are replaced by what is here now.
 #
-#   install.sh                 on this machine, as root
+#   install.sh                     on this machine, as root
 #   STAGE=/tmp/stage install.sh    in a staged tree that kov-setup has set up
 set -euo pipefail
 
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-# shellcheck source=examples/sample/product.sh
-source "$here/product.sh"
-
-stage=${STAGE:-}
-fennik=("$stage/opt/tarvo/kov/bin/fennik")
-[[ -z $stage ]] || fennik+=(--kov-build-system-dest-dir "$stage")
-
-# fennik's exit statuses that an install script can do something about.
-readonly ALREADY_REGISTERED=2 NOT_ROOT=8 NO_LOCK_FILE=9
+# shellcheck source=examples/sample/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # Repeats an option for each value: options --username a b gives --username a --username b.
 options() {
@@ -28,15 +21,12 @@ options() {
     done
 }
 
-# Ends the script after a step that failed. fennik has told why, and has undone that step.
-give_up() {
-    local step=$1 status=$2
-    case $status in
-        "$NOT_ROOT") echo "sample: the installation must be run as root" >&2 ;;
-        "$NO_LOCK_FILE") echo "sample: is the KOV infrastructure installed and set up?" >&2 ;;
-        *) echo "sample: $step failed with status $status; correct the cause and run this again" >&2 ;;
-    esac
-    exit "$status"
+# A package manager would have unpacked them.
+install_files() {
+    install -d -m 755 "$stage$home/bin" "$stage$home/share"
+    install -m 755 "$here"/bin/* "$stage$home/bin"
+    install -m 644 "$here"/providers/* "$here/providers.list" "$stage$home/share"
+    say "files installed in $home"
 }
 
 register_product() {
@@ -46,8 +36,8 @@ register_product() {
     local errors
     errors=$("${fennik[@]}" --register --name "$product" "${arguments[@]}" 2>&1) || status=$?
     case $status in
-        0) echo "sample: product registered" ;;
-        "$ALREADY_REGISTERED") echo "sample: product was registered already" ;;
+        0) say "product registered" ;;
+        "$ALREADY_REGISTERED") say "product was registered already" ;;
         *)
             printf '%s\n' "$errors" >&2
             give_up "registering the product" "$status"
@@ -59,7 +49,7 @@ set_configuration() {
     # From standard input: a path would be taken below the stage.
     "${fennik[@]}" --set-owcimomd-config - --name "$product" <"$here/sample.conf" ||
         give_up "setting the configuration" $?
-    echo "sample: configuration set"
+    say "configuration set"
 }
 
 register_namespaces() {
@@ -70,15 +60,36 @@ register_namespaces() {
         grep -Fxq "$namespace" <<<"$registered" || arguments+=(--register-namespace "$namespace")
     done
     if ((${#arguments[@]} == 0)); then
-        echo "sample: namespaces were registered already"
+        say "namespaces were registered already"
         return
     fi
     options --username "${read_write_users[@]}"
     options --ro-username "${read_only_users[@]}"
     "${fennik[@]}" "${arguments[@]}" --name "$product" || give_up "registering the namespaces" $?
-    echo "sample: namespaces registered"
+    say "namespaces registered"
 }
 
+# Replaces whatever providers the product had by those of the list.
+register_providers() {
+    local status=0
+    "${fennik[@]}" --register-providers "$stage$home/share/providers.list" --name "$product" ||
+        status=$?
+    case $status in
+        0) say "providers registered" ;;
+        "$PRAGMA_IN_REGISTRATION" | "$BAD_PROVIDERS" | "$NO_PROVIDER_LIST" | "$BAD_MOF")
+            say "the providers were not registered, and those of before are as they were" >&2
+            exit "$status"
+            ;;
+        *) give_up "registering the providers" "$status" ;;
+    esac
+}
+
+fennik_is_there || {
+    say "there is no ${fennik[0]}; install the KOV infrastructure first" >&2
+    exit 1
+}
+install_files
 register_product
 set_configuration
 register_namespaces
+register_providers
