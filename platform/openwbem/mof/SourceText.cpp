@@ -49,6 +49,31 @@ StringArray printable(std::string_view text) {
     return characters;
 }
 
+/// How many columns of a terminal a character takes that printable() made: most take one. Rows for
+/// the scripts that are in use, by Unicode's East_Asian_Width and General_Category.
+size_t columnsOf(std::string_view character) {
+    struct Range {
+        uint32_t first;
+        uint32_t last;
+        size_t columns;
+    };
+    constexpr Range RANGES[] = {
+        {0x0300, 0x036F, 0},   {0x0483, 0x0489, 0},  {0x0591, 0x05BD, 0},   {0x064B, 0x065F, 0},
+        {0x1100, 0x115F, 2},   {0x1AB0, 0x1AFF, 0},  {0x1DC0, 0x1DFF, 0},   {0x200B, 0x200F, 0},
+        {0x20D0, 0x20FF, 0},   {0x2E80, 0x303E, 2},  {0x3041, 0xA4CF, 2},   {0xAC00, 0xD7A3, 2},
+        {0xF900, 0xFAFF, 2},   {0xFE00, 0xFE0F, 0},  {0xFE20, 0xFE2F, 0},   {0xFE30, 0xFE6F, 2},
+        {0xFF00, 0xFF60, 2},   {0xFFE0, 0xFFE6, 2},  {0x1F300, 0x1F64F, 2}, {0x1F900, 0x1F9FF, 2},
+        {0x20000, 0x3FFFD, 2}, {0xE0100, 0xE01EF, 0}};
+    size_t offset = 0;
+    const uint32_t code = Utf8::next(character, offset);
+    for (const Range& range : RANGES) {
+        if (code >= range.first && code <= range.last) {
+            return range.columns;
+        }
+    }
+    return 1;
+}
+
 size_t countCharacters(std::string_view text) {
     size_t count = 0;
     while (!text.empty()) {
@@ -109,7 +134,11 @@ String excerpt(const SourceText& text, const char* at) {
     const char* const ellipsis = from > begin ? "..." : "";
     String caret(String(ellipsis).size(), ' ');
     for (const String& character : before) {
-        caret += character == "\t" ? '\t' : ' ';
+        if (character == "\t") {
+            caret += '\t';
+        } else {
+            caret.append(columnsOf(character), ' ');
+        }
     }
     return ellipsis + join(before) + join(after) + (cut ? "..." : "") + "\n" + caret + "^";
 }

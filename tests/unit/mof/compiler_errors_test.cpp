@@ -30,6 +30,11 @@ const Row ROWS[] = {
      "\t^"},
     {"columns count characters", "class \xC3\x84 { } x",
      "MOF:1:13: error: expected ';' after '}'; found 'x'\nclass \xC3\x84 { } x\n            ^"},
+    {"the caret stands below wide and behind combining characters",
+     "class \xE4\xB8\xAD\xE6\x96\x87 { } /* e\xCC\x81 \xF0\x9F\x98\x80 */ x",
+     "MOF:1:25: error: expected ';' after '}'; found 'x'\n"
+     "class \xE4\xB8\xAD\xE6\x96\x87 { } /* e\xCC\x81 \xF0\x9F\x98\x80 */ x\n" +
+         String(26, ' ') + "^"},
     {"a mark at the start has no column",
      "\xEF\xBB\xBF"
      "class ;",

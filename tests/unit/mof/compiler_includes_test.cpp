@@ -104,6 +104,18 @@ TEST(MofIncludeTest, NamespacesComeInTheOrderOfTheirFirstMention) {
     EXPECT_EQ(contents[2].classes.size(), 2U);
 }
 
+// DSP0004 7.11: the included text takes the place of the pragma.
+TEST(MofIncludeTest, ANamespaceEnteredInAnIncludedTextHoldsBehindIt) {
+    Sources s{{{"root.mof", "#pragma include(\"b\") class A {};"},
+               {"b", "#pragma include(\"c\")"},
+               {"c", "class B {}; #pragma namespace (\"deep\")"}}};
+    const auto contents = s.compileRoot();
+    ASSERT_EQ(contents.size(), 2U);
+    EXPECT_EQ(contents[0].classes.at(0).getName(), "B");
+    EXPECT_EQ(contents[1].nameSpace, "deep");
+    EXPECT_EQ(contents[1].classes.at(0).getName(), "A");
+}
+
 TEST(MofIncludeTest, PlainTextsRefuseIncludesAndOtherNamespaces) {
     EXPECT_EQ(complaintOf("#pragma include(\"x\")"), "a text compiled here cannot include others");
     EXPECT_EQ(complaintOf("#pragma namespace(\"Root\")"), "");
