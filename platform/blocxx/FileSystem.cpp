@@ -97,15 +97,15 @@ bool syncDirectory(const String& path) {
 
 namespace {
 
-void appendToEnd(String& contents, File& file, const String& nameForMessages) {
+void appendToEnd(String& contents, File& file, const String& nameForMessages, size_t limit) {
     std::array<char, 65536> buffer;
     ssize_t count = 0;
     while ((count = file.read(buffer.data(), buffer.size())) > 0) {
         contents.append(buffer.data(), static_cast<size_t>(count));
-        if (contents.size() > MAX_CONTENT_SIZE) {
+        if (contents.size() > limit) {
             BLOCXX_THROW_ERR(FileSystemException,
                              Format("Cannot read \"%1\": it is longer than %2 MiB", nameForMessages,
-                                    MAX_CONTENT_SIZE >> 20),
+                                    limit >> 20),
                              EFBIG);
         }
     }
@@ -136,7 +136,7 @@ void readFirstByteOfFifo(String& contents, File& file, const String& path) {
 
 }  // namespace
 
-String getFileContents(const String& path) {
+String getFileContents(const String& path, size_t limit) {
     File file = open(path, O_RDONLY | O_NONBLOCK);
     if (!file) {
         BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot open \"%1\"", path).toString());
@@ -146,13 +146,13 @@ String getFileContents(const String& path) {
         readFirstByteOfFifo(contents, file, path);
     }
     ::fcntl(file.getFileDescriptor(), F_SETFL, O_RDONLY);
-    appendToEnd(contents, file, path);
+    appendToEnd(contents, file, path, limit);
     return contents;
 }
 
 String readToEnd(File& file, const String& nameForMessages) {
     String contents;
-    appendToEnd(contents, file, nameForMessages);
+    appendToEnd(contents, file, nameForMessages, MAX_CONTENT_SIZE);
     return contents;
 }
 

@@ -38,13 +38,14 @@ bool changeFileMode(const String& path, mode_t mode);
 /// Puts a directory's entries on the disk.
 bool syncDirectory(const String& path);
 
-/// The most that is read as one content, in bytes: far above every file of this system, and a bound
-/// on the memory that an endless one (a device, a pipe) takes.
+/// The most that is read as one content, in bytes, unless the caller says otherwise: far above
+/// every file of this system, and a bound on the memory that an endless one (a device, a pipe)
+/// takes.
 inline constexpr size_t MAX_CONTENT_SIZE = size_t{64} << 20;
 
 /// The whole content. Throws FileSystemException, naming the path, with errno as its code; EFBIG
-/// for more than MAX_CONTENT_SIZE, EPIPE for a FIFO that nobody has open for writing.
-String getFileContents(const String& path);
+/// for more than `limit` bytes, EPIPE for a FIFO that nobody has open for writing.
+String getFileContents(const String& path, size_t limit = MAX_CONTENT_SIZE);
 /// Everything from the current offset to the end. Throws FileSystemException as getFileContents.
 String readToEnd(File& file, const String& nameForMessages);
 
