@@ -59,12 +59,12 @@ CIMDataType Decoder::type(auto in) const {
         refuse("an element has a type that cannot be declared");
     }
     const auto type = static_cast<CIMDataType::Type>(number);
-    if (in.getIsArray()) {
-        return CIMDataType::array(type, in.getArraySize());
+    if (type == CIMDataType::REFERENCE) {
+        const String refClass = nameOrNothing(in.getRefClass(), "referenced class");
+        return in.getIsArray() ? CIMDataType::referenceArray(refClass, in.getArraySize())
+                               : CIMDataType::reference(refClass);
     }
-    return type == CIMDataType::REFERENCE
-               ? CIMDataType::reference(nameOrNothing(in.getRefClass(), "referenced class"))
-               : CIMDataType(type);
+    return in.getIsArray() ? CIMDataType::array(type, in.getArraySize()) : CIMDataType(type);
 }
 
 template <class List>

@@ -54,7 +54,11 @@ CIMClass declaredClass() {
     CIMParameter in("In", T::array(T::UINT8, 3));
     in.setQualifiers({note});
     CIMMethod method("Run", T::UINT32);
-    method.setParameters({in, CIMParameter("Where", T::reference("Car"))}).setQualifiers({note});
+    method
+        .setParameters({in, CIMParameter("Where", T::reference("Car")),
+                        CIMParameter("Others", T::referenceArray("Car")),
+                        CIMParameter("Two", T::referenceArray("Thing", 2))})
+        .setQualifiers({note});
     CIMProperty number("Number", T::UINT16, CIMValue(uint16_t(5)));
     number.setQualifiers({note, CIMQualifier("Empty", CIMValue())});
     CIMClass cls("Car", "Thing");
