@@ -43,3 +43,26 @@ build() {
         tail -n 1 "$log"
     fi
 }
+
+# same_state BEFORE AFTER: compares two outputs of scripts/state and tells how much is the same. A
+# difference ends everything.
+same_state() {
+    printf '\n$ diff %s %s\n' "$(basename "$1")" "$(basename "$2")"
+    diff "$1" "$2" || die "that should be the same"
+    local files
+    files=$(grep -c '^[-dl]' "$1")
+    echo "[no difference: $(($(wc -l <"$1") - files)) lines of the repository's content, $files of the" \
+        "configuration tree]"
+}
+
+# added_state BEFORE AFTER: what the second has and the first has not, for the eye: without hashes,
+# without the qualifiers that every namespace has, and without the ends of long lines.
+added_state() {
+    local standard
+    standard=$(sed -nE 's/^kov(: qualifier type [^ ]+ ).*/\1/p' "$1")
+    comm -13 <(LC_ALL=C sort "$1") <(LC_ALL=C sort "$2") | grep -vF "$standard" |
+        sed -E '/ refers to /d
+            s/ [0-9a-f]{16,}( \[.*)?$//
+            s/: instance [^.]*\.(.*) of ([^ ]*)$/: instance of \2, \1/
+            s/^(.{104}).{4,}$/\1.../'
+}
