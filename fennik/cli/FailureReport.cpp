@@ -3,8 +3,8 @@
 
 #include "blocxx/Format.hpp"
 #include "fennik/cli/Options.hpp"
-#include "fennik/cli/StandardStreams.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/StandardStreams.hpp"
 
 namespace KOVNS2 {
 

@@ -3,13 +3,13 @@
 
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/FNHandles.hpp"
-#include "fennik/cimom/NotBuiltYet.hpp"
 #include "fennik/cimom/RepositoryCopy.hpp"
-#include "fennik/cli/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
+#include "fennik/state/FNProductState.hpp"
+#include "fennik/undo/StandardStreams.hpp"
 
 namespace KOVNS2 {
 
@@ -138,16 +138,18 @@ void listProvidersOperation(Run& run) {
     printLines(ListProviders(run.handle, productName(run), run.prefix));
 }
 
-[[noreturn]] void notBuiltYet(const char* option) {
-    BLOCXX_THROW(NotBuiltYetException, String(option) + " is not built yet");
+void dumpProductStateOperation(Run& run) {
+    const String file = value(run, DUMP_PRODUCT_STATE_OPT);
+    workDirectly(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle) {
+        saveProductStatesToFile(handle, file);
+    });
 }
 
-void dumpProductStateOperation(Run&) {
-    notBuiltYet("--dump-product-state");
-}
-
-void restoreProductStateOperation(Run&) {
-    notBuiltYet("--restore-product-state");
+void restoreProductStateOperation(Run& run) {
+    const String file = value(run, RESTORE_PRODUCT_STATE_OPT);
+    workOnCopy(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle, CleanupActions_t& undo) {
+        restoreProductStatesFromFile(handle, file, run.prefix, undo);
+    });
 }
 
 constexpr Operation OPERATIONS[] = {

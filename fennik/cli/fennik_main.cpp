@@ -12,7 +12,7 @@
 #include "fennik/cli/FNStartup.hpp"
 #include "fennik/cli/FailureReport.hpp"
 #include "fennik/cli/Operations.hpp"
-#include "fennik/cli/StandardStreams.hpp"
+#include "fennik/undo/StandardStreams.hpp"
 #include "fennik/undo/TextUtils.hpp"
 
 namespace KOVNS2 {

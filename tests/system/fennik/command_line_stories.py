@@ -155,19 +155,6 @@ class Dispatch(Story):
         result = self.fennik("--list-namespaces", "--list-registered-products", "--name", "x")
         self.assertEqual(result, Result(0, "sample\n", ""))
 
-    def test_operations_of_later_versions_say_so(self):
-        for words in (
-            ["--deregister", "--name", "x"],
-            ["--register-providers", "/x", "--name", "x"],
-            ["--list-providers", "--name", "x"],
-            ["--dump-product-state", "/x"],
-            ["--restore-product-state", "/x"],
-        ):
-            with self.subTest(words=words):
-                before = self.tree.state()
-                self.assert_other_failure(self.fennik(*words), words[0] + " is not built yet")
-                self.assertEqual(self.tree.state(), before)
-
     def test_last_destination_given_counts(self):
         result = run([FENNIK, "--kov-build-system-dest-dir", "/nonexistent"]
                      + self.tree.command("--list-registered-products")[1:])

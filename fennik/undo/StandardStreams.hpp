@@ -14,6 +14,9 @@ void prepare();
 /// Writes to standard output as it is. Throws IOException. When the reader has gone, the process
 /// ends quietly by SIGPIPE: only for operations that have nothing to undo.
 void writeOut(std::string_view text);
+/// Writes to standard output what is of use only while a change is being made. A failure is
+/// ignored: that nobody can read how far the change has come is no reason to stop half way.
+void writeProgress(std::string_view text) noexcept;
 /// Writes to standard error; a failure is ignored, as there is nowhere left to report it.
 void writeError(std::string_view text) noexcept;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "fennik/cli/StandardStreams.hpp"
+#include "fennik/undo/StandardStreams.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -50,6 +50,10 @@ void writeOut(std::string_view text) {
         std::raise(SIGPIPE);
     }
     BLOCXX_THROW_ERRNO(blocxx::IOException, "Unable to write to standard output");
+}
+
+void writeProgress(std::string_view text) noexcept {
+    writeAll(STDOUT_FILENO, text);
 }
 
 void writeError(std::string_view text) noexcept {

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/FNProductState.hpp"
+
+#include "blocxx/Logger.hpp"
+#include "fennik/state/StateFile.hpp"
+#include "fennik/state/StateGathering.hpp"
+#include "fennik/state/StateLog.hpp"
+#include "fennik/state/StateRestoring.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "openwbem/xml/XMLParserDOM.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using OpenWBEM::CIMOMHandleIFCRef;
+
+namespace {
+
+constexpr int UNKNOWN_CODE = -1;
+
+UnitLog log() {
+    return StateLog::log();
+}
+
+void logError(const String& message) {
+    blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
+}
+
+/// Logs "MESSAGE: EXCEPTION" and throws it.
+[[noreturn]] void failWith(const String& what, const blocxx::Exception& e, int errorCode) {
+    const String message = Format("%1: %2", what, e);
+    logError(message);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), errorCode, &e);
+}
+
+XMLNode gather(const CIMOMHandleIFCRef& handle) {
+    constexpr const char* FAILED = "Failed creating state dump";
+    try {
+        return createStateDump(handle);
+    } catch (const FennikException& e) {
+        logError(Format("Failed creating state dump: %1", e));
+        throw;
+    } catch (const blocxx::Exception& e) {
+        logError(Format("%1: %2", FAILED, e));
+        throw FennikException(__FILE__, __LINE__, FAILED, UNKNOWN_CODE, &e);
+    } catch (...) {
+        logError("Unknown error occurred while creating state dump");
+        throw;
+    }
+}
+
+}  // namespace
+
+void saveProductStatesToFile(const CIMOMHandleIFCRef& handle, const String& fileName) {
+    log().debug("Saving all product registration state to \"%1\"", fileName);
+    StateFile::write(gather(handle), fileName);
+    log().debug("Successfully saved all product registration state to \"%1\"", fileName);
+}
+
+void restoreProductStatesFromFile(const CIMOMHandleIFCRef& handle, const String& fileName,
+                                  const String& prefix, CleanupActions_t& undo) {
+    log().debug("Loading product registration state from \"%1\"", fileName);
+    String document = StateFile::read(fileName);
+    try {
+        const XMLNode root = OpenWBEM::XMLParserDOM::parse(document);
+        String().swap(document);
+        restoreStateDump(root, {handle, prefix, undo});
+        log().debug("Successfully loaded product registration state from \"%1\"", fileName);
+    } catch (const OpenWBEM::XMLParseException& e) {
+        failWith(Format("Invalid state dump found in \"%1\" during restoration:", fileName), e,
+                 StateLog::INVALID_STATE);
+    } catch (const FennikException& e) {
+        logError(Format("Failed restoring state dump from \"%1\": %2", fileName, e));
+        throw;
+    } catch (const blocxx::Exception& e) {
+        failWith(Format("Failed restoring state dump from %1", fileName), e, UNKNOWN_CODE);
+    } catch (...) {
+        logError(Format("Unknown error occurred while restoring state dump from \"%1\"", fileName));
+        throw;
+    }
+}
+
+}  // namespace KOVNS2

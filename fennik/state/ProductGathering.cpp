@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "fennik/cimom/FNUtils.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/product/FNConfigFile.hpp"
+#include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/state/StateFormat.hpp"
+#include "fennik/state/StateGathering.hpp"
+#include "fennik/state/StateLog.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/StandardStreams.hpp"
+#include "fennik/undo/TextUtils.hpp"
+
+namespace KOVNS2 {
+
+using namespace OpenWBEM::WBEMFlags;
+using namespace StateFormat;
+using blocxx::Format;
+using OpenWBEM::CIMClass;
+using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMOMHandleIFC;
+using OpenWBEM::CIMOMHandleIFCRef;
+using OpenWBEM::CIMValue;
+
+namespace {
+
+constexpr const char* KOV_NS = "kov";
+constexpr const char* SECURITY_NS = "root/security";
+/// The infrastructure registers itself when it is installed.
+constexpr const char* INFRASTRUCTURE = "kov";
+constexpr int CANNOT_SAVE = 36;
+
+UnitLog log() {
+    return StateLog::log();
+}
+
+/// Logs the beginning and the end of a step.
+template <class Gather>
+XMLNode framed(const char* step, const String& productName, Gather gather) {
+    log().debug("%1() called for \"%2\"", step, productName);
+    XMLNode node = gather();
+    log().debug("%1() done for \"%2\"", step, productName);
+    return node;
+}
+
+/// The instances of a class whose property has that value as text; all of them when the property's
+/// name is empty.
+Array<CIMInstance> runQuery(CIMOMHandleIFC& handle, const char* ns, const char* className,
+                            const char* property, const String& value) {
+    Array<CIMInstance> found;
+    auto collect = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
+        if (*property == '\0' || instance.getPropertyValue(property).toString() == value) {
+            found.push_back(instance);
+        }
+    });
+    handle.enumInstances(ns, className, collect);
+    return found;
+}
+
+XMLNode gatherAllowedUsers(const CIMOMHandleIFCRef& handle, const String& productName) {
+    return framed("gatherAllowedUsers", productName, [&] {
+        XMLNode users(ALLOWED_USERS);
+        const CIMInstance product = handle->getInstance(KOV_NS, productPath(productName));
+        if (blocxx::Logger("fennik").isDebugEnabled()) {
+            log().debug("Product registration instance:\n%1", OpenWBEM::MOF::toMOF(product));
+        }
+        const CIMValue names = product.getPropertyValue("Usernames");
+        for (size_t i = 0; i < names.getArraySize(); ++i) {
+            const String name = names.getElement(i).toString();
+            log().debug("Found username \"%1\"", name);
+            users.addChild(createNamedNode(USER_NAME, name));
+        }
+        return users;
+    });
+}
+
+/// The snippet is looked for in its place on this machine also when the repository is that of a
+/// staged tree.
+XMLNode gatherConfigFiles(const String& productName) {
+    return framed("gatherConfigFiles", productName,
+                  [&] { return createNamedNode(CONFIG_FILE, getConfigFile(productName, "")); });
+}
+
+XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
+    const String user = access.getPropertyValue("username").toString();
+    const String capability = access.getPropertyValue("capability").toString();
+    log().debug("NS \"%1\" has username \"%2\" with capabilities \"%3\"", ns, user, capability);
+    XMLNode entry(NAMESPACE_ACL_ENTRY);
+    entry.addChild(createNamedNode(USER_NAME, user));
+    entry.addChild(createNamedNode(CAPABILITY, capability));
+    return entry;
+}
+
+XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName) {
+    return framed("gatherNamespaceRegistration", productName, [&] {
+        XMLNode registration(NAMESPACE_REGISTRATION);
+        for (const String& ns : listNamespaces(handle, productName)) {
+            XMLNode node(NAMESPACE);
+            node.addChild(createNamedNode(NAME, ns));
+            for (const CIMInstance& access :
+                 runQuery(*handle, SECURITY_NS, "OpenWBEM_UserACL", "nspace", ns)) {
+                node.addChild(createAccessNode(ns, access));
+            }
+            registration.addChild(node);
+        }
+        return registration;
+    });
+}
+
+XMLNode gatherProductInstances(const CIMOMHandleIFCRef& handle, const String& productName) {
+    return framed("gatherProductInstances", productName, [&] {
+        XMLNode instances(PRODUCT_INSTANCES);
+        for (const String& ns : listNamespaces(handle, productName)) {
+            XMLNode node(NAMESPACE_INSTANCES);
+            node.addChild(createNamedNode(NAME, ns));
+            node.addChild(createNamedNode(INSTANCE_MOF, dumpNamespace(ns, *handle)));
+            instances.addChild(node);
+        }
+        return instances;
+    });
+}
+
+/// XML has no form for most control characters and for bytes that are not UTF-8. Refused here,
+/// while an earlier state file is still as it was.
+void checkPrintable(const XMLNode& product, const String& productName) {
+    try {
+        product.checkPrintable();
+    } catch (const OpenWBEM::XMLNodeException& e) {
+        const String message =
+            Format("The state of product \"%1\" cannot be saved: %2", productName, e.getMessage());
+        throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_SAVE, &e);
+    }
+}
+
+XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName) {
+    return framed("createProductDump", productName, [&] {
+        XMLNode product(PRODUCT);
+        product.addChild(createNamedNode(NAME, productName));
+        product.addChild(gatherAllowedUsers(handle, productName));
+        product.addChild(gatherConfigFiles(productName));
+        product.addChild(gatherNamespaceRegistration(handle, productName));
+        product.addChild(gatherProviderRegistration(handle, productName));
+        product.addChild(gatherProductInstances(handle, productName));
+        checkPrintable(product, productName);
+        return product;
+    });
+}
+
+}  // namespace
+
+XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
+    log().debug("createStateDump() called...");
+    XMLNode root(SAVED_PRODUCT_STATE);
+    root.addChild(createNamedNode(VERSION, WRITER_VERSION));
+    XMLNode products(SAVED_PRODUCTS);
+    for (const String& name : listRegisteredProducts(handle)) {
+        if (!equals_ignorecase(name, INFRASTRUCTURE)) {
+            StandardStreams::writeProgress(
+                Format("Saving product registration for %1", name).toString() + "\n");
+            products.addChild(createProductDump(handle, name));
+        }
+    }
+    root.addChild(products);
+    log().debug("createStateDump() done...");
+    return root;
+}
+
+String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
+    String mof = "#pragma namespace(\"" + ns + "\")\n";
+    mof += arrayToMOF(handle.enumQualifierTypesA(ns));
+    mof += arrayToMOF(handle.enumClassA(ns, String(), E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                        E_INCLUDE_CLASS_ORIGIN));
+    // One at a time, since a namespace may hold many more instances than anything else.
+    auto append = OpenWBEM::makeResultHandler<CIMInstance>(
+        [&](const CIMInstance& instance) { mof += OpenWBEM::MOF::toMOF(instance) + "\n"; });
+    for (const String& top : handle.enumClassNamesA(ns, String())) {
+        handle.enumInstances(ns, top, append, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
+                             E_EXCLUDE_CLASS_ORIGIN, nullptr);
+    }
+    return mof;
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/mofrepair/FNHacks.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/product/FNConfigFile.hpp"
+#include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/state/StateFormat.hpp"
+#include "fennik/state/StateLog.hpp"
+#include "fennik/state/StateRestoring.hpp"
+#include "fennik/undo/StandardStreams.hpp"
+#include "openwbem/mof/MOFCompiler.hpp"
+
+namespace KOVNS2 {
+
+using namespace StateFormat;
+using blocxx::Format;
+using OpenWBEM::CIMClass;
+using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMQualifierType;
+
+namespace {
+
+/// The namespace whose saved instances have embedded instances that were rendered wrongly.
+constexpr const char* BROKEN_EMBEDDED_INSTANCES = "zeb/SoftwareMeteringAgent";
+
+UnitLog log() {
+    return StateLog::log();
+}
+
+void tell(const String& line) {
+    StandardStreams::writeProgress(line + "\n");
+}
+
+/// The trimmed text of a child that must be there.
+String childText(const XMLNode& node, const char* name) {
+    return trimmed(node.mustFindChild(name).getText());
+}
+
+StringArray restoreAllowedUsers(const XMLNode& node) {
+    checkNodeName(node, ALLOWED_USERS, "Invalid allowed users node: ");
+    StringArray users;
+    for (const XMLNode& child : node.getChildren()) {
+        users.push_back(trimmed(child.getText()));
+    }
+    return users;
+}
+
+void restoreConfigFiles(const XMLNode& node, const String& productName,
+                        const RestoreTarget& target) {
+    checkNodeName(node, CONFIG_FILE, "Invalid config file node: ");
+    setConfigFileFromString(productName, withoutLeadingSpace(node.getText()), target.prefix);
+}
+
+/// The users who have access to a namespace. Rights that registering cannot give are left out.
+struct AccessLists {
+    StringArray readWrite;
+    StringArray readOnly;
+};
+
+AccessLists readAccessLists(const XMLNode& node) {
+    AccessLists lists;
+    for (const XMLNode& entry : childrenByName(node, NAMESPACE_ACL_ENTRY)) {
+        const String capability = childText(entry, CAPABILITY);
+        if (capability == "rwRW") {
+            lists.readWrite.push_back(childText(entry, USER_NAME));
+        } else if (capability == "rR") {
+            lists.readOnly.push_back(childText(entry, USER_NAME));
+        }
+    }
+    return lists;
+}
+
+void restoreNamespaceRegistration(const XMLNode& node, const String& productName,
+                                  const RestoreTarget& target) {
+    checkNodeName(node, NAMESPACE_REGISTRATION, "Invalid namespace registration node: ");
+    for (const XMLNode& child : childrenByName(node, NAMESPACE)) {
+        const AccessLists access = readAccessLists(child);
+        registerNamespaces(target.handle, productName, access.readWrite, access.readOnly,
+                           {childText(child, NAME)}, target.prefix, target.undo);
+    }
+}
+
+/// Mends what earlier versions saved in a form that cannot be compiled.
+String repairedMof(const String& ns, const String& saved) {
+    String mof = withoutLeadingSpace(saved);
+    if (ns == BROKEN_EMBEDDED_INSTANCES) {
+        log().debug("Fixing invalid embedded instance mof for namespace \"%1\"", ns);
+        log().debug("Initial MOF: %1", mof);
+        fixBrokenEmbeddedInstances(mof);
+        log().debug("Corrected MOF: %1", mof);
+    }
+    fixImproperlyEscapedCharacters(mof);
+    log().debug("Restoring product instances.  MOF:\n%1", mof);
+    return mof;
+}
+
+// No undo: the namespace is new, and goes as a whole with the working copy.
+void writeNamespaceContent(const String& ns, const String& mof, const RestoreTarget& target) {
+    Array<CIMInstance> instances;
+    Array<CIMClass> classes;
+    Array<CIMQualifierType> qualifierTypes;
+    OpenWBEM::MOF::compileMOF(mof, target.handle, ns, instances, classes, qualifierTypes);
+    for (const CIMQualifierType& qualifierType : qualifierTypes) {
+        target.handle->setQualifierType(ns, qualifierType);
+    }
+    for (const CIMClass& cls : classes) {
+        target.handle->createClass(ns, cls);
+    }
+    for (const CIMInstance& instance : instances) {
+        target.handle->createInstance(ns, instance);
+    }
+}
+
+/// Whether the node has a child of that name; logs when it has none.
+bool hasChild(const XMLNode& node, const char* name, const char* message) {
+    if (findChildByName(node, name)) {
+        return true;
+    }
+    if (blocxx::Logger("fennik").isDebugEnabled()) {
+        log().debug(message, name, toString(node));
+    }
+    return false;
+}
+
+void restoreNamespaceInstances(const XMLNode& node, const RestoreTarget& target) {
+    if (!hasChild(node, NAME, "No namespace \"%1\" node for product instances: %2") ||
+        !hasChild(node, INSTANCE_MOF, "No mof node \"%1\" for product instances: %2")) {
+        return;
+    }
+    const String ns = childText(node, NAME);
+    log().debug("Restoring product instances for namespace \"%1\"", ns);
+    writeNamespaceContent(ns, repairedMof(ns, node.mustFindChild(INSTANCE_MOF).getText()), target);
+}
+
+void restoreProductInstances(const XMLNode& node, const RestoreTarget& target) {
+    checkNodeName(node, PRODUCT_INSTANCES, "Invalid product instances node: ");
+    for (const XMLNode& child : childrenByName(node, NAMESPACE_INSTANCES)) {
+        restoreNamespaceInstances(child, target);
+    }
+}
+
+/// Calls `restore` on the child of that name if there is one.
+template <class Restore>
+void restoreIfPresent(const XMLNode& node, const char* name, const char* absent, Restore restore) {
+    const XMLNode child = findChildByName(node, name);
+    if (child) {
+        restore(child);
+    } else {
+        log().debug(absent);
+    }
+}
+
+// The namespaces' contents come before the providers, which are recorded only: their classes and
+// instances are part of the contents.
+void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
+    checkNodeName(node, PRODUCT, "Invalid product node: ");
+    const XMLNode nameNode = findChildByName(node, NAME);
+    checkNodeName(nameNode, NAME, "No node with product name: ");
+    const String name = trimmed(nameNode.getText());
+    if (blocxx::Logger("fennik").isDebugEnabled()) {
+        log().debug("Have product node for \"%1\":\n%2", name, toString(node));
+    }
+    tell(Format("Restoring product registration for %1", name));
+
+    const StringArray users = restoreAllowedUsers(findChildByName(node, ALLOWED_USERS));
+    registerProduct(target.handle, name, users, target.prefix);
+    restoreIfPresent(node, CONFIG_FILE, "No config file node attached...",
+                     [&](const XMLNode& child) {
+                         log().debug("Found config file node");
+                         restoreConfigFiles(child, name, target);
+                     });
+    restoreIfPresent(node, NAMESPACE_REGISTRATION, "No namespace registration node attached...",
+                     [&](const XMLNode& child) {
+                         log().debug("Found namespace registration node");
+                         restoreNamespaceRegistration(child, name, target);
+                     });
+    restoreIfPresent(node, PRODUCT_INSTANCES, "No product instance node attached...",
+                     [&](const XMLNode& child) { restoreProductInstances(child, target); });
+    restoreIfPresent(
+        node, REGISTERED_PROVIDERS, "No provider registration node attached...",
+        [&](const XMLNode& child) { restoreProviderRegistration(child, name, target); });
+}
+
+}  // namespace
+
+void restoreStateDump(const XMLNode& root, const RestoreTarget& target) {
+    checkNodeName(root, SAVED_PRODUCT_STATE, "Invalid product state root node: ");
+    tell(Format("Restoring product registration from KOV version %1", childText(root, VERSION)));
+    const XMLNode products = root.mustFindChild(SAVED_PRODUCTS);
+    if (products.getChildren().empty()) {
+        tell("Nothing to do.  No products exist in the saved state.");
+        return;
+    }
+    for (const XMLNode& product : products.getChildren()) {
+        restoreProductDump(product, target);
+    }
+}
+
+}  // namespace KOVNS2

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The form of the state file: the names of its elements and what stands before them.
+// docs/state-file.md describes it for its readers.
+#pragma once
+
+namespace KOVNS2::StateFormat {
+
+/// From the XML declaration to the end of the document type, which declares the elements.
+extern const char* const HEADER;
+
+/// What every file that this tool writes says of its version.
+inline constexpr const char* WRITER_VERSION = "1.4.0Release.824";
+
+inline constexpr const char* SAVED_PRODUCT_STATE = "SavedProductState";
+inline constexpr const char* VERSION = "Version";
+inline constexpr const char* SAVED_PRODUCTS = "SavedProducts";
+inline constexpr const char* PRODUCT = "Product";
+inline constexpr const char* NAME = "Name";
+inline constexpr const char* ALLOWED_USERS = "AllowedUsers";
+inline constexpr const char* CONFIG_FILE = "ConfigFile";
+inline constexpr const char* NAMESPACE_REGISTRATION = "NamespaceRegistration";
+inline constexpr const char* NAMESPACE = "Namespace";
+inline constexpr const char* NAMESPACE_ACL_ENTRY = "NamespaceACLEntry";
+inline constexpr const char* USER_NAME = "UserName";
+inline constexpr const char* CAPABILITY = "Capability";
+inline constexpr const char* REGISTERED_PROVIDERS = "RegisteredProviders";
+inline constexpr const char* OOP1_PROVIDER_REGISTRATION = "OOP1ProviderRegistration";
+inline constexpr const char* PROVIDER_MOF_NAMESPACE = "ProviderMOFNamespace";
+inline constexpr const char* PROVIDER_CLASSNAME = "ProviderClassname";
+inline constexpr const char* PROVIDER_PRIVILEGES = "ProviderPrivileges";
+inline constexpr const char* PROVIDER_OOPI_PRIVILEGES = "ProviderOOPIPrivileges";
+inline constexpr const char* PROVIDER_QUALIFIERS = "ProviderQualifiers";
+inline constexpr const char* PROVIDER_CLASSES = "ProviderClasses";
+inline constexpr const char* REGISTRATION_INSTANCES = "RegistrationInstances";
+inline constexpr const char* PROVIDER_INSTANCES = "ProviderInstances";
+inline constexpr const char* PRODUCT_INSTANCES = "ProductInstances";
+inline constexpr const char* NAMESPACE_INSTANCES = "NamespaceInstances";
+inline constexpr const char* INSTANCE_MOF = "InstanceMOF";
+
+}  // namespace KOVNS2::StateFormat

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/StateNodes.hpp"
+
+#include <sstream>
+
+#include "fennik/state/StateLog.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2 {
+
+using blocxx::Format;
+using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMObjectPath;
+
+namespace {
+
+constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
+
+}  // namespace
+
+XMLNode createNamedNode(const char* name, String text) {
+    XMLNode node(name);
+    node.setText(std::move(text));
+    return node;
+}
+
+XMLNode createCIMInstanceNameNode(const char* name, const String& ns,
+                                  const Array<CIMInstance>& instances, const char* childName) {
+    XMLNode node(name);
+    for (const CIMInstance& instance : instances) {
+        node.addChild(createNamedNode(childName, CIMObjectPath(ns, instance).toString()));
+    }
+    return node;
+}
+
+XMLNode createInstanceMOFNode(const char* name, const Array<CIMInstance>& instances,
+                              const char* childName) {
+    XMLNode node(name);
+    for (const CIMInstance& instance : instances) {
+        node.addChild(createNamedNode(childName, OpenWBEM::MOF::toMOF(instance)));
+    }
+    return node;
+}
+
+void checkNodeName(const XMLNode& node, const char* name, const char* prefix) {
+    if (!node) {
+        BLOCXX_THROW_ERR(
+            FennikException,
+            Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
+            StateLog::INVALID_STATE);
+    }
+    if (node.getName() != name) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("%1Found XML node \"%2\" when node \"%3\" was expected", prefix,
+                                node.getName(), name),
+                         StateLog::INVALID_STATE);
+    }
+}
+
+XMLNode findChildByName(const XMLNode& node, const char* name) {
+    const UnitLog log = StateLog::log();
+    log.debug("Searching for child node with name \"%1\"", name);
+    if (!node) {
+        log.debug("Given node is null.  Cannot search children");
+        return {};
+    }
+    if (node.getChildren().empty()) {
+        log.debug("Node has no children");
+        return {};
+    }
+    XMLNode child = node.findChild(name);
+    if (child) {
+        log.debug("Found child node with name \"%1\"", name);
+    } else {
+        log.debug("No children with name \"%1\"", name);
+    }
+    return child;
+}
+
+Array<XMLNode> childrenByName(const XMLNode& node, const char* name) {
+    Array<XMLNode> children;
+    for (const XMLNode& child : node.getChildren()) {
+        if (child.getName() == name) {
+            children.push_back(child);
+        }
+    }
+    return children;
+}
+
+namespace {
+
+StringArray extractInstanceArrays(const Array<XMLNode>& nodes, const char* tag) {
+    const UnitLog log = StateLog::log();
+    log.debug("extractInstanceArrays() called for tag \"%1\"", tag);
+    StringArray texts;
+    for (const XMLNode& node : nodes) {
+        const bool matches = node.getName() == tag;
+        log.debug("Tag \"%1\" %2", node.getName(), matches ? "matches" : "does not match");
+        if (matches) {
+            texts.push_back(node.getText());
+        }
+    }
+    log.debug("extractInstanceArrays() done for tag \"%1\": %2 instances located", tag,
+              texts.size());
+    return texts;
+}
+
+}  // namespace
+
+StringArray extractChildInstanceArrays(const XMLNode& container, const char* childName) {
+    return extractInstanceArrays(container.getChildren(), childName);
+}
+
+String toString(const XMLNode& node) {
+    std::ostringstream out;
+    node.printNode(out);
+    return std::move(out).str();
+}
+
+String trimmed(const String& text) {
+    const size_t end = text.find_last_not_of(WHITE_SPACE);
+    return end == String::npos ? String() : withoutLeadingSpace(text.substr(0, end + 1));
+}
+
+String withoutLeadingSpace(const String& text) {
+    const size_t begin = text.find_first_not_of(WHITE_SPACE);
+    return begin == String::npos ? String() : text.substr(begin);
+}
+
+Array<CIMInstance> createFakeInstanceArray(const StringArray& paths) {
+    Array<CIMInstance> instances;
+    for (const String& text : paths) {
+        StateLog::log().debug("createFakeInstanceArray cur = %1", text);
+        const CIMObjectPath path = CIMObjectPath::parse(text);
+        OpenWBEM::CIMPropertyArray keys = path.getKeys();
+        for (OpenWBEM::CIMProperty& key : keys) {
+            key.setKey(true);
+        }
+        instances.push_back(CIMInstance(path.getClassName()).setProperties(std::move(keys)));
+    }
+    return instances;
+}
+
+}  // namespace KOVNS2
