@@ -18,6 +18,8 @@ constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
 // A large file that is included again and again would otherwise take memory out of proportion.
 constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
+// Each takes a few thousand bytes, its pragma only two dozen.
+constexpr size_t MOST_NAMESPACES = 10'000;
 
 }  // namespace
 
@@ -136,6 +138,11 @@ void Compilation::enterNamespace(const String& name, const char* at) {
     }
     if (name.empty() && at != nullptr) {
         throw CompileError{at, "expected the name of a namespace; found an empty string"};
+    }
+    if (m_namespaces.size() >= MOST_NAMESPACES) {
+        throw CompileError{at,
+                           String(Format("the text declares something in more than %1 namespaces",
+                                         MOST_NAMESPACES))};
     }
     const auto kind = at != nullptr ? NamespaceMention::PRAGMA : NamespaceMention::START;
     m_current = &m_namespaces.emplace_back(name, m_handle, NamespaceMention{kind, at}, *this);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Instances of the text: each value in the type that the class declares.
-#include <unordered_set>
+#include <unordered_map>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
@@ -11,6 +11,55 @@
 namespace OpenWBEM::MOF {
 
 using blocxx::Format;
+
+namespace {
+
+// Keys with aliases for values can be much longer than their text.
+constexpr size_t MOST_KEY_BYTES = 128U << 20U;
+
+/// Finds a second instance with the same path: the first would be lost unseen.
+class InstancePaths {
+public:
+    explicit InstancePaths(const NamespaceContent& content) : m_content(content) {}
+
+    /// Takes the content's last instance, which is named `at`. Throws CompileError.
+    void addLast(const char* at) {
+        const size_t last = m_content.instances.size() - 1;
+        const CIMObjectPath path = pathOf(last);
+        if (path.isClassPath()) {
+            return;
+        }
+        const String key = path.canonicalKey();
+        m_bytes += key.size();
+        if (m_bytes > MOST_KEY_BYTES) {
+            throw CompileError{at,
+                               String(Format("the keys of the instances are longer than %1 bytes "
+                                             "together",
+                                             MOST_KEY_BYTES))};
+        }
+        const size_t hash = std::hash<String>()(key);
+        const auto [first, end] = m_byHash.equal_range(hash);
+        for (auto same = first; same != end; ++same) {
+            if (pathOf(same->second).canonicalKey() == key) {
+                throw CompileError{
+                    at, String(Format("the instance %1 is declared twice in the namespace \"%2\"",
+                                      quoted(path.modelPath()), m_content.nameSpace))};
+            }
+        }
+        m_byHash.emplace(hash, last);
+    }
+
+private:
+    CIMObjectPath pathOf(size_t index) const {
+        return {m_content.nameSpace, m_content.instances[index]};
+    }
+
+    const NamespaceContent& m_content;
+    std::unordered_multimap<size_t, size_t> m_byHash;  ///< to places in the content's instances
+    size_t m_bytes = 0;
+};
+
+}  // namespace
 
 ClassEntry* Compilation::findClass(Namespace& ns, std::string_view name) {
     const Entered entered(*this, ns);
@@ -88,19 +137,11 @@ CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declara
 void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
     content.instances.reserve(ns.scope.instances().size());
     content.places.instances.reserve(ns.scope.instances().size());
-    std::unordered_set<String> paths;
+    InstancePaths paths(content);
     for (const Declaration* declaration : ns.scope.instances()) {
-        CIMInstance instance = buildInstance(ns, *declaration, false);
-        // Of two with one path the first would be lost unseen.
-        const CIMObjectPath path(content.nameSpace, instance);
-        if (!path.isClassPath() && !paths.insert(path.canonicalKey()).second) {
-            throw CompileError{declaration->name.data,
-                               String(Format("the instance %1 is declared twice in the namespace "
-                                             "\"%2\"",
-                                             quoted(path.modelPath()), content.nameSpace))};
-        }
-        content.instances.push_back(std::move(instance));
+        content.instances.push_back(buildInstance(ns, *declaration, false));
         content.places.instances.push_back(declaration->name.data);
+        paths.addLast(declaration->name.data);
     }
 }
 

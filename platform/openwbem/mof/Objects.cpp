@@ -18,6 +18,8 @@ namespace {
 constexpr unsigned DEEPEST_OBJECT = 16;
 // Keys that are references to each other; paths in paths have the same backslashes.
 constexpr unsigned DEEPEST_ALIAS = 100;
+// Namespaces that only paths lead into, whose classes are kept for the next path.
+constexpr size_t MOST_REMEMBERED = 100;
 
 class Depth {
 public:
@@ -101,6 +103,9 @@ void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& c
 void Compilation::syncPath(CIMObjectPath& path, Namespace& from, unsigned depth) {
     if (path.isClassPath() || depth > DEEPEST_OBJECT) {
         return;
+    }
+    if (depth == 0 && m_elsewhere.size() >= MOST_REMEMBERED) {
+        m_elsewhere.clear();
     }
     Namespace& home = namespaceOf(path, from);
     const CIMClass* const cls = home.classes.outline(path.getClassName());

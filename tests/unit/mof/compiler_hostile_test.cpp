@@ -81,6 +81,45 @@ TEST(MofHostileTest, LongLiteralsComeThroughWhole) {
     EXPECT_EQ(compiled.classes[0].getProperties()[0].getValue().get<String>().size(), size + 1);
 }
 
+TEST(MofHostileTest, KeysCannotBeMultipliedWithoutEnd) {
+    String text =
+        "class T { [Key] string k; };\n"
+        "[Association] class L { [Key] T REF t; [Key] uint16 n; };\n"
+        "instance of T as $t { k = \"" +
+        String(size_t{2} << 20, 'x') + "\"; };\n";
+    for (int i = 0; i < 200; ++i) {
+        text += "instance of L { t = $t; n = " + std::to_string(i) + "; };\n";
+    }
+    EXPECT_EQ(complaintOf(text),
+              "the keys of the instances are longer than 134217728 bytes together");
+}
+
+TEST(MofHostileTest, NamespacesCannotBeOpenedWithoutEnd) {
+    String text;
+    for (int i = 0; i < 10000; ++i) {
+        text += "#pragma namespace(\"n" + std::to_string(i) + "\")\n";
+    }
+    try {
+        compile({"MOF", text}, {}, "root", {});
+        FAIL();
+    } catch (const MOFCompilerException& e) {
+        EXPECT_NE(String(e.getMessage()).find("the text declares something in more than 10000"),
+                  String::npos);
+    }
+}
+
+TEST(MofHostileTest, PathsMayLeadIntoManyNamespaces) {
+    String text = PRELUDE +
+                  "class T { [Key] string k; };\n"
+                  "[Association] class L { [Key] uint32 n; L REF inner; };\n";
+    for (int i = 0; i < 5000; ++i) {
+        const String number = std::to_string(i);
+        text += "instance of L { n = " + number + "; inner = \"n" + number + ":T.k=\\\"m" + number +
+                ":T.k=1\\\"\"; };\n";
+    }
+    EXPECT_EQ(failureOf(text), "");
+}
+
 TEST(MofHostileTest, FeaturesCannotBeMultipliedWithoutEnd) {
     String text = "class Top {";
     for (int i = 0; i < 5000; ++i) {
