@@ -115,7 +115,7 @@ TEST(XMLHostile, ManyElementsAreCounted) {
 TEST(XMLHostile, ALargeTextIsRead) {
     const std::string line =
         "A line of a namespace that holds much, with <markup> and \"quotes\".\n";
-    const std::string text = repeated(line, 300 * MIB / line.size());
+    const std::string text = repeated(line, 100 * MIB / line.size());
     std::stringstream document;
     element("a", text).printNode(document);
     EXPECT_TRUE(XMLParserDOM::parse(document).getText() == text);
