@@ -9,8 +9,10 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <numeric>
 
+#include "openwbem/repository/PageRun.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 
 namespace OpenWBEM::CheckedFile {
@@ -61,11 +63,17 @@ bool isAllZero(const void* page) noexcept {
 struct File {
     sqlite3_file base;
     int lockLevel;
+    PageRun unwritten;
 };
 
 // The real file stands behind ours in the memory that SQLite provides.
 sqlite3_file* real(sqlite3_file* file) noexcept {
     return reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1);
+}
+
+/// To be called before anything but writing a page is done with the file.
+int writeHeldBack(sqlite3_file* file) noexcept {
+    return reinterpret_cast<File*>(file)->unwritten.write(real(file));
 }
 
 bool isPage(int amount, sqlite3_int64 offset) noexcept {
@@ -96,6 +104,9 @@ int readPage(sqlite3_file* file, void* buffer, sqlite3_int64 offset) noexcept {
 }
 
 int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
+    if (const int rc = writeHeldBack(file); rc != SQLITE_OK) {
+        return rc;
+    }
     if (isPage(amount, offset)) {
         return readPage(file, buffer, offset);
     }
@@ -114,28 +125,51 @@ int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
     return rc;
 }
 
+void copyWithChecksum(char* target, const void* page, sqlite3_int64 offset) noexcept {
+    std::memcpy(target, page, PAGE_SIZE);
+    const uint64_t sum = htole64(checksum(page, offset));
+    std::memcpy(target + DATA_SIZE, &sum, sizeof sum);
+}
+
+// Pages are held back until xSync() at the latest: SQLite relies on nothing before.
 int xWrite(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 offset) {
     if (!isPage(amount, offset)) {
         return SQLITE_IOERR_WRITE;
     }
+    PageRun& unwritten = reinterpret_cast<File*>(file)->unwritten;
+    char* place = unwritten.next(offset);
+    if (place == nullptr) {
+        if (const int rc = writeHeldBack(file); rc != SQLITE_OK) {
+            return rc;
+        }
+        place = unwritten.next(offset);
+    }
+    if (place != nullptr) {
+        copyWithChecksum(place, buffer, offset);
+        return SQLITE_OK;
+    }
     std::array<char, PAGE_SIZE> page;
-    std::memcpy(page.data(), buffer, PAGE_SIZE);
-    const uint64_t sum = htole64(checksum(buffer, offset));
-    std::memcpy(page.data() + DATA_SIZE, &sum, sizeof sum);
+    copyWithChecksum(page.data(), buffer, offset);
     return real(file)->pMethods->xWrite(real(file), page.data(), PAGE_SIZE, offset);
 }
 
 int xClose(sqlite3_file* file) {
-    return real(file)->pMethods->xClose(real(file));
+    const int written = writeHeldBack(file);
+    const int rc = real(file)->pMethods->xClose(real(file));
+    std::destroy_at(&reinterpret_cast<File*>(file)->unwritten);
+    return written != SQLITE_OK ? written : rc;
 }
 int xTruncate(sqlite3_file* file, sqlite3_int64 size) {
-    return real(file)->pMethods->xTruncate(real(file), size);
+    const int rc = writeHeldBack(file);
+    return rc != SQLITE_OK ? rc : real(file)->pMethods->xTruncate(real(file), size);
 }
 int xSync(sqlite3_file* file, int flags) {
-    return real(file)->pMethods->xSync(real(file), flags);
+    const int rc = writeHeldBack(file);
+    return rc != SQLITE_OK ? rc : real(file)->pMethods->xSync(real(file), flags);
 }
 int xFileSize(sqlite3_file* file, sqlite3_int64* size) {
-    return real(file)->pMethods->xFileSize(real(file), size);
+    const int rc = writeHeldBack(file);
+    return rc != SQLITE_OK ? rc : real(file)->pMethods->xFileSize(real(file), size);
 }
 int setLevel(sqlite3_file* file, int level, int rc) noexcept {
     if (rc == SQLITE_OK) {
@@ -147,7 +181,9 @@ int xLock(sqlite3_file* file, int level) {
     return setLevel(file, level, real(file)->pMethods->xLock(real(file), level));
 }
 int xUnlock(sqlite3_file* file, int level) {
-    return setLevel(file, level, real(file)->pMethods->xUnlock(real(file), level));
+    const int written = writeHeldBack(file);
+    const int rc = setLevel(file, level, real(file)->pMethods->xUnlock(real(file), level));
+    return written != SQLITE_OK ? written : rc;
 }
 int xCheckReservedLock(sqlite3_file* file, int* result) {
     return real(file)->pMethods->xCheckReservedLock(real(file), result);
@@ -199,6 +235,7 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
     const int rc = below().xOpen(&below(), name, real(file), flags, outFlags);
     // SQLite closes the file whenever the methods are set, even when opening failed.
     if (real(file)->pMethods != nullptr) {
+        std::construct_at(&ours->unwritten);
         ours->base.pMethods = &METHODS;
     }
     return rc;
