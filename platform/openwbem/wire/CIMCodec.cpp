@@ -4,6 +4,7 @@
 #include <capnp/message.h>
 #include <capnp/serialize.h>
 
+#include <array>
 #include <cstring>
 
 #include "blocxx/Format.hpp"
@@ -21,14 +22,30 @@ namespace {
 constexpr uint64_t TRAVERSALS = 4;
 constexpr uint64_t TRAVERSAL_SLACK_WORDS = 1024;
 
+/// Nearly every object fits in here, so that its message need not be allocated in growing pieces.
+constexpr size_t SCRATCH_WORDS = 4096;
+
+/// Zeroed, as a message wants it, which leaves it so; for one message at a time.
+kj::ArrayPtr<capnp::word> scratch() {
+    static thread_local std::array<uint64_t, SCRATCH_WORDS> words{};
+    static_assert(sizeof(uint64_t) == sizeof(capnp::word));
+    return {reinterpret_cast<capnp::word*>(words.data()), words.size()};
+}
+
+String toBytes(capnp::MessageBuilder& message) {
+    String bytes(capnp::computeSerializedSizeInWords(message) * sizeof(capnp::word), '\0');
+    kj::ArrayOutputStream out(
+        kj::arrayPtr(reinterpret_cast<kj::byte*>(bytes.data()), bytes.size()));
+    capnp::writeMessage(out, message);
+    return bytes;
+}
+
 template <class Struct, class... Args>
 String encodeAs(const Args&... args) {
     try {
-        capnp::MallocMessageBuilder message;
+        capnp::MallocMessageBuilder message(scratch());
         Encoder().put(message.initRoot<Struct>(), args...);
-        const kj::Array<capnp::word> words = capnp::messageToFlatArray(message);
-        const auto bytes = words.asChars();
-        return String(bytes.begin(), bytes.size());
+        return toBytes(message);
     } catch (const kj::Exception& e) {
         BLOCXX_THROW(CodecException,
                      blocxx::Format("the object cannot be encoded: %1", e.getDescription().cStr()));
