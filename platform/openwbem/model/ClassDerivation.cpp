@@ -49,17 +49,18 @@ void refuseRepeated(const Array<Element>& elements, const DerivationPlace& place
     }
 }
 
-/// Replaces an element's qualifiers only when they differ, so that unchanged elements stay shared.
+/// Gives an element its own and the inherited qualifiers. Most have their own only: they stay as
+/// they are, shared.
 template <class Element>
-void adoptQualifiers(Element& element, CIMQualifierArray merged) {
-    if (merged.size() != element.getQualifiers().size() || !merged.empty()) {
-        const bool unchanged =
-            merged.size() == element.getQualifiers().size() &&
-            std::none_of(element.getQualifiers().begin(), element.getQualifiers().end(),
-                         [](const CIMQualifier& q) { return q.isPropagated(); });
-        if (!unchanged) {
-            element.setQualifiers(std::move(merged));
-        }
+void deriveQualifiers(Element& element, const Element* above, uint8_t scope,
+                      const DerivationPlace& place, const QualifierTypeLookup& types) {
+    const CIMQualifierArray& declared = element.getQualifiers();
+    const CIMQualifierArray* const qualifiersAbove =
+        above != nullptr ? &above->getQualifiers() : nullptr;
+    if (hasOwnOnly(declared, qualifiersAbove)) {
+        checkQualifiers(declared, scope, place, types);
+    } else {
+        element.setQualifiers(mergeQualifiers(declared, qualifiersAbove, scope, place, types));
     }
 }
 
@@ -134,9 +135,7 @@ CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* abov
     const uint8_t scope =
         declared.getDataType().isReference() ? CIMScope::REFERENCE : CIMScope::PROPERTY;
     CIMProperty property = declared;
-    adoptQualifiers(property, mergeQualifiers(declared.getQualifiers(),
-                                              above != nullptr ? &above->getQualifiers() : nullptr,
-                                              scope, place, types));
+    deriveQualifiers(property, above, scope, place, types);
     if (nullDefaults == NullDefaults::INHERIT && above != nullptr && property.getValue().isNull() &&
         !above->getValue().isNull()) {
         property.setValue(above->getValue());
@@ -165,13 +164,9 @@ CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* 
     CIMParameterArray parameters = declared.getParameters();
     for (CIMParameter& parameter : parameters) {
         const auto same = inherited.find(parameter.getName());
-        const CIMQualifierArray* qualifiers =
-            same ? &above->getParameters()[*same].getQualifiers() : nullptr;
-        adoptQualifiers(
-            parameter,
-            mergeQualifiers(parameter.getQualifiers(), qualifiers, CIMScope::PARAMETER,
-                            DerivationPlace{className, declared.getName(), parameter.getName()},
-                            types));
+        deriveQualifiers(
+            parameter, same ? &above->getParameters()[*same] : nullptr, CIMScope::PARAMETER,
+            DerivationPlace{className, declared.getName(), parameter.getName()}, types);
     }
     return parameters;
 }
@@ -211,9 +206,7 @@ CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
         checkSignature(declared, *above, place);
     }
     CIMMethod method = declared;
-    adoptQualifiers(method, mergeQualifiers(declared.getQualifiers(),
-                                            above != nullptr ? &above->getQualifiers() : nullptr,
-                                            CIMScope::METHOD, place, types));
+    deriveQualifiers(method, above, CIMScope::METHOD, place, types);
     if (!declared.getParameters().empty()) {
         method.setParameters(declareParameters(declared, above, className, types));
     }

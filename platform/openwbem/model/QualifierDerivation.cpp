@@ -59,6 +59,15 @@ void checkAgainstType(const CIMQualifier& qualifier, uint8_t scope, const Deriva
     }
 }
 
+void refuseRepeated(const CIMQualifierArray& own, const DerivationPlace& place) {
+    const NameIndex<CIMQualifier> index(own);
+    if (const auto twice = index.findDuplicate()) {
+        const String& name = own[*twice].getName();
+        place.fail(CIMException::INVALID_PARAMETER,
+                   String(Format("qualifier \"%1\" is given twice", name)), name);
+    }
+}
+
 /// The qualifiers of `declared` that are its own, checked.
 CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope,
                                 const DerivationPlace& place, const QualifierTypeLookup& types) {
@@ -70,12 +79,7 @@ CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope
             own.push_back(qualifier);
         }
     }
-    const NameIndex<CIMQualifier> index(own);
-    if (const auto twice = index.findDuplicate()) {
-        const String& name = own[*twice].getName();
-        place.fail(CIMException::INVALID_PARAMETER,
-                   String(Format("qualifier \"%1\" is given twice", name)), name);
-    }
+    refuseRepeated(own, place);
     return own;
 }
 
@@ -134,6 +138,21 @@ CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers) {
 bool areInherited(const CIMQualifierArray& qualifiers) noexcept {
     return std::all_of(qualifiers.begin(), qualifiers.end(),
                        [](const CIMQualifier& q) { return q.isPropagated(); });
+}
+
+bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept {
+    const auto isPassedDown = [](const CIMQualifier& q) { return q.getFlavor().toSubclass; };
+    return std::none_of(qualifiers.begin(), qualifiers.end(),
+                        [](const CIMQualifier& q) { return q.isPropagated(); }) &&
+           (above == nullptr || std::none_of(above->begin(), above->end(), isPassedDown));
+}
+
+void checkQualifiers(const CIMQualifierArray& own, uint8_t scope, const DerivationPlace& place,
+                     const QualifierTypeLookup& types) {
+    for (const CIMQualifier& qualifier : own) {
+        checkAgainstType(qualifier, scope, place, types);
+    }
+    refuseRepeated(own, place);
 }
 
 CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,

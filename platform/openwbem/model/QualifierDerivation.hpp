@@ -26,6 +26,13 @@ CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers);
 /// Whether they are what inheritableQualifiers() would make of them already.
 bool areInherited(const CIMQualifierArray& qualifiers) noexcept;
 
+/// Whether an element with these qualifiers, which overrides one with those `above` (null when it
+/// overrides nothing), has just its own.
+bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept;
+/// What mergeQualifiers() checks in an element that has its own qualifiers only.
+void checkQualifiers(const CIMQualifierArray& own, uint8_t scope, const DerivationPlace& place,
+                     const QualifierTypeLookup& types);
+
 /// Own and inherited qualifiers of an element on which `scope` (one CIMScope bit) is; `above` is
 /// null when it overrides nothing. Throws ClassDerivationException.
 CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,

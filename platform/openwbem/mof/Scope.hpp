@@ -7,8 +7,8 @@
 #include <memory>
 #include <optional>
 
+#include "openwbem/model/FoldedMap.hpp"
 #include "openwbem/model/NameIndex.hpp"
-#include "openwbem/mof/FoldedMap.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
 

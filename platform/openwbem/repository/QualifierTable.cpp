@@ -13,12 +13,12 @@ constexpr size_t MAX_KNOWN = 50;
 }
 
 void QualifierTable::Types::add(CIMQualifierType type) {
-    m_places.emplace(toLower(type.getName()), m_types.size());
+    m_places.emplace(type.getName(), m_types.size());
     m_types.push_back(std::move(type));
 }
 
 const CIMQualifierType* QualifierTable::Types::find(std::string_view name) const {
-    const auto place = m_places.find(toLower(name));
+    const auto place = m_places.find(name);
     return place == m_places.end() ? nullptr : &m_types[place->second];
 }
 

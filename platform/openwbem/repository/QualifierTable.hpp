@@ -9,6 +9,7 @@
 
 #include "openwbem/model/CIMQualifierType.hpp"
 #include "openwbem/model/ClassDerivation.hpp"
+#include "openwbem/model/FoldedMap.hpp"
 #include "openwbem/repository/Database.hpp"
 
 namespace OpenWBEM {
@@ -26,7 +27,7 @@ public:
 
     private:
         Array<CIMQualifierType> m_types;
-        std::unordered_map<String, size_t> m_places;
+        FoldedMap<size_t> m_places;
     };
 
     std::shared_ptr<const Types> types(int64_t ns);

@@ -9,7 +9,7 @@
 
 #include "blocxx/String.hpp"
 
-namespace OpenWBEM::MOF {
+namespace OpenWBEM {
 
 struct FoldedHash {
     using is_transparent = void;
@@ -48,4 +48,4 @@ struct FoldedEqual {
 template <class Value, class Key = blocxx::String>
 using FoldedMap = std::unordered_map<Key, Value, FoldedHash, FoldedEqual>;
 
-}  // namespace OpenWBEM::MOF
+}  // namespace OpenWBEM
