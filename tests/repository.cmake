@@ -3,11 +3,13 @@ kov_unit_test(repository_test
   SOURCES
     unit/repository/DirectSubject.cpp
     unit/repository/FaultyFiles.cpp
+    unit/repository/PowerCut.cpp
     unit/repository/Refusals.cpp
     unit/repository/RepositoryFixture.cpp
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp
     unit/repository/RepositoryOperations_test.cpp
     unit/repository/RepositoryScale_test.cpp
+    unit/repository/ServedRepository_test.cpp
     unit/repository/UnitOfWork_test.cpp
   LINKS openwbem_repository kov_sqlite3)

@@ -65,6 +65,8 @@ private:
     bool isLogged();
     void mergeLeftLog();
     void startServing();
+    /// Lets go of the lock that is held from one read to the next.
+    void stopHolding();
     void closeConnection() noexcept;
 
     String m_file;

@@ -12,6 +12,8 @@
 
 namespace OpenWBEM {
 
+namespace FileSystem = blocxx::FileSystem;
+
 namespace {
 
 /// The log is merged into the file when it has grown to so many pages (16 MiB): often enough to
@@ -34,20 +36,27 @@ bool Database::isLogged() {
 }
 
 /// A daemon that was killed has left its log. What is in it was acknowledged, so it is merged into
-/// the file before anything is read.
+/// the file before anything is read. One that was killed while it wrote the header that speaks of
+/// no log has left a journal, which brings the header back that does.
 void Database::mergeLeftLog() {
-    if (!isLogged()) {
+    if (!isLogged() && !FileSystem::exists(m_file + "-journal")) {
         return;
     }
     execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
     checkFormat();
-    endServing();
+    if (isLogged()) {
+        endServing();
+    } else {
+        stopHolding();
+    }
 }
 
 void Database::startServing() {
     execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
     checkFormat();
-    execute("PRAGMA journal_mode=WAL", "opened");
+    // The journal of the header's change must be gone for good before there is a log: a journal
+    // that a power cut brings back would make the header deny the log beside it.
+    execute("PRAGMA synchronous=EXTRA; PRAGMA journal_mode=WAL", "opened");
     if (!isLogged()) {
         OPENWBEM_THROW_CIM(FAILED, "The repository \"" + m_file +
                                        "\" cannot be opened: no log can be kept beside it");
@@ -69,6 +78,10 @@ void Database::endServing() {
         OPENWBEM_THROW_CIM(
             FAILED, "The repository \"" + m_file + "\" cannot be written: its log is in use");
     }
+    stopHolding();
+}
+
+void Database::stopHolding() {
     execute("PRAGMA locking_mode=NORMAL", "opened");
     pragma("PRAGMA user_version");
 }

@@ -5,6 +5,10 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <memory>
+
+#include "tests/unit/repository/PowerCut.hpp"
+
 namespace KovTest::FaultyFiles {
 
 namespace {
@@ -14,6 +18,7 @@ struct State {
     bool reached = false;
     Kind kind = Kind::FAIL_ONCE;
     int left = 0;
+    std::unique_ptr<PowerCut> powerCut;
 };
 State state;  // NOLINT: the layer below a library has nobody to hand it in
 
@@ -32,6 +37,9 @@ int strike(int failure) {
         return SQLITE_OK;
     }
     state.reached = true;
+    if (state.powerCut) {
+        state.powerCut->strike();
+    }
     if (state.kind == Kind::DIE) {
         ::kill(::getpid(), SIGKILL);
     }
@@ -40,6 +48,7 @@ int strike(int failure) {
 
 struct File {
     sqlite3_file base;
+    const char* name;  // null for files without one
 };
 sqlite3_file* below(sqlite3_file* file) {
     return reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1);
@@ -64,8 +73,15 @@ int xTruncate(sqlite3_file* f, sqlite3_int64 size) {
     return rc != SQLITE_OK ? rc : below(f)->pMethods->xTruncate(below(f), size);
 }
 int xSync(sqlite3_file* f, int flags) {
-    const int rc = strike(SQLITE_IOERR_FSYNC);
-    return rc != SQLITE_OK ? rc : below(f)->pMethods->xSync(below(f), flags);
+    if (const int rc = strike(SQLITE_IOERR_FSYNC); rc != SQLITE_OK) {
+        return rc;
+    }
+    const int rc = below(f)->pMethods->xSync(below(f), flags);
+    const char* name = reinterpret_cast<File*>(f)->name;
+    if (state.powerCut && name != nullptr) {
+        state.powerCut->synced(name);
+    }
+    return rc;
 }
 int xFileSize(sqlite3_file* f, sqlite3_int64* size) {
     return below(f)->pMethods->xFileSize(below(f), size);
@@ -114,6 +130,10 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
     if (const int rc = strike(SQLITE_CANTOPEN); rc != SQLITE_OK) {
         return rc;
     }
+    reinterpret_cast<File*>(file)->name = name;
+    if (state.powerCut && name != nullptr) {
+        state.powerCut->willTouch(name);
+    }
     const int rc = real->xOpen(real, name, below(file), flags, outFlags);
     if (below(file)->pMethods != nullptr) {
         file->pMethods = &METHODS;
@@ -125,12 +145,19 @@ int xDelete(sqlite3_vfs*, const char* name, int sync) {
     if (const int rc = strike(SQLITE_IOERR_DELETE); rc != SQLITE_OK) {
         return rc;
     }
+    if (state.powerCut) {
+        state.powerCut->willTouch(name);
+    }
     const int rc = real->xDelete(real, name, 0);
     if (rc != SQLITE_OK || sync == 0) {
         return rc;
     }
     // The file is gone, its directory is synced in an operation of its own.
-    return strike(SQLITE_IOERR_DIR_FSYNC);
+    const int synced = strike(SQLITE_IOERR_DIR_FSYNC);
+    if (state.powerCut) {
+        state.powerCut->directorySynced();
+    }
+    return synced;
 }
 
 }  // namespace
@@ -149,12 +176,14 @@ void install() {
     sqlite3_vfs_register(&layer, 1);
 }
 
-void arm(Kind kind, int n) {
-    state = {true, false, kind, n};
+void arm(Kind kind, int n, unsigned seed) {
+    state = {true, false, kind, n,
+             kind == Kind::POWER_CUT ? std::make_unique<PowerCut>(seed) : nullptr};
 }
 
 bool disarm() {
     state.armed = false;
+    state.powerCut.reset();
     return state.reached;
 }
 

@@ -6,12 +6,13 @@
 
 namespace KovTest::FaultyFiles {
 
-enum class Kind { FAIL_ONCE, FAIL_FOR_EVER, NO_SPACE, DIE };
+enum class Kind { FAIL_ONCE, FAIL_FOR_EVER, NO_SPACE, DIE, POWER_CUT };
 
 /// Installs the layer; call it before the first repository is opened in this process.
 void install();
-/// From now on the n-th operation (from 1) and, depending on the kind, those after it fail.
-void arm(Kind kind, int n);
+/// From now on the n-th operation (from 1) and, depending on the kind, those after it fail. `seed`
+/// chooses what a power cut leaves.
+void arm(Kind kind, int n, unsigned seed = 0);
 /// No more faults. True when the fault was reached.
 bool disarm();
 

@@ -39,9 +39,9 @@ private:
     CIMOMHandleIFCRef m_handle;
 };
 
-Opened::Opened(const String& directory)
+Opened::Opened(const String& directory, RepositoryUse use)
     : m_environment(new Environment(directory)), m_repository(new CIMRepository) {
-    m_repository->init(m_environment);
+    m_repository->init(m_environment, use);
     m_handle = new RepositoryCIMOMHandle(m_repository, m_context);
     m_environment->setHandle(m_handle);
 }

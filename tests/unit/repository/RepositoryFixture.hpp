@@ -31,7 +31,7 @@ private:
 /// A repository opened from a directory, with its handle.
 class Opened {
 public:
-    explicit Opened(const String& directory);
+    explicit Opened(const String& directory, RepositoryUse use = RepositoryUse::UNIT_OF_WORK);
     ~Opened();
     Opened(const Opened&) = delete;
     Opened& operator=(const Opened&) = delete;

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The repository while it is served, with its log beside it: what was committed outlives the
+// process, wherever it dies, and power cuts, but for the last commits before one.
+#include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/unit/repository/FaultyFiles.hpp"
+#include "tests/unit/repository/RepositoryFixture.hpp"
+
+namespace KovTest {
+namespace {
+
+using FaultyFiles::Kind;
+
+constexpr uint32_t REQUESTS = 3;
+/// What a power cut leaves is chosen anew for each of these.
+constexpr unsigned SEEDS = 3;
+
+class FaultyEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { FaultyFiles::install(); }
+};
+const auto* const ENVIRONMENT =  // NOLINT
+    ::testing::AddGlobalTestEnvironment(new FaultyEnvironment);
+
+/// One request of some pages: what belongs together is there or not.
+void request(RepositoryCIMOMHandle& handle, uint32_t number) {
+    CIMInstance instance = car(number);
+    instance.setProperty("Note", CIMValue(String(9000, 'n')));
+    handle.createInstance("test", instance);
+    handle.createInstance("test", owns(personPath("ann"), carPath(number)));
+    handle.commit();
+}
+
+/// What a child process tells its parent while it lives.
+struct Shared {
+    uint32_t acknowledged;
+    bool closed;
+};
+
+class ServedRepositoryDeath : public RepositoryTest, public ::testing::WithParamInterface<Kind> {
+protected:
+    ServedRepositoryDeath() {
+        m_shared = static_cast<Shared*>(::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
+                                               MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+        const auto opened = openWithSchema();
+        (*opened)->createInstance("test", person("ann"));
+        opened->repository().close();
+        std::filesystem::copy_file(file(), saved(".db"));
+    }
+    ~ServedRepositoryDeath() override { ::munmap(m_shared, sizeof(Shared)); }
+
+    String saved(const char* ending) const { return m_other.path() + "/saved" + ending; }
+    void restore() {
+        for (const char* ending : {"", "-wal", "-journal"}) {
+            std::filesystem::remove(file() + ending);
+        }
+        std::filesystem::copy_file(saved(".db"), file());
+        if (std::filesystem::exists(saved("-wal"))) {
+            std::filesystem::copy_file(saved("-wal"), file() + "-wal");
+        }
+        *m_shared = {0, false};
+    }
+    /// Runs `action` in a process that meets its end at the n-th operation on a file; false when it
+    /// was not reached.
+    template <class Action>
+    bool diesAt(int n, unsigned seed, Action action) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            FaultyFiles::arm(GetParam(), n, seed);
+            action();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << "at " << n;
+        return WIFSIGNALED(status);
+    }
+    /// Opens it as a tool or as the daemon does, and counts the requests, which must be whole.
+    uint32_t requestsThere(int n) {
+        Opened opened(m_directory.path(),
+                      n % 2 == 0 ? RepositoryUse::UNIT_OF_WORK : RepositoryUse::SERVED);
+        uint32_t number = 0;
+        while (statusOf([&] {
+                   opened->getInstance("test", carPath(number), E_NOT_LOCAL_ONLY,
+                                       E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
+               }) == 0) {
+            ++number;
+        }
+        EXPECT_EQ(number, opened->enumInstanceNamesA("test", "Car").size()) << "at " << n;
+        EXPECT_EQ(number, opened->enumInstanceNamesA("test", "Owns").size()) << "at " << n;
+        opened->createInstance("test", person("next"));
+        opened.repository().close();
+        EXPECT_FALSE(std::filesystem::exists(file() + "-wal")) << "at " << n;
+        return number;
+    }
+    unsigned seeds() const { return GetParam() == Kind::POWER_CUT ? SEEDS : 1; }
+
+    TemporaryDirectory m_other;
+    Shared* m_shared;
+};
+
+TEST_P(ServedRepositoryDeath, LeavesWholeRequestsAndAllThatWasAcknowledged) {
+    const auto serve = [this] {
+        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        for (uint32_t number = 0; number < REQUESTS; ++number) {
+            request(*opened, number);
+            m_shared->acknowledged = number + 1;
+        }
+        opened.repository().close();
+        m_shared->closed = true;
+    };
+    int n = 0;
+    bool died = true;
+    while (died) {
+        ++n;
+        for (unsigned seed = 0; seed < seeds(); ++seed) {
+            restore();
+            died = diesAt(n, static_cast<unsigned>(n) * SEEDS + seed, serve);
+            const uint32_t there = requestsThere(n);
+            EXPECT_LE(there, m_shared->acknowledged + 1) << "at " << n;
+            if (GetParam() == Kind::DIE || m_shared->closed) {
+                EXPECT_GE(there, m_shared->acknowledged) << "at " << n << ", " << seed;
+            }
+        }
+        ASSERT_LT(n, 5000);
+    }
+    EXPECT_GT(n, 50) << "it did die";
+}
+
+TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
+    const pid_t killed = ::fork();
+    if (killed == 0) {
+        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        for (uint32_t number = 0; number < REQUESTS; ++number) {
+            request(*opened, number);
+        }
+        ::_exit(0);
+    }
+    ASSERT_EQ(killed, ::waitpid(killed, nullptr, 0));
+    std::filesystem::copy_file(file(), saved(".db"),
+                               std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::copy_file(file() + "-wal", saved("-wal"));
+    for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
+        const auto merge = [&] {
+            Opened opened(m_directory.path(), use);
+            opened.repository().close();
+        };
+        int n = 0;
+        bool died = true;
+        while (died) {
+            ++n;
+            for (unsigned seed = 0; seed < seeds(); ++seed) {
+                restore();
+                died = diesAt(n, static_cast<unsigned>(n) * SEEDS + seed, merge);
+                EXPECT_EQ(REQUESTS, requestsThere(n)) << "at " << n << ", " << seed;
+            }
+            ASSERT_LT(n, 5000);
+        }
+        EXPECT_GT(n, 8) << "it did die";
+    }
+}
+
+TEST_P(ServedRepositoryDeath, OfAUnitOfWorkLeavesAllOfItOrNothing) {
+    const auto work = [this] {
+        Opened opened(m_directory.path());
+        for (uint32_t number = 0; number < REQUESTS; ++number) {
+            CIMInstance instance = car(number);
+            instance.setProperty("Note", CIMValue(String(9000, 'n')));
+            opened->createInstance("test", instance);
+            opened->createInstance("test", owns(personPath("ann"), carPath(number)));
+        }
+        opened->commit();
+        m_shared->acknowledged = REQUESTS;
+    };
+    int n = 0;
+    bool died = true;
+    while (died) {
+        ++n;
+        for (unsigned seed = 0; seed < seeds(); ++seed) {
+            restore();
+            died = diesAt(n, static_cast<unsigned>(n) * SEEDS + seed, work);
+            const uint32_t there = requestsThere(n);
+            EXPECT_TRUE(there == REQUESTS || (there == 0 && m_shared->acknowledged == 0))
+                << there << " at " << n << ", " << seed;
+        }
+        ASSERT_LT(n, 5000);
+    }
+    EXPECT_GT(n, 20) << "it did die";
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, ServedRepositoryDeath,
+                         ::testing::Values(Kind::DIE, Kind::POWER_CUT));
+
+}  // namespace
+}  // namespace KovTest
