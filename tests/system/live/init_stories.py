@@ -131,6 +131,15 @@ class Init(LiveStory):
             (self.init("start"), 0, STARTED),
         )
 
+    def test_daemon_that_is_started_meanwhile_is_left_alone(self):
+        out = self.shell(
+            f"{self.init('start')} >/dev/null; {STOPPED_PROCESS}; old=$(cat {PID_FILE});"
+            f"{self.init('stop', 'OWCIMOMD_PATIENCE=3')} & script=$!; sleep 1; kill -STOP $script;"
+            f"kill -9 $old; {self.AS} {DAEMON}; new=$(cat {PID_FILE}); kill -CONT $script;"
+            f"wait $script; echo $?; sleep 0.5; test $new != $old && kill -0 $new && {DAEMON} --ping"
+        )
+        self.assertEqual(out, "owcimomd was stopped\n0\n")
+
     def test_daemon_that_does_not_answer_is_no_success(self):
         self.assert_steps(
             (f"{self.init('start')}; {STOPPED_PROCESS}", 0, STARTED),
