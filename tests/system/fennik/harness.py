@@ -150,9 +150,10 @@ class Story(unittest.TestCase):
     """A story told in a tree of its own. `self.fennik` runs the tool there."""
 
     maxDiff = None
+    TREE = Tree
 
     def setUp(self):
-        self.tree = Tree()
+        self.tree = self.TREE()
         self.addCleanup(self.tree.remove)
 
     def fennik(self, *arguments, **options):

@@ -16,6 +16,11 @@ MODULES = [
     "product_stories",
     "config_stories",
     "namespace_stories",
+    "provider_list_stories",
+    "provider_mof_stories",
+    "privilege_stories",
+    "provider_stories",
+    "real_mof_stories",
     "live_stories",
 ]
 SKIPPED = 77
