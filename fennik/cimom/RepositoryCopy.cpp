@@ -286,6 +286,10 @@ void RepositoryCopy::exchange() {
     removeBackup(backup);
 }
 
+void RepositoryCopy::GiveUp() noexcept {
+    m_repository->abandon();
+}
+
 void RepositoryCopy::CloseRepository() {
     m_repository->close();
 }

@@ -32,6 +32,9 @@ public:
     /// Commits the copy and makes it the live repository. When it throws, the live repository is as
     /// it was before, to the byte.
     void SwapInNewRepository();
+    /// The copy will not be swapped in. It goes as a whole, so undo steps on what is in it have
+    /// nothing left to take back: from now on they do nothing and succeed.
+    void GiveUp() noexcept;
     /// Closes the copy. After a swap there is nothing left that could be lost.
     void CloseRepository();
 

@@ -43,8 +43,15 @@ void workOnCopy(Run& run, Operation operation) {
     {
         CleanupActions_t undo;
         undoOnFailure(undo, [&] {
-            operation(copy.GetHandle(), undo);
-            copy.SwapInNewRepository();
+            try {
+                operation(copy.GetHandle(), undo);
+                copy.SwapInNewRepository();
+            } catch (...) {
+                // Before the undo steps: what they would put back into the copy goes with it, and
+                // the namespace that it stood in may be gone already.
+                copy.GiveUp();
+                throw;
+            }
         });
     }
     copy.CloseRepository();

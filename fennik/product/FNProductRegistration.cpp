@@ -127,7 +127,7 @@ private:
 // registration: a run that dies before it leaves at most a file that the next attempt to register
 // names in its error.
 void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
-                     const StringArray& userNames, const String& prefix) {
+                     const StringArray& userNames, const String& prefix, Permanence permanence) {
     log().debug("Registering product \"%1\"", productName);
     const OpenWBEM::CIMInstance product = newProduct(*handle, productName, userNames);
     CleanupActions_t undo;
@@ -135,7 +135,9 @@ void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
         const CIMObjectPath path = createProduct(*handle, product);
         undo.push_back(boost::bind(&deleteInstance, boost::ref(*handle), String(KOV_NS), path));
         writeAllowedUsersFile(productName, userNames, prefix, undo);
-        handle->commit();
+        if (permanence == Permanence::AT_ONCE) {
+            handle->commit();
+        }
     });
 }
 

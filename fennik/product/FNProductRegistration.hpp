@@ -10,10 +10,13 @@ namespace KOVNS2 {
 
 using blocxx::StringArray;
 
-/// Registers a product and makes that permanent. When it throws, nothing has changed: what it did
-/// is undone here.
+/// Whether a change is made permanent at once, or with everything else on a working copy.
+enum class Permanence { AT_ONCE, WITH_THE_COPY };
+
+/// Registers a product. When it throws, nothing has changed: what it did is undone here.
 void registerProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
-                     const StringArray& userNames, const String& prefix);
+                     const StringArray& userNames, const String& prefix,
+                     Permanence permanence = Permanence::AT_ONCE);
 
 /// Removes everything that was ever registered for the product. Throws FennikException and
 /// CIMException; the caller then runs `undo`, which puts back all but the namespaces and the

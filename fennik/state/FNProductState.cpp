@@ -26,23 +26,20 @@ void logError(const String& message) {
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
 }
 
-/// Logs "MESSAGE: EXCEPTION" and throws it.
-[[noreturn]] void failWith(const String& what, const blocxx::Exception& e, int errorCode) {
-    const String message = Format("%1: %2", what, e);
-    logError(message);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), errorCode, &e);
+/// Logs what failed with the reason, and throws it with the reason for its cause.
+[[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode) {
+    logError(Format("%1: %2", what, reason));
+    throw FennikException(__FILE__, __LINE__, what.c_str(), errorCode, &reason);
 }
 
 XMLNode gather(const CIMOMHandleIFCRef& handle) {
-    constexpr const char* FAILED = "Failed creating state dump";
     try {
         return createStateDump(handle);
     } catch (const FennikException& e) {
         logError(Format("Failed creating state dump: %1", e));
         throw;
     } catch (const blocxx::Exception& e) {
-        logError(Format("%1: %2", FAILED, e));
-        throw FennikException(__FILE__, __LINE__, FAILED, UNKNOWN_CODE, &e);
+        failWith("Failed creating state dump", e, UNKNOWN_CODE);
     } catch (...) {
         logError("Unknown error occurred while creating state dump");
         throw;

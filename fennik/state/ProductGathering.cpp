@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
+#include <unordered_map>
 
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
@@ -92,14 +92,35 @@ XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
     return entry;
 }
 
-XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName) {
+/// The access rights of all namespaces, read once: asked for a namespace at a time, saving many
+/// products would take a time that grows with their square.
+class AccessRights {
+public:
+    explicit AccessRights(CIMOMHandleIFC& handle) {
+        for (const CIMInstance& access :
+             runQuery(handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
+            m_byNamespace[access.getPropertyValue("nspace").toString()].push_back(access);
+        }
+    }
+
+    const Array<CIMInstance>& of(const String& ns) const {
+        static const Array<CIMInstance> none;
+        const auto found = m_byNamespace.find(ns);
+        return found == m_byNamespace.end() ? none : found->second;
+    }
+
+private:
+    std::unordered_map<String, Array<CIMInstance>> m_byNamespace;
+};
+
+XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName,
+                                    const AccessRights& rights) {
     return framed("gatherNamespaceRegistration", productName, [&] {
         XMLNode registration(NAMESPACE_REGISTRATION);
         for (const String& ns : listNamespaces(handle, productName)) {
             XMLNode node(NAMESPACE);
             node.addChild(createNamedNode(NAME, ns));
-            for (const CIMInstance& access :
-                 runQuery(*handle, SECURITY_NS, "OpenWBEM_UserACL", "nspace", ns)) {
+            for (const CIMInstance& access : rights.of(ns)) {
                 node.addChild(createAccessNode(ns, access));
             }
             registration.addChild(node);
@@ -133,13 +154,14 @@ void checkPrintable(const XMLNode& product, const String& productName) {
     }
 }
 
-XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName) {
+XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName,
+                          const AccessRights& rights) {
     return framed("createProductDump", productName, [&] {
         XMLNode product(PRODUCT);
         product.addChild(createNamedNode(NAME, productName));
         product.addChild(gatherAllowedUsers(handle, productName));
         product.addChild(gatherConfigFiles(productName));
-        product.addChild(gatherNamespaceRegistration(handle, productName));
+        product.addChild(gatherNamespaceRegistration(handle, productName, rights));
         product.addChild(gatherProviderRegistration(handle, productName));
         product.addChild(gatherProductInstances(handle, productName));
         checkPrintable(product, productName);
@@ -154,11 +176,12 @@ XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
     XMLNode root(SAVED_PRODUCT_STATE);
     root.addChild(createNamedNode(VERSION, WRITER_VERSION));
     XMLNode products(SAVED_PRODUCTS);
+    const AccessRights rights(*handle);
     for (const String& name : listRegisteredProducts(handle)) {
         if (!equals_ignorecase(name, INFRASTRUCTURE)) {
             StandardStreams::writeProgress(
                 Format("Saving product registration for %1", name).toString() + "\n");
-            products.addChild(createProductDump(handle, name));
+            products.addChild(createProductDump(handle, name, rights));
         }
     }
     root.addChild(products);

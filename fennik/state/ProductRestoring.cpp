@@ -162,7 +162,7 @@ void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
     tell(Format("Restoring product registration for %1", name));
 
     const StringArray users = restoreAllowedUsers(findChildByName(node, ALLOWED_USERS));
-    registerProduct(target.handle, name, users, target.prefix);
+    registerProduct(target.handle, name, users, target.prefix, Permanence::WITH_THE_COPY);
     restoreIfPresent(node, CONFIG_FILE, "No config file node attached...",
                      [&](const XMLNode& child) {
                          log().debug("Found config file node");

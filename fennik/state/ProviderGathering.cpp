@@ -16,12 +16,20 @@ UnitLog log() {
     return StateLog::log();
 }
 
+/// The class that the provider serves. A process serves those of its capabilities, and may have
+/// none of its own.
+String servedClass(const OOP1ProviderRegistration& registration) {
+    const OpenWBEM::CIMValue name =
+        registration.registrationInstances().at(0).getPropertyValue("ClassName");
+    return name.isNull() ? String() : name.toString();
+}
+
 XMLNode createOOP1RegistrationNode(const OOP1ProviderRegistration& registration) {
     log().debug("createOOP1RegistrationNode() called");
     const String& ns = registration.providerMofNamespace();
     XMLNode node(OOP1_PROVIDER_REGISTRATION);
     node.addChild(createNamedNode(PROVIDER_MOF_NAMESPACE, ns));
-    node.addChild(createNamedNode(PROVIDER_CLASSNAME, registration.registrationClassName()));
+    node.addChild(createNamedNode(PROVIDER_CLASSNAME, servedClass(registration)));
     node.addChild(createNamedNode(PROVIDER_PRIVILEGES, registration.providerPrivileges()));
     node.addChild(createNamedNode(PROVIDER_OOPI_PRIVILEGES, registration.providerOOPPrivileges()));
     node.addChild(

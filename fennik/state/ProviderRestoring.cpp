@@ -26,7 +26,10 @@ String childText(const XMLNode& node, const char* name) {
 
 /// The names in one of the lists of what a provider's MOF created.
 StringArray readNames(const XMLNode& node, const char* list, const char* message) {
-    StringArray names = extractChildInstanceArrays(node.mustFindChild(list), NAME);
+    StringArray names;
+    for (const String& name : extractChildInstanceArrays(node.mustFindChild(list), NAME)) {
+        names.push_back(trimmed(name));
+    }
     log().debug(message, untokenize(names, "\" \""));
     return names;
 }
