@@ -5,6 +5,7 @@ kov_unit_test(owcimomd_test
     unit/client/LiveDaemon.cpp
     unit/owcimomd/Access_test.cpp
     unit/owcimomd/Account_test.cpp
+    unit/owcimomd/ClientNamespaces_test.cpp
     unit/owcimomd/Clients_test.cpp
     unit/owcimomd/Configuration_test.cpp
     unit/owcimomd/Daemon_test.cpp
@@ -12,6 +13,6 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Namespaces_test.cpp
     unit/owcimomd/Places_test.cpp
     unit/repository/RepositoryFixture.cpp
-  LINKS owcimomd_core openwbem_client openwbem_repository)
+  LINKS owcimomd_core fennik_namespace openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")
 add_dependencies(owcimomd_test owcimomd)
