@@ -70,6 +70,7 @@ void Database::startServing() {
 //    the end of this leaves the log, from which the next opening does it again.
 // 2. The log is removed and the header is written to say that there is none. A crash between the
 //    two leaves a header that speaks of a log that is not there, which counts as an empty one.
+//    One while the header is written leaves a journal that brings that header back.
 // 3. With the first read after the change of the locking mode the lock goes.
 void Database::endServing() {
     execute("PRAGMA synchronous=EXTRA", "written");
