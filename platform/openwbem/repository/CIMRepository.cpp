@@ -39,6 +39,12 @@ void CIMRepository::commit() {
     store().database.commit();
 }
 
+void CIMRepository::abandon() noexcept {
+    if (m_store) {
+        m_store->database.abandon();
+    }
+}
+
 bool CIMRepository::isOpen() const noexcept {
     return static_cast<bool>(m_store);
 }

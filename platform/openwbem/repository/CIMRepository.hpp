@@ -42,6 +42,9 @@ public:
     void close();
     /// See CIMOMHandleIFC::commit().
     void commit();
+    /// For an owner who throws the file away: rolls back what was not committed. From then on
+    /// writes have nothing to do and succeed, and commit() fails. Does nothing when it is closed.
+    void abandon() noexcept;
     bool isOpen() const noexcept;
 
     RepositoryStore& store();

@@ -190,6 +190,11 @@ void Database::rollBack(bool failed) noexcept {
     }
 }
 
+void Database::abandon() noexcept {
+    rollBack(true);
+    m_unit = Unit::ROLLED_BACK;
+}
+
 void Database::fail(int code, const char* attempt) {
     const int systemError = sqlite3_system_errno(m_db);
     rollBack(true);

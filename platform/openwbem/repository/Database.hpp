@@ -39,6 +39,8 @@ public:
     /// Ends the unit of work as if it had not been. When `failed`, what it held counts as lost and
     /// the state is "rolled back"; otherwise a new unit may start.
     void rollBack(bool failed) noexcept;
+    /// Ends the unit of work for good: as after a failure, there is nothing to write to any more.
+    void abandon() noexcept;
     /// Changes made so far, for telling whether there were any since.
     int64_t changes() const noexcept;
     int64_t changesAtBegin() const noexcept { return m_changesAtBegin; }

@@ -21,7 +21,8 @@ sys.dont_write_bytecode = True
 
 import run_story  # noqa: E402
 
-run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories"]
+run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories",
+                     "whole_product_stories", "deregister_stories"]
 INSIDE = "KOV_STORY_INSIDE"
 INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
 

@@ -99,6 +99,32 @@ TEST_F(UnitOfWork, EndsWithTheRepositoryUnlessCommitted) {
     EXPECT_TRUE(before != dump(m_directory.path()));
 }
 
+TEST_F(UnitOfWork, IsGoneWhenItIsAbandonedAndUndoStepsAreHarmless) {
+    prepare();
+    const String before = dump(m_directory.path());
+    Opened opened(m_directory.path());
+    change(*opened);
+    opened.repository().abandon();
+    undo(*opened);
+    EXPECT_EQ(0, statusOf([&] { opened->deleteNameSpace("never was"); }));
+    EXPECT_EQ(1, statusOf([&] { opened->commit(); }));
+    EXPECT_TRUE(before == dump(*opened));
+    opened.repository().abandon();
+}
+
+TEST_F(UnitOfWork, LetsNothingBeWrittenAfterACommitOnceItIsAbandoned) {
+    prepare();
+    Opened opened(m_directory.path());
+    change(*opened);
+    opened->commit();
+    const String after = dump(*opened);
+    opened.repository().abandon();
+    undo(*opened);
+    EXPECT_EQ(0, statusOf([&] { opened->createNameSpace("test"); }));
+    EXPECT_TRUE(after == dump(*opened));
+    EXPECT_TRUE(after == dump(m_directory.path()));
+}
+
 TEST_F(UnitOfWork, OfTwoAtOnceTheSecondFailsAtOnceAndTellsWhy) {
     prepare();
     Opened first(m_directory.path());
