@@ -6,7 +6,7 @@ import errno
 import os
 
 from harness import UNDO_HEAD, describe, run, write
-from machine import BACKUP, COPY, FENNIK, LIVE, MachineStory
+from machine import BACKUP, COPY, FENNIK, LIVE, SCRIPT, MachineStory
 from providers import PRIVILEGES, USER, Provider, process, registration, schema
 
 CONFIGS = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d"
@@ -14,7 +14,8 @@ USERS_FILE = CONFIGS + "/sample.allowed_users.conf"
 SNIPPET = CONFIGS + "/sample.conf"
 DEREGISTER = (FENNIK, "--deregister", "--name", "sample")
 LIST = (FENNIK, "--list-providers", "--name", "sample")
-OWCIMOMD_CANNOT_MOVE = "Unable to move {0} to {1}. ::rename set errno = {2}"
+CANNOT_MOVE = "Unable to move {0} to {1}. ::rename set errno = {2}"
+REAL_SCRIPT = SCRIPT + ".real"
 PLACES = ("/etc/opt/tarvo", "/var/opt/tarvo/kov")
 
 
@@ -93,7 +94,7 @@ class Swapping(ProductStory):
                 self.not_running()
                 result = self.with_calls(f"rename:error=EIO:when={number}", argv=DEREGISTER)
                 self.assert_fennik_failure(
-                    result, 27, OWCIMOMD_CANNOT_MOVE.format(*names, errno.EIO)
+                    result, 27, CANNOT_MOVE.format(*names, errno.EIO)
                 )
                 self.assert_put_back()
                 self.write_users_file()
@@ -163,3 +164,53 @@ class Daemon(ProductStory):
                 words = [FENNIK, "--register-providers", "-", "--name", "sample"]
                 self.assertEqual(run(words, text).status, status)
                 self.assertEqual(self.calls(), ["status", "status", "stop", "start"])
+
+
+class RealDaemon(ProductStory):
+    """It answers again, on the repository that it had."""
+
+    def setUp(self):
+        if not os.path.exists(REAL_SCRIPT):
+            self.skipTest("the daemon is not installed")
+        super().setUp()
+        os.rename(REAL_SCRIPT, SCRIPT)
+        started = run([SCRIPT, "start"])
+        self.assertEqual(started.status, 0, started.err)
+        self.addCleanup(run, [SCRIPT, "stop"])
+
+    def assert_answers(self, listed):
+        self.assertEqual(run([SCRIPT, "status"]).status, 0)
+        result = run(LIST)
+        self.assertEqual((result.status, result.err, result.out), (0, "", listed))
+        for path in (COPY, BACKUP):
+            self.assertFalse(os.path.lexists(path), path)
+
+    def assert_files_are_back(self):
+        self.assertFalse(os.path.exists(USERS_FILE))
+        self.write_users_file()
+        now = self.everything()
+        for path, text in self.before.items():
+            if not path.startswith(LIVE + "/"):
+                self.assertEqual(now.get(path), text, path)
+
+    def test_answers_after_a_deregistration(self):
+        self.assert_silent_success(run(DEREGISTER))
+        self.assert_answers("")
+
+    def test_answers_after_a_failed_rename(self):
+        for number, names in ((1, (LIVE, BACKUP)), (2, (COPY, LIVE))):
+            with self.subTest(names=names):
+                result = self.with_calls(f"rename:error=EIO:when={number}", argv=DEREGISTER)
+                self.assert_fennik_failure(
+                    result, 27, CANNOT_MOVE.format(*names, errno.EIO)
+                )
+                self.assert_answers(self.listed)
+                self.assert_files_are_back()
+
+    def test_answers_after_a_failed_removal_of_the_backup(self):
+        self.play_rm("echo cannot; exit 1")
+        result = run(DEREGISTER)
+        self.assertEqual(result.status, 28)
+        self.assertNotIn(UNDO_HEAD, result.err)
+        self.assert_answers(self.listed)
+        self.assert_files_are_back()
