@@ -14,9 +14,22 @@ namespace {
 
 constexpr const char* INDENT = "    ";
 
+/// Appends one of the two codes that are no characters, which XML cannot hold, as an escape; gives
+/// back its size, or 0 for anything else.
+size_t appendNonCharacter(String& out, std::string_view text) {
+    constexpr std::string_view FFFE = "\xEF\xBF\xBE";
+    constexpr std::string_view FFFF = "\xEF\xBF\xBF";
+    if (!text.starts_with(FFFE) && !text.starts_with(FFFF)) {
+        return 0;
+    }
+    ValueText::appendHexEscape(out, text.starts_with(FFFE) ? u'\xFFFE' : u'\xFFFF');
+    return FFFE.size();
+}
+
 void appendString(String& out, std::string_view text) {
     out += '"';
-    for (const char c : text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         constexpr std::string_view ESCAPED = "\b\t\n\f\r\"\\";
         constexpr std::string_view LETTERS = "btnfr\"\\";
         if (const size_t at = ESCAPED.find(c); at != std::string_view::npos) {
@@ -24,6 +37,8 @@ void appendString(String& out, std::string_view text) {
             out += LETTERS[at];
         } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
             ValueText::appendHexEscape(out, static_cast<char16_t>(c));
+        } else if (const size_t size = appendNonCharacter(out, text.substr(i)); size != 0) {
+            i += size - 1;
         } else {
             out += c;
         }

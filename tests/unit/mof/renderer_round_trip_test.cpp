@@ -160,7 +160,7 @@ TEST(RendererRoundTripTest, StringsComeBackByteForByte) {
                               "\\x0041 \\n",
                               "\x01"
                               "f00",
-                              "\xC2\x80\xE2\x82\xAC\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
+                              "\xC2\x80\xE2\x82\xAC\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
                               "/* no comment */ // either",
                               "#pragma namespace(\"x\")",
                               "?\?/ ?\?=",

@@ -20,6 +20,8 @@ TEST(RendererTextTest, StringsAreEscapedOnOneLine) {
         {"plain", R"("plain")"},
         {"\b\t\n\f\r\"\\", R"("\b\t\n\f\r\"\\")"},
         {"\x01\x1F\x7F", R"("\x0001\x001F\x007F")"},
+        // XML holds neither of the two codes that are no characters.
+        {"\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF", "\"\xEF\xBF\xBD\\xFFFE\\xFFFF\""},
         {"\x01"
          "a",
          R"("\x0001a")"},
