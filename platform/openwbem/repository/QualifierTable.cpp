@@ -12,7 +12,11 @@ namespace {
 constexpr size_t MAX_KNOWN = 50;
 }
 
-void QualifierTable::Types::add(CIMQualifierType type) {
+void QualifierTable::Types::put(CIMQualifierType type) {
+    if (const auto place = m_places.find(type.getName()); place != m_places.end()) {
+        m_types[place->second] = std::move(type);
+        return;
+    }
     m_places.emplace(type.getName(), m_types.size());
     m_types.push_back(std::move(type));
 }
@@ -30,12 +34,13 @@ std::shared_ptr<const QualifierTable::Types> QualifierTable::types(int64_t ns) {
     Statement query(m_database, "SELECT body FROM qualifier_type WHERE ns=? ORDER BY id");
     query.bind(ns);
     while (query.step()) {
-        types->add(StoredForm::qualifierType(query.blob(0)));
+        types->put(StoredForm::qualifierType(query.blob(0)));
     }
     if (m_known.size() >= MAX_KNOWN) {
         m_known.clear();
     }
-    return m_known[ns] = types;
+    m_known[ns] = types;
+    return types;
 }
 
 QualifierTypeLookup QualifierTable::lookup(int64_t ns) {
@@ -49,7 +54,20 @@ void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
                      "INSERT INTO qualifier_type (ns, name, body) VALUES (?, ?, ?) "
                      "ON CONFLICT (ns, name) DO UPDATE SET body=excluded.body");
     insert.bind(ns).bind(name).bindBlob(body).run();
-    m_known.erase(ns);
+    keep(ns, type);
+}
+
+// Read again for each of the many types that a new namespace gets, they would cost their square.
+void QualifierTable::keep(int64_t ns, const CIMQualifierType& type) {
+    const auto known = m_known.find(ns);
+    if (known == m_known.end()) {
+        return;
+    }
+    if (known->second.use_count() > 1) {
+        // Whoever holds the types has them as they were.
+        known->second = std::make_shared<Types>(*known->second);
+    }
+    known->second->put(type);
 }
 
 void QualifierTable::remove(int64_t ns, const String& name) {

@@ -21,7 +21,8 @@ public:
     /// The qualifier types of a namespace, in the order of their creation.
     class Types {
     public:
-        void add(CIMQualifierType type);
+        /// Replaces the type of that name, or appends it.
+        void put(CIMQualifierType type);
         const CIMQualifierType* find(std::string_view name) const;
         const Array<CIMQualifierType>& all() const noexcept { return m_types; }
 
@@ -41,8 +42,11 @@ public:
     void forget() noexcept { m_known.clear(); }
 
 private:
+    /// Brings the known types of the namespace in line with one that was written.
+    void keep(int64_t ns, const CIMQualifierType& type);
+
     Database& m_database;
-    std::unordered_map<int64_t, std::shared_ptr<const Types>> m_known;
+    std::unordered_map<int64_t, std::shared_ptr<Types>> m_known;
 };
 
 }  // namespace OpenWBEM

@@ -90,6 +90,19 @@ bool leavesClassesAsTheyAre(RepositoryStore& store, int64_t ns, const CIMQualifi
                                       name, attempt, user));
 }
 
+/// Whether classes that use the type of that name, when there is one, may have this one instead.
+void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType& type) {
+    const auto types = store.qualifiers.types(ns);
+    const CIMQualifierType* old = types->find(type.getName());
+    if (old == nullptr || *old == type) {
+        return;
+    }
+    const String user = findUser(store, ns, type.getName());
+    if (!user.empty() && !leavesClassesAsTheyAre(store, ns, type)) {
+        refuseInUse("replaced by that one", type.getName(), user);
+    }
+}
+
 }  // namespace
 
 CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const String& name) {
@@ -111,14 +124,7 @@ void RepositoryCIMOMHandle::setQualifierType(const String& ns,
     }
     const int64_t nsId = store.namespaces.require(ns).id;
     checkQualifierType(qualifierType);
-    const auto types = store.qualifiers.types(nsId);
-    const CIMQualifierType* old = types->find(qualifierType.getName());
-    if (old != nullptr && !(*old == qualifierType)) {
-        const String user = findUser(store, nsId, qualifierType.getName());
-        if (!user.empty() && !leavesClassesAsTheyAre(store, nsId, qualifierType)) {
-            refuseInUse("replaced by that one", qualifierType.getName(), user);
-        }
-    }
+    checkReplacement(store, nsId, qualifierType);
     store.qualifiers.put(nsId, qualifierType);
     operation.done();
 }
