@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From what the CIMOM and the privilege files hold to registration records.
+#include <algorithm>
+
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
@@ -32,41 +34,43 @@ CIMValue requireValue(const CIMInstance& provider, const char* property) {
     return value;
 }
 
-/// What a process serves, and then the associations that connect it: they were registered with it
-/// and have to go and come back with it.
-void appendCapabilities(CIMOMHandleIFC& handle, const CIMObjectPath& process,
-                        Array<CIMInstance>& instances) {
-    auto append = OpenWBEM::makeResultHandler<CIMInstance>(
-        [&](const CIMInstance& instance) { instances.push_back(instance); });
-    handle.associators(INTEROP_NS, process, append,
-                       {.assocClass = OOP_PROCESS_CAPABILITIES,
-                        .resultClass = OOP_CAPABILITIES,
-                        .role = {},
-                        .resultRole = {}});
-    handle.references(
-        INTEROP_NS, process, append,
-        {.assocClass = {}, .resultClass = OOP_PROCESS_CAPABILITIES, .role = {}, .resultRole = {}});
-}
-
 Array<CIMInstance> readRegistrationInstances(CIMOMHandleIFC& handle, const CIMInstance& provider) {
     CIMObjectPath path(text(provider, "RegistrationClassName"), INTEROP_NS);
     path.setKeyValue("InstanceID", CIMValue(text(provider, "RegistrationInstanceID")));
     Array<CIMInstance> instances{handle.getInstance(INTEROP_NS, path)};
     if (instances.front().getClassName() == OOP_PROCESS) {
-        appendCapabilities(handle, path, instances);
+        for (CIMInstance& instance : capabilitiesOf(handle, path)) {
+            instances.push_back(std::move(instance));
+        }
     }
     return instances;
 }
 
-Array<CIMInstance> readProviderInstances(CIMOMHandleIFC& handle, const String& ns,
-                                         const CIMValue& names) {
-    Array<CIMInstance> instances;
+CIMInstance readNamed(CIMOMHandleIFC& handle, const String& ns, CIMObjectPath path) {
+    path.syncWithClass(handle.getClass(ns, path.getClassName()));
+    return handle.getInstance(ns, path);
+}
+
+bool isOneOf(const Array<CIMInstance>& instances, const CIMInstance& instance) {
+    return std::ranges::any_of(instances, [&](const CIMInstance& other) {
+        return CIMObjectPath(INTEROP_NS, other) == CIMObjectPath(INTEROP_NS, instance);
+    });
+}
+
+/// Reads the instances of the provider's namespace, and those that came with the registration.
+void readListedInstances(CIMOMHandleIFC& handle, const CIMValue& names, OOP1ProviderParts& parts) {
+    const String& ns = parts.providerMofNamespace;
     for (const String& name : names.getArray<String>()) {
-        CIMObjectPath path = CIMObjectPath::parse(name);
-        path.syncWithClass(handle.getClass(ns, path.getClassName()));
-        instances.push_back(handle.getInstance(ns, path));
+        const CIMObjectPath path = CIMObjectPath::parse(name);
+        if (path.getNameSpace() == INTEROP_NS && ns != INTEROP_NS) {
+            CIMInstance instance = readNamed(handle, INTEROP_NS, path);
+            if (!isOneOf(parts.registrationInstances, instance)) {
+                parts.registrationInstances.push_back(std::move(instance));
+            }
+        } else {
+            parts.providerInstances.push_back(readNamed(handle, ns, path));
+        }
     }
-    return instances;
 }
 
 Array<CIMClass> readProviderClasses(CIMOMHandleIFC& handle, const String& ns,
@@ -112,17 +116,16 @@ ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistratio
     CIMOMHandleIFC& handle = *m_handle;
     OOP1ProviderParts parts;
     parts.registrationInstances = readRegistrationInstances(handle, provider);
-    const CIMInstance& instance = parts.registrationInstances.front();
 
     const String ns = requireValue(provider, "ProviderMofNamespace").toString();
     parts.providerMofNamespace = ns;
-    parts.providerInstances =
-        readProviderInstances(handle, ns, requireValue(provider, "ProviderMofInstanceNames"));
+    readListedInstances(handle, requireValue(provider, "ProviderMofInstanceNames"), parts);
     parts.providerClasses =
         readProviderClasses(handle, ns, requireValue(provider, "ProviderMofClassNames"));
     parts.providerQualifiers =
         readProviderQualifiers(handle, ns, requireValue(provider, "ProviderMofQualifierTypeNames"));
 
+    const CIMInstance& instance = parts.registrationInstances.front();
     if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
         parts.providerPrivileges = blocxx::FileSystem::getFileContents(
             m_destDir + PrivilegeFiles::providerPrivilegeFile(instance));

@@ -5,6 +5,7 @@
 
 namespace KOVNS2::ProviderModel {
 
+using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMValue;
 
@@ -40,6 +41,22 @@ CIMObjectPath productProviderPath(const String& productName, const CIMObjectPath
     path.setKeyValue("Product", CIMValue(productPath(productName)))
         .setKeyValue("Provider", CIMValue(provider));
     return path;
+}
+
+blocxx::Array<CIMInstance> capabilitiesOf(OpenWBEM::CIMOMHandleIFC& handle,
+                                          const CIMObjectPath& process) {
+    blocxx::Array<CIMInstance> instances;
+    auto append = OpenWBEM::makeResultHandler<CIMInstance>(
+        [&](const CIMInstance& instance) { instances.push_back(instance); });
+    handle.associators(INTEROP_NS, process, append,
+                       {.assocClass = OOP_PROCESS_CAPABILITIES,
+                        .resultClass = OOP_CAPABILITIES,
+                        .role = {},
+                        .resultRole = {}});
+    handle.references(
+        INTEROP_NS, process, append,
+        {.assocClass = {}, .resultClass = OOP_PROCESS_CAPABILITIES, .role = {}, .resultRole = {}});
+    return instances;
 }
 
 }  // namespace KOVNS2::ProviderModel

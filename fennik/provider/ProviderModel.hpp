@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The CIM names that the units of this room have in common, and their log.
+// The CIM names that the units of this room have in common, their log, and what they
+// read alike.
 #pragma once
 
 #include "fennik/undo/UnitLog.hpp"
-#include "openwbem/model/CIMInstance.hpp"
-#include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace KOVNS2::ProviderModel {
 
@@ -38,5 +38,10 @@ OpenWBEM::CIMObjectPath providerPath(const String& productName, const String& in
 /// The path of the association between a product and its provider.
 OpenWBEM::CIMObjectPath productProviderPath(const String& productName,
                                             const OpenWBEM::CIMObjectPath& provider);
+
+/// What a process in "root" serves, and then the associations that connect it: they were registered
+/// with it and have to go and come back with it.
+blocxx::Array<OpenWBEM::CIMInstance> capabilitiesOf(OpenWBEM::CIMOMHandleIFC& handle,
+                                                    const OpenWBEM::CIMObjectPath& process);
 
 }  // namespace KOVNS2::ProviderModel

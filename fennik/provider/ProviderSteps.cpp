@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The steps of registering one provider, each change with its undo.
+#include <algorithm>
 #include <boost/bind/bind.hpp>
 #include <optional>
 
@@ -59,11 +60,40 @@ CIMValue names(const Array<Object>& objects) {
     return CIMValue::array<String>(std::move(result));
 }
 
-CIMValue pathNames(const String& ns, const Array<CIMInstance>& instances) {
-    StringArray result;
+void appendPaths(const String& ns, const Array<CIMInstance>& instances, StringArray& names) {
     for (const CIMInstance& instance : instances) {
-        result.push_back(CIMObjectPath(ns, instance).toString());
+        names.push_back(CIMObjectPath(ns, instance).toString());
     }
+}
+
+/// The instances that came behind a process and that it does not lead to. Its record has to name
+/// them, or nobody would find them again.
+Array<CIMInstance> unconnected(CIMOMHandleIFC& handle, const Array<CIMInstance>& instances) {
+    Array<CIMInstance> rest;
+    if (instances.size() == 1) {
+        return rest;
+    }
+    Array<CIMObjectPath> connected;
+    for (const CIMInstance& instance :
+         capabilitiesOf(handle, CIMObjectPath(INTEROP_NS, instances.front()))) {
+        connected.push_back(CIMObjectPath(INTEROP_NS, instance));
+    }
+    for (size_t i = 1; i < instances.size(); ++i) {
+        // Read back, so that both sides write the paths in their keys alike.
+        const CIMInstance created =
+            handle.getInstance(INTEROP_NS, CIMObjectPath(INTEROP_NS, instances[i]));
+        if (std::ranges::count(connected, CIMObjectPath(INTEROP_NS, created)) == 0) {
+            rest.push_back(created);
+        }
+    }
+    return rest;
+}
+
+/// What the record names: the instances of the provider MOF and the unconnected ones.
+CIMValue instanceNames(CIMOMHandleIFC& handle, const OOP1ProviderRegistration& registration) {
+    StringArray result;
+    appendPaths(registration.providerMofNamespace(), registration.providerInstances(), result);
+    appendPaths(INTEROP_NS, unconnected(handle, registration.registrationInstances()), result);
     return CIMValue::array<String>(std::move(result));
 }
 
@@ -164,7 +194,7 @@ void ProviderRegistrationFacility::createOOP1RegistrationInstances(
     record.setProperty("RegistrationInstanceID", CIMValue(id));
     record.setProperty("RegistrationClassName", CIMValue(registration.registrationClassName()));
     record.setProperty("ProviderMofNamespace", CIMValue(ns));
-    record.setProperty("ProviderMofInstanceNames", pathNames(ns, registration.providerInstances()));
+    record.setProperty("ProviderMofInstanceNames", instanceNames(*m_handle, registration));
     record.setProperty("ProviderMofClassNames", names(registration.providerClasses()));
     record.setProperty("ProviderMofQualifierTypeNames", names(registration.providerQualifiers()));
     const CIMObjectPath path = create(*m_handle, KOV_NS, record, m_cleanupActions);

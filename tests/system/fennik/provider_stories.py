@@ -5,9 +5,8 @@ import os
 
 from harness import UNDO_HEAD, run, write
 from providers import (
-    CAPABILITIES, FENNIK_ERROR, NOTHING, PROCESS, REGISTRATION, USER, Provider, ProviderStory,
-    instance, process, registration, schema,
-    without_repository_file,
+    CAPABILITIES, FENNIK_ERROR, NOTHING, PROCESS, PROCESS_CAPABILITIES, REGISTRATION, USER,
+    Provider, ProviderStory, instance, process, registration, schema, without_repository_file,
 )
 
 
@@ -122,7 +121,7 @@ class Replacing(ProviderStory):
             ("fennik.deRegister", "Iterating through instances of class: sample:Sample_Disk"),
             ("fennik.deRegister", "Deleting class: sample:Sample_Disk"),
             ("fennik.deRegister", "Deleting qualifier type: sample:Sample_DiskUnit"),
-            ("fennik.deRegister", f"Deleting registration instance: root:root:{REGISTRATION}"),
+            ("fennik.deRegister", "Deleting registration instance: root:"),
             ("fennik.deRegister", f"Removing oop privilege file: {self.start_file('disk')}"),
             ("fennik.deRegister", f"Removing privilege file: {self.privilege_file('disk')}"),
             ("fennik.registerProvider.privilegeFiles", "Creating ow privileges file for"),
@@ -271,6 +270,25 @@ class Process(ProviderStory):
         self.assertEqual(self.tree.rows(), there)
         self.assert_used()
         self.assertEqual(self.tree.rows(), before)
+
+    def test_takes_along_what_it_is_not_connected_with(self):
+        """Other instances may stand behind it; nothing leads from it to them."""
+        before = self.tree.rows()
+        lonely = instance(CAPABILITIES, InstanceID="sample:lonely", ClassName="X") + instance(
+            PROCESS_CAPABILITIES,
+            ManagedElement=f'{PROCESS}.InstanceID="other:process"',
+            Capabilities=f'{CAPABILITIES}.InstanceID="sample:lonely"',
+        )
+        for mof in ("", schema("proc")):
+            with self.subTest(mof=mof):
+                proc = Provider("proc", registration=process() + lonely, mof=mof)
+                self.assert_used(proc)
+                there = self.tree.rows()
+                self.assertTrue(self.stored("sample:lonely"))
+                self.assert_used(proc)
+                self.assertEqual(self.tree.rows(), there)
+                self.assert_used()
+                self.assertEqual(self.tree.rows(), before)
 
     def test_with_a_privilege_file(self):
         before = self.tree.rows()
