@@ -2,7 +2,9 @@
 //
 // The file layer under SQLite: every page of the repository file carries a checksum that is made
 // when the page is written and verified when it is read, so that a page that is not what was
-// written is an error (SQLITE_IOERR_DATA) and never wrong data. Journals pass through untouched.
+// written is an error (SQLITE_IOERR_DATA) and never wrong data. What is written piece by piece goes
+// to the system in one call: pages that follow each other, and the frames of a commit in a log.
+// Journals pass through untouched.
 #pragma once
 
 namespace OpenWBEM::CheckedFile {
