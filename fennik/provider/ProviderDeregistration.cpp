@@ -68,7 +68,8 @@ void removeProviderInstances(CIMOMHandleIFC& handle, const OOP1ProviderRegistrat
         try {
             removeInstance(handle, ns, *instance, undo);
         } catch (const CIMException& e) {
-            if (e.getErrNo() != CIMException::NOT_FOUND) {
+            if (e.getErrNo() != CIMException::NOT_FOUND &&
+                e.getErrNo() != CIMException::INVALID_CLASS) {
                 throw;
             }
         }
@@ -86,12 +87,19 @@ void removeInstancesOfClass(CIMOMHandleIFC& handle, const String& ns, const Stri
     }
 }
 
+/// Undoes the removal of a privilege file. What stands in its place by now is what a registration
+/// of the same name wrote before its writing failed: a whole file has been removed by its own undo.
+void putFileBack(const String& path, const String& contents) {
+    blocxx::FileSystem::removeFile(path);
+    cleanupWriteFile(path, contents);
+}
+
 void removeFile(const String& path, const String& contents, CleanupActions_t& undo) {
     if (!blocxx::FileSystem::removeFile(path)) {
         BLOCXX_THROW_ERRNO(blocxx::IOException,
                            blocxx::Format("Failed to remove: %1", path).toString());
     }
-    undo.push_back(boost::bind(&cleanupWriteFile, path, contents));
+    undo.push_back(boost::bind(&putFileBack, path, contents));
 }
 
 /// Calls `removal`, or puts it off when it fails with that status.

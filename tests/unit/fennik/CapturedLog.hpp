@@ -30,6 +30,8 @@ public:
     }
     blocxx::StringArray errors() const { return texts(blocxx::ELogLevel::ERROR); }
     blocxx::StringArray debugLines() const { return texts(blocxx::ELogLevel::DEBUG); }
+    /// All of them, with their components and source names.
+    const std::vector<blocxx::LogMessage>& messages() const { return m_messages; }
     void clear() { m_messages.clear(); }
 
 private:
@@ -39,7 +41,7 @@ private:
     public:
         explicit Appender(Messages& messages) : m_messages(messages) {}
         bool accepts(std::string_view component, blocxx::ELogLevel) const override {
-            return component == "fennik";
+            return component == "fennik" || component.starts_with("fennik.");
         }
         void append(const blocxx::LogMessage& message) override { m_messages.push_back(message); }
 

@@ -4,6 +4,7 @@
 // every call of one operation. A call that fails does not reach the repository.
 #pragma once
 
+#include <functional>
 #include <set>
 
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
@@ -24,12 +25,18 @@ public:
     void failFromCall(unsigned n) { arm(n, true); }
     /// Every call of that operation fails.
     void failOperation(const String& name) { m_failing.insert(name); }
+    /// What a failing call does instead of throwing a CIMException.
+    void failBy(std::function<void()> fail) { m_failBy = std::move(fail); }
+    /// How many calls there were since failures were last asked for.
+    unsigned calls() const { return m_calls; }
     void failNothing() {
         arm(0, false);
         m_failing.clear();
     }
     /// Whether a call has failed since failures were last asked for.
     bool hasFailed() const { return m_hasFailed; }
+    /// The operation that failed last.
+    const String& failedOperation() const { return m_failedOperation; }
 
     void createNameSpace(const String& ns) override {
         check("createNameSpace");
@@ -38,6 +45,22 @@ public:
     void deleteNameSpace(const String& ns) override {
         check("deleteNameSpace");
         RepositoryCIMOMHandle::deleteNameSpace(ns);
+    }
+    void enumNameSpace(StringResultHandlerIFC& result) override {
+        check("enumNameSpace");
+        RepositoryCIMOMHandle::enumNameSpace(result);
+    }
+    void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
+                   EDeepFlag deep, ELocalOnlyFlag localOnly, EIncludeQualifiersFlag qualifiers,
+                   EIncludeClassOriginFlag origin) override {
+        check("enumClass");
+        RepositoryCIMOMHandle::enumClass(ns, className, result, deep, localOnly, qualifiers,
+                                         origin);
+    }
+    void enumClassNames(const String& ns, const String& className, StringResultHandlerIFC& result,
+                        EDeepFlag deep) override {
+        check("enumClassNames");
+        RepositoryCIMOMHandle::enumClassNames(ns, className, result, deep);
     }
     CIMClass getClass(const String& ns, const String& className, ELocalOnlyFlag localOnly,
                       EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
@@ -50,9 +73,26 @@ public:
         check("createClass");
         RepositoryCIMOMHandle::createClass(ns, cls);
     }
+    void modifyClass(const String& ns, const CIMClass& cls) override {
+        check("modifyClass");
+        RepositoryCIMOMHandle::modifyClass(ns, cls);
+    }
     void deleteClass(const String& ns, const String& className) override {
         check("deleteClass");
         RepositoryCIMOMHandle::deleteClass(ns, className);
+    }
+    void enumInstances(const String& ns, const String& className,
+                       CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
+                       ELocalOnlyFlag localOnly, EIncludeQualifiersFlag qualifiers,
+                       EIncludeClassOriginFlag origin, const StringArray* properties) override {
+        check("enumInstances");
+        RepositoryCIMOMHandle::enumInstances(ns, className, result, deep, localOnly, qualifiers,
+                                             origin, properties);
+    }
+    void enumInstanceNames(const String& ns, const String& className,
+                           CIMObjectPathResultHandlerIFC& result) override {
+        check("enumInstanceNames");
+        RepositoryCIMOMHandle::enumInstanceNames(ns, className, result);
     }
     CIMInstance getInstance(const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly,
                             EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
@@ -74,6 +114,14 @@ public:
         check("deleteInstance");
         RepositoryCIMOMHandle::deleteInstance(ns, path);
     }
+    CIMQualifierType getQualifierType(const String& ns, const String& name) override {
+        check("getQualifierType");
+        return RepositoryCIMOMHandle::getQualifierType(ns, name);
+    }
+    void enumQualifierTypes(const String& ns, CIMQualifierTypeResultHandlerIFC& result) override {
+        check("enumQualifierTypes");
+        RepositoryCIMOMHandle::enumQualifierTypes(ns, result);
+    }
     void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) override {
         check("setQualifierType");
         RepositoryCIMOMHandle::setQualifierType(ns, qualifierType);
@@ -81,6 +129,33 @@ public:
     void deleteQualifierType(const String& ns, const String& name) override {
         check("deleteQualifierType");
         RepositoryCIMOMHandle::deleteQualifierType(ns, name);
+    }
+    void associators(const String& ns, const CIMObjectPath& path,
+                     CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                     EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
+                     const StringArray* properties) override {
+        check("associators");
+        RepositoryCIMOMHandle::associators(ns, path, result, filter, qualifiers, origin,
+                                           properties);
+    }
+    void associatorNames(const String& ns, const CIMObjectPath& path,
+                         CIMObjectPathResultHandlerIFC& result,
+                         const AssociationFilter& filter) override {
+        check("associatorNames");
+        RepositoryCIMOMHandle::associatorNames(ns, path, result, filter);
+    }
+    void references(const String& ns, const CIMObjectPath& path,
+                    CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                    EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag origin,
+                    const StringArray* properties) override {
+        check("references");
+        RepositoryCIMOMHandle::references(ns, path, result, filter, qualifiers, origin, properties);
+    }
+    void referenceNames(const String& ns, const CIMObjectPath& path,
+                        CIMObjectPathResultHandlerIFC& result,
+                        const AssociationFilter& filter) override {
+        check("referenceNames");
+        RepositoryCIMOMHandle::referenceNames(ns, path, result, filter);
     }
     void commit() override {
         check("commit");
@@ -101,6 +176,10 @@ private:
             m_failAt != 0 && (m_calls == m_failAt || (m_onwards && m_calls > m_failAt));
         if (reached || m_failing.contains(operation)) {
             m_hasFailed = true;
+            m_failedOperation = operation;
+            if (m_failBy) {
+                m_failBy();
+            }
             // Without a place, so that messages can be compared to the letter.
             throw CIMException("", 0, CIMException::FAILED, FAULT);
         }
@@ -110,7 +189,9 @@ private:
     unsigned m_calls = 0;
     bool m_onwards = false;
     bool m_hasFailed = false;
+    String m_failedOperation;
     std::set<String> m_failing;
+    std::function<void()> m_failBy;
 };
 
 }  // namespace KOVNS2::Testing

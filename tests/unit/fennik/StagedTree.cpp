@@ -12,41 +12,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Enough qualifier types for the schema, and few enough to fail at each of them in turn.
+// What a product's namespaces get: few enough to fail at each of them in turn.
 constexpr const char* QUALIFIERS = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
 Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
 )";
 
-constexpr const char* SECURITY = R"(
-class OpenWBEM_UserACL {
-    [Key] string nspace;
-    [Key] string username;
-    string capability;
-};
-)";
-
-constexpr const char* KOV = R"(
-class KOV_Product {
-    [Key] string Name;
-    string Usernames[];
-};
-class KOV_ReservedNamespace {
-    [Key] string Name;
-};
-[Association]
-class KOV_ProductReservedNamespace {
-    [Key] KOV_Product REF Product;
-    [Key] KOV_ReservedNamespace REF ReservedNamespace;
-};
-)";
+/// The content of a file that comes with the infrastructure.
+String schema(const char* name) {
+    return readFile(fs::path(KOV_SCHEMA) / name);
+}
 
 void load(const CIMOMHandleIFCRef& handle, const String& ns, const String& mof) {
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
     Array<CIMQualifierType> qualifierTypes;
-    MOF::compileMOF(QUALIFIERS + mof, handle, ns, instances, classes, qualifierTypes);
+    MOF::compileMOF(mof, handle, ns, instances, classes, qualifierTypes);
     for (const auto& qualifierType : qualifierTypes) {
         handle->setQualifierType(ns, qualifierType);
     }
@@ -59,19 +41,21 @@ void load(const CIMOMHandleIFCRef& handle, const String& ns, const String& mof) 
 
 StagedTree::StagedTree() {
     for (const auto& directory :
-         {repositoryDirectory(), configDirectory(), qualifiersFile().parent_path()}) {
+         {repositoryDirectory(), configDirectory(), qualifiersFile().parent_path(),
+          privilegeDirectory() / "owcimomd"}) {
         fs::create_directories(directory);
     }
     writeFile(qualifiersFile(), QUALIFIERS);
     CIMRepository::create(repositoryDirectory().string());
     OpenRepository repository(*this);
+    const String qualifiers = schema("qualifiers.mof");
     const struct {
         const char* ns;
         const char* mof;
-    } contents[] = {{"root", ""}, {"root/security", SECURITY}, {"kov", KOV}};
+    } contents[] = {{"root", "interop.mof"}, {"root/security", "security.mof"}, {"kov", "kov.mof"}};
     for (const auto& [ns, mof] : contents) {
         repository.faults().createNameSpace(ns);
-        load(repository.handle(), ns, mof);
+        load(repository.handle(), ns, qualifiers + schema(mof));
     }
     repository.handle()->commit();
 }
@@ -82,6 +66,10 @@ fs::path StagedTree::repositoryDirectory() const {
 
 fs::path StagedTree::configDirectory() const {
     return root() / "etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
+}
+
+fs::path StagedTree::privilegeDirectory() const {
+    return root() / "etc/opt/tarvo/kov/openwbem/privileges";
 }
 
 fs::path StagedTree::qualifiersFile() const {

@@ -18,6 +18,7 @@ public:
     String prefix() const { return root().string(); }
     std::filesystem::path repositoryDirectory() const;
     std::filesystem::path configDirectory() const;
+    std::filesystem::path privilegeDirectory() const;
     std::filesystem::path qualifiersFile() const;
 
     /// Every file and directory with its type, mode and content. To be asked for while no
