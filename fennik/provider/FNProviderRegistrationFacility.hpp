@@ -54,8 +54,9 @@ public:
                                              const String& privilegeFilePath);
     /// Writes the record of the provider, which lists what the registration names.
     virtual void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration);
-    /// Returns the qualifier types that were not in the namespace before.
-    virtual Array<OpenWBEM::CIMQualifierType> handleProviderMOFInstances(
+    /// Returns the registration with what the record has to name: the qualifier types that were not
+    /// in the namespace before, and the instances by the keys that they have there.
+    virtual OOP1ProviderRegistration handleProviderMOFInstances(
         const OOP1ProviderRegistration& registration);
 
     /// Builds the registrations of a list; changes nothing. Throws for the first bad entry.

@@ -28,6 +28,14 @@ String text(const OpenWBEM::CIMInstance& instance, const char* property) {
     return instance.getPropertyValue(property).toString();
 }
 
+CIMInstance keysOnly(const CIMObjectPath& path) {
+    OpenWBEM::CIMPropertyArray keys = path.getKeys();
+    for (OpenWBEM::CIMProperty& key : keys) {
+        key.setKey(true);
+    }
+    return CIMInstance(path.getClassName()).setProperties(std::move(keys));
+}
+
 CIMObjectPath providerPath(const String& productName, const String& instanceID) {
     CIMObjectPath path(OOP1_PROVIDER, KOV_NS);
     path.setKeyValue("CreationClassName", CIMValue(OOP1_PROVIDER))

@@ -33,6 +33,9 @@ UnitLog log(const char* component);
 /// The value of a property as text; empty when it has none.
 String text(const OpenWBEM::CIMInstance& instance, const char* property);
 
+/// An instance that has nothing but its class and its keys.
+OpenWBEM::CIMInstance keysOnly(const OpenWBEM::CIMObjectPath& path);
+
 /// The path of the record of that product's provider, in namespace "kov".
 OpenWBEM::CIMObjectPath providerPath(const String& productName, const String& instanceID);
 /// The path of the association between a product and its provider.

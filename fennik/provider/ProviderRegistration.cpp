@@ -34,10 +34,11 @@ String OOP1ProviderRegistration::instanceID() const {
     return text(registrationInstance(), "InstanceID");
 }
 
-OOP1ProviderRegistration OOP1ProviderRegistration::withQualifiers(
-    Array<OpenWBEM::CIMQualifierType> qualifiers) const {
+OOP1ProviderRegistration OOP1ProviderRegistration::asCreated(
+    Array<OpenWBEM::CIMQualifierType> qualifiers, Array<OpenWBEM::CIMInstance> instances) const {
     OOP1ProviderParts parts = m_parts;
     parts.providerQualifiers = std::move(qualifiers);
+    parts.providerInstances = std::move(instances);
     return OOP1ProviderRegistration(std::move(parts));
 }
 

@@ -74,8 +74,9 @@ public:
     /// The registration instance's key, as text.
     String instanceID() const;
 
-    /// The same registration with other qualifier types.
-    OOP1ProviderRegistration withQualifiers(Array<OpenWBEM::CIMQualifierType> qualifiers) const;
+    /// The same registration with other qualifier types and provider instances.
+    OOP1ProviderRegistration asCreated(Array<OpenWBEM::CIMQualifierType> qualifiers,
+                                       Array<OpenWBEM::CIMInstance> instances) const;
 
 private:
     OOP1ProviderParts m_parts;

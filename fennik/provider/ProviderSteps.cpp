@@ -103,10 +103,7 @@ void ProviderRegistrationFacility::registerProvider(const OOP1ProviderRegistrati
     String privilegeFilePath;
     createPrivilegeFiles(registration, privilegeFilePath);
     createRegistrationInstances(registration, privilegeFilePath);
-    // The record names the qualifier types that are the provider's own. Those that were there
-    // before belong to the namespace or to another provider and stay when this one goes.
-    createOOP1RegistrationInstances(
-        registration.withQualifiers(handleProviderMOFInstances(registration)));
+    createOOP1RegistrationInstances(handleProviderMOFInstances(registration));
 }
 
 void ProviderRegistrationFacility::createPrivilegeFiles(
@@ -147,14 +144,16 @@ void ProviderRegistrationFacility::createRegistrationInstances(
     log.debug("Done creating registration instances");
 }
 
-Array<CIMQualifierType> ProviderRegistrationFacility::handleProviderMOFInstances(
+OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstances(
     const OOP1ProviderRegistration& registration) {
     const UnitLog log = ProviderModel::log("fennik.registerProvider.nonRegInstances");
     const String& ns = registration.providerMofNamespace();
     const String id = registration.instanceID();
     CIMOMHandleIFC& handle = *m_handle;
 
-    Array<CIMQualifierType> created;
+    // Types that were there before belong to the namespace or to another provider, and stay when
+    // this one goes.
+    Array<CIMQualifierType> own;
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         const auto earlier = findQualifierType(handle, ns, qualifierType.getName());
         handle.setQualifierType(ns, qualifierType);
@@ -164,7 +163,7 @@ Array<CIMQualifierType> ProviderRegistrationFacility::handleProviderMOFInstances
         } else {
             m_cleanupActions.push_back(
                 boost::bind(&deleteQualifierType, boost::ref(handle), ns, qualifierType.getName()));
-            created.push_back(qualifierType);
+            own.push_back(qualifierType);
         }
     }
     for (const CIMClass& cls : registration.providerClasses()) {
@@ -173,11 +172,12 @@ Array<CIMQualifierType> ProviderRegistrationFacility::handleProviderMOFInstances
         m_cleanupActions.push_back(
             boost::bind(&deleteClass, boost::ref(handle), ns, cls.getName()));
     }
+    Array<CIMInstance> created;
     for (const CIMInstance& instance : registration.providerInstances()) {
         log.debug("Creating instance of class: %1 for %2", instance.getClassName(), id);
-        create(handle, ns, instance, m_cleanupActions);
+        created.push_back(keysOnly(create(handle, ns, instance, m_cleanupActions)));
     }
-    return created;
+    return registration.asCreated(std::move(own), std::move(created));
 }
 
 void ProviderRegistrationFacility::createOOP1RegistrationInstances(

@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateLog.hpp"
 #include "fennik/undo/FennikException.hpp"
 
@@ -131,12 +132,7 @@ Array<CIMInstance> createFakeInstanceArray(const StringArray& paths) {
     Array<CIMInstance> instances;
     for (const String& text : paths) {
         StateLog::log().debug("createFakeInstanceArray cur = %1", text);
-        const CIMObjectPath path = CIMObjectPath::parse(text);
-        OpenWBEM::CIMPropertyArray keys = path.getKeys();
-        for (OpenWBEM::CIMProperty& key : keys) {
-            key.setKey(true);
-        }
-        instances.push_back(CIMInstance(path.getClassName()).setProperties(std::move(keys)));
+        instances.push_back(ProviderModel::keysOnly(CIMObjectPath::parse(text)));
     }
     return instances;
 }
