@@ -186,7 +186,9 @@ RepositoryCopy::~RepositoryCopy() {
 void RepositoryCopy::discard() noexcept {
     if (m_initialised && !m_swapped) {
         try {
-            RemoveReposWorkCopyDir(m_prefix + COPY);
+            if (const String copy = m_prefix + COPY; isTaken(copy)) {
+                RemoveReposWorkCopyDir(copy);
+            }
         } catch (const std::exception& e) {
             // Such as a debug log that cannot be written.
             UndoMessages::logUndoFailure(String("Failed to delete the directory: ") + COPY + ": " +

@@ -48,6 +48,16 @@ class MakingACopy(MachineStory):
         )
         self.assert_as_before()
 
+    def test_that_has_made_nothing_leaves_nothing_to_remove(self):
+        self.play("cp", "echo cannot; exit 9")
+        self.play("rm", "echo cannot; exit 9")
+        self.assert_fennik_failure(
+            run(DEREGISTER), 26,
+            f"Unable to copy the repository directory. /bin/cp -pR {LIVE} {COPY} Failed with "
+            "status message: exited with status 9\n and output cannot\n\n",
+        )
+        self.assert_as_before()
+
     def test_that_is_killed_is_removed(self):
         self.play("cp", f"mkdir {COPY}; echo half > {COPY}/repository.db; kill -9 $$")
         result = run(DEREGISTER)
