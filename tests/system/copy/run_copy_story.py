@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs one story of the installed tool on a machine of its own, or lists them all.
 
-usage: run_copy_story.py --list | run_copy_story.py MODULE.CLASS.test_NAME
+usage: run_copy_story.py [--in DIR] --list | run_copy_story.py [--in DIR] MODULE.CLASS.test_NAME
 
-The machine is a sandbox (scripts/sandbox): the tree that KOV_INSTALLED names stands at its real
+The stories are those of this directory, or the modules of DIR named NAME_stories.py. The machine is a sandbox (scripts/sandbox): the tree that KOV_INSTALLED names stands at its real
 places, set up by kov-setup, and the daemon's init script is a stand-in. Ends with 77 when the story
 cannot be told here; the reason is printed."""
 
@@ -22,7 +22,8 @@ sys.dont_write_bytecode = True
 import run_story  # noqa: E402
 
 run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories",
-                     "whole_product_stories", "deregister_stories"]
+                     "whole_product_stories", "deregister_stories",
+                     "deregister_fault_stories"]
 INSIDE = "KOV_STORY_INSIDE"
 INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
 
@@ -57,12 +58,13 @@ def make_machine(root):
     os.chmod(root + INIT_SCRIPT, 0o755)
 
 
-def tell_inside(story):
+def tell_inside(words):
+    story = words[-1]
     root = tempfile.mkdtemp(prefix="fennik-copy-")
     try:
         make_machine(root)
         done = subprocess.run(
-            [SANDBOX, "--root", root, sys.executable, os.path.abspath(__file__), story],
+            [SANDBOX, "--root", root, sys.executable, os.path.abspath(__file__), *words],
             env=dict(os.environ, **{INSIDE: "1"}),
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
         )
@@ -76,8 +78,9 @@ def tell_inside(story):
 
 
 if __name__ == "__main__":
-    if sys.argv[1:] == ["--list"] or os.environ.pop(INSIDE, None):
+    WORDS = sys.argv[1:]
+    if WORDS[-1:] == ["--list"] or os.environ.pop(INSIDE, None):
         sys.exit(run_story.main())
-    if len(sys.argv) != 2:
+    if len(WORDS) != (3 if WORDS[:1] == ["--in"] else 1):
         sys.exit(__doc__)
-    sys.exit(tell_inside(sys.argv[1]))
+    sys.exit(tell_inside(WORDS))

@@ -20,6 +20,7 @@ MODULES = [
     "provider_mof_stories",
     "privilege_stories",
     "provider_stories",
+    "provider_fault_stories",
     "real_mof_stories",
     "live_stories",
 ]
