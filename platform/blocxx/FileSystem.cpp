@@ -97,16 +97,29 @@ bool syncDirectory(const String& path) {
 
 namespace {
 
+[[noreturn]] void refuseLength(const String& nameForMessages, size_t limit) {
+    BLOCXX_THROW_ERR(
+        FileSystemException,
+        Format("Cannot read \"%1\": it is longer than %2 MiB", nameForMessages, limit >> 20),
+        EFBIG);
+}
+
+/// What a file says of its length, which is 0 for those that do not know it.
+void checkLength(const File& file, const String& nameForMessages, size_t limit) {
+    struct stat info = {};
+    if (::fstat(file.getFileDescriptor(), &info) == 0 && S_ISREG(info.st_mode) &&
+        static_cast<uint64_t>(info.st_size) > limit) {
+        refuseLength(nameForMessages, limit);
+    }
+}
+
 void appendToEnd(String& contents, File& file, const String& nameForMessages, size_t limit) {
     std::array<char, 65536> buffer;
     ssize_t count = 0;
     while ((count = file.read(buffer.data(), buffer.size())) > 0) {
         contents.append(buffer.data(), static_cast<size_t>(count));
         if (contents.size() > limit) {
-            BLOCXX_THROW_ERR(FileSystemException,
-                             Format("Cannot read \"%1\": it is longer than %2 MiB", nameForMessages,
-                                    limit >> 20),
-                             EFBIG);
+            refuseLength(nameForMessages, limit);
         }
     }
     if (count < 0) {
@@ -146,6 +159,7 @@ String getFileContents(const String& path, size_t limit) {
         readFirstByteOfFifo(contents, file, path);
     }
     ::fcntl(file.getFileDescriptor(), F_SETFL, O_RDONLY);
+    checkLength(file, path, limit);
     appendToEnd(contents, file, path, limit);
     return contents;
 }

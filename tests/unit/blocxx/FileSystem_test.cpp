@@ -233,6 +233,20 @@ TEST_F(Files, AreReadUpToTheLimit) {
     EXPECT_THROW(FileSystem::getFileContents(m_dir / "f"), blocxx::FileSystemException);
 }
 
+TEST_F(Files, LimitOfTheCallerHoldsBeforeAnythingIsRead) {
+    write("f", "");
+    constexpr size_t LIMIT = size_t{1} << 30;
+    ASSERT_EQ(::truncate((m_dir / "f").c_str(), static_cast<off_t>(LIMIT) * 1024), 0);
+    try {
+        FileSystem::getFileContents(m_dir / "f", LIMIT);
+        FAIL();
+    } catch (const blocxx::FileSystemException& e) {
+        EXPECT_EQ(e.getErrorCode(), EFBIG);
+        EXPECT_EQ(String(e.getMessage()),
+                  "Cannot read \"" + (m_dir / "f") + "\": it is longer than 1024 MiB");
+    }
+}
+
 TEST_F(Files, FifoThatNobodyWritesToIsNotWaitedFor) {
     const String fifo = m_dir / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
