@@ -24,23 +24,6 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-bool holdsClasses(OpenWBEM::CIMOMHandleIFC& handle, const String& ns) {
-    try {
-        return !handle.enumClassNamesA(ns, String()).empty();
-    } catch (const OpenWBEM::CIMException&) {
-        return false;
-    }
-}
-
-/// The undo of a qualifier type. A restored state has put classes into the namespace since, without
-/// an undo of their own: they use their qualifier types, and all of them go when the namespace
-/// does.
-void takeQualifierTypeBack(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const String& name) {
-    if (!holdsClasses(handle, ns)) {
-        deleteQualifierType(handle, ns, name);
-    }
-}
-
 /// One registration: what it is for, and where its undo steps go.
 class Registration {
 public:
@@ -100,7 +83,7 @@ private:
         log().debug("Importing qualifiers into namespace \"%1\"", ns);
         for (const CIMQualifierType& qualifierType : standardQualifiers(ns)) {
             m_handle->setQualifierType(ns, qualifierType);
-            m_undo.push_back(boost::bind(&takeQualifierTypeBack, boost::ref(*m_handle), ns,
+            m_undo.push_back(boost::bind(&deleteQualifierType, boost::ref(*m_handle), ns,
                                          qualifierType.getName()));
         }
     }
