@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Any bytes as the three texts of a provider, with a line "====" between them: they make a
+// registration that its own list entry could have been, or are refused with the tool's own error;
+// nothing is written either way. The repository is opened once.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "tests/unit/fennik/StagedTree.hpp"
+
+namespace {
+
+using namespace KOVNS2;
+using KOVNS2::Testing::OpenRepository;
+using KOVNS2::Testing::StagedTree;
+
+void check(bool holds, const char* what) {
+    if (!holds) {
+        std::fprintf(stderr, "%s\n", what);
+        std::abort();
+    }
+}
+
+/// A product "sample" with a namespace of its name.
+struct Scene {
+    Scene() : repository(tree) {
+        CleanupActions_t undo;
+        registerProduct(repository.handle(), "sample", {"alice"}, tree.prefix());
+        registerNamespaces(repository.handle(), "sample", {"alice"}, {}, {"sample"}, tree.prefix(),
+                           undo);
+        repository.handle()->commit();
+    }
+
+    StagedTree tree;
+    OpenRepository repository;
+};
+
+/// Cuts the text before the next separator off.
+String cut(String& rest) {
+    static const String separator = "====\n";
+    const size_t at = rest.find(separator);
+    String part = rest.substr(0, at);
+    rest = at == String::npos ? String() : rest.substr(at + separator.size());
+    return part;
+}
+
+void checkRegistration(const OOP1ProviderRegistration& registration, bool monitored) {
+    const String start = registration.providerOOPPrivileges();
+    check(registration.instanceID().starts_with("sample:"), "another product's identifier");
+    check(start.starts_with(monitored ? "monitored_exec_check_args { " : "user_exec_check_args { "),
+          "other start privileges");
+    check(registration.providerMofNamespace().empty() ||
+              registration.providerMofNamespace() == "sample",
+          "another namespace");
+    check(!registration.listProviderInfo().empty(), "nothing to list");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static Scene& scene = *new Scene;  // NOLINT(cppcoreguidelines-owning-memory): as the process
+    String rest(reinterpret_cast<const char*>(data), size);
+    const String regMof = cut(rest);
+    const String providerMof = cut(rest);
+    CleanupActions_t undo;
+    ProviderRegistrationFacility facility(scene.repository.handle(), "sample", scene.tree.prefix(),
+                                          undo);
+    try {
+        const auto made = facility.createOOP1ProviderRegistrationFromString(
+            regMof, providerMof, rest, String(), "P1", "P2", "P3");
+        checkRegistration(dynamic_cast<const OOP1ProviderRegistration&>(*made), !rest.empty());
+    } catch (const FennikException& e) {
+        const int code = e.getErrorCode();
+        check(code == 4 || code == 14 || code == 33, "another error code");
+        check(e.getMessage()[0] != '\0', "no message");
+    }
+    check(undo.empty(), "something was changed");
+    return 0;
+}
