@@ -130,9 +130,9 @@ def dmtf_instances(number, seed=1):
     usable = []
     for name in sorted(set(classes) - abstract):
         properties = declared_properties(classes, name)
-        keys = [p for p in properties.values() if p[1]]
+        keys = [kind for kind, is_key, _, _ in properties.values() if is_key]
         plain = all(kind in EVERY_TYPE and not reference for kind, _, _, reference in properties.values())
-        if keys and plain:
+        if "string" in keys and plain:
             usable.append((name, properties))
     lines = []
     for count in range(number):

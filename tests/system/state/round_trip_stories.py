@@ -5,7 +5,7 @@ allowed users files and privilege files are as they were."""
 import os
 
 from harness import Result, read
-from hostile_mof import SCHEMA, all_types, dmtf_instances
+from hostile_mof import SCHEMA, all_types, dmtf_instances, text_literal
 from machine import PLAY
 from providers import CAPABILITIES, PROCESS, PROCESS_CAPABILITIES, USER, process, schema
 from saved_state import STATE_FILE, StateStory, live_provider, snippet
@@ -109,6 +109,24 @@ class RoundTrip(StateStory):
         self.assertEqual(self.save()[0], saved)
 
 
+# What the repair of embedded instances would take for broken: nulls, numbers, texts whose lines look
+# like entries.
+EMBEDDED = [
+    ("S_Process", "instance of S_Process { Name = \"a,b\"; Handle = 7; UserName = NULL; "
+     'Parameters = {"-a", "-b,c"}; };'),
+    ("S_Process", 'instance of S_Process { Name = "x\\nName = y"; Parameters = NULL; '
+     'OSName = "a;\\nOSName = b;\\n}\\nUserName = c"; ParentProcessID = "\\\\nName = z"; };'),
+    ("S_Any", 'instance of S_Scalar { Name = "1"; Parameters = "one, two"; };'),
+    ("S_Any", 'class S_Odd { string Name = "a\\nName = b"; string Parameters[] = {"\\nName = c"}; };'),
+]
+
+
+def metered(number, kind, embedded):
+    holder = "S_Metered" if kind == "S_Process" else kind
+    return (f"instance of {holder} {{ Id = \"{number}\"; "
+            f"Process = {text_literal(embedded)}; }};\n")
+
+
 class ContentStory(StateStory):
     """Namespaces of two products, and what they hold."""
 
@@ -146,10 +164,11 @@ class Contents(ContentStory):
         self.compile_text("zeb/SoftwareMeteringAgent", all_types("S", 100) + (
             'class S_Metered { [Key] string Id; [EmbeddedInstance("S_Process")] string Process;'
             " string Text; };\n"
-            "class S_Process { [Key] string Name; string Parameters[]; uint32 Number; };\n"
-            'instance of S_Metered { Id = "1"; Text = "Process = \\"{\\\\nName = x;\\\\n}\\";";\n'
-            ' Process = "instance of S_Process {\\nName = \\"a,b\\";\\nParameters = {\\"-a\\", '
-            '\\"-b,c\\"};\\nNumber = 7;\\n};"; };\n'
+            "class S_Process { [Key] string Name; string UserName; string ParentProcessID;"
+            " uint32 Handle; string Parameters[]; string OSName; };\n"
+            'class S_Scalar { [Key] string Name; string Parameters; };\n'
+            'class S_Any { [Key] string Id; [EmbeddedObject] string Process; };\n'
+            + "".join(metered(number, *row) for number, row in enumerate(EMBEDDED))
         ))
         text = self.assert_needs_no_repair(self.assert_round_trip())
         self.assertTrue('Fixing invalid embedded instance mof for namespace "zeb/' in text)

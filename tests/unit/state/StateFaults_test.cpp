@@ -67,6 +67,22 @@ protected:
         EXPECT_EQ(left, StringArray());
     }
 
+    /// Besides the failure itself only qualifier types may be told of: those that the restored
+    /// classes use cannot go before the namespace does. In the tool the copy has been given up by
+    /// then, and its undo steps do nothing.
+    void expectOneFailure() {
+        StringArray others = m_log.errors();
+        ASSERT_FALSE(others.empty());
+        EXPECT_TRUE(others.front().starts_with("Failed restoring state dump from "))
+            << others.front();
+        others.erase(others.begin());
+        std::erase_if(others, [](const String& text) {
+            return text.find("The attempt to delete the qualifier type ") != String::npos &&
+                   text.find(" cannot be deleted: class ") != String::npos;
+        });
+        EXPECT_EQ(others, StringArray());
+    }
+
     /// Puts the tree back to where the test began.
     void reset() {
         for (const String& product : PRODUCTS) {
@@ -97,7 +113,7 @@ TEST_F(StateFaults, OneCallThatFailsLeavesOnlyTheProductsThatWereBegun) {
         }
         ASSERT_TRUE(repository.faults().hasFailed()) << thrown;
         EXPECT_NE(thrown.find(FaultyHandle::FAULT), String::npos) << thrown;
-        EXPECT_EQ(m_log.errors().size(), 1U) << ::testing::PrintToString(m_log.errors());
+        expectOneFailure();
         repository.faults().failNothing();
         auto after = repository.content();
         expectDocumentedFiles(after);
