@@ -14,6 +14,14 @@ namespace {
 
 constexpr const char* INDENT = "    ";
 
+/// Where the text stands. What is embedded is a text in a text itself, and old tools that mend
+/// embedded instances line by line (see fennik/mofrepair) take what they find behind "NAME =" up to
+/// the end of the line. So no line of it has both, and no string in it is taken for several lines.
+enum class Form { PLAIN, EMBEDDED };
+
+String render(const CIMInstance& instance, Form form);
+String render(const CIMClass& cls, Form form);
+
 /// Appends one of the two codes that are no characters, which XML cannot hold, as an escape; gives
 /// back its size, or 0 for anything else.
 size_t appendNonCharacter(String& out, std::string_view text) {
@@ -26,16 +34,22 @@ size_t appendNonCharacter(String& out, std::string_view text) {
     return FFFE.size();
 }
 
-void appendString(String& out, std::string_view text) {
+bool needsHexEscape(char c, Form form) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F ||
+           (form == Form::EMBEDDED && c == '\\');
+}
+
+void appendString(String& out, std::string_view text, Form form = Form::PLAIN) {
+    // Without the line feed and the backslash when that has to be a hex escape.
+    const std::string_view escaped = form == Form::PLAIN ? "\"\b\t\f\r\n\\" : "\"\b\t\f\r";
+    constexpr std::string_view LETTERS = "\"btfrn\\";
     out += '"';
     for (size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        constexpr std::string_view ESCAPED = "\b\t\n\f\r\"\\";
-        constexpr std::string_view LETTERS = "btnfr\"\\";
-        if (const size_t at = ESCAPED.find(c); at != std::string_view::npos) {
+        if (const size_t at = escaped.find(c); at != std::string_view::npos) {
             out += '\\';
             out += LETTERS[at];
-        } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+        } else if (needsHexEscape(c, form)) {
             ValueText::appendHexEscape(out, static_cast<char16_t>(c));
         } else if (const size_t size = appendNonCharacter(out, text.substr(i)); size != 0) {
             i += size - 1;
@@ -55,7 +69,7 @@ void appendInteger(String& out, const CIMValue& value) {
 }
 
 /// A value that is not an array.
-void appendSingle(String& out, const CIMValue& value) {
+void appendSingle(String& out, const CIMValue& value, Form form) {
     switch (value.getType()) {
         case CIMDataType::INVALID:
             out += "NULL";
@@ -73,19 +87,19 @@ void appendSingle(String& out, const CIMValue& value) {
             ValueText::appendQuotedChar(out, value.get<Char16>());
             break;
         case CIMDataType::STRING:
-            appendString(out, value.get<String>());
+            appendString(out, value.get<String>(), form);
             break;
         case CIMDataType::DATETIME:
             appendString(out, value.get<CIMDateTime>().toString());
             break;
         case CIMDataType::REFERENCE:
-            appendString(out, value.get<CIMObjectPath>().toString());
+            appendString(out, value.get<CIMObjectPath>().toString(), form);
             break;
         case CIMDataType::EMBEDDEDINSTANCE:
-            appendString(out, toMOF(value.get<CIMInstance>()));
+            appendString(out, render(value.get<CIMInstance>(), Form::EMBEDDED), form);
             break;
         case CIMDataType::EMBEDDEDCLASS:
-            appendString(out, toMOF(value.get<CIMClass>()));
+            appendString(out, render(value.get<CIMClass>(), Form::EMBEDDED), form);
             break;
         default:
             appendInteger(out, value);
@@ -93,22 +107,22 @@ void appendSingle(String& out, const CIMValue& value) {
     }
 }
 
-void appendArray(String& out, const CIMValue& value) {
+void appendArray(String& out, const CIMValue& value, Form form) {
     out += '{';
     for (size_t i = 0; i < value.getArraySize(); ++i) {
         if (i != 0) {
             out += ", ";
         }
-        appendSingle(out, value.getElement(i));
+        appendSingle(out, value.getElement(i), form);
     }
     out += '}';
 }
 
-void appendValue(String& out, const CIMValue& value) {
+void appendValue(String& out, const CIMValue& value, Form form = Form::PLAIN) {
     if (value.isArray()) {
-        appendArray(out, value);
+        appendArray(out, value, form);
     } else {
-        appendSingle(out, value);
+        appendSingle(out, value, form);
     }
 }
 
@@ -128,10 +142,10 @@ void appendQualifier(String& out, const CIMQualifier& qualifier) {
     out += qualifier.getName();
     if (value.isArray()) {
         out += ' ';
-        appendArray(out, value);
+        appendArray(out, value, Form::PLAIN);
     } else {
         out += " (";
-        appendSingle(out, value);
+        appendSingle(out, value, Form::PLAIN);
         out += ')';
     }
     out += " : ";
@@ -182,7 +196,7 @@ bool isOverriding(const CIMProperty& property, const String& className) {
            (qualifier != nullptr && !qualifier->isPropagated());
 }
 
-void appendProperty(String& out, const CIMProperty& property, const String& className) {
+void appendProperty(String& out, const CIMProperty& property, const String& className, Form form) {
     appendQualifiers(out, property.getQualifiers(), INDENT, "\n");
     out += INDENT;
     appendType(out, property.getDataType());
@@ -191,7 +205,7 @@ void appendProperty(String& out, const CIMProperty& property, const String& clas
     // Without a value the default of the superclass would hold.
     if (!property.getValue().isNull() || isOverriding(property, className)) {
         out += " = ";
-        appendValue(out, property.getValue());
+        appendValue(out, property.getValue(), form);
     }
     out += ";\n";
 }
@@ -244,6 +258,43 @@ void appendScopes(String& out, uint8_t scopes) {
     }
 }
 
+String render(const CIMClass& cls, Form form) {
+    String out;
+    appendQualifiers(out, cls.getQualifiers(), "", "\n");
+    out += "class " + cls.getName();
+    if (!cls.getSuperClass().empty()) {
+        out += " : " + cls.getSuperClass();
+    }
+    out += "\n{\n";
+    for (const CIMProperty& property : cls.getProperties()) {
+        if (!property.isPropagated()) {
+            appendProperty(out, property, cls.getName(), form);
+        }
+    }
+    for (const CIMMethod& method : cls.getMethods()) {
+        if (!method.isPropagated()) {
+            appendMethod(out, method);
+        }
+    }
+    out += "};\n";
+    return out;
+}
+
+String render(const CIMInstance& instance, Form form) {
+    String out;
+    appendQualifiers(out, instance.getQualifiers(), "", "\n");
+    out += "instance of " + instance.getClassName() + "\n{\n";
+    for (const CIMProperty& property : instance.getProperties()) {
+        // Null too: a property that is left out would get the default of the class.
+        out += INDENT + property.getName();
+        out += form == Form::EMBEDDED ? " =\n        " : " = ";
+        appendValue(out, property.getValue(), form);
+        out += ";\n";
+    }
+    out += "};\n";
+    return out;
+}
+
 }  // namespace
 
 String toMOF(const CIMQualifierType& qualifierType) {
@@ -261,39 +312,11 @@ String toMOF(const CIMQualifierType& qualifierType) {
 }
 
 String toMOF(const CIMClass& cls) {
-    String out;
-    appendQualifiers(out, cls.getQualifiers(), "", "\n");
-    out += "class " + cls.getName();
-    if (!cls.getSuperClass().empty()) {
-        out += " : " + cls.getSuperClass();
-    }
-    out += "\n{\n";
-    for (const CIMProperty& property : cls.getProperties()) {
-        if (!property.isPropagated()) {
-            appendProperty(out, property, cls.getName());
-        }
-    }
-    for (const CIMMethod& method : cls.getMethods()) {
-        if (!method.isPropagated()) {
-            appendMethod(out, method);
-        }
-    }
-    out += "};\n";
-    return out;
+    return render(cls, Form::PLAIN);
 }
 
 String toMOF(const CIMInstance& instance) {
-    String out;
-    appendQualifiers(out, instance.getQualifiers(), "", "\n");
-    out += "instance of " + instance.getClassName() + "\n{\n";
-    for (const CIMProperty& property : instance.getProperties()) {
-        // Null too: a property that is left out would get the default of the class.
-        out += INDENT + property.getName() + " = ";
-        appendValue(out, property.getValue());
-        out += ";\n";
-    }
-    out += "};\n";
-    return out;
+    return render(instance, Form::PLAIN);
 }
 
 String toMOF(const CIMValue& value) {

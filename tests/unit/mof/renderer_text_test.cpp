@@ -52,7 +52,7 @@ TEST(RendererTextTest, EveryTypeHasItsLiteral) {
     EXPECT_EQ(R"("00000001000000.000000:000")",
               toMOF(CIMValue(CIMDateTime("00000001000000.000000:000"))));
     EXPECT_EQ(R"("ns:A.k=\"a\\\"b\"")", toMOF(CIMValue(CIMObjectPath::parse(R"(ns:A.k="a\"b")"))));
-    EXPECT_EQ(R"("instance of A\n{\n    p = \"\\n\";\n};\n")",
+    EXPECT_EQ(R"("instance of A\n{\n    p =\n        \"\\x000A\";\n};\n")",
               toMOF(CIMValue(CIMInstance("A").setProperty("p", CIMValue("\n")))));
     EXPECT_EQ(R"("class A : B\n{\n};\n")", toMOF(CIMValue(CIMClass("A", "B"))));
     EXPECT_EQ("{}", toMOF(CIMValue::array<uint8_t>({})));
@@ -126,6 +126,16 @@ TEST(RendererTextTest, AnInstanceTellsEveryPropertyNullToo) {
         "[Description (\"d\") : EnableOverride ToSubclass]\n"
         "instance of A\n{\n    a = TRUE;\n    b = NULL;\n};\n",
         toMOF(instance));
+}
+
+TEST(RendererTextTest, AnEmbeddedInstanceHasNoValueOnTheLineOfItsName) {
+    CIMInstance part("Part");
+    part.setProperty("a", CIMValue("x\n\\\"")).setProperty(CIMProperty("b", CIMDataType::UINT8));
+    EXPECT_EQ(
+        "instance of A\n{\n    Process = \"instance of Part\\n{\\n"
+        "    a =\\n        \\\"x\\\\x000A\\\\x005C\\\\\\\"\\\";\\n"
+        "    b =\\n        NULL;\\n};\\n\";\n};\n",
+        toMOF(CIMInstance("A").setProperty("Process", CIMValue(part))));
 }
 
 }  // namespace
