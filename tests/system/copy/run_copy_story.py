@@ -4,7 +4,9 @@
 
 usage: run_copy_story.py [--in DIR] --list | run_copy_story.py [--in DIR] MODULE.CLASS.test_NAME
 
-The stories are those of this directory, or the modules of DIR named NAME_stories.py. The machine is a sandbox (scripts/sandbox): the tree that KOV_INSTALLED names stands at its real
+The stories are those of this directory, or the modules of DIR named NAME_stories.py.
+
+The machine is a sandbox (scripts/sandbox): the tree that KOV_INSTALLED names stands at its real
 places, set up by kov-setup, and the daemon's init script is a stand-in. Ends with 77 when the story
 cannot be told here; the reason is printed."""
 
