@@ -192,9 +192,11 @@ XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
 String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
     String mof = "#pragma namespace(\"" + ns + "\")\n";
     mof += arrayToMOF(handle.enumQualifierTypesA(ns));
-    mof += arrayToMOF(handle.enumClassA(ns, String(), E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
-                                        E_INCLUDE_CLASS_ORIGIN));
-    // One at a time, since a namespace may hold many more instances than anything else.
+    // One at a time, since a namespace may hold a whole schema, and many more instances.
+    auto appendClass = OpenWBEM::makeResultHandler<CIMClass>(
+        [&](const CIMClass& cls) { mof += OpenWBEM::MOF::toMOF(cls) + "\n"; });
+    handle.enumClass(ns, String(), appendClass, E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                     E_INCLUDE_CLASS_ORIGIN);
     auto append = OpenWBEM::makeResultHandler<CIMInstance>(
         [&](const CIMInstance& instance) { mof += OpenWBEM::MOF::toMOF(instance) + "\n"; });
     for (const String& top : handle.enumClassNamesA(ns, String())) {

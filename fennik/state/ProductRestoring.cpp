@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <utility>
+
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
@@ -80,8 +82,8 @@ void restoreNamespaceRegistration(const XMLNode& node, const String& productName
 }
 
 /// Mends what earlier versions saved in a form that cannot be compiled.
-String repairedMof(const String& ns, const String& saved) {
-    String mof = withoutLeadingSpace(saved);
+String repairedMof(const String& ns, String saved) {
+    String mof = withoutLeadingSpace(std::move(saved));
     if (ns == BROKEN_EMBEDDED_INSTANCES) {
         log().debug("Fixing invalid embedded instance mof for namespace \"%1\"", ns);
         log().debug("Initial MOF: %1", mof);
@@ -93,21 +95,28 @@ String repairedMof(const String& ns, const String& saved) {
     return mof;
 }
 
+/// Hands each object to `write` and forgets it: what has been written is in the repository's
+/// memory, and may be large.
+template <class Object, class Write>
+void writeAll(Array<Object> objects, Write write) {
+    for (Object& object : objects) {
+        write(std::exchange(object, Object()));
+    }
+}
+
 // No undo: the namespace is new, and goes as a whole with the working copy.
-void writeNamespaceContent(const String& ns, const String& mof, const RestoreTarget& target) {
+void writeNamespaceContent(const String& ns, String mof, const RestoreTarget& target) {
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
     Array<CIMQualifierType> qualifierTypes;
-    OpenWBEM::MOF::compileMOF(mof, target.handle, ns, instances, classes, qualifierTypes);
-    for (const CIMQualifierType& qualifierType : qualifierTypes) {
+    OpenWBEM::MOF::compileMOF(std::move(mof), target.handle, ns, instances, classes,
+                              qualifierTypes);
+    writeAll(std::move(qualifierTypes), [&](const CIMQualifierType& qualifierType) {
         target.handle->setQualifierType(ns, qualifierType);
-    }
-    for (const CIMClass& cls : classes) {
-        target.handle->createClass(ns, cls);
-    }
-    for (const CIMInstance& instance : instances) {
-        target.handle->createInstance(ns, instance);
-    }
+    });
+    writeAll(std::move(classes), [&](const CIMClass& cls) { target.handle->createClass(ns, cls); });
+    writeAll(std::move(instances),
+             [&](const CIMInstance& instance) { target.handle->createInstance(ns, instance); });
 }
 
 /// Whether the node has a child of that name; logs when it has none.
@@ -128,7 +137,7 @@ void restoreNamespaceInstances(const XMLNode& node, const RestoreTarget& target)
     }
     const String ns = childText(node, NAME);
     log().debug("Restoring product instances for namespace \"%1\"", ns);
-    writeNamespaceContent(ns, repairedMof(ns, node.mustFindChild(INSTANCE_MOF).getText()), target);
+    writeNamespaceContent(ns, repairedMof(ns, node.mustFindChild(INSTANCE_MOF).takeText()), target);
 }
 
 void restoreProductInstances(const XMLNode& node, const RestoreTarget& target) {

@@ -3,9 +3,11 @@
 
 #include <fcntl.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <sstream>
+#include <ostream>
+#include <streambuf>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
@@ -39,16 +41,51 @@ File openTruncated(const String& fileName) {
                        O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, MODE));
 }
 
-/// False with errno set.
-bool writeAll(File& file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = file.write(text.data(), text.size());
-        if (written < 0) {
-            return false;
+/// Writes to a file in pieces: the text of a large state is not held a second time. After a failure
+/// the stream is bad and errno says why.
+class FileBuffer : public std::streambuf {
+public:
+    explicit FileBuffer(File& file) : m_file(file) { empty(); }
+
+protected:
+    int_type overflow(int_type next) override {
+        if (!writeOut()) {
+            return traits_type::eof();
         }
-        text.remove_prefix(static_cast<size_t>(written));
+        if (!traits_type::eq_int_type(next, traits_type::eof())) {
+            sputc(traits_type::to_char_type(next));
+        }
+        return traits_type::not_eof(next);
     }
-    return true;
+    int sync() override { return writeOut() ? 0 : -1; }
+
+private:
+    void empty() { setp(m_piece.data(), m_piece.data() + m_piece.size()); }
+
+    bool writeOut() {
+        for (const char* at = pbase(); at != pptr();) {
+            const ssize_t written = m_file.write(at, static_cast<size_t>(pptr() - at));
+            if (written < 0) {
+                return false;
+            }
+            at += written;
+        }
+        empty();
+        return true;
+    }
+
+    File& m_file;
+    std::array<char, size_t{64} * 1024> m_piece;
+};
+
+/// False with errno set.
+bool writeDocument(File& file, const XMLNode& root) {
+    FileBuffer buffer(file);
+    std::ostream out(&buffer);
+    if (out << StateFormat::HEADER << std::flush) {
+        root.printNode(out);
+    }
+    return static_cast<bool>(out.flush());
 }
 
 /// Only regular files can be put on the disk.
@@ -58,17 +95,16 @@ bool flush(File& file) {
 
 }  // namespace
 
-// The text is complete before the file is touched, so that only the disk can interrupt the writing.
+// That the tree can be written is known before the file is touched, so that only the disk can
+// interrupt the writing.
 void write(const XMLNode& root, const String& fileName) {
-    std::ostringstream out;
-    out << StateFormat::HEADER;
-    root.printNode(out);
+    root.checkPrintable();
     const bool isNew = !FileSystem::exists(fileName);
     File file = openTruncated(fileName);
     if (!file) {
         failCreating(fileName, errno);
     }
-    if (!writeAll(file, out.view()) || !flush(file) || file.close() != 0) {
+    if (!writeDocument(file, root) || !flush(file) || file.close() != 0) {
         const int errnum = errno;
         if (isNew) {
             FileSystem::removeFile(fileName);

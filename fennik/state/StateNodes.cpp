@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateNodes.hpp"
 
+#include <algorithm>
 #include <sstream>
+#include <utility>
 
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateLog.hpp"
@@ -118,14 +120,14 @@ String toString(const XMLNode& node) {
     return std::move(out).str();
 }
 
-String trimmed(const String& text) {
-    const size_t end = text.find_last_not_of(WHITE_SPACE);
-    return end == String::npos ? String() : withoutLeadingSpace(text.substr(0, end + 1));
+String trimmed(String text) {
+    text.resize(text.find_last_not_of(WHITE_SPACE) + 1);
+    return withoutLeadingSpace(std::move(text));
 }
 
-String withoutLeadingSpace(const String& text) {
-    const size_t begin = text.find_first_not_of(WHITE_SPACE);
-    return begin == String::npos ? String() : text.substr(begin);
+String withoutLeadingSpace(String text) {
+    text.erase(0, std::min(text.find_first_not_of(WHITE_SPACE), text.size()));
+    return text;
 }
 
 Array<CIMInstance> createFakeInstanceArray(const StringArray& paths) {

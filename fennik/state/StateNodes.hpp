@@ -66,9 +66,9 @@ StringArray extractChildInstanceArrays(const XMLNode& container, const char* chi
 String toString(const XMLNode& node);
 
 /// Without white space at both ends.
-String trimmed(const String& text);
+String trimmed(String text);
 /// Without white space at the front.
-String withoutLeadingSpace(const String& text);
+String withoutLeadingSpace(String text);
 
 /// Classes or qualifier types that have nothing but their names.
 template <class Object>

@@ -17,8 +17,12 @@ struct CIMProperty::Rep : CowRep<Rep> {
     CIMQualifierArray qualifiers;
     String classOrigin;
     mutable Memo<CIMProperty> inherited;
+    mutable Memo<CIMProperty> ofInstance;
 
-    void forgetMemo() noexcept { inherited.value = CIMProperty(); }
+    void forgetMemo() noexcept {
+        inherited.value = CIMProperty();
+        ofInstance.value = CIMProperty();
+    }
 };
 
 OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMProperty)
@@ -85,6 +89,17 @@ CIMProperty CIMProperty::inherited() const {
         result.m_rep = m_rep->inherited.value.m_rep;
     }
     return result.setPropagated(true);
+}
+
+CIMProperty CIMProperty::ofInstance() const {
+    CIMProperty result = *this;
+    if (m_rep && !m_rep->qualifiers.empty()) {
+        if (!m_rep->ofInstance.value) {
+            m_rep->ofInstance.value = result.setQualifiers({});
+        }
+        result.m_rep = m_rep->ofInstance.value.m_rep;
+    }
+    return result;
 }
 
 bool operator==(const CIMProperty& a, const CIMProperty& b) {

@@ -46,6 +46,9 @@ public:
     /// The property as a subclass inherits it: marked as propagated, with the qualifiers that pass
     /// down. All that inherit it share one.
     CIMProperty inherited() const;
+    /// The property as an instance of its class has it, with the default for its value: without the
+    /// qualifiers. All instances that keep the default share one.
+    CIMProperty ofInstance() const;
 
     explicit operator bool() const noexcept;
     /// Names without regard to case, types, values and qualifiers (in any order).

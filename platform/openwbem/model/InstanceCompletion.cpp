@@ -65,9 +65,11 @@ CIMProperty completeProperty(const CIMProperty& declared, const CIMProperty* giv
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("key property \"%1\" of class %2 has no value",
                                                      declared.getName(), cls.getName()));
     }
-    CIMProperty result(declared.getName(), declared.getDataType(), value);
-    result.setKey(declared.isKey()).setPropagated(declared.isPropagated());
-    result.setClassOrigin(declared.getClassOrigin());
+    CIMProperty result = declared.ofInstance();
+    // Most properties of most instances are null, and cost nothing while they are left as they are.
+    if (given != nullptr && !(value.isNull() && declared.getValue().isNull())) {
+        result.setValue(value);
+    }
     return result;
 }
 

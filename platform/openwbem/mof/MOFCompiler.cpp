@@ -35,11 +35,12 @@ Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& h
     return Compilation(handle, include, false).run(source, ns);
 }
 
-void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName) {
     const IncludeHandler none;
-    Array<NamespaceContent> contents = Compilation(handle, none, true).run({sourceName, mof}, ns);
+    Array<NamespaceContent> contents =
+        Compilation(handle, none, true).run({sourceName, std::move(mof)}, ns);
     instances = std::move(contents.front().instances);
     classes = std::move(contents.front().classes);
     qualifierTypes = std::move(contents.front().qualifierTypes);

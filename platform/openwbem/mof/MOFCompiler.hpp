@@ -96,7 +96,7 @@ Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& h
 
 /// Compiles one text for one namespace into arrays, in the order that NamespaceContent has.
 /// Includes are refused, and so is a namespace pragma that names another namespace than `ns`.
-void compileMOF(const String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF");
 

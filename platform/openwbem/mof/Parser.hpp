@@ -5,6 +5,7 @@
 
 #include <memory_resource>
 #include <new>
+#include <utility>
 
 #include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
@@ -21,6 +22,25 @@ public:
     Node* make(const Node& node) {
         return new (m_arena.allocate(sizeof(Node), alignof(Node))) Node(node);
     }
+    Literal* make(const Literal& literal) {
+        if (Literal* const spare = std::exchange(m_spare, nullptr)) {
+            return new (spare) Literal(literal);
+        }
+        return make<Literal>(literal);
+    }
+    /// The value of an assignment. No message tells the place of a NULL there, and in the saved
+    /// instances of a large schema it is most of the values: all of them are one literal.
+    Initializer assigned(const Initializer& value) noexcept {
+        if (value.form != Initializer::SCALAR || value.first->kind != Literal::NULL_VALUE) {
+            return value;
+        }
+        if (m_null == nullptr) {
+            m_null = value.first;
+        } else {
+            m_spare = value.first;
+        }
+        return {m_null, Initializer::SCALAR};
+    }
     void add(Declaration* declaration) noexcept { m_declarations.append(declaration); }
     const List<Declaration>& declarations() const noexcept { return m_declarations; }
     SourceText& source() const noexcept { return m_source; }
@@ -29,6 +49,8 @@ private:
     SourceText& m_source;
     std::pmr::memory_resource& m_arena;
     List<Declaration> m_declarations{};
+    Literal* m_null = nullptr;   ///< that of all assignments
+    Literal* m_spare = nullptr;  ///< made, and used by nothing
 };
 
 /// Parses `source`; the nodes live in `arena`. Throws CompileError.

@@ -2,6 +2,7 @@
 #include "openwbem/xml/XMLNode.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "openwbem/xml/XMLElement.hpp"
 
@@ -57,6 +58,10 @@ void XMLNode::setText(String text) {
 
 void XMLNode::appendText(std::string_view text) {
     m_element->text += text;
+}
+
+String XMLNode::takeText() {
+    return std::exchange(m_element->text, String());
 }
 
 const blocxx::Array<XMLNode>& XMLNode::getChildren() const {

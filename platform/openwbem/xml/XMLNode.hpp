@@ -49,6 +49,8 @@ public:
     const String& getText() const;
     void setText(String text);
     void appendText(std::string_view text);
+    /// The text; the element has none after it. For one that is large and needed elsewhere.
+    String takeText();
 
     /// In document order.
     const Array<XMLNode>& getChildren() const;

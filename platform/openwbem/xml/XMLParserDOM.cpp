@@ -251,13 +251,29 @@ XMLNode XMLParserDOM::parse(std::istream& in) {
     return builder.build(document.size());
 }
 
-XMLNode XMLParserDOM::parse(std::string_view document) {
-    if (document.size() > MAX_DOCUMENT_SIZE) {
+namespace {
+
+void copyInto(XMLTreeBuilder& builder, std::string_view document) {
+    if (document.size() > XMLParserDOM::MAX_DOCUMENT_SIZE) {
         failTooLarge();
     }
-    XMLTreeBuilder builder;
     std::ranges::copy(document, builder.buffer(document.size()));
+}
+
+}  // namespace
+
+XMLNode XMLParserDOM::parse(std::string_view document) {
+    XMLTreeBuilder builder;
+    copyInto(builder, document);
     return builder.build(document.size());
+}
+
+XMLNode XMLParserDOM::consume(String document) {
+    XMLTreeBuilder builder;
+    const size_t size = document.size();
+    copyInto(builder, document);
+    String().swap(document);
+    return builder.build(size);
 }
 
 }  // namespace OpenWBEM

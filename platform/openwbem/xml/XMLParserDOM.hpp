@@ -24,6 +24,9 @@ public:
     /// instructions are left out. Throws XMLParseException.
     static XMLNode parse(std::istream& in);
     static XMLNode parse(std::string_view document);
+    /// The same for a document that is needed no more: its memory is given back before the tree is
+    /// built, so that less is held at once.
+    static XMLNode consume(blocxx::String document);
 };
 
 }  // namespace OpenWBEM

@@ -43,6 +43,14 @@ TEST(XMLNode, HoldsWhatItWasMadeWith) {
     EXPECT_TRUE(node.getChildren().empty());
 }
 
+TEST(XMLNode, GivesItsTextAwayOnce) {
+    XMLNode node("a");
+    node.setText("text");
+    EXPECT_EQ(node.takeText(), "text");
+    EXPECT_EQ(node.getText(), "");
+    EXPECT_EQ(node.takeText(), "");
+}
+
 TEST(XMLNode, ChildrenAreFoundByName) {
     const XMLNode first = element("b", "1");
     const XMLNode node = element("a", {XMLNode("c"), first, element("b", "2")});
