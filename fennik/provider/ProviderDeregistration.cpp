@@ -64,7 +64,8 @@ void removeProviderInstances(CIMOMHandleIFC& handle, const OOP1ProviderRegistrat
     const String& ns = registration.providerMofNamespace();
     const Array<CIMInstance>& instances = registration.providerInstances();
     for (auto instance = instances.rbegin(); instance != instances.rend(); ++instance) {
-        stepLog().debug("Deleting mof instance: %1:%2", ns, CIMObjectPath(ns, *instance));
+        stepLog().debug("Deleting mof instance: %1:%2", ns,
+                        CIMObjectPath(ns, *instance).modelPath());
         try {
             removeInstance(handle, ns, *instance, undo);
         } catch (const CIMException& e) {
@@ -147,7 +148,7 @@ void ProviderRegistrationFacility::deRegisterProvider(
     const Array<CIMInstance>& instances = registration.registrationInstances();
     for (auto instance = instances.rbegin(); instance != instances.rend(); ++instance) {
         stepLog().debug("Deleting registration instance: %1:%2", INTEROP_NS,
-                        CIMObjectPath(INTEROP_NS, *instance));
+                        CIMObjectPath(INTEROP_NS, *instance).modelPath());
         removeInstance(handle, INTEROP_NS, *instance, m_cleanupActions);
     }
     removePrivilegeFiles(registration);

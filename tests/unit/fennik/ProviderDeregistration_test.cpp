@@ -355,10 +355,10 @@ TEST_F(ProviderDeregistering, LogsEachStep) {
         ElementsAre(
             p + "Deleting association to sample's provider: " + record,
             p + "Deleting provider: " + record,
-            p + "Deleting mof instance: sample:sample:Sample_Disk.Id=\"1\"",
+            p + "Deleting mof instance: sample:Sample_Disk.Id=\"1\"",
             p + "Iterating through instances of class: sample:Sample_Disk",
             p + "Deleting class: sample:Sample_Disk", p + "Deleting qualifier type: sample:Mine",
-            p + R"(Deleting registration instance: root:root:OpenWBEM_OOPProviderRegistration.InstanceID="sample:Disk")",
+            p + R"(Deleting registration instance: root:OpenWBEM_OOPProviderRegistration.InstanceID="sample:Disk")",
             p + "Removing oop privilege file: " + oopFile("Disk").string(),
             p + "Removing privilege file: " + ownFile("Disk").string()));
     EXPECT_EQ(m_log.debugLines().front(), p + "Deregistering providers for \"sample\"");
