@@ -15,6 +15,8 @@ import subprocess
 import sys
 import time
 
+from state_rows import state_rows
+
 LOADS = 15
 LISTINGS = 100
 PRODUCTS = 1000
@@ -153,29 +155,33 @@ def listing(tree):
     return min(times[0]) * 1000, min(times[1]) * 1000
 
 
-def live(build, tree):
-    """What bench/live.py measures in a sandbox of the same build; None where there can be none."""
+def sandboxed(build, script, *arguments):
+    """What a script measures in a sandbox of the same build; None where there can be none."""
     root = os.path.join(build, "sandbox")
     shutil.rmtree(root, ignore_errors=True)
-    report = os.path.join(build, "live.json")
+    report = os.path.join(build, "sandbox.json")
     done = subprocess.run([os.path.join(ROOT, "scripts/sandbox"), "--root", root,
-                           os.path.join(ROOT, "bench/live.py"), report, tree.prefix,
-                           str(PRODUCTS)],
+                           os.path.join(ROOT, "bench", script), report, *arguments],
                           env={**os.environ, "KOV_BUILD_DIR": build}, check=False)
     if done.returncode == SANDBOX_CANNOT_RUN_HERE:
         return None
     if done.returncode != 0:
-        fail(f"bench/live.py ended with {done.returncode}")
+        fail(f"bench/{script} ended with {done.returncode}")
     with open(report, encoding="ascii") as text:
         measured = json.load(text)
     shutil.rmtree(root)
     return measured
 
 
-def live_rows(measured):
+def sandboxed_rows(build, tree, schema_dir):
+    measured = sandboxed(build, "live.py", tree.prefix, str(PRODUCTS))
     if measured is None:
         print("The live system is not measured: no sandbox can be made here.")
         return []
+    return [*live_rows(measured), *state_rows(sandboxed(build, "state.py", schema_dir))]
+
+
+def live_rows(measured):
     through, direct = (1000 * measured["listing"][key] for key in ("live", "direct"))
     swap, bare = (1000 * measured["swapping"][key] for key in ("swap", "bare"))
     size = measured["swapping"]["bytes"] / 1e6
@@ -218,7 +224,7 @@ def main():
         ("peak memory of the load", "", memory / 1e6, 60.0, " MB"),
         ("create 10000 instances, client / direct",
          f"{client:.0f} ms / {handle:.0f} ms", client / handle, 3.0, ""),
-        *live_rows(live(build, tree)),
+        *sandboxed_rows(build, tree, schema_dir),
     ]
     print(f"\n{'what':46} {'measured':24} {'result':>9} {'limit':>8}  verdict")
     met = True
