@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/FNProductState.hpp"
 
-#include <malloc.h>
-
 #include <utility>
 
 #include "blocxx/Logger.hpp"
@@ -36,12 +34,6 @@ void logError(const String& message) {
     throw FennikException(__FILE__, __LINE__, what.c_str(), errorCode, &reason);
 }
 
-/// A text that grew left behind the blocks that it grew out of, too small for what comes next:
-/// twice the size of the state file.
-void giveFreeMemoryBack() noexcept {
-    ::malloc_trim(0);
-}
-
 XMLNode gather(const CIMOMHandleIFCRef& handle) {
     try {
         return createStateDump(handle);
@@ -70,7 +62,6 @@ void restoreProductStatesFromFile(const CIMOMHandleIFCRef& handle, const String&
     String document = StateFile::read(fileName);
     try {
         const XMLNode root = OpenWBEM::XMLParserDOM::consume(std::move(document));
-        giveFreeMemoryBack();
         restoreStateDump(root, {handle, prefix, undo});
         log().debug("Successfully loaded product registration state from \"%1\"", fileName);
     } catch (const OpenWBEM::XMLParseException& e) {
