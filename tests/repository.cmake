@@ -12,4 +12,5 @@ kov_unit_test(repository_test
     unit/repository/RepositoryScale_test.cpp
     unit/repository/ServedRepository_test.cpp
     unit/repository/UnitOfWork_test.cpp
+    unit/repository/WriteRun_test.cpp
   LINKS openwbem_repository kov_sqlite3)
