@@ -6,6 +6,7 @@ kov_unit_test(repository_test
     unit/repository/PowerCut.cpp
     unit/repository/Refusals.cpp
     unit/repository/RepositoryFixture.cpp
+    unit/repository/ChangeLog_test.cpp
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp
     unit/repository/RepositoryOperations_test.cpp

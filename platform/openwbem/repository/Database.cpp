@@ -147,7 +147,15 @@ bool Database::beginWrite() {
         execute(WRITING_PRAGMAS, "written");
         m_tunedForWriting = true;
     }
-    execute("BEGIN IMMEDIATE", "written");
+    if (hasLostUnits()) {
+        restoreUnits();
+    }
+    if (sqlite3_get_autocommit(m_db) != 0) {
+        execute("BEGIN IMMEDIATE", "written");
+    }
+    if (m_changes) {
+        m_changes->clearUnit();
+    }
     m_unit = Unit::OPEN;
     m_justBegun = true;
     m_changesAtBegin = changes();
@@ -173,11 +181,19 @@ void Database::commit() {
                                           "by an earlier failure; there is nothing to store",
                                           m_file));
     }
-    execute("COMMIT", "written");
+    if (m_changes) {
+        commitServed();
+    } else {
+        execute("COMMIT", "written");
+    }
     m_unit = Unit::NONE;
 }
 
 void Database::rollBack(bool failed) noexcept {
+    if (m_unit == Unit::OPEN && m_changes && !failed) {
+        // Nothing was written; the transaction holds the units before this one.
+        m_unit = Unit::NONE;
+    }
     if (m_unit == Unit::OPEN) {
         m_rolledBackSinceAsked = true;
         if (sqlite3_get_autocommit(m_db) == 0) {

@@ -4,10 +4,13 @@
 // statements, and the one place where SQLite's failures become ours (DatabaseError.cpp).
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <unordered_map>
 
 #include "openwbem/model/CIMException.hpp"
+#include "openwbem/repository/ChangeLog.hpp"
+#include "openwbem/repository/ChangeRecord.hpp"
 #include "openwbem/repository/RepositoryUse.hpp"
 
 struct sqlite3;
@@ -67,6 +70,21 @@ private:
     bool isLogged();
     void mergeLeftLog();
     void startServing();
+
+    // While it is served, the transaction goes on over many units of work, and what each of them
+    // has changed stands in a log (ServedDatabase.cpp).
+
+    /// Takes up the log that is there, or begins one; what was in it is in the transaction then.
+    void takeUpChanges();
+    void replayChanges();
+    /// The transaction that held the units in the log is gone.
+    bool hasLostUnits() const noexcept;
+    /// Carries them out again.
+    void restoreUnits();
+    void commitServed();
+    void commitTransaction();
+    /// Takes note of a statement that was carried out.
+    void noteChange(sqlite3_stmt* statement, const BoundValues& values, const char* sql);
     /// Lets go of the lock that is held from one read to the next.
     void stopHolding();
     void closeConnection() noexcept;
@@ -80,6 +98,7 @@ private:
     bool m_justBegun = false;
     int64_t m_dataVersion = 0;
     int64_t m_changesAtBegin = 0;
+    std::unique_ptr<ChangeLog> m_changes;  // while it is served
     /// By the address of their text; null while in use.
     std::unordered_map<const char*, sqlite3_stmt*> m_idle;
 };

@@ -67,7 +67,7 @@ class Daemon(LiveStory):
         self.assertEqual(
             files,
             {"/dev/null", PID_FILE, f"{STATE}/repository/repository.db",
-             f"{STATE}/repository/repository.db-wal"},
+             f"{STATE}/repository/repository.db-wal", f"{STATE}/repository/repository.db-changes"},
         )
 
     def test_tells_the_systems_log_and_finds_a_new_one(self):
@@ -104,7 +104,7 @@ class Daemon(LiveStory):
     def test_keeps_every_owner_and_mode_over_twenty_cycles(self):
         everything = (
             "find /var/opt/tarvo /etc/opt/tarvo -not -name owcimomd.pid -not -name owcimomd.sock "
-            "-not -name repository.db-wal -printf '%y %U:%G %m %p\\n' | sort"
+            "-not -name 'repository.db-*' -printf '%y %U:%G %m %p\\n' | sort"
         )
         product = "--name sample"
         out = self.shell(

@@ -27,9 +27,9 @@ const auto* const ENVIRONMENT =  // NOLINT
     ::testing::AddGlobalTestEnvironment(new FaultyEnvironment);
 
 /// One request of some pages: what belongs together is there or not.
-void request(RepositoryCIMOMHandle& handle, uint32_t number) {
+void request(RepositoryCIMOMHandle& handle, uint32_t number, size_t size = 9000) {
     CIMInstance instance = car(number);
-    instance.setProperty("Note", CIMValue(String(9000, 'n')));
+    instance.setProperty("Note", CIMValue(String(size, 'n')));
     handle.createInstance("test", instance);
     handle.createInstance("test", owns(personPath("ann"), carPath(number)));
     handle.commit();
@@ -55,12 +55,14 @@ protected:
 
     String saved(const char* ending) const { return m_other.path() + "/saved" + ending; }
     void restore() {
-        for (const char* ending : {"", "-wal", "-journal"}) {
+        for (const char* ending : {"", "-wal", "-journal", "-changes"}) {
             std::filesystem::remove(file() + ending);
         }
         std::filesystem::copy_file(saved(".db"), file());
-        if (std::filesystem::exists(saved("-wal"))) {
-            std::filesystem::copy_file(saved("-wal"), file() + "-wal");
+        for (const char* ending : {"-wal", "-changes"}) {
+            if (std::filesystem::exists(saved(ending))) {
+                std::filesystem::copy_file(saved(ending), file() + ending);
+            }
         }
         *m_shared = {0, false};
     }
@@ -144,6 +146,7 @@ TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
     std::filesystem::copy_file(file(), saved(".db"),
                                std::filesystem::copy_options::overwrite_existing);
     std::filesystem::copy_file(file() + "-wal", saved("-wal"));
+    std::filesystem::copy_file(file() + "-changes", saved("-changes"));
     for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
         const auto merge = [&] {
             Opened opened(m_directory.path(), use);
@@ -194,6 +197,50 @@ TEST_P(ServedRepositoryDeath, OfAUnitOfWorkLeavesAllOfItOrNothing) {
 
 INSTANTIATE_TEST_SUITE_P(OfEachKind, ServedRepositoryDeath,
                          ::testing::Values(Kind::DIE, Kind::POWER_CUT));
+
+class ServedRepositoryFault : public ServedRepositoryDeath {};
+
+/// Of a request that fails nothing stays, and of those before it everything: for whoever goes on
+/// with the same connection, and for the next opening.
+TEST_P(ServedRepositoryFault, TakesBackOneRequestAndNoOther) {
+    for (const size_t size : {size_t(10), size_t(2) << 20U}) {
+        for (const uint32_t before : {0U, 2U}) {
+            int n = 0;
+            bool reached = true;
+            while (reached) {
+                ++n;
+                restore();
+                const pid_t child = ::fork();
+                if (child == 0) {
+                    Opened opened(m_directory.path(), RepositoryUse::SERVED);
+                    for (uint32_t number = 0; number < before; ++number) {
+                        request(*opened, number);
+                    }
+                    FaultyFiles::arm(GetParam(), n);
+                    const bool failed = statusOf([&] { request(*opened, before, size); }) != 0;
+                    m_shared->closed = FaultyFiles::disarm();
+                    m_shared->acknowledged = before + (failed ? 0 : 1);
+                    const auto cars = opened->enumInstanceNamesA("test", "Car").size();
+                    const auto owned = opened->enumInstanceNamesA("test", "Owns").size();
+                    const bool isRight = cars == m_shared->acknowledged && owned == cars;
+                    request(*opened, m_shared->acknowledged++);
+                    ::_exit(isRight ? 0 : 1);
+                }
+                int status = 0;
+                ::waitpid(child, &status, 0);
+                EXPECT_EQ(0, status) << "at " << n << " after " << before << ", " << size;
+                reached = m_shared->closed;
+                EXPECT_EQ(m_shared->acknowledged, requestsThere(n))
+                    << "at " << n << " after " << before << ", " << size;
+                ASSERT_LT(n, 5000);
+            }
+            EXPECT_GT(n, 1) << "it did fail";
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachKind, ServedRepositoryFault,
+                         ::testing::Values(Kind::FAIL_ONCE, Kind::FAIL_FOR_EVER, Kind::NO_SPACE));
 
 }  // namespace
 }  // namespace KovTest
