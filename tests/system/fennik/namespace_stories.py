@@ -188,7 +188,7 @@ class FailingNamespaces(NamespaceStory):
     def test_full_disk_in_the_middle_of_many_namespaces(self):
         """More than the repository keeps in memory: the disk is full before there is a commit."""
         many = [f"sample/n{number}" for number in range(500)]
-        for number in (1, 50, 400):
+        for number in (1, 30, 100):
             result = self.failing(
                 [f"pwrite64:error=ENOSPC:when={number}"], *self.words(*many)
             )
