@@ -95,7 +95,7 @@ TEST(CIMValueTest, IntegersOfEveryWidthAreNumbers) {
 
 TEST(CIMValueTest, WhatMofCannotSayIsRefused) {
     EXPECT_THROW(CIMValue(std::nan("")), CIMException);
-    EXPECT_THROW(CIMValue(std::numeric_limits<float>::infinity()), CIMException);
+    EXPECT_THROW(CIMValue{std::numeric_limits<float>::infinity()}, CIMException);
     EXPECT_THROW(CIMValue(String("a\0b", 3)), CIMException);
     EXPECT_THROW(CIMValue("\xFF"), CIMException);
     EXPECT_THROW(CIMValue::array<String>({"good", "\xC0\x80"}), CIMException);
