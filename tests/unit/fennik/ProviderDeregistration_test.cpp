@@ -22,7 +22,6 @@ protected:
     struct State {
         std::map<String, String> content;
         std::map<String, String> files;
-        friend bool operator==(const State&, const State&) = default;
     };
     State state() { return {m_repository.content(), privilegeFiles()}; }
 

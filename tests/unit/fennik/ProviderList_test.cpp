@@ -91,8 +91,8 @@ TEST_F(ProviderList, BadLinesAreRefused) {
     for (const auto& [line, message] : rows) {
         SCOPED_TRACE(line);
         EntryReader reader(m_undo);
-        expectFailure(INVALID_INPUT, message,
-                      [&] { reader.parseInputData(String("oop1,a,b\n") + line + "\noop1,c,d\n"); });
+        const String list = String("oop1,a,b\n") + line + "\noop1,c,d\n";
+        expectFailure(INVALID_INPUT, message, [&] { reader.parseInputData(list); });
         EXPECT_THAT(reader.m_entries, ElementsAre("a|b|")) << "the first bad line ends the parse";
     }
     EXPECT_TRUE(m_undo.empty());
