@@ -397,7 +397,8 @@ TEST_F(StateRestoring, MissingVersionOrProductsAreRefusedByTheLibrary) {
           {"<SavedProductState><Version>1</Version></SavedProductState>", "SavedProducts"},
           {"<SavedProductState/>", "Version"}}) {
         m_log.clear();
-        const String thrown = thrownBy<FennikException>([&] { restore(content); });
+        const String thrown =
+            thrownBy<FennikException>([&, document = String(content)] { restore(document); });
         const String what = "Failed restoring state dump from " + file().string();
         const size_t at = thrown.find("FennikException: " + what + " <");
         ASSERT_NE(at, String::npos) << thrown;
@@ -417,7 +418,8 @@ TEST_F(StateRestoring, WhatIsNotXmlIsRefusedWithItsPlace) {
         SCOPED_TRACE(content);
         m_log.clear();
         const auto before = m_tree.files();
-        const String thrown = thrownBy<FennikException>([&] { restore(content); });
+        const String thrown =
+            thrownBy<FennikException>([&, document = String(content)] { restore(document); });
         const String what =
             "Invalid state dump found in \"" + file().string() + "\" during restoration:";
         EXPECT_NE(thrown.find("FennikException: 14: " + what + " <"), String::npos) << thrown;
