@@ -9,7 +9,8 @@ namespace OpenWBEM {
 
 class CIMException : public blocxx::Exception {
 public:
-    enum ErrNoType {
+    /// A connection may deliver any number.
+    enum ErrNoType : int {
         FAILED = 1,
         ACCESS_DENIED = 2,
         INVALID_NAMESPACE = 3,
