@@ -85,7 +85,7 @@ void Compilation::obey(const Declaration& pragma) {
     const Literal& value = *pragma.value.first;
     if (value.kind != Literal::STRING) {
         throw CompileError{value.text.data,
-                           "expected a string; found " + quoted(value.text.view())};
+                           "expected a string; found " + inQuotes(value.text.view())};
     }
     const String argument = readString(value);
     if (include) {

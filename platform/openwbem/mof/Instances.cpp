@@ -43,7 +43,7 @@ public:
             if (pathOf(same->second).canonicalKey() == key) {
                 throw CompileError{
                     at, String(Format("the instance %1 is declared twice in the namespace \"%2\"",
-                                      quoted(path.modelPath()), m_content.nameSpace))};
+                                      inQuotes(path.modelPath()), m_content.nameSpace))};
             }
         }
         m_byHash.emplace(hash, last);

@@ -135,7 +135,7 @@ ESCAPE  \\[^\n\r\0]
 {INTEGER}               { TEXT_TOKEN(INTEGER); }
 {REAL}                  { TEXT_TOKEN(REAL); }
 {SIGN}?[0-9][0-9A-Za-z_.]* {
-                          fail(yytext, quoted({yytext, static_cast<size_t>(yyleng)}) +
+                          fail(yytext, inQuotes({yytext, static_cast<size_t>(yyleng)}) +
                                            " is not a number"); }
 
 \"[^"\\\n\r\0\x80-\xff]*\"      { TEXT_TOKEN(STRING); }
@@ -148,6 +148,6 @@ ESCAPE  \\[^\n\r\0]
 [\[\](){}:;,=]          { return static_cast<unsigned char>(*yytext); }
 
 \0                      { fail(yytext, "unexpected zero byte"); }
-[^\0]                   { fail(yytext, "unexpected character " + quoted({yytext, 1})); }
+[^\0]                   { fail(yytext, "unexpected character " + inQuotes({yytext, 1})); }
 
 %%

@@ -70,7 +70,7 @@ Token foundToken(void* scanner, const SourceText& source) {
 }
 
 String describe(const Token& token) {
-    return token.size == 0 ? String("the end of the text") : quoted(token.view());
+    return token.size == 0 ? String("the end of the text") : inQuotes(token.view());
 }
 
 /// The token before the one at `at`. Tokens do not remember their predecessors, as only errors ask.
@@ -106,7 +106,7 @@ void failSyntax(void* scanner, SourceText& source, const std::vector<const char*
     String message =
         expected.empty() ? String("unexpected ") + foundText : "expected " + listOf(expected);
     if (before.data != nullptr) {
-        message += " after " + quoted(before.view());
+        message += " after " + inQuotes(before.view());
     }
     if (!expected.empty()) {
         message += "; found " + foundText;
@@ -117,11 +117,11 @@ void failSyntax(void* scanner, SourceText& source, const std::vector<const char*
 void failUnknownType(void* scanner, SourceText& source, UnknownType which) {
     const Token found = foundToken(scanner, source);
     if (which == UnknownType::FOUND) {
-        throw CompileError{found.data, "unknown type " + quoted(found.view())};
+        throw CompileError{found.data, "unknown type " + inQuotes(found.view())};
     }
     const Token name = tokenBefore(source, found.data);
     throw CompileError{name.data,
-                       "unknown type " + quoted(name.view()) +
+                       "unknown type " + inQuotes(name.view()) +
                            "; as the class of a reference it would be followed by 'ref', "
                            "not by " +
                            describe(found)};

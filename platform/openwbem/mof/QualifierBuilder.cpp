@@ -29,7 +29,7 @@ void applyFlavor(CIMFlavor& flavor, const Text& word) {
         throw CompileError{word.data,
                            "expected EnableOverride, DisableOverride, ToSubclass, Restricted or "
                            "Translatable; found " +
-                               quoted(name)};
+                               inQuotes(name)};
     }
 }
 
@@ -80,7 +80,7 @@ uint8_t readScopes(const List<Word>& words) {
             throw CompileError{word.text.data,
                                "expected Class, Association, Indication, Property, Reference, "
                                "Method, Parameter or Any; found " +
-                                   quoted(word.text.view())};
+                                   inQuotes(word.text.view())};
         }
         scopes |= row->bit;
     }

@@ -187,7 +187,7 @@ MOFCompilerException SourceTexts::describe(const CompileError& error, int errorC
     return first.describe({first.begin(), error.what}, errorCode);
 }
 
-String quoted(std::string_view token) {
+String inQuotes(std::string_view token) {
     bool cut = token.size() > SHOWN_OF_TOKEN * 4;
     StringArray characters = printable(token.substr(0, SHOWN_OF_TOKEN * 4));
     if (characters.size() > SHOWN_OF_TOKEN) {

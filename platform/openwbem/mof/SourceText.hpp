@@ -75,6 +75,6 @@ private:
 
 /// A token for messages: in quotes, shortened when long, without anything that a terminal would
 /// obey.
-String quoted(std::string_view token);
+String inQuotes(std::string_view token);
 
 }  // namespace OpenWBEM::MOF

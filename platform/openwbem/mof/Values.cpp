@@ -16,7 +16,7 @@ namespace {
 
 [[noreturn]] void failExpected(const Literal& literal, const char* expected) {
     throw CompileError{literal.text.data,
-                       String("expected ") + expected + "; found " + quoted(literal.text.view())};
+                       String("expected ") + expected + "; found " + inQuotes(literal.text.view())};
 }
 
 void require(const Literal& literal, Literal::Kind kind, const char* expected) {
@@ -27,7 +27,7 @@ void require(const Literal& literal, Literal::Kind kind, const char* expected) {
 
 [[noreturn]] void failRange(const Literal& literal, const String& type) {
     throw CompileError{literal.text.data,
-                       quoted(literal.text.view()) + " is out of range for " + type};
+                       inQuotes(literal.text.view()) + " is out of range for " + type};
 }
 
 // One literal as a C++ value of the declared type.
@@ -218,7 +218,7 @@ void checkForm(const Initializer& initializer, const CIMDataType& type, const ch
     }
     if (initializer.form == Initializer::SCALAR && type.isArray()) {
         throw CompileError{
-            at, "expected an array in braces; found " + quoted(initializer.first->text.view())};
+            at, "expected an array in braces; found " + inQuotes(initializer.first->text.view())};
     }
     if (type.getSize() == 0 || initializer.form != Initializer::ARRAY) {
         return;
@@ -261,7 +261,7 @@ CIMDataType makeType(const TypeName& name, const ArraySuffix& array) {
         if (number.negative || number.tooLarge || number.magnitude == 0 ||
             number.magnitude > std::numeric_limits<uint32_t>::max()) {
             throw CompileError{array.size.data, "expected a positive size of the array; found " +
-                                                    quoted(array.size.view())};
+                                                    inQuotes(array.size.view())};
         }
         size = static_cast<uint32_t>(number.magnitude);
     }
