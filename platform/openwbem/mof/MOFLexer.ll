@@ -24,7 +24,7 @@ using Type = OpenWBEM::CIMDataType;
 
 namespace {
 
-using OpenWBEM::MOF::quoted;
+using OpenWBEM::MOF::inQuotes;
 
 [[noreturn]] void fail(const char* at, std::string what) {
     throw CompileError{at, std::move(what)};

@@ -25,7 +25,7 @@ using OpenWBEM::PrivilegeConfig::Form;
 
 namespace {
 
-using OpenWBEM::MOF::quoted;
+using OpenWBEM::MOF::inQuotes;
 
 [[noreturn]] void fail(const char* at, std::string what) {
     throw CompileError{at, std::move(what)};
@@ -34,7 +34,7 @@ using OpenWBEM::MOF::quoted;
 int keywordToken(std::string_view word) {
     const auto form = OpenWBEM::PrivilegeConfig::findKeyword(word);
     if (!form) {
-        fail(word.data(), "unknown keyword " + quoted(word) + "; the keywords are " +
+        fail(word.data(), "unknown keyword " + inQuotes(word) + "; the keywords are " +
                               OpenWBEM::PrivilegeConfig::listKeywords());
     }
     switch (*form) {
@@ -96,12 +96,12 @@ QUOTED  \"([^"\\\n\r\0]|\\[^\n\r\0])*\"
 {BARE}                  { TEXT_TOKEN(keywordToken({yytext, static_cast<size_t>(yyleng)})); }
 "{"                     { BEGIN(ITEMS); return '{'; }
 "}"                     { return '}'; }
-[@"\\]                  { fail(yytext, "expected a keyword; found " + quoted({yytext, 1})); }
+[@"\\]                  { fail(yytext, "expected a keyword; found " + inQuotes({yytext, 1})); }
 
 <ITEMS>{
     {BARE}              { TEXT_TOKEN(TOKEN_ITEM); }
     {BARE}["\\]         { fail(yytext + yyleng - 1,
-                               quoted({yytext + yyleng - 1, 1}) +
+                               inQuotes({yytext + yyleng - 1, 1}) +
                                    " inside an item: put the whole item into double quotes"); }
     {QUOTED}            { TEXT_TOKEN(TOKEN_ITEM); }
     {QUOTED}[^\x00-\x20\x7f{}] {
