@@ -153,18 +153,19 @@ TEST(RendererRoundTripTest, StringsComeBackByteForByte) {
     for (char c = 1; c < 0x7F; ++c) {
         everything += c;
     }
-    const String samples[] = {"",
-                              everything + '\x7F',
-                              "\r\n \n\r \r\r",
-                              "\"\\\"\\\\",
-                              "\\x0041 \\n",
-                              "\x01"
-                              "f00",
-                              "\xC2\x80\xE2\x82\xAC\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
-                              "/* no comment */ // either",
-                              "#pragma namespace(\"x\")",
-                              "?\?/ ?\?=",
-                              String(1 << 20, '\\')};
+    const String samples[] = {
+        "",
+        everything + '\x7F',
+        "\r\n \n\r \r\r",
+        "\"\\\"\\\\",
+        "\\x0041 \\n",
+        "\x01"
+        "f00",
+        "\xC2\x80\xE2\x82\xAC\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
+        "/* no comment */ // either",
+        "#pragma namespace(\"x\")",
+        "?\?/ ?\?=",
+        String(1 << 20, '\\')};
     for (const String& sample : samples) {
         expectValueComesBack("s", CIMValue(sample));
     }
