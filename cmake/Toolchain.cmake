@@ -33,13 +33,3 @@ if(KOV_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
   add_link_options(-fsanitize=address,undefined)
 endif()
-
-find_program(CCACHE ccache)
-if(CCACHE)
-  # What a precompiled header needs to be cached: see "Precompiled headers" in ccache(1).
-  set(CMAKE_CXX_COMPILER_LAUNCHER
-    env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-    "${CCACHE}")
-  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>
-                      "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
-endif()
