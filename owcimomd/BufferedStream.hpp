@@ -1,27 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Reads a connection in large pieces: a message takes one system call and not one for each of its
-// parts.
+// parts. What is about to come, and what can be sent at once, takes no event either.
 #pragma once
 
+#include <capnp/common.h>
 #include <kj/async-io.h>
 
 namespace OwCimomd {
 
 class BufferedStream final : public kj::AsyncInputStream {
 public:
-    explicit BufferedStream(kj::AsyncInputStream& inner) : m_inner(inner) {}
+    explicit BufferedStream(kj::AsyncIoStream& inner);
 
     kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
 
+    /// The next message, in Cap'n Proto's framing, when it is here or comes within a moment, in
+    /// which the event loop waits. Empty when it does not, or is larger than the buffer. Stays
+    /// until the next reading.
+    kj::ArrayPtr<const capnp::word> messageSoon();
+
+    /// Sends as much as can be sent at once. Returns the rest: all of it when sending fails.
+    kj::ArrayPtr<const kj::byte> sendNow(kj::ArrayPtr<const kj::byte> bytes);
+
 private:
     size_t take(void* buffer, size_t maxBytes);
+    size_t receiveSoon();
 
     static constexpr size_t SIZE = size_t(16) << 10U;
 
-    kj::AsyncInputStream& m_inner;
+    kj::AsyncIoStream& m_inner;
+    int m_fd;
     kj::ArrayPtr<kj::byte> m_unread;  // in the buffer
-    kj::byte m_buffer[SIZE];
+    alignas(capnp::word) kj::byte m_buffer[SIZE];
 };
 
 }  // namespace OwCimomd

@@ -2,6 +2,7 @@
 #include "owcimomd/ClientSession.hpp"
 
 #include <capnp/serialize-async.h>
+#include <capnp/serialize.h>
 
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -14,6 +15,10 @@ constexpr size_t PORTION_BYTES = size_t(256) << 10U;
 constexpr unsigned PORTION_STEPS = 64;
 /// Enumerations that one connection may have under way.
 constexpr size_t MAX_ENUMERATIONS = 256;
+/// Calls after which the other clients have their turn.
+constexpr unsigned CALLS_AT_ONCE = 4;
+/// Most answers are no larger than this.
+constexpr unsigned USUAL_ANSWER_WORDS = 128;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
@@ -35,30 +40,61 @@ capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
 }  // namespace
 
 ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
-                             BusyLoop& loop)
+                             Conversation& conversation)
     : m_stream(kj::mv(stream)),
       m_input(*m_stream),
       m_operations(operations),
       m_user(std::move(user)),
-      m_loop(loop),
+      m_conversation(conversation),
       m_limits(limitsFor(operations, m_user)) {}
 
+/// While the client goes on at once, its calls are carried out without an event for each of them.
 kj::Promise<void> ClientSession::run() {
+    for (unsigned count = 0; m_conversation.isGoingOnWith(this); ++count) {
+        if (count == CALLS_AT_ONCE) {
+            return kj::evalLater([this] { return run(); });
+        }
+        const auto words = m_input.messageSoon();
+        if (words.size() == 0) {
+            break;
+        }
+        capnp::FlatArrayMessageReader call(words, m_limits);
+        KJ_IF_MAYBE (answering, answer(call)) {
+            return answering->then([this] { return run(); });
+        }
+    }
+    return awaitCall();
+}
+
+kj::Promise<void> ClientSession::awaitCall() {
     return capnp::tryReadMessage(m_input, m_limits)
         .then([this](kj::Maybe<kj::Own<capnp::MessageReader>> message) -> kj::Promise<void> {
             KJ_IF_MAYBE (call, message) {
-                auto answer = kj::heap<capnp::MallocMessageBuilder>();
-                if (!handle((*call)->getRoot<wire::Call>(), answer->initRoot<wire::Answer>())) {
-                    return run();
+                KJ_IF_MAYBE (answering, answer(**call)) {
+                    return answering->then([this] { return run(); });
                 }
-                auto writing = capnp::writeMessage(*m_stream, *answer);
-                return writing.attach(kj::mv(answer)).then([this] {
-                    m_loop.stayAwake();
-                    return run();
-                });
+                return run();
             }
             return kj::READY_NOW;
         });
+}
+
+kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {
+    auto message = kj::heap<capnp::MallocMessageBuilder>(USUAL_ANSWER_WORDS);
+    if (!handle(call.getRoot<wire::Call>(), message->initRoot<wire::Answer>())) {
+        return nullptr;
+    }
+    if (message->sizeInWords() > USUAL_ANSWER_WORDS) {
+        auto writing = capnp::writeMessage(*m_stream, *message);
+        return writing.attach(kj::mv(message));
+    }
+    auto words = capnp::messageToFlatArray(*message);
+    const auto rest = m_input.sendNow(words.asBytes());
+    if (rest.size() == 0) {
+        return nullptr;
+    }
+    auto writing = m_stream->write(rest.begin(), rest.size());
+    return writing.attach(kj::mv(words));
 }
 
 /// Whatever an operation throws is its answer.

@@ -12,7 +12,7 @@
 #include <map>
 
 #include "owcimomd/BufferedStream.hpp"
-#include "owcimomd/BusyLoop.hpp"
+#include "owcimomd/Conversation.hpp"
 #include "owcimomd/Operations.hpp"
 
 namespace OwCimomd {
@@ -20,13 +20,16 @@ namespace OwCimomd {
 class ClientSession {
 public:
     ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
-                  BusyLoop& loop);
+                  Conversation& conversation);
     KJ_DISALLOW_COPY(ClientSession);
 
     /// Serves the client. Done when it has gone; fails when it sends what is no message.
     kj::Promise<void> run();
 
 private:
+    kj::Promise<void> awaitCall();
+    /// Answers the call. Nothing when that is all; otherwise done when the answer has been taken.
+    kj::Maybe<kj::Promise<void>> answer(capnp::MessageReader& call);
     /// Returns whether there is an answer.
     bool handle(wire::Call::Reader call, wire::Answer::Builder answer);
     void carryOut(wire::Call::Reader call, wire::Answer::Builder answer);
@@ -39,7 +42,7 @@ private:
     BufferedStream m_input;
     Operations& m_operations;
     User m_user;
-    BusyLoop& m_loop;
+    Conversation& m_conversation;
     capnp::ReaderOptions m_limits;
     uint32_t m_lastNumber = 0;
     std::map<uint32_t, std::unique_ptr<EncodedEnumeration>> m_enumerations;

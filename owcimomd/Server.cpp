@@ -131,7 +131,8 @@ void Server::serve(kj::AuthenticatedStream client) {
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    auto session = kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_loop);
+    auto session =
+        kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_conversation);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }

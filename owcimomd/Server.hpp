@@ -36,7 +36,7 @@ private:
     Places m_places;
     RareReport m_notAccepted;
     RareReport m_sentAway;
-    BusyLoop m_loop;
+    Conversation m_conversation;
     kj::TaskSet m_sessions;
 };
 

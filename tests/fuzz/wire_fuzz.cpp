@@ -63,11 +63,11 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Repository repository;
     static kj::AsyncIoContext io = kj::setupAsyncIo();
-    static BusyLoop loop;
+    static Conversation conversation;
     const User root{0, "root"};
     auto ends = io.provider->newTwoWayPipe();
     auto session =
-        kj::heap<ClientSession>(kj::mv(ends.ends[0]), repository.operations(), root, loop);
+        kj::heap<ClientSession>(kj::mv(ends.ends[0]), repository.operations(), root, conversation);
     // Takes the answers for as long as there are any.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {

@@ -14,6 +14,9 @@ using blocxx::Timeout;
 
 namespace {
 
+/// Most calls are no larger than this.
+constexpr unsigned USUAL_WORDS = 128;
+
 void setText(const String& text, auto setter) {
     if (!text.empty()) {
         setter(capnp::Text::Reader(text.data(), text.size()));
@@ -81,7 +84,7 @@ public:
     ClientSocket& socket() noexcept { return m_socket; }
 
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
-        capnp::MallocMessageBuilder message;
+        capnp::MallocMessageBuilder message(USUAL_WORDS);
         auto call = message.initRoot<wire::Call>();
         call.setId(m_lastId + 1);
         fill(call);

@@ -2,6 +2,7 @@
 #include "openwbem/client/ClientSocket.hpp"
 
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -27,7 +28,7 @@ constexpr const char* REMEDY =
     "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
 
 /// Most answers come within this time, and going to sleep and being woken takes longer.
-constexpr std::chrono::microseconds SPIN_TIME{40};
+constexpr std::chrono::microseconds SPIN_TIME{100};
 
 [[noreturn]] void failToReach(const String& path, const char* reason) {
     OPENWBEM_THROW_CIM(
@@ -130,7 +131,7 @@ void ClientSocket::waitUntilSendable() {
 
 size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
     size_t size = 0;
-    auto spinUntil = Clock::now() + SPIN_TIME;
+    const auto spinUntil = Clock::now() + SPIN_TIME;
     while (size < minBytes) {
         const ssize_t count =
             ::recv(m_fd, static_cast<char*>(buffer) + size, maxBytes - size, MSG_DONTWAIT);
@@ -142,6 +143,9 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
             throw BrokenConnection{std::strerror(errno), false};
         } else if (Clock::now() >= spinUntil) {
             wait(POLLIN);
+        } else {
+            // The daemon may be waiting for this processor.
+            ::sched_yield();
         }
     }
     return size;

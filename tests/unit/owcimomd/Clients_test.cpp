@@ -9,9 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <random>
 
 #include "rpc.capnp.h"
@@ -39,6 +42,11 @@ public:
 
     ssize_t send(std::string_view bytes, int flags = 0) {
         return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
+    }
+    void takeWhatIsThere() {
+        char buffer[4096];
+        while (::recv(m_fd, buffer, sizeof buffer, MSG_DONTWAIT) > 0) {
+        }
     }
     /// Whether the daemon ends the connection, after whatever it has to say.
     bool isEnded() {
@@ -126,6 +134,18 @@ TEST_F(Clients, ThatSendHalfAMessageWaitAloneAndCostNothing) {
     expectServed();
 }
 
+String toBytes(capnp::MessageBuilder& message) {
+    const auto words = capnp::messageToFlatArray(message);
+    const auto bytes = words.asChars();
+    return {bytes.begin(), bytes.size()};
+}
+
+String pingCall() {
+    capnp::MallocMessageBuilder message;
+    message.initRoot<wire::Call>().setPing();
+    return toBytes(message);
+}
+
 /// A call with a long argument, which comes back in the text of its failure.
 String longCall() {
     capnp::MallocMessageBuilder message;
@@ -133,9 +153,7 @@ String longCall() {
     request.setOperation(wire::Operation::GET_CLASS);
     request.setNameSpace("root");
     request.setName(String(4000, 'x').c_str());
-    const auto words = capnp::messageToFlatArray(message);
-    const auto bytes = words.asChars();
-    return {bytes.begin(), bytes.size()};
+    return toBytes(message);
 }
 
 TEST_F(Clients, ThatDoNotTakeTheirAnswersAreNotReadFrom) {
@@ -207,6 +225,52 @@ TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
     ::kill(hanging, SIGKILL);
     ::waitpid(hanging, nullptr, 0);
     EXPECT_EQ(0, statusOf([&] { daemon.connect()->ping(); }));
+}
+
+/// Processes that end with it.
+class Children {
+public:
+    ~Children() {
+        for (const pid_t child : m_pids) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, nullptr, 0);
+        }
+    }
+    /// A process that does `work` again and again.
+    void startRepeating(const std::function<void()>& work) {
+        const pid_t child = ::fork();
+        while (child == 0) {
+            if (statusOf(work) != 0) {
+                ::_exit(1);
+            }
+        }
+        m_pids.push_back(child);
+    }
+    bool areRunning() const {
+        return std::none_of(m_pids.begin(), m_pids.end(),
+                            [](pid_t pid) { return ::waitpid(pid, nullptr, WNOHANG) == pid; });
+    }
+
+private:
+    std::vector<pid_t> m_pids;
+};
+
+TEST_F(Clients, ThatCallWithoutAPauseLeaveOthersTheirTurn) {
+    Children children;
+    // One waits for each answer, one has the next calls there already.
+    children.startRepeating([handle = daemon.connect()] { handle->ping(); });
+    auto flooding = std::make_shared<RawClient>(daemon.socket());
+    children.startRepeating([flooding, call = pingCall()] {
+        for (int i = 0; i < 100; ++i) {
+            flooding->send(call, MSG_DONTWAIT);
+        }
+        flooding->takeWhatIsThere();
+    });
+    const auto handle = daemon.connect();
+    for (int i = 0; i < 500; ++i) {
+        handle->ping();
+    }
+    EXPECT_TRUE(children.areRunning());
 }
 
 /// A daemon with few descriptors; the users daemon and games may connect.
