@@ -129,12 +129,16 @@ ClassBuilder::ClassBuilder(Scope& scope, ObjectResolver& objects)
 
 ClassEntry* ClassBuilder::find(std::string_view name) {
     ClassEntry* const wanted = m_scope.findClass(name);
-    if (wanted == nullptr || wanted->state == ClassEntry::BUILT) {
-        return wanted;
+    if (wanted != nullptr) {
+        require(*wanted);
     }
+    return wanted;
+}
+
+void ClassBuilder::require(ClassEntry& wanted) {
     // The classes that have to be built, each followed by its superclass.
     Array<ClassEntry*> chain;
-    for (ClassEntry* entry = wanted; entry != nullptr && entry->state != ClassEntry::BUILT;
+    for (ClassEntry* entry = &wanted; entry != nullptr && entry->state != ClassEntry::BUILT;
          entry = entry->super) {
         const Declaration& declaration = *entry->declaration;
         if (entry->state == ClassEntry::BEING_BUILT) {
@@ -159,7 +163,6 @@ ClassEntry* ClassBuilder::find(std::string_view name) {
     for (size_t i = chain.size(); i > 0; --i) {
         build(*chain[i - 1]);
     }
-    return wanted;
 }
 
 void ClassBuilder::build(ClassEntry& entry) {

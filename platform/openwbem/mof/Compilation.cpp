@@ -175,8 +175,8 @@ NamespaceContent Compilation::buildNamespace(Namespace& ns) {
         content.qualifierTypes.push_back(*ns.scope.findQualifierType(declaration->name.view()));
         places.qualifierTypes.push_back(declaration->name.data);
     }
-    for (const ClassEntry* entry : ns.scope.classes()) {
-        ns.classes.find(entry->declaration->name.view());
+    for (ClassEntry* entry : ns.scope.classes()) {
+        ns.classes.require(*entry);
     }
     content.classes.reserve(ns.classes.built().size());
     places.classes.reserve(ns.classes.built().size());

@@ -107,13 +107,24 @@ std::unique_ptr<ClassEntry> Scope::fetchClass(const String& name) const {
     }
 }
 
+/// Qualifiers are few names, looked for again and again in the spelling of their declaration.
+Scope::Recent& Scope::recent(std::string_view name) noexcept {
+    const size_t ends = name.empty() ? 0 : 5U * static_cast<unsigned char>(name.front()) +
+                                               static_cast<unsigned char>(name.back());
+    return m_recent[(ends + 3 * name.size()) % m_recent.size()];
+}
+
 const CIMQualifierType* Scope::findQualifierType(std::string_view name) {
-    auto found = m_qualifierTypes.find(name);
-    if (found == m_qualifierTypes.end()) {
-        const String key(name);
-        found = m_qualifierTypes.emplace(key, fetchQualifierType(key)).first;
+    Recent& known = recent(name);
+    if (known.entry == nullptr || known.name != name) {
+        auto found = m_qualifierTypes.find(name);
+        if (found == m_qualifierTypes.end()) {
+            const String key(name);
+            found = m_qualifierTypes.emplace(key, fetchQualifierType(key)).first;
+        }
+        known = {found->first, &found->second};
     }
-    return found->second.known ? &found->second.type : nullptr;
+    return known.entry->known ? &known.entry->type : nullptr;
 }
 
 ClassEntry* Scope::findClass(std::string_view name) {

@@ -3,6 +3,7 @@
 // The names of one namespace: what the text declares in it, and behind that what the handle knows.
 #pragma once
 
+#include <array>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -65,6 +66,12 @@ private:
         CIMQualifierType type;
         bool known = false;
     };
+    /// What was found last under a name, as it was written.
+    struct Recent {
+        std::string_view name;
+        const QualifierEntry* entry = nullptr;
+    };
+    Recent& recent(std::string_view name) noexcept;
     QualifierEntry fetchQualifierType(const String& name) const;
     std::unique_ptr<ClassEntry> fetchClass(const String& name) const;
     bool isAbsence(const CIMException& e) const;
@@ -73,6 +80,7 @@ private:
     CIMOMHandleIFCRef m_handle;
     NamespaceMention m_mention;
     FoldedMap<QualifierEntry> m_qualifierTypes;
+    std::array<Recent, 64> m_recent;
     FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there
     std::deque<const Declaration*> m_qualifierTypeOrder;
     std::deque<ClassEntry*> m_classOrder;
