@@ -168,6 +168,7 @@ void ClassBuilder::require(ClassEntry& wanted) {
 void ClassBuilder::build(ClassEntry& entry) {
     const CIMClass* superClass = entry.super != nullptr ? &entry.super->cls : nullptr;
     entry.cls = derive(*entry.declaration, superClass);
+    NodeArena::release(*entry.declaration);
     entry.state = ClassEntry::BUILT;
     countFeatures(entry.cls, *entry.declaration);
     m_built.push_back(&entry);

@@ -59,6 +59,7 @@ void Compilation::push(Source source) {
 void Compilation::enter(const Declaration& declaration) {
     if (declaration.kind == Declaration::PRAGMA) {
         obey(declaration);
+        NodeArena::release(declaration);
         return;
     }
     m_current->scope.declare(declaration);
@@ -154,6 +155,7 @@ Array<NamespaceContent> Compilation::build() {
     for (Namespace& ns : m_namespaces) {
         for (const Declaration* declaration : ns.scope.qualifierTypes()) {
             ns.scope.define(*declaration, buildQualifierType(*declaration, *this));
+            NodeArena::release(*declaration);
         }
     }
     Array<NamespaceContent> contents;

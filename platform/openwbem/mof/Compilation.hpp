@@ -5,7 +5,6 @@
 #pragma once
 
 #include <deque>
-#include <memory_resource>
 
 #include "openwbem/mof/ClassBuilder.hpp"
 
@@ -78,7 +77,7 @@ private:
     CIMOMHandleIFCRef m_handle;
     const IncludeHandler& m_include;
     bool m_onlyNamespace;
-    std::pmr::monotonic_buffer_resource m_arena;
+    NodeArena m_arena;
     std::shared_ptr<SourceTexts> m_sources = std::make_shared<SourceTexts>();
     std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their mention
     FoldedMap<Namespace*> m_namespaceIndex;  ///< the same by name

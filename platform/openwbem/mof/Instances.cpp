@@ -142,6 +142,10 @@ void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
         content.instances.push_back(buildInstance(ns, *declaration, false));
         content.places.instances.push_back(declaration->name.data);
         paths.addLast(declaration->name.data);
+        // An alias may be looked up for as long as there is anything left to build.
+        if (declaration->alias.empty()) {
+            NodeArena::release(*declaration);
+        }
     }
 }
 

@@ -239,7 +239,7 @@ CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& e
 }
 
 CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embedding) {
-    std::pmr::monotonic_buffer_resource arena;
+    NodeArena arena;
     const List<Declaration> declarations = parse(source, arena);
     const Declaration* const declaration = declarations.first;
     if (declaration == nullptr || declaration->next != nullptr ||

@@ -31,7 +31,7 @@ int Scanner::next(OPENWBEM_MOF_STYPE& value) {
     return openwbem_mof_lex(&value, m_handle);
 }
 
-List<Declaration> parse(SourceText& source, std::pmr::memory_resource& arena) {
+List<Declaration> parse(SourceText& source, NodeArena& arena) {
     Scanner scanner(source);
     ParseContext context(source, arena);
     if (openwbem_mof_parse(scanner.handle(), context) != 0) {

@@ -3,7 +3,6 @@
 // From a text to its syntax tree, and the pieces that the generated scanner and grammar share.
 #pragma once
 
-#include <memory_resource>
 #include <new>
 #include <utility>
 
@@ -15,12 +14,21 @@ namespace OpenWBEM::MOF {
 /// What the grammar's actions build with.
 class ParseContext {
 public:
-    ParseContext(SourceText& source, std::pmr::memory_resource& arena)
-        : m_source(source), m_arena(arena) {}
+    ParseContext(SourceText& source, NodeArena& arena) : m_source(source), m_arena(arena) {}
 
     template <class Node>
     Node* make(const Node& node) {
         return new (m_arena.allocate(sizeof(Node), alignof(Node))) Node(node);
+    }
+    Declaration* make(const Declaration& declaration) {
+        auto* const made = new (m_arena.allocateForGood(sizeof(Declaration), alignof(Declaration)))
+            Declaration(declaration);
+        bool isLastOfBlock = false;
+        made->block = m_arena.endDeclaration(isLastOfBlock);
+        if (isLastOfBlock) {
+            m_spare = nullptr;
+        }
+        return made;
     }
     Literal* make(const Literal& literal) {
         if (Literal* const spare = std::exchange(m_spare, nullptr)) {
@@ -30,15 +38,15 @@ public:
     }
     /// The value of an assignment. No message tells the place of a NULL there, and in the saved
     /// instances of a large schema it is most of the values: all of them are one literal.
-    Initializer assigned(const Initializer& value) noexcept {
+    Initializer assigned(const Initializer& value) {
         if (value.form != Initializer::SCALAR || value.first->kind != Literal::NULL_VALUE) {
             return value;
         }
         if (m_null == nullptr) {
-            m_null = value.first;
-        } else {
-            m_spare = value.first;
+            m_null = new (m_arena.allocateForGood(sizeof(Literal), alignof(Literal)))
+                Literal(*value.first);
         }
+        m_spare = value.first;
         return {m_null, Initializer::SCALAR};
     }
     void add(Declaration* declaration) noexcept { m_declarations.append(declaration); }
@@ -47,14 +55,14 @@ public:
 
 private:
     SourceText& m_source;
-    std::pmr::memory_resource& m_arena;
+    NodeArena& m_arena;
     List<Declaration> m_declarations{};
     Literal* m_null = nullptr;   ///< that of all assignments
-    Literal* m_spare = nullptr;  ///< made, and used by nothing
+    Literal* m_spare = nullptr;  ///< made in the present block, and used by nothing
 };
 
 /// Parses `source`; the nodes live in `arena`. Throws CompileError.
-List<Declaration> parse(SourceText& source, std::pmr::memory_resource& arena);
+List<Declaration> parse(SourceText& source, NodeArena& arena);
 
 /// Runs the scanner alone over `source` and returns the number of its tokens: the measure of what
 /// compiling may cost. Throws CompileError.

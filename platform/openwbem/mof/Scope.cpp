@@ -109,8 +109,9 @@ std::unique_ptr<ClassEntry> Scope::fetchClass(const String& name) const {
 
 /// Qualifiers are few names, looked for again and again in the spelling of their declaration.
 Scope::Recent& Scope::recent(std::string_view name) noexcept {
-    const size_t ends = name.empty() ? 0 : 5U * static_cast<unsigned char>(name.front()) +
-                                               static_cast<unsigned char>(name.back());
+    const size_t ends = name.empty() ? 0
+                                     : 5U * static_cast<unsigned char>(name.front()) +
+                                           static_cast<unsigned char>(name.back());
     return m_recent[(ends + 3 * name.size()) % m_recent.size()];
 }
 

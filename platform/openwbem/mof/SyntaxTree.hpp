@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "openwbem/model/CIMDataType.hpp"
+#include "openwbem/mof/NodeArena.hpp"
 
 namespace OpenWBEM::MOF {
 
@@ -124,7 +125,8 @@ struct Assignment {
     Assignment* next;
 };
 
-/// A production at the top of the text. The fields that a kind does not have are empty.
+/// A production at the top of the text. The fields that a kind does not have are empty. Its parts
+/// live as long as it has not been released.
 struct Declaration {
     enum Kind : uint8_t { PRAGMA, QUALIFIER_TYPE, CLASS, INSTANCE };
     Kind kind;
@@ -139,6 +141,7 @@ struct Declaration {
     Initializer value;
     List<Word> scopes;
     List<Word> flavors;
+    NodeArena::Block* block;  ///< of its parts
     Declaration* next;
 };
 

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/mof/NodeArena.hpp"
+
+#include "openwbem/mof/SyntaxTree.hpp"
+
+namespace OpenWBEM::MOF {
+
+namespace {
+
+/// Small enough that hardly anything is kept for too long, large enough to be few.
+constexpr size_t BLOCK_BYTES = 32 << 10;
+
+}  // namespace
+
+NodeArena::NodeArena() : m_current(&m_blocks.emplace_back()) {}
+
+NodeArena::Block* NodeArena::endDeclaration(bool& isLastOfBlock) {
+    Block* const block = m_current;
+    ++block->m_declarations;
+    isLastOfBlock = block->m_size >= BLOCK_BYTES;
+    if (isLastOfBlock) {
+        m_current = &m_blocks.emplace_back();
+    }
+    return block;
+}
+
+// The block that is being filled may become empty, too, and be used again.
+void NodeArena::release(const Declaration& declaration) noexcept {
+    Block& block = *declaration.block;
+    if (--block.m_declarations == 0) {
+        block.m_memory.release();
+        block.m_size = 0;
+    }
+}
+
+}  // namespace OpenWBEM::MOF
