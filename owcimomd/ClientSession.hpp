@@ -21,6 +21,7 @@ class ClientSession {
 public:
     ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
                   Conversation& conversation);
+    ~ClientSession() noexcept { m_conversation.end(this); }
     KJ_DISALLOW_COPY(ClientSession);
 
     /// Serves the client. Done when it has gone; fails when it sends what is no message.

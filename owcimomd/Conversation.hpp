@@ -19,6 +19,13 @@ public:
         return m_calls == LONG;
     }
 
+    /// To be told of a client's end, as the next one may have its address.
+    void end(const void* client) noexcept {
+        if (client == m_client) {
+            m_client = nullptr;
+        }
+    }
+
 private:
     static constexpr unsigned LONG = 4;
 
