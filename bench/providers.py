@@ -11,10 +11,10 @@ import sqlite3
 import subprocess
 import sys
 
-from ratios import Tree, fail, run
+from trees import Tree, fail, run
 
 PROVIDERS = 1000
-ROUNDS = 5
+ROUNDS = 3
 
 REGISTRATION = """instance of OpenWBEM_OOPProviderRegistration {{
     InstanceID = "sample:{name}"; Process = "/usr/lib/sample/provider"; Protocol = "owcpp1";
@@ -40,9 +40,9 @@ class Providers:
         run(self.tree.fennik("--register", "--name", "sample", "--username", "root"))
         run(self.tree.fennik("--register-namespace", "sample", "--name", "sample", "--username",
                              "root"))
-        self.saved = self.tree.prefix + ".saved"
-        shutil.rmtree(self.saved, ignore_errors=True)
-        shutil.copytree(self.tree.prefix, self.saved, symlinks=True)
+        self.copies = [self.tree.prefix + ".saved"]
+        shutil.rmtree(self.copies[0], ignore_errors=True)
+        shutil.copytree(self.tree.prefix, self.copies[0], symlinks=True)
 
     def write_texts(self):
         os.makedirs(self.texts)
@@ -61,8 +61,12 @@ class Providers:
             pass
 
     def reset(self):
-        shutil.rmtree(self.tree.prefix)
-        shutil.copytree(self.saved, self.tree.prefix, symlinks=True)
+        """What was used goes at the end only: ext4 takes long to create files for some seconds
+        after many were removed."""
+        self.copies.append(f"{self.tree.prefix}.{len(self.copies)}")
+        shutil.rmtree(self.copies[-1], ignore_errors=True)
+        os.rename(self.tree.prefix, self.copies[-1])
+        shutil.copytree(self.copies[0], self.tree.prefix, symlinks=True)
 
     def use(self, path):
         return run(self.tree.fennik("--register-providers", path, "--name", "sample"))[0]
@@ -120,7 +124,7 @@ class Providers:
         return [float(word) for word in done.stdout.split()]
 
     def remove(self):
-        for path in (self.tree.prefix, self.saved):
+        for path in (self.tree.prefix, *self.copies):
             shutil.rmtree(path)
 
 

@@ -13,9 +13,10 @@ import re
 import shutil
 import subprocess
 import sys
-import time
 
+import providers
 from state_rows import state_rows
+from trees import Tree, fail, run
 
 LOADS = 15
 LISTINGS = 100
@@ -23,53 +24,6 @@ PRODUCTS = 1000
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 SANDBOX_CANNOT_RUN_HERE = 77
 TOP_FILE = "cim_schema_2.41.0.mof"
-
-
-def fail(message):
-    sys.exit(f"ratios.py: {message}")
-
-
-def run(argv):
-    """Runs a program; gives back its seconds and its peak memory in bytes."""
-    output = os.open(os.devnull, os.O_WRONLY)
-    start = time.perf_counter()
-    pid = os.posix_spawn(argv[0], argv, os.environ,
-                         file_actions=[(os.POSIX_SPAWN_DUP2, output, 1)])
-    _, status, usage = os.wait4(pid, 0)
-    seconds = time.perf_counter() - start
-    os.close(output)
-    if status != 0:
-        fail(f"{' '.join(argv)} ended with wait status {status}")
-    return seconds, usage.ru_maxrss * 1024
-
-
-class Tree:
-    """A staged installation to measure in; its programs are those of the build."""
-
-    def __init__(self, build, name, schema):
-        self.prefix = os.path.join(build, "trees", name)
-        shutil.rmtree(self.prefix, ignore_errors=True)
-        os.makedirs(self.prefix)
-        self.programs = build
-        share = os.path.join(self.prefix, "opt/tarvo/kov/share")
-        os.makedirs(share)
-        os.symlink(schema, os.path.join(share, "openwbem"))
-        run([self.program("utilities/kov-setup/kov-setup"), "--dest-dir", self.prefix])
-
-    def program(self, path):
-        return os.path.join(self.programs, path)
-
-    def repository_size(self):
-        directory = os.path.join(self.prefix, "var/opt/tarvo/kov/openwbem/repository")
-        return os.path.getsize(os.path.join(directory, "repository.db"))
-
-    def fennik(self, *arguments):
-        return [self.program("fennik/cli/fennik"), "--kov-build-system-dest-dir", self.prefix,
-                *arguments]
-
-    def load(self, namespace, path):
-        return run([self.program("utilities/owmofc/owmofc"), "--dest-dir", self.prefix, "-n",
-                    namespace, path])
 
 
 def microbenchmarks(build):
@@ -227,6 +181,7 @@ def main():
         ("create 10000 instances, client / direct",
          f"{client:.0f} ms / {handle:.0f} ms", client / handle, 3.0, ""),
         *sandboxed_rows(build, tree, schema_dir),
+        *providers.rows(build, schema)[0],
     ]
     print(f"\n{'what':46} {'measured':24} {'result':>9} {'limit':>8}  verdict")
     met = True

@@ -136,7 +136,11 @@ ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistratio
 }
 
 StringArray ProviderRegistrationFacility::getRegisteredNamespaces() {
-    return listNamespaces(m_handle, m_productName);
+    // Each provider of a list asks, and no command that has providers changes the namespaces.
+    if (!m_namespaces) {
+        m_namespaces = listNamespaces(m_handle, m_productName);
+    }
+    return *m_namespaces;
 }
 
 }  // namespace KOVNS2

@@ -4,6 +4,8 @@
 // followed by its undo step on the caller's list, which the caller runs when an operation throws.
 #pragma once
 
+#include <optional>
+
 #include "fennik/provider/ProviderRegistration.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
 
@@ -114,6 +116,7 @@ private:
     String m_productName;
     String m_destDir;
     CleanupActions_t& m_cleanupActions;
+    std::optional<StringArray> m_namespaces;  ///< once they are known
     /// Removals that have to wait until all providers of the product are gone, since one provider's
     /// classes may use those of another.
     Array<boost::function<void()>> m_classesPutOff;
