@@ -21,7 +21,7 @@ public:
     /// The class of that name, built; null when nobody knows it.
     ClassEntry* find(std::string_view name);
     /// Builds the class unless it is built.
-    void require(ClassEntry& entry);
+    void require(ClassEntry& wanted);
     /// What a reference has to know of the class of that name: its superclass and the types of its
     /// keys; null when nobody knows the class. Builds no class, so that a default value may refer
     /// to the class that it stands in.
