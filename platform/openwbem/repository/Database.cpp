@@ -41,7 +41,7 @@ String fileIn(const String& directory) {
 // its size bounds the memory. Temporary tables are kept out of directories that others may write
 // to.
 constexpr const char* WRITING_PRAGMAS =
-    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-32768; PRAGMA temp_store=MEMORY;";
+    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192; PRAGMA temp_store=MEMORY;";
 
 }  // namespace
 
