@@ -219,8 +219,8 @@ TEST_F(ChangeReplayTest, TakesNothingButAWholeRecord) {
 TEST_F(ChangeReplayTest, TakesNothingButChangesOfRows) {
     for (const char* sql :
          {"", "SELECT n FROM t", "PRAGMA user_version=7", "CREATE TABLE u (n)", "DROP TABLE t",
-          "ATTACH DATABASE 'repository-attached' AS u", "VACUUM INTO 'repository-copy'",
-          "BEGIN", "COMMIT", "DELETE FROM t; DROP TABLE t", "DELETE FROM sqlite_master",
+          "ATTACH DATABASE 'repository-attached' AS u", "VACUUM INTO 'repository-copy'", "BEGIN",
+          "COMMIT", "DELETE FROM t; DROP TABLE t", "DELETE FROM sqlite_master",
           "INSERT INTO t (text) VALUES (load_extension('x'))",
           "INSERT INTO t (n) WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x FROM c) "
           "SELECT x FROM c"}) {
