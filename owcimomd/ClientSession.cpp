@@ -17,8 +17,6 @@ constexpr unsigned PORTION_STEPS = 64;
 constexpr size_t MAX_ENUMERATIONS = 256;
 /// Calls after which the other clients have their turn.
 constexpr unsigned CALLS_AT_ONCE = 4;
-/// Most answers are no larger than this.
-constexpr unsigned USUAL_ANSWER_WORDS = 128;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
@@ -80,11 +78,12 @@ kj::Promise<void> ClientSession::awaitCall() {
 }
 
 kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {
-    auto message = kj::heap<capnp::MallocMessageBuilder>(USUAL_ANSWER_WORDS);
+    m_conversation.note(this);
+    auto message = kj::heap<capnp::MallocMessageBuilder>(RpcLimits::USUAL_WORDS);
     if (!handle(call.getRoot<wire::Call>(), message->initRoot<wire::Answer>())) {
         return nullptr;
     }
-    if (message->sizeInWords() > USUAL_ANSWER_WORDS) {
+    if (message->sizeInWords() > RpcLimits::USUAL_WORDS) {
         auto writing = capnp::writeMessage(*m_stream, *message);
         return writing.attach(kj::mv(message));
     }

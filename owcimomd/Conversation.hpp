@@ -9,14 +9,17 @@ namespace OwCimomd {
 
 class Conversation {
 public:
-    /// Notes a call of the client; true when there has been none of another for a while.
-    bool isGoingOnWith(const void* client) noexcept {
+    /// To be told of every call.
+    void note(const void* client) noexcept {
         if (client != m_client) {
             m_client = client;
             m_calls = 0;
         }
         m_calls += m_calls < LONG ? 1 : 0;
-        return m_calls == LONG;
+    }
+    /// Whether the last calls were all this client's.
+    bool isGoingOnWith(const void* client) const noexcept {
+        return client == m_client && m_calls == LONG;
     }
 
     /// To be told of a client's end, as the next one may have its address.

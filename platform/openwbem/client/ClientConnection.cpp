@@ -6,6 +6,7 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/client/ClientSocket.hpp"
+#include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
 
@@ -13,9 +14,6 @@ using blocxx::Format;
 using blocxx::Timeout;
 
 namespace {
-
-/// Most calls are no larger than this.
-constexpr unsigned USUAL_WORDS = 128;
 
 void setText(const String& text, auto setter) {
     if (!text.empty()) {
@@ -84,7 +82,7 @@ public:
     ClientSocket& socket() noexcept { return m_socket; }
 
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
-        capnp::MallocMessageBuilder message(USUAL_WORDS);
+        capnp::MallocMessageBuilder message(RpcLimits::USUAL_WORDS);
         auto call = message.initRoot<wire::Call>();
         call.setId(m_lastId + 1);
         fill(call);

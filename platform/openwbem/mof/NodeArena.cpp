@@ -5,20 +5,12 @@
 
 namespace OpenWBEM::MOF {
 
-namespace {
-
-/// Small enough that hardly anything is kept for too long, large enough to be few.
-constexpr size_t BLOCK_BYTES = 32 << 10;
-
-}  // namespace
-
 NodeArena::NodeArena() : m_current(&m_blocks.emplace_back()) {}
 
-NodeArena::Block* NodeArena::endDeclaration(bool& isLastOfBlock) {
+NodeArena::Block* NodeArena::endDeclaration() {
     Block* const block = m_current;
     ++block->m_declarations;
-    isLastOfBlock = block->m_size >= BLOCK_BYTES;
-    if (isLastOfBlock) {
+    if (block->m_size >= BLOCK_BYTES) {
         m_current = &m_blocks.emplace_back();
     }
     return block;

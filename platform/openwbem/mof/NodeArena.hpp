@@ -15,6 +15,10 @@ struct Declaration;
 
 class NodeArena {
 public:
+    /// A block that holds as much gets no further declaration: small enough that hardly anything
+    /// is kept for too long, large enough to be few.
+    static constexpr size_t BLOCK_BYTES = 32 << 10;
+
     /// The contents of some declarations that follow each other.
     class Block {
         friend class NodeArena;
@@ -36,9 +40,9 @@ public:
     void* allocateForGood(size_t size, size_t alignment) {
         return m_lasting.allocate(size, alignment);
     }
-    /// The block that holds all that was allocated since the last declaration. True when the next
-    /// one's parts begin another block.
-    Block* endDeclaration(bool& isLastOfBlock);
+    /// The block that holds all that was allocated since the last declaration. The next one's parts
+    /// may be in another.
+    Block* endDeclaration();
     /// Whatever the declaration points to, but for its texts, is gone, or will be soon.
     static void release(const Declaration& declaration) noexcept;
 

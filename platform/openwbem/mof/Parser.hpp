@@ -23,11 +23,8 @@ public:
     Declaration* make(const Declaration& declaration) {
         auto* const made = new (m_arena.allocateForGood(sizeof(Declaration), alignof(Declaration)))
             Declaration(declaration);
-        bool isLastOfBlock = false;
-        made->block = m_arena.endDeclaration(isLastOfBlock);
-        if (isLastOfBlock) {
-            m_spare = nullptr;
-        }
+        made->block = m_arena.endDeclaration();
+        m_spare = nullptr;
         return made;
     }
     Literal* make(const Literal& literal) {
@@ -58,7 +55,7 @@ private:
     NodeArena& m_arena;
     List<Declaration> m_declarations{};
     Literal* m_null = nullptr;   ///< that of all assignments
-    Literal* m_spare = nullptr;  ///< made in the present block, and used by nothing
+    Literal* m_spare = nullptr;  ///< made for this declaration, and used by nothing
 };
 
 /// Parses `source`; the nodes live in `arena`. Throws CompileError.

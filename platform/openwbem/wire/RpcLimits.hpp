@@ -14,6 +14,9 @@ inline constexpr uint64_t MAX_WORDS = uint64_t(64) << 20U;
 /// The largest message from a client whose user may not connect: it only hears that it may not.
 inline constexpr uint64_t MAX_WORDS_STRANGER = 8192;
 
+/// Most calls and answers are no larger than this.
+inline constexpr unsigned USUAL_WORDS = 128;
+
 /// How deep pointers may go in a message: the calls are flat, the objects in them are messages of
 /// their own.
 inline constexpr int NESTING = 64;

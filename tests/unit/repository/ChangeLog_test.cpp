@@ -217,15 +217,18 @@ TEST_F(ChangeReplayTest, TakesNothingButAWholeRecord) {
 }
 
 TEST_F(ChangeReplayTest, TakesNothingButChangesOfRows) {
+    const TemporaryDirectory elsewhere;
+    const String attach = "ATTACH DATABASE '" + elsewhere.path() + "/attached' AS u";
+    const String vacuum = "VACUUM INTO '" + elsewhere.path() + "/copy'";
     for (const char* sql :
          {"", "SELECT n FROM t", "PRAGMA user_version=7", "CREATE TABLE u (n)", "DROP TABLE t",
-          "ATTACH DATABASE 'repository-attached' AS u", "VACUUM INTO 'repository-copy'", "BEGIN",
-          "COMMIT", "DELETE FROM t; DROP TABLE t", "DELETE FROM sqlite_master",
-          "INSERT INTO t (text) VALUES (load_extension('x'))",
+          attach.c_str(), vacuum.c_str(), "BEGIN", "COMMIT", "DELETE FROM t; DROP TABLE t",
+          "DELETE FROM sqlite_master", "INSERT INTO t (text) VALUES (load_extension('x'))",
           "INSERT INTO t (n) WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x FROM c) "
           "SELECT x FROM c"}) {
         EXPECT_NE(SQLITE_OK, apply(record(sql))) << sql;
     }
+    EXPECT_TRUE(fs::is_empty(elsewhere.path()));
     EXPECT_EQ(SQLITE_OK, apply(record("DELETE FROM t")));
 }
 
