@@ -41,7 +41,7 @@ String fileIn(const String& directory) {
 // its size bounds the memory. Temporary tables are kept out of directories that others may write
 // to.
 constexpr const char* WRITING_PRAGMAS =
-    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192; PRAGMA temp_store=MEMORY;";
+    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-32768; PRAGMA temp_store=MEMORY;";
 
 }  // namespace
 
@@ -197,8 +197,12 @@ void Database::rollBack(bool failed) noexcept {
     if (m_unit == Unit::OPEN) {
         m_rolledBackSinceAsked = true;
         if (sqlite3_get_autocommit(m_db) == 0) {
-            // Should this fail, the journal stays and the next reader rolls back.
             sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+        }
+        if (failed) {
+            // When pages had been written before the failure, the journal is still there, and the
+            // next reader rolls back. Being that reader leaves the directory as it was.
+            sqlite3_exec(m_db, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr);
         }
         // Served operations are not one another's undo steps: the next one starts afresh.
         const bool isLost = failed && m_use == RepositoryUse::UNIT_OF_WORK;

@@ -15,7 +15,10 @@ WriteOperation::WriteOperation(RepositoryStore& store)
     : m_store(store),
       m_void(!store.database.beginWrite()),
       m_changesBefore(store.database.changes()) {
-    store.refresh();
+    // Looking for others' changes reads the file, and a long undo list is all void.
+    if (!m_void) {
+        store.refresh();
+    }
 }
 
 WriteOperation::~WriteOperation() {

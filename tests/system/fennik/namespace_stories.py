@@ -185,10 +185,17 @@ class FailingNamespaces(NamespaceStory):
     def test_failing_sync(self):
         self.fail_in_turn("fdatasync:error=EIO")
 
-    def test_full_disk_in_the_middle_of_many_namespaces(self):
-        """More than the repository keeps in memory: the disk is full before there is a commit."""
-        many = [f"sample/n{number}" for number in range(500)]
-        for number in (1, 30, 100):
+    def test_full_disk_at_the_commit_of_many_namespaces(self):
+        """There is a long list to undo, but nothing left to do for it."""
+        self.fill_disk_while_registering(500, (1, 30, 100))
+
+    def test_full_disk_before_the_commit_of_many_namespaces(self):
+        """More than the repository keeps in memory."""
+        self.fill_disk_while_registering(3000, (400,))
+
+    def fill_disk_while_registering(self, count, failing_writes):
+        many = [f"sample/n{number}" for number in range(count)]
+        for number in failing_writes:
             result = self.failing(
                 [f"pwrite64:error=ENOSPC:when={number}"], *self.words(*many)
             )
