@@ -99,6 +99,8 @@ class Walk(StateStory):
         self.walk("openat", "EMFILE")
 
     def test_writing(self):
+        if b"__ubsan" in read(FENNIK):
+            self.skipTest("the sanitizer writes to pipes of its own and aborts when it cannot")
         self.walk("write", "ENOSPC")
 
     def test_writing_the_repository(self):

@@ -339,7 +339,13 @@ TEST_F(FewPlaces, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
     EXPECT_EQ(1u, daemon.connect()->enumClassNamesA("root", "").size());
     EXPECT_EQ(1u, refusalsInLog());
     TearDown();
-    EXPECT_EQ(0, pingAs(one));
+    // The daemon hears of a new client before it hears of the ends of two hundred old ones.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    int status = 1;
+    while (status != 0 && std::chrono::steady_clock::now() < limit) {
+        status = pingAs(one);
+    }
+    EXPECT_EQ(0, status);
 }
 
 TEST_F(Clients, ThatDieInTheMiddleTakeTheirEnumerationsWithThem) {
