@@ -136,10 +136,13 @@ ClassEntry* ClassBuilder::find(std::string_view name) {
 }
 
 void ClassBuilder::require(ClassEntry& wanted) {
-    // The classes that have to be built, each followed by its superclass.
+    // The classes that have to be built or placed, each followed by its superclass.
     Array<ClassEntry*> chain;
-    for (ClassEntry* entry = &wanted; entry != nullptr && entry->state != ClassEntry::BUILT;
-         entry = entry->super) {
+    for (ClassEntry* entry = &wanted; entry != nullptr && !entry->isPlaced; entry = entry->super) {
+        if (entry->state == ClassEntry::BUILT) {
+            chain.push_back(entry);
+            continue;
+        }
         const Declaration& declaration = *entry->declaration;
         if (entry->state == ClassEntry::BEING_BUILT) {
             if (std::find(chain.begin(), chain.end(), entry) != chain.end()) {
@@ -161,17 +164,34 @@ void ClassBuilder::require(ClassEntry& wanted) {
         }
     }
     for (size_t i = chain.size(); i > 0; --i) {
-        build(*chain[i - 1]);
+        ClassEntry& entry = *chain[i - 1];
+        if (entry.state != ClassEntry::BUILT) {
+            build(entry);
+        }
+        entry.isPlaced = true;
+        m_built.push_back(&entry);
     }
+}
+
+void ClassBuilder::requireEarly(std::string_view name) {
+    ClassEntry& entry = *m_scope.findDeclaredClass(name);
+    const Text& superClass = entry.declaration->superClass;
+    if (!superClass.empty()) {
+        entry.super = m_scope.findDeclaredClass(superClass.view());
+        if (entry.super == nullptr || entry.super->state != ClassEntry::BUILT) {
+            throw NotYetKnown{};
+        }
+    }
+    build(entry);
 }
 
 void ClassBuilder::build(ClassEntry& entry) {
     const CIMClass* superClass = entry.super != nullptr ? &entry.super->cls : nullptr;
-    entry.cls = derive(*entry.declaration, superClass);
-    NodeArena::release(*entry.declaration);
+    CIMClass cls = derive(*entry.declaration, superClass);
+    countFeatures(cls, *entry.declaration);
+    entry.cls = std::move(cls);
     entry.state = ClassEntry::BUILT;
-    countFeatures(entry.cls, *entry.declaration);
-    m_built.push_back(&entry);
+    NodeArena::release(*entry.declaration);
 }
 
 void ClassBuilder::countFeatures(const CIMClass& cls, const Declaration& declaration) {

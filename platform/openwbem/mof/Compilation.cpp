@@ -66,6 +66,32 @@ void Compilation::enter(const Declaration& declaration) {
     if (!declaration.alias.empty()) {
         declareAlias(declaration);
     }
+    buildEarly(declaration);
+}
+
+/// Builds what needs nothing that may follow, while its text and its syntax tree are in the cache,
+/// and so that the tree can go. An error is met again, and told, when everything has been read:
+/// what cannot be parsed is told before what has no meaning.
+void Compilation::buildEarly(const Declaration& declaration) {
+    if (m_hasFailed) {
+        return;
+    }
+    try {
+        if (declaration.kind == Declaration::QUALIFIER_TYPE) {
+            defineQualifierType(m_current->scope, declaration);
+        } else if (declaration.kind == Declaration::CLASS) {
+            m_current->classes.requireEarly(declaration.name.view());
+        }
+    } catch (const NotYetKnown&) {
+        return;
+    } catch (const CompileError&) {
+        m_hasFailed = true;
+    }
+}
+
+void Compilation::defineQualifierType(Scope& scope, const Declaration& declaration) {
+    scope.define(declaration, buildQualifierType(declaration, *this));
+    NodeArena::release(declaration);
 }
 
 void Compilation::declareAlias(const Declaration& declaration) {
@@ -147,15 +173,20 @@ void Compilation::enterNamespace(const String& name, const char* at) {
     }
     const auto kind = at != nullptr ? NamespaceMention::PRAGMA : NamespaceMention::START;
     m_current = &m_namespaces.emplace_back(name, m_handle, NamespaceMention{kind, at}, *this);
+    m_current->scope.beginReading();
     m_namespaceIndex.emplace(name, m_current);
 }
 
 Array<NamespaceContent> Compilation::build() {
+    for (Namespace& ns : m_namespaces) {
+        ns.scope.endReading();
+    }
     // All qualifier types first: a class of another namespace may be needed on the way.
     for (Namespace& ns : m_namespaces) {
         for (const Declaration* declaration : ns.scope.qualifierTypes()) {
-            ns.scope.define(*declaration, buildQualifierType(*declaration, *this));
-            NodeArena::release(*declaration);
+            if (!ns.scope.isDefined(*declaration)) {
+                defineQualifierType(ns.scope, *declaration);
+            }
         }
     }
     Array<NamespaceContent> contents;

@@ -48,6 +48,8 @@ private:
     void obey(const Declaration& pragma);
     void includeSource(const Declaration& pragma, const String& name);
     void enterNamespace(const String& name, const char* at);
+    void buildEarly(const Declaration& declaration);
+    void defineQualifierType(Scope& scope, const Declaration& declaration);
     void declareAlias(const Declaration& declaration);
     Array<NamespaceContent> build();
     NamespaceContent buildNamespace(Namespace& ns);
@@ -63,6 +65,7 @@ private:
 
     // References and embedded objects (Objects.cpp)
     CIMObjectPath resolveReference(const Literal& literal, const String& className) override;
+    void requireWholeText() const;
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
     Namespace* homeOf(const CIMObjectPath& path);
     Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
@@ -86,6 +89,7 @@ private:
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;
     size_t m_includedBytes = 0;
+    bool m_hasFailed = false;   ///< in building early
     unsigned m_depth = 0;       ///< of embedded objects in each other
     unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
 };

@@ -35,6 +35,7 @@ private:
 }  // namespace
 
 CIMObjectPath Compilation::resolveReference(const Literal& literal, const String& className) {
+    requireWholeText();
     CIMObjectPath path;
     try {
         if (literal.kind == Literal::ALIAS) {
@@ -51,6 +52,12 @@ CIMObjectPath Compilation::resolveReference(const Literal& literal, const String
     }
     checkReferenceClass(path, className, literal.text.data);
     return path;
+}
+
+void Compilation::requireWholeText() const {
+    if (m_current->scope.isReading()) {
+        throw NotYetKnown{};
+    }
 }
 
 /// The namespace of this text that the path leads into; null for one elsewhere.
@@ -215,6 +222,7 @@ CIMObjectPath Compilation::pathOf(Alias& alias) {
 }
 
 CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& embedding) {
+    requireWholeText();
     if (m_depth >= DEEPEST_OBJECT) {
         throw CompileError{literal.text.data, "too many objects embedded in each other"};
     }

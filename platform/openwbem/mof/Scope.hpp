@@ -22,6 +22,7 @@ struct ClassEntry {
     const Declaration* declaration = nullptr;  ///< null for one of the handle's
     ClassEntry* super = nullptr;               ///< once it is built and declared in the text
     State state = DECLARED;
+    bool isPlaced = false;            ///< in the order of ClassBuilder::built, or the handle's
     CIMClass cls;                     ///< derived, once it is built
     std::optional<CIMClass> outline;  ///< see ClassBuilder::outline
     std::optional<NameIndex<CIMProperty>> properties;
@@ -37,6 +38,9 @@ struct NamespaceMention {
     const char* at = nullptr;  ///< of a PRAGMA
 };
 
+/// Thrown, while the text is being read, by what depends on the rest of it.
+struct NotYetKnown {};
+
 class Scope {
 public:
     /// `handle` may be null. A namespace that the handle does not have, or does not let the caller
@@ -48,6 +52,12 @@ public:
     const String& nameSpace() const noexcept { return m_nameSpace; }
     const NamespaceMention& mention() const noexcept { return m_mention; }
 
+    /// While a text is being read, what it has not declared so far may follow: nothing is looked
+    /// for behind it then.
+    void beginReading() noexcept { m_isReading = true; }
+    void endReading() noexcept { m_isReading = false; }
+    bool isReading() const noexcept { return m_isReading; }
+
     /// Enters what a text declares. Throws CompileError for what is declared already.
     void declare(const Declaration& declaration);
     const std::deque<const Declaration*>& qualifierTypes() const { return m_qualifierTypeOrder; }
@@ -55,10 +65,13 @@ public:
     const std::deque<const Declaration*>& instances() const { return m_instances; }
 
     void define(const Declaration& declaration, CIMQualifierType qualifierType);
-    /// The qualifier type of that name, or null. It stays where it is.
+    bool isDefined(const Declaration& qualifierType) const;
+    /// The qualifier type of that name, or null. It stays where it is. Throws NotYetKnown.
     const CIMQualifierType* findQualifierType(std::string_view name);
     /// The class of that name, or null; not necessarily built.
     ClassEntry* findClass(std::string_view name);
+    /// The class of that name, when the text has declared it.
+    ClassEntry* findDeclaredClass(std::string_view name) const;
 
 private:
     struct QualifierEntry {
@@ -79,6 +92,7 @@ private:
     String m_nameSpace;
     CIMOMHandleIFCRef m_handle;
     NamespaceMention m_mention;
+    bool m_isReading = false;
     FoldedMap<QualifierEntry> m_qualifierTypes;
     std::array<Recent, 64> m_recent;
     FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there

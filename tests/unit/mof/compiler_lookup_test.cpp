@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Where names are looked up, and in which order results come.
+#include <algorithm>
+#include <numeric>
+#include <random>
+#include <set>
+
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "tests/unit/mof/Compiled.hpp"
 #include "tests/unit/mof/FakeHandle.hpp"
@@ -72,6 +77,78 @@ TEST(MofLookupTest, TheTextGoesBeforeTheHandle) {
     EXPECT_NE(compiled.cls("Sub").getProperty("fresh"), nullptr);
     EXPECT_EQ(compiled.cls("Sub").getProperty("old"), nullptr);
     EXPECT_TRUE(handle->asked.empty());
+}
+
+TEST(MofLookupTest, TheTextGoesBeforeTheHandleAlsoWhereItFollows) {
+    const HandleRef handle = handleWith("class Base { [Key] uint8 k; uint8 old; };");
+    const Compiled compiled =
+        compileText("[Description(1)] class Sub : Base {}; class Base { [Key] string fresh; };" +
+                        String("Qualifier Description : uint8, Scope(any);"
+                               "Qualifier Key : boolean = false, Scope(property);"),
+                    handle);
+    EXPECT_NE(compiled.cls("Sub").getProperty("fresh"), nullptr);
+    EXPECT_EQ(compiled.cls("Sub").getProperty("old"), nullptr);
+    EXPECT_EQ(compiled.cls("Sub").getQualifier("Description")->getValue(), CIMValue(uint8_t{1}));
+    EXPECT_TRUE(handle->asked.empty());
+}
+
+/// Declarations that depend on each other in each way that there is.
+const Array<String> DECLARATIONS = {
+    "Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride);",
+    "Qualifier Mark : string[], Scope(any);",
+    "Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride);",
+    "Qualifier EmbeddedInstance : string = null, Scope(property);",
+    "class Top { [Key] uint8 k; [Mark { \"a\", \"b\" }] string text = \"top\"; };",
+    "[Mark { \"c\" }] class Middle : Top { string text = \"middle\"; };",
+    "class Bottom : Middle { uint8 Work([Mark {}] uint8 p); };",
+    "class Holder { [EmbeddedInstance(\"Bottom\")] string held = "
+    "\"instance of Bottom { k = 1; };\"; };",
+    "[Association] class Link { [Key] Top REF one = \"Bottom.k=1\"; [Key] Holder REF other; };",
+    "instance of Bottom as $B { k = 7; };",
+};
+
+TEST(MofLookupTest, TheOrderOfTheTextDoesNotMatter) {
+    const auto rendered = [](const Array<size_t>& order) {
+        String text;
+        for (const size_t place : order) {
+            text += DECLARATIONS[place];
+        }
+        const Compiled compiled = compileText(text);
+        std::set<String> objects;
+        for (const CIMQualifierType& type : compiled.qualifierTypes) {
+            objects.insert(toMOF(type));
+        }
+        for (const CIMClass& cls : compiled.classes) {
+            objects.insert(toMOF(cls));
+        }
+        for (const CIMInstance& instance : compiled.instances) {
+            objects.insert(toMOF(instance));
+        }
+        return objects;
+    };
+    Array<size_t> order(DECLARATIONS.size());
+    std::iota(order.begin(), order.end(), 0);
+    const std::set<String> straight = rendered(order);
+    EXPECT_EQ(DECLARATIONS.size(), straight.size());
+    std::reverse(order.begin(), order.end());
+    EXPECT_EQ(straight, rendered(order));
+    std::mt19937 random(11);  // NOLINT(cert-msc51-cpp): the same orders each time
+    for (int i = 0; i < 200; ++i) {
+        std::shuffle(order.begin(), order.end(), random);
+        ASSERT_EQ(straight, rendered(order)) << i;
+    }
+}
+
+TEST(MofLookupTest, WhatCannotBeParsedIsToldFirstAndThenTheFirstMistake) {
+    EXPECT_NE(failureOf("class A { uint8 x = 300; }; class B { uint8 }; ").find("after 'uint8'"),
+              String::npos);
+    EXPECT_NE(failureOf("class A { uint8 x = 300; }; class B { uint8 y = 301; };").find("300"),
+              String::npos);
+    EXPECT_NE(failureOf("class A : Missing {}; class B { uint8 y = 301; };").find("Missing"),
+              String::npos);
+    EXPECT_NE(
+        failureOf("class B { uint8 y = 301; }; Qualifier Q : uint8 = 302, Scope(any);").find("302"),
+        String::npos);
 }
 
 TEST(MofLookupTest, AbsenceIsAnErrorInTheTextAndOtherFailuresPass) {
