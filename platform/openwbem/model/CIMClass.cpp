@@ -3,6 +3,8 @@
 // Classes: their shared representation, look-ups, comparison, and the copies cut down for callers.
 #include "openwbem/model/CIMClass.hpp"
 
+#include <algorithm>
+
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/ModelSupport.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
@@ -18,6 +20,15 @@ struct CIMClass::Rep : CowRep<Rep> {
     CIMPropertyArray properties;
     CIMMethodArray methods;
 };
+
+namespace {
+
+/// A class as declared does not mark its keys yet; there the qualifier tells.
+bool isKeyOfClass(const CIMProperty& property) noexcept {
+    return property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key");
+}
+
+}  // namespace
 
 OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMClass)
 
@@ -80,11 +91,15 @@ const CIMMethod* CIMClass::getMethod(std::string_view name) const noexcept {
     return ModelSupport::findNamed(getMethods(), name);
 }
 
+bool CIMClass::hasKeys() const noexcept {
+    const CIMPropertyArray& properties = getProperties();
+    return std::any_of(properties.begin(), properties.end(), isKeyOfClass);
+}
+
 CIMPropertyArray CIMClass::getKeys() const {
     CIMPropertyArray keys;
     for (const CIMProperty& property : getProperties()) {
-        // A class as declared is not marked yet; there the qualifier tells.
-        if (property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key")) {
+        if (isKeyOfClass(property)) {
             keys.push_back(property);
             keys.back().setKey(true);
         }
@@ -96,9 +111,8 @@ CIMInstance CIMClass::newInstance() const {
     CIMPropertyArray properties;
     properties.reserve(getProperties().size());
     for (const CIMProperty& property : getProperties()) {
-        const bool key = property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key");
         properties.push_back(ModelSupport::withoutQualifiers(property));
-        properties.back().setKey(key);
+        properties.back().setKey(isKeyOfClass(property));
     }
     return CIMInstance(getName()).setProperties(std::move(properties));
 }

@@ -39,6 +39,7 @@ public:
     bool isAbstract() const noexcept { return hasTrueQualifier(getQualifiers(), "Abstract"); }
     /// The properties that make up the key, in class order.
     CIMPropertyArray getKeys() const;
+    bool hasKeys() const noexcept;
 
     /// An instance with every property of the class, its default or null, without qualifiers.
     CIMInstance newInstance() const;

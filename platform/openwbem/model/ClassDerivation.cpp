@@ -269,7 +269,7 @@ void checkClass(const CIMClass& cls, const CIMClass* superClass) {
                    String(Format("an association cannot be derived from %1, which is none",
                                  superClass->getName())));
     }
-    const bool keysAreFixed = superClass != nullptr && !superClass->getKeys().empty();
+    const bool keysAreFixed = superClass != nullptr && superClass->hasKeys();
     for (const CIMProperty& property : cls.getProperties()) {
         if (property.isPropagated()) {
             continue;

@@ -3,6 +3,7 @@
 // UTF-8: validation, with a quick way through ASCII text, and conversion of single code points.
 #include "openwbem/model/Utf8.hpp"
 
+#include <array>
 #include <cstring>
 
 namespace OpenWBEM::Utf8 {
@@ -15,16 +16,27 @@ unsigned char byteAt(std::string_view text, size_t offset) noexcept {
     return static_cast<unsigned char>(text[offset]);
 }
 
-/// The length of the ASCII text from `offset` on.
-size_t skipAscii(std::string_view text, size_t offset) noexcept {
-    while (text.size() - offset >= sizeof(uint64_t)) {
-        uint64_t block = 0;
-        std::memcpy(&block, text.data() + offset, sizeof block);
-        if ((block & HIGH_BITS) != 0) {
+/// Goes on to the first block of `Words` words with a byte that is not ASCII, or to the rest.
+template <size_t Words>
+size_t skipAsciiBlocks(std::string_view text, size_t offset) noexcept {
+    std::array<uint64_t, Words> block;
+    while (text.size() - offset >= sizeof block) {
+        std::memcpy(block.data(), text.data() + offset, sizeof block);
+        uint64_t all = 0;
+        for (const uint64_t word : block) {
+            all |= word;
+        }
+        if ((all & HIGH_BITS) != 0) {
             break;
         }
         offset += sizeof block;
     }
+    return offset;
+}
+
+/// The end of the ASCII text that begins at `offset`.
+size_t skipAscii(std::string_view text, size_t offset) noexcept {
+    offset = skipAsciiBlocks<1>(text, skipAsciiBlocks<8>(text, offset));
     while (offset < text.size() && byteAt(text, offset) < 0x80) {
         ++offset;
     }

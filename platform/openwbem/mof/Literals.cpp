@@ -154,13 +154,20 @@ IntegerLiteral readInteger(std::string_view token) noexcept {
 }
 
 String readString(const Text& token) {
+    const std::string_view contents(token.data + 1, token.size - 2);
+    if (contents.find('\\') == std::string_view::npos) {
+        return String(contents);
+    }
     String out;
-    out.reserve(token.size);
+    out.reserve(contents.size());
     appendString(out, token);
     return out;
 }
 
 String readString(const Literal& literal) {
+    if (literal.more.empty()) {
+        return readString(literal.text);
+    }
     size_t size = literal.text.size - 2;
     for (const Word& piece : literal.more) {
         size += piece.text.size - 2;
