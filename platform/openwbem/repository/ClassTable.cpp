@@ -20,6 +20,11 @@ constexpr size_t MAX_KNOWN = 4000;
 }  // namespace
 
 void ClassTable::forget() noexcept {
+    forgetDerived();
+    m_uses.forget();
+}
+
+void ClassTable::forgetDerived() noexcept {
     m_known.clear();
     m_supers.clear();
 }
@@ -130,14 +135,6 @@ bool ClassTable::isA(int64_t id, int64_t ancestor) {
     return id == ancestor;
 }
 
-void ClassTable::forEachDeclared(int64_t ns, const std::function<void(const CIMClass&)>& visit) {
-    Statement query(m_database, "SELECT body FROM class WHERE ns=?");
-    query.bind(ns);
-    while (query.step()) {
-        visit(StoredForm::cls(query.blob(0)));
-    }
-}
-
 CIMClass ClassTable::derive(const CIMClass& declared, const CIMClass* super,
                             const QualifierTypeLookup& qualifierTypes) {
     try {
@@ -163,6 +160,7 @@ bool ClassTable::insert(int64_t ns, const CIMClass& derived, int64_t super) {
         id = m_database.lastInserted();
     }
     insertReferences(ns, id, derived);
+    m_uses.noteChange(ns, name);
     remember(ns, name, {id, super, derived});
     return true;
 }
@@ -194,13 +192,15 @@ void ClassTable::replace(int64_t ns, int64_t id, const CIMClass& derived, int64_
         .run();
     Statement(m_database, "DELETE FROM class_reference WHERE class=?").bind(id).run();
     insertReferences(ns, id, derived);
-    forget();
+    m_uses.noteChange(ns, toLower(derived.getName()));
+    forgetDerived();
 }
 
-void ClassTable::remove(int64_t ns, int64_t id) {
-    Statement(m_database, "DELETE FROM class_reference WHERE class=?").bind(id).run();
-    Statement(m_database, "DELETE FROM class WHERE id=? AND ns=?").bind(id).bind(ns).run();
-    forget();
+void ClassTable::remove(int64_t ns, const StoredClass& cls) {
+    Statement(m_database, "DELETE FROM class_reference WHERE class=?").bind(cls.id).run();
+    Statement(m_database, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
+    m_uses.noteChange(ns, toLower(cls.cls.getName()));
+    forgetDerived();
 }
 
 Array<std::pair<ClassName, String>> ClassTable::declaringReferencesTo(int64_t ns,

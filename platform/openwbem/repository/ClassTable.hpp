@@ -4,7 +4,6 @@
 // kept, within a bound, as their subclasses need them again and again.
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
@@ -12,6 +11,7 @@
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/QualifierTable.hpp"
+#include "openwbem/repository/QualifierUses.hpp"
 
 namespace OpenWBEM {
 
@@ -29,7 +29,7 @@ struct ClassName {
 class ClassTable {
 public:
     ClassTable(Database& database, QualifierTable& qualifiers)
-        : m_database(database), m_qualifiers(qualifiers) {}
+        : m_database(database), m_qualifiers(qualifiers), m_uses(database) {}
 
     std::optional<StoredClass> find(int64_t ns, std::string_view name);
     /// Throws CIMException of `code` when there is no such class.
@@ -41,8 +41,11 @@ public:
     Array<ClassName> descendants(int64_t ns, const ClassName& top);
     /// Whether the class is `ancestor` or below it.
     bool isA(int64_t id, int64_t ancestor);
-    /// Each class of the namespace as declared.
-    void forEachDeclared(int64_t ns, const std::function<void(const CIMClass&)>& visit);
+    /// The name of a class of the namespace that uses the qualifier as declared; empty when none
+    /// does.
+    String findUser(int64_t ns, std::string_view qualifier) {
+        return m_uses.findUser(ns, qualifier);
+    }
 
     /// Derives, turning what is wrong with the declaration into its CIMException.
     CIMClass derive(const CIMClass& declared, const CIMClass* super,
@@ -50,7 +53,7 @@ public:
     /// False when a class of that name exists.
     [[nodiscard]] bool insert(int64_t ns, const CIMClass& derived, int64_t super);
     void replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super);
-    void remove(int64_t ns, int64_t id);
+    void remove(int64_t ns, const StoredClass& cls);
 
     /// The classes that declare a reference to the class of that name, with the reference's name.
     Array<std::pair<ClassName, String>> declaringReferencesTo(int64_t ns, std::string_view name);
@@ -73,9 +76,11 @@ private:
     const StoredClass& remember(int64_t ns, const String& name, StoredClass stored);
     void insertReferences(int64_t ns, int64_t id, const CIMClass& derived);
     int64_t superOf(int64_t id);
+    void forgetDerived() noexcept;
 
     Database& m_database;
     QualifierTable& m_qualifiers;
+    QualifierUses m_uses;
     std::unordered_map<Key, StoredClass, KeyHash> m_known;
     std::unordered_map<int64_t, int64_t> m_supers;
 };

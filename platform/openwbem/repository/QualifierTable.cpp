@@ -21,6 +21,19 @@ void QualifierTable::Types::put(CIMQualifierType type) {
     m_types.push_back(std::move(type));
 }
 
+void QualifierTable::Types::remove(std::string_view name) {
+    const auto place = m_places.find(name);
+    if (place == m_places.end()) {
+        return;
+    }
+    const size_t removed = place->second;
+    m_types.erase(m_types.begin() + static_cast<ptrdiff_t>(removed));
+    m_places.erase(place);
+    for (auto& [other, at] : m_places) {
+        at -= at > removed ? 1 : 0;
+    }
+}
+
 const CIMQualifierType* QualifierTable::Types::find(std::string_view name) const {
     const auto place = m_places.find(name);
     return place == m_places.end() ? nullptr : &m_types[place->second];
@@ -54,20 +67,22 @@ void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
                      "INSERT INTO qualifier_type (ns, name, body) VALUES (?, ?, ?) "
                      "ON CONFLICT (ns, name) DO UPDATE SET body=excluded.body");
     insert.bind(ns).bind(name).bindBlob(body).run();
-    keep(ns, type);
+    if (Types* const types = known(ns)) {
+        types->put(type);
+    }
 }
 
 // Read again for each of the many types that a new namespace gets, they would cost their square.
-void QualifierTable::keep(int64_t ns, const CIMQualifierType& type) {
-    const auto known = m_known.find(ns);
-    if (known == m_known.end()) {
-        return;
+QualifierTable::Types* QualifierTable::known(int64_t ns) {
+    const auto found = m_known.find(ns);
+    if (found == m_known.end()) {
+        return nullptr;
     }
-    if (known->second.use_count() > 1) {
+    if (found->second.use_count() > 1) {
         // Whoever holds the types has them as they were.
-        known->second = std::make_shared<Types>(*known->second);
+        found->second = std::make_shared<Types>(*found->second);
     }
-    known->second->put(type);
+    return found->second.get();
 }
 
 void QualifierTable::remove(int64_t ns, const String& name) {
@@ -76,7 +91,9 @@ void QualifierTable::remove(int64_t ns, const String& name) {
         .bind(ns)
         .bind(lower)
         .run();
-    m_known.erase(ns);
+    if (Types* const types = known(ns)) {
+        types->remove(name);
+    }
 }
 
 }  // namespace OpenWBEM

@@ -23,6 +23,7 @@ public:
     public:
         /// Replaces the type of that name, or appends it.
         void put(CIMQualifierType type);
+        void remove(std::string_view name);
         const CIMQualifierType* find(std::string_view name) const;
         const Array<CIMQualifierType>& all() const noexcept { return m_types; }
 
@@ -42,8 +43,9 @@ public:
     void forget() noexcept { m_known.clear(); }
 
 private:
-    /// Brings the known types of the namespace in line with one that was written.
-    void keep(int64_t ns, const CIMQualifierType& type);
+    /// The types of the namespace, to be brought in line with what was written; null when they
+    /// are not known.
+    Types* known(int64_t ns);
 
     Database& m_database;
     std::unordered_map<int64_t, std::shared_ptr<Types>> m_known;

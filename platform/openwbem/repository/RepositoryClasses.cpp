@@ -103,7 +103,7 @@ void RepositoryCIMOMHandle::deleteClass(const String& ns, const String& classNam
     if (store.instances.hasInstances(found.id)) {
         OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES, Format("the class %1 has instances", className));
     }
-    store.classes.remove(nsId, found.id);
+    store.classes.remove(nsId, found);
     operation.done();
 }
 

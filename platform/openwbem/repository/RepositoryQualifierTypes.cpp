@@ -14,35 +14,6 @@ using blocxx::Format;
 
 namespace {
 
-bool has(const CIMQualifierArray& qualifiers, std::string_view name) {
-    return findQualifier(qualifiers, name) != nullptr;
-}
-
-bool usesQualifier(const CIMClass& cls, std::string_view name) {
-    bool used = has(cls.getQualifiers(), name);
-    for (const CIMProperty& property : cls.getProperties()) {
-        used = used || has(property.getQualifiers(), name);
-    }
-    for (const CIMMethod& method : cls.getMethods()) {
-        used = used || has(method.getQualifiers(), name);
-        for (const CIMParameter& parameter : method.getParameters()) {
-            used = used || has(parameter.getQualifiers(), name);
-        }
-    }
-    return used;
-}
-
-/// The name of a class of the namespace that uses the qualifier; empty when none does.
-String findUser(RepositoryStore& store, int64_t ns, std::string_view qualifier) {
-    String user;
-    store.classes.forEachDeclared(ns, [&](const CIMClass& declared) {
-        if (user.empty() && usesQualifier(declared, qualifier)) {
-            user = declared.getName();
-        }
-    });
-    return user;
-}
-
 void checkQualifierType(const CIMQualifierType& type) {
     if (!isIdentifier(type.getName())) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER,
@@ -97,7 +68,7 @@ void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType
     if (old == nullptr || *old == type) {
         return;
     }
-    const String user = findUser(store, ns, type.getName());
+    const String user = store.classes.findUser(ns, type.getName());
     if (!user.empty() && !leavesClassesAsTheyAre(store, ns, type)) {
         refuseInUse("replaced by that one", type.getName(), user);
     }
@@ -139,7 +110,7 @@ void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& 
     if (store.qualifiers.types(nsId)->find(name) == nullptr) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
     }
-    if (const String user = findUser(store, nsId, name); !user.empty()) {
+    if (const String user = store.classes.findUser(nsId, name); !user.empty()) {
         refuseInUse("deleted", name, user);
     }
     store.qualifiers.remove(nsId, name);

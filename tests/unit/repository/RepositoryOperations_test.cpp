@@ -192,6 +192,43 @@ TEST_F(RepositoryOperations, AQualifierTypeInUseMayOnlyChangeWithoutEffect) {
     EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "Description"); }));
 }
 
+TEST_F(RepositoryOperations, AQualifierTypeCanBeDeletedOnceNoClassUsesIt) {
+    handle.setQualifierType("test", qualifierType("Mark", T::STRING, CIMScope::ANY));
+    handle.setQualifierType("test", qualifierType("Spare", T::STRING, CIMScope::ANY));
+    const CIMQualifier mark("MARK", CIMValue("m"));
+    CIMParameter parameter("P", T::UINT8);
+    parameter.setQualifiers({mark});
+    CIMMethod onMethod("M", T::UINT8);
+    onMethod.setQualifiers({mark});
+    CIMMethod onParameter("M", T::UINT8);
+    onParameter.setParameters({parameter});
+    CIMProperty onProperty = property("X", T::UINT8);
+    onProperty.setQualifiers({mark});
+    const auto refusal = [&] {
+        String message;
+        EXPECT_EQ(1, statusOf([&] { handle.deleteQualifierType("test", "Mark"); }, &message));
+        return message.substr(message.rfind("class "));
+    };
+    handle.createClass("test", makeClass("Zebra", "", {onProperty}));
+    EXPECT_EQ("class Zebra uses it", refusal());
+    handle.createClass("test", makeClass("Ape", "", {}).setMethods({onParameter}));
+    EXPECT_EQ("class Ape uses it", refusal());
+    handle.modifyClass("test", makeClass("Ape", "", {}).setMethods({onMethod}));
+    EXPECT_EQ("class Ape uses it", refusal());
+    handle.modifyClass("test", makeClass("Ape", "", {}).setQualifiers({mark}));
+    EXPECT_EQ("class Ape uses it", refusal());
+    EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "Spare"); }));
+    handle.modifyClass("test", makeClass("Ape", "", {}));
+    EXPECT_EQ("class Zebra uses it", refusal());
+    handle.deleteClass("test", "zebra");
+    EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "mark"); }));
+    EXPECT_EQ(6, statusOf([&] { handle.getQualifierType("test", "Mark"); }));
+    EXPECT_EQ(0, statusOf([&] { handle.getQualifierType("test", "Key"); }));
+    // One of that name that was deleted before counts no more than its classes do.
+    handle.setQualifierType("test", qualifierType("Mark", T::UINT8, CIMScope::ANY));
+    EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "Mark"); }));
+}
+
 TEST_F(RepositoryOperations, ReceiversMayChangeWhatIsBeingEnumerated) {
     for (uint32_t i = 0; i < 600; ++i) {
         handle.createInstance("test", car(i));

@@ -69,6 +69,25 @@ TEST_F(UnitOfWork, GivesOthersTheClassesThatItCommits) {
     EXPECT_EQ(student(*opened), student(second));
 }
 
+TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
+    prepare();
+    Opened first(m_directory.path());
+    const auto mark = qualifierType("Mark", CIMDataType::STRING, CIMScope::ANY);
+    first->setQualifierType("test", mark);
+    first->commit();
+    first->setQualifierType("test", qualifierType("Mark", CIMDataType::UINT8, CIMScope::ANY));
+    first->setQualifierType("test", mark);  // all users of it are known by now
+    first->commit();
+    {
+        Opened second(m_directory.path());
+        second->createClass("test", makeClass("Other", "", {}, {{"Mark", CIMValue("m")}}));
+        second->commit();
+    }
+    EXPECT_EQ(1, statusOf([&] { first->deleteQualifierType("test", "Mark"); }));
+    first->deleteClass("test", "Other");
+    first->deleteQualifierType("test", "Mark");
+}
+
 TEST_F(UnitOfWork, IsInvisibleToOthersUntilItIsCommitted) {
     prepare();
     Opened first(m_directory.path());

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/QualifierUses.hpp"
+
+#include "openwbem/repository/Statement.hpp"
+#include "openwbem/repository/StoredForm.hpp"
+
+namespace OpenWBEM {
+
+namespace {
+
+constexpr size_t MAX_KNOWN = 50;
+
+void collect(const CIMQualifierArray& qualifiers, std::set<String>& names) {
+    for (const CIMQualifier& qualifier : qualifiers) {
+        names.insert(blocxx::toLower(qualifier.getName()));
+    }
+}
+
+std::set<String> qualifiersOf(const CIMClass& cls) {
+    std::set<String> names;
+    collect(cls.getQualifiers(), names);
+    for (const CIMProperty& property : cls.getProperties()) {
+        collect(property.getQualifiers(), names);
+    }
+    for (const CIMMethod& method : cls.getMethods()) {
+        collect(method.getQualifiers(), names);
+        for (const CIMParameter& parameter : method.getParameters()) {
+            collect(parameter.getQualifiers(), names);
+        }
+    }
+    return names;
+}
+
+}  // namespace
+
+String QualifierUses::findUser(int64_t ns, std::string_view qualifier) {
+    const Uses& uses = of(ns);
+    const auto found = uses.users.find(qualifier);
+    if (found == uses.users.end() || found->second.empty()) {
+        return {};
+    }
+    Statement query(m_database, "SELECT spelling FROM class WHERE ns=? AND name=?");
+    const String& first = *found->second.begin();
+    return query.bind(ns).bind(first).step() ? String(query.text(0)) : first;
+}
+
+void QualifierUses::noteChange(int64_t ns, const String& className) {
+    if (const auto known = m_known.find(ns); known != m_known.end()) {
+        known->second.changed.insert(className);
+    }
+}
+
+QualifierUses::Uses& QualifierUses::of(int64_t ns) {
+    const auto known = m_known.find(ns);
+    if (known != m_known.end()) {
+        Uses& uses = known->second;
+        while (!uses.changed.empty()) {
+            readAgain(ns, *uses.changed.begin(), uses);
+            uses.changed.erase(uses.changed.begin());
+        }
+        return uses;
+    }
+    if (m_known.size() >= MAX_KNOWN) {
+        m_known.clear();
+    }
+    Uses read;
+    readAll(ns, read);
+    return m_known.emplace(ns, std::move(read)).first->second;
+}
+
+void QualifierUses::readAll(int64_t ns, Uses& uses) {
+    Statement query(m_database, "SELECT name, body FROM class WHERE ns=?");
+    query.bind(ns);
+    while (query.step()) {
+        const String name(query.text(0));
+        add(name, StoredForm::cls(query.blob(1)), uses);
+    }
+}
+
+void QualifierUses::readAgain(int64_t ns, const String& className, Uses& uses) {
+    remove(className, uses);
+    Statement query(m_database, "SELECT body FROM class WHERE ns=? AND name=?");
+    if (query.bind(ns).bind(className).step()) {
+        add(className, StoredForm::cls(query.blob(0)), uses);
+    }
+}
+
+void QualifierUses::add(const String& className, const CIMClass& declared, Uses& uses) {
+    StringArray& own = uses.qualifiers[className];
+    for (const String& qualifier : qualifiersOf(declared)) {
+        uses.users[qualifier].insert(className);
+        own.push_back(qualifier);
+    }
+}
+
+void QualifierUses::remove(const String& className, Uses& uses) {
+    const auto known = uses.qualifiers.find(className);
+    if (known == uses.qualifiers.end()) {
+        return;
+    }
+    for (const String& qualifier : known->second) {
+        const auto users = uses.users.find(qualifier);
+        users->second.erase(className);
+        if (users->second.empty()) {
+            uses.users.erase(users);
+        }
+    }
+    uses.qualifiers.erase(known);
+}
+
+}  // namespace OpenWBEM

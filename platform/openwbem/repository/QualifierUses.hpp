@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Which classes use which qualifiers. To find out, all classes of a namespace have to be read, so
+// what was found is kept, and classes that have changed since are read again.
+#pragma once
+
+#include <set>
+#include <unordered_map>
+
+#include "openwbem/model/CIMClass.hpp"
+#include "openwbem/model/FoldedMap.hpp"
+#include "openwbem/repository/Database.hpp"
+
+namespace OpenWBEM {
+
+class QualifierUses {
+public:
+    explicit QualifierUses(Database& database) : m_database(database) {}
+
+    /// The name of the first class of the namespace that has the qualifier as declared, on itself
+    /// or on any of its features; empty when none has.
+    String findUser(int64_t ns, std::string_view qualifier);
+
+    /// To be told of each class that is created, changed or deleted, by its name in lower case.
+    void noteChange(int64_t ns, const String& className);
+    void forget() noexcept { m_known.clear(); }
+
+private:
+    /// Of a namespace; classes by their names in lower case.
+    struct Uses {
+        FoldedMap<std::set<String>> users;
+        std::unordered_map<String, StringArray> qualifiers;
+        std::set<String> changed;
+    };
+    Uses& of(int64_t ns);
+    void readAll(int64_t ns, Uses& uses);
+    void readAgain(int64_t ns, const String& className, Uses& uses);
+    static void add(const String& className, const CIMClass& declared, Uses& uses);
+    static void remove(const String& className, Uses& uses);
+
+    Database& m_database;
+    std::unordered_map<int64_t, Uses> m_known;
+};
+
+}  // namespace OpenWBEM
