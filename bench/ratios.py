@@ -15,6 +15,7 @@ import subprocess
 import sys
 
 import providers
+import table
 from state_rows import state_rows
 from trees import Tree, fail, run
 
@@ -183,17 +184,8 @@ def main():
         *sandboxed_rows(build, tree, schema_dir),
         *providers.rows(build, schema)[0],
     ]
-    print(f"\n{'what':46} {'measured':24} {'result':>9} {'limit':>8}  verdict")
-    met = True
-    for what, measured, value, limit, unit in rows:
-        result = f"{what:46} {measured:24} {value:>6.2f}{unit or '   '}"
-        if limit is None:
-            print(f"{result}         -  for comparison")
-            continue
-        verdict = "ok" if value <= limit else "MISSED"
-        met = met and value <= limit
-        print(f"{result} {limit:>5.1f}{unit or '   '}  {verdict}")
-    return 0 if met else 1
+    print()
+    return 0 if table.show(rows) else 1
 
 
 if __name__ == "__main__":
