@@ -101,6 +101,10 @@ size_t repeatableLength(const Qualifier& qualifier) {
     return length <= LONGEST_REPEATED ? length : 0;
 }
 
+size_t featureCount(const CIMClass& cls) {
+    return cls.getProperties().size() + cls.getMethods().size();
+}
+
 template <class Node>
 size_t countOf(const List<Node>& list) {
     size_t count = 0;
@@ -168,6 +172,7 @@ void ClassBuilder::require(ClassEntry& wanted) {
         if (entry.state != ClassEntry::BUILT) {
             build(entry);
         }
+        countFeatures(entry.cls, *entry.declaration);
         entry.isPlaced = true;
         m_built.push_back(&entry);
     }
@@ -182,20 +187,23 @@ void ClassBuilder::requireEarly(std::string_view name) {
             throw NotYetKnown{};
         }
     }
+    // Too many of them are told where the text's order comes to them.
+    if (m_earlyFeatureCount > MOST_FEATURES) {
+        throw NotYetKnown{};
+    }
     build(entry);
+    m_earlyFeatureCount += featureCount(entry.cls);
 }
 
 void ClassBuilder::build(ClassEntry& entry) {
     const CIMClass* superClass = entry.super != nullptr ? &entry.super->cls : nullptr;
-    CIMClass cls = derive(*entry.declaration, superClass);
-    countFeatures(cls, *entry.declaration);
-    entry.cls = std::move(cls);
+    entry.cls = derive(*entry.declaration, superClass);
     entry.state = ClassEntry::BUILT;
     NodeArena::release(*entry.declaration);
 }
 
 void ClassBuilder::countFeatures(const CIMClass& cls, const Declaration& declaration) {
-    m_featureCount += cls.getProperties().size() + cls.getMethods().size();
+    m_featureCount += featureCount(cls);
     if (m_featureCount > MOST_FEATURES) {
         throw CompileError{declaration.name.data,
                            String(Format("the classes have more than %1 features together, those "

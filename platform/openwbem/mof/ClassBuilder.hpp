@@ -20,7 +20,7 @@ public:
 
     /// The class of that name, built; null when nobody knows it.
     ClassEntry* find(std::string_view name);
-    /// Builds the class unless it is built.
+    /// Builds the class unless it is built, and places it behind what it needed.
     void require(ClassEntry& wanted);
     /// Builds a class that was declared just now, when nothing that may follow can matter to it;
     /// throws NotYetKnown when something does.
@@ -37,7 +37,7 @@ public:
     /// are known: true where they are not. Neither has to be built.
     bool isWithin(std::string_view name, std::string_view className);
 
-    /// The text's classes that are built, superclasses first.
+    /// The text's classes that were required, superclasses first.
     const Array<const ClassEntry*>& built() const noexcept { return m_built; }
 
 private:
@@ -62,7 +62,8 @@ private:
     /// Qualifiers that were met before, by their text: most are the same few.
     std::unordered_map<String, CIMQualifier, TextHash, std::equal_to<>> m_repeated;
     Array<const ClassEntry*> m_built;
-    size_t m_featureCount = 0;
+    size_t m_featureCount = 0;  ///< of the classes that are placed, and of outlines
+    size_t m_earlyFeatureCount = 0;
 };
 
 /// What the qualifiers of an element declared as a string say that it holds.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One run of the compiler: reads a text with everything that it includes, then builds what was
-// declared, namespace by namespace: qualifier types, classes, instances.
+// One run of the compiler: reads a text with everything that it includes, building what depends on
+// nothing that may follow, then builds the rest and puts everything in order, namespace by
+// namespace: qualifier types, classes, instances.
 #pragma once
 
 #include <deque>

@@ -5,7 +5,6 @@
 // when it has been built, block by block.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <list>
 #include <memory_resource>
@@ -23,8 +22,8 @@ public:
     /// The contents of some declarations that follow each other.
     class Block {
         friend class NodeArena;
-        alignas(std::max_align_t) std::array<std::byte, BLOCK_BYTES> m_first;
-        std::pmr::monotonic_buffer_resource m_memory{m_first.data(), m_first.size()};
+        /// With room for the declaration that fills it.
+        std::pmr::monotonic_buffer_resource m_memory{BLOCK_BYTES + BLOCK_BYTES / 4};
         size_t m_size = 0;
         size_t m_declarations = 0;  ///< that are not released
     };

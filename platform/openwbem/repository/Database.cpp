@@ -37,11 +37,11 @@ String fileIn(const String& directory) {
 }
 
 // EXTRA syncs the directory when the journal goes, so that a commit is permanent when it returns.
-// The cache is large enough for what one run writes, so that pages are written once, at the end;
+// The cache is large enough for what most runs write, so that pages are written once, at the end;
 // its size bounds the memory. Temporary tables are kept out of directories that others may write
 // to.
 constexpr const char* WRITING_PRAGMAS =
-    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-32768; PRAGMA temp_store=MEMORY;";
+    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192; PRAGMA temp_store=MEMORY;";
 
 }  // namespace
 
@@ -200,8 +200,8 @@ void Database::rollBack(bool failed) noexcept {
             sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
         }
         if (failed) {
-            // When pages had been written before the failure, the journal is still there, and the
-            // next reader rolls back. Being that reader leaves the directory as it was.
+            // When pages had been written before, a failed write may leave the journal, from which
+            // the next reader rolls back. Being that reader leaves the directory as it was.
             sqlite3_exec(m_db, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr);
         }
         // Served operations are not one another's undo steps: the next one starts afresh.

@@ -33,7 +33,8 @@ public:
     /// Starts the unit of work unless it has been. False when it was rolled back by a failure: then
     /// there is nothing to write to, and the caller does nothing.
     [[nodiscard]] bool beginWrite();
-    bool isRolledBack() const noexcept { return m_unit == Unit::ROLLED_BACK; }
+    /// Whether hasChangedElsewhere() will tell of a unit of work that was rolled back.
+    bool wasRolledBackSinceAsked() const noexcept { return m_rolledBackSinceAsked; }
     bool inUnit() const noexcept { return m_unit == Unit::OPEN; }
     bool isServed() const noexcept { return m_use == RepositoryUse::SERVED; }
     /// Makes the unit of work permanent. Throws CIMException FAILED, and again at each further

@@ -8,7 +8,7 @@ namespace OpenWBEM {
 
 namespace {
 
-constexpr size_t MAX_KNOWN = 50;
+constexpr size_t MAX_KNOWN = 8;
 
 void collect(const CIMQualifierArray& qualifiers, std::set<String>& names) {
     for (const CIMQualifier& qualifier : qualifiers) {
@@ -46,7 +46,12 @@ String QualifierUses::findUser(int64_t ns, std::string_view qualifier) {
 
 void QualifierUses::noteChange(int64_t ns, const String& className) {
     if (const auto known = m_known.find(ns); known != m_known.end()) {
-        known->second.changed.insert(className);
+        Uses& uses = known->second;
+        uses.changed.insert(className);
+        if (uses.changed.size() > uses.qualifiers.size()) {
+            // Reading all of them anew is no more work, and a daemon that nobody asks lives long.
+            m_known.erase(known);
+        }
     }
 }
 

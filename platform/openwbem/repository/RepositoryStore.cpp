@@ -16,7 +16,7 @@ WriteOperation::WriteOperation(RepositoryStore& store)
       m_void(!store.database.beginWrite()),
       m_changesBefore(store.database.changes()) {
     // Looking for others' changes reads the file, and a long undo list is all void.
-    if (!m_void) {
+    if (!m_void || store.database.wasRolledBackSinceAsked()) {
         store.refresh();
     }
 }

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory_resource>
 #include <set>
+#include <vector>
 
 #include "openwbem/mof/SyntaxTree.hpp"
 
@@ -48,6 +50,48 @@ TEST(NodeArena, ABlockThatWasReleasedIsUsedAgainWhileItIsTheLast) {
         NodeArena::release(declaration);
     }
     EXPECT_EQ(1u, blocks.size());
+}
+
+/// Counts what is taken from the heap and not given back.
+class CountedHeap : public std::pmr::memory_resource {
+public:
+    CountedHeap() : m_before(std::pmr::set_default_resource(this)) {}
+    ~CountedHeap() override { std::pmr::set_default_resource(m_before); }
+    CountedHeap(const CountedHeap&) = delete;
+    CountedHeap& operator=(const CountedHeap&) = delete;
+    size_t bytes() const { return m_bytes; }
+
+private:
+    void* do_allocate(size_t size, size_t alignment) override {
+        m_bytes += size;
+        return m_before->allocate(size, alignment);
+    }
+    void do_deallocate(void* place, size_t size, size_t alignment) override {
+        m_bytes -= size;
+        m_before->deallocate(place, size, alignment);
+    }
+    bool do_is_equal(const memory_resource& other) const noexcept override {
+        return this == &other;
+    }
+
+    std::pmr::memory_resource* m_before;
+    size_t m_bytes = 0;
+};
+
+TEST(NodeArena, WhatIsReleasedIsGivenBack) {
+    const CountedHeap heap;
+    NodeArena arena;
+    std::vector<Declaration> declarations;
+    for (int i = 0; i < 1000; ++i) {
+        declarations.push_back(declare(arena, 7));
+    }
+    const size_t all = heap.bytes();
+    EXPECT_LE(1000 * 7 * PART, all);
+    EXPECT_GE(2 * 1000 * 7 * PART, all) << "blocks are not much larger than what they hold";
+    for (const Declaration& declaration : declarations) {
+        NodeArena::release(declaration);
+    }
+    EXPECT_EQ(0u, heap.bytes());
 }
 
 TEST(NodeArena, WhatIsForGoodStays) {

@@ -130,6 +130,10 @@ TEST(MofHostileTest, FeaturesCannotBeMultipliedWithoutEnd) {
         text += "class C" + std::to_string(i) + ":Top{};";
     }
     EXPECT_NE(failureOf(text).find("features together"), String::npos);
+    // What is built while the rest is read does not come before the mistakes that precede it.
+    EXPECT_NE(
+        failureOf("class First : Last { uint8 x = 300; };" + text + "class Last {};").find("300"),
+        String::npos);
 }
 
 TEST(MofHostileTest, ObjectsInObjectsEndInOneError) {
