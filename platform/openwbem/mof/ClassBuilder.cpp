@@ -179,17 +179,20 @@ void ClassBuilder::require(ClassEntry& wanted) {
 }
 
 void ClassBuilder::requireEarly(std::string_view name) {
+    if (m_scope.qualifierTypes().empty()) {
+        return;  // a text that leaves them to the handle
+    }
     ClassEntry& entry = *m_scope.findDeclaredClass(name);
     const Text& superClass = entry.declaration->superClass;
     if (!superClass.empty()) {
         entry.super = m_scope.findDeclaredClass(superClass.view());
         if (entry.super == nullptr || entry.super->state != ClassEntry::BUILT) {
-            throw NotYetKnown{};
+            return;
         }
     }
     // Too many of them are told where the text's order comes to them.
     if (m_earlyFeatureCount > MOST_FEATURES) {
-        throw NotYetKnown{};
+        return;
     }
     build(entry);
     m_earlyFeatureCount += featureCount(entry.cls);

@@ -22,8 +22,8 @@ public:
     ClassEntry* find(std::string_view name);
     /// Builds the class unless it is built, and places it behind what it needed.
     void require(ClassEntry& wanted);
-    /// Builds a class that was declared just now, when nothing that may follow can matter to it;
-    /// throws NotYetKnown when something does.
+    /// Builds a class that was declared just now, when nothing that may follow can matter to it.
+    /// Where that shows late it throws NotYetKnown.
     void requireEarly(std::string_view name);
     /// What a reference has to know of the class of that name: its superclass and the types of its
     /// keys; null when nobody knows the class. Builds no class, so that a default value may refer

@@ -18,6 +18,9 @@ constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
 // A large file that is included again and again would otherwise take memory out of proportion.
 constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
+// A text that misses more than that among what it declares most likely misses it everywhere, and
+// trying costs more than it gains.
+constexpr unsigned MOST_EARLY_MISSES = 20;
 // Each takes a few thousand bytes, its pragma only two dozen.
 constexpr size_t MOST_NAMESPACES = 10'000;
 
@@ -73,7 +76,7 @@ void Compilation::enter(const Declaration& declaration) {
 /// and so that the tree can go. An error is met again, and told, when everything has been read:
 /// what cannot be parsed is told before what has no meaning.
 void Compilation::buildEarly(const Declaration& declaration) {
-    if (m_hasFailed) {
+    if (m_earlyMisses >= MOST_EARLY_MISSES) {
         return;
     }
     try {
@@ -83,9 +86,9 @@ void Compilation::buildEarly(const Declaration& declaration) {
             m_current->classes.requireEarly(declaration.name.view());
         }
     } catch (const NotYetKnown&) {
-        return;
+        ++m_earlyMisses;
     } catch (const CompileError&) {
-        m_hasFailed = true;
+        m_earlyMisses = MOST_EARLY_MISSES;
     }
 }
 

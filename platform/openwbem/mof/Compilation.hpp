@@ -90,7 +90,7 @@ private:
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;
     size_t m_includedBytes = 0;
-    bool m_hasFailed = false;   ///< in building early
+    unsigned m_earlyMisses = 0;
     unsigned m_depth = 0;       ///< of embedded objects in each other
     unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
 };
