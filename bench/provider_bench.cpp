@@ -58,8 +58,8 @@ struct Texts {
     StringArray privileges;
 };
 
-/// A directory for the `number`th run of something. Nothing is removed before the end: after that,
-/// ext4 takes long to create files for some seconds.
+/// A directory for the `number`th run of something. Nothing is removed before the end: for a minute
+/// after that, ext4 takes long to create files.
 fs::path scratch(const fs::path& parent, const char* purpose, int number) {
     fs::path directory = parent / "scratch" / (purpose + std::to_string(number));
     fs::create_directories(directory);

@@ -67,8 +67,7 @@ class Providers:
             pass
 
     def reset(self):
-        """What was used goes at the end only: ext4 takes long to create files for some seconds
-        after many were removed."""
+        """What was used goes at the end only (see RECENTLY_REMOVED)."""
         self.put_aside()
         shutil.copytree(self.copies[0], self.tree.prefix, symlinks=True)
 

@@ -178,15 +178,14 @@ void ClassBuilder::require(ClassEntry& wanted) {
     }
 }
 
-void ClassBuilder::requireEarly(std::string_view name) {
+void ClassBuilder::buildEarly(ClassEntry& declared) {
     if (m_scope.qualifierTypes().empty()) {
         return;  // a text that leaves them to the handle
     }
-    ClassEntry& entry = *m_scope.findDeclaredClass(name);
-    const Text& superClass = entry.declaration->superClass;
+    const Text& superClass = declared.declaration->superClass;
     if (!superClass.empty()) {
-        entry.super = m_scope.findDeclaredClass(superClass.view());
-        if (entry.super == nullptr || entry.super->state != ClassEntry::BUILT) {
+        declared.super = m_scope.findDeclaredClass(superClass.view());
+        if (declared.super == nullptr || declared.super->state != ClassEntry::BUILT) {
             return;
         }
     }
@@ -194,8 +193,8 @@ void ClassBuilder::requireEarly(std::string_view name) {
     if (m_earlyFeatureCount > MOST_FEATURES) {
         return;
     }
-    build(entry);
-    m_earlyFeatureCount += featureCount(entry.cls);
+    build(declared);
+    m_earlyFeatureCount += featureCount(declared.cls);
 }
 
 void ClassBuilder::build(ClassEntry& entry) {

@@ -24,7 +24,7 @@ public:
     void require(ClassEntry& wanted);
     /// Builds a class that was declared just now, when nothing that may follow can matter to it.
     /// Where that shows late it throws NotYetKnown.
-    void requireEarly(std::string_view name);
+    void buildEarly(ClassEntry& declared);
     /// What a reference has to know of the class of that name: its superclass and the types of its
     /// keys; null when nobody knows the class. Builds no class, so that a default value may refer
     /// to the class that it stands in.

@@ -18,8 +18,8 @@ constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
 // A large file that is included again and again would otherwise take memory out of proportion.
 constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
-// A text that misses more than that among what it declares most likely misses it everywhere, and
-// trying costs more than it gains.
+// A text that has needed so often what it has not declared, such as the qualifier types that the
+// handle has, most likely goes on so, and then trying costs more than it gains.
 constexpr unsigned MOST_EARLY_MISSES = 20;
 // Each takes a few thousand bytes, its pragma only two dozen.
 constexpr size_t MOST_NAMESPACES = 10'000;
@@ -83,7 +83,7 @@ void Compilation::buildEarly(const Declaration& declaration) {
         if (declaration.kind == Declaration::QUALIFIER_TYPE) {
             defineQualifierType(m_current->scope, declaration);
         } else if (declaration.kind == Declaration::CLASS) {
-            m_current->classes.requireEarly(declaration.name.view());
+            m_current->classes.buildEarly(*m_current->scope.classes().back());
         }
     } catch (const NotYetKnown&) {
         ++m_earlyMisses;

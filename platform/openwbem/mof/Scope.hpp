@@ -20,7 +20,7 @@ namespace OpenWBEM::MOF {
 struct ClassEntry {
     enum State : uint8_t { DECLARED, BEING_BUILT, BUILT };
     const Declaration* declaration = nullptr;  ///< null for one of the handle's
-    ClassEntry* super = nullptr;               ///< of a built one that the text declares
+    ClassEntry* super = nullptr;               ///< null until it has been looked for
     State state = DECLARED;
     bool isPlaced = false;            ///< in the order of ClassBuilder::built, or the handle's
     CIMClass cls;                     ///< derived, once it is built

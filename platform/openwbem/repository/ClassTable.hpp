@@ -43,7 +43,7 @@ public:
     bool isA(int64_t id, int64_t ancestor);
     /// The name of a class of the namespace that uses the qualifier as declared; empty when none
     /// does.
-    String findUser(int64_t ns, std::string_view qualifier) {
+    String findQualifierUser(int64_t ns, std::string_view qualifier) {
         return m_uses.findUser(ns, qualifier);
     }
 

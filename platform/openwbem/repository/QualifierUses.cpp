@@ -8,6 +8,7 @@ namespace OpenWBEM {
 
 namespace {
 
+/// Namespaces: what is known of each takes memory in proportion to its classes.
 constexpr size_t MAX_KNOWN = 8;
 
 void collect(const CIMQualifierArray& qualifiers, std::set<String>& names) {
@@ -36,12 +37,7 @@ std::set<String> qualifiersOf(const CIMClass& cls) {
 String QualifierUses::findUser(int64_t ns, std::string_view qualifier) {
     const Uses& uses = of(ns);
     const auto found = uses.users.find(qualifier);
-    if (found == uses.users.end() || found->second.empty()) {
-        return {};
-    }
-    Statement query(m_database, "SELECT spelling FROM class WHERE ns=? AND name=?");
-    const String& first = *found->second.begin();
-    return query.bind(ns).bind(first).step() ? String(query.text(0)) : first;
+    return found == uses.users.end() ? String() : found->second.begin()->second;
 }
 
 void QualifierUses::noteChange(int64_t ns, const String& className) {
@@ -93,7 +89,7 @@ void QualifierUses::readAgain(int64_t ns, const String& className, Uses& uses) {
 void QualifierUses::add(const String& className, const CIMClass& declared, Uses& uses) {
     StringArray& own = uses.qualifiers[className];
     for (const String& qualifier : qualifiersOf(declared)) {
-        uses.users[qualifier].insert(className);
+        uses.users[qualifier].emplace(className, declared.getName());
         own.push_back(qualifier);
     }
 }

@@ -4,6 +4,7 @@
 // what was found is kept, and classes that have changed since are read again.
 #pragma once
 
+#include <map>
 #include <set>
 #include <unordered_map>
 
@@ -26,9 +27,9 @@ public:
     void forget() noexcept { m_known.clear(); }
 
 private:
-    /// Of a namespace; classes by their names in lower case.
+    /// Of a namespace; classes by their names in lower case, with their spelling.
     struct Uses {
-        FoldedMap<std::set<String>> users;
+        FoldedMap<std::map<String, String>> users;
         std::unordered_map<String, StringArray> qualifiers;
         std::set<String> changed;
     };

@@ -92,7 +92,7 @@ void checkCanHaveInstances(const CIMClass& cls) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER,
                            Format("class %1 is abstract and has no instances", cls.getName()));
     }
-    if (cls.getKeys().empty()) {
+    if (!cls.hasKeys()) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("class %1 has no key, so its instances could "
                                                      "not be told apart",
                                                      cls.getName()));

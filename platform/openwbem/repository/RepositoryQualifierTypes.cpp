@@ -68,7 +68,7 @@ void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType
     if (old == nullptr || *old == type) {
         return;
     }
-    const String user = store.classes.findUser(ns, type.getName());
+    const String user = store.classes.findQualifierUser(ns, type.getName());
     if (!user.empty() && !leavesClassesAsTheyAre(store, ns, type)) {
         refuseInUse("replaced by that one", type.getName(), user);
     }
@@ -110,7 +110,7 @@ void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& 
     if (store.qualifiers.types(nsId)->find(name) == nullptr) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
     }
-    if (const String user = store.classes.findUser(nsId, name); !user.empty()) {
+    if (const String user = store.classes.findQualifierUser(nsId, name); !user.empty()) {
         refuseInUse("deleted", name, user);
     }
     store.qualifiers.remove(nsId, name);

@@ -186,11 +186,12 @@ class FailingNamespaces(NamespaceStory):
         self.fail_in_turn("fdatasync:error=EIO")
 
     def test_full_disk_at_the_commit_of_many_namespaces(self):
-        """There is a long list to undo, but nothing left to do for it."""
+        """At the journal's writes first, then at the commit's, when the list of what to undo is long
+        and there is nothing left to do for it."""
         self.fill_disk_while_registering(500, (1, 30, 100))
 
     def test_full_disk_before_the_commit_of_many_namespaces(self):
-        """More than the repository keeps in memory."""
+        """They are more than the repository keeps in memory."""
         self.fill_disk_while_registering(3000, (400,))
 
     def fill_disk_while_registering(self, count, failing_writes):
