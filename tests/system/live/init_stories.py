@@ -18,6 +18,11 @@ SOMEBODY_ELSE = (
 # A daemon that hears nothing. Patience is short, so that nobody waits for it long.
 STOPPED_PROCESS = f"kill -STOP $(cat {PID_FILE})"
 IMPATIENT = "OWCIMOMD_PATIENCE=1"
+# Ends when the process has gone: until then it holds the lock on its pid file.
+KILLED = (
+    f"killed=$(cat {PID_FILE}); kill -9 $killed;"
+    "while kill -0 $killed 2>/dev/null; do sleep 0.05; done"
+)
 
 
 class Init(LiveStory):
@@ -97,11 +102,11 @@ class Init(LiveStory):
 
     def test_killed_daemon_leaves_a_pid_file_that_is_no_obstacle(self):
         self.assert_steps(
-            (f"{self.init('start')}; kill -9 $(cat {PID_FILE}); sleep 0.5", 0, STARTED),
+            (f"{self.init('start')}; {KILLED}", 0, STARTED),
             (self.init("status"), 1, STALE),
             (self.init("start"), 0, STARTED),
             (self.init("status"), 0, RUNS),
-            (f"kill -9 $(cat {PID_FILE}); sleep 0.5", 0, ""),
+            (KILLED, 0, ""),
             (self.init("stop"), 0, NOT_RUNNING),
             (self.init("status"), 3, NOT_RUNNING),
         )
@@ -135,7 +140,7 @@ class Init(LiveStory):
         out = self.shell(
             f"{self.init('start')} >/dev/null; {STOPPED_PROCESS}; old=$(cat {PID_FILE});"
             f"{self.init('stop', 'OWCIMOMD_PATIENCE=3')} & script=$!; sleep 1; kill -STOP $script;"
-            f"kill -9 $old; {self.AS} {DAEMON}; new=$(cat {PID_FILE}); kill -CONT $script;"
+            f"{KILLED}; {self.AS} {DAEMON}; new=$(cat {PID_FILE}); kill -CONT $script;"
             f"wait $script; echo $?; sleep 0.5; test $new != $old && kill -0 $new && {DAEMON} --ping"
         )
         self.assertEqual(out, "owcimomd was stopped\n0\n")
@@ -145,7 +150,7 @@ class Init(LiveStory):
             (f"{self.init('start')}; {STOPPED_PROCESS}", 0, STARTED),
             (self.init("start", IMPATIENT), 1,
              r"owcimomd runs already \(process \d+\) but does not answer"),
-            (f"kill -9 $(cat {PID_FILE})", 0, ""),
+            (KILLED, 0, ""),
         )
 
     def test_configuration_that_cannot_be_read(self):

@@ -39,12 +39,12 @@ class Walk(StateStory):
         os.chown(SAVED, owner.st_uid, owner.st_gid)
         shutil.copytree(SETTINGS, PLAY + "/settings", symlinks=True)
         self.before = self.everything()
-        self.failures = 0
 
     def walk(self, call, error):
         """Fails each of the tool's own calls of that name in turn; each run fails or is complete."""
         self.need_strace()
         number = 1
+        failures = 0
         while True:
             self.put_back()
             result = self.with_calls(f"{call}:error={error}:when={number}",
@@ -56,11 +56,11 @@ class Walk(StateStory):
                 if result.status == 0:
                     self.assert_complete()
                 else:
-                    self.failures += 1
+                    failures += 1
                     self.assert_as_documented(result)
             number += 1
-        self.assertGreater(self.failures, 0)
-        print(f"{call}: {self.failures} injected failures of {number - 1} calls")
+        self.assertGreater(failures, 0)
+        print(f"{call}: {failures} injected failures of {number - 1} calls")
 
     def assert_as_documented(self, result):
         after = self.everything()
