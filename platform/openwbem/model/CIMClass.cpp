@@ -19,6 +19,26 @@ struct CIMClass::Rep : CowRep<Rep> {
     CIMQualifierArray qualifiers;
     CIMPropertyArray properties;
     CIMMethodArray methods;
+    mutable Memo<uint64_t> id;   ///< of this content; 0 until somebody wants to know
+    Memo<uint64_t> derivedFrom;  ///< the superclass's, 0 when that is not known
+
+    void forgetMemo() noexcept {
+        id.value = 0;
+        derivedFrom.value = 0;
+    }
+    uint64_t getId() const noexcept {
+        static uint64_t last = ID_OF_NO_CLASS;
+        if (id.value == 0) {
+            id.value = ++last;
+        }
+        return id.value;
+    }
+    /// Of a superclass, or its absence.
+    static uint64_t idOf(const CIMClass* cls) noexcept {
+        return cls != nullptr && cls->m_rep ? cls->m_rep->getId() : ID_OF_NO_CLASS;
+    }
+
+    static constexpr uint64_t ID_OF_NO_CLASS = 1;
 };
 
 namespace {
@@ -130,6 +150,14 @@ CIMClass CIMClass::filter(bool localOnly, bool includeQualifiers, bool includeCl
     rep.properties = cut.properties(getProperties());
     rep.methods = cut.methods(getMethods());
     return result;
+}
+
+void CIMClass::noteDerivedFrom(const CIMClass* superClass) {
+    m_rep.write().derivedFrom.value = Rep::idOf(superClass);
+}
+
+bool CIMClass::isKnownDerivedFrom(const CIMClass* superClass) const noexcept {
+    return m_rep && m_rep->derivedFrom.value == Rep::idOf(superClass);
 }
 
 bool operator==(const CIMClass& a, const CIMClass& b) {

@@ -50,6 +50,12 @@ public:
     CIMClass filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
                     const StringArray* propertyList = nullptr) const;
 
+    /// For ClassDerivation: notes, until this class is changed, that it is what derivation from
+    /// `superClass` (null at the top) gives; and tells whether it is, from that very class as it is
+    /// now. False when nothing is known of it.
+    void noteDerivedFrom(const CIMClass* superClass);
+    bool isKnownDerivedFrom(const CIMClass* superClass) const noexcept;
+
     explicit operator bool() const noexcept;
     /// Names without regard to case; superclass, qualifiers, properties and methods in any order.
     friend bool operator==(const CIMClass& a, const CIMClass& b);

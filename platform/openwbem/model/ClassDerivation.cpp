@@ -126,16 +126,18 @@ void checkPropertyType(const CIMProperty& declared, const CIMProperty* above,
     }
 }
 
+uint8_t scopeOf(const CIMProperty& property) noexcept {
+    return property.getDataType().isReference() ? CIMScope::REFERENCE : CIMScope::PROPERTY;
+}
+
 CIMProperty declareProperty(const CIMProperty& declared, const CIMProperty* above,
                             std::string_view className, const QualifierTypeLookup& types,
                             NullDefaults nullDefaults) {
     const DerivationPlace place{className, declared.getName()};
     checkPropertyType(declared, above, place);
     checkOverrideTarget(declared, above, place);
-    const uint8_t scope =
-        declared.getDataType().isReference() ? CIMScope::REFERENCE : CIMScope::PROPERTY;
     CIMProperty property = declared;
-    deriveQualifiers(property, above, scope, place, types);
+    deriveQualifiers(property, above, scopeOf(declared), place, types);
     if (nullDefaults == NullDefaults::INHERIT && above != nullptr && property.getValue().isNull() &&
         !above->getValue().isNull()) {
         property.setValue(above->getValue());
@@ -303,6 +305,31 @@ void refuseSharedNames(const CIMPropertyArray& properties, const CIMMethodArray&
     }
 }
 
+/// What a derivation found right stays so, except that other qualifiers may be declared now.
+void checkAgainstTypes(const CIMClass& derived, const CIMClass* superClass,
+                       const QualifierTypeLookup& types) {
+    const String& name = derived.getName();
+    checkAgainstTypes(derived.getQualifiers(), classScope(derived.getQualifiers(), superClass),
+                      DerivationPlace{name}, types);
+    for (const CIMProperty& property : derived.getProperties()) {
+        if (!property.isPropagated()) {
+            checkAgainstTypes(property.getQualifiers(), scopeOf(property),
+                              DerivationPlace{name, property.getName()}, types);
+        }
+    }
+    for (const CIMMethod& method : derived.getMethods()) {
+        if (method.isPropagated()) {
+            continue;
+        }
+        checkAgainstTypes(method.getQualifiers(), CIMScope::METHOD,
+                          DerivationPlace{name, method.getName()}, types);
+        for (const CIMParameter& parameter : method.getParameters()) {
+            checkAgainstTypes(parameter.getQualifiers(), CIMScope::PARAMETER,
+                              DerivationPlace{name, method.getName(), parameter.getName()}, types);
+        }
+    }
+}
+
 template <class Feature>
 Array<Feature> localFeatures(const Array<Feature>& features) {
     Array<Feature> local;
@@ -316,6 +343,10 @@ Array<Feature> localFeatures(const Array<Feature>& features) {
 
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                      const QualifierTypeLookup& qualifierTypes, NullDefaults nullDefaults) {
+    if (nullDefaults == NullDefaults::KEEP && declared.isKnownDerivedFrom(superClass)) {
+        checkAgainstTypes(declared, superClass, qualifierTypes);
+        return declared;
+    }
     const String& name = declared.getName();
     const DerivationPlace place{name};
     const CIMPropertyArray ownProperties = localFeatures(declared.getProperties());
@@ -348,6 +379,7 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
     // compared above.
     refuseSharedNames(ownProperties, result.getMethods(), name);
     refuseSharedNames(result.getProperties(), ownMethods, name);
+    result.noteDerivedFrom(superClass);
     return result;
 }
 

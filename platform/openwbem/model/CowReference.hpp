@@ -22,7 +22,7 @@ public:
     Memo(const Memo& /*other*/) noexcept {}
     Memo& operator=(const Memo&) = delete;
 
-    T value;
+    T value{};
 };
 
 /// A handle with value semantics on a Rep that derives from CowRep<Rep>.

@@ -147,11 +147,18 @@ bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* ab
            (above == nullptr || std::none_of(above->begin(), above->end(), isPassedDown));
 }
 
+void checkAgainstTypes(const CIMQualifierArray& qualifiers, uint8_t scope,
+                       const DerivationPlace& place, const QualifierTypeLookup& types) {
+    for (const CIMQualifier& qualifier : qualifiers) {
+        if (!qualifier.isPropagated()) {
+            checkAgainstType(qualifier, scope, place, types);
+        }
+    }
+}
+
 void checkQualifiers(const CIMQualifierArray& own, uint8_t scope, const DerivationPlace& place,
                      const QualifierTypeLookup& types) {
-    for (const CIMQualifier& qualifier : own) {
-        checkAgainstType(qualifier, scope, place, types);
-    }
+    checkAgainstTypes(own, scope, place, types);
     refuseRepeated(own, place);
 }
 

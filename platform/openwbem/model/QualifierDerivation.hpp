@@ -29,6 +29,10 @@ bool areInherited(const CIMQualifierArray& qualifiers) noexcept;
 /// Whether an element with these qualifiers, which overrides one with those `above` (null when it
 /// overrides nothing), has just its own.
 bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept;
+/// Checks the qualifiers that are the element's own against their declarations: that they are
+/// declared, in scope, and of their type.
+void checkAgainstTypes(const CIMQualifierArray& qualifiers, uint8_t scope,
+                       const DerivationPlace& place, const QualifierTypeLookup& types);
 /// What mergeQualifiers() checks in an element that has its own qualifiers only.
 void checkQualifiers(const CIMQualifierArray& own, uint8_t scope, const DerivationPlace& place,
                      const QualifierTypeLookup& types);

@@ -58,10 +58,10 @@ protected:
     }
 
     /// The message and status of a refused derivation.
-    std::pair<String, int> refusal(const CIMClass& declared,
-                                   const CIMClass* superClass = nullptr) const {
+    std::pair<String, int> refusal(const CIMClass& declared, const CIMClass* superClass = nullptr,
+                                   NullDefaults nullDefaults = NullDefaults::INHERIT) const {
         try {
-            derive(declared, superClass);
+            derive(declared, superClass, nullDefaults);
         } catch (const ClassDerivationException& e) {
             return {e.getMessage(), e.getErrorCode()};
         }
@@ -183,6 +183,83 @@ TEST_F(ClassDerivationTest, DerivingADerivedClassAgainChangesNothing) {
     EXPECT_FALSE(twice.getProperty("Size")->isPropagated());
     EXPECT_TRUE(twice.getProperty("Size")->getQualifier("Units")->isPropagated());
     EXPECT_EQ(derive(base()), base());
+}
+
+TEST_F(ClassDerivationTest, WhatWasDerivedFromThatSuperclassIsGivenBackAsItIs) {
+    const auto isGivenBack = [this](const CIMClass& cls, const CIMClass* superClass) {
+        const CIMClass again = derive(cls, superClass, NullDefaults::KEEP);
+        EXPECT_EQ(again, cls);
+        return &again.getProperties() == &cls.getProperties();
+    };
+    CIMClass above = base();
+    const CIMClass below = derive(CIMClass("T_Below", "T_Base"), &above);
+    const CIMClass last = derive(CIMClass("T_Last", "T_Below"), &below);
+    EXPECT_TRUE(isGivenBack(above, nullptr));
+    EXPECT_TRUE(isGivenBack(below, &above));
+    EXPECT_TRUE(isGivenBack(last, &below));
+    EXPECT_EQ(derive(last, nullptr, NullDefaults::KEEP).getSuperClass(), "");
+    const CIMClass equal = base();
+    EXPECT_FALSE(isGivenBack(below, &equal)) << "another object, which is looked into";
+
+    CIMClass copy = below;
+    EXPECT_TRUE(isGivenBack(copy, &above));
+    copy.setName("T_Copy");
+    EXPECT_FALSE(isGivenBack(copy, &above)) << "changed, as a copy";
+    copy = derive(copy, &above);
+    copy.setMethods(copy.getMethods());
+    EXPECT_FALSE(isGivenBack(copy, &above)) << "changed, as the only one";
+    above.setName("T_BASE");
+    EXPECT_NE(&derive(below, &above, NullDefaults::KEEP).getProperties(), &below.getProperties());
+    EXPECT_EQ(derive(below, &above, NullDefaults::KEEP).getSuperClass(), "T_BASE");
+}
+
+TEST_F(ClassDerivationTest, WhatASuperclassChangedIntoIsLookedAtAgain) {
+    CIMClass above = base();
+    CIMClass declared("T_Below", "T_Base");
+    declared.setProperties({property("Size", CIMDataType::UINT32, {text("Override", "Size")})});
+    const CIMClass below = derive(declared, &above);
+    CIMPropertyArray properties = above.getProperties();
+    properties[1].setDataType(CIMDataType::UINT64);
+    above.setProperties(properties);
+    EXPECT_EQ(refusal(below, &above, NullDefaults::KEEP).first,
+              "class T_Below, Size: overrides a property of another type (uint64)");
+}
+
+TEST_F(ClassDerivationTest, TheQualifiersOfADerivedClassAreCheckedWhereverTheyStand) {
+    for (const char* name : {"OfClass", "OfProperty", "OfReference", "OfMethod", "OfParameter"}) {
+        declare(name, CIMDataType::STRING, CIMScope::ANY, true, true);
+    }
+    CIMParameter parameter("P", CIMDataType::UINT8);
+    parameter.setQualifiers({text("OfParameter", "")});
+    CIMMethod method("Call", CIMDataType::UINT32);
+    method.setQualifiers({text("OfMethod", "")});
+    method.setParameters({parameter});
+    CIMClass declared("T_All");
+    declared.setQualifiers({yes("Association"), text("OfClass", "")});
+    declared.setProperties(
+        {property("R", CIMDataType::reference("T_All"), {yes("Key"), text("OfReference", "")}),
+         property("X", CIMDataType::STRING, {text("OfProperty", "")})});
+    declared.setMethods({method});
+    const CIMClass derived = derive(declared);
+    const CIMClass below = derive(CIMClass("T_Below", "T_All"), &derived);
+
+    const std::map<String, CIMQualifierType> types = m_types;
+    for (const char* name : {"OfClass", "OfProperty", "OfReference", "OfMethod", "OfParameter"}) {
+        const std::function<void()> changes[] = {
+            [&] { m_types.erase(name); },
+            [&] { declare(name, CIMDataType::STRING, CIMScope::INDICATION, true, true); },
+            [&] { declare(name, CIMDataType::UINT8, CIMScope::ANY, true, true); },
+        };
+        for (const auto& change : changes) {
+            change();
+            const auto refused = refusal(derived, nullptr, NullDefaults::KEEP);
+            EXPECT_NE(refused.second, 0) << name;
+            EXPECT_EQ(refused, refusal(declared)) << "the same as when it is derived anew";
+            EXPECT_EQ(refusal(below, &derived, NullDefaults::KEEP).first, "not refused")
+                << "what is inherited was checked above";
+            m_types = types;
+        }
+    }
 }
 
 TEST_F(ClassDerivationTest, AFeatureDeclaredTwiceIsRefused) {
