@@ -22,7 +22,7 @@ from trees import Tree, fail, run
 # Where a process happens to lie in memory decides how quick all of it is, and the machine is quick
 # at times and slow at others: what is compared takes turns.
 TURNS = 3
-LOADS = 5
+LOADS = 12
 LISTINGS = 100
 PRODUCTS = 1000
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))

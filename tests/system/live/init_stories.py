@@ -15,6 +15,8 @@ STALE = f"{NOT_RUNNING}, but its pid file {PID_FILE} is there"
 SOMEBODY_ELSE = (
     f"{AS_ACCOUNT} sleep 1000 & sleep 0.2; pidof sleep >{PID_FILE}; chown owcimomd {PID_FILE};"
 )
+# Neither root nor the account of the daemon, so that it cannot see what the daemon has open.
+AS_SOMEBODY_ELSE = "setpriv --reuid=65534 --regid=65534 --clear-groups --"
 # A daemon that hears nothing. Patience is short, so that nobody waits for it long.
 STOPPED_PROCESS = f"kill -STOP $(cat {PID_FILE})"
 IMPATIENT = "OWCIMOMD_PATIENCE=1"
@@ -111,6 +113,16 @@ class Init(LiveStory):
             (self.init("status"), 3, NOT_RUNNING),
         )
 
+    def test_lock_on_another_file_is_not_that_of_the_pid_file(self):
+        status = f"{AS_SOMEBODY_ELSE} {INIT} status"
+        self.assert_steps(
+            (f"{self.init('start')}; mv {PID_FILE} {PID_FILE}-away", 0, STARTED),
+            (f"cp -p {PID_FILE}-away {PID_FILE}; {self.init('status')}", 1, STALE),
+            (status, 1, STALE),
+            (f"mv {PID_FILE}-away {PID_FILE}; {self.init('status')}", 0, RUNS),
+            (status, 0, RUNS),
+        )
+
     def test_process_of_somebody_else_is_left_alone(self):
         out = self.shell(
             f"{SOMEBODY_ELSE} {self.init('status')}; echo $?; {self.init('stop')}; echo $?;"
@@ -195,7 +207,7 @@ class InitAsTheAccount(Init):
 
 
 class InitAsSomebodyElse(LiveStory):
-    AS = "setpriv --reuid=65534 --regid=65534 --clear-groups --"
+    AS = AS_SOMEBODY_ELSE
 
     def test_tells_whether_the_daemon_runs_and_does_nothing_else(self):
         self.need_daemon()
