@@ -23,7 +23,7 @@ STATE = "/var/opt/tarvo/kov/openwbem"
 REPOSITORY = STATE + "/repository"
 REPOSITORY_BYTES = 200_000_000
 LISTINGS = 50
-SWAPS = 5
+SWAPS = 9
 BYTES_PER_INSTANCE = 50_000
 INSTANCES_PER_FILE = 200
 
@@ -103,7 +103,10 @@ def swapping():
     for number in range(SWAPS):
         namespace = f"large/swap{number}"
         run(FENNIK, "--register-namespace", namespace, "--name", "large", "--username", "root")
+        # Neither waits for what others, or the other, have written.
+        os.sync()
         bare.append(copy_and_remove())
+        os.sync()
         swaps.append(run(FENNIK, "--deregister-namespace", namespace, "--name", "large",
                          "--username", "root")[0])
     return {"swap": min(swaps), "bare": min(bare), "bytes": size}

@@ -32,12 +32,22 @@ kj::ArrayPtr<capnp::word> scratch() {
     return {reinterpret_cast<capnp::word*>(words.data()), words.size()};
 }
 
+class StringStream : public kj::OutputStream {
+public:
+    explicit StringStream(size_t size) { m_bytes.reserve(size); }
+    void write(const void* bytes, size_t size) override {
+        m_bytes.append(static_cast<const char*>(bytes), size);
+    }
+    String take() { return std::move(m_bytes); }
+
+private:
+    String m_bytes;
+};
+
 String toBytes(capnp::MessageBuilder& message) {
-    String bytes(capnp::computeSerializedSizeInWords(message) * sizeof(capnp::word), '\0');
-    kj::ArrayOutputStream out(
-        kj::arrayPtr(reinterpret_cast<kj::byte*>(bytes.data()), bytes.size()));
+    StringStream out(capnp::computeSerializedSizeInWords(message) * sizeof(capnp::word));
     capnp::writeMessage(out, message);
-    return bytes;
+    return out.take();
 }
 
 template <class Struct, class... Args>
