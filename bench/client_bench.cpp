@@ -129,7 +129,7 @@ void BM_DirectCreateInstance(benchmark::State& state) {
         opened->close();
     }
 }
-BENCHMARK(BM_DirectCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5);
+BENCHMARK(BM_DirectCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(10);
 
 /// The same through the daemon, each committed by itself.
 void BM_ClientCreateInstance(benchmark::State& state) {
@@ -144,7 +144,7 @@ void BM_ClientCreateInstance(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
-BENCHMARK(BM_ClientCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5);
+BENCHMARK(BM_ClientCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(10);
 
 void BM_DirectEnumInstances(benchmark::State& state) {
     LocalOperationContext context;

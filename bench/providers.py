@@ -16,7 +16,8 @@ import table
 from trees import Tree, fail, run
 
 PROVIDERS = 1000
-ROUNDS = 3
+ROUNDS = 4
+LISTINGS = 3
 # For so long after a file was removed ext4 looks at its inode with each file that is created, and
 # passes it over.
 RECENTLY_REMOVED = 61
@@ -70,6 +71,7 @@ class Providers:
         """What was used goes at the end only (see RECENTLY_REMOVED)."""
         self.put_aside()
         shutil.copytree(self.copies[0], self.tree.prefix, symlinks=True)
+        os.sync()
 
     def put_aside(self):
         """Gives back where the tree is now, if there was one."""
@@ -98,7 +100,7 @@ class Providers:
         them."""
         self.put_aside()
         os.rename(self.registered[number], self.tree.prefix)
-        listed = run(self.listing())[0]
+        listed = min(run(self.listing())[0] for _ in range(LISTINGS))
         replaced = self.use(self.list)
         names = subprocess.run(self.listing(), check=True, stdout=subprocess.PIPE).stdout
         if names.count(b"\n") != self.count:

@@ -199,8 +199,11 @@ void ClassTable::replace(int64_t ns, int64_t id, const CIMClass& derived, int64_
 void ClassTable::remove(int64_t ns, const StoredClass& cls) {
     Statement(m_database, "DELETE FROM class_reference WHERE class=?").bind(cls.id).run();
     Statement(m_database, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
-    m_uses.noteChange(ns, toLower(cls.cls.getName()));
-    forgetDerived();
+    const String name = toLower(cls.cls.getName());
+    m_uses.noteChange(ns, name);
+    // Nothing was derived from it; its id may be that of another class soon.
+    m_known.erase(Key(ns, name));
+    m_supers.erase(cls.id);
 }
 
 Array<std::pair<ClassName, String>> ClassTable::declaringReferencesTo(int64_t ns,

@@ -91,6 +91,36 @@ TEST_F(RepositoryAssociations, FollowChangesAndDeletions) {
     EXPECT_THAT(ends(personPath("ann")), ElementsAre(CAR2));
 }
 
+TEST_F(RepositoryAssociations, AClassIsNotTakenForADeletedOne) {
+    struct Paths {
+        CIMObjectPath thing;
+        CIMObjectPath link;
+    };
+    const auto put = [&](const String& cls, const String& super, const CIMPropertyArray& own) {
+        handle.createClass("test", makeClass(cls, super, own));
+        CIMInstance instance(cls);
+        instance.setProperty("Number", CIMValue(uint32_t{7}));
+        const CIMObjectPath thing = handle.createInstance("test", instance);
+        return Paths{thing, handle.createInstance("test", owns(personPath("ann"), thing))};
+    };
+    const AssociationFilter vans{"", "Van", "", ""};
+    handle.createClass("test", makeClass("Van", "Car", {}));
+    const Paths truck = put("Truck", "Van", {property("Load", T::UINT8)});
+    EXPECT_THAT(ends(personPath("ann"), vans), ElementsAre("test:Truck.Number=7"));
+    handle.deleteInstance("test", truck.link);
+    handle.deleteInstance("test", truck.thing);
+    handle.deleteClass("test", "Truck");
+    EXPECT_EQ(CIMException::NOT_FOUND, statusOf([&] { handle.getClass("test", "Truck"); }));
+
+    // It stands in the place that the deleted one had.
+    put("Bike", "Car", {});
+    EXPECT_THAT(ends(personPath("ann"), vans), IsEmpty());
+    handle.createClass("test", makeClass("truck", "Van", {property("Height", T::UINT8)}));
+    const CIMClass anew = handle.getClass("test", "Truck");
+    EXPECT_NE(nullptr, anew.getProperty("Height"));
+    EXPECT_EQ(nullptr, anew.getProperty("Load"));
+}
+
 TEST_F(RepositoryAssociations, FollowAReferenceThatIsNotAKey) {
     handle.createClass(
         "test", makeClass("Likes", "",
