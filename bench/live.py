@@ -103,7 +103,7 @@ def swapping():
     for number in range(SWAPS):
         namespace = f"large/swap{number}"
         run(FENNIK, "--register-namespace", namespace, "--name", "large", "--username", "root")
-        # Neither waits for what others, or the other, have written.
+        # What was written before is not theirs to wait for.
         os.sync()
         bare.append(copy_and_remove())
         os.sync()

@@ -16,7 +16,7 @@ import table
 from trees import Tree, fail, run
 
 PROVIDERS = 1000
-ROUNDS = 4
+ROUNDS = 5
 LISTINGS = 3
 # For so long after a file was removed ext4 looks at its inode with each file that is created, and
 # passes it over.

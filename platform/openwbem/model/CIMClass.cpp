@@ -33,9 +33,12 @@ struct CIMClass::Rep : CowRep<Rep> {
         }
         return id.value;
     }
-    /// Of a superclass, or its absence.
+    /// Of a superclass, or its absence; 0 of one without content.
     static uint64_t idOf(const CIMClass* cls) noexcept {
-        return cls != nullptr && cls->m_rep ? cls->m_rep->getId() : ID_OF_NO_CLASS;
+        if (cls == nullptr) {
+            return ID_OF_NO_CLASS;
+        }
+        return cls->m_rep ? cls->m_rep->getId() : 0;
     }
 
     static constexpr uint64_t ID_OF_NO_CLASS = 1;
@@ -157,7 +160,8 @@ void CIMClass::noteDerivedFrom(const CIMClass* superClass) {
 }
 
 bool CIMClass::isKnownDerivedFrom(const CIMClass* superClass) const noexcept {
-    return m_rep && m_rep->derivedFrom.value == Rep::idOf(superClass);
+    return m_rep && m_rep->derivedFrom.value != 0 &&
+           m_rep->derivedFrom.value == Rep::idOf(superClass);
 }
 
 bool operator==(const CIMClass& a, const CIMClass& b) {

@@ -306,8 +306,8 @@ void refuseSharedNames(const CIMPropertyArray& properties, const CIMMethodArray&
 }
 
 /// What a derivation found right stays so, except that other qualifiers may be declared now.
-void checkAgainstTypes(const CIMClass& derived, const CIMClass* superClass,
-                       const QualifierTypeLookup& types) {
+void checkClassAgainstTypes(const CIMClass& derived, const CIMClass* superClass,
+                            const QualifierTypeLookup& types) {
     const String& name = derived.getName();
     checkAgainstTypes(derived.getQualifiers(), classScope(derived.getQualifiers(), superClass),
                       DerivationPlace{name}, types);
@@ -344,7 +344,7 @@ Array<Feature> localFeatures(const Array<Feature>& features) {
 CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                      const QualifierTypeLookup& qualifierTypes, NullDefaults nullDefaults) {
     if (nullDefaults == NullDefaults::KEEP && declared.isKnownDerivedFrom(superClass)) {
-        checkAgainstTypes(declared, superClass, qualifierTypes);
+        checkClassAgainstTypes(declared, superClass, qualifierTypes);
         return declared;
     }
     const String& name = declared.getName();

@@ -43,8 +43,8 @@ enum class NullDefaults { INHERIT, KEEP };
 
 /// Derives `declared` from `superClass` (null for a class at the top; already derived otherwise).
 /// Features and qualifiers of `declared` that are marked as propagated are dropped first, so that a
-/// derived class may be given again; one that is known to have been derived from that superclass is
-/// given back as it is, its qualifiers checked.
+/// derived class may be given again; with NullDefaults::KEEP one that is known to have been derived
+/// from that superclass is given back as it is, its qualifiers checked.
 /// Checked: no feature or parameter twice (a property and a method cannot share a name either); the
 /// superclass not Terminal; each qualifier declared, in scope, of its type, not
 /// changing an inherited DisableOverride value; an overriding feature has the type it had (a

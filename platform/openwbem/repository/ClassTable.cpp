@@ -124,8 +124,7 @@ int64_t ClassTable::superOf(int64_t id) {
         return known->second;
     }
     Statement query(m_database, "SELECT super FROM class WHERE id=?");
-    const int64_t super = query.bind(id).step() ? query.number(0) : 0;
-    return m_supers[id] = super;
+    return query.bind(id).step() ? m_supers[id] = query.number(0) : 0;
 }
 
 bool ClassTable::isA(int64_t id, int64_t ancestor) {

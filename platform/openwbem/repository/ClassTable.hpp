@@ -53,6 +53,7 @@ public:
     /// False when a class of that name exists.
     [[nodiscard]] bool insert(int64_t ns, const CIMClass& derived, int64_t super);
     void replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super);
+    /// Of a class that has no subclasses.
     void remove(int64_t ns, const StoredClass& cls);
 
     /// The classes that declare a reference to the class of that name, with the reference's name.

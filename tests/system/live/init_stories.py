@@ -123,6 +123,23 @@ class Init(LiveStory):
             (status, 0, RUNS),
         )
 
+    def test_pid_file_that_is_open_is_not_locked(self):
+        self.assert_steps(
+            (f"touch {PID_FILE}; chown owcimomd {PID_FILE};"
+             f"{AS_ACCOUNT} sleep 1000 <{PID_FILE} >/dev/null 2>&1 & sleep 0.2;"
+             f"pidof sleep >{PID_FILE}; {self.init('status')}", 1, STALE),
+        )
+
+    def test_daemon_runs_whoever_may_look_at_it(self):
+        other_group = AS_ACCOUNT.replace("--regid=owcimomd", "--regid=65534")
+        self.assertNotEqual(other_group, AS_ACCOUNT)
+        self.assert_steps(
+            (self.init("start"), 0, STARTED),
+            (f"{other_group} {INIT} status", 0, RUNS),
+            (f"{other_group} {INIT} stop", 0, STOPPED),
+            (self.init("status"), 3, NOT_RUNNING),
+        )
+
     def test_process_of_somebody_else_is_left_alone(self):
         out = self.shell(
             f"{SOMEBODY_ELSE} {self.init('status')}; echo $?; {self.init('stop')}; echo $?;"
@@ -151,7 +168,7 @@ class Init(LiveStory):
     def test_daemon_that_is_started_meanwhile_is_left_alone(self):
         out = self.shell(
             f"{self.init('start')} >/dev/null; {STOPPED_PROCESS}; old=$(cat {PID_FILE});"
-            f"{self.init('stop', 'OWCIMOMD_PATIENCE=3')} & script=$!; sleep 1; kill -STOP $script;"
+            f"{self.init('stop', 'OWCIMOMD_PATIENCE=30')} & script=$!; sleep 1; kill -STOP $script;"
             f"{KILLED}; {self.AS} {DAEMON}; new=$(cat {PID_FILE}); kill -CONT $script;"
             f"wait $script; echo $?; sleep 0.5; test $new != $old && kill -0 $new && {DAEMON} --ping"
         )

@@ -208,6 +208,8 @@ TEST_F(ClassDerivationTest, WhatWasDerivedFromThatSuperclassIsGivenBackAsItIs) {
     copy = derive(copy, &above);
     copy.setMethods(copy.getMethods());
     EXPECT_FALSE(isGivenBack(copy, &above)) << "changed, as the only one";
+    const CIMClass empty;
+    EXPECT_NE(&derive(above, &empty, NullDefaults::KEEP).getProperties(), &above.getProperties());
     above.setName("T_BASE");
     EXPECT_NE(&derive(below, &above, NullDefaults::KEEP).getProperties(), &below.getProperties());
     EXPECT_EQ(derive(below, &above, NullDefaults::KEEP).getSuperClass(), "T_BASE");

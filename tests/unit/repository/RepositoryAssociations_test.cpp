@@ -112,7 +112,7 @@ TEST_F(RepositoryAssociations, AClassIsNotTakenForADeletedOne) {
     handle.deleteClass("test", "Truck");
     EXPECT_EQ(CIMException::NOT_FOUND, statusOf([&] { handle.getClass("test", "Truck"); }));
 
-    // It stands in the place that the deleted one had.
+    // It is given the number that the deleted one had.
     put("Bike", "Car", {});
     EXPECT_THAT(ends(personPath("ann"), vans), IsEmpty());
     handle.createClass("test", makeClass("truck", "Van", {property("Height", T::UINT8)}));
