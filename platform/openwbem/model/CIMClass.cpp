@@ -19,6 +19,8 @@ struct CIMClass::Rep : CowRep<Rep> {
     CIMQualifierArray qualifiers;
     CIMPropertyArray properties;
     CIMMethodArray methods;
+    // A number tells two contents apart for good. A pointer to the superclass would keep all
+    // ancestors alive, or lead to what has since taken its place.
     mutable Memo<uint64_t> id;   ///< of this content; 0 until somebody wants to know
     Memo<uint64_t> derivedFrom;  ///< the superclass's, 0 when that is not known
 

@@ -124,7 +124,10 @@ int64_t ClassTable::superOf(int64_t id) {
         return known->second;
     }
     Statement query(m_database, "SELECT super FROM class WHERE id=?");
-    return query.bind(id).step() ? m_supers[id] = query.number(0) : 0;
+    if (!query.bind(id).step()) {
+        return 0;
+    }
+    return m_supers[id] = query.number(0);
 }
 
 bool ClassTable::isA(int64_t id, int64_t ancestor) {

@@ -32,6 +32,7 @@ kj::ArrayPtr<capnp::word> scratch() {
     return {reinterpret_cast<capnp::word*>(words.data()), words.size()};
 }
 
+/// Fills a string that grows: one of the right size would be cleared before it is filled.
 class StringStream : public kj::OutputStream {
 public:
     explicit StringStream(size_t size) { m_bytes.reserve(size); }
