@@ -111,19 +111,22 @@ EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openClasses(
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin) {
     const ClassForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
                          includeClassOrigin == E_INCLUDE_CLASS_ORIGIN};
-    return std::make_unique<ClassEnumeration>(reading(), ns, className, deep, form);
+    const ReadOperation operation(m_repository->store());
+    return std::make_unique<ClassEnumeration>(operation.store(), ns, className, deep, form);
 }
 
 EnumerationPtr<String> RepositoryCIMOMHandle::openClassNames(const String& ns,
                                                              const String& className,
                                                              EDeepFlag deep) {
-    RepositoryStore& store = reading();
+    const ReadOperation operation(m_repository->store());
+    RepositoryStore& store = operation.store();
     return std::make_unique<ClassNameEnumeration>(
         select(store, store.namespaces.require(ns).id, className, deep));
 }
 
 EnumerationPtr<CIMQualifierType> RepositoryCIMOMHandle::openQualifierTypes(const String& ns) {
-    RepositoryStore& store = reading();
+    const ReadOperation operation(m_repository->store());
+    RepositoryStore& store = operation.store();
     return std::make_unique<QualifierTypeEnumeration>(
         store.qualifiers.types(store.namespaces.require(ns).id));
 }

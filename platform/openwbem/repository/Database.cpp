@@ -139,10 +139,33 @@ int64_t Database::lastInserted() const noexcept {
     return sqlite3_last_insert_rowid(m_db);
 }
 
+bool Database::beginRead() {
+    // A served file is locked all the time.
+    if (m_reading || m_unit == Unit::OPEN || m_use == RepositoryUse::SERVED) {
+        return false;
+    }
+    Statement(*this, "BEGIN DEFERRED").run();
+    m_reading = true;
+    return true;
+}
+
+void Database::endRead() noexcept {
+    if (!std::exchange(m_reading, false)) {
+        return;
+    }
+    try {
+        Statement(*this, "COMMIT").run();
+    } catch (...) {
+        // What was read has been checked already; only the lock must not stay.
+        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
 bool Database::beginWrite() {
     if (m_unit != Unit::NONE) {
         return m_unit == Unit::OPEN;
     }
+    endRead();
     if (!m_tunedForWriting && m_use == RepositoryUse::UNIT_OF_WORK) {
         execute(WRITING_PRAGMAS, "written");
         m_tunedForWriting = true;

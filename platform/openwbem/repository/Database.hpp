@@ -30,6 +30,10 @@ public:
 
     static void create(const String& directory);
 
+    /// Starts a transaction that reads: all statements up to endRead() see one state of the file,
+    /// and it is locked once for all of them. False when it is locked already, for longer.
+    [[nodiscard]] bool beginRead();
+    void endRead() noexcept;
     /// Starts the unit of work unless it has been. False when it was rolled back by a failure: then
     /// there is nothing to write to, and the caller does nothing.
     [[nodiscard]] bool beginWrite();
@@ -97,6 +101,7 @@ private:
     bool m_tunedForWriting = false;
     bool m_rolledBackSinceAsked = false;
     bool m_justBegun = false;
+    bool m_reading = false;
     int64_t m_dataVersion = 0;
     int64_t m_changesAtBegin = 0;
     std::unique_ptr<ChangeLog> m_changes;  // while it is served

@@ -119,12 +119,14 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openInstances(
     const StringArray* propertyList) {
     const InstanceForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
                             includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList, nullptr};
-    return std::make_unique<InstanceEnumeration>(reading(), ns, className, deep, form);
+    const ReadOperation operation(m_repository->store());
+    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep, form);
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openInstanceNames(const String& ns,
                                                                        const String& className) {
-    return std::make_unique<InstanceNameEnumeration>(reading(), ns, className);
+    const ReadOperation operation(m_repository->store());
+    return std::make_unique<InstanceNameEnumeration>(operation.store(), ns, className);
 }
 
 void RepositoryCIMOMHandle::enumInstances(const String& ns, const String& className,

@@ -170,15 +170,17 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
     const StringArray* propertyList) {
+    const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorEnumeration>(
-        OtherEnds(AssociationQuery(reading(), ns, path, filter), surroundings(),
+        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
                   Form(includeQualifiers, includeClassOrigin, propertyList)));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
+    const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorNameEnumeration>(
-        OtherEnds(AssociationQuery(reading(), ns, path, filter), surroundings(),
+        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
                   Form(E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr)));
 }
 
@@ -186,7 +188,8 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
     const StringArray* propertyList) {
-    RepositoryStore& store = reading();
+    const ReadOperation operation(m_repository->store());
+    RepositoryStore& store = operation.store();
     return std::make_unique<ReferenceEnumeration>(
         store, AssociationQuery(store, ns, path, filter),
         Form(includeQualifiers, includeClassOrigin, propertyList));
@@ -194,8 +197,9 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
+    const ReadOperation operation(m_repository->store());
     return std::make_unique<ReferenceNameEnumeration>(
-        AssociationQuery(reading(), ns, path, filter));
+        AssociationQuery(operation.store(), ns, path, filter));
 }
 
 EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
@@ -203,9 +207,9 @@ EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
     const StringArray* propertyList) {
     Array<CIMClass> found;
-    ClassAssociationQuery(reading(), ns, path, filter).forEachOtherEnd([&](const CIMClass& cls) {
-        found.push_back(cls);
-    });
+    const ReadOperation operation(m_repository->store());
+    ClassAssociationQuery(operation.store(), ns, path, filter)
+        .forEachOtherEnd([&](const CIMClass& cls) { found.push_back(cls); });
     return std::make_unique<FoundClasses>(
         std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
 }
@@ -215,9 +219,9 @@ EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
     const StringArray* propertyList) {
     Array<CIMClass> found;
-    ClassAssociationQuery(reading(), ns, path, filter).forEachReferring([&](const CIMClass& cls) {
-        found.push_back(cls);
-    });
+    const ReadOperation operation(m_repository->store());
+    ClassAssociationQuery(operation.store(), ns, path, filter)
+        .forEachReferring([&](const CIMClass& cls) { found.push_back(cls); });
     return std::make_unique<FoundClasses>(
         std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
 }

@@ -13,12 +13,6 @@ RepositoryCIMOMHandle::RepositoryCIMOMHandle(CIMRepositoryRef repository, Operat
 
 RepositoryCIMOMHandle::~RepositoryCIMOMHandle() = default;
 
-RepositoryStore& RepositoryCIMOMHandle::reading() {
-    RepositoryStore& store = m_repository->store();
-    store.refresh();
-    return store;
-}
-
 void RepositoryCIMOMHandle::createNameSpace(const String& ns) {
     RepositoryStore& store = m_repository->store();
     WriteOperation operation(store);
@@ -40,7 +34,12 @@ void RepositoryCIMOMHandle::deleteNameSpace(const String& ns) {
 }
 
 void RepositoryCIMOMHandle::enumNameSpace(StringResultHandlerIFC& result) {
-    for (const String& spelling : reading().namespaces.spellings()) {
+    StringArray spellings;
+    {
+        const ReadOperation operation(m_repository->store());
+        spellings = operation.store().namespaces.spellings();
+    }
+    for (const String& spelling : spellings) {
         result.handle(spelling);
     }
 }

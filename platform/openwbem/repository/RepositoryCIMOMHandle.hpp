@@ -125,8 +125,6 @@ public:
                                                    const StringArray* propertyList);
 
 private:
-    /// The open repository, for an operation that reads.
-    RepositoryStore& reading();
     /// Reads what associations lead to.
     CIMOMHandleIFCRef surroundings();
 

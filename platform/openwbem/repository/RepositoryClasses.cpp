@@ -45,7 +45,8 @@ CIMClass RepositoryCIMOMHandle::getClass(const String& ns, const String& classNa
                                          EIncludeQualifiersFlag includeQualifiers,
                                          EIncludeClassOriginFlag includeClassOrigin,
                                          const StringArray* propertyList) {
-    RepositoryStore& store = reading();
+    const ReadOperation operation(m_repository->store());
+    RepositoryStore& store = operation.store();
     const int64_t nsId = store.namespaces.require(ns).id;
     return store.classes.require(nsId, className, CIMException::NOT_FOUND)
         .cls.filter(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,

@@ -77,7 +77,8 @@ void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType
 }  // namespace
 
 CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const String& name) {
-    RepositoryStore& store = reading();
+    const ReadOperation operation(m_repository->store());
+    RepositoryStore& store = operation.store();
     const auto types = store.qualifiers.types(store.namespaces.require(ns).id);
     const CIMQualifierType* type = types->find(name);
     if (type == nullptr) {

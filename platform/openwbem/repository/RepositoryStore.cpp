@@ -11,6 +11,26 @@ void RepositoryStore::refresh() {
     }
 }
 
+ReadOperation::ReadOperation(RepositoryStore& store)
+    : m_store(store), m_isOutermost(store.database.beginRead()) {
+    try {
+        store.refresh();
+    } catch (...) {
+        end();
+        throw;
+    }
+}
+
+ReadOperation::~ReadOperation() {
+    end();
+}
+
+void ReadOperation::end() noexcept {
+    if (m_isOutermost) {
+        m_store.database.endRead();
+    }
+}
+
 WriteOperation::WriteOperation(RepositoryStore& store)
     : m_store(store),
       m_void(!store.database.beginWrite()),

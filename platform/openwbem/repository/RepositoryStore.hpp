@@ -30,6 +30,24 @@ public:
     InstanceTable instances;
 };
 
+/// Frames an operation that reads: it sees one state of the file, which is locked once for all of
+/// it. Nothing is handed to the caller inside, as nobody else can write while that lasts.
+class ReadOperation {
+public:
+    explicit ReadOperation(RepositoryStore& store);
+    ~ReadOperation();
+    ReadOperation(const ReadOperation&) = delete;
+    ReadOperation& operator=(const ReadOperation&) = delete;
+
+    RepositoryStore& store() const noexcept { return m_store; }
+
+private:
+    void end() noexcept;
+
+    RepositoryStore& m_store;
+    bool m_isOutermost;
+};
+
 /// Frames an operation that writes: it begins the unit of work when there is none yet, and when the
 /// operation does not reach done(), nothing of it stays. An operation that has written already
 /// takes the whole unit of work with it; one that was refused before it wrote anything leaves the

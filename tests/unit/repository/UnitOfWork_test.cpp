@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <functional>
+
 #include "tests/unit/repository/FaultyFiles.hpp"
 #include "tests/unit/repository/RepositoryFixture.hpp"
 
@@ -159,6 +161,111 @@ TEST_F(UnitOfWork, OfTwoAtOnceTheSecondFailsAtOnceAndTellsWhy) {
     ArrayBuilder<String> builder(names);
     first->enumNameSpace(builder);
     EXPECT_THAT(names, ::testing::ElementsAre("test", "a", "b"));
+}
+
+class Reading : public UnitOfWork {
+protected:
+    void SetUp() override {
+        const auto opened = openWithSchema();
+        (*opened)->createInstance("test", person("ann"));
+        (*opened)->createInstance("test", car(1));
+        (*opened)->createInstance("test", owns(personPath("ann"), carPath(1)));
+        opened->repository().close();
+        reader = std::make_unique<Opened>(m_directory.path());
+        writer = std::make_unique<Opened>(m_directory.path());
+    }
+    /// Fails unless nothing is locked.
+    void write() {
+        EXPECT_EQ(0, statusOf([&] {
+                      (*writer)->createInstance("test", car(next++));
+                      (*writer)->commit();
+                  }));
+        ++written;
+    }
+    template <class T>
+    auto writing() {
+        return makeResultHandler<T>([this](const T&) { write(); });
+    }
+
+    std::unique_ptr<Opened> reader;
+    std::unique_ptr<Opened> writer;
+    uint32_t next = 1000;
+    int written = 0;
+};
+
+TEST_F(Reading, HoldsNoLockOnceItHasTheResultOrFailed) {
+    RepositoryCIMOMHandle& handle = **reader;
+    const auto getClass = [&](const String& ns, const String& name) {
+        handle.getClass(ns, name, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN,
+                        nullptr);
+    };
+    const auto getInstance = [&](const CIMObjectPath& path) {
+        handle.getInstance("test", path, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                           E_INCLUDE_CLASS_ORIGIN, nullptr);
+    };
+    const Array<std::pair<int, std::function<void()>>> operations{
+        {0, [&] { getClass("test", "Student"); }},
+        {6, [&] { getClass("test", "None"); }},
+        {3, [&] { getClass("none", "Student"); }},
+        {0, [&] { getInstance(carPath(1)); }},
+        {6, [&] { getInstance(carPath(2)); }},
+        {5, [&] { getInstance(CIMObjectPath("None")); }},
+        {0, [&] { handle.getQualifierType("test", "Key"); }},
+        {6, [&] { handle.getQualifierType("test", "None"); }},
+        {5, [&] { handle.enumInstanceNamesA("test", "None"); }},
+        {4, [&] { handle.associatorsA("test", CIMObjectPath("Car"), {}); }},
+    };
+    for (const auto& [status, operation] : operations) {
+        EXPECT_EQ(status, statusOf(operation));
+        write();
+    }
+}
+
+TEST_F(Reading, HoldsNoLockWhileTheCallerHasAResult) {
+    RepositoryCIMOMHandle& handle = **reader;
+    const CIMObjectPath ann = personPath("ann");
+    auto strings = writing<String>();
+    auto classes = writing<CIMClass>();
+    auto instances = writing<CIMInstance>();
+    auto paths = writing<CIMObjectPath>();
+    auto types = writing<CIMQualifierType>();
+    const Array<std::function<void()>> operations{
+        [&] { handle.enumNameSpace(strings); },
+        [&] { handle.enumClassNames("test", "", strings, E_DEEP); },
+        [&] {
+            handle.enumClass("test", "", classes, E_DEEP, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                             E_INCLUDE_CLASS_ORIGIN);
+        },
+        [&] {
+            handle.enumInstances("test", "Person", instances, E_DEEP, E_NOT_LOCAL_ONLY,
+                                 E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
+        },
+        [&] { handle.enumInstanceNames("test", "Person", paths); },
+        [&] { handle.enumQualifierTypes("test", types); },
+        [&] {
+            handle.associators("test", ann, instances, {}, E_INCLUDE_QUALIFIERS,
+                               E_INCLUDE_CLASS_ORIGIN, nullptr);
+        },
+        [&] { handle.associatorNames("test", ann, paths, {}); },
+        [&] {
+            handle.references("test", ann, instances, {}, E_INCLUDE_QUALIFIERS,
+                              E_INCLUDE_CLASS_ORIGIN, nullptr);
+        },
+        [&] { handle.referenceNames("test", ann, paths, {}); },
+        [&] {
+            handle.associatorsClasses("test", CIMObjectPath("Person"), classes, {},
+                                      E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
+        },
+        [&] {
+            handle.referencesClasses("test", CIMObjectPath("Person"), classes, {},
+                                     E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
+        },
+    };
+    for (size_t i = 0; i < operations.size(); ++i) {
+        const int before = written;
+        EXPECT_EQ(0, statusOf(operations[i])) << i;
+        EXPECT_LT(before, written) << "operation " << i << " had no result";
+    }
 }
 
 TEST_F(UnitOfWork, ARefusedFirstWriteHoldsNoLock) {
