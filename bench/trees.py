@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the measuring programs share: staged installations, and running programs in them."""
 
+import ctypes
 import os
 import shutil
 import subprocess
 import sys
 import time
 
-# Set in the environment of a program that has a mount namespace of its own.
-OWN_MOUNTS = "KOV_BENCH_OWN_MOUNTS"
+CLONE_NEWNS = 0x00020000
 
 
 def fail(message):
@@ -30,27 +30,27 @@ def run(argv):
 
 
 def mount_own_disk(build, size):
-    """Starts the program again with a new ext4 file system where the build's trees are, in a mount
-    namespace of its own: it ends with the program. Where there can be none, the trees stay where
-    the build is, and that is said."""
-    if OWN_MOUNTS not in os.environ:
-        if subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL,
-                          check=False).returncode == 0:
-            os.environ[OWN_MOUNTS] = "1"
-            os.execvp("unshare", ["unshare", "--mount", sys.executable, *sys.argv])
-        print("No disk of its own: no mount namespaces are allowed here.")
-        return
+    """Puts a new ext4 file system where the build's trees are, in a mount namespace of this process,
+    with which it ends. Where there can be none, the trees stay where the build is, and that is
+    said."""
     image, trees = os.path.join(build, "disk"), os.path.join(build, "trees")
     os.makedirs(trees, exist_ok=True)
+    if ctypes.CDLL(None).unshare(CLONE_NEWNS) != 0:
+        print("No disk of its own: no mount namespaces are allowed here.")
+        return
     with open(image, "wb") as disk:
         disk.truncate(size)
-    for command in (["mkfs.ext4", "-q", "-F", image], ["mount", "-o", "loop", image, trees]):
-        done = subprocess.run(command, stderr=subprocess.PIPE, check=False)
-        if done.returncode != 0:
-            print(f"No disk of its own: {' '.join(command)} failed: {done.stderr.decode()}")
-            break
-    # What is mounted stays there.
-    os.unlink(image)
+    commands = (["mount", "--make-rprivate", "/"],
+                ["mkfs.ext4", "-q", "-F", "-E", "lazy_itable_init=0,lazy_journal_init=0", image],
+                ["mount", "-o", "loop", image, trees])
+    try:
+        for command in commands:
+            subprocess.run(command, stderr=subprocess.PIPE, check=True)
+    except (OSError, subprocess.CalledProcessError) as failure:
+        print(f"No disk of its own: {failure}")
+    finally:
+        # What is mounted stays there.
+        os.unlink(image)
 
 
 class Tree:
