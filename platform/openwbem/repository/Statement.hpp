@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // One use of a prepared statement: bind in order, step through the rows, and at the end of the
-// scope it is reset, so that no lock outlives it. What is bound must live as long.
+// scope it is reset, so that no lock outlives it but that of the transaction around it. What is
+// bound must live as long.
 #pragma once
 
 #include <cstdint>
