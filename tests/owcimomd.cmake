@@ -11,7 +11,9 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Daemon_test.cpp
     unit/owcimomd/FullDisk_test.cpp
     unit/owcimomd/Namespaces_test.cpp
+    unit/owcimomd/Pipes_test.cpp
     unit/owcimomd/Places_test.cpp
+    unit/owcimomd/RawClient.cpp
     unit/repository/RepositoryFixture.cpp
   LINKS owcimomd_core fennik_namespace openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")

@@ -82,10 +82,14 @@ public:
     ClientSocket& socket() noexcept { return m_socket; }
 
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
+        requireSound();
         capnp::MallocMessageBuilder message(RpcLimits::USUAL_WORDS);
         auto call = message.initRoot<wire::Call>();
         call.setId(m_lastId + 1);
         fill(call);
+        // A portion may come while other calls are made, and these must not miss the pipes.
+        call.setTakesPipes((call.isPing() || call.isCarryOut()) && m_enumerations == 0 &&
+                           m_socket.takesPipes());
         const auto words = capnp::messageToFlatArray(message);
         auto bytes = words.asChars();
         kj::ArrayPtr<const char> rest(bytes.begin(), bytes.size());
@@ -107,6 +111,9 @@ public:
         return kj::mv(node.mapped());
     }
 
+    /// To be told of the beginning and the end of each enumeration.
+    void noteEnumeration(int change) noexcept { m_enumerations += change; }
+
     /// Nobody will ask for that answer.
     void forget(uint64_t id) {
         if (m_early.erase(id) == 0) {
@@ -124,8 +131,18 @@ private:
         }
     }
 
+    /// After a failure nobody knows where the next answer begins.
+    void requireSound() const {
+        if (m_isBroken) {
+            throw BrokenConnection{"an earlier call has broken it", false};
+        }
+    }
+
     void receive() {
+        requireSound();
+        m_isBroken = true;
         Message message = m_socket.receive();
+        m_isBroken = false;
         --m_expected;
         const uint64_t id = message->getRoot<wire::Answer>().getId();
         if (m_forgotten.erase(id) == 0) {
@@ -136,6 +153,8 @@ private:
     ClientSocket m_socket;
     uint64_t m_lastId = 0;
     size_t m_expected = 0;
+    int m_enumerations = 0;
+    bool m_isBroken = false;
     std::map<uint64_t, Message> m_early;
     std::set<uint64_t> m_forgotten;
 };
@@ -157,6 +176,8 @@ uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& 
             }
         }
     }
+    // The lost one's descriptors may be the last ones.
+    m_session.reset();
     m_session = std::make_shared<Session>(m_path, timeout);
     return m_session->send(fill);
 }
@@ -205,8 +226,11 @@ String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout
 class ClientConnection::Enumerating {
 public:
     Enumerating(std::shared_ptr<Session> session, uint64_t first)
-        : m_session(std::move(session)), m_ahead(first) {}
+        : m_session(std::move(session)), m_ahead(first) {
+        m_session->noteEnumeration(1);
+    }
     ~Enumerating() {
+        m_session->noteEnumeration(-1);
         if (m_ahead == 0) {
             return;
         }

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What callers are told when an operation fails, the daemon is not there or goes away.
+#include <capnp/serialize.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <cstring>
 
+#include "rpc.capnp.h"
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/repository/Refusals.hpp"
 
@@ -115,6 +121,110 @@ TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
     String message;
     EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
     EXPECT_THAT(message, HasSubstr("no reply came in time"));
+}
+
+/// Answers the first ping on a socket of that path with two descriptors, and keeps the connection
+/// until it is ended.
+class StrangeDaemon {
+public:
+    StrangeDaemon(const String& path, std::array<int, 2> ends) {
+        const int listening = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(0, ::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof address));
+        EXPECT_EQ(0, ::listen(listening, 1));
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            const int client = ::accept(listening, nullptr, nullptr);
+            char call[1024];
+            ssize_t done = ::recv(client, call, sizeof call, 0);
+            capnp::MallocMessageBuilder message;
+            message.initRoot<wire::Answer>().setId(1);
+            const auto words = capnp::messageToFlatArray(message);
+            alignas(cmsghdr) char control[CMSG_SPACE(sizeof ends)]{};
+            iovec data{const_cast<char*>(words.asChars().begin()), words.asChars().size()};
+            msghdr answer{};
+            answer.msg_iov = &data;
+            answer.msg_iovlen = 1;
+            answer.msg_control = control;
+            answer.msg_controllen = sizeof control;
+            cmsghdr* header = CMSG_FIRSTHDR(&answer);
+            header->cmsg_level = SOL_SOCKET;
+            header->cmsg_type = SCM_RIGHTS;
+            header->cmsg_len = CMSG_LEN(sizeof ends);
+            std::memcpy(CMSG_DATA(header), ends.data(), sizeof ends);
+            done = ::sendmsg(client, &answer, 0);
+            ::pause();
+            ::_exit(static_cast<int>(done));
+        }
+        ::close(listening);
+    }
+    ~StrangeDaemon() {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    StrangeDaemon(const StrangeDaemon&) = delete;
+    StrangeDaemon& operator=(const StrangeDaemon&) = delete;
+
+private:
+    pid_t m_pid;
+};
+
+TEST(ClientErrors, NothingButPipesThatDoNotBlockIsTakenForPipes) {
+    int good[2];
+    int blocking[2];
+    ASSERT_EQ(0, ::pipe2(good, O_NONBLOCK));
+    ASSERT_EQ(0, ::pipe(blocking));
+    const int device = ::open("/dev/null", O_WRONLY | O_NONBLOCK);
+    const struct {
+        std::array<int, 2> ends;
+        bool areTaken;
+    } rows[] = {
+        {{good[1], good[0]}, true},          {{good[0], good[1]}, false},
+        {{blocking[1], blocking[0]}, false}, {{good[1], blocking[0]}, false},
+        {{device, good[0]}, false},
+    };
+    for (const auto& row : rows) {
+        const TemporaryDirectory directory;
+        const StrangeDaemon daemon(directory.path() + "/socket", row.ends);
+        const auto handle = ClientCIMOMHandle::createFromURL(
+            "owbinary.wbem://localhost:" + directory.path() + "/socket");
+        String message;
+        EXPECT_EQ(row.areTaken ? 0 : 1, statusOf([&] { handle->ping(); }, &message));
+        EXPECT_THAT(message, HasSubstr(row.areTaken ? "" : "something else than pipes"));
+    }
+    for (const int fd : {good[0], good[1], blocking[0], blocking[1], device}) {
+        ::close(fd);
+    }
+}
+
+TEST(ClientErrors, AnEnumerationDoesNotGoOnOverWhatABrokenCallHasLeft) {
+    LiveDaemon daemon;
+    const auto handle = daemon.connect();
+    addSchema(*handle, "root");
+    for (uint32_t i = 0; i < 1000; ++i) {
+        CIMInstance instance = car(i);
+        instance.setProperty("Note", CIMValue(String(1000, 'n')));
+        handle->createInstance("root", instance);
+    }
+    handle->getWBEMProtocolHandler()->setTimeout(
+        blocxx::Timeout::relative(std::chrono::milliseconds(500)));
+    size_t seen = 0;
+    auto breaking = makeResultHandler<CIMInstance>([&](const CIMInstance&) {
+        if (seen++ == 0) {
+            ::kill(daemon.pid(), SIGSTOP);
+            EXPECT_EQ(1, statusOf([&] { handle->ping(); }));
+            ::kill(daemon.pid(), SIGCONT);
+        }
+    });
+    String message;
+    EXPECT_EQ(1,
+              statusOf([&] { CIMOMHandleIFCRef(handle)->enumInstances("root", "Car", breaking); },
+                       &message));
+    EXPECT_THAT(message, HasSubstr("an earlier call has broken it"));
+    EXPECT_LT(seen, 1000u);
+    EXPECT_EQ(0, statusOf([&] { handle->ping(); }));
 }
 
 }  // namespace

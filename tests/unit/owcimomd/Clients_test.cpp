@@ -4,8 +4,6 @@
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
 #include <pwd.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,58 +15,13 @@
 #include <memory>
 #include <random>
 
-#include "rpc.capnp.h"
 #include "tests/unit/client/LiveDaemon.hpp"
+#include "tests/unit/owcimomd/RawClient.hpp"
 
 namespace KovTest {
 namespace {
 
 constexpr int MANY_CLIENTS = 100;
-
-/// A bare connection.
-class RawClient {
-public:
-    explicit RawClient(const String& path) : m_fd(::socket(AF_UNIX, SOCK_STREAM, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(0, ::connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address));
-        const timeval limit{20, 0};
-        ::setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    }
-    ~RawClient() { ::close(m_fd); }
-    RawClient(const RawClient&) = delete;
-    RawClient& operator=(const RawClient&) = delete;
-
-    ssize_t send(std::string_view bytes, int flags = 0) {
-        return ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
-    }
-    void takeWhatIsThere() {
-        char buffer[4096];
-        while (::recv(m_fd, buffer, sizeof buffer, MSG_DONTWAIT) > 0) {
-        }
-    }
-    /// Whether the daemon ends the connection, after whatever it has to say.
-    bool isEnded() {
-        char buffer[4096];
-        ssize_t count = 0;
-        do {
-            count = ::recv(m_fd, buffer, sizeof buffer, 0);
-        } while (count > 0);
-        return count == 0 || errno == ECONNRESET;
-    }
-
-private:
-    int m_fd;
-};
-
-String words(std::initializer_list<uint32_t> halves) {
-    String bytes;
-    for (const uint32_t half : halves) {
-        bytes.append(reinterpret_cast<const char*>(&half), sizeof half);
-    }
-    return bytes;
-}
 
 size_t residentKiB(pid_t pid) {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
@@ -134,18 +87,6 @@ TEST_F(Clients, ThatSendHalfAMessageWaitAloneAndCostNothing) {
     expectServed();
 }
 
-String toBytes(capnp::MessageBuilder& message) {
-    const auto words = capnp::messageToFlatArray(message);
-    const auto bytes = words.asChars();
-    return {bytes.begin(), bytes.size()};
-}
-
-String pingCall() {
-    capnp::MallocMessageBuilder message;
-    message.initRoot<wire::Call>().setPing();
-    return toBytes(message);
-}
-
 /// A call with a long argument, which comes back in the text of its failure.
 String longCall() {
     capnp::MallocMessageBuilder message;
@@ -163,7 +104,7 @@ TEST_F(Clients, ThatDoNotTakeTheirAnswersAreNotReadFrom) {
     size_t sent = 0;
     // Until nothing has been taken for half a second.
     for (int idle = 0; idle < 500 && sent < 256U << 20U;) {
-        const ssize_t count = deaf.send(call, MSG_DONTWAIT);
+        const ssize_t count = deaf.send(call, false);
         ASSERT_TRUE(count > 0 || errno == EAGAIN) << "it is not sent away either";
         if (count > 0) {
             sent += static_cast<size_t>(count);
@@ -262,7 +203,7 @@ TEST_F(Clients, ThatCallWithoutAPauseLeaveOthersTheirTurn) {
     auto flooding = std::make_shared<RawClient>(daemon.socket());
     children.startRepeating([flooding, call = pingCall()] {
         for (int i = 0; i < 100; ++i) {
-            flooding->send(call, MSG_DONTWAIT);
+            flooding->send(call, false);
         }
         flooding->takeWhatIsThere();
     });

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/unit/owcimomd/RawClient.hpp"
+
+#include <capnp/serialize.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace KovTest {
+
+namespace {
+
+constexpr int PATIENCE_MS = 20000;
+
+bool isReady(int fd, short events) {
+    pollfd waiting{fd, events, 0};
+    return ::poll(&waiting, 1, PATIENCE_MS) == 1;
+}
+
+}  // namespace
+
+RawClient::RawClient(const String& path)
+    : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(0, ::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address));
+}
+
+RawClient::~RawClient() {
+    ::close(m_socket);
+    closeCalls();
+    closeAnswers();
+}
+
+void RawClient::closeCalls() {
+    if (m_calls >= 0) {
+        ::close(std::exchange(m_calls, -1));
+    }
+}
+
+void RawClient::closeAnswers() {
+    if (m_answers >= 0) {
+        ::close(std::exchange(m_answers, -1));
+    }
+}
+
+ssize_t RawClient::send(std::string_view bytes, bool isWaiting) {
+    if (m_calls >= 0) {
+        return isWaiting && !isReady(m_calls, POLLOUT)
+                   ? -1
+                   : ::write(m_calls, bytes.data(), bytes.size());
+    }
+    return ::send(m_socket, bytes.data(), bytes.size(),
+                  MSG_NOSIGNAL | (isWaiting ? 0 : MSG_DONTWAIT));
+}
+
+/// Takes the pipes that come with the bytes.
+ssize_t RawClient::read(void* buffer, size_t size, bool isWaiting) {
+    const int fd = m_answers >= 0 ? m_answers : m_socket;
+    if (isWaiting && !isReady(fd, POLLIN)) {
+        return -1;
+    }
+    if (m_answers >= 0) {
+        return ::read(fd, buffer, size);
+    }
+    int pipes[2];
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof pipes)];
+    iovec data{buffer, size};
+    msghdr message{};
+    message.msg_iov = &data;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    const ssize_t count = ::recvmsg(fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    const cmsghdr* header = count > 0 ? CMSG_FIRSTHDR(&message) : nullptr;
+    if (header != nullptr) {
+        EXPECT_EQ(SCM_RIGHTS, header->cmsg_type);
+        EXPECT_EQ(CMSG_LEN(sizeof pipes), header->cmsg_len);
+        std::memcpy(pipes, CMSG_DATA(header), sizeof pipes);
+        m_calls = pipes[0];
+        m_answers = pipes[1];
+    }
+    return count;
+}
+
+void RawClient::takeWhatIsThere() {
+    char buffer[4096];
+    while (read(buffer, sizeof buffer, false) > 0) {
+    }
+}
+
+bool RawClient::isEnded() {
+    char buffer[4096];
+    ssize_t count = 0;
+    do {
+        count = read(buffer, sizeof buffer, true);
+    } while (count > 0);
+    return count == 0 || errno == ECONNRESET;
+}
+
+bool RawClient::isAnswered(uint64_t id) {
+    alignas(capnp::word) char buffer[4096];
+    const ssize_t count = read(buffer, sizeof buffer, true);
+    if (count <= 0) {
+        return false;
+    }
+    capnp::FlatArrayMessageReader message(
+        kj::arrayPtr(reinterpret_cast<const capnp::word*>(buffer),
+                     static_cast<size_t>(count) / sizeof(capnp::word)));
+    const auto answer = message.getRoot<OpenWBEM::wire::Answer>();
+    return answer.getId() == id && answer.getFailure().getCode() == 0;
+}
+
+bool RawClient::getPipes(int pings) {
+    for (int i = 0; i < pings && m_answers < 0; ++i) {
+        send(pingCall(++m_lastId, true));
+        EXPECT_TRUE(isAnswered(m_lastId));
+    }
+    return m_answers >= 0;
+}
+
+bool RawClient::ping() {
+    send(pingCall(++m_lastId));
+    return isAnswered(m_lastId);
+}
+
+bool RawClient::isSocketEnded() const {
+    char byte = 0;
+    return isReady(m_socket, POLLIN) && ::recv(m_socket, &byte, 1, MSG_DONTWAIT) == 0;
+}
+
+String words(std::initializer_list<uint32_t> halves) {
+    String bytes;
+    for (const uint32_t half : halves) {
+        bytes.append(reinterpret_cast<const char*>(&half), sizeof half);
+    }
+    return bytes;
+}
+
+String toBytes(capnp::MessageBuilder& message) {
+    const auto words = capnp::messageToFlatArray(message);
+    const auto bytes = words.asChars();
+    return {bytes.begin(), bytes.size()};
+}
+
+String pingCall(uint64_t id, bool takesPipes) {
+    capnp::MallocMessageBuilder message;
+    auto call = message.initRoot<OpenWBEM::wire::Call>();
+    call.setId(id);
+    call.setPing();
+    call.setTakesPipes(takesPipes);
+    return toBytes(message);
+}
+
+}  // namespace KovTest
