@@ -44,6 +44,11 @@ std::optional<InstanceRow> InstanceTable::find(int64_t ns, const String& key) {
     return query.bind(ns).bind(key).step() ? std::optional(rowOf(query)) : std::nullopt;
 }
 
+std::optional<int64_t> InstanceTable::findId(int64_t ns, const String& key) {
+    Statement query(m_database, "SELECT id FROM instance WHERE ns=? AND key=?");
+    return query.bind(ns).bind(key).step() ? std::optional(query.number(0)) : std::nullopt;
+}
+
 std::optional<InstanceRow> InstanceTable::read(int64_t id) {
     Statement query(m_database, "SELECT id, class, body FROM instance WHERE id=?");
     return query.bind(id).step() ? std::optional(rowOf(query)) : std::nullopt;

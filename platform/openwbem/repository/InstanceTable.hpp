@@ -32,6 +32,7 @@ public:
 
     /// `key` is the canonical key of the path.
     std::optional<InstanceRow> find(int64_t ns, const String& key);
+    std::optional<int64_t> findId(int64_t ns, const String& key);
     std::optional<InstanceRow> read(int64_t id);
     bool hasInstances(int64_t cls);
     /// Greater than the id of any instance so far.

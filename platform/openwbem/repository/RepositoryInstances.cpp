@@ -34,12 +34,16 @@ CIMObjectPath inLine(const CIMObjectPath& path, const Found& found) {
         .syncWithClass(found.cls.cls);
 }
 
-InstanceRow requireInstance(RepositoryStore& store, const Found& found, const CIMObjectPath& path) {
-    auto row = store.instances.find(found.ns.id, path.canonicalKey());
+template <class T>
+T required(std::optional<T> row, const CIMObjectPath& path) {
     if (!row) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", path.modelPath()));
     }
     return *std::move(row);
+}
+
+InstanceRow requireInstance(RepositoryStore& store, const Found& found, const CIMObjectPath& path) {
+    return required(store.instances.find(found.ns.id, path.canonicalKey()), path);
 }
 
 /// The path that the key values of an instance make, whether they are marked as keys or not.
@@ -158,7 +162,8 @@ void RepositoryCIMOMHandle::deleteInstance(const String& ns, const CIMObjectPath
         return;
     }
     const Found found = findClass(store, ns, path.getClassName());
-    store.instances.remove(requireInstance(store, found, inLine(path, found)).id);
+    const CIMObjectPath own = inLine(path, found);
+    store.instances.remove(required(store.instances.findId(found.ns.id, own.canonicalKey()), own));
     operation.done();
 }
 
