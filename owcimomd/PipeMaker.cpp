@@ -2,14 +2,13 @@
 #include "owcimomd/PipeMaker.hpp"
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstring>
+#include "openwbem/wire/PipePassing.hpp"
 
 namespace OwCimomd {
 
+namespace PipePassing = OpenWBEM::PipePassing;
 using kj::LowLevelAsyncIoProvider;
 
 namespace {
@@ -56,20 +55,8 @@ PipeMaker::Pipes::Pipes(PipeMaker& maker, kj::AutoCloseFd calls[2], kj::AutoClos
 }
 
 ssize_t PipeMaker::Pipes::sendClientEnds(int socket, kj::ArrayPtr<const kj::byte> bytes) {
-    const std::array<int, 2> ends{m_clientCalls.get(), m_clientAnswers.get()};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof ends)]{};
-    iovec data{const_cast<kj::byte*>(bytes.begin()), bytes.size()};
-    msghdr message{};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    cmsghdr* header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof ends);
-    std::memcpy(CMSG_DATA(header), ends.data(), sizeof ends);
-    const ssize_t count = ::sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t count =
+        PipePassing::send(socket, bytes, {m_clientCalls.get(), m_clientAnswers.get()});
     m_clientCalls = nullptr;
     m_clientAnswers = nullptr;
     return count;

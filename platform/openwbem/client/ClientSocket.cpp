@@ -16,6 +16,7 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/CIMException.hpp"
+#include "openwbem/wire/PipePassing.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
@@ -200,27 +201,13 @@ ssize_t ClientSocket::readNow(void* buffer, size_t maxBytes) {
 
 /// Reads from the socket, from which pipes may come.
 ssize_t ClientSocket::receiveNow(void* buffer, size_t maxBytes) {
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int[2]))];
-    iovec data{buffer, maxBytes};
-    msghdr message{};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    const ssize_t count = ::recvmsg(m_socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-    if (count <= 0) {
-        return count;
+    PipePassing::Received received = PipePassing::receive(m_socket, buffer, maxBytes);
+    if (received.ends[0].get() >= 0) {
+        m_pipes[0] = kj::mv(received.ends[0]);
+        m_pipes[1] = kj::mv(received.ends[1]);
     }
-    const cmsghdr* header = CMSG_FIRSTHDR(&message);
-    if (header != nullptr && header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_RIGHTS) {
-        int fds[2] = {-1, -1};
-        std::memcpy(fds, CMSG_DATA(header),
-                    std::min<size_t>(header->cmsg_len - CMSG_LEN(0), sizeof fds));
-        m_pipes[0] = kj::AutoCloseFd(fds[0]);
-        m_pipes[1] = kj::AutoCloseFd(fds[1]);
-    }
-    m_hasLostPipes = m_hasLostPipes || (message.msg_flags & MSG_CTRUNC) != 0;
-    return count;
+    m_hasLostPipes = m_hasLostPipes || received.areLost;
+    return received.count;
 }
 
 /// Goes on through the pipes that have come with the message that was read.

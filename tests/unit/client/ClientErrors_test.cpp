@@ -11,8 +11,8 @@
 
 #include <array>
 #include <csignal>
-#include <cstring>
 
+#include "openwbem/wire/PipePassing.hpp"
 #include "rpc.capnp.h"
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/repository/Refusals.hpp"
@@ -142,19 +142,7 @@ public:
             capnp::MallocMessageBuilder message;
             message.initRoot<wire::Answer>().setId(1);
             const auto words = capnp::messageToFlatArray(message);
-            alignas(cmsghdr) char control[CMSG_SPACE(sizeof ends)]{};
-            iovec data{const_cast<char*>(words.asChars().begin()), words.asChars().size()};
-            msghdr answer{};
-            answer.msg_iov = &data;
-            answer.msg_iovlen = 1;
-            answer.msg_control = control;
-            answer.msg_controllen = sizeof control;
-            cmsghdr* header = CMSG_FIRSTHDR(&answer);
-            header->cmsg_level = SOL_SOCKET;
-            header->cmsg_type = SCM_RIGHTS;
-            header->cmsg_len = CMSG_LEN(sizeof ends);
-            std::memcpy(CMSG_DATA(header), ends.data(), sizeof ends);
-            done = ::sendmsg(client, &answer, 0);
+            done = PipePassing::send(client, words.asBytes(), ends);
             ::pause();
             ::_exit(static_cast<int>(done));
         }
@@ -203,11 +191,7 @@ TEST(ClientErrors, AnEnumerationDoesNotGoOnOverWhatABrokenCallHasLeft) {
     LiveDaemon daemon;
     const auto handle = daemon.connect();
     addSchema(*handle, "root");
-    for (uint32_t i = 0; i < 1000; ++i) {
-        CIMInstance instance = car(i);
-        instance.setProperty("Note", CIMValue(String(1000, 'n')));
-        handle->createInstance("root", instance);
-    }
+    addCars(*handle, "root", 1000, 1000);
     handle->getWBEMProtocolHandler()->setTimeout(
         blocxx::Timeout::relative(std::chrono::milliseconds(500)));
     size_t seen = 0;

@@ -124,11 +124,7 @@ TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
     {
         const auto handle = daemon.connect();
         addSchema(*handle, "root");
-        for (uint32_t i = 0; i < 3000; ++i) {
-            CIMInstance instance = car(i);
-            instance.setProperty("Note", CIMValue(String(1000, 'n')));
-            handle->createInstance("root", instance);
-        }
+        addCars(*handle, "root", 3000, 1000);
     }
     // It begins an enumeration of some megabytes and is stopped in the middle.
     const pid_t hanging = ::fork();

@@ -189,11 +189,7 @@ TEST_F(PipedHandle, CarriesLargeObjectsBothWays) {
     ASSERT_TRUE(isPiped());
     addSchema(*handle, "root");
     const String note(3U << 20U, 'n');
-    for (uint32_t i = 0; i < 3; ++i) {
-        CIMInstance instance = car(i);
-        instance.setProperty("Note", CIMValue(note));
-        handle->createInstance("root", instance);
-    }
+    addCars(*handle, "root", 3, note.size());
     EXPECT_EQ(CIMValue(note),
               CIMOMHandleIFCRef(handle)->getInstance("root", carPath(1)).getPropertyValue("Note"));
     EXPECT_EQ(3u, handle->enumInstancesA("root", "Car").size());

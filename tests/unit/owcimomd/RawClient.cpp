@@ -9,9 +9,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+
+#include "openwbem/wire/PipePassing.hpp"
 
 namespace KovTest {
+
+namespace PipePassing = OpenWBEM::PipePassing;
 
 namespace {
 
@@ -69,22 +72,12 @@ ssize_t RawClient::read(void* buffer, size_t size, bool isWaiting) {
     if (m_answers >= 0) {
         return ::read(fd, buffer, size);
     }
-    int pipes[2];
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof pipes)];
-    iovec data{buffer, size};
-    msghdr message{};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    const ssize_t count = ::recvmsg(fd, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-    const cmsghdr* header = count > 0 ? CMSG_FIRSTHDR(&message) : nullptr;
-    if (header != nullptr) {
-        EXPECT_EQ(SCM_RIGHTS, header->cmsg_type);
-        EXPECT_EQ(CMSG_LEN(sizeof pipes), header->cmsg_len);
-        std::memcpy(pipes, CMSG_DATA(header), sizeof pipes);
-        m_calls = pipes[0];
-        m_answers = pipes[1];
+    auto [count, ends, areLost] = PipePassing::receive(fd, buffer, size);
+    EXPECT_FALSE(areLost);
+    EXPECT_EQ(ends[0].get() < 0, ends[1].get() < 0);
+    if (ends[0].get() >= 0) {
+        m_calls = ends[0].release();
+        m_answers = ends[1].release();
     }
     return count;
 }

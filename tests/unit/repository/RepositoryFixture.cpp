@@ -172,6 +172,15 @@ CIMInstance car(uint32_t number) {
     return result;
 }
 
+void addCars(CIMOMHandleIFC& handle, const String& ns, uint32_t count, size_t noteSize) {
+    const String note(noteSize, 'n');
+    for (uint32_t i = 0; i < count; ++i) {
+        CIMInstance instance = car(i);
+        instance.setProperty("Note", CIMValue(note));
+        handle.createInstance(ns, instance);
+    }
+}
+
 CIMObjectPath personPath(const String& name, const String& className) {
     return CIMObjectPath(className).setKeyValue("Name", CIMValue(name));
 }

@@ -105,6 +105,8 @@ void addSchema(RepositoryCIMOMHandle& handle, const String& ns = "test");
 void addSchema(Subject& subject, const String& ns = "test");
 CIMInstance person(const String& name, const String& className = "Person");
 CIMInstance car(uint32_t number);
+/// Cars from 0 on, each with a note of that size.
+void addCars(CIMOMHandleIFC& handle, const String& ns, uint32_t count, size_t noteSize);
 CIMObjectPath personPath(const String& name, const String& className = "Person");
 CIMObjectPath carPath(uint32_t number);
 CIMInstance owns(const CIMObjectPath& owner, const CIMObjectPath& thing);
