@@ -42,12 +42,9 @@ String textOf(const CIMInstance& instance, const char* property) {
 AccessControl::AccessControl(RepositoryCIMOMHandle& handle, std::set<String> allowedUsers)
     : m_handle(handle), m_allowedUsers(std::move(allowedUsers)), m_ownUid(geteuid()) {}
 
-bool AccessControl::mayEnd(const User& user) const noexcept {
-    return user.uid == 0 || user.uid == m_ownUid;
-}
-
 bool AccessControl::mayConnect(const User& user) const {
-    return mayEnd(user) || (!user.name.empty() && m_allowedUsers.count(user.name) != 0);
+    return user.uid == 0 || user.uid == m_ownUid ||
+           (!user.name.empty() && m_allowedUsers.count(user.name) != 0);
 }
 
 void AccessControl::requireConnect(const User& user) const {

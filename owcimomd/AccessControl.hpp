@@ -37,8 +37,6 @@ public:
     AccessControl(RepositoryCIMOMHandle& handle, std::set<String> allowedUsers);
 
     bool mayConnect(const User& user) const;
-    /// Whether the user may end the daemon: root, and the daemon's own account.
-    bool mayEnd(const User& user) const noexcept;
     /// Throws CIMException ACCESS_DENIED.
     void requireConnect(const User& user) const;
 

@@ -3,7 +3,7 @@
 
 #include <capnp/serialize.h>
 #include <sched.h>
-#include <unistd.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -18,9 +18,10 @@ constexpr std::chrono::microseconds MOMENT{100};
 
 }  // namespace
 
-void BufferedStream::goOnWith(kj::AsyncInputStream& inner, int fd) {
-    m_inner = &inner;
-    m_fd = fd;
+BufferedStream::BufferedStream(kj::AsyncIoStream& inner) : m_inner(inner), m_fd(-1) {
+    KJ_IF_MAYBE (fd, inner.getFd()) {
+        m_fd = *fd;
+    }
 }
 
 size_t BufferedStream::take(void* buffer, size_t maxBytes) {
@@ -37,7 +38,8 @@ size_t BufferedStream::receiveSoon() {
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + MOMENT;
     ssize_t count = -1;
-    while ((count = ::read(m_fd, m_buffer, SIZE)) < 0 && errno == EAGAIN && Clock::now() < until) {
+    while ((count = ::recv(m_fd, m_buffer, SIZE, MSG_DONTWAIT)) < 0 && errno == EAGAIN &&
+           Clock::now() < until) {
         // The client may be waiting for this processor.
         ::sched_yield();
     }
@@ -60,6 +62,11 @@ kj::ArrayPtr<const capnp::word> BufferedStream::messageSoon() {
     return here.slice(0, size);
 }
 
+kj::ArrayPtr<const kj::byte> BufferedStream::sendNow(kj::ArrayPtr<const kj::byte> bytes) {
+    const ssize_t count = ::send(m_fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    return bytes.slice(count < 0 ? 0 : static_cast<size_t>(count), bytes.size());
+}
+
 kj::Promise<size_t> BufferedStream::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
     const size_t taken = take(buffer, maxBytes);
     if (taken >= minBytes) {
@@ -69,11 +76,11 @@ kj::Promise<size_t> BufferedStream::tryRead(void* buffer, size_t minBytes, size_
     const size_t missing = minBytes - taken;
     // What is larger than the buffer goes where it is wanted at once.
     if (missing >= SIZE) {
-        return m_inner->tryRead(rest, missing, maxBytes - taken).then([taken](size_t count) {
+        return m_inner.tryRead(rest, missing, maxBytes - taken).then([taken](size_t count) {
             return taken + count;
         });
     }
-    return m_inner->tryRead(m_buffer, missing, SIZE)
+    return m_inner.tryRead(m_buffer, missing, SIZE)
         .then([this, rest, taken, room = maxBytes - taken](size_t count) {
             m_unread = kj::arrayPtr(m_buffer, count);
             return taken + take(rest, room);

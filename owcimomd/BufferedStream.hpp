@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Reads a connection in large pieces: a message takes one system call and not one for each of its
-// parts. What is about to come takes no event either.
+// parts. What is about to come, and what can be sent at once, takes no event either.
 #pragma once
 
 #include <capnp/common.h>
@@ -11,11 +11,7 @@ namespace OwCimomd {
 
 class BufferedStream final : public kj::AsyncInputStream {
 public:
-    /// Reads from `inner`, whose descriptor, a socket or a pipe that does not block, is `fd`.
-    BufferedStream(kj::AsyncInputStream& inner, int fd) : m_inner(&inner), m_fd(fd) {}
-
-    /// Goes on reading there. Not while it waits for something.
-    void goOnWith(kj::AsyncInputStream& inner, int fd);
+    explicit BufferedStream(kj::AsyncIoStream& inner);
 
     kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
 
@@ -24,13 +20,16 @@ public:
     /// until the next reading.
     kj::ArrayPtr<const capnp::word> messageSoon();
 
+    /// Sends as much as can be sent at once. Returns the rest: all of it when sending fails.
+    kj::ArrayPtr<const kj::byte> sendNow(kj::ArrayPtr<const kj::byte> bytes);
+
 private:
     size_t take(void* buffer, size_t maxBytes);
     size_t receiveSoon();
 
     static constexpr size_t SIZE = size_t(16) << 10U;
 
-    kj::AsyncInputStream* m_inner;
+    kj::AsyncIoStream& m_inner;
     int m_fd;
     kj::ArrayPtr<kj::byte> m_unread;  // in the buffer
     alignas(capnp::word) kj::byte m_buffer[SIZE];

@@ -37,9 +37,10 @@ capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
 
 }  // namespace
 
-ClientSession::ClientSession(kj::Own<ClientChannel> channel, Operations& operations, User user,
+ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
                              Conversation& conversation)
-    : m_channel(kj::mv(channel)),
+    : m_stream(kj::mv(stream)),
+      m_input(*m_stream),
       m_operations(operations),
       m_user(std::move(user)),
       m_conversation(conversation),
@@ -51,7 +52,7 @@ kj::Promise<void> ClientSession::run() {
         if (count == CALLS_AT_ONCE) {
             return kj::evalLater([this] { return run(); });
         }
-        const auto words = m_channel->calls().messageSoon();
+        const auto words = m_input.messageSoon();
         if (words.size() == 0) {
             break;
         }
@@ -64,7 +65,7 @@ kj::Promise<void> ClientSession::run() {
 }
 
 kj::Promise<void> ClientSession::awaitCall() {
-    return capnp::tryReadMessage(m_channel->calls(), m_limits)
+    return capnp::tryReadMessage(m_input, m_limits)
         .then([this](kj::Maybe<kj::Own<capnp::MessageReader>> message) -> kj::Promise<void> {
             KJ_IF_MAYBE (call, message) {
                 KJ_IF_MAYBE (answering, answer(**call)) {
@@ -79,13 +80,20 @@ kj::Promise<void> ClientSession::awaitCall() {
 kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {
     m_conversation.note(this);
     auto message = kj::heap<capnp::MallocMessageBuilder>(RpcLimits::USUAL_WORDS);
-    const auto root = call.getRoot<wire::Call>();
-    if (!handle(root, message->initRoot<wire::Answer>())) {
+    if (!handle(call.getRoot<wire::Call>(), message->initRoot<wire::Answer>())) {
         return nullptr;
     }
-    const bool getsPipes = root.getTakesPipes() && m_conversation.isGoingOnWith(this) &&
-                           m_operations.access().mayEnd(m_user);
-    return getsPipes ? m_channel->sendWithPipes(kj::mv(message)) : m_channel->send(kj::mv(message));
+    if (message->sizeInWords() > RpcLimits::USUAL_WORDS) {
+        auto writing = capnp::writeMessage(*m_stream, *message);
+        return writing.attach(kj::mv(message));
+    }
+    auto words = capnp::messageToFlatArray(*message);
+    const auto rest = m_input.sendNow(words.asBytes());
+    if (rest.size() == 0) {
+        return nullptr;
+    }
+    auto writing = m_stream->write(rest.begin(), rest.size());
+    return writing.attach(kj::mv(words));
 }
 
 /// Whatever an operation throws is its answer.

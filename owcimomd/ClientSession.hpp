@@ -7,11 +7,11 @@
 #pragma once
 
 #include <capnp/message.h>
-#include <kj/async.h>
+#include <kj/async-io.h>
 
 #include <map>
 
-#include "owcimomd/ClientChannel.hpp"
+#include "owcimomd/BufferedStream.hpp"
 #include "owcimomd/Conversation.hpp"
 #include "owcimomd/Operations.hpp"
 
@@ -19,7 +19,7 @@ namespace OwCimomd {
 
 class ClientSession {
 public:
-    ClientSession(kj::Own<ClientChannel> channel, Operations& operations, User user,
+    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
                   Conversation& conversation);
     ~ClientSession() noexcept { m_conversation.end(this); }
     KJ_DISALLOW_COPY(ClientSession);
@@ -39,7 +39,8 @@ private:
     /// Returns whether there is more.
     bool putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer);
 
-    kj::Own<ClientChannel> m_channel;
+    kj::Own<kj::AsyncIoStream> m_stream;
+    BufferedStream m_input;
     Operations& m_operations;
     User m_user;
     Conversation& m_conversation;

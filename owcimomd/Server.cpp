@@ -28,9 +28,8 @@ constexpr int BACKLOG = 1024;
 /// Whoever may connect is told by the peer's credentials, not by the mode.
 constexpr mode_t SOCKET_MODE = 0666;
 
-/// Descriptors that are not for clients: files, the loop's own, what pipes take more.
+/// Descriptors that are not for clients: files, the loop's own.
 constexpr rlim_t OWN_DESCRIPTORS = 64;
-constexpr rlim_t PIPE_DESCRIPTORS = 32;
 constexpr rlim_t MAX_DESCRIPTORS = 4096;
 
 /// Events after which the loop looks for what the other clients have sent, while one of them keeps
@@ -39,25 +38,16 @@ constexpr unsigned EVENTS_BETWEEN_POLLS = 8;
 
 constexpr auto PAUSE_AFTER_FAILURE = 100 * kj::MILLISECONDS;
 
-/// As many descriptors as there can be.
-rlim_t raiseDescriptorLimit() {
+/// As many clients as descriptors allow.
+size_t raiseClientLimit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        return 2 * OWN_DESCRIPTORS;
+        return OWN_DESCRIPTORS;
     }
     limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, MAX_DESCRIPTORS));
     setrlimit(RLIMIT_NOFILE, &limit);
-    return std::min(limit.rlim_cur, MAX_DESCRIPTORS);
-}
-
-/// As many clients as descriptors allow.
-size_t clientLimit(rlim_t descriptors) {
-    return descriptors > 2 * OWN_DESCRIPTORS ? descriptors - OWN_DESCRIPTORS : descriptors / 2;
-}
-
-/// None where descriptors are few.
-size_t pipeLimit(rlim_t descriptors) {
-    return descriptors > 2 * OWN_DESCRIPTORS ? PIPE_DESCRIPTORS : 0;
+    const rlim_t usable = std::min(limit.rlim_cur, MAX_DESCRIPTORS);
+    return usable > 2 * OWN_DESCRIPTORS ? usable - OWN_DESCRIPTORS : usable / 2;
 }
 
 [[noreturn]] void fail(const String& path, const char* reason) {
@@ -96,9 +86,7 @@ Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& ope
           listeningSocket(socketPath), kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                            kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
-      m_descriptors(raiseDescriptorLimit()),
-      m_places(clientLimit(m_descriptors)),
-      m_pipes(*io.lowLevelProvider, pipeLimit(m_descriptors)),
+      m_places(raiseClientLimit()),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
 }
@@ -143,8 +131,8 @@ void Server::serve(kj::AuthenticatedStream client) {
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    auto session = kj::heap<ClientSession>(kj::heap<ClientChannel>(kj::mv(client.stream), m_pipes),
-                                           m_operations, user, m_conversation);
+    auto session =
+        kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_conversation);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }

@@ -33,9 +33,7 @@ private:
     String m_path;
     Operations& m_operations;
     kj::Own<kj::ConnectionReceiver> m_receiver;
-    size_t m_descriptors;
     Places m_places;
-    PipeMaker m_pipes;
     RareReport m_notAccepted;
     RareReport m_sentAway;
     Conversation m_conversation;

@@ -2,8 +2,7 @@
 //
 // Any bytes as what a client sends: the daemon's side of a connection, over a real repository,
 // takes them all and comes to an end, and serves the next client. The input is what goes over the
-// connection, as messages one after another. A client that is given pipes lets them go, which is
-// its end.
+// connection, as messages one after another.
 #include <capnp/message.h>
 #include <kj/async-io.h>
 #include <unistd.h>
@@ -64,12 +63,11 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Repository repository;
     static kj::AsyncIoContext io = kj::setupAsyncIo();
-    static PipeMaker pipes(*io.lowLevelProvider, 32);
     static Conversation conversation;
     const User root{0, "root"};
     auto ends = io.provider->newTwoWayPipe();
-    auto session = kj::heap<ClientSession>(kj::heap<ClientChannel>(kj::mv(ends.ends[0]), pipes),
-                                           repository.operations(), root, conversation);
+    auto session =
+        kj::heap<ClientSession>(kj::mv(ends.ends[0]), repository.operations(), root, conversation);
     // Takes the answers for as long as there are any.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {

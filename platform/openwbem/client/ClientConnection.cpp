@@ -87,9 +87,6 @@ public:
         auto call = message.initRoot<wire::Call>();
         call.setId(m_lastId + 1);
         fill(call);
-        // A portion may come while other calls are made, and these must not miss the pipes.
-        call.setTakesPipes((call.isPing() || call.isCarryOut()) && m_enumerations == 0 &&
-                           m_socket.takesPipes());
         const auto words = capnp::messageToFlatArray(message);
         auto bytes = words.asChars();
         kj::ArrayPtr<const char> rest(bytes.begin(), bytes.size());
@@ -110,9 +107,6 @@ public:
         auto node = m_early.extract(id);
         return kj::mv(node.mapped());
     }
-
-    /// To be told of the beginning and the end of each enumeration.
-    void noteEnumeration(int change) noexcept { m_enumerations += change; }
 
     /// Nobody will ask for that answer.
     void forget(uint64_t id) {
@@ -153,7 +147,6 @@ private:
     ClientSocket m_socket;
     uint64_t m_lastId = 0;
     size_t m_expected = 0;
-    int m_enumerations = 0;
     bool m_isBroken = false;
     std::map<uint64_t, Message> m_early;
     std::set<uint64_t> m_forgotten;
@@ -176,7 +169,7 @@ uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& 
             }
         }
     }
-    // The lost one's descriptors may be the last ones.
+    // The lost one's descriptor may be the last one.
     m_session.reset();
     m_session = std::make_shared<Session>(m_path, timeout);
     return m_session->send(fill);
@@ -226,11 +219,8 @@ String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout
 class ClientConnection::Enumerating {
 public:
     Enumerating(std::shared_ptr<Session> session, uint64_t first)
-        : m_session(std::move(session)), m_ahead(first) {
-        m_session->noteEnumeration(1);
-    }
+        : m_session(std::move(session)), m_ahead(first) {}
     ~Enumerating() {
-        m_session->noteEnumeration(-1);
         if (m_ahead == 0) {
             return;
         }

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/client/ClientSocket.hpp"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/wire/PipePassing.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
@@ -73,36 +69,6 @@ int connectedSocket(const String& path, const Timeout& timeout) {
     return fd;
 }
 
-/// Whether it is that end of a pipe, and does not block.
-bool isPipeEnd(int fd, int access) {
-    struct stat status {};
-    const int flags = ::fcntl(fd, F_GETFL);
-    return flags >= 0 && (flags & O_ACCMODE) == access && (flags & O_NONBLOCK) != 0 &&
-           ::fstat(fd, &status) == 0 && S_ISFIFO(status.st_mode);
-}
-
-/// write(2), but a pipe that nobody reads is an error and no signal, whatever the caller has made
-/// of SIGPIPE.
-ssize_t writeWithoutSignal(int fd, const void* bytes, size_t size) {
-    sigset_t signal;
-    sigset_t blocked;
-    sigset_t pending;
-    sigemptyset(&signal);
-    sigaddset(&signal, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &signal, &blocked);
-    const bool isCallers = sigismember(&blocked, SIGPIPE) == 1 && sigpending(&pending) == 0 &&
-                           sigismember(&pending, SIGPIPE) == 1;
-    const ssize_t count = ::write(fd, bytes, size);
-    const int error = errno;
-    if (count < 0 && error == EPIPE && !isCallers) {
-        const timespec now{};
-        sigtimedwait(&signal, nullptr, &now);
-    }
-    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
-    errno = error;
-    return count;
-}
-
 capnp::ReaderOptions readerOptions() {
     capnp::ReaderOptions options;
     options.traversalLimitInWords = RpcLimits::MAX_WORDS;
@@ -113,14 +79,14 @@ capnp::ReaderOptions readerOptions() {
 }  // namespace
 
 ClientSocket::ClientSocket(const String& path, const Timeout& timeout)
-    : m_socket(connectedSocket(path, timeout)),
-      m_calls(m_socket),
-      m_answers(m_socket),
-      m_timeout(timeout),
-      m_buffered(*this) {}
+    : m_fd(connectedSocket(path, timeout)), m_timeout(timeout), m_buffered(*this) {}
 
-void ClientSocket::wait(int fd, short events) {
-    pollfd waiting{fd, events, 0};
+ClientSocket::~ClientSocket() noexcept(false) {
+    ::close(m_fd);
+}
+
+void ClientSocket::wait(short events) {
+    pollfd waiting{m_fd, events, 0};
     const auto deadline =
         m_timeout.isInfinite() ? Clock::time_point::max() : Clock::now() + m_timeout.time();
     while (true) {
@@ -144,9 +110,7 @@ void ClientSocket::wait(int fd, short events) {
 }
 
 bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
-    const ssize_t count =
-        takesPipes() ? ::send(m_socket, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT)
-                     : writeWithoutSignal(m_calls, bytes.begin(), bytes.size());
+    const ssize_t count = ::send(m_fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count >= 0) {
         m_hasSent = static_cast<size_t>(count) < bytes.size();
         bytes = bytes.slice(static_cast<size_t>(count), bytes.size());
@@ -162,14 +126,15 @@ bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
 }
 
 void ClientSocket::waitUntilSendable() {
-    wait(m_calls, POLLOUT);
+    wait(POLLOUT);
 }
 
 size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
     size_t size = 0;
     const auto spinUntil = Clock::now() + SPIN_TIME;
     while (size < minBytes) {
-        const ssize_t count = readNow(static_cast<char*>(buffer) + size, maxBytes - size);
+        const ssize_t count =
+            ::recv(m_fd, static_cast<char*>(buffer) + size, maxBytes - size, MSG_DONTWAIT);
         if (count > 0) {
             size += static_cast<size_t>(count);
         } else if (count == 0 || errno == ECONNRESET) {
@@ -177,7 +142,7 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
         } else if (errno != EAGAIN && errno != EINTR) {
             throw BrokenConnection{std::strerror(errno), false};
         } else if (Clock::now() >= spinUntil) {
-            wait(m_answers, POLLIN);
+            wait(POLLIN);
         } else {
             // The daemon may be waiting for this processor.
             ::sched_yield();
@@ -191,38 +156,7 @@ kj::Own<capnp::MessageReader> ClientSocket::receive() {
     // Segments are read as they are asked for; the next message begins after the last one.
     for (unsigned i = 0; message->getSegment(i) != nullptr; ++i) {
     }
-    takePipes();
     return message;
-}
-
-ssize_t ClientSocket::readNow(void* buffer, size_t maxBytes) {
-    return takesPipes() ? receiveNow(buffer, maxBytes) : ::read(m_answers, buffer, maxBytes);
-}
-
-/// Reads from the socket, from which pipes may come.
-ssize_t ClientSocket::receiveNow(void* buffer, size_t maxBytes) {
-    PipePassing::Received received = PipePassing::receive(m_socket, buffer, maxBytes);
-    if (received.ends[0].get() >= 0) {
-        m_pipes[0] = kj::mv(received.ends[0]);
-        m_pipes[1] = kj::mv(received.ends[1]);
-    }
-    m_hasLostPipes = m_hasLostPipes || received.areLost;
-    return received.count;
-}
-
-/// Goes on through the pipes that have come with the message that was read.
-void ClientSocket::takePipes() {
-    if (m_hasLostPipes) {
-        // There was no descriptor left for them: the next call begins a new connection.
-        ::shutdown(m_socket, SHUT_RDWR);
-    } else if (takesPipes() && m_pipes[0].get() >= 0) {
-        if (!isPipeEnd(m_pipes[0], O_WRONLY) || !isPipeEnd(m_pipes[1], O_RDONLY)) {
-            throw BrokenConnection{"the daemon has sent something else than pipes", false};
-        }
-        m_calls = m_pipes[0];
-        m_answers = m_pipes[1];
-        m_socket = nullptr;
-    }
 }
 
 }  // namespace OpenWBEM

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The socket of a connection and the pipes in its place: Cap'n Proto messages both ways, with a
-// time limit for each wait.
+// The socket of a connection: Cap'n Proto messages both ways, with a time limit for each wait.
 #pragma once
 
 #include <capnp/serialize.h>
@@ -23,13 +22,11 @@ public:
     /// Connects; waits for as long as the daemon's queue is full. Throws CIMException FAILED that
     /// names the path and the remedy.
     ClientSocket(const blocxx::String& path, const blocxx::Timeout& timeout);
-    ~ClientSocket() noexcept(false) override = default;
+    ~ClientSocket() noexcept(false) override;
     ClientSocket(const ClientSocket&) = delete;
     ClientSocket& operator=(const ClientSocket&) = delete;
 
     void setTimeout(const blocxx::Timeout& timeout) { m_timeout = timeout; }
-    /// Whether an answer may still bring pipes.
-    bool takesPipes() const noexcept { return m_socket.get() >= 0; }
 
     // These throw BrokenConnection.
 
@@ -41,16 +38,9 @@ public:
 
 private:
     size_t tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
-    ssize_t readNow(void* buffer, size_t maxBytes);
-    ssize_t receiveNow(void* buffer, size_t maxBytes);
-    void takePipes();
-    void wait(int fd, short events);
+    void wait(short events);
 
-    kj::AutoCloseFd m_socket;    // none once there are pipes
-    kj::AutoCloseFd m_pipes[2];  // the writing end for calls, the reading end for answers
-    bool m_hasLostPipes = false;
-    int m_calls;
-    int m_answers;
+    int m_fd;
     blocxx::Timeout m_timeout;
     bool m_hasSent = false;
     kj::BufferedInputStreamWrapper m_buffered;

@@ -8,10 +8,6 @@
 # call is a question and an answer and nothing else: references to remote objects, as Cap'n Proto's
 # own RPC layer has them, would make three messages of each call and cost more than most operations.
 # Whatever is not such a message ends the connection.
-#
-# A connection begins on the socket. The answer to a call that takes pipes may bring two: with its
-# first byte come (SCM_RIGHTS) the writing end of one for all further calls and the reading end of
-# one for all further answers, both of which do not block. The socket is closed then.
 
 @0xa4e1cbb6a3f2d5c9;
 
@@ -74,7 +70,7 @@ struct Portion {
 }
 
 # From the client to the daemon. Calls are carried out and answered in the order in which they come;
-# a client may send the next one before it has read an answer, unless that may bring pipes.
+# a client may send the next one before it has read an answer.
 struct Call {
   id @0 :UInt64;                   # comes back in the answer
   union {
@@ -84,7 +80,6 @@ struct Call {
     next @4 :UInt32;               # The next portion of the enumeration of that number.
     leave @5 :UInt32;              # Ends it before its time. Not answered.
   }
-  takesPipes @6 :Bool;             # The answer may bring pipes; no call is sent before it.
 }
 
 # From the daemon to the client. What was changed is committed when the answer is sent.

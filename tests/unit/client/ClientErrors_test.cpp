@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What callers are told when an operation fails, the daemon is not there or goes away.
-#include <capnp/serialize.h>
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 
-#include "openwbem/wire/PipePassing.hpp"
-#include "rpc.capnp.h"
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/repository/Refusals.hpp"
 
@@ -121,70 +115,6 @@ TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
     String message;
     EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
     EXPECT_THAT(message, HasSubstr("no reply came in time"));
-}
-
-/// Answers the first ping on a socket of that path with two descriptors, and keeps the connection
-/// until it is ended.
-class StrangeDaemon {
-public:
-    StrangeDaemon(const String& path, std::array<int, 2> ends) {
-        const int listening = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(0, ::bind(listening, reinterpret_cast<sockaddr*>(&address), sizeof address));
-        EXPECT_EQ(0, ::listen(listening, 1));
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            const int client = ::accept(listening, nullptr, nullptr);
-            char call[1024];
-            ssize_t done = ::recv(client, call, sizeof call, 0);
-            capnp::MallocMessageBuilder message;
-            message.initRoot<wire::Answer>().setId(1);
-            const auto words = capnp::messageToFlatArray(message);
-            done = PipePassing::send(client, words.asBytes(), ends);
-            ::pause();
-            ::_exit(static_cast<int>(done));
-        }
-        ::close(listening);
-    }
-    ~StrangeDaemon() {
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-    }
-    StrangeDaemon(const StrangeDaemon&) = delete;
-    StrangeDaemon& operator=(const StrangeDaemon&) = delete;
-
-private:
-    pid_t m_pid;
-};
-
-TEST(ClientErrors, NothingButPipesThatDoNotBlockIsTakenForPipes) {
-    int good[2];
-    int blocking[2];
-    ASSERT_EQ(0, ::pipe2(good, O_NONBLOCK));
-    ASSERT_EQ(0, ::pipe(blocking));
-    const int device = ::open("/dev/null", O_WRONLY | O_NONBLOCK);
-    const struct {
-        std::array<int, 2> ends;
-        bool areTaken;
-    } rows[] = {
-        {{good[1], good[0]}, true},          {{good[0], good[1]}, false},
-        {{blocking[1], blocking[0]}, false}, {{good[1], blocking[0]}, false},
-        {{device, good[0]}, false},
-    };
-    for (const auto& row : rows) {
-        const TemporaryDirectory directory;
-        const StrangeDaemon daemon(directory.path() + "/socket", row.ends);
-        const auto handle = ClientCIMOMHandle::createFromURL(
-            "owbinary.wbem://localhost:" + directory.path() + "/socket");
-        String message;
-        EXPECT_EQ(row.areTaken ? 0 : 1, statusOf([&] { handle->ping(); }, &message));
-        EXPECT_THAT(message, HasSubstr(row.areTaken ? "" : "something else than pipes"));
-    }
-    for (const int fd : {good[0], good[1], blocking[0], blocking[1], device}) {
-        ::close(fd);
-    }
 }
 
 TEST(ClientErrors, AnEnumerationDoesNotGoOnOverWhatABrokenCallHasLeft) {

@@ -10,11 +10,7 @@
 
 #include <cerrno>
 
-#include "openwbem/wire/PipePassing.hpp"
-
 namespace KovTest {
-
-namespace PipePassing = OpenWBEM::PipePassing;
 
 namespace {
 
@@ -37,49 +33,18 @@ RawClient::RawClient(const String& path)
 
 RawClient::~RawClient() {
     ::close(m_socket);
-    closeCalls();
-    closeAnswers();
-}
-
-void RawClient::closeCalls() {
-    if (m_calls >= 0) {
-        ::close(std::exchange(m_calls, -1));
-    }
-}
-
-void RawClient::closeAnswers() {
-    if (m_answers >= 0) {
-        ::close(std::exchange(m_answers, -1));
-    }
 }
 
 ssize_t RawClient::send(std::string_view bytes, bool isWaiting) {
-    if (m_calls >= 0) {
-        return isWaiting && !isReady(m_calls, POLLOUT)
-                   ? -1
-                   : ::write(m_calls, bytes.data(), bytes.size());
-    }
     return ::send(m_socket, bytes.data(), bytes.size(),
                   MSG_NOSIGNAL | (isWaiting ? 0 : MSG_DONTWAIT));
 }
 
-/// Takes the pipes that come with the bytes.
 ssize_t RawClient::read(void* buffer, size_t size, bool isWaiting) {
-    const int fd = m_answers >= 0 ? m_answers : m_socket;
-    if (isWaiting && !isReady(fd, POLLIN)) {
+    if (isWaiting && !isReady(m_socket, POLLIN)) {
         return -1;
     }
-    if (m_answers >= 0) {
-        return ::read(fd, buffer, size);
-    }
-    auto [count, ends, areLost] = PipePassing::receive(fd, buffer, size);
-    EXPECT_FALSE(areLost);
-    EXPECT_EQ(ends[0].get() < 0, ends[1].get() < 0);
-    if (ends[0].get() >= 0) {
-        m_calls = ends[0].release();
-        m_answers = ends[1].release();
-    }
-    return count;
+    return ::recv(m_socket, buffer, size, MSG_DONTWAIT);
 }
 
 void RawClient::takeWhatIsThere() {
@@ -110,22 +75,9 @@ bool RawClient::isAnswered(uint64_t id) {
     return answer.getId() == id && answer.getFailure().getCode() == 0;
 }
 
-bool RawClient::getPipes(int pings) {
-    for (int i = 0; i < pings && m_answers < 0; ++i) {
-        send(pingCall(++m_lastId, true));
-        EXPECT_TRUE(isAnswered(m_lastId));
-    }
-    return m_answers >= 0;
-}
-
 bool RawClient::ping() {
     send(pingCall(++m_lastId));
     return isAnswered(m_lastId);
-}
-
-bool RawClient::isSocketEnded() const {
-    char byte = 0;
-    return isReady(m_socket, POLLIN) && ::recv(m_socket, &byte, 1, MSG_DONTWAIT) == 0;
 }
 
 String words(std::initializer_list<uint32_t> halves) {
@@ -142,12 +94,11 @@ String toBytes(capnp::MessageBuilder& message) {
     return {bytes.begin(), bytes.size()};
 }
 
-String pingCall(uint64_t id, bool takesPipes) {
+String pingCall(uint64_t id) {
     capnp::MallocMessageBuilder message;
     auto call = message.initRoot<OpenWBEM::wire::Call>();
     call.setId(id);
     call.setPing();
-    call.setTakesPipes(takesPipes);
     return toBytes(message);
 }
 
