@@ -3,17 +3,14 @@
 // From the text of a provider registration list to registration records.
 #include "blocxx/FileSystem.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
-#include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "fennik/provider/StartPrivileges.hpp"
 #include "fennik/undo/FennikException.hpp"
-#include "openwbem/mof/MOFRenderer.hpp"
 
 namespace KOVNS2 {
 
 using namespace ProviderModel;
 using blocxx::Format;
-using OpenWBEM::CIMInstance;
-using OpenWBEM::CIMValue;
 
 namespace {
 
@@ -39,25 +36,6 @@ StringArray splitEntry(const String& line) {
         refuse(Format("Invalid number of fields in oop1 provider registration entry: %1", line));
     }
     return fields;
-}
-
-/// Each argument as a MOF string with a blank after it.
-String argumentText(const CIMValue& args) {
-    String text;
-    for (size_t i = 0; i < args.getArraySize(); ++i) {
-        text += OpenWBEM::MOF::toMOF(args.getElement(i)) + " ";
-    }
-    return text;
-}
-
-String generateOOPPrivileges(const CIMInstance& instance, bool monitored) {
-    const String process = text(instance, "Process");
-    const String args = argumentText(instance.getPropertyValue("Args"));
-    if (monitored) {
-        return Format("monitored_exec_check_args { %1 %2 @ %3 }\n", process, args,
-                      PrivilegeFiles::fileName(instance));
-    }
-    return Format("user_exec_check_args { %1 %2 @ owprovdr }\n", process, args);
 }
 
 String load(const char* what, const String& path) {
@@ -107,8 +85,9 @@ ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistra
     ProviderMof provider = buildInstancesForOOPProvider(providerMof, path2);
     verifyPrivilegesContent(privileges, path3);
     String startPrivileges =
-        oopPrivileges.empty() ? generateOOPPrivileges(registration.registrationInstance, monitored)
-                              : oopPrivileges;
+        oopPrivileges.empty()
+            ? StartPrivileges::generate(registration.registrationInstance, monitored)
+            : oopPrivileges;
     return new OOP1ProviderRegistration(
         {std::move(registration.instances), std::move(provider.nameSpace),
          std::move(provider.instances), std::move(provider.classes),

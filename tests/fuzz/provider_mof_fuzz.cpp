@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <istream>
 
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "openwbem/privilege/PrivilegeConfig.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 
 namespace {
@@ -49,11 +51,29 @@ String cut(String& rest) {
     return part;
 }
 
+class NoIncludes : public OpenWBEM::PrivilegeConfig::IncludeHandler {
+public:
+    std::unique_ptr<std::istream> getInclude(const String&) override { return nullptr; }
+    void endInclude() override {}
+};
+
+/// Whether the text allows one command, and nothing besides.
+bool isOneCommand(const String& text, bool monitored) {
+    OpenWBEM::PrivilegeConfig::Privileges found;
+    NoIncludes includes;
+    OpenWBEM::PrivilegeConfig::openwbem_privconfig_parse(text, includes, found);
+    const auto& commands = monitored ? found.monitored_exec_check_args : found.user_exec_check_args;
+    const auto& others = monitored ? found.user_exec_check_args : found.monitored_exec_check_args;
+    return commands.size() == 1 && others.empty() && found.paths.empty() &&
+           found.unpriv_user.empty();
+}
+
 void checkRegistration(const OOP1ProviderRegistration& registration, bool monitored) {
     const String start = registration.providerOOPPrivileges();
     check(registration.instanceID().starts_with("sample:"), "another product's identifier");
     check(start.starts_with(monitored ? "monitored_exec_check_args { " : "user_exec_check_args { "),
           "other start privileges");
+    check(isOneCommand(start, monitored), "the start privileges allow something else");
     check(registration.providerMofNamespace().empty() ||
               registration.providerMofNamespace() == "sample",
           "another namespace");

@@ -110,12 +110,41 @@ class Files(ProviderStory):
         every = "".join(chr(code) for code in range(32, 127) if chr(code) != "'")
         for name in ("Disk Provider/1", "a/../../../../x", "..", "/", every, "'"):
             with self.subTest(name=name):
-                self.assert_used(Provider("odd", registration=registration(name), mof=""))
+                self.assert_used(
+                    Provider("odd", registration=registration(name, Process="/p"), mof="")
+                )
                 expected = [file_name("sample:" + name)]
                 directory = self.tree.prefix + PRIVILEGES + "/owcimomd"
                 self.assertEqual(os.listdir(directory), expected)
                 self.assert_used()
                 self.assertEqual(os.listdir(directory), [])
+
+    def refuse(self, instance_id, properties, privileges=None):
+        """The registration would be written as something else than one command."""
+        provider = Provider(
+            "odd", mof="", privileges=privileges,
+            registration=registration("odd", UserContext=4 if privileges else 3, **properties),
+        )
+        for name in properties:
+            rule = (
+                "give each argument a value" if name == "Args" else
+                "it must be a text without blanks, control characters, quotes, backslashes and "
+                "braces that does not begin with # or @"
+            )
+            self.assert_refused(provider, f"Instance {instance_id}: {name} property cannot be "
+                                          f"written into a privilege file: {rule}")
+
+    def test_let_nothing_be_started_but_the_process(self):
+        """A program may have any name, and the name may read like a second statement."""
+        self.assert_used(Provider("disk", privileges=USER))
+        for path in (
+            "/x @ root } user_exec_check_args { /bin/sh", "/x @ root /bin/sh", "/x } include { y",
+            "/x -c", "/x\n/bin/sh", "/x\t", '"/x"', "#/x", "@x", "", "/x}", "{", "\x01",
+        ):
+            for privileges in (None, USER):
+                with self.subTest(path=path, privileges=privileges):
+                    self.refuse("sample:odd", {"Process": path}, privileges)
+        self.refuse("sample:a\nb", {"InstanceID": "sample:a\nb"}, USER)
 
     def test_keep_control_characters_of_the_identifier(self):
         self.assert_used(

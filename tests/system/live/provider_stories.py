@@ -6,7 +6,7 @@ import os
 import re
 import sqlite3
 
-from harness import Result, describe
+from harness import Result, describe, write
 from live import INIT, REPOSITORY, LiveStory
 from providers import (
     PRIVILEGES, PROCESS, PROGRAM, USER, Provider, listing, live_provider, process, registration,
@@ -137,6 +137,20 @@ class Providers(LiveStory):
                     "Instance sample:bad: Process property does not identify a valid executable: "
                     f"{path}\n", bad.line(),
                 )
+
+    def test_program_cannot_be_a_second_statement(self):
+        """The program is there, and its name ends the statement and begins another."""
+        name = "x @ root } user_exec_check_args { /bin/sh"
+        program = f"/var/opt/tarvo/{name}"
+        os.makedirs(os.path.dirname(self.root + program), exist_ok=True)
+        write(self.root + program, b"#!/bin/sh\n")
+        os.chmod(self.root + program, 0o755)
+        bad = Provider("bad", mof="", registration=registration("bad", Process=program))
+        bad.write_below(self.root)
+        self.assert_refused(
+            USE, 14, "Instance sample:bad: Process property cannot be written into a privilege "
+            "file: ", bad.line(),
+        )
 
     def test_that_are_wrong_change_nothing(self):
         self.use(self.disk, self.fan)

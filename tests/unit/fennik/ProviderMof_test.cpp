@@ -329,13 +329,62 @@ TEST_F(ProviderMof, StartPrivilegesToTheByte) {
          "monitored_exec_check_args { " + p + " \"-d\"  @ oop1-sample_Disk }\n"},
         {monitored({{"InstanceID", "\"sample:Disk Provider/1\""}}), PRIVILEGES,
          "monitored_exec_check_args { " + p + "  @ oop1-sample_Disk_Provider_1 }\n"},
-        {{{"Process", "\"/usr/lib/%1 with %2\""}},
+        {{{"Process", "\"/usr/lib/%1@%2#\""}},
          "",
-         "user_exec_check_args { /usr/lib/%1 with %2  @ owprovdr }\n"},
+         "user_exec_check_args { /usr/lib/%1@%2#  @ owprovdr }\n"},
     };
     for (const auto& [properties, privileges, expected] : rows) {
         EXPECT_EQ(startPrivileges(registrationMof("Disk", properties), privileges), expected);
     }
+}
+
+// Each of these would be read as something else than the one command that is meant.
+TEST_F(ProviderMof, StartPrivilegesThatWouldSayMoreAreRefused) {
+    const String plain =
+        " property cannot be written into a privilege file: it must be a text without blanks, "
+        "control characters, quotes, backslashes and braces that does not begin with # or @";
+    const String valued =
+        " property cannot be written into a privilege file: give each argument a value";
+    const struct {
+        const char* property;
+        const char* value;
+        bool monitored;
+        String message;
+    } rows[] = {
+        {"Process", R"("/x @ root } user_exec_check_args { /bin/sh")", false, plain},
+        {"Process", R"("/x @ root } user_exec_check_args { /bin/sh")", true, plain},
+        {"Process", R"("/x @ root /bin/sh")", false, plain},
+        {"Process", R"("/x } include { y } user_exec_check_args { /x")", false, plain},
+        {"Process", R"("/x } stat { /y } user_exec_check_args { /x")", false, plain},
+        {"Process", R"("/with a blank")", false, plain},
+        {"Process", R"("/with\ta tab")", false, plain},
+        {"Process", R"("/with\x1b")", false, plain},
+        {"Process", R"("\"/quoted\"")", false, plain},
+        {"Process", R"("/with\\backslash")", false, plain},
+        {"Process", R"("#/comment")", false, plain},
+        {"Process", R"("@")", false, plain},
+        {"Process", R"("")", false, plain},
+        {"Process", "NULL", false, plain},
+        {"Args", R"({"a", NULL})", false, valued},
+    };
+    for (const auto& [property, value, monitored, message] : rows) {
+        SCOPED_TRACE(value);
+        const String mof =
+            registrationMof("Disk", {{property, value}, {"UserContext", monitored ? "4" : "3"}});
+        expectFailure(INVALID_INPUT, String("Instance sample:Disk: ") + property + message,
+                      [&] { startPrivileges(mof, monitored ? PRIVILEGES : ""); });
+    }
+    for (const String end : {"\\n", "\\x0001", "\\t"}) {
+        EXPECT_THROW(startPrivileges(registrationMof("Disk" + end, MONITORED), PRIVILEGES),
+                     FennikException);
+    }
+    expectFailure(INVALID_INPUT, "Instance sample:a\nb: InstanceID" + plain,
+                  [&] { startPrivileges(registrationMof("a\\nb", MONITORED), PRIVILEGES); });
+}
+
+TEST_F(ProviderMof, LineFeedInAnIdentifierThatIsNotWrittenIsAccepted) {
+    EXPECT_EQ(startPrivileges(registrationMof("Disk", {{"InstanceID", R"("sample:a\nb")"}}), ""),
+              "user_exec_check_args { /usr/lib/sample/provider  @ owprovdr }\n");
 }
 
 TEST_F(ProviderMof, GivenStartPrivilegesAreKept) {

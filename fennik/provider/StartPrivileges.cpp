@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/provider/StartPrivileges.hpp"
+
+#include <istream>
+#include <memory>
+
+#include "fennik/provider/PrivilegeFiles.hpp"
+#include "fennik/provider/ProviderModel.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "openwbem/mof/MOFRenderer.hpp"
+#include "openwbem/privilege/PrivilegeConfig.hpp"
+
+namespace KOVNS2::StartPrivileges {
+
+using blocxx::Format;
+using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMValue;
+namespace PrivilegeConfig = OpenWBEM::PrivilegeConfig;
+
+namespace {
+
+constexpr const char* AGENT_USER = "owprovdr";
+
+struct Statement {
+    bool monitored;
+    String process;
+    CIMValue args;
+    String name;  ///< of the privilege file or of the user
+};
+
+/// Each argument as a MOF string with a blank after it.
+String argumentText(const CIMValue& args) {
+    String text;
+    for (size_t i = 0; i < args.getArraySize(); ++i) {
+        text += OpenWBEM::MOF::toMOF(args.getElement(i)) + " ";
+    }
+    return text;
+}
+
+String render(const Statement& statement) {
+    return Format("%1 { %2 %3 @ %4 }\n",
+                  statement.monitored ? "monitored_exec_check_args" : "user_exec_check_args",
+                  statement.process, argumentText(statement.args), statement.name);
+}
+
+/// What the text has to say, and nothing else.
+PrivilegeConfig::Privileges meaningOf(const Statement& statement) {
+    PrivilegeConfig::CheckedCommand command{statement.process, {}, statement.name};
+    for (size_t i = 0; i < statement.args.getArraySize(); ++i) {
+        command.args.push_back(statement.args.getElement(i).toString());
+    }
+    PrivilegeConfig::Privileges meaning;
+    (statement.monitored ? meaning.monitored_exec_check_args : meaning.user_exec_check_args)
+        .push_back(std::move(command));
+    return meaning;
+}
+
+class NoIncludes : public PrivilegeConfig::IncludeHandler {
+public:
+    std::unique_ptr<std::istream> getInclude(const String&) override { return nullptr; }
+    void endInclude() override {}
+};
+
+bool saysWhatItMeans(const Statement& statement) {
+    NoIncludes includes;
+    PrivilegeConfig::Privileges found;
+    try {
+        PrivilegeConfig::openwbem_privconfig_parse(render(statement), includes, found);
+    } catch (const PrivilegeConfig::ParseException&) {
+        return false;
+    }
+    return found == meaningOf(statement);
+}
+
+/// Of a statement that says something else: the property that is to blame.
+String misreadProperty(const Statement& statement) {
+    if (!saysWhatItMeans({statement.monitored, statement.process, {}, AGENT_USER})) {
+        return "Process";
+    }
+    return saysWhatItMeans({statement.monitored, statement.process, {}, statement.name})
+               ? "Args"
+               : "InstanceID";
+}
+
+const char* remedy(const String& property) {
+    return property == "Args" ? "give each argument a value"
+                              : "it must be a text without blanks, control characters, quotes, "
+                                "backslashes and braces that does not begin with # or @";
+}
+
+}  // namespace
+
+// Process and name stand in the text without quotes. One that holds more than a single item could
+// end the statement and begin another: a product would then have a program started as any user.
+String generate(const CIMInstance& registrationInstance, bool monitored) {
+    using ProviderModel::text;
+    const Statement statement{
+        monitored, text(registrationInstance, "Process"),
+        registrationInstance.getPropertyValue("Args"),
+        monitored ? PrivilegeFiles::fileName(registrationInstance) : String(AGENT_USER)};
+    if (!saysWhatItMeans(statement)) {
+        const String property = misreadProperty(statement);
+        BLOCXX_THROW_ERR(
+            FennikException,
+            Format("Instance %1: %2 property cannot be written into a privilege file: %3",
+                   text(registrationInstance, "InstanceID"), property, remedy(property)),
+            ProviderModel::INVALID_INPUT);
+    }
+    return render(statement);
+}
+
+}  // namespace KOVNS2::StartPrivileges
