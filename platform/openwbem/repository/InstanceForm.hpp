@@ -26,6 +26,8 @@ struct InstanceForm {
 /// The instance with each reference complete: in the namespace `ns` where it names none, and with
 /// keys in the spelling and types of the referenced class where that is known.
 CIMInstance withResolvedReferences(RepositoryStore& store, CIMInstance instance, const String& ns);
+/// The same for one path, and all the way down for the paths in its keys. Throws CIMException
+/// INVALID_PARAMETER when they stand in each other deeper than a value may.
 CIMObjectPath resolvedReference(RepositoryStore& store, CIMObjectPath path, const String& ns);
 
 }  // namespace OpenWBEM

@@ -34,8 +34,18 @@ CIMObjectPath inLine(const CIMObjectPath& path, const Found& found) {
         .syncWithClass(found.cls.cls);
 }
 
-template <class T>
-T required(std::optional<T> row, const CIMObjectPath& path) {
+/// What `find` finds under the key of an instance with that path. A path that was read from text
+/// does not tell which keys of the paths in it are paths themselves; their classes do. It is tried
+/// as it is first: an instance that was created before those classes has its key without their
+/// help.
+template <class Find>
+auto require(RepositoryStore& store, const CIMObjectPath& path, Find find) {
+    const String key = path.canonicalKey();
+    auto row = find(key);
+    if (!row) {
+        const String resolved = resolvedReference(store, path, path.getNameSpace()).canonicalKey();
+        row = resolved != key ? find(resolved) : std::move(row);
+    }
     if (!row) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", path.modelPath()));
     }
@@ -43,7 +53,8 @@ T required(std::optional<T> row, const CIMObjectPath& path) {
 }
 
 InstanceRow requireInstance(RepositoryStore& store, const Found& found, const CIMObjectPath& path) {
-    return required(store.instances.find(found.ns.id, path.canonicalKey()), path);
+    return require(store, path,
+                   [&](const String& key) { return store.instances.find(found.ns.id, key); });
 }
 
 /// The path that the key values of an instance make, whether they are marked as keys or not.
@@ -163,7 +174,8 @@ void RepositoryCIMOMHandle::deleteInstance(const String& ns, const CIMObjectPath
     }
     const Found found = findClass(store, ns, path.getClassName());
     const CIMObjectPath own = inLine(path, found);
-    store.instances.remove(required(store.instances.findId(found.ns.id, own.canonicalKey()), own));
+    store.instances.remove(require(
+        store, own, [&](const String& key) { return store.instances.findId(found.ns.id, key); }));
     operation.done();
 }
 

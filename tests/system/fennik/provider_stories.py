@@ -6,7 +6,8 @@ import os
 from harness import UNDO_HEAD, run, write
 from providers import (
     CAPABILITIES, FENNIK_ERROR, NOTHING, PROCESS, PROCESS_CAPABILITIES, REGISTRATION, USER,
-    Provider, ProviderStory, instance, process, registration, schema, without_repository_file,
+    Provider, ProviderStory, instance, linked_schema, listing, literal, process, registration,
+    schema, without_repository_file,
 )
 
 
@@ -191,6 +192,29 @@ class Schema(ProviderStory):
             'instance of L { One = "A.Id=\\"1\\""; Other = "A.Id=\\"2\\""; };\n'
             'instance of L { One = "A.Id=\\"2\\""; Other = "A.Id=\\"1\\""; };\n'
         )
+
+    def test_associations_of_associations(self):
+        """Their names in the record are texts, which do not tell what in them is a path."""
+        links = Provider("links", mof=linked_schema())
+        self.assert_used(links)
+        there = self.tree.rows()
+        self.assertEqual(self.listed(), listing("links"))
+        self.assert_used(links)
+        self.assertEqual(self.tree.rows(), there)
+        self.break_a_replacement()
+        self.assertEqual(self.tree.rows(), there)
+        self.assert_used()
+        self.assertEqual(self.tree.rows(), self.rows)
+
+    def test_associations_of_associations_deleted_by_their_text(self):
+        self.assert_used(Provider("links", mof=linked_schema()))
+        delete = os.environ["KOV_INSTALLED"] + "/opt/tarvo/kov/bin/owdeleteinstance"
+        link = f"L.One={literal('A.Id=1')},Other={literal('A.Id=2')}"
+        path = f"sample:N.By={literal('A.Id=1')},Of={literal(f'M.Number=3,Of={literal(link)}')}"
+        self.assertTrue(self.stored("n.by="))
+        done = run([delete, "--dest-dir", self.tree.prefix, path])
+        self.assertEqual(done.status, 0, done.err)
+        self.assertFalse(self.stored("n.by="))
 
     def test_qualifier_types_of_its_own(self):
         self.assert_comes_and_goes(

@@ -72,6 +72,22 @@ def schema(name="disk", namespace="sample"):
     )
 
 
+def linked_schema():
+    """A schema in which associations connect associations: keys that are references to instances
+    whose keys are references, three deep."""
+    link = f"L.One={literal('A.Id=1')},Other={literal('A.Id=2')}"
+    link_of_link = f"M.Of={literal(link)},Number=3"
+    return (
+        '#pragma namespace("sample")\n'
+        "class A { [Key] uint8 Id; };\n"
+        "[Association] class L { [Key] A REF One; [Key] A REF Other; };\n"
+        "[Association] class M { [Key] L REF Of; [Key] sint16 Number; };\n"
+        "[Association] class N { [Key] M REF Of; [Key] A REF By; };\n"
+        + instance("A", Id=1) + instance("A", Id=2) + instance("L", One="A.Id=1", Other="A.Id=2")
+        + instance("M", Of=link, Number=3) + instance("N", Of=link_of_link, By="A.Id=1")
+    )
+
+
 @dataclass
 class Provider:
     """The three files of a provider. Without privileges there are only two."""

@@ -9,7 +9,7 @@ import sqlite3
 from harness import Result, describe, write
 from live import INIT, REPOSITORY, LiveStory
 from providers import (
-    PRIVILEGES, PROCESS, PROGRAM, USER, Provider, listing, live_provider, process, registration,
+    PRIVILEGES, PROCESS, PROGRAM, USER, Provider, linked_schema, listing, live_provider, process, registration,
     schema,
 )
 
@@ -95,6 +95,21 @@ class Providers(LiveStory):
         self.assertEqual(self.served(DEREGISTER), Result(0, "", ""))
         self.assertEqual(self.state(), self.before_the_product)
         self.assertEqual(self.served(LIST), Result(0, "", ""))
+
+    def test_with_associations_of_associations_live_as_all_others(self):
+        links = live_provider("links", mof=linked_schema())
+        links.write_below(self.root)
+        self.use(links)
+        self.assertEqual(self.served(LIST), Result(0, listing("links"), ""))
+        self.use(links)
+        saved = "/var/opt/tarvo/saved.xml"
+        self.assertEqual(self.served(f"fennik --dump-product-state {saved}").status, 0)
+        self.assertEqual(self.served(DEREGISTER), Result(0, "", ""))
+        self.assertEqual(self.state(), self.before_the_product)
+        self.assertEqual(self.served(f"fennik --restore-product-state {saved}").status, 0)
+        self.assertEqual(self.served(LIST), Result(0, listing("links"), ""))
+        self.use(self.disk)
+        self.assertEqual(self.served(LIST), Result(0, listing("disk"), ""))
 
     def test_are_the_same_through_the_daemon_and_without_it(self):
         self.use(self.disk, self.fan, self.proc)

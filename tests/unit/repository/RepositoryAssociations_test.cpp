@@ -167,6 +167,120 @@ TEST_F(RepositoryAssociations, PathsFromTextFindWhatTypedPathsFind) {
     EXPECT_THAT(ends(carPath(3)), ElementsAre(ANN));
 }
 
+/// An association of associations, whose keys are references all the way down.
+class NestedReferences : public RepositoryAssociations {
+protected:
+    static constexpr const char* CLASSES[] = {"Owns", "Link1", "Link2", "Link3"};
+
+    NestedReferences() {
+        for (size_t i = 1; i < std::size(CLASSES); ++i) {
+            handle.createClass("test", linkClass(i));
+        }
+    }
+    static CIMClass linkClass(size_t level) {
+        return makeClass(
+            CLASSES[level], "",
+            {property("Inner", CIMDataType::reference(CLASSES[level - 1]), true),
+             property("Number", CIMDataType::UINT8, true), property("Remark", CIMDataType::STRING)},
+            {flag("Association")});
+    }
+    static CIMInstance link(size_t level, const CIMObjectPath& inner) {
+        return CIMInstance(CLASSES[level])
+            .setProperty("Inner", CIMValue(inner))
+            .setProperty("Number", CIMValue(uint8_t{7}));
+    }
+    /// The path of the outermost of `levels` links, with references for references.
+    CIMObjectPath create(size_t levels) {
+        CIMObjectPath inner = CIMObjectPath(
+            "test",
+            handle.getInstance("test", CIMObjectPath::parse("Owns.Thing=\"Car.Number=1\",Owner="
+                                                            "\"Person.Name=\\\"ann\\\"\"")));
+        for (size_t level = 1; level <= levels; ++level) {
+            inner = handle.createInstance("test", link(level, inner));
+        }
+        return inner;
+    }
+};
+
+TEST_F(NestedReferences, AreFoundByTheirTextAtEveryDepth) {
+    for (size_t levels = 1; levels < std::size(CLASSES); ++levels) {
+        SCOPED_TRACE(levels);
+        const CIMObjectPath typed = create(levels);
+        for (const String& text : {typed.modelPath(), typed.toString()}) {
+            const CIMObjectPath path = CIMObjectPath::parse(text);
+            const CIMInstance found = handle.getInstance("test", path);
+            EXPECT_EQ(CIMObjectPath("test", found), typed);
+
+            CIMInstance changed =
+                link(levels, path.getKeyValue("Inner").getType() == CIMDataType::REFERENCE
+                                 ? path.getKeyValue("Inner").get<CIMObjectPath>()
+                                 : CIMObjectPath::parse(path.getKeyValue("Inner").get<String>()));
+            changed.setProperty("Remark", CIMValue("changed"));
+            handle.modifyInstance("test", changed, E_EXCLUDE_QUALIFIERS, nullptr);
+            EXPECT_EQ(handle.getInstance("test", typed).getPropertyValue("Remark").toString(),
+                      "changed");
+
+            handle.deleteInstance("test", path);
+            EXPECT_EQ(CIMException::NOT_FOUND,
+                      statusOf([&] { handle.deleteInstance("test", typed); }));
+            EXPECT_EQ(handle.createInstance("test", found), typed);
+        }
+        for (size_t level = levels; level >= 1; --level) {
+            for (const CIMInstance& left : handle.enumInstancesA("test", CLASSES[level])) {
+                handle.deleteInstance("test", CIMObjectPath("test", left));
+            }
+        }
+    }
+}
+
+TEST_F(NestedReferences, OfAnotherNamespaceAreFoundToo) {
+    addSchema(*subject, "other");
+    handle.createClass("other", linkClass(1));
+    handle.createInstance("other", car(9));
+    const CIMObjectPath ownsPath =
+        handle.createInstance("other", owns(personPath("eve"), carPath(9)));
+    const CIMObjectPath one = handle.createInstance("other", link(1, ownsPath));
+    const CIMObjectPath two = handle.createInstance("test", link(2, one));
+    EXPECT_EQ(
+        CIMObjectPath("test", handle.getInstance("test", CIMObjectPath::parse(two.toString()))),
+        two);
+}
+
+TEST_F(NestedReferences, ThatAreOlderThanTheClassInThemAreStillFound) {
+    handle.deleteClass("test", "Link3");
+    handle.deleteClass("test", "Link2");
+    CIMClass loose = linkClass(2);
+    loose.setProperties({property("Inner", CIMDataType::reference("Root"), true),
+                         property("Number", CIMDataType::UINT8, true),
+                         property("Remark", CIMDataType::STRING)});
+    handle.createClass("test", loose);
+    const CIMObjectPath later = CIMObjectPath::parse(
+        R"(Link2.Inner="Later.Inner=\"Owns.Thing=\\\"Car.Number=1\\\",Owner=\\\"x\\\"\"",Number=7)");
+    CIMInstance instance("Link2");
+    instance.setProperty("Inner",
+                         CIMValue(CIMObjectPath::parse(later.getKeyValue("Inner").get<String>())));
+    instance.setProperty("Number", CIMValue(uint8_t{7}));
+    const CIMObjectPath typed = handle.createInstance("test", instance);
+    CIMClass laterClass = linkClass(1);
+    handle.createClass("test", laterClass.setName("Later").setProperties(
+                                   {property("Inner", CIMDataType::reference("Owns"), true)}));
+    EXPECT_EQ(CIMObjectPath("test", handle.getInstance("test", later)), typed);
+    handle.deleteInstance("test", typed);
+    EXPECT_EQ(CIMException::NOT_FOUND, statusOf([&] { handle.getInstance("test", later); }));
+}
+
+TEST_F(NestedReferences, InATextThatGoesOnForEverAreRefused) {
+    String text = "Link1.Number=7,Inner=\"Owns.Thing=1\"";
+    for (int depth = 0; depth < 14; ++depth) {
+        text = CIMObjectPath("Link1")
+                   .setKeyValue("Inner", CIMValue(text))
+                   .setKeyValue("Number", CIMValue(uint64_t{7}))
+                   .modelPath();
+    }
+    EXPECT_EQ(CIMException::INVALID_PARAMETER,
+              statusOf([&] { handle.getInstance("test", CIMObjectPath::parse(text)); }));
+}
+
 TEST_F(RepositoryAssociations, CrossNamespaces) {
     addSchema(*subject, "other");
     handle.createInstance("other", car(9));
