@@ -26,7 +26,9 @@ class XMLTreeBuilder {
 public:
     XMLTreeBuilder();
     /// Where a document of that size has to be put before build().
-    char* buffer(size_t size) { return m_expat.documentBuffer(static_cast<int>(size)); }
+    char* buffer(size_t size) {
+        return m_document = m_expat.documentBuffer(static_cast<int>(size));
+    }
     XMLNode build(size_t size);
 
 private:
@@ -49,9 +51,11 @@ private:
     static void guard(void* self, const Action& action) noexcept;
     void start(const XML_Char* name, const XML_Char** attributes);
     void end();
+    bool isLoneCarriageReturn() const;
     [[noreturn]] void fail(std::string_view what) const;
 
     BoundedExpat m_expat;
+    char* m_document = nullptr;
     XMLNode m_root;
     Array<XMLNode> m_open;
     size_t m_items = 0;
@@ -133,6 +137,15 @@ void XMLTreeBuilder::end() {
     m_open.pop_back();
 }
 
+/// Whether the text that Expat has just found stands in the document as a carriage return that no
+/// line feed follows. Expat makes a line feed of it.
+bool XMLTreeBuilder::isLoneCarriageReturn() const {
+    XML_Parser parser = m_expat.get();
+    const std::string_view bytes(m_document + XML_GetCurrentByteIndex(parser),
+                                 static_cast<size_t>(XML_GetCurrentByteCount(parser)));
+    return bytes.find('\r') != std::string_view::npos && bytes.find('\n') == std::string_view::npos;
+}
+
 void XMLTreeBuilder::onStart(void* self, const XML_Char* name, const XML_Char** attributes) {
     guard(self, [&](XMLTreeBuilder& builder) { builder.start(name, attributes); });
 }
@@ -143,7 +156,9 @@ void XMLTreeBuilder::onEnd(void* self, const XML_Char*) {
 
 void XMLTreeBuilder::onText(void* self, const XML_Char* text, int size) {
     guard(self, [&](XMLTreeBuilder& builder) {
-        builder.m_open.back().appendText({text, static_cast<size_t>(size)});
+        const std::string_view given(text, static_cast<size_t>(size));
+        const bool isKept = given == "\n" && builder.isLoneCarriageReturn();
+        builder.m_open.back().appendText(isKept ? "\r" : given);
     });
 }
 

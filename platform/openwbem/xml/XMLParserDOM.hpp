@@ -4,6 +4,10 @@
 // it is ever opened, and what it may cost is limited. So some well-formed documents are refused:
 // those that declare entities or attributes, or whose document type is defined elsewhere. All
 // other declarations are read over; nothing is validated.
+//
+// In one point it deviates from XML 1.0 (2.11): a carriage return that no line feed follows stays
+// one in an element's text. Old files hold such, and mean them. A carriage return with a line feed
+// is a line feed, and in attributes and markup all is as the standard has it.
 #pragma once
 
 #include <iosfwd>

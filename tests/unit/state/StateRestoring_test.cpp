@@ -221,6 +221,26 @@ TEST_F(StateRestoring, RawCarriageReturnsOfMofAreRepairedInEveryNamespace) {
          "instance of A { Id = \"a\\rb\"; };\n"});
 }
 
+TEST_F(StateRestoring, CarriageReturnsThatTheFileHoldsAsTheyAreAreRepairedToo) {
+    const String before = "class A { [Key] string Id; };\r\ninstance of A { Id = \"a";
+    writeFile(file(),
+              document(productElement(
+                  "sample", {},
+                  element("NamespaceRegistration", namespaceElement("sample", {})) +
+                      element("ProductInstances",
+                              element("NamespaceInstances",
+                                      element("Name", "sample") +
+                                          element("InstanceMOF", before + "\rb\r\"; };\r\n"))))));
+    OpenRepository repository(m_tree);
+    restore(repository);
+    EXPECT_EQ(
+        repository.handle()->enumInstancesA("sample", "A").at(0).getPropertyValue("Id").toString(),
+        "a\rb\r");
+    expectLogged(
+        {"Restoring product instances.  MOF:\nclass A { [Key] string Id; };\n"
+         "instance of A { Id = \"a\\rb\\r\"; };\n"});
+}
+
 TEST_F(StateRestoring, EmbeddedInstancesAreRepairedInOneNamespaceOnly) {
     const String broken =
         "class A { [Key] string Id; string Process; };\n"

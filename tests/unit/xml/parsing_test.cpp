@@ -29,10 +29,51 @@ TEST(XMLParsing, WhiteSpaceIsKeptInTextsOnly) {
     EXPECT_EQ(root.getChildren().at(1).getText(), "  ");
 }
 
-TEST(XMLParsing, LineEndsAreAsTheStandardSays) {
-    EXPECT_EQ(XMLParserDOM::parse("<a>1\r\n2\r3\n4&#13;&#10;5</a>").getText(), "1\n2\n3\n4\r\n5");
-    EXPECT_EQ(XMLParserDOM::parse("<a v='1\r\n2\t3&#10;4'/>").getAttributes().at(0).value,
-              "1 2 3\n4");
+TEST(XMLParsing, LineEndsAreAsTheStandardSaysButForALoneCarriageReturn) {
+    EXPECT_EQ(XMLParserDOM::parse("<a>1\r\n2\n3&#13;&#10;4\r&#10;5&#13;\n6</a>").getText(),
+              "1\n2\n3\r\n4\r\n5\r\n6");
+    EXPECT_EQ(XMLParserDOM::parse("<a v='1\r\n2\t3&#10;4\r5'/>").getAttributes().at(0).value,
+              "1 2 3\n4 5");
+}
+
+TEST(XMLParsing, ACarriageReturnWithoutALineFeedIsKeptInTexts) {
+    for (const auto& [content, text] : std::vector<std::pair<std::string, std::string>>{
+             {"\r", "\r"},
+             {"a\rb", "a\rb"},
+             {"\r\r\n\r", "\r\n\r"},
+             {"\n\r\n\r\r", "\n\n\r\r"},
+             {"\r&#10;&#13;\r", "\r\n\r\r"},
+             {"\r&amp;\r<!-- \r -->\r<?p\rq\r?>\r", "\r&\r\r\r"},
+             {"<![CDATA[\r]]>\r<![CDATA[x\r\n\r&]]>", "\r\rx\n\r&"},
+             {"\xc3\xa9\r\xe2\x82\xac", "\xc3\xa9\r\xe2\x82\xac"},
+         }) {
+        EXPECT_EQ(
+            XMLParserDOM::parse("\r<!DOCTYPE\ra\r[\r]\r>\r<a\rb\r=\r'\r'\r>" + content + "</a\r>\r")
+                .getText(),
+            text)
+            << content;
+    }
+    EXPECT_EQ(printed(XMLParserDOM::parse("<a>\r<b>\r</b>\r</a>")), "<a>\n  <b>&#13;</b>\n</a>\n")
+        << "between elements it is white space";
+}
+
+TEST(XMLParsing, ALoneCarriageReturnIsKeptInOtherEncodings) {
+    EXPECT_EQ(XMLParserDOM::parse("\xEF\xBB\xBF<a>1\r2\r\n3</a>").getText(), "1\r2\n3");
+    EXPECT_EQ(XMLParserDOM::parse("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xe9\r\xe9</a>")
+                  .getText(),
+              "\xc3\xa9\r\xc3\xa9");
+    std::string little("\xFF\xFE");
+    std::string big("\xFE\xFF");
+    for (const char c : std::string("<a>1\r2\r\n3\n\r\r4</a>")) {
+        little += {c, '\0'};
+        big += {'\0', c};
+    }
+    EXPECT_EQ(XMLParserDOM::parse(little).getText(), "1\r2\n3\n\r\r4");
+    EXPECT_EQ(XMLParserDOM::parse(big).getText(), "1\r2\n3\n\r\r4");
+    // These characters have a carriage return and a line feed for one of their bytes.
+    EXPECT_EQ(
+        XMLParserDOM::parse(std::string("\xFF\xFE<\0a\0>\0\x0d\x0a<\0/\0a\0>\0", 18)).getText(),
+        "\xe0\xa8\x8d");
 }
 
 TEST(XMLParsing, EntitiesAndSectionsAreText) {
