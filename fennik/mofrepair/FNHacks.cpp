@@ -68,6 +68,14 @@ struct Entry {
     String end;
 };
 
+/// The beginning of a line that assigns a string to one of the properties, up to its quote.
+RegularExpression assignmentOf(const StringArray& embeddedProperties) {
+    return withNames("^[ \t]*(%1)[ \t]*=[ \t]*\"", embeddedProperties);
+}
+
+/// The property that earlier versions rendered wrongly.
+constexpr const char* PROCESS = "Process";
+
 /// Repairs the lines of one text.
 class EmbeddedInstanceRepair {
 public:
@@ -168,7 +176,7 @@ void fixBrokenEmbeddedInstances(String& mof, const StringArray& embeddedProperti
                                 const StringArray& stringProperties,
                                 const StringArray& arrayProperties) {
     StringArray lines = split(mof, '\n');
-    const RegularExpression lineStart = withNames("^[ \t]*(%1)[ \t]*=[ \t]*\"", embeddedProperties);
+    const RegularExpression lineStart = assignmentOf(embeddedProperties);
     const auto broken = lineStart.find_matching_line_numbers(lines);
     if (broken.empty()) {
         log().debug("Nothing to replace.  Could not find any embedded instance lines.");
@@ -186,11 +194,26 @@ void fixBrokenEmbeddedInstances(String& mof, const StringArray& embeddedProperti
 
 void fixBrokenEmbeddedInstances(String& mof) {
     fixBrokenEmbeddedInstances(
-        mof, {"Process"},
+        mof, {PROCESS},
         split("UserName|ParentProcessID|ProcessTTY|ModulePath|CSCreationClassName|CSName|"
               "OSCreationClassName|CreationClassName|OSName|Handle|Name",
               '|'),
         {"Parameters"});
+}
+
+void keepFromRepair(String& mof) {
+    if (mof.find(PROCESS) == String::npos) {
+        return;
+    }
+    StringArray lines = split(mof, '\n');
+    const RegularExpression lineStart = assignmentOf({PROCESS});
+    for (const size_t number : lineStart.find_matching_line_numbers(lines)) {
+        String& line = lines[number];
+        const size_t quote = lineStart.matching_substring(line).size() - 1;
+        const size_t blanks = backOverBlanks(line, quote);
+        line.replace(blanks, quote - blanks, "\n        ");
+    }
+    mof = untokenize(lines, "\n");
 }
 
 void fixImproperlyEscapedCharacters(String& mof) {

@@ -20,6 +20,11 @@ void fixBrokenEmbeddedInstances(blocxx::String& mof, const blocxx::StringArray& 
 /// The same for the property "Process" and the names of a process's properties.
 void fixBrokenEmbeddedInstances(blocxx::String& mof);
 
+/// Writes rendered MOF so that the repair above leaves it as it is: where it would take an assigned
+/// string for a broken embedded instance, the string begins on a line of its own. The meaning
+/// stays.
+void keepFromRepair(blocxx::String& mof);
+
 /// Replaces each carriage return by the escape sequence that should have been written.
 void fixImproperlyEscapedCharacters(blocxx::String& mof);
 

@@ -194,11 +194,11 @@ String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
     mof += arrayToMOF(handle.enumQualifierTypesA(ns));
     // One at a time, since a namespace may hold a whole schema, and many more instances.
     auto appendClass = OpenWBEM::makeResultHandler<CIMClass>(
-        [&](const CIMClass& cls) { mof += OpenWBEM::MOF::toMOF(cls) + "\n"; });
+        [&](const CIMClass& cls) { mof += objectToMOF(cls); });
     handle.enumClass(ns, String(), appendClass, E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
                      E_INCLUDE_CLASS_ORIGIN);
     auto append = OpenWBEM::makeResultHandler<CIMInstance>(
-        [&](const CIMInstance& instance) { mof += OpenWBEM::MOF::toMOF(instance) + "\n"; });
+        [&](const CIMInstance& instance) { mof += objectToMOF(instance); });
     for (const String& top : handle.enumClassNamesA(ns, String())) {
         handle.enumInstances(ns, top, append, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
                              E_EXCLUDE_CLASS_ORIGIN, nullptr);

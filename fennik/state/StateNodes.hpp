@@ -3,6 +3,7 @@
 // Making and reading the elements of a state file.
 #pragma once
 
+#include "fennik/mofrepair/FNHacks.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
@@ -40,12 +41,21 @@ XMLNode createCIMInstanceNameNode(const char* name, const String& ns,
 XMLNode createInstanceMOFNode(const char* name, const Array<OpenWBEM::CIMInstance>& instances,
                               const char* childName);
 
+/// The MOF of an object with a line feed after it, so written that restoring does not take it for
+/// what it has to repair.
+template <class Object>
+String objectToMOF(const Object& object) {
+    String mof = OpenWBEM::MOF::toMOF(object) + "\n";
+    keepFromRepair(mof);
+    return mof;
+}
+
 /// The MOF of all objects, each with a line feed after it.
 template <class Object>
 String arrayToMOF(const Array<Object>& objects) {
     String mof;
     for (const Object& object : objects) {
-        mof += OpenWBEM::MOF::toMOF(object) + "\n";
+        mof += objectToMOF(object);
     }
     return mof;
 }

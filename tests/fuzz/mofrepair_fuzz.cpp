@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Any bytes as MOF to repair: what has been repaired is not changed again, no carriage return is
-// left, and lines of which the repairs know nothing come back as they were.
+// left, and lines of which the repairs know nothing come back as they were, as does what is kept
+// from the repair.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +24,11 @@ std::string repaired(std::string text) {
     return text;
 }
 
+std::string keptFromRepair(std::string text) {
+    KOVNS2::keepFromRepair(text);
+    return text;
+}
+
 std::string escaped(std::string text) {
     KOVNS2::fixImproperlyEscapedCharacters(text);
     return text;
@@ -39,6 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (text.find("Process") == std::string::npos) {
             check(once == text, "changed without need", text);
         }
+        const std::string kept = keptFromRepair(text);
+        check(repaired(kept) == kept, "repaired although it is kept from that", text);
         const std::string all = escaped(once);
         check(all.find('\r') == std::string::npos, "a carriage return is left", text);
         check(escaped(repaired(all)) == all, "all repairs twice are not all repairs once", text);

@@ -109,8 +109,10 @@ class RoundTrip(StateStory):
         self.assertEqual(self.save()[0], saved)
 
 
-# What the repair of embedded instances would take for broken: nulls, numbers, texts whose lines look
-# like entries.
+# What the repair of embedded instances would take for broken: plain texts that look like one...
+PLAIN = ["Handle = 7;", "{\nName = x;\nParameters = a,b;\n}", "}", "a\\nName = b;",
+         "a\nHandle = 7;\nb", ""]
+# ...and nulls, numbers, texts whose lines look like entries.
 EMBEDDED = [
     ("S_Process", "instance of S_Process { Name = \"a,b\"; Handle = 7; UserName = NULL; "
      'Parameters = {"-a", "-b,c"}; };'),
@@ -168,11 +170,13 @@ class Contents(ContentStory):
             " uint32 Handle; string Parameters[]; string OSName; };\n"
             'class S_Scalar { [Key] string Name; string Parameters; };\n'
             'class S_Any { [Key] string Id; [EmbeddedObject] string Process; };\n'
+            'class S_Plain { [Key] string Id; string Process; };\n'
+            + "".join(metered(number, "S_Plain", text) for number, text in enumerate(PLAIN))
             + "".join(metered(number, *row) for number, row in enumerate(EMBEDDED))
         ))
         text = self.assert_needs_no_repair(self.assert_round_trip())
         self.assertTrue('Fixing invalid embedded instance mof for namespace "zeb/' in text)
-        self.assertTrue("Fixing bad embedded instance on line" in text)
+        self.assertTrue("Nothing to replace.  Could not find any embedded instance lines." in text)
 
     def test_that_refer_to_other_namespaces_come_back(self):
         """To one that is registered later in the same product, and in a later product."""

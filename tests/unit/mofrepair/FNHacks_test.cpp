@@ -338,5 +338,31 @@ TEST(CarriageReturnRepair, TellsWhatItDoes) {
                                        "\"\\r\" characters"});
 }
 
+TEST(KeepFromRepair, AnAssignedStringBeginsOnALineOfItsOwn) {
+    for (const auto& [text, kept] : std::vector<std::pair<String, String>>{
+             {"    Process = \"Handle = 7;\";", "    Process =\n        \"Handle = 7;\";"},
+             {"a\nProcess=\"\";\n \tProcess \t= \"x\";\n",
+              "a\nProcess=\n        \"\";\n \tProcess \t=\n        \"x\";\n"},
+             {"Process = \"open", "Process =\n        \"open"}}) {
+        String mof = text;
+        keepFromRepair(mof);
+        EXPECT_EQ(mof, kept);
+        EXPECT_EQ(repaired(mof), mof);
+        keepFromRepair(mof);
+        EXPECT_EQ(mof, kept);
+    }
+}
+
+TEST(KeepFromRepair, WhatTheRepairDoesNotTakeStays) {
+    for (const char* text :
+         {"", "\n", "Process = 7;", "Process = {\"a\"};", "string Process = \"Handle = 7;\";",
+          "process = \"Handle = 7;\";", "MyProcess = \"x\";", "Process =\n \"x\";",
+          "// Process = \"x\";", "Name = \"Process = \\\"\";"}) {
+        String mof = text;
+        keepFromRepair(mof);
+        EXPECT_EQ(mof, text);
+    }
+}
+
 }  // namespace
 }  // namespace KOVNS2

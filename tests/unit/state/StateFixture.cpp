@@ -83,6 +83,22 @@ String contentElement(const String& ns, const String& mof) {
     return element("NamespaceInstances", textElement("Name", ns) + textElement("InstanceMOF", mof));
 }
 
+void load(CIMOMHandleIFC& handle, const String& ns, const String& mof) {
+    Array<CIMInstance> instances;
+    Array<CIMClass> classes;
+    Array<CIMQualifierType> qualifierTypes;
+    MOF::compileMOF(mof, CIMOMHandleIFCRef(&handle), ns, instances, classes, qualifierTypes);
+    for (const auto& qualifierType : qualifierTypes) {
+        handle.setQualifierType(ns, qualifierType);
+    }
+    for (const auto& cls : classes) {
+        handle.createClass(ns, cls);
+    }
+    for (const auto& instance : instances) {
+        handle.createInstance(ns, instance);
+    }
+}
+
 StateFixture::StateFixture() : m_filesBefore(fileNames()) {}
 
 fs::path StateFixture::file() const {
@@ -108,22 +124,6 @@ void StateFixture::registerOne(OpenRepository& repository, const String& product
         repository.handle()->commit();
     }
     m_log.clear();
-}
-
-void StateFixture::load(OpenRepository& repository, const String& ns, const String& mof) {
-    Array<CIMInstance> instances;
-    Array<CIMClass> classes;
-    Array<CIMQualifierType> qualifierTypes;
-    MOF::compileMOF(mof, repository.handle(), ns, instances, classes, qualifierTypes);
-    for (const auto& qualifierType : qualifierTypes) {
-        repository.handle()->setQualifierType(ns, qualifierType);
-    }
-    for (const auto& cls : classes) {
-        repository.handle()->createClass(ns, cls);
-    }
-    for (const auto& instance : instances) {
-        repository.handle()->createInstance(ns, instance);
-    }
 }
 
 String StateFixture::save(OpenRepository& repository) {

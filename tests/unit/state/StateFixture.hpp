@@ -27,6 +27,9 @@ String namespaceElement(const String& ns, const StringArray& entries);
 /// A namespace's content.
 String contentElement(const String& ns, const String& mof);
 
+/// Adds what that MOF declares.
+void load(CIMOMHandleIFC& handle, const String& ns, const String& mof);
+
 /// The header to the letter, ended by the line before the document element.
 extern const char* const EXPECTED_HEADER;
 
@@ -41,8 +44,9 @@ protected:
     void registerOne(OpenRepository& repository, const String& product, const StringArray& users,
                      const StringArray& namespaces = {}, const StringArray& readOnly = {});
 
-    /// Adds what that MOF declares.
-    static void load(OpenRepository& repository, const String& ns, const String& mof);
+    static void load(OpenRepository& repository, const String& ns, const String& mof) {
+        Testing::load(*repository.handle(), ns, mof);
+    }
 
     /// Saves to file(); gives back what was printed.
     String save(OpenRepository& repository);
