@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <optional>
 #include <unordered_map>
 
 #include "fennik/cimom/FNUtils.hpp"
@@ -92,29 +93,34 @@ XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
     return entry;
 }
 
-/// The access rights of all namespaces, read once: asked for a namespace at a time, saving many
-/// products would take a time that grows with their square.
+/// The access rights of all namespaces, read once, when the first is asked for: asked for a
+/// namespace at a time, saving many products would take a time that grows with their square.
 class AccessRights {
 public:
-    explicit AccessRights(CIMOMHandleIFC& handle) {
-        for (const CIMInstance& access :
-             runQuery(handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
-            m_byNamespace[access.getPropertyValue("nspace").toString()].push_back(access);
-        }
-    }
+    explicit AccessRights(CIMOMHandleIFC& handle) : m_handle(handle) {}
 
-    const Array<CIMInstance>& of(const String& ns) const {
-        static const Array<CIMInstance> none;
-        const auto found = m_byNamespace.find(ns);
-        return found == m_byNamespace.end() ? none : found->second;
+    const Array<CIMInstance>& of(const String& ns) {
+        if (!m_byNamespace) {
+            read();
+        }
+        return (*m_byNamespace)[ns];
     }
 
 private:
-    std::unordered_map<String, Array<CIMInstance>> m_byNamespace;
+    void read() {
+        m_byNamespace.emplace();
+        for (const CIMInstance& access :
+             runQuery(m_handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
+            (*m_byNamespace)[access.getPropertyValue("nspace").toString()].push_back(access);
+        }
+    }
+
+    CIMOMHandleIFC& m_handle;
+    std::optional<std::unordered_map<String, Array<CIMInstance>>> m_byNamespace;
 };
 
 XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName,
-                                    const AccessRights& rights) {
+                                    AccessRights& rights) {
     return framed("gatherNamespaceRegistration", productName, [&] {
         XMLNode registration(NAMESPACE_REGISTRATION);
         for (const String& ns : listNamespaces(handle, productName)) {
@@ -155,7 +161,7 @@ void checkPrintable(const XMLNode& product, const String& productName) {
 }
 
 XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName,
-                          const AccessRights& rights) {
+                          AccessRights& rights) {
     return framed("createProductDump", productName, [&] {
         XMLNode product(PRODUCT);
         product.addChild(createNamedNode(NAME, productName));
@@ -176,7 +182,7 @@ XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
     XMLNode root(SAVED_PRODUCT_STATE);
     root.addChild(createNamedNode(VERSION, WRITER_VERSION));
     XMLNode products(SAVED_PRODUCTS);
-    const AccessRights rights(*handle);
+    AccessRights rights(*handle);
     for (const String& name : listRegisteredProducts(handle)) {
         if (!equals_ignorecase(name, INFRASTRUCTURE)) {
             StandardStreams::writeProgress(

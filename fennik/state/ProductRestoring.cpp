@@ -75,9 +75,10 @@ void restoreNamespaceRegistration(const XMLNode& node, const String& productName
                                   const RestoreTarget& target) {
     checkNodeName(node, NAMESPACE_REGISTRATION, "Invalid namespace registration node: ");
     for (const XMLNode& child : childrenByName(node, NAMESPACE)) {
+        const String ns = childText(child, NAME);
         const AccessLists access = readAccessLists(child);
-        registerNamespaces(target.handle, productName, access.readWrite, access.readOnly,
-                           {childText(child, NAME)}, target.prefix, target.undo);
+        registerNamespaces(target.handle, productName, access.readWrite, access.readOnly, {ns},
+                           target.prefix, target.undo);
     }
 }
 

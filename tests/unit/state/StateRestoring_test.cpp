@@ -176,6 +176,16 @@ TEST_F(StateRestoring, AccessThatCannotBeGivenIsLeftOut) {
     expectLogged({"Found namespace registration node"});
 }
 
+TEST_F(StateRestoring, NameOfANamespaceIsReadBeforeItsAccess) {
+    const String thrown = thrownBy<FennikException>([&] {
+        restore(document(productElement(
+            "sample", {},
+            element("NamespaceRegistration",
+                    element("Namespace", "<NamespaceACLEntry></NamespaceACLEntry>")))));
+    });
+    EXPECT_NE(thrown.find("\"Namespace\" has no child \"Name\""), String::npos) << thrown;
+}
+
 TEST_F(StateRestoring, ContentWithoutANameOrMofIsPassedOver) {
     const String contents = element("NamespaceInstances", "") +
                             element("NamespaceInstances", "<InstanceMOF>broken</InstanceMOF>") +

@@ -169,6 +169,23 @@ TEST_F(StateSaving, InfrastructureIsLeftOutInAnyCaseAndTheOthersKeepTheirOrder) 
     EXPECT_EQ(savedBody().find("<Name>KOV</Name>"), String::npos);
 }
 
+TEST_F(StateSaving, ProductsAreListedBeforeAccessIsReadAndThatOnlyForNamespaces) {
+    OpenRepository repository(m_tree);
+    registerOne(repository, "bare", {"alice"});
+    repository.faults().failOperation("enumInstances");
+    EXPECT_NO_THROW(save(repository));
+    registerOne(repository, "sample", {"alice"}, {"sample"});
+    repository.faults().failOperation("enumInstanceNames");
+    m_log.clear();
+    thrownBy<FennikException>([&] { save(repository); });
+    EXPECT_EQ(repository.faults().failedOperation(), "enumInstanceNames");
+    repository.faults().failNothing();
+    repository.faults().failOperation("enumInstances");
+    thrownBy<FennikException>([&] { save(repository); });
+    expectLogged({"gatherConfigFiles() done for \"sample\"",
+                  "gatherNamespaceRegistration() called for \"sample\""});
+}
+
 TEST_F(StateSaving, IsLoggedStepByStep) {
     OpenRepository repository(m_tree);
     registerOne(repository, "sample", {"alice", "bob"}, {"sample"});
