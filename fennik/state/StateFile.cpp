@@ -13,7 +13,7 @@
 #include "blocxx/Format.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/undo/FennikException.hpp"
-#include "openwbem/xml/XMLParserDOM.hpp"
+#include "openwbem/xml/XMLLimits.hpp"
 
 namespace KOVNS2::StateFile {
 
@@ -88,6 +88,18 @@ bool writeDocument(File& file, const XMLNode& root) {
     return static_cast<bool>(out.flush());
 }
 
+void checkReadable(const XMLNode& root) {
+    try {
+        root.checkReadable(std::strlen(StateFormat::HEADER));
+    } catch (const OpenWBEM::XMLNodeException& e) {
+        const String message = Format(
+            "The state cannot be saved: %1; deregister what is not needed any more, or "
+            "delete instances of it",
+            e.getMessage());
+        throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_CREATE, &e);
+    }
+}
+
 /// Only regular files can be put on the disk.
 bool flush(File& file) {
     return file.flush() == 0 || errno == EINVAL || errno == EROFS;
@@ -95,10 +107,10 @@ bool flush(File& file) {
 
 }  // namespace
 
-// That the tree can be written is known before the file is touched, so that only the disk can
-// interrupt the writing.
+// That the tree can be written, and that what is written can be read, is known before the file is
+// touched, so that only the disk can interrupt the writing.
 void write(const XMLNode& root, const String& fileName) {
-    root.checkPrintable();
+    checkReadable(root);
     const bool isNew = !FileSystem::exists(fileName);
     File file = openTruncated(fileName);
     if (!file) {
@@ -115,7 +127,7 @@ void write(const XMLNode& root, const String& fileName) {
 
 String read(const String& fileName) {
     try {
-        return FileSystem::getFileContents(fileName, OpenWBEM::XMLParserDOM::MAX_DOCUMENT_SIZE);
+        return FileSystem::getFileContents(fileName, OpenWBEM::XMLLimits::MAX_DOCUMENT_SIZE);
     } catch (const blocxx::FileSystemException& e) {
         const String message = Format("Failed to open state file: \"%1\"", fileName);
         throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_OPEN, &e);

@@ -9,7 +9,8 @@ namespace KOVNS2::StateFile {
 
 /// Creates or truncates the file, with mode 0666 less the umask, and writes the header and the
 /// tree. Throws FennikException when that fails; a file that was not there before is then removed
-/// again.
+/// again. A document that would be too large to be read again is refused before the file is
+/// touched.
 void write(const OpenWBEM::XMLNode& root, const blocxx::String& fileName);
 
 /// The whole file. Throws FennikException.

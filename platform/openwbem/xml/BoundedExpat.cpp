@@ -5,9 +5,13 @@
 #include <cstdlib>
 #include <new>
 
+#include "openwbem/xml/XMLLimits.hpp"
+
 namespace OpenWBEM {
 
 namespace {
+
+using XMLLimits::MAX_MARKUP_MEMORY;
 
 /// In front of each block: how much of it counts, and as much room as keeps the block aligned.
 struct alignas(std::max_align_t) Header {

@@ -5,14 +5,9 @@
 
 #include <expat.h>
 
-#include <cstddef>
-
 namespace OpenWBEM {
 
-/// What Expat may allocate besides the document: names, attribute values and open elements take
-/// from it, text does not.
-constexpr size_t MAX_MARKUP_MEMORY = size_t{64} * 1024 * 1024;
-
+/// What Expat may allocate besides the document is XMLLimits::MAX_MARKUP_MEMORY.
 class BoundedExpat {
 public:
     /// Throws std::bad_alloc.

@@ -67,6 +67,10 @@ public:
     /// 2.2) has no way to hold most control characters, and no bytes that are not UTF-8. The
     /// message names the element by its path from this one, and the place in its text.
     void checkPrintable() const;
+    /// Throws XMLNodeException as checkPrintable() does, and when XMLParserDOM would refuse the
+    /// document of this element for its size or its number of items (XMLLimits), which has
+    /// `sizeBefore` bytes in front of it.
+    void checkReadable(size_t sizeBefore) const;
     /// Writes the element as it is read again, line breaks and carriage returns included. Elements
     /// that hold only elements have a line for each of them. Throws XMLNodeException as
     /// checkPrintable() does, before anything is written; whether the stream took it is the

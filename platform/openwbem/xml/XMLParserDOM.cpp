@@ -12,6 +12,7 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/xml/BoundedExpat.hpp"
+#include "openwbem/xml/XMLLimits.hpp"
 #include "openwbem/xml/XMLText.hpp"
 
 namespace OpenWBEM {
@@ -82,8 +83,8 @@ XMLNode XMLTreeBuilder::build(size_t size) {
     if (status != XML_STATUS_OK) {
         const XML_Error error = XML_GetErrorCode(parser);
         if (error == XML_ERROR_NO_MEMORY) {
-            fail("the markup takes more memory than " + std::to_string(MAX_MARKUP_MEMORY) +
-                 " bytes");
+            fail("the markup takes more memory than " +
+                 std::to_string(XMLLimits::MAX_MARKUP_MEMORY) + " bytes");
         }
         fail(XML_ErrorString(error));
     }
@@ -116,8 +117,8 @@ void XMLTreeBuilder::start(const XML_Char* name, const XML_Char** attributes) {
         list.push_back({attributes[0], attributes[1]});
     }
     m_items += 1 + list.size();
-    if (m_items > XMLParserDOM::MAX_ITEMS) {
-        fail("the document has more than " + std::to_string(XMLParserDOM::MAX_ITEMS) +
+    if (m_items > XMLLimits::MAX_ITEMS) {
+        fail("the document has more than " + std::to_string(XMLLimits::MAX_ITEMS) +
              " elements and attributes");
     }
     const XMLNode node(name, std::move(list));
@@ -195,7 +196,7 @@ namespace {
 
 [[noreturn]] void failTooLarge() {
     BLOCXX_THROW(XMLParseException, "line 1, column 1: the document is larger than " +
-                                        std::to_string(XMLParserDOM::MAX_DOCUMENT_SIZE) + " bytes");
+                                        std::to_string(XMLLimits::MAX_DOCUMENT_SIZE) + " bytes");
 }
 
 /// How much is left in the stream, 0 where it cannot tell.
@@ -230,14 +231,14 @@ private:
 };
 
 Blocks::Blocks(std::istream& in) {
-    if (in.good() && sizeLeft(in) > XMLParserDOM::MAX_DOCUMENT_SIZE) {
+    if (in.good() && sizeLeft(in) > XMLLimits::MAX_DOCUMENT_SIZE) {
         failTooLarge();
     }
     while (in.good()) {
         m_blocks.push_back(std::make_unique_for_overwrite<char[]>(BLOCK));
         in.read(m_blocks.back().get(), BLOCK);
         m_size += static_cast<size_t>(in.gcount());
-        if (m_size > XMLParserDOM::MAX_DOCUMENT_SIZE) {
+        if (m_size > XMLLimits::MAX_DOCUMENT_SIZE) {
             failTooLarge();
         }
     }
@@ -269,7 +270,7 @@ XMLNode XMLParserDOM::parse(std::istream& in) {
 namespace {
 
 void copyInto(XMLTreeBuilder& builder, std::string_view document) {
-    if (document.size() > XMLParserDOM::MAX_DOCUMENT_SIZE) {
+    if (document.size() > XMLLimits::MAX_DOCUMENT_SIZE) {
         failTooLarge();
     }
     std::ranges::copy(document, builder.buffer(document.size()));

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Reads an XML document into a tree of XMLNode. A document is taken as hostile: nothing outside of
-// it is ever opened, and what it may cost is limited. So some well-formed documents are refused:
-// those that declare entities or attributes, or whose document type is defined elsewhere. All
-// other declarations are read over; nothing is validated.
+// it is ever opened, and what it may cost is limited (XMLLimits). So some well-formed documents are
+// refused: those that declare entities or attributes, or whose document type is defined elsewhere.
+// All other declarations are read over; nothing is validated.
 //
 // In one point it deviates from XML 1.0 (2.11): a carriage return that no line feed follows stays
 // one in an element's text. Old files hold such, and mean them. A carriage return with a line feed
@@ -19,11 +19,6 @@ namespace OpenWBEM {
 
 class XMLParserDOM {
 public:
-    /// The largest document, in bytes.
-    static constexpr size_t MAX_DOCUMENT_SIZE = size_t{1024} * 1024 * 1024;
-    /// The most elements and attributes of a document.
-    static constexpr size_t MAX_ITEMS = 4000000;
-
     /// The document element of the document that is the rest of `in`. Comments and processing
     /// instructions are left out. Throws XMLParseException.
     static XMLNode parse(std::istream& in);

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <ostream>
+#include <streambuf>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/Utf8.hpp"
 #include "openwbem/xml/XMLElement.hpp"
+#include "openwbem/xml/XMLLimits.hpp"
 #include "openwbem/xml/XMLText.hpp"
 
 namespace OpenWBEM {
@@ -162,7 +164,62 @@ void printEnd(std::ostream& out, const Path& path) {
     out << "</" << node.getName() << '>';
 }
 
+void print(const XMLNode& root, std::ostream& out) {
+    walk(
+        root, [&](const Path& path) { printBegin(out, path); },
+        [&](const Path& path) { printEnd(out, path); });
+    out << '\n';
+}
+
+/// Counts what is written to it.
+class CountingBuffer : public std::streambuf {
+public:
+    size_t size() const noexcept { return m_size; }
+
+protected:
+    int_type overflow(int_type next) override {
+        ++m_size;
+        return traits_type::not_eof(next);
+    }
+    std::streamsize xsputn(const char*, std::streamsize size) override {
+        m_size += static_cast<size_t>(size);
+        return size;
+    }
+
+private:
+    size_t m_size = 0;
+};
+
+size_t printedSize(const XMLNode& root) {
+    CountingBuffer buffer;
+    std::ostream out(&buffer);
+    print(root, out);
+    return buffer.size();
+}
+
+void checkLimit(size_t count, size_t limit, const char* unit) {
+    if (count > limit) {
+        BLOCXX_THROW(
+            XMLNodeException,
+            String(Format("the document would have %1 %2, and at most %3 can be read again", count,
+                          unit, limit)));
+    }
+}
+
 }  // namespace
+
+void XMLNode::checkReadable(size_t sizeBefore) const {
+    size_t items = 0;
+    walk(
+        *this,
+        [&](const Path& path) {
+            checkElement(path);
+            items += 1 + path.back().node->getAttributes().size();
+        },
+        [](const Path&) {});
+    checkLimit(items, XMLLimits::MAX_ITEMS, "elements and attributes");
+    checkLimit(sizeBefore + printedSize(*this), XMLLimits::MAX_DOCUMENT_SIZE, "bytes");
+}
 
 void XMLNode::checkPrintable() const {
     walk(*this, checkElement, [](const Path&) {});
@@ -170,10 +227,7 @@ void XMLNode::checkPrintable() const {
 
 void XMLNode::printNode(std::ostream& out) const {
     checkPrintable();
-    walk(
-        *this, [&](const Path& path) { printBegin(out, path); },
-        [&](const Path& path) { printEnd(out, path); });
-    out << '\n';
+    print(*this, out);
 }
 
 }  // namespace OpenWBEM

@@ -7,7 +7,9 @@
 #include <csignal>
 
 #include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/state/StateFile.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
+#include "openwbem/xml/XMLLimits.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
 namespace KOVNS2::Testing {
@@ -395,6 +397,26 @@ TEST_F(StateSaving, WhatCannotBeOpenedIsRefusedAfterEverythingWasGathered) {
                   "Saving product registration for sample\n");
     }
     EXPECT_FALSE(fs::exists(directory / "target"));
+}
+
+TEST_F(StateSaving, WhatWouldBeTooLargeToBeReadLeavesTheEarlierFile) {
+    XMLNode root("SavedProductState");
+    for (size_t i = 0; i < XMLLimits::MAX_ITEMS; ++i) {
+        root.addChild(XMLNode("Product"));
+    }
+    writeFile(file(), "earlier state");
+    try {
+        StateFile::write(root, file().string());
+        ADD_FAILURE() << "written";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), 36);
+        EXPECT_EQ(
+            e.getMessage(),
+            String("The state cannot be saved: the document would have 4000001 elements and "
+                   "attributes, and at most 4000000 can be read again; deregister what is not "
+                   "needed any more, or delete instances of it"));
+    }
+    EXPECT_EQ(readFile(file()), "earlier state");
 }
 
 TEST_F(StateSaving, FullDiskIsAnErrorAndLeavesNoNewFile) {

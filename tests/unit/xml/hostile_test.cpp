@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "openwbem/xml/XMLLimits.hpp"
 #include "tests/unit/xml/Documents.hpp"
 
 namespace OpenWBEM {
@@ -110,6 +111,46 @@ TEST(XMLHostile, ManyElementsAreCounted) {
         const std::string message = parseError("<a>" + repeated(piece, 4000001) + "</a>");
         EXPECT_EQ(message.substr(message.find(": ") + 2), error);
     }
+}
+
+/// The message of checkReadable(), or nothing.
+std::string readableError(const XMLNode& node, size_t sizeBefore = 0) {
+    try {
+        node.checkReadable(sizeBefore);
+        return "";
+    } catch (const XMLNodeException& e) {
+        return e.getMessage();
+    }
+}
+
+TEST(XMLHostile, WhatHasTooManyElementsToBeReadIsKnownBeforeItIsWritten) {
+    XMLNode root("a");
+    for (size_t i = 2; i <= XMLLimits::MAX_ITEMS; ++i) {
+        root.addChild(XMLNode("b"));
+    }
+    EXPECT_EQ(readableError(root), "");
+    root.addChild(XMLNode("c", {{"n", "v"}}));
+    EXPECT_EQ(readableError(root),
+              "the document would have 4000002 elements and attributes, and at most 4000000 can be "
+              "read again");
+}
+
+TEST(XMLHostile, WhatIsTooLargeToBeReadIsKnownBeforeItIsWritten) {
+    const XMLNode root = element("a", std::string(20 * MIB, '&'));
+    const size_t size = 5 * 20 * MIB + std::string("<a></a>\n").size();
+    const size_t room = XMLLimits::MAX_DOCUMENT_SIZE - size;
+    EXPECT_EQ(readableError(root, room), "");
+    EXPECT_EQ(readableError(root, room + 1),
+              "the document would have 1073741825 bytes, and at most 1073741824 can be read again");
+}
+
+TEST(XMLHostile, SizeIsThatOfWhatIsPrinted) {
+    const XMLNode root =
+        element("a", {element("b", "<&>\r\n\t"), XMLNode("c", {{"n", "\"\n&"}}), element("d", "")});
+    const size_t room = XMLLimits::MAX_DOCUMENT_SIZE - printed(root).size();
+    EXPECT_EQ(readableError(root, room), "");
+    EXPECT_NE(readableError(root, room + 1), "");
+    EXPECT_EQ(readableError(element("a", "\x01")), printError(element("a", "\x01")));
 }
 
 TEST(XMLHostile, ALargeTextIsRead) {
