@@ -16,6 +16,8 @@ namespace KOVNS2 {
 
 using namespace OpenWBEM::WBEMFlags;
 using namespace NamespaceModel;
+using blocxx::FileSystem::getFileContents;
+using blocxx::FileSystem::NamedBy;
 using OpenWBEM::CIMClass;
 using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
@@ -93,9 +95,8 @@ private:
         if (!m_qualifiersRead) {
             OpenWBEM::Array<CIMInstance> instances;
             OpenWBEM::Array<CIMClass> classes;
-            OpenWBEM::MOF::compileMOF(blocxx::FileSystem::getFileContents(m_qualifiersFile),
-                                      m_handle, ns, instances, classes, m_qualifiers,
-                                      m_qualifiersFile);
+            OpenWBEM::MOF::compileMOF(getFileContents(m_qualifiersFile, NamedBy::US), m_handle, ns,
+                                      instances, classes, m_qualifiers, m_qualifiersFile);
             m_qualifiersRead = true;
         }
         return m_qualifiers;

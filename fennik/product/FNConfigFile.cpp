@@ -2,9 +2,11 @@
 #include "fennik/product/FNConfigFile.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <boost/bind/bind.hpp>
 #include <cerrno>
+#include <limits>
 #include <optional>
 
 #include "blocxx/FileSystem.hpp"
@@ -17,6 +19,7 @@
 namespace KOVNS2 {
 
 namespace FileSystem = blocxx::FileSystem;
+using blocxx::FileSystemException;
 
 namespace {
 
@@ -24,8 +27,31 @@ UnitLog log() {
     return UnitLog("");
 }
 
-/// The snippet's content; none when there is no snippet. A link in its place is not followed: the
-/// file that it leads to is not the product's to show or to restore.
+/// There is something else in the snippet's place. Only the administrator knows what it is for.
+[[noreturn]] void refuseToTouch(const String& path, const char* what, int errnum) {
+    BLOCXX_THROW_ERR(FileSystemException,
+                     blocxx::Format("\"%1\" is %2 and not a file: fennik neither reads nor removes "
+                                    "it. Remove it, or put a file with the configuration in its "
+                                    "place; then run the command again.",
+                                    path, what),
+                     errnum);
+}
+
+void requireRegularFile(const blocxx::File& file, const String& path) {
+    struct stat info = {};
+    if (::fstat(file.getFileDescriptor(), &info) != 0) {
+        BLOCXX_THROW_ERRNO(FileSystemException, "Unable to read " + path);
+    }
+    if (S_ISDIR(info.st_mode)) {
+        refuseToTouch(path, "a directory", EISDIR);
+    }
+    if (!S_ISREG(info.st_mode)) {
+        refuseToTouch(path, "a pipe or a device", EINVAL);
+    }
+}
+
+/// The snippet's whole content, however long; none when there is no snippet. A link in its place is
+/// not followed: the file that it leads to is not the product's to show or to restore.
 std::optional<String> readSnippet(const String& productName, const String& path) {
     if (!ProductPaths::canNameSnippet(productName)) {
         return std::nullopt;
@@ -35,12 +61,16 @@ std::optional<String> readSnippet(const String& productName, const String& path)
         if (errno == ENOENT) {
             return std::nullopt;
         }
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to open " + path);
+        if (errno == ELOOP) {
+            refuseToTouch(path, "a symbolic link", ELOOP);
+        }
+        BLOCXX_THROW_ERRNO(FileSystemException, "Unable to open " + path);
     }
-    return FileSystem::readToEnd(file, path);
+    requireRegularFile(file, path);
+    return FileSystem::readToEnd(file, path, std::numeric_limits<size_t>::max());
 }
 
-String readSource(const String& source, const String& prefix) {
+String readSourceWhole(const String& source, const String& prefix) {
     if (source == "-") {
         return FileUtils::readStandardInput();
     }
@@ -48,13 +78,27 @@ String readSource(const String& source, const String& prefix) {
     if (!FileSystem::exists(path)) {
         BLOCXX_THROW_ERR(FennikException, "The specified path " + path + " : does not exist.", 15);
     }
-    return FileSystem::getFileContents(path);
+    return FileSystem::getFileContents(path, FileSystem::NamedBy::CALLER);
+}
+
+String readSource(const String& source, const String& prefix) {
+    try {
+        return readSourceWhole(source, prefix);
+    } catch (const FileSystemException& e) {
+        if (e.getErrorCode() != EFBIG) {
+            throw;
+        }
+        BLOCXX_THROW_ERR(
+            FileSystemException,
+            String(e.getMessage()) + ", which is the most that a product's configuration may have",
+            EFBIG);
+    }
 }
 
 TempFile::Released createTempFile(const String& directory) {
     try {
         return TempFile(directory).release();
-    } catch (const blocxx::FileSystemException& e) {
+    } catch (const FileSystemException& e) {
         throw FennikException(__FILE__, __LINE__, e.getMessage(), 16, &e);
     }
 }

@@ -10,10 +10,11 @@
 namespace KOVNS2 {
 
 /// The snippet's content, empty when there is none. Throws FileSystemException when it cannot be
-/// read.
+/// read, or when something else than a regular file is in its place.
 String getConfigFile(const String& productName, const String& prefix);
 
-/// Writes the snippet from a file below `prefix`, or from standard input when `source` is "-".
+/// Writes the snippet from a file below `prefix`, or from standard input when `source` is "-". More
+/// than FileSystem::MAX_CONTENT_SIZE is refused.
 void setConfigFile(const String& productName, const String& source, const String& prefix);
 
 void setConfigFileFromString(const String& productName, const String& content,

@@ -16,6 +16,8 @@ namespace KOVNS2 {
 
 using namespace ProviderModel;
 using blocxx::Format;
+using blocxx::FileSystem::getFileContents;
+using blocxx::FileSystem::NamedBy;
 using OpenWBEM::CIMClass;
 using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
@@ -127,11 +129,11 @@ ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistratio
 
     const CIMInstance& instance = parts.registrationInstances.front();
     if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
-        parts.providerPrivileges = blocxx::FileSystem::getFileContents(
-            m_destDir + PrivilegeFiles::providerPrivilegeFile(instance));
+        parts.providerPrivileges = getFileContents(
+            m_destDir + PrivilegeFiles::providerPrivilegeFile(instance), NamedBy::US);
     }
     parts.providerOOPPrivileges =
-        blocxx::FileSystem::getFileContents(m_destDir + PrivilegeFiles::oopPrivilegeFile(instance));
+        getFileContents(m_destDir + PrivilegeFiles::oopPrivilegeFile(instance), NamedBy::US);
     return new OOP1ProviderRegistration(std::move(parts));
 }
 

@@ -25,7 +25,7 @@ String readList(const String& fileName) {
         BLOCXX_THROW_ERR(FennikException, "The specified path " + fileName + " : does not exist.",
                          LIST_MISSING);
     }
-    return blocxx::FileSystem::getFileContents(fileName);
+    return blocxx::FileSystem::getFileContents(fileName, blocxx::FileSystem::NamedBy::CALLER);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "fennik/state/StateFile.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cerrno>
@@ -34,11 +35,21 @@ constexpr int CANNOT_OPEN = 37;
     throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_CREATE, &reason);
 }
 
-/// The state may be written into a directory of others, so a link in its place is not followed.
+/// The caller named the file, so it is opened as any program opens it, links included.
 File openTruncated(const String& fileName) {
     constexpr mode_t MODE = 0666;
-    return File(::open(fileName.c_str(),
-                       O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, MODE));
+    return File(
+        ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, MODE));
+}
+
+/// Removes the file unless the path has become another one, or is a link to it: the link is the
+/// caller's.
+void removeIfStillAt(const String& path, const struct stat& file) {
+    struct stat found = {};
+    if (::lstat(path.c_str(), &found) == 0 && found.st_dev == file.st_dev &&
+        found.st_ino == file.st_ino) {
+        FileSystem::removeFile(path);
+    }
 }
 
 /// Writes to a file in pieces: the text of a large state is not held a second time. After a failure
@@ -113,13 +124,14 @@ void write(const XMLNode& root, const String& fileName) {
     checkReadable(root);
     const bool isNew = !FileSystem::exists(fileName);
     File file = openTruncated(fileName);
-    if (!file) {
+    struct stat opened = {};
+    if (!file || ::fstat(file.getFileDescriptor(), &opened) != 0) {
         failCreating(fileName, errno);
     }
     if (!writeDocument(file, root) || !flush(file) || file.close() != 0) {
         const int errnum = errno;
         if (isNew) {
-            FileSystem::removeFile(fileName);
+            removeIfStillAt(fileName, opened);
         }
         failCreating(fileName, errnum);
     }
@@ -127,7 +139,8 @@ void write(const XMLNode& root, const String& fileName) {
 
 String read(const String& fileName) {
     try {
-        return FileSystem::getFileContents(fileName, OpenWBEM::XMLLimits::MAX_DOCUMENT_SIZE);
+        return FileSystem::getFileContents(fileName, FileSystem::NamedBy::CALLER,
+                                           OpenWBEM::XMLLimits::MAX_DOCUMENT_SIZE);
     } catch (const blocxx::FileSystemException& e) {
         const String message = Format("Failed to open state file: \"%1\"", fileName);
         throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_OPEN, &e);

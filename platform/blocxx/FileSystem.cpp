@@ -128,9 +128,10 @@ void appendToEnd(String& contents, File& file, const String& nameForMessages, si
     }
 }
 
-bool isFifo(const File& file) {
+/// S_IFREG and so on; 0 when it cannot be told.
+mode_t typeOf(const File& file) {
     struct stat info = {};
-    return ::fstat(file.getFileDescriptor(), &info) == 0 && S_ISFIFO(info.st_mode);
+    return ::fstat(file.getFileDescriptor(), &info) == 0 ? info.st_mode & S_IFMT : 0;
 }
 
 // Without waiting, an end of file before the first byte means that nobody has the FIFO open for
@@ -147,16 +148,41 @@ void readFirstByteOfFifo(String& contents, File& file, const String& path) {
     }
 }
 
-}  // namespace
-
-String getFileContents(const String& path, size_t limit) {
-    File file = open(path, O_RDONLY | O_NONBLOCK);
+// Opening what the caller named may wait for a FIFO's writer: a signal that interrupts the wait
+// ends it, so that a user can give up.
+File openForReading(const String& path, NamedBy namedBy) {
+    const int wait = namedBy == NamedBy::CALLER ? 0 : O_NONBLOCK;
+    const int links = namedBy == NamedBy::US ? O_NOFOLLOW : 0;
+    File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | wait | links));
+    if (!file && errno == ELOOP && namedBy == NamedBy::US) {
+        BLOCXX_THROW_ERR(FileSystemException,
+                         Format("Cannot read \"%1\": it is a symbolic link, which is not followed "
+                                "here; put the file itself in its place",
+                                path),
+                         ELOOP);
+    }
     if (!file) {
         BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot open \"%1\"", path).toString());
     }
+    return file;
+}
+
+void requireRegularFile(const File& file, const String& path) {
+    if (typeOf(file) != S_IFREG) {
+        BLOCXX_THROW_ERR(FileSystemException,
+                         Format("Cannot read \"%1\": it is not a regular file", path), EINVAL);
+    }
+}
+
+}  // namespace
+
+String getFileContents(const String& path, NamedBy namedBy, size_t limit) {
+    File file = openForReading(path, namedBy);
     String contents;
-    if (isFifo(file)) {
+    if (namedBy == NamedBy::OTHERS && typeOf(file) == S_IFIFO) {
         readFirstByteOfFifo(contents, file, path);
+    } else if (namedBy == NamedBy::US) {
+        requireRegularFile(file, path);
     }
     ::fcntl(file.getFileDescriptor(), F_SETFL, O_RDONLY);
     checkLength(file, path, limit);
@@ -164,9 +190,9 @@ String getFileContents(const String& path, size_t limit) {
     return contents;
 }
 
-String readToEnd(File& file, const String& nameForMessages) {
+String readToEnd(File& file, const String& nameForMessages, size_t limit) {
     String contents;
-    appendToEnd(contents, file, nameForMessages, MAX_CONTENT_SIZE);
+    appendToEnd(contents, file, nameForMessages, limit);
     return contents;
 }
 

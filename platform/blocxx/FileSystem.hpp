@@ -43,11 +43,19 @@ bool syncDirectory(const String& path);
 /// takes.
 inline constexpr size_t MAX_CONTENT_SIZE = size_t{64} << 20;
 
+/// Who named a file. It decides what the name may lead to.
+enum class NamedBy {
+    CALLER,  ///< opened as any program opens it: links are followed, a FIFO is waited for
+    OTHERS,  ///< a list or a text: a FIFO that nobody has open for writing is an error (EPIPE)
+    US       ///< a fixed name: nothing but a regular file, and no link at the end of the path
+};
+
 /// The whole content. Throws FileSystemException, naming the path, with errno as its code; EFBIG
-/// for more than `limit` bytes, EPIPE for a FIFO that nobody has open for writing.
-String getFileContents(const String& path, size_t limit = MAX_CONTENT_SIZE);
+/// for more than `limit` bytes.
+String getFileContents(const String& path, NamedBy namedBy = NamedBy::OTHERS,
+                       size_t limit = MAX_CONTENT_SIZE);
 /// Everything from the current offset to the end. Throws FileSystemException as getFileContents.
-String readToEnd(File& file, const String& nameForMessages);
+String readToEnd(File& file, const String& nameForMessages, size_t limit = MAX_CONTENT_SIZE);
 
 namespace Path {
 /// The last component of the path: "c" of "/a/b/c" and of "/a/b/c/".

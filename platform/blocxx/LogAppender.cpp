@@ -62,10 +62,11 @@ void CerrAppender::append(const LogMessage& message) {
 
 FileAppender::FileAppender(StringArray components, StringArray categories, const String& fileName,
                            const String& messageFormat, unsigned maxFileSize,
-                           unsigned maxBackupIndex)
+                           unsigned maxBackupIndex, EOpening opening)
     : m_components(std::move(components)),
       m_categories(std::move(categories)),
-      m_file(std::make_unique<LogFile>(fileName, size_t{maxFileSize} * 1024, maxBackupIndex)),
+      m_file(
+          std::make_unique<LogFile>(fileName, size_t{maxFileSize} * 1024, maxBackupIndex, opening)),
       m_output(std::make_unique<LogOutput>(messageFormat)) {}
 
 FileAppender::~FileAppender() = default;

@@ -49,14 +49,19 @@ private:
 };
 
 /// A file that is appended to, created with mode 0666 less the umask, flushed after every message.
-/// A link at the end of its path is refused.
 class FileAppender : public LogAppender {
 public:
+    enum EOpening {
+        E_GUARDED,  ///< a link at the end of the path, or a FIFO without a reader, is an error
+        E_AS_ANY_PROGRAM  ///< links are followed, a FIFO is waited for: the user named the file
+    };
+
     static constexpr unsigned NO_MAX_LOG_SIZE = 0;
     /// `maxFileSize` in KiB, 0 for no limit; `maxBackupIndex` old files are kept.
     /// Throws LoggerException, naming the file, when it cannot be opened.
     FileAppender(StringArray components, StringArray categories, const String& fileName,
-                 const String& messageFormat, unsigned maxFileSize, unsigned maxBackupIndex);
+                 const String& messageFormat, unsigned maxFileSize, unsigned maxBackupIndex,
+                 EOpening opening = E_GUARDED);
     ~FileAppender() override;
     bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The log file. It is written by root and may be named in a directory that others write in: a link
-// at the end of its path is not followed, and a FIFO that nobody reads does not hold the run up.
+// The log file: a regular file, or a terminal, pipe or device, of which no size and no place is
+// known.
 #include "blocxx/LogFile.hpp"
 
 #include <fcntl.h>
@@ -29,15 +29,15 @@ bool writeAll(int fd, std::string_view text) noexcept {
     return true;
 }
 
-LogFile::LogFile(String name, size_t limit, unsigned backups)
-    : m_name(std::move(name)), m_limit(limit), m_backups(backups) {
+LogFile::LogFile(String name, size_t limit, unsigned backups, FileAppender::EOpening opening)
+    : m_name(std::move(name)), m_limit(limit), m_backups(backups), m_opening(opening) {
     open();
 }
 
 void LogFile::open() {
     constexpr mode_t mode = 0666;
-    constexpr int flags =
-        O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    const int guards = m_opening == FileAppender::E_GUARDED ? O_NOFOLLOW | O_NONBLOCK : 0;
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | guards;
     m_file = File(::open(m_name.c_str(), flags, mode));
     const int fd = m_file.getFileDescriptor();
     struct stat info = {};
@@ -46,6 +46,9 @@ void LogFile::open() {
                            Format("Cannot open the log file \"%1\"", m_name).toString());
     }
     m_size = static_cast<size_t>(info.st_size);
+    if (!S_ISREG(info.st_mode)) {
+        m_limit = 0;
+    }
 }
 
 void LogFile::append(std::string_view text) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "blocxx/File.hpp"
+#include "blocxx/LogAppender.hpp"
 #include "blocxx/String.hpp"
 
 namespace blocxx {
@@ -12,11 +13,11 @@ namespace blocxx {
 [[nodiscard]] bool writeAll(int fd, std::string_view text) noexcept;
 
 /// A file that grows at its end up to a limit and then starts afresh, the old ones being kept under
-/// the names NAME.1 (the youngest) to NAME.<backups>.
+/// the names NAME.1 (the youngest) to NAME.<backups>. Only a regular file has a limit.
 class LogFile {
 public:
     /// `limit` in bytes, 0 for none. Throws LoggerException, naming the file.
-    LogFile(String name, size_t limit, unsigned backups);
+    LogFile(String name, size_t limit, unsigned backups, FileAppender::EOpening opening);
     /// Throws LoggerException, naming the file.
     void append(std::string_view text);
 
@@ -27,6 +28,7 @@ private:
     String m_name;
     size_t m_limit;
     unsigned m_backups;
+    FileAppender::EOpening m_opening;
     size_t m_size = 0;
     File m_file;
 };

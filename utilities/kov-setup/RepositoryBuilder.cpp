@@ -52,6 +52,10 @@ struct NamespaceSchema {
     const char* file;
 };
 
+String readSchema(const String& path) {
+    return blocxx::FileSystem::getFileContents(path, blocxx::FileSystem::NamedBy::US);
+}
+
 constexpr NamespaceSchema SCHEMA[] = {
     {"root", "interop.mof"},
     {"root/security", "security.mof"},
@@ -62,8 +66,8 @@ Array<CIMQualifierType> compileQualifiers(const String& path) {
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
     Array<CIMQualifierType> qualifierTypes;
-    MOF::compileMOF(blocxx::FileSystem::getFileContents(path), {}, SCHEMA[0].nameSpace, instances,
-                    classes, qualifierTypes, path);
+    MOF::compileMOF(readSchema(path), {}, SCHEMA[0].nameSpace, instances, classes, qualifierTypes,
+                    path);
     return qualifierTypes;
 }
 
@@ -71,8 +75,7 @@ void loadClasses(const CIMOMHandleIFCRef& handle, const String& ns, const String
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
     Array<CIMQualifierType> qualifierTypes;
-    MOF::compileMOF(blocxx::FileSystem::getFileContents(path), handle, ns, instances, classes,
-                    qualifierTypes, path);
+    MOF::compileMOF(readSchema(path), handle, ns, instances, classes, qualifierTypes, path);
     for (const auto& cls : classes) {
         handle->createClass(ns, cls);
     }

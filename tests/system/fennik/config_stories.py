@@ -34,6 +34,29 @@ class Setting(Story):
         self.assert_silent_success(result)
         self.assertEqual(read(self.tree.snippet("sample")), b"a = b\n")
 
+    def set_from_file(self, source, **options):
+        command = self.tree.command("--set-owcimomd-config", source, "--name", "sample")
+        self.assert_silent_success(run(command, **options))
+        return read(self.tree.snippet("sample"))
+
+    def test_from_a_link_takes_what_it_leads_to(self):
+        write(self.tree.directory + "/elsewhere", b"a = b\n")
+        os.symlink(self.tree.directory + "/elsewhere", self.tree.prefix + "/link")
+        self.assertEqual(self.set_from_file("/link"), b"a = b\n")
+
+    def test_from_a_pipe_that_may_be_empty(self):
+        os.symlink("/dev", self.tree.prefix + "/dev")
+        for text in ("a = b\n", ""):
+            self.assertEqual(self.set_from_file("/dev/stdin", stdin=text), text.encode())
+
+    def test_from_a_fifo_waits_for_its_writer(self):
+        fifo = self.tree.prefix + "/fifo"
+        os.mkfifo(fifo)
+        for text in ("a = b\n", ""):
+            writer = subprocess.Popen(["sh", "-c", f"sleep 0.3; printf '{text}' > {fifo}"])
+            self.assertEqual(self.set_from_file("/fifo"), text.encode())
+            self.assertEqual(writer.wait(timeout=60), 0)
+
     def test_twice_replaces_the_first_content_completely(self):
         self.set_from("x" * 100000)
         self.set_from("short")
@@ -77,18 +100,51 @@ class Reading(Story):
         result = self.fennik("--get-owcimomd-config", "--name", "sample")
         self.assertEqual(result, Result(0, "no newline", ""))
 
-    def test_link_in_its_place_is_not_followed(self):
-        write(self.tree.directory + "/secret", b"secret")
-        os.symlink(self.tree.directory + "/secret", self.tree.snippet("sample"))
+    def test_larger_one_than_can_be_set_is_printed_and_removed(self):
+        size = (64 << 20) + 1
+        write(self.tree.snippet("sample"), b"#" * size)
         result = self.fennik("--get-owcimomd-config", "--name", "sample")
-        self.assert_other_failure(result, self.tree.snippet("sample"))
-        self.assertNotIn("secret\n", result.out)
+        self.assertEqual((result.status, len(result.out), result.err), (0, size, ""))
+        self.assert_silent_success(self.fennik("--remove-owcimomd-config", "--name", "sample"))
+        self.assertFalse(os.path.exists(self.tree.snippet("sample")))
 
     def test_name_that_is_no_file_name_has_no_snippet(self):
         write(self.tree.prefix + "/x.conf", b"not a snippet")
         for name in ("", ".", "..", "../../../../../../x"):
             result = self.fennik("--get-owcimomd-config", "--name", name)
             self.assert_silent_success(result)
+
+
+class SomethingElseInItsPlace(Story):
+    def assert_named_and_left(self, what):
+        self.fennik("--list-registered-products")
+        before = self.tree.state()
+        for option in ("--get-owcimomd-config", "--remove-owcimomd-config"):
+            with self.subTest(option=option):
+                self.assert_other_failure(
+                    self.fennik(option, "--name", "sample"),
+                    f'"{self.tree.snippet("sample")}" is {what} and not a file: fennik neither '
+                    "reads nor removes it. Remove it, or put a file with the configuration in "
+                    "its place; then run the command again.",
+                )
+                self.assertEqual(self.tree.state(), before)
+
+    def test_link(self):
+        write(self.tree.directory + "/secret", b"secret")
+        os.symlink(self.tree.directory + "/secret", self.tree.snippet("sample"))
+        self.assert_named_and_left("a symbolic link")
+
+    def test_link_to_nothing(self):
+        os.symlink("nothing", self.tree.snippet("sample"))
+        self.assert_named_and_left("a symbolic link")
+
+    def test_directory(self):
+        os.mkdir(self.tree.snippet("sample"))
+        self.assert_named_and_left("a directory")
+
+    def test_fifo(self):
+        os.mkfifo(self.tree.snippet("sample"))
+        self.assert_named_and_left("a pipe or a device")
 
 
 class Removing(Story):
@@ -174,7 +230,9 @@ class FailingSetting(Story):
     def test_source_without_an_end(self):
         os.symlink("/dev/zero", self.tree.prefix + "/zero")
         result = self.fennik("--set-owcimomd-config", "/zero", "--name", "sample")
-        self.assert_other_failure(result, "longer than 64 MiB")
+        self.assert_other_failure(
+            result, f'Cannot read "{self.tree.prefix}/zero": it is longer than 64 MiB, which is '
+            "the most that a product's configuration may have")
         os.unlink(self.tree.prefix + "/zero")
         with open("/dev/zero", "rb") as zero:
             done = subprocess.run(
@@ -182,13 +240,6 @@ class FailingSetting(Story):
             )
         self.assertEqual(done.returncode, 1)
         self.assertIn(b'Cannot read "standard input": it is longer than 64 MiB', done.stderr)
-        self.assertEqual(self.tree.state(), self.before)
-
-    def test_source_that_is_a_fifo_without_a_writer(self):
-        os.mkfifo(self.tree.prefix + "/fifo")
-        result = self.fennik("--set-owcimomd-config", "/fifo", "--name", "sample")
-        self.assert_other_failure(result, "nobody writes to this FIFO")
-        os.unlink(self.tree.prefix + "/fifo")
         self.assertEqual(self.tree.state(), self.before)
 
     def test_missing_directory(self):

@@ -117,6 +117,28 @@ class LogFile(Story):
         self.assertLess(text.rindex("Fennik terminating."), text.rindex("An error has occurred."))
         self.assertIn(result.err.strip(), text)
 
+    def test_may_be_standard_error_or_a_link(self):
+        result = self.fennik("--log-file", "/dev/stderr", "--list-registered-products")
+        self.assertEqual((result.status, result.out), (0, ""))
+        self.assertIn("Getting list of registered products", result.err)
+        os.symlink(self.log, self.tree.directory + "/link")
+        result = self.fennik(
+            "--log-file", self.tree.directory + "/link", "--list-registered-products")
+        self.assert_silent_success(result)
+        self.assertIn(b"Getting list of registered products", read(self.log))
+
+    def test_may_be_a_terminal(self):
+        master, terminal = os.openpty()
+        result = self.fennik(
+            "--log-file", os.ttyname(terminal), "--list-registered-products")
+        self.assert_silent_success(result)
+        text = b""
+        while b"Fennik terminating." not in text:
+            text += os.read(master, 65536)
+        self.assertIn(b"Getting list of registered products", text)
+        os.close(terminal)
+        os.close(master)
+
     def test_argument_with_a_placeholder_is_logged_as_it_is(self):
         self.fennik("--log-file", self.log, "--get-owcimomd-config", "--name", "%1%2")
         self.assertIn('"--name" "%1%2"', read(self.log).decode())

@@ -59,11 +59,19 @@ class Saving(StateStory):
 
     def test_to_a_place_that_is_none(self):
         self.register("sample", "al")
-        os.symlink(PLAY + "/target", PLAY + "/link")
-        for path in (PLAY + "/missing/state.xml", PLAY, PLAY + "/link", ""):
+        for path in (PLAY + "/missing/state.xml", PLAY, ""):
             with self.subTest(path=path):
                 self.assert_refused(f'Failed to create state file: "{path}"', path)
-        self.assertFalse(os.path.exists(PLAY + "/target"))
+
+    def test_through_a_link_and_into_a_pipe(self):
+        self.register("sample", "al")
+        content, _ = self.save()
+        os.symlink(PLAY + "/target", PLAY + "/link")
+        self.assertEqual(self.fennik(DUMP, PLAY + "/link").status, 0)
+        self.assertEqual(read(PLAY + "/target"), content)
+        self.assertTrue(os.path.islink(PLAY + "/link"))
+        result = self.fennik(DUMP, "/dev/stderr")
+        self.assertEqual((result.status, result.err), (0, content.decode()))
 
     def test_to_a_full_device(self):
         self.register("sample", "al")

@@ -238,7 +238,7 @@ TEST_F(Files, LimitOfTheCallerHoldsBeforeAnythingIsRead) {
     constexpr size_t LIMIT = size_t{1} << 30;
     ASSERT_EQ(::truncate((m_dir / "f").c_str(), static_cast<off_t>(LIMIT) * 1024), 0);
     try {
-        FileSystem::getFileContents(m_dir / "f", LIMIT);
+        FileSystem::getFileContents(m_dir / "f", FileSystem::NamedBy::OTHERS, LIMIT);
         FAIL();
     } catch (const blocxx::FileSystemException& e) {
         EXPECT_EQ(e.getErrorCode(), EFBIG);
@@ -257,6 +257,54 @@ TEST_F(Files, FifoThatNobodyWritesToIsNotWaitedFor) {
         EXPECT_EQ(e.getErrorCode(), EPIPE);
         EXPECT_EQ(String(e.getMessage()),
                   "Cannot read \"" + fifo + "\": nobody writes to this FIFO");
+    }
+}
+
+TEST_F(Files, FifoOfTheCallerIsWaitedForAndMayBeEmpty) {
+    const String fifo = m_dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string_view text : {"abc", ""}) {
+        std::thread writer([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            const int writeEnd = ::open(fifo.c_str(), O_WRONLY);
+            EXPECT_EQ(::write(writeEnd, text.data(), text.size()), ssize_t(text.size()));
+            ::close(writeEnd);
+        });
+        EXPECT_EQ(FileSystem::getFileContents(fifo, FileSystem::NamedBy::CALLER), text);
+        writer.join();
+    }
+}
+
+TEST_F(Files, NamedByOthersMayBeLinksAndThoseNamedByUsMayNot) {
+    write("f", "abc");
+    const String link = m_dir / "link";
+    ASSERT_EQ(::symlink((m_dir / "f").c_str(), link.c_str()), 0);
+    EXPECT_EQ(FileSystem::getFileContents(link, FileSystem::NamedBy::CALLER), "abc");
+    EXPECT_EQ(FileSystem::getFileContents(link, FileSystem::NamedBy::OTHERS), "abc");
+    EXPECT_EQ(FileSystem::getFileContents(m_dir / "f", FileSystem::NamedBy::US), "abc");
+    try {
+        FileSystem::getFileContents(link, FileSystem::NamedBy::US);
+        FAIL();
+    } catch (const blocxx::FileSystemException& e) {
+        EXPECT_EQ(e.getErrorCode(), ELOOP);
+        EXPECT_EQ(String(e.getMessage()),
+                  "Cannot read \"" + link +
+                      "\": it is a symbolic link, which is not followed here; put the file itself "
+                      "in its place");
+    }
+}
+
+TEST_F(Files, NamedByUsAreRegularFiles) {
+    const String fifo = m_dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    for (const String& path : {fifo, m_dir.path(), String("/dev/null")}) {
+        try {
+            FileSystem::getFileContents(path, FileSystem::NamedBy::US);
+            FAIL() << path;
+        } catch (const blocxx::FileSystemException& e) {
+            EXPECT_EQ(String(e.getMessage()),
+                      "Cannot read \"" + path + "\": it is not a regular file");
+        }
     }
 }
 

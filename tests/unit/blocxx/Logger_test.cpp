@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/LogAppender.hpp"
@@ -230,6 +232,41 @@ TEST_F(Logging, ToAFileThatCannotBeOpenedNamesItAndTheReason) {
             EXPECT_THAT(e.getMessage(), AllOf(HasSubstr("\"" + path + "\""), HasSubstr("(")));
         }
     }
+}
+
+TEST_F(Logging, OfTheUserFollowsALinkAndCreatesWhatItLeadsTo) {
+    ASSERT_EQ(symlink((m_dir / "target").c_str(), (m_dir / "link").c_str()), 0);
+    const FileAppender::EOpening opening = FileAppender::E_AS_ANY_PROGRAM;
+    Logger("c", new FileAppender(LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES,
+                                 m_dir / "link", "%m", 0, 0, opening))
+        .info("x");
+    EXPECT_EQ(contents("target"), "x\n");
+}
+
+TEST_F(Logging, OfTheUserWaitsForTheReaderOfAFifo) {
+    const String fifo = m_dir / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    String read;
+    std::thread reader([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        read = blocxx::FileSystem::getFileContents(fifo, blocxx::FileSystem::NamedBy::CALLER);
+    });
+    Logger("c", new FileAppender(LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES, fifo,
+                                 "%m", 0, 0, FileAppender::E_AS_ANY_PROGRAM))
+        .info("x");
+    reader.join();
+    EXPECT_EQ(read, "x\n");
+}
+
+TEST_F(Logging, ToADeviceHasNoLimitAndRenamesNothing) {
+    const String place = m_dir / "null";
+    ASSERT_EQ(symlink("/dev/null", place.c_str()), 0);
+    const Logger logger(
+        "c", new FileAppender(LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES, place, "%m",
+                              1, 1, FileAppender::E_AS_ANY_PROGRAM));
+    logger.info(String(1000, 'x'));
+    logger.info(String(1000, 'x'));
+    EXPECT_FALSE(blocxx::FileSystem::exists(m_dir / "null.1"));
 }
 
 TEST_F(Logging, ToAFullDiskThrows) {

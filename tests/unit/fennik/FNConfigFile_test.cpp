@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/undo/FennikException.hpp"
@@ -81,6 +82,41 @@ TEST_F(ConfigFile, SourceIsTakenBelowThePrefixAsPlainText) {
     EXPECT_EQ(getConfigFile("other", prefix()), "from a file\n");
 }
 
+TEST_F(ConfigFile, SourceMayBeAPipeAlsoAnEmptyOne) {
+    fs::create_directory_symlink("/dev", m_directory.path() / "dev");
+    int ends[2] = {};
+    for (const std::string_view text : {"a = b\n", ""}) {
+        ASSERT_EQ(::pipe(ends), 0);
+        ASSERT_EQ(::write(ends[1], text.data(), text.size()), ssize_t(text.size()));
+        ::close(ends[1]);
+        setConfigFile("sample", "/dev/fd/" + std::to_string(ends[0]), prefix());
+        ::close(ends[0]);
+        EXPECT_EQ(readFile(snippet()), text);
+    }
+}
+
+TEST_F(ConfigFile, LargerOneThanCanBeSetIsReadBackRemovedAndWrittenBack) {
+    const auto size = blocxx::FileSystem::MAX_CONTENT_SIZE + 1;
+    writeFile(snippet(), "");
+    fs::resize_file(snippet(), size);
+    fs::copy_file(snippet(), m_directory.path() / "source");
+    EXPECT_EQ(getConfigFile("sample", prefix()).size(), size);
+    CleanupActions_t undo;
+    rmConfigFile("sample", prefix(), undo);
+    EXPECT_FALSE(fs::exists(snippet()));
+    executeCleanupActions(undo);
+    EXPECT_EQ(fs::file_size(snippet()), size);
+    try {
+        setConfigFile("other", "/source", prefix());
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const blocxx::FileSystemException& e) {
+        EXPECT_EQ(e.getMessage(), "Cannot read \"" + prefix() +
+                                      "/source\": it is longer than 64 MiB, which is the most that "
+                                      "a product's configuration may have");
+    }
+    EXPECT_EQ(filesInConfigs(), 1U);
+}
+
 TEST_F(ConfigFile, MissingSourceIsNamed) {
     expectFennik(15, "The specified path " + prefix() + "/none : does not exist.",
                  [&] { setConfigFile("sample", "/none", prefix()); });
@@ -127,13 +163,46 @@ TEST_F(ConfigFile, NameThatIsNoFileNameStaysInsideTheDirectory) {
     EXPECT_EQ(readFile(m_configs.parent_path() / "x.conf"), "not a snippet");
 }
 
-TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsNotRead) {
+/// Reading and removing the snippet say that there is something else in its place, and leave it.
+void expectUntouched(const String& prefix, const fs::path& snippet, const String& what) {
+    const String message = "\"" + snippet.string() + "\" is " + what +
+                           " and not a file: fennik neither reads nor removes it. Remove it, or "
+                           "put a file with the configuration in its place; then run the command "
+                           "again.";
+    CleanupActions_t undo;
+    const boost::function<void()> operations[] = {[&] { getConfigFile("sample", prefix); },
+                                                  [&] { rmConfigFile("sample", prefix, undo); }};
+    for (const auto& operation : operations) {
+        try {
+            operation();
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const blocxx::FileSystemException& e) {
+            EXPECT_EQ(e.getMessage(), message);
+        }
+    }
+    EXPECT_TRUE(undo.empty());
+    EXPECT_TRUE(fs::exists(fs::symlink_status(snippet)));
+}
+
+TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsNamedAndLeft) {
     writeFile(m_directory.path() / "secret", "secret");
     fs::create_symlink(m_directory.path() / "secret", snippet());
-    EXPECT_THROW(getConfigFile("sample", prefix()), blocxx::FileSystemException);
-    CleanupActions_t undo;
-    EXPECT_THROW(rmConfigFile("sample", prefix(), undo), blocxx::FileSystemException);
-    EXPECT_TRUE(fs::is_symlink(snippet()));
+    expectUntouched(prefix(), snippet(), "a symbolic link");
+}
+
+TEST_F(ConfigFile, LinkToNothingInPlaceOfTheSnippetIsNamedAndLeft) {
+    fs::create_symlink("nothing", snippet());
+    expectUntouched(prefix(), snippet(), "a symbolic link");
+}
+
+TEST_F(ConfigFile, DirectoryInPlaceOfTheSnippetIsNamedAndLeft) {
+    fs::create_directory(snippet());
+    expectUntouched(prefix(), snippet(), "a directory");
+}
+
+TEST_F(ConfigFile, FifoInPlaceOfTheSnippetIsNamedAndLeft) {
+    ASSERT_EQ(::mkfifo(snippet().c_str(), 0600), 0);
+    expectUntouched(prefix(), snippet(), "a pipe or a device");
 }
 
 TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsReplacedNotFollowed) {
@@ -143,11 +212,6 @@ TEST_F(ConfigFile, LinkInPlaceOfTheSnippetIsReplacedNotFollowed) {
     EXPECT_FALSE(fs::is_symlink(snippet()));
     EXPECT_EQ(readFile(snippet()), "new");
     EXPECT_EQ(readFile(m_directory.path() / "target"), "untouched");
-}
-
-TEST_F(ConfigFile, FifoInPlaceOfTheSnippetDoesNotHang) {
-    ASSERT_EQ(::mkfifo(snippet().c_str(), 0600), 0);
-    EXPECT_EQ(getConfigFile("sample", prefix()), "");
 }
 
 TEST_F(ConfigFile, RemovingPushesTheStepThatWritesTheContentBack) {
