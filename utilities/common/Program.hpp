@@ -12,7 +12,7 @@ namespace OwUtilities {
 using blocxx::CmdLineParser;
 using blocxx::String;
 
-enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK };
+enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK, RESERVED };
 
 inline constexpr const char* DEFAULT_NAMESPACE = "root";
 

@@ -2,16 +2,23 @@
 //
 // owdeletenamespace: deletes namespaces, with everything in them, from the repository of an
 // installation. Either all of them are gone afterwards, or nothing has changed.
+#include "blocxx/Format.hpp"
 #include "utilities/common/Attempt.hpp"
+#include "utilities/common/DaemonPause.hpp"
 #include "utilities/common/LocalRepository.hpp"
 #include "utilities/common/Program.hpp"
 
 namespace {
 
 using namespace OwUtilities;  // NOLINT(google-build-using-namespace)
+using blocxx::Format;
 
+constexpr CmdLineParser::Option RESERVED_OPTION = {
+    RESERVED,   0,
+    "reserved", CmdLineParser::E_NO_ARG,
+    nullptr,    "Delete namespaces that a product has reserved, too."};
 constexpr CmdLineParser::Option OPTIONS[] = {HELP_OPTION, VERSION_OPTION, DEST_DIR_OPTION,
-                                             END_OF_OPTIONS};
+                                             RESERVED_OPTION, END_OF_OPTIONS};
 
 // Without these an installation is none; they cannot be brought back but by setting it up anew.
 constexpr const char* NEEDED[] = {"root", "root/security", "kov"};
@@ -24,24 +31,96 @@ void refuseNeeded(const String& ns) {
     }
 }
 
-int deleteNamespaces(const CmdLineParser& parser) {
-    // Not through the daemon: no operation of CIM deletes a namespace with what is in it.
-    LocalRepository repository(repositoryDirectory(parser.getOptionValue(DEST_DIR)));
-    for (const String& ns : parser.getNonOptionArgs()) {
-        attempt("delete the namespace \"" + ns + "\"", [&] {
-            refuseNeeded(ns);
-            repository.namespaces().deleteNameSpace(ns);
-        });
+/// The instances of a class of this system; none when the repository does not know the class.
+Array<CIMObjectPath> instancesOf(const Repository& repository, const char* className) {
+    try {
+        return repository.handle()->enumInstanceNamesA("kov", className);
+    } catch (const CIMException& e) {
+        if (e.getErrNo() != CIMException::INVALID_CLASS &&
+            e.getErrNo() != CIMException::INVALID_NAMESPACE) {
+            throw;
+        }
+        return {};
     }
+}
+
+bool isFor(const CIMObjectPath& reservation, const String& ns) {
+    return blocxx::equalsIgnoreCase(reservation.getKeyValue("Name").toString(), ns);
+}
+
+void refuseReserved(const Repository& repository, const String& ns) {
+    for (const CIMObjectPath& path : instancesOf(repository, "KOV_ProductReservedNamespace")) {
+        if (isFor(path.getKeyValue("ReservedNamespace").get<CIMObjectPath>(), ns)) {
+            const String product =
+                path.getKeyValue("Product").get<CIMObjectPath>().getKeyValue("Name").toString();
+            OPENWBEM_THROW_CIM(FAILED,
+                               Format("the product \"%1\" has reserved it. \"fennik "
+                                      "--deregister-namespace %2 --name %1\" takes it back whole; "
+                                      "--reserved deletes it nevertheless",
+                                      product, ns));
+        }
+    }
+    for (const CIMObjectPath& path : instancesOf(repository, "KOV_ReservedNamespace")) {
+        if (isFor(path, ns)) {
+            OPENWBEM_THROW_CIM(FAILED, "it is reserved; --reserved deletes it nevertheless");
+        }
+    }
+}
+
+struct Request {
+    StringArray namespaces;
+    bool reservedToo;
+};
+
+void attemptEach(const Request& request, const std::function<void(const String&)>& action) {
+    for (const String& ns : request.namespaces) {
+        attempt("delete the namespace \"" + ns + "\"", [&] { action(ns); });
+    }
+}
+
+void checkDeletable(const Repository& repository, const Request& request) {
+    attemptEach(request, [&](const String& ns) {
+        refuseNeeded(ns);
+        if (!repository.hasNameSpace(ns)) {
+            OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no namespace \"%1\"", ns));
+        }
+        if (!request.reservedToo) {
+            refuseReserved(repository, ns);
+        }
+    });
+}
+
+void deleteFrom(LocalRepository& repository, const Request& request) {
+    checkDeletable(repository, request);
+    attemptEach(request, [&](const String& ns) { repository.namespaces().deleteNameSpace(ns); });
     repository.close();
+}
+
+// Not through the daemon: no operation of CIM deletes a namespace with what is in it. It is asked
+// what can be deleted before it is stopped, so that a refusal interrupts nobody.
+int deleteNamespaces(const CmdLineParser& parser) {
+    const String prefix = parser.getOptionValue(DEST_DIR);
+    const Request request{parser.getNonOptionArgs(), parser.isSet(RESERVED)};
+    const blocxx::File runLock = takeRunLock(prefix);
+    const auto repository = Repository::open(prefix);
+    if (auto* local = dynamic_cast<LocalRepository*>(repository.get())) {
+        deleteFrom(*local, request);
+        return 0;
+    }
+    checkDeletable(*repository, request);
+    withDaemonStopped([&] {
+        LocalRepository own(repositoryDirectory(prefix));
+        deleteFrom(own, request);
+    });
     return 0;
 }
 
 constexpr Program PROGRAM = {
     "owdeletenamespace",
     KOV_VERSION,
-    "[--dest-dir PREFIX] NAMESPACE...",
-    "Deletes namespaces with everything in them from the repository, all of them or\nnothing.",
+    "[--dest-dir PREFIX] [--reserved] NAMESPACE...",
+    "Deletes namespaces with everything in them from the repository, all of them or\nnothing. The "
+    "daemon is stopped meanwhile and started again.",
     "no namespace is given",
     OPTIONS,
     deleteNamespaces};

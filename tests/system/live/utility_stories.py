@@ -9,7 +9,31 @@ import sqlite3
 from harness import Result
 from live import INIT, REPOSITORY, LiveStory
 
+NAMESPACE_KEYS = {
+    "SystemCreationClassName": "CIM_ComputerSystem", "SystemName": "localhost",
+    "ObjectManagerCreationClassName": "CIM_ObjectManager", "ObjectManagerName": "owcimomd",
+    "CreationClassName": "CIM_Namespace", "Name": "spare/a",
+}
+HOLD_LOCK = """
+import fcntl, subprocess, sys
+with open("{}", "w") as lock:
+    fcntl.lockf(lock, fcntl.LOCK_EX)
+    sys.exit(subprocess.run(["owdeletenamespace", "nowhere"]).returncode)
+"""
 PRODUCT = 'KOV_Product.Name="{}"'
+
+
+def quoted(word):
+    """One word for the shell, without single quotes."""
+    return '"' + re.sub(r'(["\\$`])', r"\\\1", word) + '"'
+
+
+# A namespace made through the daemon, with a class in it, that no product has reserved.
+SPARE = "".join(f'{name} = "{value}";' for name, value in NAMESPACE_KEYS.items())
+MAKE_SPARE = (
+    f"printf %s {quoted('instance of CIM_Namespace {' + SPARE + '};')} | owmofc -n root - && "
+    f"echo {quoted('class Spare {};')} | owmofc -n spare/a -"
+)
 
 
 class Utilities(LiveStory):
@@ -74,19 +98,52 @@ class Utilities(LiveStory):
             with self.subTest(path=path):
                 self.assert_refused(["owdeleteinstance", "-n", "kov", path], reason)
 
+    def make_spare(self):
+        """A namespace that no product has reserved, with something in it."""
+        self.shell(f"{INIT} start; " + MAKE_SPARE + f"; {INIT} stop")
+
     def test_namespaces_are_deleted_with_what_is_in_them(self):
-        done = self.sandbox("owdeletenamespace", "ONE/a")
+        self.make_spare()
+        before = [row for row in self.rows() if "spare" not in row]
+        self.assertNotEqual(before, self.rows())
+        done = self.sandbox("owdeletenamespace", "SPARE/a")
         self.assertEqual(done, Result(0, "", ""))
-        self.assert_refused(["owdeletenamespace", "one/a"], 'cannot delete the namespace "one/a": ')
+        self.assertFalse([row for row in self.rows() if "spare" in row])
+        self.assert_refused(
+            ["owdeletenamespace", "spare/a"],
+            'cannot delete the namespace "spare/a": there is no namespace "spare/a"')
 
     def test_one_namespace_that_is_not_there_keeps_all(self):
-        self.assert_refused(["owdeletenamespace", "one/a", "nowhere"], '"nowhere"')
+        self.make_spare()
+        self.assert_refused(["owdeletenamespace", "spare/a", "nowhere"], '"nowhere"')
+
+    def test_reserved_namespace_is_deleted_only_when_that_is_said(self):
+        self.assert_refused(
+            ["owdeletenamespace", "ONE/a"],
+            'cannot delete the namespace "ONE/a": the product "one" has reserved it. "fennik '
+            '--deregister-namespace ONE/a --name one" takes it back whole; --reserved deletes it '
+            "nevertheless",
+        )
+        done = self.sandbox("owdeletenamespace", "--reserved", "ONE/a")
+        self.assertEqual(done, Result(0, "", ""))
+        done = self.sandbox("fennik", "--deregister-namespace", "one/a", "--name", "one")
+        self.assertEqual(done, Result(
+            0, "", "Error ignored: The namespace one/a could not be deleted because it doesn't "
+            "exist.\n"), "what referred to it can still be removed")
+
+    def test_namespace_with_a_reservation_alone_is_kept(self):
+        self.shell("owdeleteinstance " + quoted(
+            'kov:KOV_ProductReservedNamespace.Product="kov:KOV_Product.Name=\\"one\\"",'
+            'ReservedNamespace="kov:KOV_ReservedNamespace.Name=\\"one/a\\""'))
+        self.assert_refused(
+            ["owdeletenamespace", "one/a"],
+            "it is reserved; --reserved deletes it nevertheless")
 
     def test_namespaces_that_every_installation_needs_are_kept(self):
         for name in ("root", "Root/Security", "kov"):
             with self.subTest(name=name):
                 self.assert_refused(
-                    ["owdeletenamespace", "one/a", name],
+                    ["owdeletenamespace", "--reserved", "one/a", name],
                     f'cannot delete the namespace "{name}": ', "every installation needs it",
                 )
 
@@ -122,10 +179,48 @@ class Utilities(LiveStory):
         self.need_daemon()
         return self.steps(f"{INIT} start", command, *more)[1:]
 
-    def test_daemon_that_holds_the_repository_is_named(self):
-        (step,) = self.served("owdeletenamespace one/a")
-        self.assertEqual(step.status, 1)
-        self.assertIn("owcimomd", step.output)
+    def test_namespaces_are_deleted_while_the_daemon_runs(self):
+        """It is stopped meanwhile and runs again in the end."""
+        made, done, status, gone = self.served(
+            MAKE_SPARE, "owdeletenamespace spare/a", f"{INIT} status",
+            "owmofc -n spare/a /opt/tarvo/kov/share/openwbem/qualifiers.mof")
+        self.assertEqual(made.status, 0, made.output)
+        self.assertEqual((done.status, done.output), (0, ""))
+        self.assertEqual(status.status, 0, status.output)
+        self.assertIn("spare/a", gone.output)
+        self.assertEqual(gone.status, 1)
+        self.assertFalse([row for row in self.rows() if "spare" in row])
+
+    def test_refused_namespace_does_not_interrupt_the_daemon(self):
+        pid = "cat /var/opt/tarvo/kov/openwbem/owcimomd.pid"
+        before, reserved, missing, after = self.served(
+            pid, "owdeletenamespace one/a", "owdeletenamespace nowhere", pid)
+        self.assertEqual((reserved.status, missing.status), (1, 1))
+        self.assertIn("has reserved it", reserved.output)
+        self.assertIn("there is no namespace", missing.output)
+        self.assertEqual(before, after)
+
+    def test_daemon_that_cannot_be_started_again_is_named(self):
+        script = self.root + INIT
+        with open(script, encoding="utf-8") as file:
+            text = file.read()
+        broken = '[ "$1" != start ] || [ ! -e /opt/tarvo/broken ] || { echo oops; exit 7; }\n'
+        self.replace(INIT, text.replace("#!/bin/sh\n", "#!/bin/sh\n" + broken))
+        _, done = self.served(
+            MAKE_SPARE + "; touch /opt/tarvo/broken", "owdeletenamespace spare/a")
+        self.assertEqual(done.status, 1)
+        self.assertIn(
+            "error: everything was done, but owcimomd is stopped and could not be started again: "
+            f'"{INIT} start" exited with status 7 and printed: oops', done.output)
+        self.assertFalse([row for row in self.rows() if "spare" in row])
+
+    def test_run_of_fennik_is_not_disturbed(self):
+        lock = "/var/opt/tarvo/kov/fennik.lock"
+        (held,) = self.served(
+            f"python3 -c {quoted(HOLD_LOCK.format(lock))}")
+        self.assertEqual(held.status, 1, held.output)
+        self.assertIn(f'error: fennik is running: it holds "{lock}". Wait for its end, then run '
+                      "the command again", held.output)
 
     def test_instances_are_deleted_through_the_daemon(self):
         path = 'KOV_Product.Name="two"'
@@ -168,8 +263,3 @@ class Utilities(LiveStory):
         self.assertEqual(wrong.status, 1)
         self.assertIn("KOV_Nothing", wrong.output)
         self.assertNotIn("four", self.products())
-
-
-def quoted(word):
-    """One word for the shell, without single quotes."""
-    return '"' + re.sub(r'(["\\$`])', r"\\\1", word) + '"'

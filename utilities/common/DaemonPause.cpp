@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/common/DaemonPause.hpp"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Process.hpp"
+#include "blocxx/Secure.hpp"
+
+namespace OwUtilities {
+
+using blocxx::Format;
+
+namespace {
+
+constexpr const char* INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init";
+constexpr const char* ACCOUNT = "owcimomd";
+
+/// Holds back the signals by which a user or the system ends a process.
+class SignalsHeld {
+public:
+    SignalsHeld() {
+        sigset_t ending;
+        sigemptyset(&ending);
+        for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+            sigaddset(&ending, signal);
+        }
+        sigprocmask(SIG_BLOCK, &ending, &m_before);
+    }
+    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t m_before = {};
+};
+
+void control(const char* command) {
+    String output;
+    const blocxx::Process::Status status =
+        blocxx::Process::run({{INIT_SCRIPT, command},
+                              blocxx::Secure::minimalEnvironment(),
+                              String(),
+                              blocxx::Secure::lookupAccount(ACCOUNT)},
+                             output);
+    if (!status.terminatedSuccessfully()) {
+        BLOCXX_THROW(DaemonControlException,
+                     Format("\"%1 %2\" %3 and printed: %4", INIT_SCRIPT, command, status, output));
+    }
+}
+
+/// What kept the daemon from being started, as the end of a message; empty when it was started.
+String failureToStart() {
+    try {
+        control("start");
+        return {};
+    } catch (const blocxx::Exception& e) {
+        return Format("owcimomd is stopped and could not be started again: %1", e.getMessage());
+    }
+}
+
+}  // namespace
+
+blocxx::File takeRunLock(const String& prefix) {
+    const String path = prefix + "/var/opt/tarvo/kov/fennik.lock";
+    blocxx::File lock = blocxx::FileSystem::openOrCreateFile(path);
+    if (!lock) {
+        BLOCXX_THROW_ERRNO(DaemonControlException,
+                           Format("cannot open the lock file \"%1\"", path).toString());
+    }
+    if (lock.getLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) != 0) {
+        BLOCXX_THROW(DaemonControlException,
+                     Format("fennik is running: it holds \"%1\". Wait for its end, then run the "
+                            "command again",
+                            path));
+    }
+    return lock;
+}
+
+void withDaemonStopped(const std::function<void()>& work) {
+    if (geteuid() != 0) {
+        BLOCXX_THROW(DaemonControlException,
+                     "owcimomd has to be stopped meanwhile, and only root can do that");
+    }
+    const SignalsHeld held;
+    control("stop");
+    String failure;
+    try {
+        work();
+    } catch (const blocxx::Exception& e) {
+        failure = failureToStart();
+        if (!failure.empty()) {
+            BLOCXX_THROW(DaemonControlException, Format("%1; %2", e.getMessage(), failure));
+        }
+        throw;
+    } catch (...) {
+        failureToStart();
+        throw;
+    }
+    failure = failureToStart();
+    if (!failure.empty()) {
+        BLOCXX_THROW(DaemonControlException, "everything was done, but " + failure);
+    }
+}
+
+}  // namespace OwUtilities
