@@ -8,6 +8,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceCleanupActions.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
@@ -148,6 +149,10 @@ void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
                 Quoted{namespaces});
     CheckNSBeginWithProd(namespaces, productName, 6);
     Registration registration(handle, productName, prefix, undo);
+    NamespaceClashes::checkUsers(userNames, readOnlyUserNames);
+    NamespaceClashes::checkNamespaces(*handle, namespaces);
+    NamespaceClashes::checkInstances(*handle, productName, userNames, readOnlyUserNames,
+                                     namespaces);
     for (const String& ns : namespaces) {
         registration.registerNamespace(ns, userNames, readOnlyUserNames);
     }

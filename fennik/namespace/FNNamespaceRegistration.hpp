@@ -12,7 +12,8 @@ using blocxx::StringArray;
 
 /// Registers each namespace, all of whose names must begin with the product's. Every change is
 /// followed by its undo step on `undo`, which the caller runs when this throws. root is always
-/// given read/write access once, and is skipped in both lists.
+/// given read/write access once, and is skipped in both lists. What is named twice or is there
+/// already is refused before the first change.
 void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                         const StringArray& userNames, const StringArray& readOnlyUserNames,
                         const StringArray& namespaces, const String& prefix,

@@ -7,32 +7,22 @@
 namespace KOVNS2 {
 
 using namespace NamespaceModel;
-using OpenWBEM::CIMObjectPath;
-using OpenWBEM::CIMValue;
 
 namespace {
 
 void removeAccess(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const StringArray& users) {
     log().debug("Removing user permissions for namespace \"%1\"", ns);
     for (const String& user : users) {
-        CIMObjectPath access(USER_ACL, SECURITY_NS);
-        access.setKeyValue("nspace", CIMValue(ns)).setKeyValue("username", CIMValue(user));
-        handle.deleteInstance(SECURITY_NS, access);
+        handle.deleteInstance(SECURITY_NS, accessPath(ns, user));
     }
 }
 
 void removeReservation(OpenWBEM::CIMOMHandleIFC& handle, const String& productName,
                        const String& ns) {
-    CIMObjectPath reservation(RESERVED_NAMESPACE, KOV_NS);
-    reservation.setKeyValue("Name", CIMValue(ns));
-    CIMObjectPath association(PRODUCT_RESERVED_NAMESPACE, KOV_NS);
-    association.setKeyValue("Product", CIMValue(productPath(productName)))
-        .setKeyValue("ReservedNamespace", CIMValue(reservation));
-
     log().debug("Deleting product->namespace association");
-    handle.deleteInstance(KOV_NS, association);
+    handle.deleteInstance(KOV_NS, reservedByPath(productName, ns));
     log().debug("Deleting namespace reservation for \"%1\"", ns);
-    handle.deleteInstance(KOV_NS, reservation);
+    handle.deleteInstance(KOV_NS, reservationPath(ns));
 }
 
 }  // namespace

@@ -3,13 +3,36 @@
 
 #include <ostream>
 
+#include "fennik/cimom/FNUtils.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/TextUtils.hpp"
 
 namespace KOVNS2::NamespaceModel {
 
+using OpenWBEM::CIMObjectPath;
+using OpenWBEM::CIMValue;
+
 UnitLog log() {
     return UnitLog("NamespaceRegistration: ");
+}
+
+CIMObjectPath accessPath(const String& ns, const String& user) {
+    CIMObjectPath path(USER_ACL, SECURITY_NS);
+    path.setKeyValue("nspace", CIMValue(ns)).setKeyValue("username", CIMValue(user));
+    return path;
+}
+
+CIMObjectPath reservationPath(const String& ns) {
+    CIMObjectPath path(RESERVED_NAMESPACE, KOV_NS);
+    path.setKeyValue("Name", CIMValue(ns));
+    return path;
+}
+
+CIMObjectPath reservedByPath(const String& productName, const String& ns) {
+    CIMObjectPath path(PRODUCT_RESERVED_NAMESPACE, KOV_NS);
+    path.setKeyValue("Product", CIMValue(productPath(productName)))
+        .setKeyValue("ReservedNamespace", CIMValue(reservationPath(ns)));
+    return path;
 }
 
 std::ostream& operator<<(std::ostream& out, const Quoted& quoted) {

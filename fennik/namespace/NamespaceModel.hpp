@@ -19,6 +19,11 @@ inline constexpr const char* PRODUCT_RESERVED_NAMESPACE = "KOV_ProductReservedNa
 
 UnitLog log();
 
+// The paths of what registering creates for a namespace.
+OpenWBEM::CIMObjectPath accessPath(const String& ns, const String& user);
+OpenWBEM::CIMObjectPath reservationPath(const String& ns);
+OpenWBEM::CIMObjectPath reservedByPath(const String& productName, const String& ns);
+
 /// A list in a log line that puts it in quotes: "a" "b".
 struct Quoted {
     const StringArray& list;

@@ -14,20 +14,6 @@ namespace {
 
 constexpr size_t MAX_KNOWN = 1000;
 
-bool isNamespaceName(std::string_view name) {
-    size_t start = 0;
-    while (true) {
-        const size_t slash = name.find('/', start);
-        if (!isIdentifier(name.substr(start, slash - start))) {
-            return false;
-        }
-        if (slash == std::string_view::npos) {
-            return true;
-        }
-        start = slash + 1;
-    }
-}
-
 }  // namespace
 
 std::optional<NamespaceRow> NamespaceTable::find(const String& ns) {

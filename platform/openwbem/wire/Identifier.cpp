@@ -29,4 +29,14 @@ bool isIdentifier(std::string_view text) noexcept {
            Utf8::findInvalid(text) == std::string_view::npos;
 }
 
+bool isNamespaceName(std::string_view text) noexcept {
+    for (size_t slash = text.find('/'); slash != std::string_view::npos; slash = text.find('/')) {
+        if (!isIdentifier(text.substr(0, slash))) {
+            return false;
+        }
+        text.remove_prefix(slash + 1);
+    }
+    return isIdentifier(text);
+}
+
 }  // namespace OpenWBEM

@@ -11,4 +11,7 @@ namespace OpenWBEM {
 /// valid UTF-8.
 bool isIdentifier(std::string_view text) noexcept;
 
+/// Identifiers joined by "/".
+bool isNamespaceName(std::string_view text) noexcept;
+
 }  // namespace OpenWBEM

@@ -145,9 +145,19 @@ class FailingNamespaces(NamespaceStory):
         result = self.register_namespaces("sample", "sample")
         self.assert_other_failure(
             result, "NamespaceUtilsException: Unable to create the Namespace: ",
-            "CIMException: 11",
+            'CIMException: 11: already exists: the namespace "sample" is named twice\n',
         )
         self.assertNotIn(UNDO_HEAD, result.err)
+
+    def test_namespace_that_exists_names_its_product(self):
+        self.assert_silent_success(self.register_namespaces("sample/a"))
+        self.before = self.tree.state()
+        result = self.register_namespaces("sample/b", "sample/A")
+        self.assert_other_failure(
+            result, "NamespaceUtilsException: Unable to create the Namespace: ",
+            'CIMException: 11: already exists: the namespace "sample/A" exists already; the '
+            'product "sample" has reserved it\n',
+        )
 
     def test_user_given_twice(self):
         for details in (
@@ -157,7 +167,9 @@ class FailingNamespaces(NamespaceStory):
         ):
             with self.subTest(**details):
                 result = self.register_namespaces("sample", **details)
-                self.assert_other_failure(result, "CIMException: 11")
+                self.assert_other_failure(
+                    result, 'CIMException: 11: already exists: the user "bob" is named twice; '
+                    "name each user once, with --username or with --ro-username\n")
                 self.assertNotIn(UNDO_HEAD, result.err)
 
     def test_name_that_is_no_namespace_name(self):

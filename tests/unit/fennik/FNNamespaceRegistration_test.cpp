@@ -60,6 +60,24 @@ protected:
         }
     }
 
+    /// Registering them fails with the text of a namespace that cannot be created, and has done
+    /// nothing that would have to be undone.
+    void expectClash(const StringArray& namespaces, const String& reason,
+                     OpenRepository& repository) {
+        expectFailure<NamespaceUtilsException>(-1, reason,
+                                               [&] { registerIn(repository, namespaces); });
+        EXPECT_TRUE(m_undo.empty());
+    }
+
+    static void create(OpenRepository& repository, const String& ns, const String& className,
+                       const std::map<String, String>& properties) {
+        CIMInstance instance = repository.handle()->getClass(ns, className).newInstance();
+        for (const auto& [name, value] : properties) {
+            instance.setProperty(name, CIMValue(value));
+        }
+        repository.handle()->createInstance(ns, instance);
+    }
+
     StagedTree m_tree;
     CapturedLog m_log;
     CleanupActions_t m_undo;
@@ -91,7 +109,7 @@ TEST_F(NamespaceRegistration, RootInEitherListAddsNothing) {
     EXPECT_EQ(access(repository, "sample"), (StringArray{"bob rwRW", "root rwRW"}));
 }
 
-TEST_F(NamespaceRegistration, AnyOtherUserTwiceIsAnErrorThatIsUndone) {
+TEST_F(NamespaceRegistration, AnyOtherUserTwiceIsRefusedBeforeTheFirstChange) {
     const struct {
         StringArray users;
         StringArray readers;
@@ -99,10 +117,12 @@ TEST_F(NamespaceRegistration, AnyOtherUserTwiceIsAnErrorThatIsUndone) {
     for (const auto& row : rows) {
         OpenRepository repository(m_tree);
         const auto before = repository.content();
-        m_undo.clear();
-        expectFailure<CIMException>(CIMException::ALREADY_EXISTS, "", [&] {
-            registerIn(repository, {"sample"}, row.users, row.readers);
-        });
+        expectFailure<CIMException>(
+            CIMException::ALREADY_EXISTS,
+            "the user \"bob\" is named twice; name each user once, with "
+            "--username or with --ro-username",
+            [&] { registerIn(repository, {"sample"}, row.users, row.readers); });
+        EXPECT_TRUE(m_undo.empty());
         EXPECT_EQ(repository.content(), before);
         EXPECT_TRUE(m_log.errors().empty());
     }
@@ -152,13 +172,100 @@ TEST_F(NamespaceRegistration, UnregisteredProductChangesNothing) {
 
 TEST_F(NamespaceRegistration, ExistingNamespaceIsAClash) {
     OpenRepository repository(m_tree);
-    registerIn(repository, {"sample"});
+    registerIn(repository, {"sample/Y"});
     m_undo.clear();
     const auto before = repository.content();
-    expectFailure<NamespaceUtilsException>(-1, "Unable to create the Namespace: ", [&] {
-        registerIn(repository, {"sample/x", "sample"});
-    });
+    for (const String ns : {"sample/Y", "sample/y"}) {
+        expectClash({"sample/x", ns}, "Unable to create the Namespace: ", repository);
+        expectClash(
+            {"sample/x", ns},
+            "the namespace \"" + ns + "\" exists already; the product \"sample\" has reserved it",
+            repository);
+    }
     EXPECT_EQ(repository.content(), before);
+}
+
+TEST_F(NamespaceRegistration, NamespaceThatIsOnlyReservedIsNotOfferedForDeletion) {
+    OpenRepository repository(m_tree);
+    repository.faults().createNameSpace("sample");
+    create(repository, "kov", "KOV_ReservedNamespace", {{"Name", "Sample"}});
+    expectClash({"sample"}, "the namespace \"sample\" exists already; it is reserved", repository);
+}
+
+TEST_F(NamespaceRegistration, NamespaceOfTheInstallationIsNotOfferedForDeletion) {
+    OpenRepository repository(m_tree);
+    registerProduct(repository.handle(), "root", {}, m_tree.prefix());
+    expectFailure<NamespaceUtilsException>(
+        -1, "the namespace \"root\" exists already; every installation has it",
+        [&] { registerIn(repository, {"root"}, {}, {}, "root"); });
+}
+
+TEST_F(NamespaceRegistration, NamespaceThatAFailedRunLeftTellsHowToDeleteIt) {
+    OpenRepository repository(m_tree);
+    repository.faults().createNameSpace("sample");
+    const auto before = repository.content();
+    expectClash({"sample/x", "sample"},
+                "the namespace \"sample\" exists already, and nothing refers to it. If a run that "
+                "failed has left it, delete it, with everything in it, by \"owdeletenamespace "
+                "sample\"; then run the command again",
+                repository);
+    EXPECT_EQ(repository.content(), before);
+}
+
+TEST_F(NamespaceRegistration, NamespaceGivenTwiceIsRefusedBeforeTheFirstChange) {
+    OpenRepository repository(m_tree);
+    expectClash({"sample", "sample/x", "sample"}, "the namespace \"sample\" is named twice",
+                repository);
+    expectClash({"sample/x", "sample/X"}, "the namespace \"sample/X\" is named twice", repository);
+}
+
+TEST_F(NamespaceRegistration, NameThatIsNoneIsRefusedBeforeTheFirstChange) {
+    OpenRepository repository(m_tree);
+    for (const String ns : {"sample/", "sample//x", "sample:x", "sample x", "sample/\xff"}) {
+        expectFailure<NamespaceUtilsException>(
+            -1, "CIMException: 4: invalid parameter: \"" + ns + "\" is not a namespace name", [&] {
+                registerIn(repository, {"sample", ns});
+            });
+        EXPECT_TRUE(m_undo.empty());
+    }
+}
+
+TEST_F(NamespaceRegistration, InstanceThatIsThereAlreadyIsRefusedBeforeTheFirstChange) {
+    const struct {
+        const char* ns;
+        const char* className;
+        std::map<String, String> properties;
+        const char* path;
+    } rows[] = {
+        {"root/security",
+         "OpenWBEM_UserACL",
+         {{"nspace", "sample"}, {"username", "bob"}, {"capability", "r"}},
+         "OpenWBEM_UserACL.nspace=\"sample\",username=\"bob\""},
+        {"root/security",
+         "OpenWBEM_UserACL",
+         {{"nspace", "sample"}, {"username", "root"}, {"capability", "r"}},
+         "OpenWBEM_UserACL.nspace=\"sample\",username=\"root\""},
+        {"kov",
+         "KOV_ReservedNamespace",
+         {{"Name", "sample"}},
+         "KOV_ReservedNamespace.Name=\"sample\""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        OpenRepository repository(m_tree);
+        create(repository, row.ns, row.className, row.properties);
+        const auto before = repository.content();
+        expectFailure<CIMException>(CIMException::ALREADY_EXISTS,
+                                    String("the instance ") + row.path +
+                                        " exists already in the namespace \"" + row.ns +
+                                        "\". Delete it by \"owdeleteinstance -n " + row.ns + " '" +
+                                        row.path + "'\"; then run the command again",
+                                    [&] {
+                                        registerIn(repository, {"sample/x", "sample"}, {}, {"bob"});
+                                    });
+        EXPECT_TRUE(m_undo.empty());
+        EXPECT_EQ(repository.content(), before);
+    }
 }
 
 TEST_F(NamespaceRegistration, MissingQualifiersFileIsUndone) {
