@@ -52,12 +52,12 @@ void Logger::log(ELogLevel level, std::string_view text, const char* file, int l
 
 ScopeLogger::ScopeLogger(const Logger& logger, std::string_view enterMessage, String exitMessage)
     : m_logger(logger), m_exitMessage(std::move(exitMessage)) {
-    m_logger.info(enterMessage);
+    m_logger.debug(enterMessage);
 }
 
 ScopeLogger::~ScopeLogger() {
     try {
-        m_logger.info(m_exitMessage);
+        m_logger.debug(m_exitMessage);
     } catch (...) {  // NOLINT(bugprone-empty-catch): a scope may end because of another exception
     }
 }

@@ -70,7 +70,7 @@ private:
     bool m_useDefault;
 };
 
-/// Logs one message at info level when made and another when destroyed. Never throws when
+/// Logs one message at debug level when made and another when destroyed. Never throws when
 /// destroyed.
 class ScopeLogger {
 public:

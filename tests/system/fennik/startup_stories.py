@@ -99,11 +99,11 @@ class LogFile(Story):
         self.fennik("--log-file", self.log, "--list-registered-products")
         text = read(self.log).decode()
         for part in (
-            "\n\nFennik starting...",
+            "DEBUG fennik - \n\nFennik starting...",
             'Command line arguments: "',
             f'" "--log-file" "{self.log}" "--list-registered-products"\n',
             "ProductRegistration: Getting list of registered products",
-            "Fennik terminating.\n\n",
+            "DEBUG fennik - Fennik terminating.\n\n",
         ):
             self.assertIn(part, text)
 

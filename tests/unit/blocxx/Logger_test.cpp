@@ -111,8 +111,8 @@ TEST_F(Logging, HandsEveryLevelOnAsItself) {
     }
 }
 
-TEST_F(Logging, OfAScopeFramesIt) {
-    const blocxx::IntrusiveReference<Recorder> recorder(new Recorder(ELogLevel::INFO));
+TEST_F(Logging, OfAScopeFramesItWithDebugLines) {
+    const blocxx::IntrusiveReference<Recorder> recorder(new Recorder(ELogLevel::DEBUG));
     {
         const blocxx::ScopeLogger scope(Logger("c", recorder), "in", "out");
         EXPECT_THAT(recorder->texts, ElementsAre("c:in"));
