@@ -2,6 +2,7 @@
 #include "fennik/cimom/FNDaemonControl.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
 #include "fennik/undo/Execute.hpp"
@@ -69,7 +70,7 @@ void restartCimomIfRunning(bool buildSystem) {
 
 namespace {
 
-/// A debug log that cannot be written must not make a guard's end throw.
+/// A message that cannot be logged must not make a guard's end throw.
 void logError(const String& message) noexcept {
     try {
         Logger("fennik").error(message, __FILE__, __LINE__);
@@ -85,6 +86,7 @@ void StartCimomIfTrue(bool wasStopped, bool& startFailed) noexcept {
     if (!wasStopped) {
         return;
     }
+    const blocxx::Interruption::Deferred deferred;
     try {
         startOwcimomd();
         startFailed = false;

@@ -9,6 +9,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
 #include "fennik/cimom/KeptFiles.hpp"
@@ -184,13 +185,13 @@ RepositoryCopy::~RepositoryCopy() {
 }
 
 void RepositoryCopy::discard() noexcept {
+    const blocxx::Interruption::Deferred deferred;
     if (m_initialised && !m_swapped) {
         try {
             if (const String copy = m_prefix + COPY; isTaken(copy)) {
                 RemoveReposWorkCopyDir(copy);
             }
         } catch (const std::exception& e) {
-            // Such as a debug log that cannot be written.
             UndoMessages::logUndoFailure(String("Failed to delete the directory: ") + COPY + ": " +
                                          e.what());
         }
@@ -203,6 +204,7 @@ void RepositoryCopy::Init() {
     BLOCXX_LOG_DEBUG(logger, "Initializing copy of repository");
     const String live = m_prefix + LIVE;
     const String copy = m_prefix + COPY;
+    blocxx::Interruption::check();
     if (FileSystem::isDirectory(copy)) {
         BLOCXX_THROW_ERR(FennikException,
                          Format("An error occured while creating a copy of the repository. %1 : "

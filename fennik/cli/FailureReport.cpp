@@ -2,6 +2,7 @@
 #include "fennik/cli/FailureReport.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "fennik/cli/Options.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/StandardStreams.hpp"
@@ -31,17 +32,20 @@ void reportLogger(const blocxx::LoggerException& e) {
 }
 
 void reportDetails(const blocxx::Logger& logger, const blocxx::String& details) {
-    try {
-        BLOCXX_LOG_ERROR(logger, blocxx::Format("An error has occurred.\nDetails: %1", details));
-    } catch (const blocxx::LoggerException& e) {
-        // The first failure has reached standard error already.
-        reportLogger(e);
+    BLOCXX_LOG_ERROR(logger, blocxx::Format("An error has occurred.\nDetails: %1", details));
+}
+
+/// What has interrupted the run is told as it is, whatever it was wrapped in on its way.
+[[noreturn]] void rethrow() {
+    if (const std::exception_ptr interruption = blocxx::Interruption::thrown()) {
+        std::rethrow_exception(interruption);
     }
+    throw;
 }
 
 int reportCurrent(const blocxx::Logger& logger) {
     try {
-        throw;
+        rethrow();
     } catch (const CmdLineParserException& e) {
         reportCommandLine(e);
     } catch (const FennikException& e) {
@@ -67,6 +71,15 @@ int reportFailure(const blocxx::Logger& logger) noexcept {
     } catch (...) {
         writeError("An unknown error has occurred.\n");
         return FAILURE;
+    }
+}
+
+void reportWhatCameTooLate() noexcept {
+    try {
+        blocxx::Interruption::check();
+    } catch (const std::exception& e) {
+        writeError(String("The operation is complete, but the debug log is not: ") + e.what() +
+                   "\n");
     }
 }
 

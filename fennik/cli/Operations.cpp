@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/cli/Operations.hpp"
 
+#include "blocxx/Interruption.hpp"
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/FNHandles.hpp"
 #include "fennik/cimom/RepositoryCopy.hpp"
@@ -114,6 +115,7 @@ void deregisterNamespaceOperation(Run& run) {
     const StringArray namespaces = values(run, DEREGISTER_NAMESPACE_OPT);
     workOnCopy(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle, CleanupActions_t&) {
         deregisterNamespaces(handle, name, namespaces);
+        blocxx::Interruption::check();
     });
 }
 
@@ -156,6 +158,7 @@ void restoreProductStateOperation(Run& run) {
     const String file = value(run, RESTORE_PRODUCT_STATE_OPT);
     workOnCopy(run, [&](const OpenWBEM::CIMOMHandleIFCRef& handle, CleanupActions_t& undo) {
         restoreProductStatesFromFile(handle, file, run.prefix, undo);
+        blocxx::Interruption::check();
     });
 }
 

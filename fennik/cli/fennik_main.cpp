@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "blocxx/LogAppender.hpp"
 #include "blocxx/Process.hpp"
 #include "fennik/cimom/FNHandles.hpp"
@@ -70,6 +71,7 @@ int runFennik(int argc, const char* const* argv, Logger& logger) {
     logger = Logger("fennik", blocxx::LogAppender::getDefaultLogAppender());
     const blocxx::ScopeLogger scope(logger, "\n\nFennik starting...", "Fennik terminating.\n\n");
     logCommandLine(logger, argc, argv);
+    blocxx::Interruption::check();
     if (parser.isSet(HELP_OPT)) {
         Usage();
         return 0;
@@ -87,7 +89,9 @@ int main(int argc, char** argv) {
     try {
         blocxx::WaitpidThreadFix::setWaitpidThreadFixEnabled(false);
         ::umask(077);
-        return KOVNS2::runFennik(argc, argv, logger);
+        const int status = KOVNS2::runFennik(argc, argv, logger);
+        KOVNS2::reportWhatCameTooLate();
+        return status;
     } catch (...) {
         return KOVNS2::reportFailure(logger);
     }

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "blocxx/FileSystem.hpp"
+#include "blocxx/Interruption.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/FileUtils.hpp"
@@ -154,6 +155,7 @@ void setConfigFileFromString(const String& productName, const String& content,
                              const String& prefix) {
     const String path = ProductPaths::configSnippet(productName, prefix);
     log().debug("Setting config file \"%1\" with contents:\n%2", path, content);
+    blocxx::Interruption::check();
     auto [file, tempPath] = createTempFile(ProductPaths::configDirectory(prefix));
     writeAndClose(file, tempPath, content);
     renameIntoPlace(productName, tempPath, path);
@@ -166,6 +168,7 @@ void rmConfigFile(const String& productName, const String& prefix, CleanupAction
     if (!content) {
         return;
     }
+    blocxx::Interruption::check();
     if (!FileSystem::removeFile(path)) {
         BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path, 17);
     }

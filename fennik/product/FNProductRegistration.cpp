@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "blocxx/FileSystem.hpp"
+#include "blocxx/Interruption.hpp"
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
@@ -171,6 +172,7 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
 // The caller's swap of the working copy is the commit point for what is in the repository. The
 // files go at once; all but the last are put back by the undo list. The allowed users file is
 // removed last and has no undo: when the swap fails after it, the administrator writes it again.
+// From there on nothing interrupts the run.
 void deregisterProduct(const CIMOMHandleIFCRef& handle, const String& productName,
                        const String& prefix, CleanupActions_t& undo) {
     log().debug("Deregistering product \"%1\"", productName);
@@ -180,6 +182,7 @@ void deregisterProduct(const CIMOMHandleIFCRef& handle, const String& productNam
     deregisterNamespaces(handle, productName, listNamespaces(handle, productName));
     rmConfigFile(productName, prefix, undo);
     deleteProduct(*handle, path, undo);
+    blocxx::Interruption::check();
     removeAllowedUsersFile(productName, prefix);
 }
 

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "fennik/state/StateFile.hpp"
 #include "fennik/state/StateGathering.hpp"
@@ -52,7 +53,9 @@ XMLNode gather(const CIMOMHandleIFCRef& handle) {
 
 void saveProductStatesToFile(const CIMOMHandleIFCRef& handle, const String& fileName) {
     log().debug("Saving all product registration state to \"%1\"", fileName);
-    StateFile::write(gather(handle), fileName);
+    const XMLNode state = gather(handle);
+    blocxx::Interruption::check();
+    StateFile::write(state, fileName);
     log().debug("Successfully saved all product registration state to \"%1\"", fileName);
 }
 

@@ -3,6 +3,7 @@
 // Running the undo list, and the undo steps on CIM objects.
 #include "fennik/undo/FNCleanupActions.hpp"
 
+#include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "fennik/undo/UndoMessages.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
@@ -12,6 +13,7 @@ namespace KOVNS2 {
 using OpenWBEM::CIMOMHandleIFC;
 
 void executeCleanupActions(CleanupActions_t& list) {
+    const blocxx::Interruption::Deferred deferred;
     for (auto action = list.rbegin(); action != list.rend(); ++action) {
         (*action)();
     }

@@ -20,7 +20,8 @@ using blocxx::String;
 
 using CleanupActions_t = std::vector<boost::function<void()>>;
 
-/// Calls every closure, from the last pushed to the first. Leaves the list as it is.
+/// Calls every closure, from the last pushed to the first; nothing interrupts them. Leaves the list
+/// as it is.
 void executeCleanupActions(CleanupActions_t& list);
 
 /// Runs `operation`; when it throws, runs the list and lets the same exception go on.

@@ -8,6 +8,7 @@
 #include <csignal>
 
 #include "blocxx/Exception.hpp"
+#include "blocxx/Interruption.hpp"
 
 namespace KOVNS2::StandardStreams {
 
@@ -42,6 +43,7 @@ void prepare() {
 }
 
 void writeOut(std::string_view text) {
+    blocxx::Interruption::check();
     if (writeAll(STDOUT_FILENO, text)) {
         return;
     }

@@ -5,6 +5,7 @@
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "openwbem/client/ClientResults.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -40,9 +41,12 @@ void ClientCIMOMHandle::ping() {
     m_connection->ping(m_protocol->getTimeout());
 }
 
-void ClientCIMOMHandle::commit() {}
+void ClientCIMOMHandle::commit() {
+    blocxx::Interruption::check();
+}
 
 String ClientCIMOMHandle::carryOut(const ClientCall& call) {
+    blocxx::Interruption::check();
     return m_connection->carryOut(call, m_protocol->getTimeout());
 }
 

@@ -4,6 +4,7 @@
 // results. For the handle's own sources.
 #pragma once
 
+#include "blocxx/Interruption.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "openwbem/client/ClientConnection.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
@@ -38,7 +39,9 @@ inline ClientConnection::Bytes bytesOf(const String& text) {
 template <class T, class Decode>
 void ClientCIMOMHandle::enumerate(const ClientCall& call, ResultHandlerIFC<T>& result,
                                   Decode decode) {
+    blocxx::Interruption::check();
     m_connection->enumerate(call, m_protocol->getTimeout(), [&](ClientConnection::Bytes bytes) {
+        blocxx::Interruption::check();
         result.handle(decodeResult([&] { return decode(bytes); }));
     });
 }

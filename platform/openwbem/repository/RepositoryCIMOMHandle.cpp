@@ -4,6 +4,7 @@
 // associations are in the sources named after them.
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
+#include "blocxx/Interruption.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
 namespace OpenWBEM {
@@ -45,6 +46,7 @@ void RepositoryCIMOMHandle::enumNameSpace(StringResultHandlerIFC& result) {
 }
 
 void RepositoryCIMOMHandle::commit() {
+    blocxx::Interruption::check();
     m_repository->commit();
 }
 

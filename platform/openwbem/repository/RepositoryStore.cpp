@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/RepositoryStore.hpp"
 
+#include "blocxx/Interruption.hpp"
+
 namespace OpenWBEM {
 
 void RepositoryStore::refresh() {
@@ -14,6 +16,9 @@ void RepositoryStore::refresh() {
 ReadOperation::ReadOperation(RepositoryStore& store)
     : m_store(store), m_isOutermost(store.database.beginRead()) {
     try {
+        if (m_isOutermost) {
+            blocxx::Interruption::check();
+        }
         store.refresh();
     } catch (...) {
         end();
@@ -31,8 +36,18 @@ void ReadOperation::end() noexcept {
     }
 }
 
+namespace {
+
+/// The store, unless the run is to fail before the operation begins.
+RepositoryStore& uninterrupted(RepositoryStore& store) {
+    blocxx::Interruption::check();
+    return store;
+}
+
+}  // namespace
+
 WriteOperation::WriteOperation(RepositoryStore& store)
-    : m_store(store),
+    : m_store(uninterrupted(store)),
       m_void(!store.database.beginWrite()),
       m_changesBefore(store.database.changes()) {
     // Looking for others' changes reads the file, and a long undo list is all void.

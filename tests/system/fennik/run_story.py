@@ -21,6 +21,7 @@ MODULES = [
     "privilege_stories",
     "provider_stories",
     "provider_fault_stories",
+    "log_stories",
     "real_mof_stories",
     "live_stories",
 ]
