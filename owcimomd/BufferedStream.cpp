@@ -2,8 +2,8 @@
 #include "owcimomd/BufferedStream.hpp"
 
 #include <capnp/serialize.h>
+#include <kj/debug.h>
 #include <sched.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,12 +17,6 @@ namespace {
 constexpr std::chrono::microseconds MOMENT{100};
 
 }  // namespace
-
-BufferedStream::BufferedStream(kj::AsyncIoStream& inner) : m_inner(inner), m_fd(-1) {
-    KJ_IF_MAYBE (fd, inner.getFd()) {
-        m_fd = *fd;
-    }
-}
 
 size_t BufferedStream::take(void* buffer, size_t maxBytes) {
     const size_t size = std::min(maxBytes, m_unread.size());
@@ -38,7 +32,7 @@ size_t BufferedStream::receiveSoon() {
     using Clock = std::chrono::steady_clock;
     const auto until = Clock::now() + MOMENT;
     ssize_t count = -1;
-    while ((count = ::recv(m_fd, m_buffer, SIZE, MSG_DONTWAIT)) < 0 && errno == EAGAIN &&
+    while ((count = m_socket.receive(m_buffer, SIZE)) < 0 && errno == EAGAIN &&
            Clock::now() < until) {
         // The client may be waiting for this processor.
         ::sched_yield();
@@ -62,29 +56,35 @@ kj::ArrayPtr<const capnp::word> BufferedStream::messageSoon() {
     return here.slice(0, size);
 }
 
-kj::ArrayPtr<const kj::byte> BufferedStream::sendNow(kj::ArrayPtr<const kj::byte> bytes) {
-    const ssize_t count = ::send(m_fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    return bytes.slice(count < 0 ? 0 : static_cast<size_t>(count), bytes.size());
+kj::Promise<size_t> BufferedStream::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
+    return readRest(static_cast<kj::byte*>(buffer), take(buffer, maxBytes), minBytes, maxBytes);
 }
 
-kj::Promise<size_t> BufferedStream::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
-    const size_t taken = take(buffer, maxBytes);
-    if (taken >= minBytes) {
-        return taken;
+/// Goes on where `size` bytes have been read. Between two pieces of what is larger than the buffer,
+/// which goes where it is wanted at once, other clients have their turn.
+kj::Promise<size_t> BufferedStream::readRest(kj::byte* buffer, size_t size, size_t minBytes,
+                                             size_t maxBytes) {
+    const auto goOn = [=, this](size_t now) { return readRest(buffer, now, minBytes, maxBytes); };
+    while (size < minBytes) {
+        const bool isLarge = minBytes - size >= SIZE;
+        const ssize_t count = isLarge ? m_socket.receive(buffer + size, maxBytes - size)
+                                      : m_socket.receive(m_buffer, SIZE);
+        if (count == 0) {
+            break;
+        }
+        if (count < 0 && errno == EAGAIN) {
+            return m_socket.whenReadable().then([=] { return goOn(size); });
+        }
+        if (count < 0 && errno != EINTR) {
+            KJ_FAIL_SYSCALL("recv", errno);
+        }
+        if (count > 0 && isLarge) {
+            return kj::evalLater([=] { return goOn(size + static_cast<size_t>(count)); });
+        }
+        m_unread = kj::arrayPtr(m_buffer, count < 0 ? 0 : static_cast<size_t>(count));
+        size += take(buffer + size, maxBytes - size);
     }
-    kj::byte* rest = static_cast<kj::byte*>(buffer) + taken;
-    const size_t missing = minBytes - taken;
-    // What is larger than the buffer goes where it is wanted at once.
-    if (missing >= SIZE) {
-        return m_inner.tryRead(rest, missing, maxBytes - taken).then([taken](size_t count) {
-            return taken + count;
-        });
-    }
-    return m_inner.tryRead(m_buffer, missing, SIZE)
-        .then([this, rest, taken, room = maxBytes - taken](size_t count) {
-            m_unread = kj::arrayPtr(m_buffer, count);
-            return taken + take(rest, room);
-        });
+    return size;
 }
 
 }  // namespace OwCimomd

@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Reads a connection in large pieces: a message takes one system call and not one for each of its
-// parts. What is about to come, and what can be sent at once, takes no event either.
+// parts. What is about to come takes no event either.
 #pragma once
 
 #include <capnp/common.h>
 #include <kj/async-io.h>
 
+#include "owcimomd/PeerSocket.hpp"
+
 namespace OwCimomd {
 
 class BufferedStream final : public kj::AsyncInputStream {
 public:
-    explicit BufferedStream(kj::AsyncIoStream& inner);
+    explicit BufferedStream(PeerSocket& socket) : m_socket(socket) {}
 
     kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
 
@@ -20,17 +22,14 @@ public:
     /// until the next reading.
     kj::ArrayPtr<const capnp::word> messageSoon();
 
-    /// Sends as much as can be sent at once. Returns the rest: all of it when sending fails.
-    kj::ArrayPtr<const kj::byte> sendNow(kj::ArrayPtr<const kj::byte> bytes);
-
 private:
     size_t take(void* buffer, size_t maxBytes);
     size_t receiveSoon();
+    kj::Promise<size_t> readRest(kj::byte* buffer, size_t size, size_t minBytes, size_t maxBytes);
 
     static constexpr size_t SIZE = size_t(16) << 10U;
 
-    kj::AsyncIoStream& m_inner;
-    int m_fd;
+    PeerSocket& m_socket;
     kj::ArrayPtr<kj::byte> m_unread;  // in the buffer
     alignas(capnp::word) kj::byte m_buffer[SIZE];
 };

@@ -37,10 +37,10 @@ capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
 
 }  // namespace
 
-ClientSession::ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
+ClientSession::ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
                              Conversation& conversation)
-    : m_stream(kj::mv(stream)),
-      m_input(*m_stream),
+    : m_socket(kj::mv(socket)),
+      m_input(*m_socket),
       m_operations(operations),
       m_user(std::move(user)),
       m_conversation(conversation),
@@ -84,15 +84,15 @@ kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {
         return nullptr;
     }
     if (message->sizeInWords() > RpcLimits::USUAL_WORDS) {
-        auto writing = capnp::writeMessage(*m_stream, *message);
+        auto writing = capnp::writeMessage(*m_socket, *message);
         return writing.attach(kj::mv(message));
     }
     auto words = capnp::messageToFlatArray(*message);
-    const auto rest = m_input.sendNow(words.asBytes());
+    const auto rest = m_socket->sendNow(words.asBytes());
     if (rest.size() == 0) {
         return nullptr;
     }
-    auto writing = m_stream->write(rest.begin(), rest.size());
+    auto writing = m_socket->write(rest.begin(), rest.size());
     return writing.attach(kj::mv(words));
 }
 

@@ -7,7 +7,7 @@
 #pragma once
 
 #include <capnp/message.h>
-#include <kj/async-io.h>
+#include <kj/async.h>
 
 #include <map>
 
@@ -19,7 +19,7 @@ namespace OwCimomd {
 
 class ClientSession {
 public:
-    ClientSession(kj::Own<kj::AsyncIoStream> stream, Operations& operations, User user,
+    ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
                   Conversation& conversation);
     ~ClientSession() noexcept { m_conversation.end(this); }
     KJ_DISALLOW_COPY(ClientSession);
@@ -39,7 +39,7 @@ private:
     /// Returns whether there is more.
     bool putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer);
 
-    kj::Own<kj::AsyncIoStream> m_stream;
+    kj::Own<PeerSocket> m_socket;
     BufferedStream m_input;
     Operations& m_operations;
     User m_user;

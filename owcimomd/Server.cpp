@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/Server.hpp"
 
-#include <kj/async-unix.h>
+#include <kj/debug.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -54,7 +54,16 @@ size_t raiseClientLimit() {
     BLOCXX_THROW(DaemonException, Format("cannot listen on the socket \"%1\": %2", path, reason));
 }
 
-int listeningSocket(const String& path) {
+int newSocket(const String& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0) {
+        fail(path, std::strerror(errno));
+    }
+    return fd;
+}
+
+/// Returns the socket.
+int listenAt(int fd, const String& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
@@ -64,28 +73,32 @@ int listeningSocket(const String& path) {
     if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
         fail(path, std::strerror(errno));
     }
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0 || ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::chmod(path.c_str(), SOCKET_MODE) != 0 || ::listen(fd, BACKLOG) != 0) {
-        const int error = errno;
-        if (fd >= 0) {
-            ::close(fd);
-        }
-        fail(path, std::strerror(error));
+        fail(path, std::strerror(errno));
     }
     return fd;
 }
 
+/// The user who connected. Throws kj::Exception.
+User peerOf(int fd) {
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    KJ_SYSCALL(::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size));
+    return {credentials.uid, userName(credentials.uid)};
+}
+
 }  // namespace
 
+// The options of the listening socket are those of the connections to it, so they are set before it
+// listens.
 Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations)
     : m_io(io),
       m_path(socketPath),
       m_operations(operations),
-      m_receiver(io.lowLevelProvider->wrapListenSocketFd(
-          listeningSocket(socketPath), kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                           kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
-                                           kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK)),
+      m_listening(newSocket(socketPath)),
+      m_observer(io.unixEventPort, listenAt(m_listening.fd(), socketPath),
+                 kj::UnixEventPort::FdObserver::OBSERVE_READ),
       m_places(raiseClientLimit()),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
@@ -102,11 +115,9 @@ void Server::run() {
         .wait(m_io.waitScope);
 }
 
-/// Whatever happens to one client, the next one is accepted. Accepting may fail at once, by an
-/// exception, or later, by its promise; both are the same here.
+/// Whatever happens to one client, the next one is accepted.
 kj::Promise<void> Server::acceptOneAfterAnother() {
-    return kj::evalNow([this] { return m_receiver->acceptAuthenticated(); })
-        .then([this](kj::AuthenticatedStream&& client) { serve(kj::mv(client)); })
+    return kj::evalNow([this] { return accept(); })
         .catch_([this](kj::Exception&& e) {
             m_notAccepted.error(
                 Format("a client could not connect: %1", e.getDescription().cStr()));
@@ -115,24 +126,28 @@ kj::Promise<void> Server::acceptOneAfterAnother() {
         .then([this] { return acceptOneAfterAnother(); });
 }
 
-void Server::serve(kj::AuthenticatedStream client) {
-    auto* identity = dynamic_cast<kj::LocalPeerIdentity*>(client.peerIdentity.get());
-    if (identity == nullptr) {
-        return;
+/// Accepts a client, or waits until there is one.
+kj::Promise<void> Server::accept() {
+    const int fd = ::accept4(m_listening.fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fd >= 0) {
+        auto client = kj::heap<PeerSocket>(m_io.unixEventPort, fd);
+        serve(kj::mv(client), peerOf(fd));
+    } else if (errno == EAGAIN) {
+        return m_observer.whenBecomesReadable();
+    } else if (errno != EINTR && errno != ECONNABORTED) {
+        KJ_FAIL_SYSCALL("accept4", errno);
     }
-    User user{static_cast<uid_t>(-1), String()};
-    KJ_IF_MAYBE (uid, identity->getCredentials().uid) {
-        user.uid = *uid;
-        user.name = userName(*uid);
-    }
+    return kj::READY_NOW;
+}
+
+void Server::serve(kj::Own<PeerSocket> client, const User& user) {
     auto place = m_places.take(user, !m_operations.access().mayConnect(user));
     if (!place) {
         m_sentAway.error(Format(
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    auto session =
-        kj::heap<ClientSession>(kj::mv(client.stream), m_operations, user, m_conversation);
+    auto session = kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_conversation);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <kj/async-io.h>
+#include <kj/async-unix.h>
 
 #include "owcimomd/ClientSession.hpp"
 #include "owcimomd/Places.hpp"
@@ -26,13 +27,15 @@ public:
 
 private:
     kj::Promise<void> acceptOneAfterAnother();
-    void serve(kj::AuthenticatedStream client);
+    kj::Promise<void> accept();
+    void serve(kj::Own<PeerSocket> client, const User& user);
     void taskFailed(kj::Exception&& exception) override;
 
     kj::AsyncIoContext& m_io;
     String m_path;
     Operations& m_operations;
-    kj::Own<kj::ConnectionReceiver> m_receiver;
+    OpenWBEM::LocalSocket m_listening;
+    kj::UnixEventPort::FdObserver m_observer;
     Places m_places;
     RareReport m_notAccepted;
     RareReport m_sentAway;

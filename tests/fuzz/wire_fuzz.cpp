@@ -5,6 +5,7 @@
 // connection, as messages one after another.
 #include <capnp/message.h>
 #include <kj/async-io.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -65,20 +66,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static kj::AsyncIoContext io = kj::setupAsyncIo();
     static Conversation conversation;
     const User root{0, "root"};
-    auto ends = io.provider->newTwoWayPipe();
-    auto session =
-        kj::heap<ClientSession>(kj::mv(ends.ends[0]), repository.operations(), root, conversation);
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) != 0) {
+        std::abort();
+    }
+    auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[1]));
+    auto session = kj::heap<ClientSession>(kj::heap<PeerSocket>(io.unixEventPort, ends[0]),
+                                           repository.operations(), root, conversation);
     // Takes the answers for as long as there are any.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {
-        return ends.ends[1]->tryRead(sink, 1, sizeof sink).then([&](size_t count) {
+        return client->tryRead(sink, 1, sizeof sink).then([&](size_t count) {
             return count == 0 ? kj::Promise<void>(kj::READY_NOW) : drain();
         });
     };
     auto reading = drain().eagerlyEvaluate([](kj::Exception&&) {});
-    auto writing = ends.ends[1]
-                       ->write(data, size)
-                       .then([&] { ends.ends[1]->shutdownWrite(); }, [](kj::Exception&&) {})
+    auto writing = client->write(data, size)
+                       .then([&] { client->shutdownWrite(); }, [](kj::Exception&&) {})
                        .eagerlyEvaluate(nullptr);
     session->run().catch_([](kj::Exception&&) {}).wait(io.waitScope);
     session = nullptr;

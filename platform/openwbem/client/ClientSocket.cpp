@@ -5,7 +5,6 @@
 #include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -43,17 +42,21 @@ void limitConnecting(int fd, const Timeout& timeout) {
     ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
-int connectedSocket(const String& path, const Timeout& timeout) {
+int newSocket(const String& path) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        failToReach(path, std::strerror(errno));
+    }
+    return fd;
+}
+
+void connectTo(int fd, const String& path, const Timeout& timeout) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
         failToReach(path, "the path is too long for a socket");
     }
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        failToReach(path, std::strerror(errno));
-    }
     if (!timeout.isInfinite()) {
         limitConnecting(fd, timeout);
     }
@@ -62,11 +65,8 @@ int connectedSocket(const String& path, const Timeout& timeout) {
         rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     } while (rc != 0 && errno == EINTR);
     if (rc != 0) {
-        const int error = errno;
-        ::close(fd);
-        failToReach(path, error == EAGAIN ? "it does not answer" : std::strerror(error));
+        failToReach(path, errno == EAGAIN ? "it does not answer" : std::strerror(errno));
     }
-    return fd;
 }
 
 capnp::ReaderOptions readerOptions() {
@@ -79,14 +79,12 @@ capnp::ReaderOptions readerOptions() {
 }  // namespace
 
 ClientSocket::ClientSocket(const String& path, const Timeout& timeout)
-    : m_fd(connectedSocket(path, timeout)), m_timeout(timeout), m_buffered(*this) {}
-
-ClientSocket::~ClientSocket() noexcept(false) {
-    ::close(m_fd);
+    : m_socket(newSocket(path)), m_timeout(timeout), m_buffered(*this) {
+    connectTo(m_socket.fd(), path, timeout);
 }
 
 void ClientSocket::wait(short events) {
-    pollfd waiting{m_fd, events, 0};
+    pollfd waiting{m_socket.fd(), events, 0};
     const auto deadline =
         m_timeout.isInfinite() ? Clock::time_point::max() : Clock::now() + m_timeout.time();
     while (true) {
@@ -110,7 +108,8 @@ void ClientSocket::wait(short events) {
 }
 
 bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
-    const ssize_t count = ::send(m_fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    const ssize_t count =
+        ::send(m_socket.fd(), bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (count >= 0) {
         m_hasSent = static_cast<size_t>(count) < bytes.size();
         bytes = bytes.slice(static_cast<size_t>(count), bytes.size());
@@ -133,12 +132,14 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
     size_t size = 0;
     const auto spinUntil = Clock::now() + SPIN_TIME;
     while (size < minBytes) {
-        const ssize_t count =
-            ::recv(m_fd, static_cast<char*>(buffer) + size, maxBytes - size, MSG_DONTWAIT);
+        const ssize_t count = m_socket.receive(static_cast<char*>(buffer) + size, maxBytes - size);
         if (count > 0) {
             size += static_cast<size_t>(count);
         } else if (count == 0 || errno == ECONNRESET) {
             throw BrokenConnection{"the daemon has closed it", false};
+        } else if (errno == EBADMSG) {
+            throw BrokenConnection{"the daemon has sent descriptors, which nobody asked for",
+                                   false};
         } else if (errno != EAGAIN && errno != EINTR) {
             throw BrokenConnection{std::strerror(errno), false};
         } else if (Clock::now() >= spinUntil) {

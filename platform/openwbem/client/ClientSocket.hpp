@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The socket of a connection: Cap'n Proto messages both ways, with a time limit for each wait.
+// The socket of a connection: Cap'n Proto messages both ways, with a time limit for each wait. The
+// daemon is not trusted: descriptors that it passes are refused.
 #pragma once
 
 #include <capnp/serialize.h>
@@ -8,6 +9,7 @@
 
 #include "blocxx/String.hpp"
 #include "blocxx/Timeout.hpp"
+#include "openwbem/wire/LocalSocket.hpp"
 
 namespace OpenWBEM {
 
@@ -22,7 +24,7 @@ public:
     /// Connects; waits for as long as the daemon's queue is full. Throws CIMException FAILED that
     /// names the path and the remedy.
     ClientSocket(const blocxx::String& path, const blocxx::Timeout& timeout);
-    ~ClientSocket() noexcept(false) override;
+    ~ClientSocket() noexcept(false) override = default;
     ClientSocket(const ClientSocket&) = delete;
     ClientSocket& operator=(const ClientSocket&) = delete;
 
@@ -40,7 +42,7 @@ private:
     size_t tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
     void wait(short events);
 
-    int m_fd;
+    LocalSocket m_socket;
     blocxx::Timeout m_timeout;
     bool m_hasSent = false;
     kj::BufferedInputStreamWrapper m_buffered;
