@@ -11,6 +11,7 @@ namespace OwCimomd {
 
 class Operations::Arguments {
 public:
+    /// Throws CIMException INVALID_PARAMETER when there are more, or longer ones.
     explicit Arguments(wire::Request::Reader request);
 
     CIMClass cls() const;

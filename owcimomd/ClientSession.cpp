@@ -4,15 +4,19 @@
 #include <capnp/serialize-async.h>
 #include <capnp/serialize.h>
 
+#include <chrono>
+
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OwCimomd {
 
 namespace {
 
-/// A portion is sent when it has grown to so many bytes, or so many steps have found little.
+using Clock = std::chrono::steady_clock;
+
+/// A portion is sent when it has grown to so many bytes, or when others have waited for so long.
 constexpr size_t PORTION_BYTES = size_t(256) << 10U;
-constexpr unsigned PORTION_STEPS = 64;
+constexpr std::chrono::milliseconds PORTION_TIME{20};
 /// Enumerations that one connection may have under way.
 constexpr size_t MAX_ENUMERATIONS = 256;
 /// Calls after which the other clients have their turn.
@@ -138,12 +142,13 @@ bool ClientSession::putPortion(EncodedEnumeration& enumeration, wire::Answer::Bu
     size_t counted = 0;
     size_t bytes = 0;
     bool hasMore = true;
-    for (unsigned step = 0; hasMore && step < PORTION_STEPS && bytes < PORTION_BYTES; ++step) {
+    const auto end = Clock::now() + PORTION_TIME;
+    do {
         hasMore = m_operations.next(m_user, enumeration, objects);
         for (; counted < objects.size(); ++counted) {
             bytes += objects[counted].size();
         }
-    }
+    } while (hasMore && bytes < PORTION_BYTES && Clock::now() < end);
     auto portion = answer.initPortion();
     portion.setIsLast(!hasMore);
     auto list = portion.initObjects(static_cast<unsigned>(objects.size()));

@@ -3,6 +3,7 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
 
 namespace OwCimomd {
 
@@ -51,8 +52,8 @@ CIMInstance filled(const CIMInstance& instance) {
 }
 
 /// The instance with what its properties have from their class, where that is asked for.
-CIMInstance cut(CIMInstance instance, const CIMClass& cls, bool localOnly, bool includeQualifiers,
-                bool includeClassOrigin, const StringArray* propertyList) {
+CIMInstance cut(CIMInstance instance, const CIMClass& cls,
+                const ModelSupport::ObjectFilter& filter) {
     CIMPropertyArray properties = instance.getProperties();
     for (CIMProperty& property : properties) {
         if (const CIMProperty* declared = cls.getProperty(property.getName())) {
@@ -62,7 +63,7 @@ CIMInstance cut(CIMInstance instance, const CIMClass& cls, bool localOnly, bool 
         }
     }
     instance.setProperties(std::move(properties));
-    return instance.filter(localOnly, includeQualifiers, includeClassOrigin, propertyList);
+    return instance.filter(filter);
 }
 
 }  // namespace
@@ -112,10 +113,11 @@ EnumerationPtr<CIMInstance> NamespaceInstances::openInstances(bool localOnly,
                                                               bool includeClassOrigin,
                                                               const StringArray* propertyList) {
     const CIMClass cls = requireClass();
+    const ModelSupport::ObjectFilter filter(localOnly, includeQualifiers, includeClassOrigin,
+                                            propertyList);
     Array<CIMInstance> instances = all(cls);
     for (CIMInstance& instance : instances) {
-        instance =
-            cut(instance, cls, localOnly, includeQualifiers, includeClassOrigin, propertyList);
+        instance = cut(instance, cls, filter);
     }
     return std::make_unique<OnePortion<CIMInstance>>(std::move(instances));
 }
@@ -136,8 +138,9 @@ CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, bool loca
     wanted.setHost(String()).setNameSpace(INTEROP_NAMESPACE).syncWithClass(cls);
     for (const CIMInstance& instance : all(cls)) {
         if (CIMObjectPath(INTEROP_NAMESPACE, instance) == wanted) {
-            return cut(instance, cls, localOnly, includeQualifiers, includeClassOrigin,
-                       propertyList);
+            return cut(instance, cls,
+                       ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin,
+                                                  propertyList));
         }
     }
     OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", wanted.modelPath()));

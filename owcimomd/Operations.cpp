@@ -17,6 +17,15 @@ String textOf(capnp::Text::Reader text) {
     return {text.begin(), text.size()};
 }
 
+String nameOf(capnp::Text::Reader text) {
+    if (text.size() > Operations::MAX_NAME_SIZE) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           blocxx::Format("a name in the request is longer than %1 bytes",
+                                          Operations::MAX_NAME_SIZE));
+    }
+    return textOf(text);
+}
+
 /// Objects that cannot be read are the client's mistake.
 template <class Decode>
 auto decoded(Decode decode) {
@@ -84,21 +93,27 @@ const Operations::Row Operations::ROWS[] = {
 };
 
 Operations::Arguments::Arguments(wire::Request::Reader request)
-    : ns(textOf(request.getNameSpace())),
-      name(textOf(request.getName())),
+    : ns(nameOf(request.getNameSpace())),
+      name(nameOf(request.getName())),
       deep(request.getDeep() ? E_DEEP : E_SHALLOW),
       localOnly(request.getLocalOnly() ? E_LOCAL_ONLY : E_NOT_LOCAL_ONLY),
       qualifiers(request.getIncludeQualifiers() ? E_INCLUDE_QUALIFIERS : E_EXCLUDE_QUALIFIERS),
       classOrigin(request.getIncludeClassOrigin() ? E_INCLUDE_CLASS_ORIGIN
                                                   : E_EXCLUDE_CLASS_ORIGIN),
-      filter{textOf(request.getAssocClass()), textOf(request.getResultClass()),
-             textOf(request.getRole()), textOf(request.getResultRole())} {
+      filter{nameOf(request.getAssocClass()), nameOf(request.getResultClass()),
+             nameOf(request.getRole()), nameOf(request.getResultRole())} {
     const auto object = request.getObject();
     m_object = {reinterpret_cast<const std::byte*>(object.begin()), object.size()};
     if (request.getHasPropertyList()) {
+        const auto list = request.getPropertyList();
+        if (list.size() > Operations::MAX_LISTED) {
+            OPENWBEM_THROW_CIM(
+                INVALID_PARAMETER,
+                blocxx::Format("the property list has more than %1 names", Operations::MAX_LISTED));
+        }
         m_list.emplace();
-        for (const auto property : request.getPropertyList()) {
-            m_list->push_back(textOf(property));
+        for (const auto property : list) {
+            m_list->push_back(nameOf(property));
         }
     }
 }

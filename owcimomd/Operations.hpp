@@ -23,6 +23,11 @@ public:
 
 class Operations {
 public:
+    // More and longer names than any class has: a request that goes beyond is refused with
+    // CIMException INVALID_PARAMETER.
+    static constexpr unsigned MAX_LISTED = 4096;
+    static constexpr size_t MAX_NAME_SIZE = 8192;
+
     Operations(ServedRepository& repository, std::set<String> allowedUsers);
 
     const AccessControl& access() const noexcept { return m_access; }

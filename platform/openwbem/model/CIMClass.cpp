@@ -144,8 +144,11 @@ CIMInstance CIMClass::newInstance() const {
 
 CIMClass CIMClass::filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
                           const StringArray* propertyList) const {
-    const ModelSupport::ObjectFilter cut(localOnly, includeQualifiers, includeClassOrigin,
-                                         propertyList);
+    return filter(
+        ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin, propertyList));
+}
+
+CIMClass CIMClass::filter(const ModelSupport::ObjectFilter& cut) const {
     if (!m_rep || cut.keepsAll()) {
         return *this;
     }

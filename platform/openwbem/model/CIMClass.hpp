@@ -9,6 +9,10 @@
 
 namespace OpenWBEM {
 
+namespace ModelSupport {
+class ObjectFilter;
+}
+
 class CIMClass {
 public:
     CIMClass();
@@ -49,6 +53,7 @@ public:
     /// `propertyList` only the properties named there stay.
     CIMClass filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
                     const StringArray* propertyList = nullptr) const;
+    CIMClass filter(const ModelSupport::ObjectFilter& cut) const;
 
     /// For ClassDerivation: notes, until this class is changed, that it is what derivation from
     /// `superClass` (null at the top) gives; and tells whether it is, from that very class as it is

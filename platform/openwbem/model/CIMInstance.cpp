@@ -98,8 +98,11 @@ CIMPropertyArray CIMInstance::getKeys() const {
 
 CIMInstance CIMInstance::filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
                                 const StringArray* propertyList) const {
-    const ModelSupport::ObjectFilter cut(localOnly, includeQualifiers, includeClassOrigin,
-                                         propertyList);
+    return filter(
+        ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin, propertyList));
+}
+
+CIMInstance CIMInstance::filter(const ModelSupport::ObjectFilter& cut) const {
     if (!m_rep || cut.keepsAll()) {
         return *this;
     }

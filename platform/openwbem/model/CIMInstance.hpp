@@ -8,6 +8,10 @@
 
 namespace OpenWBEM {
 
+namespace ModelSupport {
+class ObjectFilter;
+}
+
 class CIMInstance {
 public:
     CIMInstance();
@@ -38,6 +42,7 @@ public:
     /// A copy cut down as DSP0200 5.3.2.2 says.
     CIMInstance filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
                        const StringArray* propertyList = nullptr) const;
+    CIMInstance filter(const ModelSupport::ObjectFilter& cut) const;
 
     explicit operator bool() const noexcept;
     /// Class names without regard to case; properties and qualifiers in any order.

@@ -63,12 +63,10 @@ class InstanceEnumeration : public Enumeration<CIMInstance> {
 public:
     InstanceEnumeration(RepositoryStore& store, const String& ns, const String& className,
                         EDeepFlag deep, InstanceForm form)
-        : m_walk(store, ns, className), m_form(form) {
-        if (form.propertyList != nullptr) {
-            m_list = *form.propertyList;
-            m_form.propertyList = &m_list;
+        : m_walk(store, ns, className), m_form(std::move(form)) {
+        if (deep != E_DEEP) {
+            m_form.setOnlyPropertiesOf(m_walk.topClass());
         }
-        m_form.onlyPropertiesOf = deep == E_DEEP ? nullptr : &m_walk.topClass();
     }
 
     bool next(CIMInstanceResultHandlerIFC& result) override {
@@ -89,7 +87,6 @@ public:
 
 private:
     InstanceWalk m_walk;
-    StringArray m_list;
     InstanceForm m_form;
 };
 
@@ -117,10 +114,11 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openInstances(
     const String& ns, const String& className, EDeepFlag deep, ELocalOnlyFlag localOnly,
     EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
     const StringArray* propertyList) {
-    const InstanceForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList, nullptr};
+    InstanceForm form(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                      includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList);
     const ReadOperation operation(m_repository->store());
-    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep, form);
+    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep,
+                                                 std::move(form));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openInstanceNames(const String& ns,

@@ -27,18 +27,24 @@ CIMPropertyArray withClassParts(CIMPropertyArray properties, const CIMClass& cls
 
 }  // namespace
 
+InstanceForm::InstanceForm(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
+                           const StringArray* propertyList)
+    : m_needsClass(localOnly || includeQualifiers || includeClassOrigin),
+      m_includeQualifiers(includeQualifiers),
+      m_filter(localOnly, includeQualifiers, includeClassOrigin, propertyList) {}
+
 CIMInstance InstanceForm::of(CIMInstance stored, const CIMClass* cls) const {
-    if (needsClass() && cls != nullptr) {
-        stored.setProperties(withClassParts(stored.getProperties(), *cls, includeQualifiers));
+    if (m_needsClass && cls != nullptr) {
+        stored.setProperties(withClassParts(stored.getProperties(), *cls, m_includeQualifiers));
     }
-    if (onlyPropertiesOf != nullptr) {
+    if (m_onlyPropertiesOf != nullptr) {
         CIMPropertyArray properties = stored.getProperties();
         std::erase_if(properties, [&](const CIMProperty& property) {
-            return onlyPropertiesOf->getProperty(property.getName()) == nullptr;
+            return m_onlyPropertiesOf->getProperty(property.getName()) == nullptr;
         });
         stored.setProperties(std::move(properties));
     }
-    return stored.filter(localOnly, includeQualifiers, includeClassOrigin, propertyList);
+    return stored.filter(m_filter);
 }
 
 CIMObjectPath resolvedReference(RepositoryStore& store, CIMObjectPath path, const String& ns) {

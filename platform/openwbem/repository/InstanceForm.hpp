@@ -3,24 +3,30 @@
 // The form in which instances are stored and in which they are handed out.
 #pragma once
 
+#include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
 namespace OpenWBEM {
 
-/// What an operation wants to see of an instance (DSP0200 5.3.2.2, 5.3.2.4).
-struct InstanceForm {
-    bool localOnly;
-    bool includeQualifiers;
-    bool includeClassOrigin;
-    const StringArray* propertyList;
-    const CIMClass* onlyPropertiesOf;  ///< null: all properties
+/// What an operation wants to see of an instance (DSP0200 5.3.2.2, 5.3.2.4). Made once for all
+/// instances of an operation.
+class InstanceForm {
+public:
+    InstanceForm(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
+                 const StringArray* propertyList);
 
+    /// Leaves out what `cls`, which must outlive this, does not have.
+    void setOnlyPropertiesOf(const CIMClass& cls) { m_onlyPropertiesOf = &cls; }
     /// Whether the instance's class has something to add to what is stored.
-    bool needsClass() const noexcept {
-        return localOnly || includeQualifiers || includeClassOrigin;
-    }
+    bool needsClass() const noexcept { return m_needsClass; }
     /// `cls` is the instance's class; it may be null when it is not needed.
     CIMInstance of(CIMInstance stored, const CIMClass* cls) const;
+
+private:
+    bool m_needsClass;
+    bool m_includeQualifiers;
+    ModelSupport::ObjectFilter m_filter;
+    const CIMClass* m_onlyPropertiesOf = nullptr;
 };
 
 /// The instance with each reference complete: in the namespace `ns` where it names none, and with

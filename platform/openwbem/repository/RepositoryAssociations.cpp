@@ -26,27 +26,17 @@ bool isMissing(const CIMException& e) {
     }
 }
 
-/// What the caller wants to see, with a property list of its own.
-struct Form {
-    Form(EIncludeQualifiersFlag qualifiers, EIncludeClassOriginFlag classOrigin,
-         const StringArray* propertyList)
-        : includeQualifiers(qualifiers), includeClassOrigin(classOrigin) {
-        if (propertyList != nullptr) {
-            properties = *propertyList;
-        }
-    }
-    const StringArray* list() const { return properties ? &*properties : nullptr; }
-
-    EIncludeQualifiersFlag includeQualifiers;
-    EIncludeClassOriginFlag includeClassOrigin;
-    std::optional<StringArray> properties;
-};
-
 /// The objects at other ends that exist.
 class OtherEnds {
 public:
-    OtherEnds(AssociationQuery query, CIMOMHandleIFCRef handle, Form form)
-        : m_query(std::move(query)), m_handle(std::move(handle)), m_form(std::move(form)) {}
+    OtherEnds(AssociationQuery query, CIMOMHandleIFCRef handle,
+              EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
+              const StringArray* propertyList)
+        : m_query(std::move(query)),
+          m_handle(std::move(handle)),
+          m_includeQualifiers(includeQualifiers),
+          m_includeClassOrigin(includeClassOrigin),
+          m_listed(false, true, true, propertyList) {}
 
     template <class Visit>
     bool next(Visit visit) {
@@ -60,9 +50,10 @@ public:
 private:
     std::optional<CIMInstance> read(const CIMObjectPath& path) {
         try {
-            return m_handle->getInstance(path.getNameSpace(), path, E_NOT_LOCAL_ONLY,
-                                         m_form.includeQualifiers, m_form.includeClassOrigin,
-                                         m_form.list());
+            return m_handle
+                ->getInstance(path.getNameSpace(), path, E_NOT_LOCAL_ONLY, m_includeQualifiers,
+                              m_includeClassOrigin, nullptr)
+                .filter(m_listed);
         } catch (const CIMException& e) {
             if (isMissing(e)) {
                 return std::nullopt;
@@ -73,7 +64,9 @@ private:
 
     AssociationQuery m_query;
     CIMOMHandleIFCRef m_handle;
-    Form m_form;
+    EIncludeQualifiersFlag m_includeQualifiers;
+    EIncludeClassOriginFlag m_includeClassOrigin;
+    ModelSupport::ObjectFilter m_listed;  // once for all objects
 };
 
 class AssociatorEnumeration : public Enumeration<CIMInstance> {
@@ -103,25 +96,22 @@ private:
 
 class ReferenceEnumeration : public Enumeration<CIMInstance> {
 public:
-    ReferenceEnumeration(RepositoryStore& store, AssociationQuery query, Form form)
+    ReferenceEnumeration(RepositoryStore& store, AssociationQuery query, InstanceForm form)
         : m_store(store), m_query(std::move(query)), m_form(std::move(form)) {}
 
     bool next(CIMInstanceResultHandlerIFC& result) override {
-        const InstanceForm form{false, m_form.includeQualifiers == E_INCLUDE_QUALIFIERS,
-                                m_form.includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, m_form.list(),
-                                nullptr};
         return m_query.nextReferring([&](const InstanceRow& row) {
-            const auto cls = form.needsClass() ? m_store.classes.find(m_query.nameSpace().id,
-                                                                      row.instance.getClassName())
-                                               : std::nullopt;
-            result.handle(form.of(row.instance, cls ? &cls->cls : nullptr));
+            const auto cls = m_form.needsClass() ? m_store.classes.find(m_query.nameSpace().id,
+                                                                        row.instance.getClassName())
+                                                 : std::nullopt;
+            result.handle(m_form.of(row.instance, cls ? &cls->cls : nullptr));
         });
     }
 
 private:
     RepositoryStore& m_store;
     AssociationQuery m_query;
-    Form m_form;
+    InstanceForm m_form;
 };
 
 class ReferenceNameEnumeration : public Enumeration<CIMObjectPath> {
@@ -140,22 +130,23 @@ private:
 /// Classes are few, so they are found at once; only handing them over is done in portions.
 class FoundClasses : public Enumeration<CIMClass> {
 public:
-    FoundClasses(Array<CIMClass> classes, Form form)
-        : m_classes(std::move(classes)), m_form(std::move(form)) {}
+    FoundClasses(Array<CIMClass> classes, EIncludeQualifiersFlag includeQualifiers,
+                 EIncludeClassOriginFlag includeClassOrigin, const StringArray* propertyList)
+        : m_classes(std::move(classes)),
+          m_filter(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                   includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList) {}
     bool next(CIMClassResultHandlerIFC& result) override {
         constexpr size_t IN_PORTION = 32;
         const size_t end = std::min(m_classes.size(), m_at + IN_PORTION);
         for (; m_at < end; ++m_at) {
-            result.handle(m_classes[m_at].filter(
-                false, m_form.includeQualifiers == E_INCLUDE_QUALIFIERS,
-                m_form.includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, m_form.list()));
+            result.handle(m_classes[m_at].filter(m_filter));
         }
         return m_at < m_classes.size();
     }
 
 private:
     Array<CIMClass> m_classes;
-    Form m_form;
+    ModelSupport::ObjectFilter m_filter;
     size_t m_at = 0;
 };
 
@@ -173,7 +164,7 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(
     const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorEnumeration>(
         OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
-                  Form(includeQualifiers, includeClassOrigin, propertyList)));
+                  includeQualifiers, includeClassOrigin, propertyList));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
@@ -181,7 +172,7 @@ EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
     const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorNameEnumeration>(
         OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
-                  Form(E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr)));
+                  E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr));
 }
 
 EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
@@ -192,7 +183,8 @@ EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
     RepositoryStore& store = operation.store();
     return std::make_unique<ReferenceEnumeration>(
         store, AssociationQuery(store, ns, path, filter),
-        Form(includeQualifiers, includeClassOrigin, propertyList));
+        InstanceForm(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
+                     includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
@@ -210,8 +202,8 @@ EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
     const ReadOperation operation(m_repository->store());
     ClassAssociationQuery(operation.store(), ns, path, filter)
         .forEachOtherEnd([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(
-        std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
+    return std::make_unique<FoundClasses>(std::move(found), includeQualifiers, includeClassOrigin,
+                                          propertyList);
 }
 
 EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
@@ -222,8 +214,8 @@ EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
     const ReadOperation operation(m_repository->store());
     ClassAssociationQuery(operation.store(), ns, path, filter)
         .forEachReferring([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(
-        std::move(found), Form(includeQualifiers, includeClassOrigin, propertyList));
+    return std::make_unique<FoundClasses>(std::move(found), includeQualifiers, includeClassOrigin,
+                                          propertyList);
 }
 
 void RepositoryCIMOMHandle::associators(const String& ns, const CIMObjectPath& path,

@@ -11,6 +11,9 @@ namespace OpenWBEM::Codec {
 
 namespace {
 
+/// More properties, keys, qualifiers, methods or parameters than any honest object has.
+constexpr unsigned MAX_ARGUMENT_LIST = 16384;
+
 [[noreturn]] void refuse(std::string_view what) {
     BLOCXX_THROW(CodecException, blocxx::Format("not a valid CIM object: %1", what));
 }
@@ -69,6 +72,10 @@ CIMDataType Decoder::type(auto in) const {
 
 template <class List>
 auto Decoder::getAll(List list) {
+    if (m_names == Names::LEFT_TO_THE_OPERATION && list.size() > MAX_ARGUMENT_LIST) {
+        refuse(
+            blocxx::Format("a list in it has more than %1 elements", MAX_ARGUMENT_LIST).toString());
+    }
     Array<decltype(get(list[0]))> result;
     result.reserve(list.size());
     for (const auto element : list) {
