@@ -2,6 +2,7 @@
 //
 // The steps of removing one provider, each change with its undo. Classes and qualifier types that a
 // provider removed later still uses are left for the end.
+#include <algorithm>
 #include <boost/bind/bind.hpp>
 #include <cerrno>
 
@@ -103,13 +104,14 @@ void removeFile(const String& path, const String& contents, CleanupActions_t& un
     undo.push_back(boost::bind(&putFileBack, path, contents));
 }
 
-/// Calls `removal`, or puts it off when it fails with that status.
-void removeOrPutOff(const boost::function<void()>& removal, CIMException::ErrNoType inUse,
+/// Calls `removal`, or puts it off when it fails with one of these statuses.
+void removeOrPutOff(const boost::function<void()>& removal,
+                    std::initializer_list<CIMException::ErrNoType> inUse,
                     Array<boost::function<void()>>& putOff) {
     try {
         removal();
     } catch (const CIMException& e) {
-        if (e.getErrNo() != inUse) {
+        if (std::ranges::count(inUse, e.getErrNo()) == 0) {
             throw;
         }
         putOff.push_back(removal);
@@ -165,13 +167,14 @@ void ProviderRegistrationFacility::removeProviderSchema(
         stepLog().debug("Deleting class: %1:%2", ns, cls->getName());
         removeOrPutOff(
             boost::bind(&removeClass, boost::ref(handle), ns, *cls, boost::ref(m_cleanupActions)),
-            CIMException::CLASS_HAS_CHILDREN, m_classesPutOff);
+            // Instances of it may be embedded in others that are still to go.
+            {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES}, m_classesPutOff);
     }
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         stepLog().debug("Deleting qualifier type: %1:%2", ns, qualifierType.getName());
         removeOrPutOff(boost::bind(&removeQualifierType, boost::ref(handle), ns, qualifierType,
                                    boost::ref(m_cleanupActions)),
-                       CIMException::FAILED, m_qualifierTypesPutOff);
+                       {CIMException::FAILED}, m_qualifierTypesPutOff);
     }
 }
 

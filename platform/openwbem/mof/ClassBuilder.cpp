@@ -116,16 +116,6 @@ size_t countOf(const List<Node>& list) {
 
 }  // namespace
 
-Embedding embeddingOf(const CIMQualifierArray& qualifiers) {
-    const CIMQualifier* instance = findQualifier(qualifiers, "EmbeddedInstance");
-    if (instance != nullptr && instance->getValue().getType() == CIMDataType::STRING &&
-        !instance->getValue().isArray()) {
-        return {Embedding::INSTANCE, instance->getValue().get<String>()};
-    }
-    return {hasTrueQualifier(qualifiers, "EmbeddedObject") ? Embedding::OBJECT : Embedding::NOTHING,
-            {}};
-}
-
 ClassBuilder::ClassBuilder(Scope& scope, ObjectResolver& objects)
     : m_scope(scope),
       m_objects(objects),

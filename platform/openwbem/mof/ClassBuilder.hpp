@@ -66,7 +66,4 @@ private:
     size_t m_earlyFeatureCount = 0;
 };
 
-/// What the qualifiers of an element declared as a string say that it holds.
-Embedding embeddingOf(const CIMQualifierArray& qualifiers);
-
 }  // namespace OpenWBEM::MOF

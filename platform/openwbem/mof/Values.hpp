@@ -4,18 +4,11 @@
 #pragma once
 
 #include "openwbem/model/CIMValue.hpp"
+#include "openwbem/model/Embedding.hpp"
 #include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
 
 namespace OpenWBEM::MOF {
-
-/// What a string is declared to hold besides text (the qualifiers EmbeddedInstance and
-/// EmbeddedObject).
-struct Embedding {
-    enum Kind : uint8_t { NOTHING, INSTANCE, OBJECT };
-    Kind kind = NOTHING;
-    String className;  ///< of an INSTANCE
-};
 
 /// Makes the values that need to know other objects. Both throw CompileError.
 class ObjectResolver {

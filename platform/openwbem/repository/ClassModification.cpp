@@ -2,6 +2,7 @@
 #include "openwbem/repository/ClassModification.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Embedding.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/repository/Statement.hpp"
 
@@ -9,6 +10,18 @@ namespace OpenWBEM {
 
 using blocxx::Format;
 using blocxx::toLower;
+
+namespace {
+
+/// Whether strings of both properties may hold the same objects, or both only text.
+bool holdTheSame(const CIMProperty& a, const CIMProperty& b) {
+    const Embedding inA = embeddingOf(a.getQualifiers());
+    const Embedding inB = embeddingOf(b.getQualifiers());
+    return a.getDataType().getType() != CIMDataType::STRING ||
+           (inA.kind == inB.kind && blocxx::equalsIgnoreCase(inA.className, inB.className));
+}
+
+}  // namespace
 
 CIMClass ClassModification::deriveModified(const CIMClass& declared, int64_t& superId) {
     std::optional<StoredClass> super;
@@ -65,6 +78,8 @@ void ClassModification::checkInstances(const Change& change) {
             refuse("another type of the property", property.getName());
         } else if (now->isKey() != property.isKey()) {
             refuse("another key property", property.getName());
+        } else if (!holdTheSame(*now, property)) {
+            refuse("another kind of object embedded in the property", property.getName());
         }
     }
     for (const CIMProperty& property : change.after.getProperties()) {
@@ -75,6 +90,17 @@ void ClassModification::checkInstances(const Change& change) {
     if (change.after.isAbstract() ||
         change.after.isAssociation() != change.before.isAssociation()) {
         refuse("another kind of class", change.after.getName());
+    }
+}
+
+void ClassModification::checkEmbedded(const Array<Change>& changes) {
+    EmbeddedObjects::Change embedded;
+    for (const Change& change : changes) {
+        embedded.classes.emplace(toLower(change.after.getName()), change.after);
+    }
+    if (const String invalid = m_store.embedded.findInvalid(m_ns, embedded); !invalid.empty()) {
+        OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES,
+                           Format("the change would make invalid %1", invalid));
     }
 }
 
@@ -114,7 +140,9 @@ void ClassModification::apply(const CIMClass& declared) {
             checkInstances(change);
         }
     }
+    checkEmbedded(changes);
     m_store.classes.replace(m_ns, old.id, after, superId);
+    m_store.embedded.noteClass(m_ns, after);
     for (const Change& change : changes) {
         if (change.hasInstances &&
             change.after.getProperties().size() != change.before.getProperties().size()) {

@@ -2,8 +2,9 @@
 //
 // Changing a class that is there. A class with subclasses or instances may change only so that all
 // of them stay valid: its superclass stays, each subclass can still be derived, and where there are
-// instances their class keeps its properties, with their types, and its keys. Properties that are
-// added come into the instances with their defaults.
+// instances their class keeps its properties, with their types and what may be embedded in them,
+// and its keys. Objects that are embedded elsewhere stay valid too. Properties that are added come
+// into the instances with their defaults.
 #pragma once
 
 #include "openwbem/repository/RepositoryStore.hpp"
@@ -30,6 +31,8 @@ private:
     /// The class itself and all classes below it, as they will be.
     Array<Change> derivedChanges(const StoredClass& old, const CIMClass& after);
     static void checkInstances(const Change& change);
+    /// Checks the objects that are embedded elsewhere.
+    void checkEmbedded(const Array<Change>& changes);
     void completeInstances(const Change& change);
 
     RepositoryStore& m_store;

@@ -47,6 +47,11 @@ public:
         return m_uses.findUser(ns, qualifier);
     }
 
+    /// The names of all such classes, in lower case.
+    StringArray findQualifierUsers(int64_t ns, std::string_view qualifier) {
+        return m_uses.findUsers(ns, qualifier);
+    }
+
     /// Derives, turning what is wrong with the declaration into its CIMException.
     CIMClass derive(const CIMClass& declared, const CIMClass* super,
                     const QualifierTypeLookup& qualifierTypes);

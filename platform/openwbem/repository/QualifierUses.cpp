@@ -11,33 +11,42 @@ namespace {
 /// Namespaces: what is known of each takes memory in proportion to its classes.
 constexpr size_t MAX_KNOWN = 8;
 
-void collect(const CIMQualifierArray& qualifiers, std::set<String>& names) {
+}  // namespace
+
+void collectQualifiers(const CIMQualifierArray& qualifiers, std::set<String>& names) {
     for (const CIMQualifier& qualifier : qualifiers) {
         names.insert(blocxx::toLower(qualifier.getName()));
     }
 }
 
-std::set<String> qualifiersOf(const CIMClass& cls) {
-    std::set<String> names;
-    collect(cls.getQualifiers(), names);
+void collectQualifiers(const CIMClass& cls, std::set<String>& names) {
+    collectQualifiers(cls.getQualifiers(), names);
     for (const CIMProperty& property : cls.getProperties()) {
-        collect(property.getQualifiers(), names);
+        collectQualifiers(property.getQualifiers(), names);
     }
     for (const CIMMethod& method : cls.getMethods()) {
-        collect(method.getQualifiers(), names);
+        collectQualifiers(method.getQualifiers(), names);
         for (const CIMParameter& parameter : method.getParameters()) {
-            collect(parameter.getQualifiers(), names);
+            collectQualifiers(parameter.getQualifiers(), names);
         }
     }
-    return names;
 }
-
-}  // namespace
 
 String QualifierUses::findUser(int64_t ns, std::string_view qualifier) {
     const Uses& uses = of(ns);
     const auto found = uses.users.find(qualifier);
     return found == uses.users.end() ? String() : found->second.begin()->second;
+}
+
+StringArray QualifierUses::findUsers(int64_t ns, std::string_view qualifier) {
+    StringArray names;
+    const Uses& uses = of(ns);
+    if (const auto found = uses.users.find(qualifier); found != uses.users.end()) {
+        for (const auto& [name, spelling] : found->second) {
+            names.push_back(name);
+        }
+    }
+    return names;
 }
 
 void QualifierUses::noteChange(int64_t ns, const String& className) {
@@ -88,7 +97,9 @@ void QualifierUses::readAgain(int64_t ns, const String& className, Uses& uses) {
 
 void QualifierUses::add(const String& className, const CIMClass& declared, Uses& uses) {
     StringArray& own = uses.qualifiers[className];
-    for (const String& qualifier : qualifiersOf(declared)) {
+    std::set<String> names;
+    collectQualifiers(declared, names);
+    for (const String& qualifier : names) {
         uses.users[qualifier].emplace(className, declared.getName());
         own.push_back(qualifier);
     }

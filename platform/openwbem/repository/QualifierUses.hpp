@@ -14,6 +14,10 @@
 
 namespace OpenWBEM {
 
+/// Adds the names of the qualifiers of the class and of its features, in lower case.
+void collectQualifiers(const CIMClass& cls, std::set<String>& names);
+void collectQualifiers(const CIMQualifierArray& qualifiers, std::set<String>& names);
+
 class QualifierUses {
 public:
     explicit QualifierUses(Database& database) : m_database(database) {}
@@ -21,6 +25,9 @@ public:
     /// The name of the first class of the namespace that has the qualifier as declared, on itself
     /// or on any of its features; empty when none has.
     String findUser(int64_t ns, std::string_view qualifier);
+
+    /// The names of all such classes, in lower case.
+    StringArray findUsers(int64_t ns, std::string_view qualifier);
 
     /// To be told of each class that is created, changed or deleted, by its name in lower case.
     void noteChange(int64_t ns, const String& className);

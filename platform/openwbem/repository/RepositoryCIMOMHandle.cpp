@@ -30,6 +30,7 @@ void RepositoryCIMOMHandle::deleteNameSpace(const String& ns) {
         store.namespaces.remove(ns);
         store.qualifiers.forget();
         store.classes.forget();
+        store.embedded.forget();
         operation.done();
     }
 }

@@ -75,6 +75,7 @@ void RepositoryCIMOMHandle::createClass(const String& ns, const CIMClass& cls) {
     if (!store.classes.insert(nsId, derived, super ? super->id : 0)) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the class %1 exists already", cls.getName()));
     }
+    store.embedded.noteClass(nsId, derived);
     operation.done();
 }
 
@@ -103,6 +104,12 @@ void RepositoryCIMOMHandle::deleteClass(const String& ns, const String& classNam
     }
     if (store.instances.hasInstances(found.id)) {
         OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES, Format("the class %1 has instances", className));
+    }
+    EmbeddedObjects::Change change;
+    change.classes.emplace(blocxx::toLower(className), std::nullopt);
+    if (const String invalid = store.embedded.findInvalid(nsId, change); !invalid.empty()) {
+        OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES,
+                           Format("the class %1 is needed for %2", className, invalid));
     }
     store.classes.remove(nsId, found);
     operation.done();

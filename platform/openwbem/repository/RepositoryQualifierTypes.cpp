@@ -61,6 +61,19 @@ bool leavesClassesAsTheyAre(RepositoryStore& store, int64_t ns, const CIMQualifi
                                       name, attempt, user));
 }
 
+/// Throws when an object embedded somewhere would not be valid with the type changed so; empty: it
+/// is deleted.
+void checkEmbedded(RepositoryStore& store, int64_t ns, std::string_view attempt, const String& name,
+                   const std::optional<CIMQualifierType>& type) {
+    EmbeddedObjects::Change change;
+    change.qualifierTypes.emplace(blocxx::toLower(name), type);
+    if (const String invalid = store.embedded.findInvalid(ns, change); !invalid.empty()) {
+        OPENWBEM_THROW_CIM(
+            FAILED, Format("the qualifier type \"%1\" cannot be %2: it is needed for %3", name,
+                           attempt, invalid));
+    }
+}
+
 /// Whether classes that use the type of that name, when there is one, may have this one instead.
 void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType& type) {
     const auto types = store.qualifiers.types(ns);
@@ -72,6 +85,7 @@ void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType
     if (!user.empty() && !leavesClassesAsTheyAre(store, ns, type)) {
         refuseInUse("replaced by that one", type.getName(), user);
     }
+    checkEmbedded(store, ns, "replaced by that one", type.getName(), type);
 }
 
 }  // namespace
@@ -114,6 +128,7 @@ void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& 
     if (const String user = store.classes.findQualifierUser(nsId, name); !user.empty()) {
         refuseInUse("deleted", name, user);
     }
+    checkEmbedded(store, nsId, "deleted", name, std::nullopt);
     store.qualifiers.remove(nsId, name);
     operation.done();
 }

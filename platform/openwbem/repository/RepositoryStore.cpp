@@ -10,6 +10,7 @@ void RepositoryStore::refresh() {
         namespaces.forget();
         qualifiers.forget();
         classes.forget();
+        embedded.forget();
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "openwbem/repository/ClassTable.hpp"
 #include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/EmbeddedObjects.hpp"
 #include "openwbem/repository/InstanceTable.hpp"
 #include "openwbem/repository/NamespaceTable.hpp"
 #include "openwbem/repository/QualifierTable.hpp"
@@ -18,7 +19,8 @@ public:
           namespaces(database),
           qualifiers(database),
           classes(database, qualifiers),
-          instances(database) {}
+          instances(database),
+          embedded(qualifiers, classes, instances) {}
 
     /// Forgets what was read before when it may be out of date. Each operation begins with it.
     void refresh();
@@ -28,6 +30,7 @@ public:
     QualifierTable qualifiers;
     ClassTable classes;
     InstanceTable instances;
+    EmbeddedObjects embedded;
 };
 
 /// Frames an operation that reads: it sees one state of the file, which is locked once for all of

@@ -314,6 +314,52 @@ TEST_F(ProviderDeregistering, InstanceOfTheOthersClass) {
     expectEitherOrderOfRemoval();
 }
 
+const String EMBEDDING =
+    "Qualifier EmbeddedInstance : string = null, Scope(property);\n"
+    "Qualifier EmbeddedObject : boolean = false, Scope(property);\n";
+
+TEST_F(ProviderDeregistering, EmbeddedInstanceOfTheOthersClass) {
+    registerList(m_repository,
+                 entry("a", registrationMof("A"), providerMof(EMBEDDING + classMof("A"))));
+    add(entry(
+        "b", registrationMof("B"),
+        providerMof("class Sample_B { [Key] string Id; [EmbeddedInstance(\"Sample_A\")] string "
+                    "Held; };\ninstance of Sample_B { Id = \"b\"; Held = \"instance of "
+                    "Sample_A { Id = \\\"a\\\"; };\"; };")));
+    expectEitherOrderOfRemoval();
+}
+
+TEST_F(ProviderDeregistering, InstancesMadeLaterMayEmbedAClassThatGoesFirst) {
+    registerList(
+        m_repository,
+        entry("disk", registrationMof("Disk"),
+              providerMof(EMBEDDING +
+                          "class Sample_B { [Key] string Id; [EmbeddedObject] string Held; };\n"
+                          "class Sample_C { [Key] string Id; };")));
+    create("sample",
+           "instance of Sample_B { Id = \"later\"; Held = \"instance of Sample_C { };\"; };");
+    expectRemovalAndUndo();
+}
+
+TEST_F(ProviderDeregistering, ClassThatSomebodyElseEmbedsStopsTheCommand) {
+    registerList(m_repository,
+                 entry("a", registrationMof("A"), providerMof(EMBEDDING + classMof("A"))));
+    create("sample",
+           "class Other { [Key] string Id; [EmbeddedObject] string Held; };\n"
+           "instance of Other { Id = \"x\"; Held = \"instance of Sample_A { };\"; };");
+    const State registered = state();
+    m_undo.clear();
+    try {
+        deregisterAll(m_repository);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), 14);
+        EXPECT_THAT(e.getMessage(), HasSubstr("property \"Held\" of instance Other.Id=\"x\""));
+    }
+    expectState(registered);
+    EXPECT_THAT(m_log.errors(), IsEmpty());
+}
+
 TEST_F(ProviderDeregistering, ClassThatSomebodyElseDerivedFromStopsTheCommand) {
     registerList(m_repository, entry("a", registrationMof("A"), providerMof(classMof("A"))));
     create("sample", "class Other_A : Sample_A {};");
