@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <utility>
 
-#include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
+#include "fennik/state/StateNames.hpp"
+#include "fennik/state/StateReading.hpp"
 #include "fennik/state/StateRestoring.hpp"
 #include "fennik/undo/StandardStreams.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
@@ -21,9 +22,6 @@ using OpenWBEM::CIMQualifierType;
 
 namespace {
 
-/// The namespace whose saved instances have embedded instances that were rendered wrongly.
-constexpr const char* BROKEN_EMBEDDED_INSTANCES = "zeb/SoftwareMeteringAgent";
-
 UnitLog log() {
     return StateLog::log();
 }
@@ -32,68 +30,20 @@ void tell(const String& line) {
     StandardStreams::writeProgress(line + "\n");
 }
 
-/// The trimmed text of a child that must be there.
-String childText(const XMLNode& node, const char* name) {
-    return trimmed(node.mustFindChild(name).getText());
-}
-
-StringArray restoreAllowedUsers(const XMLNode& node) {
-    checkNodeName(node, ALLOWED_USERS, "Invalid allowed users node: ");
-    StringArray users;
-    for (const XMLNode& child : node.getChildren()) {
-        users.push_back(trimmed(child.getText()));
-    }
-    return users;
-}
-
 void restoreConfigFiles(const XMLNode& node, const String& productName,
                         const RestoreTarget& target) {
     checkNodeName(node, CONFIG_FILE, "Invalid config file node: ");
     setConfigFileFromString(productName, withoutLeadingSpace(node.getText()), target.prefix);
 }
 
-/// The users who have access to a namespace. Rights that registering cannot give are left out.
-struct AccessLists {
-    StringArray readWrite;
-    StringArray readOnly;
-};
-
-AccessLists readAccessLists(const XMLNode& node) {
-    AccessLists lists;
-    for (const XMLNode& entry : childrenByName(node, NAMESPACE_ACL_ENTRY)) {
-        const String capability = childText(entry, CAPABILITY);
-        if (capability == "rwRW") {
-            lists.readWrite.push_back(childText(entry, USER_NAME));
-        } else if (capability == "rR") {
-            lists.readOnly.push_back(childText(entry, USER_NAME));
-        }
-    }
-    return lists;
-}
-
 void restoreNamespaceRegistration(const XMLNode& node, const String& productName,
                                   const RestoreTarget& target) {
     checkNodeName(node, NAMESPACE_REGISTRATION, "Invalid namespace registration node: ");
     for (const XMLNode& child : childrenByName(node, NAMESPACE)) {
-        const String ns = childText(child, NAME);
-        const AccessLists access = readAccessLists(child);
-        registerNamespaces(target.handle, productName, access.readWrite, access.readOnly, {ns},
-                           target.prefix, target.undo);
+        const StateReading::NamespaceAccess access = StateReading::namespaceAccess(child);
+        registerNamespaces(target.handle, productName, access.readWrite, access.readOnly,
+                           {access.ns}, target.prefix, target.undo);
     }
-}
-
-/// Mends what earlier versions saved in a form that cannot be compiled.
-String repairedMof(const String& ns, String saved) {
-    String mof = withoutLeadingSpace(std::move(saved));
-    if (ns == BROKEN_EMBEDDED_INSTANCES) {
-        log().debug("Fixing invalid embedded instance mof for namespace \"%1\"", ns);
-        log().debug("Initial MOF: %1", mof);
-        fixBrokenEmbeddedInstances(mof);
-        log().debug("Corrected MOF: %1", mof);
-    }
-    fixImproperlyEscapedCharacters(mof);
-    log().debug("Restoring product instances.  MOF:\n%1", mof);
-    return mof;
 }
 
 /// Hands each object to `write` and forgets it: what has been written is in the repository's
@@ -136,9 +86,11 @@ void restoreNamespaceInstances(const XMLNode& node, const RestoreTarget& target)
         !hasChild(node, INSTANCE_MOF, "No mof node \"%1\" for product instances: %2")) {
         return;
     }
-    const String ns = childText(node, NAME);
+    const String ns = StateReading::childText(node, NAME);
     log().debug("Restoring product instances for namespace \"%1\"", ns);
-    writeNamespaceContent(ns, repairedMof(ns, node.mustFindChild(INSTANCE_MOF).takeText()), target);
+    String mof = StateReading::repairedMof(ns, node.mustFindChild(INSTANCE_MOF).takeText());
+    log().debug("Restoring product instances.  MOF:\n%1", mof);
+    writeNamespaceContent(ns, std::move(mof), target);
 }
 
 void restoreProductInstances(const XMLNode& node, const RestoreTarget& target) {
@@ -171,7 +123,7 @@ void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
     }
     tell(Format("Restoring product registration for %1", name));
 
-    const StringArray users = restoreAllowedUsers(findChildByName(node, ALLOWED_USERS));
+    const StringArray users = StateReading::allowedUsers(findChildByName(node, ALLOWED_USERS));
     registerProduct(target.handle, name, users, target.prefix, Permanence::WITH_THE_COPY);
     restoreIfPresent(node, CONFIG_FILE, "No config file node attached...",
                      [&](const XMLNode& child) {
@@ -194,12 +146,15 @@ void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
 
 void restoreStateDump(const XMLNode& root, const RestoreTarget& target) {
     checkNodeName(root, SAVED_PRODUCT_STATE, "Invalid product state root node: ");
-    tell(Format("Restoring product registration from KOV version %1", childText(root, VERSION)));
+    tell(Format("Restoring product registration from KOV version %1",
+                StateReading::childText(root, VERSION)));
     const XMLNode products = root.mustFindChild(SAVED_PRODUCTS);
     if (products.getChildren().empty()) {
         tell("Nothing to do.  No products exist in the saved state.");
         return;
     }
+    // Nothing has changed yet: files of products that were registered before would stay behind.
+    StateNames::checkSavedNames(products);
     for (const XMLNode& product : products.getChildren()) {
         restoreProductDump(product, target);
     }

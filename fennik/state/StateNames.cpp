@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/StateNames.hpp"
+
+#include "blocxx/Format.hpp"
+#include "fennik/product/ProductPaths.hpp"
+#include "fennik/state/StateFormat.hpp"
+#include "fennik/undo/FennikException.hpp"
+
+namespace KOVNS2::StateNames {
+
+using namespace StateFormat;
+using blocxx::Format;
+
+namespace {
+
+/// That of a product that cannot be registered.
+constexpr int UNUSABLE_NAME = 12;
+
+String spaceFault(const String& name) {
+    if (trimmed(name) == name) {
+        return {};
+    }
+    return String(withoutLeadingSpace(name) == name ? "ends" : "begins") + " with white space";
+}
+
+/// The name in a saved state without the white space that lays the file out.
+String laidOut(const String& text) {
+    const String name = trimmed(text);
+    const size_t begin = text.find(name);
+    const auto isLayout = [](const String& space) { return space.find('\n') != String::npos; };
+    const String before = text.substr(0, begin);
+    const String after = text.substr(begin + name.size());
+    return (isLayout(before) ? String() : before) + name + (isLayout(after) ? String() : after);
+}
+
+void refuse(const String& productName, const String& fault) {
+    if (!fault.empty()) {
+        BLOCXX_THROW_ERR(
+            FennikException,
+            Format("The product \"%1\" of the saved state cannot be restored: %2. "
+                   "Correct the name in the state file, or take the product out of it.",
+                   productName, fault),
+            UNUSABLE_NAME);
+    }
+}
+
+void checkUsers(const XMLNode& list, const char* entryName, const String& productName) {
+    for (const XMLNode& entry : list ? list.getChildren() : Array<XMLNode>()) {
+        const XMLNode user = entry.getName() == entryName ? entry : entry.findChild(entryName);
+        if (user) {
+            refuse(productName, userFault(laidOut(user.getText())));
+        }
+    }
+}
+
+void checkProduct(const XMLNode& product) {
+    const XMLNode nameNode = product.findChild(NAME);
+    if (!nameNode) {
+        return;
+    }
+    const String name = laidOut(nameNode.getText());
+    refuse(name, productFault(name));
+    checkUsers(product.findChild(ALLOWED_USERS), USER_NAME, name);
+    if (const XMLNode registration = product.findChild(NAMESPACE_REGISTRATION)) {
+        for (const XMLNode& ns : registration.getChildren()) {
+            checkUsers(ns, USER_NAME, name);
+        }
+    }
+}
+
+}  // namespace
+
+String productFault(const String& name) {
+    if (const String fault = spaceFault(name); !fault.empty()) {
+        return "its name " + fault;
+    }
+    // Its snippet would be the allowed users file of another product.
+    return ProductPaths::canNameFile(name) && !ProductPaths::canNameSnippet(name)
+               ? String("its name ends in \".allowed_users\"")
+               : String();
+}
+
+String userFault(const String& name) {
+    const String fault = spaceFault(name);
+    return fault.empty() ? fault : String(Format("its user \"%1\" %2", name, fault));
+}
+
+String namespaceFault(const String& name) {
+    const String fault = spaceFault(name);
+    return fault.empty() ? fault : String(Format("its namespace \"%1\" %2", name, fault));
+}
+
+void checkSavedNames(const XMLNode& products) {
+    for (const XMLNode& product : products.getChildren()) {
+        checkProduct(product);
+    }
+}
+
+}  // namespace KOVNS2::StateNames
