@@ -11,6 +11,7 @@
 #include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceCleanupActions.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
+#include "fennik/undo/NameRules.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {
@@ -149,6 +150,8 @@ void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
                 Quoted{namespaces});
     CheckNSBeginWithProd(namespaces, productName, 6);
     Registration registration(handle, productName, prefix, undo);
+    NameRules::checkUsers(userNames);
+    NameRules::checkUsers(readOnlyUserNames);
     NamespaceClashes::checkUsers(userNames, readOnlyUserNames);
     NamespaceClashes::checkNamespaces(*handle, namespaces);
     NamespaceClashes::checkInstances(*handle, productName, userNames, readOnlyUserNames,

@@ -14,6 +14,7 @@
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/FileUtils.hpp"
+#include "fennik/undo/NameRules.hpp"
 #include "fennik/undo/TempFile.hpp"
 #include "fennik/undo/UnitLog.hpp"
 
@@ -132,9 +133,20 @@ void writeAndClose(blocxx::File& file, const String& tempPath, const String& con
     }
 }
 
-void renameIntoPlace(const String& productName, const String& tempPath, const String& path) {
-    errno = EINVAL;
-    if (!ProductPaths::canNameSnippet(productName) || !FileSystem::renameFile(tempPath, path)) {
+void checkName(const String& productName, const String& path) {
+    const String problem = ProductPaths::problemOfSnippet(productName);
+    if (!problem.empty()) {
+        const NameException reason(
+            __FILE__, __LINE__,
+            blocxx::Format("the product name \"%1\" %2", productName, problem).c_str());
+        const String message =
+            blocxx::ExceptionDetail::FormatMsg("Unable to create the file " + path, EINVAL);
+        throw FennikException(__FILE__, __LINE__, message.c_str(), 16, &reason);
+    }
+}
+
+void renameIntoPlace(const String& tempPath, const String& path) {
+    if (!FileSystem::renameFile(tempPath, path)) {
         CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errno);
     }
 }
@@ -156,9 +168,10 @@ void setConfigFileFromString(const String& productName, const String& content,
     const String path = ProductPaths::configSnippet(productName, prefix);
     log().debug("Setting config file \"%1\" with contents:\n%2", path, content);
     blocxx::Interruption::check();
+    checkName(productName, path);
     auto [file, tempPath] = createTempFile(ProductPaths::configDirectory(prefix));
     writeAndClose(file, tempPath, content);
-    renameIntoPlace(productName, tempPath, path);
+    renameIntoPlace(tempPath, path);
     log().debug("Successfully created config file \"%1\"", path);
 }
 

@@ -13,6 +13,7 @@
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/NameRules.hpp"
 #include "fennik/undo/UnitLog.hpp"
 
 namespace KOVNS2 {
@@ -66,12 +67,23 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
     throw FennikException(__FILE__, __LINE__, Format(message, path).c_str(), errorCode, &reason);
 }
 
-blocxx::File createAllowedUsersFile(const String& productName, const String& path) {
-    blocxx::File file;
-    errno = EINVAL;
-    if (ProductPaths::canNameFile(productName)) {
-        file = blocxx::FileSystem::createFile(path);
+/// Before the first change: a name that the allowed users file, its name or a saved state cannot
+/// hold is a file that cannot be created.
+void checkNames(const String& productName, const StringArray& userNames, const String& prefix) {
+    try {
+        if (const String problem = ProductPaths::problemOfProduct(productName); !problem.empty()) {
+            BLOCXX_THROW(NameException, Format("the product name \"%1\" %2", productName, problem));
+        }
+        NameRules::checkUsers(userNames);
+    } catch (const NameException& e) {
+        const String path = ProductPaths::allowedUsersFile(productName, prefix);
+        throw FennikException(__FILE__, __LINE__, Format("Failed to create %1", path).c_str(), 12,
+                              &e);
     }
+}
+
+blocxx::File createAllowedUsersFile(const String& path) {
+    blocxx::File file = blocxx::FileSystem::createFile(path);
     if (!file) {
         throwFileFailure("Failed to create %1", path, 12);
     }
@@ -103,7 +115,7 @@ void writeAllowedUsersFile(const String& productName, const StringArray& userNam
                            const String& prefix, CleanupActions_t& undo) {
     const String path = ProductPaths::allowedUsersFile(productName, prefix);
     log().debug("Creating allowed users file: \"%1\"", path);
-    blocxx::File file = createAllowedUsersFile(productName, path);
+    blocxx::File file = createAllowedUsersFile(path);
     undo.push_back(boost::bind(&closeAndDeleteAllowedUsersFile, file, path));
     writeAndClose(file, path, allowedUsersLine(userNames));
 }
@@ -130,6 +142,7 @@ private:
 void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
                      const StringArray& userNames, const String& prefix, Permanence permanence) {
     log().debug("Registering product \"%1\"", productName);
+    checkNames(productName, userNames, prefix);
     const OpenWBEM::CIMInstance product = newProduct(*handle, productName, userNames);
     CleanupActions_t undo;
     undoOnFailure(undo, [&] {

@@ -13,7 +13,8 @@ using blocxx::StringArray;
 /// Whether a change is made permanent at once, or with everything else on a working copy.
 enum class Permanence { AT_ONCE, WITH_THE_COPY };
 
-/// Registers a product. When it throws, nothing has changed: what it did is undone here.
+/// Registers a product. When it throws, nothing has changed: what it did is undone here. Names that
+/// cannot be used are refused before the first change.
 void registerProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                      const StringArray& userNames, const String& prefix,
                      Permanence permanence = Permanence::AT_ONCE);

@@ -17,6 +17,11 @@ String allowedUsersFile(const String& productName, const String& prefix);
 /// The product's configuration snippet.
 String configSnippet(const String& productName, const String& prefix);
 
+/// What is wrong with the name of a product that is to be registered, or whose snippet is to be
+/// set, as the end of a sentence: "has a slash in it". Empty when nothing is.
+String problemOfProduct(const String& productName);
+String problemOfSnippet(const String& productName);
+
 /// Whether the product's files lie in the drop-in directory. A name that is no single path
 /// component has paths, for messages, but no files: nothing may be opened at them.
 bool canNameFile(const String& productName);

@@ -305,10 +305,20 @@ class FailingSetting(Story):
         self.assertEqual(read(self.snippet), b"old")
 
     def test_name_that_is_no_file_name(self):
-        for name in ("", ".", "..", "../x", "a/b"):
+        for name, problem in (
+            ("", "is empty"),
+            (".", "stands for a directory"),
+            ("..", "stands for a directory"),
+            ("../x", "has a slash in it"),
+            ("a/b", "has a slash in it"),
+            ("x" * 300, "is longer than 250 bytes"),
+            ("sample.allowed_users",
+             'ends in ".allowed_users", which is for the files of allowed users'),
+        ):
             with self.subTest(name=name):
+                result = self.fennik("--set-owcimomd-config", "-", "--name", name, stdin="new")
                 self.assert_failure(
-                    self.fennik("--set-owcimomd-config", "-", "--name", name, stdin="new"), 16,
-                    f"Unable to create the file {self.tree.configs}/{name}.conf: "
+                    result, 16, f"Unable to create the file {self.tree.configs}/{name}.conf: "
                     "22(Invalid argument)",
                 )
+                self.assertIn(f'the product name "{name}" {problem}>\n', result.err)

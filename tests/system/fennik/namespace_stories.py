@@ -172,6 +172,12 @@ class FailingNamespaces(NamespaceStory):
                     "name each user once, with --username or with --ro-username\n")
                 self.assertNotIn(UNDO_HEAD, result.err)
 
+    def test_user_name_that_cannot_be_used(self):
+        for details in ({"users": ("bob ",)}, {"readers": (" bob",)}, {"users": ("",)}):
+            with self.subTest(**details):
+                result = self.register_namespaces("sample", **details)
+                self.assert_other_failure(result, 'NameException: the user name "')
+
     def test_name_that_is_no_namespace_name(self):
         for name in ("sample/", "sample//x", "sample:x", "sample x", "sample/\u00e9\n"):
             with self.subTest(name=name):

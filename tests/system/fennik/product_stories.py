@@ -104,18 +104,43 @@ class FailingRegistration(Story):
             self.fennik(*self.REGISTER), 12, f"Failed to create {self.users_file}"
         )
 
-    def test_name_that_is_no_file_name(self):
-        for name in ("", ".", "..", "../../x", "a/b", "/etc/passwd"):
+    def test_product_name_that_cannot_be_used(self):
+        for name, problem in (
+            ("", "is empty"),
+            (".", "stands for a directory"),
+            ("..", "stands for a directory"),
+            ("../../x", "has a slash in it"),
+            ("a/b", "has a slash in it"),
+            ("/etc/passwd", "has a slash in it"),
+            ("x" * 300, "is longer than 236 bytes"),
+            ("sam.allowed_users",
+             'ends in ".allowed_users", which is for the files of allowed users'),
+            ("p ", "begins or ends with white space"),
+            (" p", "begins or ends with white space"),
+            ("p\u0001q", "has a control character in it"),
+        ):
             with self.subTest(name=name):
                 result = self.fennik("--register", "--name", name, "--username", "u")
                 path = f"{self.tree.configs}/{name}.allowed_users.conf"
-                self.assert_failure(result, 12, f"Failed to create {path}")
+                self.assertEqual(self.tree.state(), self.before)
+                self.assertEqual((result.status, result.out), (12, ""))
+                if problem != "has a control character in it":
+                    self.assert_failure(result, 12, f"Failed to create {path}")
+                    self.assertIn(f'the product name "{name}" {problem}>\n', result.err)
+                self.assertIn(problem, result.err)
 
-    def test_name_too_long_for_a_file(self):
-        name = "x" * 300
-        result = self.fennik("--register", "--name", name, "--username", "u")
-        path = f"{self.tree.configs}/{name}.allowed_users.conf"
-        self.assert_failure(result, 12, f"Failed to create {path}")
+    def test_user_name_that_cannot_be_used(self):
+        for name, problem in (
+            ("", "is empty"),
+            ("alice ", "begins or ends with white space"),
+            (" alice", "begins or ends with white space"),
+            ("alice\nowcimomd.log_level = debug", "has a control character in it"),
+        ):
+            with self.subTest(name=name):
+                result = self.fennik(
+                    "--register", "--name", "sample", "--username", "u", "--username", name)
+                self.assert_failure(result, 12, f"Failed to create {self.users_file}")
+                self.assertIn(f'the user name "{name}" {problem}>\n', result.err)
 
     def test_name_that_is_not_utf8(self):
         result = self.fennik("--register", "--name", b"\xff\xfe", "--username", "u")

@@ -8,7 +8,7 @@ from harness import Result, read, run, write
 from machine import FENNIK, PLAY
 from providers import USER
 from saved_state import (
-    DUMP, STATE_FILE, StateStory, live_provider, own_file, snippet, start_file,
+    DUMP, OWMOFC, STATE_FILE, StateStory, live_provider, own_file, snippet, start_file,
 )
 
 FULL = PLAY + "/full"
@@ -27,6 +27,11 @@ class Saving(StateStory):
         write(STATE_FILE, b"earlier")
         self.assert_refused(message)
         self.assertEqual(read(STATE_FILE), b"earlier")
+
+    def record(self, name, user):
+        """Records a product with names that registering refuses, as any other client can."""
+        text = f'instance of KOV_Product {{ Name = "{name}"; Usernames = {{ "{user}" }}; }};'
+        self.assertEqual(run([OWMOFC, "-n", "kov", "-"], text).status, 0)
 
     def test_nothing(self):
         content, out = self.save()
@@ -122,7 +127,7 @@ class Saving(StateStory):
             write(path, kept)
 
     def test_names_with_what_xml_cannot_hold(self):
-        self.register("sample", "a\x01l")
+        self.record("sample", "a\\x0001l")
         self.assert_refused_before(
             'The state of product "sample" cannot be saved: XML cannot hold the element '
             "Product/AllowedUsers[1]/UserName[1]: its text has the control character U+0001")

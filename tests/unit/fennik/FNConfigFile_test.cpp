@@ -26,6 +26,22 @@ protected:
             std::distance(fs::directory_iterator(m_configs), fs::directory_iterator()));
     }
 
+    /// Setting the snippet fails before anything was made; the cause tells what is wrong.
+    void expectNameRefused(const String& name, const String& problem) {
+        try {
+            setConfigFileFromString(name, "x", prefix());
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const FennikException& e) {
+            EXPECT_EQ(e.getErrorCode(), 16);
+            EXPECT_EQ(e.getMessage(), "Unable to create the file " + m_configs.string() + "/" +
+                                          name + ".conf: 22(Invalid argument)");
+            ASSERT_NE(e.getOtherException(), nullptr);
+            EXPECT_EQ(e.getOtherException()->getMessage(),
+                      "the product name \"" + name + "\" " + problem);
+        }
+        EXPECT_EQ(filesInConfigs(), 0U);
+    }
+
     TemporaryDirectory m_directory;
     const fs::path m_configs = m_directory.path() / "etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
     CapturedLog m_log;
@@ -146,14 +162,24 @@ TEST_F(ConfigFile, MissingDirectoryIsAFailureOfTheTemporaryFile) {
     }
 }
 
+TEST_F(ConfigFile, NameTooLongForAFileIsRefused) {
+    expectNameRefused(String(251, 'x'), "is longer than 250 bytes");
+    setConfigFileFromString(String(250, 'x'), "x", prefix());
+    EXPECT_EQ(getConfigFile(String(250, 'x'), prefix()), "x");
+}
+
 TEST_F(ConfigFile, NameThatIsNoFileNameStaysInsideTheDirectory) {
     writeFile(m_configs.parent_path() / "x.conf", "not a snippet");
-    for (const String name : {"", ".", "..", "../x", "a/b"}) {
+    const std::pair<String, String> rows[] = {
+        {"", "is empty"},
+        {".", "stands for a directory"},
+        {"..", "stands for a directory"},
+        {"../x", "has a slash in it"},
+        {"a/b", "has a slash in it"},
+        {"x.allowed_users", "ends in \".allowed_users\", which is for the files of allowed users"}};
+    for (const auto& [name, problem] : rows) {
         SCOPED_TRACE("name \"" + name + "\"");
-        expectFennik(16,
-                     "Unable to create the file " + m_configs.string() + "/" + name +
-                         ".conf: 22(Invalid argument)",
-                     [&] { setConfigFileFromString(name, "x", prefix()); });
+        expectNameRefused(name, problem);
         EXPECT_EQ(getConfigFile(name, prefix()), "");
         CleanupActions_t undo;
         rmConfigFile(name, prefix(), undo);

@@ -128,6 +128,21 @@ TEST_F(NamespaceRegistration, AnyOtherUserTwiceIsRefusedBeforeTheFirstChange) {
     }
 }
 
+TEST_F(NamespaceRegistration, UserNameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
+    OpenRepository repository(m_tree);
+    const auto before = repository.content();
+    for (const String user : {"", " bob", "bob ", "b\nb"}) {
+        SCOPED_TRACE(user);
+        const String message = "the user name \"" + user + "\" ";
+        expectFailure<blocxx::Exception>(-1, message,
+                                         [&] { registerIn(repository, {"sample"}, {user}); });
+        expectFailure<blocxx::Exception>(-1, message,
+                                         [&] { registerIn(repository, {"sample"}, {}, {user}); });
+        EXPECT_TRUE(m_undo.empty());
+    }
+    EXPECT_EQ(repository.content(), before);
+}
+
 TEST_F(NamespaceRegistration, OneBadNameAmongManyChangesNothing) {
     OpenRepository repository(m_tree);
     const auto before = repository.content();

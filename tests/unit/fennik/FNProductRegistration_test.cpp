@@ -119,20 +119,77 @@ TEST_F(ProductRegistration, LinkInPlaceOfTheFileIsNotFollowed) {
     EXPECT_FALSE(fs::exists("/tmp/elsewhere-that-is-not-there"));
 }
 
-TEST_F(ProductRegistration, NameThatIsNoFileNameCreatesNothing) {
-    for (const String name : {"", ".", "..", "a/b", "../x", "/etc/x"}) {
+struct BadName {
+    String name;
+    String problem;
+};
+
+const BadName BAD_NAMES[] = {
+    {"", "is empty"},
+    {" alice", "begins or ends with white space"},
+    {"alice ", "begins or ends with white space"},
+    {"\talice", "begins or ends with white space"},
+    {"alice\n", "begins or ends with white space"},
+    {"alice\nowcimomd.log_level = debug", "has a control character in it"},
+    {"a\x1b!", "has a control character in it"},
+    {"a\x7f!", "has a control character in it"},
+    {"a\xef\xbf\xbf!", "has a code in it that is no character"},
+};
+
+// The message is that of a file that cannot be created; what is wrong with the name is its cause.
+TEST_F(ProductRegistration, NameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
+    Array<BadName> rows{{".", "stands for a directory"},
+                        {"..", "stands for a directory"},
+                        {"a/b", "has a slash in it"},
+                        {"../x", "has a slash in it"},
+                        {"/etc/x", "has a slash in it"},
+                        {String("a\0b", 3), "has a NUL in it"},
+                        {String(237, 'x'), "is longer than 236 bytes"},
+                        {"sample.allowed_users",
+                         "ends in \".allowed_users\", which is for the files of allowed users"}};
+    rows.insert(rows.end(), std::begin(BAD_NAMES), std::end(BAD_NAMES));
+    for (const auto& [name, problem] : rows) {
         SCOPED_TRACE("name \"" + name + "\"");
-        const auto before = m_tree.files();
-        {
-            OpenRepository repository(m_tree);
-            expectFailure(repository, name, 12,
-                          "Failed to create " + m_tree.prefix() +
-                              "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/" + name +
-                              ".allowed_users.conf");
-            EXPECT_TRUE(repository.handle()->enumInstancesA("kov", "KOV_Product").empty());
+        OpenRepository repository(m_tree);
+        repository.faults().failFromCall(1);
+        try {
+            registerProduct(repository.handle(), name, {"alice"}, m_tree.prefix());
+            ADD_FAILURE() << "registered";
+        } catch (const FennikException& e) {
+            EXPECT_EQ(e.getErrorCode(), 12);
+            EXPECT_STREQ(e.getMessage(), ("Failed to create " + m_tree.prefix() +
+                                          "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/" + name +
+                                          ".allowed_users.conf")
+                                             .c_str());
+            EXPECT_STREQ(e.getOtherException()->getMessage(),
+                         ("the product name \"" + name + "\" " + problem).c_str());
         }
-        EXPECT_EQ(m_tree.files(), before);
     }
+    EXPECT_TRUE(products().empty());
+}
+
+TEST_F(ProductRegistration, UserNameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
+    for (const auto& [name, problem] : BAD_NAMES) {
+        SCOPED_TRACE("name \"" + name + "\"");
+        OpenRepository repository(m_tree);
+        repository.faults().failFromCall(1);
+        try {
+            registerProduct(repository.handle(), "sample", {"alice", name}, m_tree.prefix());
+            ADD_FAILURE() << "registered";
+        } catch (const FennikException& e) {
+            EXPECT_EQ(e.getErrorCode(), 12);
+            EXPECT_EQ(e.getMessage(), "Failed to create " + usersFile("sample").string());
+            EXPECT_EQ(e.getOtherException()->getMessage(),
+                      "the user name \"" + name + "\" " + problem);
+        }
+    }
+    EXPECT_FALSE(fs::exists(usersFile("sample")));
+}
+
+TEST_F(ProductRegistration, LongestNameCanBeRegistered) {
+    const String name(236, 'x');
+    registerNow(name, {"alice"});
+    EXPECT_EQ(products(), StringArray{name});
 }
 
 // Each operation on the handle fails in turn, until a registration meets no fault: each time the

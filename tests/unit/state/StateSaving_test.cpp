@@ -248,9 +248,18 @@ TEST_F(StateSaving, FailureOfTheLibraryIsTheCauseOfTheToolsOwn) {
         << thrown;
 }
 
+/// Records a product with names that registering refuses, as any other client can.
+void record(OpenRepository& repository, const String& name, const StringArray& users) {
+    CIMInstance product = repository.handle()->getClass("kov", "KOV_Product").newInstance();
+    product.setProperty("Name", CIMValue(name));
+    product.setProperty("Usernames", CIMValue::array<String>(users));
+    repository.handle()->createInstance("kov", product);
+    repository.handle()->commit();
+}
+
 TEST_F(StateSaving, FailureOfTheToolIsPassedOn) {
     OpenRepository repository(m_tree);
-    registerOne(repository, "sample", {"a\x01"});
+    record(repository, "sample", {"a\x01"});
     expectRefused(repository, 36,
                   "The state of product \"sample\" cannot be saved: XML cannot hold the element "
                   "Product/AllowedUsers[1]/UserName[1]: its text has the control character U+0001 "
@@ -315,7 +324,7 @@ TEST_P(StateSavingUnprintable, UserName) {
     {
         OpenRepository repository(m_tree);
         registerOne(repository, "good", {"alice"});
-        registerOne(repository, "sample", {"alice", String("a") + GetParam().text});
+        record(repository, "sample", {"alice", String("a") + GetParam().text});
     }
     expectNamed("sample", "Product/AllowedUsers[1]/UserName[2]");
 }
@@ -324,7 +333,7 @@ TEST_P(StateSavingUnprintable, ProductName) {
     const String name = String("p") + GetParam().text;
     {
         OpenRepository repository(m_tree);
-        registerOne(repository, name, {"alice"});
+        record(repository, name, {"alice"});
     }
     expectNamed(name, "Product/Name[1]");
 }

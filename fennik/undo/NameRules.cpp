@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/undo/NameRules.hpp"
+
+#include <algorithm>
+
+#include "blocxx/Format.hpp"
+
+namespace KOVNS2::NameRules {
+
+using blocxx::String;
+
+namespace {
+
+/// What restoring takes off both ends of a name.
+constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+/// U+FFFE and U+FFFF, which XML cannot hold.
+bool hasNonCharacter(const String& name) {
+    return name.find("\xEF\xBF\xBE") != String::npos || name.find("\xEF\xBF\xBF") != String::npos;
+}
+
+}  // namespace
+
+String problemOf(const String& name) {
+    if (name.empty()) {
+        return "is empty";
+    }
+    if (WHITE_SPACE.find(name.front()) != std::string_view::npos ||
+        WHITE_SPACE.find(name.back()) != std::string_view::npos) {
+        return "begins or ends with white space";
+    }
+    if (std::ranges::any_of(name, isControl)) {
+        return "has a control character in it";
+    }
+    return hasNonCharacter(name) ? "has a code in it that is no character" : "";
+}
+
+void checkUsers(const blocxx::StringArray& userNames) {
+    for (const String& user : userNames) {
+        if (const String problem = problemOf(user); !problem.empty()) {
+            BLOCXX_THROW(NameException, blocxx::Format("the user name \"%1\" %2", user, problem));
+        }
+    }
+}
+
+}  // namespace KOVNS2::NameRules

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Which names of products and users can be registered: those that a configuration line, a list of
+// one name a line and a saved state hold and give back as they are.
+#pragma once
+
+#include "blocxx/Exception.hpp"
+
+namespace KOVNS2 {
+
+/// A name that cannot be used; the message is what is wrong with it.
+BLOCXX_DECLARE_EXCEPTION(Name)
+
+namespace NameRules {
+
+/// What is wrong with the name, as the end of a sentence: "is empty". Empty when nothing is.
+blocxx::String problemOf(const blocxx::String& name);
+
+/// Throws NameException for the first user name with which something is wrong.
+void checkUsers(const blocxx::StringArray& userNames);
+
+}  // namespace NameRules
+}  // namespace KOVNS2
