@@ -29,6 +29,16 @@ void logCommandLine(const Logger& logger, int argc, const char* const* argv) {
                                     untokenize(blocxx::StringArray(argv, argv + argc), "\" \"")));
 }
 
+/// Words that belong to no option are ignored; a list after an option that takes one value shows
+/// here.
+void logExtraWords(const Logger& logger, const CmdLineParser& parser) {
+    const blocxx::StringArray& words = parser.getNonOptionArgs();
+    if (!words.empty()) {
+        BLOCXX_LOG_DEBUG(logger, blocxx::Format("Ignored words that belong to no option: \"%1\"",
+                                                untokenize(words, "\" \"")));
+    }
+}
+
 /// The first operation in the table's order whose option is set, or null.
 const Operation* chosenOperation(const CmdLineParser& parser) {
     const auto all = operations();
@@ -71,6 +81,7 @@ int runFennik(int argc, const char* const* argv, Logger& logger) {
     logger = Logger("fennik", blocxx::LogAppender::getDefaultLogAppender());
     const blocxx::ScopeLogger scope(logger, "\n\nFennik starting...", "Fennik terminating.\n\n");
     logCommandLine(logger, argc, argv);
+    logExtraWords(logger, parser);
     blocxx::Interruption::check();
     if (parser.isSet(HELP_OPT)) {
         Usage();

@@ -117,6 +117,19 @@ class LogFile(Story):
         self.assertLess(text.rindex("Fennik terminating."), text.rindex("An error has occurred."))
         self.assertIn(result.err.strip(), text)
 
+    def test_names_the_words_that_belong_to_no_option(self):
+        mark = "Ignored words that belong to no option: "
+        self.register()
+        result = self.fennik(
+            "--log-file", self.log, "--name", "sample", "--username", "al",
+            "--register-namespace", "sample/a", "sample/b", "x")
+        self.assert_silent_success(result)
+        self.assertIn(mark + '"sample/b" "x"\n', read(self.log).decode())
+        listed = self.fennik("--list-namespaces", "--name", "sample")
+        self.assertEqual(listed.out, "sample/a\n")
+        self.fennik("--log-file", self.log + "2", "--list-registered-products")
+        self.assertNotIn(mark, read(self.log + "2").decode())
+
     def test_may_be_standard_error_or_a_link(self):
         result = self.fennik("--log-file", "/dev/stderr", "--list-registered-products")
         self.assertEqual((result.status, result.out), (0, ""))
