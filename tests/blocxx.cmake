@@ -5,6 +5,7 @@ kov_unit_test(blocxx_test
     unit/blocxx/Exception_test.cpp
     unit/blocxx/FileSystem_test.cpp
     unit/blocxx/Format_test.cpp
+    unit/blocxx/Interruption_test.cpp
     unit/blocxx/Logger_test.cpp
     unit/blocxx/Process_test.cpp
     unit/blocxx/String_test.cpp

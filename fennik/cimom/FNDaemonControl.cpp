@@ -38,6 +38,8 @@ int runInitScript(const String& command, String& output) {
     BLOCXX_LOG_DEBUG(logger, Format("Runing init script with command \"%1\"", command));
     const String commandLine = KOV_INIT_SCRIPT_DIR "/" KOV_INIT_SCRIPT_NAME " " + command;
     blocxx::Process::Status status;
+    // Half a start or a stop is worse than either.
+    const blocxx::Interruption::Deferred deferred;
     executeUnprivileged(blocxx::tokenize(commandLine), output, "InitScript: ", "", &status,
                         INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment());
     if (!status.terminated()) {

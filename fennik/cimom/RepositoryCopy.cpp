@@ -225,6 +225,7 @@ void RepositoryCopy::Init() {
     // its name, such as a file, is not.
     m_initialised = !isTaken(copy);
     Outcome outcome = execute(command);
+    blocxx::Interruption::check();
     if (outcome.succeeded && !isRealDirectory(copy)) {
         // Changes made through the copy of a link would be changes to the live repository.
         outcome.output = "The copy is no directory: the repository directory is a link.";
@@ -262,6 +263,7 @@ void RepositoryCopy::openCopy() {
 void RepositoryCopy::SwapInNewRepository() {
     const Logger logger("fennik");
     BLOCXX_LOG_DEBUG(logger, "Swapping in new repository.");
+    const blocxx::Interruption::Deferred deferred;
     m_undo.clear();
     m_repository->commit();
     syncTree(m_prefix + COPY);

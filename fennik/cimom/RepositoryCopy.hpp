@@ -30,7 +30,7 @@ public:
     const OpenWBEM::CIMOMHandleIFCRef& GetHandle() const noexcept { return m_handle; }
 
     /// Commits the copy and makes it the live repository. When it throws, the live repository is as
-    /// it was before, to the byte.
+    /// it was before, to the byte. Nothing interrupts it.
     void SwapInNewRepository();
     /// The copy will not be swapped in. It goes as a whole, so undo steps on what is in it have
     /// nothing left to take back: from now on they do nothing and succeed.

@@ -77,6 +77,8 @@ int reportFailure(const blocxx::Logger& logger) noexcept {
 void reportWhatCameTooLate() noexcept {
     try {
         blocxx::Interruption::check();
+    } catch (const blocxx::InterruptedException& e) {
+        writeError(String(e.what()) + " when the operation was complete.\n");
     } catch (const std::exception& e) {
         writeError(String("The operation is complete, but the debug log is not: ") + e.what() +
                    "\n");

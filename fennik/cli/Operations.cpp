@@ -163,19 +163,19 @@ void restoreProductStateOperation(Run& run) {
 }
 
 constexpr Operation OPERATIONS[] = {
-    {REGISTER_OPT, registerProductOperation},
-    {DEREGISTER_OPT, deregisterOperation},
-    {LIST_REGISTERED_PRODUCTS_OPT, listRegisteredProductsOperation},
-    {SET_OWCIMOMD_CONFIG_OPT, setConfigOperation},
-    {REMOVE_OWCIMOMD_CONFIG_OPT, removeConfigOperation},
-    {GET_OWCIMOMD_CONFIG_OPT, getConfigOperation},
-    {REGISTER_PROVIDERS_OPT, registerProvidersOperation},
-    {LIST_PROVIDERS_OPT, listProvidersOperation},
-    {REGISTER_NAMESPACE_OPT, registerNamespaceOperation},
-    {DEREGISTER_NAMESPACE_OPT, deregisterNamespaceOperation},
-    {LIST_NAMESPACES_OPT, listNamespacesOperation},
-    {DUMP_PRODUCT_STATE_OPT, dumpProductStateOperation},
-    {RESTORE_PRODUCT_STATE_OPT, restoreProductStateOperation},
+    {REGISTER_OPT, registerProductOperation, true},
+    {DEREGISTER_OPT, deregisterOperation, true},
+    {LIST_REGISTERED_PRODUCTS_OPT, listRegisteredProductsOperation, false},
+    {SET_OWCIMOMD_CONFIG_OPT, setConfigOperation, true},
+    {REMOVE_OWCIMOMD_CONFIG_OPT, removeConfigOperation, true},
+    {GET_OWCIMOMD_CONFIG_OPT, getConfigOperation, false},
+    {REGISTER_PROVIDERS_OPT, registerProvidersOperation, true},
+    {LIST_PROVIDERS_OPT, listProvidersOperation, false},
+    {REGISTER_NAMESPACE_OPT, registerNamespaceOperation, true},
+    {DEREGISTER_NAMESPACE_OPT, deregisterNamespaceOperation, true},
+    {LIST_NAMESPACES_OPT, listNamespacesOperation, false},
+    {DUMP_PRODUCT_STATE_OPT, dumpProductStateOperation, true},
+    {RESTORE_PRODUCT_STATE_OPT, restoreProductStateOperation, true},
 };
 
 }  // namespace

@@ -24,6 +24,7 @@ struct Run {
 struct Operation {
     OptionId option;
     void (*handler)(Run&);
+    bool isChange;  ///< there may be something to undo
 };
 
 /// In the order in which they are looked for: the first one whose option is set is carried out.

@@ -69,6 +69,10 @@ int runOperation(const CmdLineParser& parser, const Logger& logger) {
         Usage();
         return 1;
     }
+    // Until here, and in an operation that changes nothing, a signal ends the process at once.
+    if (operation->isChange) {
+        blocxx::Interruption::catchSignals();
+    }
     operation->handler(run);
     wrapper->Close();
     return run.startFailed ? 1 : 0;
@@ -104,6 +108,8 @@ int main(int argc, char** argv) {
         KOVNS2::reportWhatCameTooLate();
         return status;
     } catch (...) {
-        return KOVNS2::reportFailure(logger);
+        const int status = KOVNS2::reportFailure(logger);
+        blocxx::Interruption::endBySignal();
+        return status;
     }
 }

@@ -2,6 +2,7 @@
 #include "fennik/undo/StandardStreams.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +14,9 @@
 namespace KOVNS2::StandardStreams {
 
 namespace {
+
+/// Whether the caller wants to hear of a broken pipe by the error alone.
+bool g_pipeSignalIsIgnored = false;
 
 /// Writes everything; false with errno set when that fails.
 bool writeAll(int fd, std::string_view text) noexcept {
@@ -31,7 +35,7 @@ bool writeAll(int fd, std::string_view text) noexcept {
 }  // namespace
 
 void prepare() {
-    std::signal(SIGPIPE, SIG_IGN);
+    g_pipeSignalIsIgnored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
     // Past a limit on file sizes a write fails, and the run is undone, as for a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
@@ -47,7 +51,7 @@ void writeOut(std::string_view text) {
     if (writeAll(STDOUT_FILENO, text)) {
         return;
     }
-    if (errno == EPIPE) {
+    if (errno == EPIPE && !g_pipeSignalIsIgnored) {
         std::signal(SIGPIPE, SIG_DFL);
         std::raise(SIGPIPE);
     }
@@ -55,6 +59,11 @@ void writeOut(std::string_view text) {
 }
 
 void writeProgress(std::string_view text) noexcept {
+    try {
+        blocxx::Interruption::wait(STDOUT_FILENO, POLLOUT);
+    } catch (const std::exception&) {
+        return;  // the next step fails
+    }
     writeAll(STDOUT_FILENO, text);
 }
 

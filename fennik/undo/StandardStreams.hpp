@@ -12,7 +12,8 @@ namespace KOVNS2::StandardStreams {
 void prepare();
 
 /// Writes to standard output as it is. Throws IOException. When the reader has gone, the process
-/// ends quietly by SIGPIPE: only for operations that have nothing to undo.
+/// ends quietly by SIGPIPE, unless its caller had it ignored: only for operations that have nothing
+/// to undo.
 void writeOut(std::string_view text);
 /// Writes to standard output what is of use only while a change is being made. A failure is
 /// ignored: that nobody can read how far the change has come is no reason to stop half way.

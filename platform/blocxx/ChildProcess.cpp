@@ -18,6 +18,7 @@
 
 #include "blocxx/ChildExec.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 
 namespace blocxx {
 
@@ -180,7 +181,7 @@ bool ChildProcess::collectUntil(Clock::time_point deadline, String& output) {
             }
             return true;
         }
-        if (Clock::now() >= deadline) {
+        if (Clock::now() >= deadline || Interruption::isPending()) {
             return false;
         }
         waitForEvent(deadline);
@@ -199,8 +200,9 @@ bool ChildProcess::hasEnded() const {
 
 void ChildProcess::waitForEvent(Clock::time_point deadline) const {
     // poll ignores descriptors that are negative, which closed files have.
-    std::array<pollfd, 2> events{pollfd{m_output.getFileDescriptor(), POLLIN, 0},
-                                 pollfd{m_exitEvent.getFileDescriptor(), POLLIN, 0}};
+    std::array<pollfd, 3> events{pollfd{m_output.getFileDescriptor(), POLLIN, 0},
+                                 pollfd{m_exitEvent.getFileDescriptor(), POLLIN, 0},
+                                 pollfd{Interruption::descriptor(), POLLIN, 0}};
     // Rounded up, so that the last millisecond is not spent asking again and again.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     const auto longest =

@@ -6,14 +6,17 @@
 #include "blocxx/FileSystem.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 
 namespace blocxx::FileSystem {
 
@@ -116,12 +119,15 @@ void checkLength(const File& file, const String& nameForMessages, size_t limit) 
 void appendToEnd(String& contents, File& file, const String& nameForMessages, size_t limit) {
     std::array<char, 65536> buffer;
     ssize_t count = 0;
-    while ((count = file.read(buffer.data(), buffer.size())) > 0) {
-        contents.append(buffer.data(), static_cast<size_t>(count));
+    do {
+        // It may be a pipe or a terminal.
+        Interruption::wait(file.getFileDescriptor(), POLLIN);
+        count = file.read(buffer.data(), buffer.size());
+        contents.append(buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
         if (contents.size() > limit) {
             refuseLength(nameForMessages, limit);
         }
-    }
+    } while (count > 0);
     if (count < 0) {
         BLOCXX_THROW_ERRNO(FileSystemException,
                            Format("Cannot read \"%1\"", nameForMessages).toString());

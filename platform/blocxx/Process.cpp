@@ -13,6 +13,7 @@
 
 #include "blocxx/ChildProcess.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 
 namespace blocxx {
 
@@ -110,9 +111,12 @@ Status run(const Command& command, String& output) {
     if (child.collectUntil(deadline, output)) {
         return Status::fromWaitStatus(child.reap());
     }
+    const bool isLate = Clock::now() >= deadline;
     child.kill();
+    const Interruption::Deferred deferred;
     child.collectUntil(Clock::time_point::max(), output);
-    return Status::timedOut(child.reap());
+    const int waitStatus = child.reap();
+    return isLate ? Status::timedOut(waitStatus) : Status::fromWaitStatus(waitStatus);
 }
 
 }  // namespace Process

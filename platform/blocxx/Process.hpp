@@ -61,9 +61,9 @@ struct Command {
 };
 
 /// Runs the command and collects its standard output and error, together, into `output`. Waits
-/// until the program has ended, not for others that keep the pipe open; at the time limit its whole
-/// process group is killed. Throws ProcessException when it cannot be started (the message names
-/// the program and the reason).
+/// until the program has ended, not for others that keep the pipe open; at the time limit, and when
+/// the run is interrupted (Interruption.hpp), its whole process group is killed. Throws
+/// ProcessException when it cannot be started (the message names the program and the reason).
 Status run(const Command& command, String& output);
 
 }  // namespace Process

@@ -4,6 +4,8 @@
 // associations are in the sources named after them.
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 
+#include <optional>
+
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
 #include "openwbem/client/ClientResults.hpp"
@@ -45,8 +47,23 @@ void ClientCIMOMHandle::commit() {
     blocxx::Interruption::check();
 }
 
+namespace {
+
+bool isChange(Operation operation) {
+    return operation != Operation::GET_CLASS && operation != Operation::GET_INSTANCE &&
+           operation != Operation::GET_QUALIFIER_TYPE;
+}
+
+}  // namespace
+
+// A change whose answer was not waited for could not be undone: nobody would know whether there is
+// one.
 String ClientCIMOMHandle::carryOut(const ClientCall& call) {
     blocxx::Interruption::check();
+    std::optional<blocxx::Interruption::Deferred> deferred;
+    if (isChange(call.operation)) {
+        deferred.emplace();
+    }
     return m_connection->carryOut(call, m_protocol->getTimeout());
 }
 

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "openwbem/client/ClientSocket.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -191,6 +192,10 @@ auto ClientConnection::guarded(Action action) {
         fail(broken.reason);
     } catch (const kj::Exception& e) {
         fail(e.getDescription().cStr());
+    } catch (const blocxx::InterruptedException&) {
+        // The answer may still come: undo steps need a connection of their own.
+        m_session.reset();
+        throw;
     }
 }
 

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -28,6 +29,9 @@ constexpr const char* REMEDY =
 
 /// Most answers come within this time, and going to sleep and being woken takes longer.
 constexpr std::chrono::microseconds SPIN_TIME{100};
+
+/// How long a full queue is waited for until somebody looks whether the run was interrupted.
+constexpr Timeout LOOK_AROUND = Timeout::relative(std::chrono::seconds(1));
 
 [[noreturn]] void failToReach(const String& path, const char* reason) {
     OPENWBEM_THROW_CIM(
@@ -57,15 +61,19 @@ void connectTo(int fd, const String& path, const Timeout& timeout) {
         failToReach(path, "the path is too long for a socket");
     }
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    if (!timeout.isInfinite()) {
-        limitConnecting(fd, timeout);
-    }
+    limitConnecting(fd, timeout.isInfinite() ? LOOK_AROUND : timeout);
+    const auto isToGoOn = [&] {
+        return errno == EINTR ||
+               (errno == EAGAIN && timeout.isInfinite() && !blocxx::Interruption::isPending());
+    };
     int rc = 0;
     do {
         rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    } while (rc != 0 && errno == EINTR);
+    } while (rc != 0 && isToGoOn());
     if (rc != 0) {
-        failToReach(path, errno == EAGAIN ? "it does not answer" : std::strerror(errno));
+        const int error = errno;
+        blocxx::Interruption::check();
+        failToReach(path, error == EAGAIN ? "it does not answer" : std::strerror(error));
     }
 }
 
@@ -84,7 +92,7 @@ ClientSocket::ClientSocket(const String& path, const Timeout& timeout)
 }
 
 void ClientSocket::wait(short events) {
-    pollfd waiting{m_socket.fd(), events, 0};
+    pollfd waiting[]{{m_socket.fd(), events, 0}, {blocxx::Interruption::descriptor(), POLLIN, 0}};
     const auto deadline =
         m_timeout.isInfinite() ? Clock::time_point::max() : Clock::now() + m_timeout.time();
     while (true) {
@@ -94,7 +102,8 @@ void ClientSocket::wait(short events) {
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
             limit = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 86400000));
         }
-        const int rc = ::poll(&waiting, 1, limit);
+        const int rc = ::poll(waiting, 2, limit);
+        blocxx::Interruption::check();
         if (rc > 0) {
             return;
         }

@@ -2,6 +2,7 @@
 #include "openwbem/mof/Compilation.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "openwbem/mof/Literals.hpp"
 #include "openwbem/mof/Parser.hpp"
 
@@ -60,6 +61,7 @@ void Compilation::push(Source source) {
 }
 
 void Compilation::enter(const Declaration& declaration) {
+    blocxx::Interruption::check();
     if (declaration.kind == Declaration::PRAGMA) {
         obey(declaration);
         NodeArena::release(declaration);
@@ -212,6 +214,7 @@ NamespaceContent Compilation::buildNamespace(Namespace& ns) {
         places.qualifierTypes.push_back(declaration->name.data);
     }
     for (ClassEntry* entry : ns.scope.classes()) {
+        blocxx::Interruption::check();
         ns.classes.require(*entry);
     }
     content.classes.reserve(ns.classes.built().size());

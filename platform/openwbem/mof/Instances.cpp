@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/mof/Compilation.hpp"
@@ -139,6 +140,7 @@ void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
     content.places.instances.reserve(ns.scope.instances().size());
     InstancePaths paths(content);
     for (const Declaration* declaration : ns.scope.instances()) {
+        blocxx::Interruption::check();
         content.instances.push_back(buildInstance(ns, *declaration, false));
         content.places.instances.push_back(declaration->name.data);
         paths.addLast(declaration->name.data);

@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "blocxx/Interruption.hpp"
 #include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
 
@@ -46,7 +47,10 @@ public:
         m_spare = value.first;
         return {m_null, Initializer::SCALAR};
     }
-    void add(Declaration* declaration) noexcept { m_declarations.append(declaration); }
+    void add(Declaration* declaration) {
+        blocxx::Interruption::check();
+        m_declarations.append(declaration);
+    }
     const List<Declaration>& declarations() const noexcept { return m_declarations; }
     SourceText& source() const noexcept { return m_source; }
 

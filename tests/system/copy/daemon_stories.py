@@ -5,32 +5,12 @@ import os
 import signal
 
 from harness import describe, run
-from machine import BACKUP, COPY, DATA, DEREGISTER, FENNIK, KEPT, LIVE, SCRIPT, MachineStory
+from machine import DATA, DEREGISTER, FENNIK, LIVE, SCRIPT, DaemonStory
 
-REAL_SCRIPT = SCRIPT + ".real"
 REGISTER = (FENNIK, "--register-namespace", "sample/a", "--name", "sample", "--username", "al")
 
 
-class RealDaemon(MachineStory):
-    def setUp(self):
-        if not os.path.exists(REAL_SCRIPT):
-            self.skipTest("the daemon is not installed")
-        super().setUp()
-        os.rename(REAL_SCRIPT, SCRIPT)
-        started = run([SCRIPT, "start"])
-        self.assertEqual(started.status, 0, started.err)
-        self.addCleanup(run, [SCRIPT, "stop"])
-
-    def namespaces(self):
-        self.assertEqual(run([SCRIPT, "status"]).status, 0)
-        result = run([FENNIK, "--list-namespaces", "--name", "sample"])
-        self.assertEqual((result.status, result.err), (0, ""))
-        return result.out.splitlines()
-
-    def assert_nothing_left(self):
-        for path in (COPY, BACKUP, KEPT):
-            self.assertFalse(os.path.lexists(path), path)
-
+class RealDaemon(DaemonStory):
     def owners_and_modes(self):
         """Of the repository; what the daemon keeps beside it comes and goes."""
         paths = (DATA, LIVE, LIVE + "/repository.db")

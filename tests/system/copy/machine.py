@@ -15,6 +15,7 @@ from harness import Result, describe, read, run, write
 
 FENNIK = "/opt/tarvo/kov/bin/fennik"
 SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
+REAL_SCRIPT = SCRIPT + ".real"  # while a stand-in is in its place
 DATA = "/var/opt/tarvo/kov/openwbem"
 LIVE = DATA + "/repository"
 COPY = DATA + "/repository-copy_QLkJ235"
@@ -181,3 +182,26 @@ class MachineStory(harness.Story):
         self.assertEqual(text, message)
         if cause is not None:
             self.assertIn(cause, wrapped)
+
+
+class DaemonStory(MachineStory):
+    """A machine with the real daemon and its real init script; the daemon runs."""
+
+    def setUp(self):
+        if not os.path.exists(REAL_SCRIPT):
+            self.skipTest("the daemon is not installed")
+        super().setUp()
+        os.rename(REAL_SCRIPT, SCRIPT)
+        started = run([SCRIPT, "start"])
+        self.assertEqual(started.status, 0, started.err)
+        self.addCleanup(run, [SCRIPT, "stop"])
+
+    def namespaces(self):
+        self.assertEqual(run([SCRIPT, "status"]).status, 0)
+        result = run([FENNIK, "--list-namespaces", "--name", "sample"])
+        self.assertEqual((result.status, result.err), (0, ""))
+        return result.out.splitlines()
+
+    def assert_nothing_left(self):
+        for path in (COPY, BACKUP, KEPT):
+            self.assertFalse(os.path.lexists(path), path)

@@ -183,6 +183,19 @@ class StandardOutput(Story):
         os.close(writer)
         self.assertEqual((done.returncode, done.stderr), (-signal.SIGPIPE, b""))
 
+    def test_closed_reader_is_an_error_where_the_signal_is_ignored(self):
+        self.register("sample")
+        reader, writer = os.pipe()
+        os.close(reader)
+        done = subprocess.run(
+            ["sh", "-c", "trap '' PIPE; exec \"$@\"", "sh",
+             *self.tree.command("--list-registered-products")],
+            stdout=writer, stderr=subprocess.PIPE, timeout=60, check=False,
+        )
+        os.close(writer)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn(b"Unable to write to standard output: 32(Broken pipe)", done.stderr)
+
     def test_that_is_closed_gets_into_no_file(self):
         self.register()
         before = self.tree.state()
