@@ -41,7 +41,8 @@ int runInitScript(const String& command, String& output) {
     // Half a start or a stop is worse than either.
     const blocxx::Interruption::Deferred deferred;
     executeUnprivileged(blocxx::tokenize(commandLine), output, "InitScript: ", "", &status,
-                        INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment());
+                        INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment(),
+                        Resources::AS_AT_BOOT);
     if (!status.terminated()) {
         BLOCXX_THROW_ERR(
             FennikException,

@@ -10,7 +10,8 @@ namespace KOVNS2 {
 
 using blocxx::String;
 
-/// Runs the init script with `command`; what it prints goes to `output`. Returns its exit status.
+/// Runs the init script with `command`, as at boot: a daemon that it starts outlives this run and
+/// must not have its caller's limits. What it prints goes to `output`. Returns its exit status.
 int runInitScript(const String& command, String& output);
 /// 0 when the daemon runs, anything else when it does not.
 int cimomStatus();

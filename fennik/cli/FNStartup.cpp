@@ -32,7 +32,7 @@ void validateUserContext() {
     }
 }
 
-// The hard limit is lowered to the floor, too: what the tool starts gets no more than the tool.
+// The hard limit is lowered to the floor, too: cp and rm get no more than the tool.
 void CheckUlimit() {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {

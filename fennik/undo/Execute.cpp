@@ -44,10 +44,12 @@ std::optional<Process::Identity> unprivilegedIdentity() {
 }
 
 Process::Status run(const StringArray& argv, String& output, const String& input, int timeLimit,
-                    const StringArray& environment) {
+                    const StringArray& environment, Resources resources) {
     try {
         const std::chrono::seconds limit{std::max(timeLimit, 0)};
-        return Process::run({argv, environment, input, unprivilegedIdentity(), limit}, output);
+        return Process::run({argv, environment, input, unprivilegedIdentity(), limit,
+                             resources == Resources::AS_AT_BOOT},
+                            output);
     } catch (const blocxx::ProcessException& e) {
         output = e.getMessage();
         return {};
@@ -58,10 +60,10 @@ Process::Status run(const StringArray& argv, String& output, const String& input
 
 void executeUnprivileged(const StringArray& argv, String& output, const String& label,
                          const String& input, Process::Status* status, int timeLimit,
-                         const StringArray& environment) {
+                         const StringArray& environment, Resources resources) {
     const blocxx::Logger logger("fennik");
     BLOCXX_LOG_DEBUG(logger, Format("%1Running \"%2\"", label, untokenize(argv, "\" \"")));
-    const Process::Status result = run(argv, output, input, timeLimit, environment);
+    const Process::Status result = run(argv, output, input, timeLimit, environment, resources);
     BLOCXX_LOG_DEBUG(logger, Format("%1%2, output: %3", label, result.toString(), output));
     if (status != nullptr) {
         *status = result;

@@ -14,6 +14,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "blocxx/BootSurroundings.hpp"
+
 namespace blocxx {
 
 namespace {
@@ -99,6 +101,9 @@ void becomeProgram(const ChildPlan& plan) noexcept {
     resetSignals();
     if (!arrangeDescriptors(plan)) {
         fail("arranging the descriptors", plan.errorPipe);
+    }
+    if (plan.asAtBoot && geteuid() == 0) {
+        takeBootSurroundings();
     }
     if (plan.identity && !assume(*plan.identity)) {
         fail("changing to the account", ERROR_PIPE);

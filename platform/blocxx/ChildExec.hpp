@@ -20,6 +20,7 @@ struct ChildPlan {
     char* const* argv;
     char* const* environment;
     std::optional<Process::Identity> identity;
+    bool asAtBoot;
     int input;      ///< becomes standard input
     int output;     ///< becomes standard output and error
     int errorPipe;  ///< takes a ChildFailure; closed by a successful exec

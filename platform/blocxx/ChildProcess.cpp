@@ -121,9 +121,13 @@ void ChildProcess::start(const Process::Command& command, int input, int output)
     const Array<char*> argv = pointersTo(command.argv);
     const Array<char*> environment = pointersTo(command.environment);
     Pipe errors;
-    const ChildPlan plan{argv.data(),      environment.data(),
-                         command.identity, input,
-                         output,           errors.writeSide.getFileDescriptor()};
+    const ChildPlan plan{argv.data(),
+                         environment.data(),
+                         command.identity,
+                         command.asAtBoot,
+                         input,
+                         output,
+                         errors.writeSide.getFileDescriptor()};
     {
         const AllSignalsBlocked blocked;
         m_pid = ::fork();

@@ -58,6 +58,9 @@ struct Command {
     String input;                       ///< fed to standard input
     std::optional<Identity> identity;   ///< none: the caller's own
     std::chrono::seconds timeLimit{0};  ///< none when it is not positive
+    /// With the limits and the priority of a service that is started at boot, not the caller's.
+    /// Only root may give these; for others it changes nothing.
+    bool asAtBoot = false;
 };
 
 /// Runs the command and collects its standard output and error, together, into `output`. Waits
