@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/cli/FNStartup.hpp"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/StandardStreams.hpp"
 
 namespace KOVNS2 {
 
@@ -47,6 +53,65 @@ void CheckUlimit() {
     }
 }
 
+namespace {
+
+/// The number of the process that holds the lock, or "". A lock of an open file is nobody's, so the
+/// file says whose it is; a record lock is that of a process.
+String lockHolder() {
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    const int fd = g_lockFile.getFileDescriptor();
+    if (::fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK && lock.l_pid > 0) {
+        return std::to_string(lock.l_pid);
+    }
+    std::array<char, 16> text{};
+    const ssize_t count = ::pread(fd, text.data(), text.size(), 0);
+    const String number(text.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    return number.substr(0, number.find_first_not_of("0123456789"));
+}
+
+void noteLockHolder() {
+    const String number = std::to_string(::getpid()) + "\n";
+    const int fd = g_lockFile.getFileDescriptor();
+    // Without it, those who wait are not told for whom: no reason to fail.
+    if (::ftruncate(fd, 0) == 0) {
+        static_cast<void>(!::pwrite(fd, number.data(), number.size(), 0));
+    }
+}
+
+void tellWhatIsWaitedFor(const String& path) {
+    const String holder = lockHolder();
+    const String who = holder.empty() ? "another process" : "process " + holder;
+    StandardStreams::writeError("Waiting for " + who + ", which holds the lock \"" + path +
+                                "\".\n");
+}
+
+/// 0, or -1 with errno set.
+int waitForLock(const String& path) {
+    constexpr std::chrono::milliseconds INTERVAL{20};
+    constexpr int PATIENCE = 100;
+    if (::isatty(STDERR_FILENO) == 1) {
+        for (int i = 0; i < PATIENCE; ++i) {
+            std::this_thread::sleep_for(INTERVAL);
+            if (g_lockFile.getOwnLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) == 0) {
+                return 0;
+            }
+        }
+        tellWhatIsWaitedFor(path);
+    }
+    return g_lockFile.getOwnLock(blocxx::File::E_WRITE_LOCK);
+}
+
+/// 0, or -1 with errno set.
+int lock(const String& path) {
+    if (g_lockFile.getOwnLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) == 0) {
+        return 0;
+    }
+    return errno == EAGAIN || errno == EACCES ? waitForLock(path) : -1;
+}
+
+}  // namespace
+
 void acquireLock(const String& prefix) {
     const String path = prefix + "/var/opt/tarvo/kov/fennik.lock";
     g_lockFile = blocxx::FileSystem::openOrCreateFile(path);
@@ -55,11 +120,12 @@ void acquireLock(const String& prefix) {
         BLOCXX_THROW_ERR(FennikException,
                          Format("Failed to open lock file %1: %2", path, std::strerror(errnum)), 9);
     }
-    if (g_lockFile.getLock(blocxx::File::E_WRITE_LOCK) != 0) {
+    if (lock(path) != 0) {
         const int errnum = errno;
         BLOCXX_THROW_ERR(FennikException,
                          Format("Failed to lock lockfile: %1", std::strerror(errnum)), 10);
     }
+    noteLockHolder();
 }
 
 }  // namespace KOVNS2

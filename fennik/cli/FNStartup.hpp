@@ -15,9 +15,8 @@ void SetupLogging(const blocxx::CmdLineParser& parser);
 void validateUserContext();
 /// Makes sure that at least 256 files may be open.
 void CheckUlimit();
-/// Takes the lock below `prefix` and holds it until the process ends; waits while another run has
-/// it. No other descriptor of the lock file may be closed in this process: that would drop the
-/// lock.
+/// Takes the lock below `prefix` and holds it until the process ends; the lock file then holds this
+/// process's number. Waits while another run has it; a caller at a terminal is told so.
 void acquireLock(const blocxx::String& prefix);
 
 }  // namespace KOVNS2

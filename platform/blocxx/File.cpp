@@ -79,12 +79,23 @@ int File::close() {
     return m_descriptor->close();
 }
 
-int File::getLock(ELockType type, EWaitFlag wait) {
+namespace {
+
+int setLock(int fd, int command, File::ELockType type) {
     struct flock lock = {};  // start 0 and length 0: the whole file, however it grows
-    lock.l_type = type == E_READ_LOCK ? F_RDLCK : F_WRLCK;
+    lock.l_type = type == File::E_READ_LOCK ? F_RDLCK : F_WRLCK;
     lock.l_whence = SEEK_SET;
-    const int command = wait == E_WAIT ? F_SETLKW : F_SETLK;
-    return restarted([&] { return ::fcntl(getFileDescriptor(), command, &lock); });
+    return restarted([&] { return ::fcntl(fd, command, &lock); });
+}
+
+}  // namespace
+
+int File::getLock(ELockType type, EWaitFlag wait) {
+    return setLock(getFileDescriptor(), wait == E_WAIT ? F_SETLKW : F_SETLK, type);
+}
+
+int File::getOwnLock(ELockType type, EWaitFlag wait) {
+    return setLock(getFileDescriptor(), wait == E_WAIT ? F_OFD_SETLKW : F_OFD_SETLK, type);
 }
 
 }  // namespace blocxx

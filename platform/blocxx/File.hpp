@@ -39,6 +39,9 @@ public:
     /// A POSIX record lock on the whole file: it goes when any descriptor of the file is closed in
     /// this process. 0, or -1 with errno set.
     int getLock(ELockType type, EWaitFlag wait = E_WAIT);
+    /// The same as a lock of the open file description: it goes with the last copy of this file,
+    /// whatever else is opened and closed. It keeps record locks out, and they keep it out.
+    int getOwnLock(ELockType type, EWaitFlag wait = E_WAIT);
 
 private:
     class Descriptor;

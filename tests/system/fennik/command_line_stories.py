@@ -5,7 +5,7 @@ import os
 import signal
 import subprocess
 
-from harness import FENNIK, Result, Story, run, usage
+from harness import FENNIK, Result, Story, read, run, usage
 
 USAGE_TAIL = """\
 Option Dependencies:
@@ -203,4 +203,4 @@ class StandardOutput(Story):
         result = run(command + self.tree.command("--list-registered-products"))
         self.assertEqual(result.status, 1)
         self.assertEqual(self.tree.state(), before)
-        self.assertEqual(os.path.getsize(self.tree.lock_file), 0)
+        self.assertRegex(read(self.tree.lock_file), rb"\A\d+\n\Z")

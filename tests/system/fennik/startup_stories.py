@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """What has to hold before an operation: the lock, the log. Root and limits are in live_stories."""
 
+import contextlib
 import fcntl
 import os
+import pty
 import stat
 import subprocess
 import time
@@ -16,10 +18,11 @@ class Lock(Story):
         self.assert_silent_success(run(command))
         self.assertEqual(os.stat(self.tree.lock_file).st_uid, os.geteuid() or NOBODY)
 
-    def test_file_is_private_and_empty(self):
-        self.assert_silent_success(self.fennik("--list-registered-products"))
-        info = os.stat(self.tree.lock_file)
-        self.assertEqual((stat.S_IMODE(info.st_mode), info.st_size), (0o600, 0))
+    def test_file_is_private_and_names_its_last_holder(self):
+        run = subprocess.Popen(self.tree.command("--list-registered-products"))
+        self.assertEqual(run.wait(timeout=60), 0)
+        self.assertEqual(stat.S_IMODE(os.stat(self.tree.lock_file).st_mode), 0o600)
+        self.assertEqual(read(self.tree.lock_file), f"{run.pid}\n".encode())
 
     def test_missing_directory_is_named_with_the_reason(self):
         result = self.fennik("--kov-build-system-dest-dir", "/nonexistent", "--version")
@@ -69,6 +72,70 @@ class Lock(Story):
             fcntl.lockf(held, fcntl.LOCK_UN)
             self.assertEqual(second.communicate(timeout=60), (b"", b""))
         self.assertEqual(second.returncode, 0)
+
+    def test_stays_when_the_file_is_read_as_an_input(self):
+        self.need_strace()
+        source = self.tree.lock_file.removeprefix(self.tree.prefix)
+        run = subprocess.Popen(
+            ["strace", "-f", "-qq", "-o", "/dev/null", "-e", "inject=rename:delay_enter=3000000",
+             *self.tree.command("--set-owcimomd-config", source, "--name", "sample")],
+            env=dict(os.environ, ASAN_OPTIONS="detect_leaks=0"),
+        )
+        configs = os.listdir(self.tree.configs)
+        deadline = time.monotonic() + 60
+        while os.listdir(self.tree.configs) == configs:  # the temporary file comes after the reading
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.01)
+        with open(self.tree.lock_file, "r+b") as file:
+            with self.assertRaises(BlockingIOError):
+                fcntl.lockf(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        self.assertEqual(run.wait(timeout=60), 0)
+
+    def wait_at_a_terminal(self, holder):
+        """What a run says at a terminal that `holder` holds up for a while; ends the holder."""
+        ours, theirs = pty.openpty()
+        waiting = subprocess.Popen(self.tree.command("--list-registered-products"), stderr=theirs)
+        os.close(theirs)
+        try:
+            began = time.monotonic()
+            said = os.read(ours, 4096).decode()
+            self.assertGreaterEqual(time.monotonic() - began, 1.5)
+            time.sleep(2.5)
+            self.assertIsNone(waiting.poll())
+            holder()
+            self.assertEqual(waiting.wait(timeout=60), 0)
+            with contextlib.suppress(OSError):  # the end of a terminal
+                said += os.read(ours, 4096).decode()
+        finally:
+            os.close(ours)
+        return said
+
+    def waiting_for(self, pid):
+        return f'Waiting for process {pid}, which holds the lock "{self.tree.lock_file}".\r\n'
+
+    def test_that_is_waited_for_at_a_terminal_is_told_once(self):
+        first = subprocess.Popen(
+            self.tree.command("--set-owcimomd-config", "-", "--name", "sample"),
+            stdin=subprocess.PIPE,
+        )
+        while not os.path.exists(self.tree.lock_file) or not read(self.tree.lock_file):
+            time.sleep(0.01)
+        self.assertEqual(self.wait_at_a_terminal(lambda: first.communicate(timeout=60)),
+                         self.waiting_for(first.pid))
+        with open(self.tree.lock_file, "r+b") as held:
+            fcntl.lockf(held, fcntl.LOCK_EX)
+            self.assertEqual(self.wait_at_a_terminal(lambda: fcntl.lockf(held, fcntl.LOCK_UN)),
+                             self.waiting_for(os.getpid()))
+
+    def test_that_is_waited_for_without_a_terminal_is_not_told(self):
+        with open(self.tree.lock_file, "wb") as held:
+            fcntl.lockf(held, fcntl.LOCK_EX)
+            second = subprocess.Popen(self.tree.command("--list-registered-products"),
+                                      stderr=subprocess.PIPE)
+            time.sleep(3)
+            self.assertIsNone(second.poll(), "did not wait")
+            fcntl.lockf(held, fcntl.LOCK_UN)
+            self.assertEqual(second.communicate(timeout=60)[1], b"")
 
     def test_makes_many_runs_at_once_wait_for_each_other(self):
         runs = [

@@ -173,6 +173,22 @@ TEST_F(Files, AreLockedAgainstOtherProcesses) {
     EXPECT_EQ(tryLock(File::E_WRITE_LOCK), 0);
 }
 
+TEST_F(Files, OwnLockOutlivesOtherDescriptorsAndKeepsRecordLocksOut) {
+    File file = FileSystem::createFile(m_dir / "f");
+    ASSERT_EQ(file.getOwnLock(File::E_WRITE_LOCK), 0);
+    FileSystem::openFile(m_dir / "f").close();
+    const auto errnoOf = [&](int (File::*lock)(File::ELockType, File::EWaitFlag)) {
+        return inChild([&] {
+            File other = FileSystem::openFile(m_dir / "f");
+            return (other.*lock)(File::E_READ_LOCK, File::E_DONT_WAIT) == 0 ? 0 : errno;
+        });
+    };
+    EXPECT_EQ(errnoOf(&File::getOwnLock), EAGAIN);
+    EXPECT_EQ(errnoOf(&File::getLock), EAGAIN);
+    ASSERT_EQ(file.close(), 0);
+    EXPECT_EQ(errnoOf(&File::getOwnLock), 0);
+}
+
 TEST_F(Files, AreWaitedForEvenWhenASignalInterrupts) {
     File file = FileSystem::createFile(m_dir / "f");
     ASSERT_EQ(file.getLock(File::E_WRITE_LOCK), 0);
