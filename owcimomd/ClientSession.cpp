@@ -7,6 +7,7 @@
 #include <chrono>
 
 #include "openwbem/wire/RpcLimits.hpp"
+#include "owcimomd/Configuration.hpp"
 
 namespace OwCimomd {
 
@@ -31,24 +32,32 @@ void setFailure(wire::Failure::Builder failure, int code, const char* message) {
     failure.setMessage(message);
 }
 
-capnp::ReaderOptions limitsFor(const Operations& operations, const User& user) {
+/// A call is read a few times over, which a hostile one could exceed.
+capnp::ReaderOptions limitsFor(kj::ArrayPtr<const capnp::word> call) {
     capnp::ReaderOptions options;
-    options.traversalLimitInWords =
-        operations.access().mayConnect(user) ? RpcLimits::MAX_WORDS : RpcLimits::MAX_WORDS_STRANGER;
+    options.traversalLimitInWords = 4 * call.size() + 1024;
     options.nestingLimit = RpcLimits::NESTING;
     return options;
+}
+
+size_t maxCall(const Operations& operations, const User& user, const RequestBudget& budget) {
+    if (user.uid == 0) {
+        return Configuration::LARGEST_REQUEST_SIZE;
+    }
+    return operations.access().mayConnect(user) ? budget.maxRequest()
+                                                : RpcLimits::MAX_BYTES_STRANGER;
 }
 
 }  // namespace
 
 ClientSession::ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
-                             Conversation& conversation)
+                             Conversation& conversation, RequestBudget& budget)
     : m_socket(kj::mv(socket)),
       m_input(*m_socket),
       m_operations(operations),
       m_user(std::move(user)),
       m_conversation(conversation),
-      m_limits(limitsFor(operations, m_user)) {}
+      m_calls(m_input, budget, m_user.uid, maxCall(operations, m_user, budget)) {}
 
 /// While the client goes on at once, its calls are carried out without an event for each of them.
 kj::Promise<void> ClientSession::run() {
@@ -60,7 +69,7 @@ kj::Promise<void> ClientSession::run() {
         if (words.size() == 0) {
             break;
         }
-        capnp::FlatArrayMessageReader call(words, m_limits);
+        capnp::FlatArrayMessageReader call(words, limitsFor(words));
         KJ_IF_MAYBE (answering, answer(call)) {
             return answering->then([this] { return run(); });
         }
@@ -69,16 +78,26 @@ kj::Promise<void> ClientSession::run() {
 }
 
 kj::Promise<void> ClientSession::awaitCall() {
-    return capnp::tryReadMessage(m_input, m_limits)
-        .then([this](kj::Maybe<kj::Own<capnp::MessageReader>> message) -> kj::Promise<void> {
-            KJ_IF_MAYBE (call, message) {
-                KJ_IF_MAYBE (answering, answer(**call)) {
-                    return answering->then([this] { return run(); });
-                }
-                return run();
-            }
+    return m_calls.next().then([this](ReceivedCall received) -> kj::Promise<void> {
+        if (received.refusal != nullptr) {
+            return sendAway(received.refusal);
+        }
+        if (received.words.size() == 0) {
             return kj::READY_NOW;
-        });
+        }
+        capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
+        KJ_IF_MAYBE (answering, answer(call)) {
+            return answering->then([this] { return run(); });
+        }
+        return run();
+    });
+}
+
+kj::Promise<void> ClientSession::sendAway(const char* reason) {
+    auto message = kj::heap<capnp::MallocMessageBuilder>();
+    setFailure(message->initRoot<wire::Answer>().initFailure(), CIMException::FAILED, reason);
+    auto writing = capnp::writeMessage(*m_socket, *message);
+    return writing.attach(kj::mv(message));
 }
 
 kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {

@@ -12,6 +12,7 @@
 #include <map>
 
 #include "owcimomd/BufferedStream.hpp"
+#include "owcimomd/CallReader.hpp"
 #include "owcimomd/Conversation.hpp"
 #include "owcimomd/Operations.hpp"
 
@@ -20,7 +21,7 @@ namespace OwCimomd {
 class ClientSession {
 public:
     ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
-                  Conversation& conversation);
+                  Conversation& conversation, RequestBudget& budget);
     ~ClientSession() noexcept { m_conversation.end(this); }
     KJ_DISALLOW_COPY(ClientSession);
 
@@ -29,6 +30,8 @@ public:
 
 private:
     kj::Promise<void> awaitCall();
+    /// Tells the client why, and has nothing more to do with it.
+    kj::Promise<void> sendAway(const char* reason);
     /// Answers the call. Nothing when that is all; otherwise done when the answer has been taken.
     kj::Maybe<kj::Promise<void>> answer(capnp::MessageReader& call);
     /// Returns whether there is an answer.
@@ -44,7 +47,7 @@ private:
     Operations& m_operations;
     User m_user;
     Conversation& m_conversation;
-    capnp::ReaderOptions m_limits;
+    CallReader m_calls;
     uint32_t m_lastNumber = 0;
     std::map<uint32_t, std::unique_ptr<EncodedEnumeration>> m_enumerations;
 };

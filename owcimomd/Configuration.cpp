@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <filesystem>
 
@@ -159,6 +160,20 @@ void Configuration::readFiles(const String& file, const String& dropInDirectory)
     for (const String& name : names) {
         readFile(blocxx::Format("%1/%2", dropInDirectory, name), Origin::DROP_IN);
     }
+}
+
+size_t Configuration::maxRequestSize() {
+    const String text = get(MAX_REQUEST_SIZE, std::to_string(DEFAULT_REQUEST_SIZE));
+    size_t size = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), size);
+    if (error == std::errc() && end == text.data() + text.size() && size >= LEAST_REQUEST_SIZE &&
+        size <= LARGEST_REQUEST_SIZE) {
+        return size;
+    }
+    m_complaints.push_back(Format("\"%1\" as %2 is not a number of bytes from %3 to %4; it is %5",
+                                  text, MAX_REQUEST_SIZE, LEAST_REQUEST_SIZE, LARGEST_REQUEST_SIZE,
+                                  DEFAULT_REQUEST_SIZE));
+    return DEFAULT_REQUEST_SIZE;
 }
 
 String Configuration::get(const String& key, const String& defaultValue) const {

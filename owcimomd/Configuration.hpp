@@ -22,6 +22,11 @@ public:
     static constexpr const char* DATADIR = "owcimomd.datadir";
     static constexpr const char* LOG_LEVEL = "owcimomd.log_level";
     static constexpr const char* LOG_FILE = "owcimomd.log_file";
+    static constexpr const char* MAX_REQUEST_SIZE = "owcimomd.max_request_size";
+
+    static constexpr size_t LEAST_REQUEST_SIZE = size_t(64) << 10U;
+    static constexpr size_t DEFAULT_REQUEST_SIZE = size_t(64) << 20U;
+    static constexpr size_t LARGEST_REQUEST_SIZE = size_t(512) << 20U;
 
     /// A larger file is left out as a whole.
     static constexpr size_t MAX_FILE_SIZE = size_t(1) << 20U;
@@ -39,6 +44,8 @@ public:
 
     String get(const String& key, const String& defaultValue) const;
     const std::set<String>& allowedUsers() const noexcept { return m_allowedUsers; }
+    /// In bytes. A value that is no such number is a complaint, and the default counts.
+    size_t maxRequestSize();
     const StringArray& complaints() const noexcept { return m_complaints; }
 
 private:

@@ -40,7 +40,7 @@ void leaveCaller(const Layout& layout) {
     }
 }
 
-int serveUntilTold(const Layout& layout, const Configuration& configuration,
+int serveUntilTold(const Layout& layout, const Configuration& configuration, size_t maxRequest,
                    const std::function<void()>& ready) {
     // Signals that come before the loop waits for them wait for it.
     kj::UnixEventPort::captureSignal(SIGTERM);
@@ -50,7 +50,7 @@ int serveUntilTold(const Layout& layout, const Configuration& configuration,
     {
         kj::AsyncIoContext io = kj::setupAsyncIo();
         Operations operations(repository, configuration.allowedUsers());
-        Server server(io, layout.socket(), operations);
+        Server server(io, layout.socket(), operations, maxRequest);
         ready();
         reportInfo("ready");
         server.run();
@@ -73,11 +73,12 @@ int runDaemon(const Layout& layout, bool foreground, const std::function<void()>
     Configuration configuration;
     configuration.readFiles(layout.configFile(), layout.dropInDirectory());
     setUpLog(configuration, foreground);
+    const size_t maxRequest = configuration.maxRequestSize();
     for (const String& complaint : configuration.complaints()) {
         reportError(complaint);
     }
     try {
-        return serveUntilTold(layout, configuration, ready);
+        return serveUntilTold(layout, configuration, maxRequest, ready);
     } catch (const blocxx::Exception& e) {
         reportError(e.getMessage());
         throw;

@@ -83,7 +83,7 @@ Operations::Rest Operations::enumQualifierTypes(const Arguments& a) {
 CIMObjectPath Operations::source(const Arguments& a) {
     CIMObjectPath path = a.path();
     if (!path.getNameSpace().empty()) {
-        m_access.require(*m_user, path.getNameSpace(), Right::READ_INSTANCES);
+        require(*m_user, path.getNameSpace(), Right::READ_INSTANCES);
     }
     return path;
 }

@@ -149,14 +149,20 @@ const Operations::Row& Operations::rowOf(Operation operation) {
     OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the operation");
 }
 
+void Operations::require(const User& user, const String& ns, Right right) {
+    m_access.require(user, ns, right);
+    m_needed.push_back({ns, right});
+}
+
 String Operations::carryOut(const User& user, wire::Request::Reader request) {
+    m_needed.clear();
     m_access.requireConnect(user);
     const Row& row = rowOf(request.getOperation());
     if (row.carryOut == nullptr) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the operation is an enumeration");
     }
+    require(user, nameOf(request.getNameSpace()), row.right);
     const Arguments arguments(request);
-    m_access.require(user, arguments.ns, row.right);
     const Setting current(m_user, &user);
     return row.isChange() ? change(row, arguments) : (this->*row.carryOut)(arguments);
 }
@@ -176,13 +182,19 @@ Operations::Rest Operations::open(const User& user, wire::Request::Reader reques
     if (row.open == nullptr) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the operation is not an enumeration");
     }
+    m_needed.clear();
+    require(user, nameOf(request.getNameSpace()), row.right);
     const Arguments arguments(request);
-    m_access.require(user, arguments.ns, row.right);
     const Setting current(m_user, &user);
-    return (this->*row.open)(arguments);
+    Rest enumeration = (this->*row.open)(arguments);
+    enumeration->setNeededRights(std::move(m_needed));
+    return enumeration;
 }
 
 bool Operations::next(const User& user, EncodedEnumeration& enumeration, StringArray& portion) {
+    for (const NeededRight& needed : enumeration.neededRights()) {
+        m_access.require(user, needed.ns, needed.right);
+    }
     const Setting current(m_user, &user);
     return enumeration.next(portion);
 }

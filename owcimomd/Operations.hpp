@@ -13,12 +13,24 @@
 
 namespace OwCimomd {
 
+struct NeededRight {
+    String ns;
+    Right right;
+};
+
 /// The results of an enumeration that are still to come, encoded.
 class EncodedEnumeration {
 public:
     virtual ~EncodedEnumeration() = default;
     /// Appends the next ones to `portion`; false when these were the last ones.
     [[nodiscard]] virtual bool next(StringArray& portion) = 0;
+
+    /// The rights that its user needs for each of its portions.
+    void setNeededRights(Array<NeededRight> rights) { m_neededRights = std::move(rights); }
+    const Array<NeededRight>& neededRights() const noexcept { return m_neededRights; }
+
+private:
+    Array<NeededRight> m_neededRights;
 };
 
 class Operations {
@@ -37,7 +49,7 @@ public:
     /// The result of an operation that has at most one.
     String carryOut(const User& user, wire::Request::Reader request);
     std::unique_ptr<EncodedEnumeration> open(const User& user, wire::Request::Reader request);
-    /// Appends the next portion of an enumeration of that user.
+    /// Appends the next portion of an enumeration of that user, who must still have the rights.
     bool next(const User& user, EncodedEnumeration& enumeration, StringArray& portion);
 
 private:
@@ -47,6 +59,8 @@ private:
     static const Row& rowOf(wire::Operation operation);
     using Rest = std::unique_ptr<EncodedEnumeration>;
 
+    /// Checks the right before anything of the request is unpacked.
+    void require(const User& user, const String& ns, Right right);
     String change(const Row& row, const Arguments& arguments);
 
     String getClass(const Arguments& a);
@@ -78,6 +92,7 @@ private:
     NamespaceInstances m_namespaces;
     AccessControl m_access;
     const User* m_user = nullptr;  // whose request is being carried out
+    Array<NeededRight> m_needed;   // which it has needed
 };
 
 }  // namespace OwCimomd

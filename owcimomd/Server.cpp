@@ -92,7 +92,8 @@ User peerOf(int fd) {
 
 // The options of the listening socket are those of the connections to it, so they are set before it
 // listens.
-Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations)
+Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
+               size_t maxRequest)
     : m_io(io),
       m_path(socketPath),
       m_operations(operations),
@@ -100,6 +101,7 @@ Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& ope
       m_observer(io.unixEventPort, listenAt(m_listening.fd(), socketPath),
                  kj::UnixEventPort::FdObserver::OBSERVE_READ),
       m_places(raiseClientLimit()),
+      m_budget(maxRequest),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
 }
@@ -147,7 +149,8 @@ void Server::serve(kj::Own<PeerSocket> client, const User& user) {
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    auto session = kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_conversation);
+    auto session =
+        kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_conversation, m_budget);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }

@@ -16,8 +16,10 @@ namespace OwCimomd {
 class Server : private kj::TaskSet::ErrorHandler {
 public:
     /// Listens on a socket of that path, in place of one that is left from a dead daemon: the
-    /// caller sees to it that there is no other daemon. Throws DaemonException.
-    Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations);
+    /// caller sees to it that there is no other daemon. Requests have at most `maxRequest` bytes.
+    /// Throws DaemonException.
+    Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
+           size_t maxRequest);
     /// Stops listening, sends all clients away and removes the socket.
     ~Server() noexcept;
     KJ_DISALLOW_COPY(Server);
@@ -37,6 +39,7 @@ private:
     OpenWBEM::LocalSocket m_listening;
     kj::UnixEventPort::FdObserver m_observer;
     Places m_places;
+    RequestBudget m_budget;
     RareReport m_notAccepted;
     RareReport m_sentAway;
     Conversation m_conversation;

@@ -13,6 +13,7 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Namespaces_test.cpp
     unit/owcimomd/Places_test.cpp
     unit/owcimomd/RawClient.cpp
+    unit/owcimomd/Requests_test.cpp
     unit/repository/RepositoryFixture.cpp
   LINKS owcimomd_core fennik_namespace openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")

@@ -14,6 +14,7 @@
 
 #include "openwbem/repository/CIMRepository.hpp"
 #include "owcimomd/ClientSession.hpp"
+#include "owcimomd/Configuration.hpp"
 
 namespace {
 
@@ -65,6 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Repository repository;
     static kj::AsyncIoContext io = kj::setupAsyncIo();
     static Conversation conversation;
+    static RequestBudget budget(Configuration::LEAST_REQUEST_SIZE);
     const User root{0, "root"};
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) != 0) {
@@ -72,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[1]));
     auto session = kj::heap<ClientSession>(kj::heap<PeerSocket>(io.unixEventPort, ends[0]),
-                                           repository.operations(), root, conversation);
+                                           repository.operations(), root, conversation, budget);
     // Takes the answers for as long as there are any.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {

@@ -81,6 +81,7 @@ public:
     Session(const String& path, const Timeout& timeout) : m_socket(path, timeout) {}
 
     ClientSocket& socket() noexcept { return m_socket; }
+    bool isBroken() const noexcept { return m_isBroken; }
 
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
         requireSound();
@@ -92,9 +93,7 @@ public:
         auto bytes = words.asChars();
         kj::ArrayPtr<const char> rest(bytes.begin(), bytes.size());
         while (rest.size() > 0) {
-            if (!m_socket.trySend(rest)) {
-                makeRoom();
-            }
+            sendSome(rest);
         }
         ++m_lastId;
         m_expected += isAnswered ? 1 : 0;
@@ -117,6 +116,28 @@ public:
     }
 
 private:
+    void sendSome(kj::ArrayPtr<const char>& bytes) {
+        try {
+            if (!m_socket.trySend(bytes)) {
+                makeRoom();
+            }
+        } catch (const BrokenConnection&) {
+            raiseLastWord();
+            throw;
+        }
+    }
+
+    /// The daemon tells why before it sends a client away, who may still be sending.
+    void raiseLastWord() {
+        try {
+            while (true) {
+                receive();
+            }
+        } catch (const BrokenConnection&) {  // NOLINT(bugprone-empty-catch): it said nothing
+        } catch (const kj::Exception&) {     // NOLINT(bugprone-empty-catch): nor now
+        }
+    }
+
     /// The daemon reads no further call while it waits for its last answer to be taken.
     void makeRoom() {
         if (m_expected > 0) {
@@ -137,9 +158,13 @@ private:
         requireSound();
         m_isBroken = true;
         Message message = m_socket.receive();
+        const auto answer = message->getRoot<wire::Answer>();
+        const uint64_t id = answer.getId();
+        if (id == 0) {
+            raiseIfFailed(answer.getFailure());
+        }
         m_isBroken = false;
         --m_expected;
-        const uint64_t id = message->getRoot<wire::Answer>().getId();
         if (m_forgotten.erase(id) == 0) {
             m_early.insert_or_assign(id, kj::mv(message));
         }
@@ -188,6 +213,11 @@ template <class Action>
 auto ClientConnection::guarded(Action action) {
     try {
         return action();
+    } catch (const CIMException&) {
+        if (m_session && m_session->isBroken()) {
+            m_session.reset();
+        }
+        throw;
     } catch (const BrokenConnection& broken) {
         fail(broken.reason);
     } catch (const kj::Exception& e) {

@@ -22,6 +22,10 @@ namespace {
 constexpr uint64_t TRAVERSALS = 4;
 constexpr uint64_t TRAVERSAL_SLACK_WORDS = 1024;
 
+/// What an argument may take in memory once it is unpacked: no honest one comes near.
+constexpr uint64_t UNPACKED_TIMES = 4;
+constexpr uint64_t UNPACKED_SLACK = uint64_t(16) << 20U;
+
 /// Nearly every object fits in here, so that its message need not be allocated in growing pieces.
 constexpr size_t SCRATCH_WORDS = 4096;
 
@@ -91,20 +95,27 @@ private:
 };
 
 template <class Struct>
-auto decodeAs(Bytes bytes, Decoder::Names names = Decoder::Names::CHECKED) {
+auto decodeAs(Bytes bytes, Decoder decoder = Decoder()) {
     try {
         const AlignedWords words(bytes);
         capnp::FlatArrayMessageReader message(words.get(), readerOptions(words.get().size()));
         if (bytes.size() % sizeof(capnp::word) != 0 || message.getEnd() != words.get().end()) {
             BLOCXX_THROW(CodecException, "the message has another length than it says");
         }
-        return Decoder(names).get(message.getRoot<Struct>());
+        return decoder.get(message.getRoot<Struct>());
     } catch (const kj::Exception& e) {
         BLOCXX_THROW(CodecException,
                      blocxx::Format("not a well-formed message: %1", e.getDescription().cStr()));
     } catch (const CIMException& e) {
         BLOCXX_THROW(CodecException, blocxx::Format("not a valid CIM object: %1", e.getMessage()));
     }
+}
+
+/// Of an object that anybody may have sent.
+template <class Struct>
+auto decodeArgumentAs(Bytes bytes) {
+    return decodeAs<Struct>(bytes, Decoder(Decoder::Names::LEFT_TO_THE_OPERATION,
+                                           UNPACKED_TIMES * bytes.size() + UNPACKED_SLACK));
 }
 
 }  // namespace
@@ -133,16 +144,16 @@ CIMClass decodeClass(Bytes bytes) {
     return decodeAs<wire::Class>(bytes);
 }
 CIMClass decodeClassArgument(Bytes bytes) {
-    return decodeAs<wire::Class>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+    return decodeArgumentAs<wire::Class>(bytes);
 }
 CIMInstance decodeInstanceArgument(Bytes bytes) {
-    return decodeAs<wire::InstanceView>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+    return decodeArgumentAs<wire::InstanceView>(bytes);
 }
 CIMQualifierType decodeQualifierTypeArgument(Bytes bytes) {
-    return decodeAs<wire::QualifierType>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+    return decodeArgumentAs<wire::QualifierType>(bytes);
 }
 CIMObjectPath decodeObjectPathArgument(Bytes bytes) {
-    return decodeAs<wire::ObjectPath>(bytes, Decoder::Names::LEFT_TO_THE_OPERATION);
+    return decodeArgumentAs<wire::ObjectPath>(bytes);
 }
 
 CIMInstance decodeInstance(Bytes bytes) {

@@ -14,6 +14,9 @@ namespace {
 /// More properties, keys, qualifiers, methods or parameters than any honest object has.
 constexpr unsigned MAX_ARGUMENT_LIST = 16384;
 
+/// What a property, a qualifier or the like takes in memory, without its value and its name.
+constexpr size_t ELEMENT_BYTES = 200;
+
 [[noreturn]] void refuse(std::string_view what) {
     BLOCXX_THROW(CodecException, blocxx::Format("not a valid CIM object: %1", what));
 }
@@ -70,12 +73,20 @@ CIMDataType Decoder::type(auto in) const {
     return in.getIsArray() ? CIMDataType::array(type, in.getArraySize()) : CIMDataType(type);
 }
 
+void Decoder::charge(uint64_t count, size_t bytesEach) {
+    if (count > m_unpackable / bytesEach) {
+        refuse("it takes too much memory when it is unpacked");
+    }
+    m_unpackable -= count * bytesEach;
+}
+
 template <class List>
 auto Decoder::getAll(List list) {
     if (m_names == Names::LEFT_TO_THE_OPERATION && list.size() > MAX_ARGUMENT_LIST) {
         refuse(
             blocxx::Format("a list in it has more than %1 elements", MAX_ARGUMENT_LIST).toString());
     }
+    charge(list.size(), ELEMENT_BYTES);
     Array<decltype(get(list[0]))> result;
     result.reserve(list.size());
     for (const auto element : list) {

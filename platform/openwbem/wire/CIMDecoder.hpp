@@ -5,6 +5,8 @@
 // (broken pointers, limits) pass through; the caller has set the limits of the message.
 #pragma once
 
+#include <cstdint>
+
 #include "cim.capnp.h"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
@@ -19,7 +21,9 @@ public:
     /// checked either way.
     enum class Names { CHECKED, LEFT_TO_THE_OPERATION };
 
-    explicit Decoder(Names names = Names::CHECKED) : m_names(names) {}
+    /// With more than `maxUnpacked` bytes in memory, by estimate, decoding fails.
+    explicit Decoder(Names names = Names::CHECKED, uint64_t maxUnpacked = UINT64_MAX)
+        : m_names(names), m_unpackable(maxUnpacked) {}
 
     CIMClass get(wire::Class::Reader in);
     CIMInstance get(wire::Instance::Reader in);
@@ -44,11 +48,13 @@ private:
     template <class List>
     auto getObjects(List list, const Array<bool>& nulls);
 
+    void charge(uint64_t count, size_t bytesEach);
     String name(capnp::Text::Reader in, std::string_view what) const;
     String nameOrNothing(capnp::Text::Reader in, std::string_view what) const;
     CIMDataType type(auto in) const;
 
     Names m_names;
+    uint64_t m_unpackable;
     unsigned m_depth = 0;
 };
 

@@ -8,11 +8,11 @@
 
 namespace OpenWBEM::RpcLimits {
 
-/// The largest message, in words of 8 bytes: 512 MiB, more than the largest object that a message
+/// The largest answer, in words of 8 bytes: 512 MiB, more than the largest object that a message
 /// can hold. Checked before memory is taken.
 inline constexpr uint64_t MAX_WORDS = uint64_t(64) << 20U;
 /// The largest message from a client whose user may not connect: it only hears that it may not.
-inline constexpr uint64_t MAX_WORDS_STRANGER = 8192;
+inline constexpr size_t MAX_BYTES_STRANGER = size_t(64) << 10U;
 
 /// Most calls and answers are no larger than this.
 inline constexpr unsigned USUAL_WORDS = 128;

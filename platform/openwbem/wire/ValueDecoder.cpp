@@ -105,7 +105,9 @@ CIMValue Decoder::getArray(wire::Value::Reader in) {
     Array<bool> nulls = nullsOf(in);
     const auto make = [&](Arm arm, auto getList, auto convert) {
         expectArm(in, arm);
-        return makeArray<T>(getList(), std::move(nulls), convert);
+        const auto list = getList();
+        charge(list.size(), sizeof(T));
+        return makeArray<T>(list, std::move(nulls), convert);
     };
     [[maybe_unused]] const auto same = [](auto element) { return element; };
     [[maybe_unused]] const auto object = [&decoder = *this](auto element) {

@@ -72,7 +72,7 @@ struct Portion {
 # From the client to the daemon. Calls are carried out and answered in the order in which they come;
 # a client may send the next one before it has read an answer.
 struct Call {
-  id @0 :UInt64;                   # comes back in the answer
+  id @0 :UInt64;                   # comes back in the answer; not 0
   union {
     ping @1 :Void;                 # Is somebody there? Anybody may ask.
     carryOut @2 :Request;          # An operation with at most one result.
@@ -82,7 +82,8 @@ struct Call {
   }
 }
 
-# From the daemon to the client. What was changed is committed when the answer is sent.
+# From the daemon to the client. What was changed is committed when the answer is sent. An answer
+# with the id 0 is to no call: it says why the daemon ends the connection.
 struct Answer {
   id @0 :UInt64;
   failure @1 :Failure;

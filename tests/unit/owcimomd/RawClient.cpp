@@ -75,6 +75,19 @@ bool RawClient::isAnswered(uint64_t id) {
     return answer.getId() == id && answer.getFailure().getCode() == 0;
 }
 
+String RawClient::failure() {
+    alignas(capnp::word) char buffer[4096];
+    const ssize_t count = read(buffer, sizeof buffer, true);
+    if (count <= 0) {
+        return {};
+    }
+    capnp::FlatArrayMessageReader message(
+        kj::arrayPtr(reinterpret_cast<const capnp::word*>(buffer),
+                     static_cast<size_t>(count) / sizeof(capnp::word)));
+    const auto text = message.getRoot<OpenWBEM::wire::Answer>().getFailure().getMessage();
+    return {text.begin(), text.size()};
+}
+
 bool RawClient::ping() {
     send(pingCall(++m_lastId));
     return isAnswered(m_lastId);

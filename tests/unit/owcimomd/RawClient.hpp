@@ -29,6 +29,8 @@ public:
 
     /// Pings; returns whether the answer is one to this ping, and no failure.
     bool ping();
+    /// The text of the failure that the next answer tells of; empty when there is none.
+    String failure();
 
 private:
     ssize_t read(void* buffer, size_t size, bool isWaiting);
