@@ -2,7 +2,6 @@
 #include "owcimomd/BufferedStream.hpp"
 
 #include <capnp/serialize.h>
-#include <kj/debug.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -76,7 +75,7 @@ kj::Promise<size_t> BufferedStream::readRest(kj::byte* buffer, size_t size, size
             return m_socket.whenReadable().then([=] { return goOn(size); });
         }
         if (count < 0 && errno != EINTR) {
-            KJ_FAIL_SYSCALL("recv", errno);
+            failCall("recv");
         }
         if (count > 0 && isLarge) {
             return kj::evalLater([=] { return goOn(size + static_cast<size_t>(count)); });

@@ -40,7 +40,7 @@ kj::Promise<ReceivedCall> CallReader::readTable() {
     const uint32_t more = numberAt(m_table, 0);
     KJ_REQUIRE(more < MAX_SEGMENTS, "a message has too many segments");
     auto table = kj::heapArray<capnp::word>(1 + (more + 1) / 2);
-    table[0] = m_table[0];
+    std::memcpy(table.begin(), m_table.begin(), WORD);
     m_table = kj::mv(table);
     return m_input.read(m_table.begin() + 1, (m_table.size() - 1) * WORD).then([this] {
         return readSegments();
@@ -55,11 +55,13 @@ kj::Promise<ReceivedCall> CallReader::readSegments() {
     const uint64_t bytes = words * WORD;
     ReceivedCall call;
     if (bytes > m_maxBytes) {
-        call.refusal = "the request is larger than owcimomd takes from this user (owcimomd.max_request_size)";
+        call.refusal =
+            "the request is larger than owcimomd takes from this user (owcimomd.max_request_size)";
         return kj::mv(call);
     }
     if (bytes > FREE_BYTES && !(call.part = m_budget.take(m_user, bytes))) {
-        call.refusal = "more requests are being received than owcimomd has memory for; try again later";
+        call.refusal =
+            "more requests are being received than owcimomd has memory for; try again later";
         return kj::mv(call);
     }
     call.words = kj::heapArray<capnp::word>(words);

@@ -5,8 +5,13 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstring>
 
 namespace OwCimomd {
+
+void failCall(const char* call) {
+    kj::throwFatalException(KJ_EXCEPTION(FAILED, call, std::strerror(errno)));
+}
 
 PeerSocket::PeerSocket(kj::UnixEventPort& loop, int fd)
     : m_socket(fd), m_observer(loop, fd, kj::UnixEventPort::FdObserver::OBSERVE_READ_WRITE) {}
@@ -28,7 +33,7 @@ kj::Promise<void> PeerSocket::write(const void* buffer, size_t size) {
                 [this, rest] { return write(rest.begin(), rest.size()); });
         }
         if (rest.size() == before && errno != EINTR) {
-            KJ_FAIL_SYSCALL("send", errno);
+            failCall("send");
         }
     }
     return kj::READY_NOW;

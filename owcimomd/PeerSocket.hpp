@@ -10,6 +10,9 @@
 
 namespace OwCimomd {
 
+/// Throws kj::Exception with the call's name and errno.
+[[noreturn]] void failCall(const char* call);
+
 class PeerSocket final : public kj::AsyncOutputStream {
 public:
     /// Takes over a socket that does not block.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/Server.hpp"
 
-#include <kj/debug.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -84,7 +83,9 @@ int listenAt(int fd, const String& path) {
 User peerOf(int fd) {
     ucred credentials{};
     socklen_t size = sizeof credentials;
-    KJ_SYSCALL(::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size));
+    if (::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        failCall("getsockopt");
+    }
     return {credentials.uid, userName(credentials.uid)};
 }
 
@@ -137,7 +138,7 @@ kj::Promise<void> Server::accept() {
     } else if (errno == EAGAIN) {
         return m_observer.whenBecomesReadable();
     } else if (errno != EINTR && errno != ECONNABORTED) {
-        KJ_FAIL_SYSCALL("accept4", errno);
+        failCall("accept4");
     }
     return kj::READY_NOW;
 }

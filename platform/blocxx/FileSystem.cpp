@@ -154,12 +154,11 @@ void readFirstByteOfFifo(String& contents, File& file, const String& path) {
     }
 }
 
-// Opening what the caller named may wait for a FIFO's writer: a signal that interrupts the wait
-// ends it, so that a user can give up.
+// Opening never waits: a FIFO's writer is waited for where a signal can end the wait, before the
+// first byte is read.
 File openForReading(const String& path, NamedBy namedBy) {
-    const int wait = namedBy == NamedBy::CALLER ? 0 : O_NONBLOCK;
     const int links = namedBy == NamedBy::US ? O_NOFOLLOW : 0;
-    File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | wait | links));
+    File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | links));
     if (!file && errno == ELOOP && namedBy == NamedBy::US) {
         BLOCXX_THROW_ERR(FileSystemException,
                          Format("Cannot read \"%1\": it is a symbolic link, which is not followed "

@@ -1,15 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
 """What a hostile process does to the other end of the local socket. The stories run this inside the
-sandbox, as a stranger or as the account of the daemon:
+sandbox, as a stranger, as a user who may connect or as the account of the daemon:
 
     attack.py pass SOCKET KIND...      connects once for each kind and passes a descriptor
     attack.py serve SOCKET KIND        takes the daemon's place and passes one with an answer
+    attack.py hold SOCKET SIZE COUNT   so many connections with a message of that size each, of
+                                       which the last bytes never come
+    attack.py ask SOCKET               sends standard input and prints what is readable of the
+                                       answer
+    attack.py go-on SOCKET CALL CALL   sends the first call, waits for a line on standard input,
+                                       and sends the second one
 
 The descriptor is that of a TCP socket whose last close takes a minute, and the receiver has the
 last reference. It prints "ready" when everything is sent, and goes on until it is killed."""
 
 import array
 import os
+import re
 import signal
 import socket
 import struct
@@ -78,7 +85,69 @@ def serve(path, kind):
         kept.append(connection)
 
 
+def readable(answer):
+    return re.sub(rb"[^ -~]+", b" ", answer).decode().strip()
+
+
+def send_unfinished(connection, size):
+    """What the connection is told about it; nothing when all but the last bytes are taken."""
+    rest = struct.pack("<II", 0, size // 8) + bytes(size - 16)
+    try:
+        connection.sendall(rest)
+    except OSError:
+        return readable(connection.recv(4096))
+    return ""
+
+
+def hold(path, size, count):
+    for _ in range(count):
+        connection = socket.socket(socket.AF_UNIX)
+        connection.connect(path)
+        kept.append(connection)
+        print("told:", send_unfinished(connection, size))
+    print("ready", flush=True)
+    signal.pause()
+
+
+def ask(path):
+    with socket.socket(socket.AF_UNIX) as connection:
+        connection.connect(path)
+        try:
+            connection.sendall(sys.stdin.buffer.read())
+        except OSError:
+            pass  # the answer tells why
+        print(readable(connection.recv(4096)))
+
+
+def receive(connection):
+    """One message: the number of segments less one, their sizes in words, and the segments."""
+    more = struct.unpack("<I", connection.recv(4, socket.MSG_WAITALL))[0]
+    numbers = more + 1 + more % 2
+    sizes = struct.unpack(f"<{numbers}I", connection.recv(4 * numbers, socket.MSG_WAITALL))
+    return connection.recv(8 * sum(sizes[: more + 1]), socket.MSG_WAITALL)
+
+
+def go_on(path, first, second):
+    with socket.socket(socket.AF_UNIX) as connection:
+        connection.connect(path)
+        for call in (first, second):
+            with open(call, "rb") as file:
+                connection.sendall(file.read())
+            print("answer:", readable(receive(connection))[-200:], flush=True)
+            if call == first:
+                print("ready", flush=True)
+                sys.stdin.readline()
+
+
 if __name__ == "__main__":
-    if sys.argv[1] == "pass":
-        pass_all(sys.argv[2], sys.argv[3:])
-    serve(sys.argv[2], sys.argv[3])
+    mode, target, *words = sys.argv[1:]
+    if mode == "pass":
+        pass_all(target, words)
+    elif mode == "serve":
+        serve(target, words[0])
+    elif mode == "hold":
+        hold(target, int(words[0]), int(words[1]))
+    elif mode == "go-on":
+        go_on(target, *words)
+    else:
+        ask(target)
