@@ -9,7 +9,7 @@
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateGathering.hpp"
 #include "fennik/state/StateLog.hpp"
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/state/StateProof.hpp"
 #include "fennik/undo/StandardStreams.hpp"
 #include "fennik/undo/TextUtils.hpp"
 
@@ -30,7 +30,6 @@ constexpr const char* KOV_NS = "kov";
 constexpr const char* SECURITY_NS = "root/security";
 /// The infrastructure registers itself when it is installed.
 constexpr const char* INFRASTRUCTURE = "kov";
-constexpr int CANNOT_SAVE = 36;
 
 UnitLog log() {
     return StateLog::log();
@@ -148,18 +147,6 @@ XMLNode gatherProductInstances(const CIMOMHandleIFCRef& handle, const String& pr
     });
 }
 
-/// XML has no form for most control characters and for bytes that are not UTF-8. Refused here,
-/// while an earlier state file is still as it was.
-void checkPrintable(const XMLNode& product, const String& productName) {
-    try {
-        product.checkPrintable();
-    } catch (const OpenWBEM::XMLNodeException& e) {
-        const String message =
-            Format("The state of product \"%1\" cannot be saved: %2", productName, e.getMessage());
-        throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_SAVE, &e);
-    }
-}
-
 XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName,
                           AccessRights& rights) {
     return framed("createProductDump", productName, [&] {
@@ -170,7 +157,8 @@ XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& product
         product.addChild(gatherNamespaceRegistration(handle, productName, rights));
         product.addChild(gatherProviderRegistration(handle, productName));
         product.addChild(gatherProductInstances(handle, productName));
-        checkPrintable(product, productName);
+        // Here, while an earlier state file is still as it was.
+        StateProof::prove(product, productName, handle);
         return product;
     });
 }
@@ -195,6 +183,15 @@ XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
     return root;
 }
 
+void forEachSavedInstance(const String& ns, CIMOMHandleIFC& handle,
+                          const std::function<void(const CIMInstance&)>& visit) {
+    auto handler = OpenWBEM::makeResultHandler<CIMInstance>(visit);
+    for (const String& top : handle.enumClassNamesA(ns, String())) {
+        handle.enumInstances(ns, top, handler, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
+                             E_EXCLUDE_CLASS_ORIGIN, nullptr);
+    }
+}
+
 String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
     String mof = "#pragma namespace(\"" + ns + "\")\n";
     mof += arrayToMOF(handle.enumQualifierTypesA(ns));
@@ -203,12 +200,8 @@ String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
         [&](const CIMClass& cls) { mof += objectToMOF(cls); });
     handle.enumClass(ns, String(), appendClass, E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
                      E_INCLUDE_CLASS_ORIGIN);
-    auto append = OpenWBEM::makeResultHandler<CIMInstance>(
-        [&](const CIMInstance& instance) { mof += objectToMOF(instance); });
-    for (const String& top : handle.enumClassNamesA(ns, String())) {
-        handle.enumInstances(ns, top, append, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
-                             E_EXCLUDE_CLASS_ORIGIN, nullptr);
-    }
+    forEachSavedInstance(ns, handle,
+                         [&](const CIMInstance& instance) { mof += objectToMOF(instance); });
     return mof;
 }
 

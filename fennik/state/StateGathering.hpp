@@ -4,6 +4,8 @@
 // sources of this room only.
 #pragma once
 
+#include <functional>
+
 #include "fennik/state/StateNodes.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
@@ -15,6 +17,10 @@ XMLNode createStateDump(const OpenWBEM::CIMOMHandleIFCRef& handle);
 /// The product's current provider registrations.
 XMLNode gatherProviderRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle,
                                    const String& productName);
+
+/// Calls `visit` for each instance of the namespace, in the order in which they are saved.
+void forEachSavedInstance(const String& ns, OpenWBEM::CIMOMHandleIFC& handle,
+                          const std::function<void(const OpenWBEM::CIMInstance&)>& visit);
 
 /// Everything that a namespace holds as one MOF text that can be compiled in one pass: qualifier
 /// types, classes with superclasses first, instances.

@@ -39,6 +39,9 @@ void checkReprinted(const XMLNode& node) {
     std::ostringstream out;
     node.printNode(out);
     const std::string text = out.str();
+    if (!node.comesBack()) {
+        find("does not come back", text);
+    }
     try {
         if (!equal(node, XMLParserDOM::parse(text))) {
             find("not equal after printing", text);

@@ -130,6 +130,9 @@ public:
     /// nothing.
     virtual void commit() = 0;
 
+    /// Gives back what is held in memory only to make further operations quicker.
+    virtual void releaseMemory() {}
+
     // Collecting forms of the enumerations.
     Array<CIMClass> enumClassA(const String& ns, const String& className, EDeepFlag deep,
                                ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,

@@ -28,9 +28,7 @@ void RepositoryCIMOMHandle::deleteNameSpace(const String& ns) {
     WriteOperation operation(store);
     if (!operation.isVoid()) {
         store.namespaces.remove(ns);
-        store.qualifiers.forget();
-        store.classes.forget();
-        store.embedded.forget();
+        releaseMemory();
         operation.done();
     }
 }
@@ -44,6 +42,13 @@ void RepositoryCIMOMHandle::enumNameSpace(StringResultHandlerIFC& result) {
     for (const String& spelling : spellings) {
         result.handle(spelling);
     }
+}
+
+void RepositoryCIMOMHandle::releaseMemory() {
+    RepositoryStore& store = m_repository->store();
+    store.qualifiers.forget();
+    store.classes.forget();
+    store.embedded.forget();
 }
 
 void RepositoryCIMOMHandle::commit() {

@@ -83,6 +83,7 @@ public:
                            EIncludeClassOriginFlag includeClassOrigin,
                            const StringArray* propertyList) override;
     void commit() override;
+    void releaseMemory() override;
 
     // The enumerations, for callers who pull the results. Failures that the enumerations above
     // begin with are thrown here. The repository must stay open for as long as there are any.

@@ -71,6 +71,9 @@ public:
     /// document of this element for its size or its number of items (XMLLimits), which has
     /// `sizeBefore` bytes in front of it.
     void checkReadable(size_t sizeBefore) const;
+    /// Whether the element is the same when it has been written and read again, which is tried
+    /// without holding it a second time. Throws XMLNodeException as checkPrintable() does.
+    bool comesBack() const;
     /// Writes the element as it is read again, line breaks and carriage returns included. Elements
     /// that hold only elements have a line for each of them. Throws XMLNodeException as
     /// checkPrintable() does, before anything is written; whether the stream took it is the

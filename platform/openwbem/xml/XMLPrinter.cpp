@@ -122,10 +122,6 @@ void walk(const XMLNode& root, const Begin& begin, const End& end) {
     }
 }
 
-bool holdsOnlyElements(const XMLNode& node) {
-    return !node.getChildren().empty() && XMLText::isBlank(node.getText());
-}
-
 /// Only called where a line break does not become part of a text.
 void breakLine(std::ostream& out, size_t depth) {
     out << '\n' << String(2 * std::min(depth, DEEPEST_INDENTATION), ' ');
@@ -133,7 +129,7 @@ void breakLine(std::ostream& out, size_t depth) {
 
 void printBegin(std::ostream& out, const Path& path) {
     const size_t depth = path.size() - 1;
-    if (depth > 0 && holdsOnlyElements(*path[depth - 1].node)) {
+    if (depth > 0 && XMLText::holdsOnlyElements(*path[depth - 1].node)) {
         breakLine(out, depth);
     }
     const XMLNode& node = *path.back().node;
@@ -148,7 +144,7 @@ void printBegin(std::ostream& out, const Path& path) {
         return;
     }
     out << '>';
-    if (!holdsOnlyElements(node)) {
+    if (!XMLText::holdsOnlyElements(node)) {
         XMLText::writeText(out, node.getText());
     }
 }
@@ -158,7 +154,7 @@ void printEnd(std::ostream& out, const Path& path) {
     if (node.getChildren().empty() && node.getText().empty()) {
         return;
     }
-    if (holdsOnlyElements(node)) {
+    if (XMLText::holdsOnlyElements(node)) {
         breakLine(out, path.size() - 1);
     }
     out << "</" << node.getName() << '>';

@@ -88,6 +88,10 @@ bool isBlank(std::string_view text) noexcept {
     return text.find_first_not_of(WHITE_SPACE) == std::string_view::npos;
 }
 
+bool holdsOnlyElements(const XMLNode& node) {
+    return !node.getChildren().empty() && isBlank(node.getText());
+}
+
 void writeText(std::ostream& out, std::string_view text) {
     writeReplaced(out, text, TEXT);
 }

@@ -7,6 +7,8 @@
 #include <iosfwd>
 #include <string_view>
 
+#include "openwbem/xml/XMLNode.hpp"
+
 namespace OpenWBEM::XMLText {
 
 /// The offset of the first byte of what XML cannot hold, or npos.
@@ -15,6 +17,9 @@ size_t findUnprintable(std::string_view text) noexcept;
 bool isName(std::string_view name) noexcept;
 /// Whether there is only white space in `text`, or nothing.
 bool isBlank(std::string_view text) noexcept;
+
+/// Whether the white space between the elements in it means nothing.
+bool holdsOnlyElements(const XMLNode& node);
 
 /// Writes text that is read again as it is: markup as entities, carriage returns as references.
 void writeText(std::ostream& out, std::string_view text);

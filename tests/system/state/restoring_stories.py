@@ -71,6 +71,16 @@ class Refused(StateStory):
             result = self.assert_refused(content, 255, f"Failed restoring state dump from {STATE_FILE} <")
             self.assertIn("XMLNodeException", result.err)
 
+    def test_when_a_name_would_not_come_back(self):
+        for name, users, fault in (
+                ("sam.allowed_users", "<UserName>al</UserName>", 'its name ends in ".allowed_users"'),
+                ("sample ", "<UserName>al</UserName>", "its name ends with white space"),
+                ("sample", "<UserName> al</UserName>", 'its user " al" begins with white space')):
+            with self.subTest(name=name, users=users):
+                self.assert_refused(
+                    document(product("first") + product(name, users=users)), 12,
+                    f'The product "{name}" of the saved state cannot be restored: {fault}. ')
+
     def test_when_it_cannot_be_opened(self):
         for path in (PLAY + "/missing", PLAY, ""):
             result = self.fennik(RESTORE, path)
@@ -178,6 +188,15 @@ class Form(StateStory):
             self.assertEqual((result.status, result.err), (0, ""))
             self.assertEqual(self.listings(), listings)
             self.assertEqual(self.save(STATE_FILE + ".again")[0], saved)
+
+    def test_raw_carriage_returns_of_mof(self):
+        content = ("<NamespaceRegistration><Namespace><Name>sample</Name></Namespace>"
+                   "</NamespaceRegistration><ProductInstances><NamespaceInstances><Name>sample</Name>"
+                   '<InstanceMOF>class S { [Key] string Id; };\r\ninstance of S { Id = "a\rb\r"; };'
+                   "\r\n</InstanceMOF></NamespaceInstances></ProductInstances>")
+        result = self.restore_text(document(product(rest=content)))
+        self.assertEqual((result.status, result.err), (0, ""))
+        self.assertIn(b'Id = "a\\rb\\r";', self.save()[0])
 
     def test_access_of_other_kinds_is_dropped(self):
         entries = "".join(

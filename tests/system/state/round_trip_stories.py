@@ -4,11 +4,11 @@ allowed users files and privilege files are as they were."""
 
 import os
 
-from harness import Result, read
+from harness import Result, read, run, write
 from hostile_mof import SCHEMA, all_types, dmtf_instances, text_literal
 from machine import PLAY
 from providers import CAPABILITIES, PROCESS, PROCESS_CAPABILITIES, USER, process, schema
-from saved_state import STATE_FILE, StateStory, live_provider, snippet
+from saved_state import OWMOFC, STATE_FILE, StateStory, live_provider, snippet
 
 
 class RoundTrip(StateStory):
@@ -177,6 +177,34 @@ class Contents(ContentStory):
         text = self.assert_needs_no_repair(self.assert_round_trip())
         self.assertTrue('Fixing invalid embedded instance mof for namespace "zeb/' in text)
         self.assertTrue("Nothing to replace.  Could not find any embedded instance lines." in text)
+
+    def test_with_embedded_objects_stay_such_as_come_back(self):
+        """Whatever an upgrade would do to the classes that they are of."""
+        keys = "[Key] string Id; "
+        holder = keys + '[EmbeddedInstance("S_Part")] string Part; string Text; '
+        self.compile_text("sample", (
+            f"Qualifier Mark : string = null, Scope(any);\nclass S_Part {{ {keys}uint8 Size; }};\n"
+            f"class S_Holder {{ {holder}}};\nclass S_Any {{ {keys}[EmbeddedObject] string Any; }};\n"
+            'instance of S_Holder { Id = "1"; Part = "instance of S_Part { Size = 7; };"; '
+            'Text = "no object"; };\n'
+            'instance of S_Any { Id = "1"; Any = "class S_Odd : S_Part { [Mark(\\"m\\")] string M; };"; '
+            "};\n"))
+        saved = self.assert_round_trip()
+        part = 'the object embedded in property "Part" of instance S_Holder.Id="1"'
+        for mof, refusal in (
+                (f"class S_Part {{ {keys}}};\n", part),
+                (f"class S_Part {{ {keys}string Size; }};\n", part),
+                (f"class S_Holder {{ {holder.replace('string Text', '[EmbeddedObject] string Text')}}};\n",
+                 'another kind of object embedded in the property "Text"'),
+                (f"class S_Holder {{ {holder.replace('S_Part', 'S_Any')}}};\n",
+                 'another kind of object embedded in the property "Part"'),
+                ("Qualifier Mark : uint8 = null, Scope(any);\n",
+                 'property "Any" of instance S_Any.Id="1"')):
+            write(PLAY + "/content.mof", mof.encode())
+            result = run([OWMOFC, "-n", "sample", PLAY + "/content.mof"])
+            self.assertEqual(result.status, 1, mof)
+            self.assertIn(refusal, result.err)
+        self.assertEqual(self.save()[0], saved)
 
     def test_that_refer_to_other_namespaces_come_back(self):
         """To one that is registered later in the same product, and in a later product."""

@@ -12,6 +12,7 @@ from saved_state import (
 )
 
 FULL = PLAY + "/full"
+OWDELETEINSTANCE = "/opt/tarvo/kov/bin/owdeleteinstance"
 
 
 class Saving(StateStory):
@@ -142,6 +143,35 @@ class Saving(StateStory):
             'The state of product "sample" cannot be saved: XML cannot hold the element Product/'
             "RegisteredProviders[1]/OOP1ProviderRegistration[1]/ProviderInstances[1]/Name[1]: its "
             "text has the control character U+0001")
+
+    def test_a_user_who_would_come_back_as_another(self):
+        self.register("sample", "al")
+        self.give_namespaces("sample", "sample")
+        self.compile_text("root/security", (
+            'instance of OpenWBEM_UserACL { nspace = "sample"; username = "al "; '
+            'capability = "rR"; };\n'))
+        self.assert_refused_before(
+            'The state of product "sample" cannot be saved: its user "al " ends with white space')
+
+    def test_content_that_would_not_compile_names_the_instance_and_the_command_that_mends_it(self):
+        self.register("sample", "al")
+        self.give_namespaces("sample", "sample")
+        # A reference may lead to an instance that is not there, and its class be made anew.
+        self.compile_text("sample", (
+            "class S_Thing { [Key] string Id; };\n"
+            "[Association] class S_Link { [Key] S_Thing REF From; [Key] S_Thing REF To; };\n"
+            'instance of S_Link { From = "S_Thing.Id=\\"a\\""; To = "S_Thing.Id=\\"b\\""; };\n'))
+        self.save()
+        self.compile_text("sample", "class S_Thing { string Id; [Key] uint8 Number; };\n")
+        path = r'sample:S_Link.From="sample:S_Thing.Id=\"a\"",To="sample:S_Thing.Id=\"b\""'
+        self.assert_refused_before(
+            f'The state of product "sample" cannot be saved: the instance {path} could not be '
+            "restored: MOF:")
+        err = self.fennik(DUMP, STATE_FILE).err
+        self.assertIn(f"Delete it (owdeleteinstance '{path}') or give it values that fit its class, "
+                      "then save again.", err)
+        self.assertEqual(run([OWDELETEINSTANCE, path]).status, 0)
+        self.save()
 
     def test_without_a_privilege_file_fails_before_the_file_is_opened(self):
         self.register("sample", "al")

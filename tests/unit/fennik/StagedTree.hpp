@@ -42,6 +42,7 @@ public:
 
     FaultyHandle& faults() { return *m_handle; }
     const CIMOMHandleIFCRef& handle() const { return m_handleRef; }
+    CIMRepository& repository() { return *m_repository; }
 
     /// Everything in the repository as this handle sees it: "namespace: object as MOF", sorted.
     std::map<String, String> content();

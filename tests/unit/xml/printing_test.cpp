@@ -141,5 +141,31 @@ TEST(XMLPrinting, ALongPathIsShortened) {
         "its text has the control character U+0001 in line 1, byte 1");
 }
 
+TEST(XMLPrinting, WhatCanBeWrittenComesBack) {
+    const std::string large(300000, 'x');
+    for (const XMLNode& node :
+         {XMLNode("a"), element("a", " \n\t\r "), element("a", "<&>\r\n\"'\r]]>"),
+          XMLNode("a", {{"b", "\"\n&\r\t "}, {"c", ""}}),
+          element("a", {element("b", ""), element("b", "\xc3\xa9"), element("c", {XMLNode("d")})}),
+          element("a", large + "\r\n&" + large),
+          element("a", {element("b", large), element("c", "")})}) {
+        EXPECT_TRUE(node.comesBack()) << printed(node).substr(0, 100);
+    }
+    XMLNode mixed = element("a", {element("b", "x"), XMLNode("c")});
+    mixed.setText(" text before them ");
+    EXPECT_TRUE(mixed.comesBack());
+    EXPECT_THROW(element("a", "\x01").comesBack(), XMLNodeException);
+}
+
+TEST(XMLPrinting, WhatIsTooDeepForTheParserDoesNotComeBack) {
+    XMLNode node("aaa");
+    for (size_t depth = 1; depth < 1000000; ++depth) {
+        XMLNode outer("aaa");
+        outer.addChild(node);
+        node = outer;
+    }
+    EXPECT_FALSE(node.comesBack());
+}
+
 }  // namespace
 }  // namespace OpenWBEM

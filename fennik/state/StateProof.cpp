@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/StateProof.hpp"
+
+#include "fennik/state/SavedObject.hpp"
+#include "fennik/state/StateFormat.hpp"
+#include "fennik/state/StateLog.hpp"
+#include "fennik/state/StateNames.hpp"
+#include "fennik/state/StateReading.hpp"
+#include "fennik/undo/FennikException.hpp"
+#include "openwbem/mof/MOFCompiler.hpp"
+
+namespace KOVNS2::StateProof {
+
+using namespace StateFormat;
+using blocxx::Format;
+using OpenWBEM::CIMException;
+using OpenWBEM::CIMOMHandleIFCRef;
+
+namespace {
+
+constexpr int CANNOT_SAVE = 36;
+
+/// From here on what the handle keeps of a namespace is worth giving back before its MOF is
+/// compiled.
+constexpr size_t LARGE_MOF = size_t{1024} * 1024;
+
+/// The identifier of a provider as its registration instance was rendered.
+String instanceID(const XMLNode& provider) {
+    const StringArray mofs =
+        extractChildInstanceArrays(provider.mustFindChild(REGISTRATION_INSTANCES), INSTANCE_MOF);
+    constexpr std::string_view BEFORE = "InstanceID = ";
+    const String mof = mofs.empty() ? String() : mofs.front();
+    const size_t at = mof.find(BEFORE);
+    return at == String::npos
+               ? String("without an identifier")
+               : mof.substr(at + BEFORE.size(), mof.find(';', at) - at - BEFORE.size());
+}
+
+/// The proof of one product.
+class Proof {
+public:
+    Proof(const String& name, const CIMOMHandleIFCRef& handle) : m_name(name), m_handle(handle) {}
+
+    void prove(const XMLNode& product) const;
+
+private:
+    [[noreturn]] void refuse(const String& what, const blocxx::Exception* reason = nullptr) const;
+    void refuseFault(const String& fault) const;
+    void proveChild(const XMLNode& child) const;
+    void proveUsers(const XMLNode& users) const;
+    void proveNamespaces(const XMLNode& registration) const;
+    void proveProviders(const XMLNode& providers) const;
+    void proveContent(const XMLNode& content) const;
+    void compile(const String& ns, String mof, const String& saved) const;
+
+    const String& m_name;
+    const CIMOMHandleIFCRef& m_handle;
+};
+
+void Proof::refuse(const String& what, const blocxx::Exception* reason) const {
+    const String message = Format("The state of product \"%1\" cannot be saved: %2", m_name, what);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_SAVE, reason);
+}
+
+void Proof::refuseFault(const String& fault) const {
+    if (!fault.empty()) {
+        refuse(fault +
+               ", so it could not be restored. Deregister the product, or what has that "
+               "name, and register it under another one.");
+    }
+}
+
+void Proof::prove(const XMLNode& product) const {
+    try {
+        // XML has no form for most control characters and for bytes that are not UTF-8.
+        if (!product.comesBack()) {
+            refuse("it would be read as another");
+        }
+    } catch (const OpenWBEM::XMLNodeException& e) {
+        refuse(e.getMessage(), &e);
+    }
+    refuseFault(StateNames::productFault(m_name));
+    for (const XMLNode& child : product.getChildren()) {
+        proveChild(child);
+    }
+}
+
+void Proof::proveChild(const XMLNode& child) const {
+    if (child.getName() == ALLOWED_USERS) {
+        proveUsers(child);
+    } else if (child.getName() == NAMESPACE_REGISTRATION) {
+        proveNamespaces(child);
+    } else if (child.getName() == REGISTERED_PROVIDERS) {
+        proveProviders(child);
+    } else if (child.getName() == PRODUCT_INSTANCES) {
+        for (const XMLNode& content : child.getChildren()) {
+            proveContent(content);
+        }
+    }
+}
+
+void Proof::proveUsers(const XMLNode& users) const {
+    for (const XMLNode& user : users.getChildren()) {
+        refuseFault(StateNames::userFault(user.getText()));
+    }
+    StateReading::allowedUsers(users);
+}
+
+void Proof::proveNamespaces(const XMLNode& registration) const {
+    for (const XMLNode& ns : registration.getChildren()) {
+        refuseFault(StateNames::namespaceFault(ns.mustFindChild(NAME).getText()));
+        for (const XMLNode& entry : childrenByName(ns, NAMESPACE_ACL_ENTRY)) {
+            refuseFault(StateNames::userFault(entry.mustFindChild(USER_NAME).getText()));
+        }
+        StateReading::namespaceAccess(ns);
+    }
+}
+
+void Proof::proveProviders(const XMLNode& providers) const {
+    for (const XMLNode& provider : providers.getChildren()) {
+        const auto fail = [&](const blocxx::Exception& e) {
+            refuse(Format("its provider %1 could not be registered again: %2\nRegister the "
+                          "providers of the product anew (--register-providers), then save again.",
+                          instanceID(provider), e.getMessage()),
+                   &e);
+        };
+        try {
+            StateReading::providerRegistration(provider, m_handle);
+        } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
+            fail(e);
+        } catch (const CIMException& e) {
+            if (e.getErrNo() != CIMException::INVALID_PARAMETER) {
+                throw;  // the handle's own failure
+            }
+            fail(e);
+        }
+    }
+}
+
+void Proof::proveContent(const XMLNode& content) const {
+    const String& ns = content.mustFindChild(NAME).getText();
+    const String& saved = content.mustFindChild(INSTANCE_MOF).getText();
+    if (saved.size() >= LARGE_MOF) {
+        m_handle->releaseMemory();
+    }
+    String mof = StateReading::repairedMof(StateReading::childText(content, NAME), saved);
+    if (mof != saved) {
+        refuse(Format("the content of its namespace %1 would be read as another", ns));
+    }
+    compile(ns, std::move(mof), saved);
+}
+
+void Proof::compile(const String& ns, String mof, const String& saved) const {
+    Array<OpenWBEM::CIMInstance> instances;
+    Array<OpenWBEM::CIMClass> classes;
+    Array<OpenWBEM::CIMQualifierType> qualifierTypes;
+    try {
+        OpenWBEM::MOF::compileMOF(std::move(mof), CIMOMHandleIFCRef(), ns, instances, classes,
+                                  qualifierTypes);
+    } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
+        const SavedObject object = findSavedObject(saved, e.getSourceLine(), ns, *m_handle);
+        refuse(Format("%1 could not be restored: %2\n%3, then save again.", object.name,
+                      e.getMessage(), object.repair),
+               &e);
+    }
+}
+
+}  // namespace
+
+void prove(const XMLNode& product, const String& name, const CIMOMHandleIFCRef& handle) {
+    StateLog::log().debug("Proving that product \"%1\" can be restored", name);
+    Proof(name, handle).prove(product);
+}
+
+}  // namespace KOVNS2::StateProof
