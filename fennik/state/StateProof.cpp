@@ -36,6 +36,13 @@ String instanceID(const XMLNode& provider) {
                : mof.substr(at + BEFORE.size(), mof.find(';', at) - at - BEFORE.size());
 }
 
+/// Every repair changes the size, so that two of them would have to meet for the hash to matter.
+using Fingerprint = std::pair<size_t, size_t>;
+
+Fingerprint fingerprint(const String& mof) {
+    return {mof.size(), std::hash<String>()(mof)};
+}
+
 /// The proof of one product.
 class Proof {
 public:
@@ -51,7 +58,7 @@ private:
     void proveNamespaces(const XMLNode& registration) const;
     void proveProviders(const XMLNode& providers) const;
     void proveContent(const XMLNode& content) const;
-    void compile(const String& ns, String mof, const String& saved) const;
+    void compile(const String& ns, String& mof) const;
 
     const String& m_name;
     const CIMOMHandleIFCRef& m_handle;
@@ -137,28 +144,29 @@ void Proof::proveProviders(const XMLNode& providers) const {
     }
 }
 
+// The MOF is taken from its element meanwhile: held twice beside what is compiled from it, it would
+// be what a large save takes the most memory for.
 void Proof::proveContent(const XMLNode& content) const {
     const String& ns = content.mustFindChild(NAME).getText();
-    const String& saved = content.mustFindChild(INSTANCE_MOF).getText();
-    if (saved.size() >= LARGE_MOF) {
+    XMLNode text = content.mustFindChild(INSTANCE_MOF);
+    String mof = text.takeText();
+    if (mof.size() >= LARGE_MOF) {
         m_handle->releaseMemory();
     }
-    String mof = StateReading::repairedMof(StateReading::childText(content, NAME), saved);
-    if (mof != saved) {
+    const Fingerprint before = fingerprint(mof);
+    mof = StateReading::repairedMof(StateReading::childText(content, NAME), std::move(mof));
+    if (fingerprint(mof) != before) {
         refuse(Format("the content of its namespace %1 would be read as another", ns));
     }
-    compile(ns, std::move(mof), saved);
+    compile(ns, mof);
+    text.setText(std::move(mof));
 }
 
-void Proof::compile(const String& ns, String mof, const String& saved) const {
-    Array<OpenWBEM::CIMInstance> instances;
-    Array<OpenWBEM::CIMClass> classes;
-    Array<OpenWBEM::CIMQualifierType> qualifierTypes;
+void Proof::compile(const String& ns, String& mof) const {
     try {
-        OpenWBEM::MOF::compileMOF(std::move(mof), CIMOMHandleIFCRef(), ns, instances, classes,
-                                  qualifierTypes);
+        OpenWBEM::MOF::checkMOF(mof, CIMOMHandleIFCRef(), ns);
     } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
-        const SavedObject object = findSavedObject(saved, e.getSourceLine(), ns, *m_handle);
+        const SavedObject object = findSavedObject(mof, e.getSourceLine(), ns, *m_handle);
         refuse(Format("%1 could not be restored: %2\n%3, then save again.", object.name,
                       e.getMessage(), object.repair),
                &e);

@@ -18,6 +18,12 @@ public:
 
     /// Throws MOFCompilerException, and what the handle throws.
     Array<NamespaceContent> run(Source source, const String& ns);
+    /// The text that run() was given, or nothing when it was too large. What came out of run() may
+    /// not be asked for its place any more.
+    String takeText() {
+        SourceText* const text = m_sources->first();
+        return text != nullptr ? std::move(*text).take() : String();
+    }
 
 private:
     struct Namespace {

@@ -46,4 +46,17 @@ void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
     qualifierTypes = std::move(contents.front().qualifierTypes);
 }
 
+void checkMOF(String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+              const String& sourceName) {
+    const IncludeHandler none;
+    Compilation compilation(handle, none, true);
+    try {
+        compilation.run({sourceName, std::move(mof)}, ns);
+    } catch (...) {
+        mof = compilation.takeText();
+        throw;
+    }
+    mof = compilation.takeText();
+}
+
 }  // namespace OpenWBEM::MOF

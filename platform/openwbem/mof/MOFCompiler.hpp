@@ -100,4 +100,9 @@ void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF");
 
+/// Compiles as compileMOF() does and forgets what comes out. For large texts: `mof` is not copied,
+/// and is given back, also when this throws, unless it is too large to be compiled.
+void checkMOF(String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
+              const String& sourceName = "MOF");
+
 }  // namespace OpenWBEM::MOF

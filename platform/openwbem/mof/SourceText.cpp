@@ -160,6 +160,11 @@ SourceText::SourceText(Source source)
     }
 }
 
+String SourceText::take() && {
+    m_text.resize(m_size);
+    return std::move(m_text);
+}
+
 SourceText::Place SourceText::locate(const char* at) const noexcept {
     return {1 + static_cast<size_t>(std::count(begin(), at, '\n')),
             1 + countCharacters({lineBegin(*this, at), at})};

@@ -43,6 +43,9 @@ public:
     /// Whether `at` points into the text or to its end.
     bool contains(const char* at) const noexcept { return at >= begin() && at <= end(); }
 
+    /// The text as it was taken over; nothing may use this one any more.
+    String take() &&;
+
     struct Place {
         size_t line;    ///< from 1
         size_t column;  ///< from 1, in characters
@@ -65,6 +68,8 @@ public:
     /// Throws as SourceText does.
     SourceText& add(Source source) { return m_texts.emplace_back(std::move(source)); }
     size_t size() const noexcept { return m_texts.size(); }
+    /// The first, or null.
+    SourceText* first() noexcept { return m_texts.empty() ? nullptr : &m_texts.front(); }
     /// The exception for an error in one of them; one that stands in none is told at the beginning.
     MOFCompilerException describe(const CompileError& error,
                                   int errorCode = blocxx::Exception::UNKNOWN_ERROR_CODE) const;

@@ -117,6 +117,10 @@ void Database::checkFormat() {
     }
 }
 
+void Database::releaseMemory() noexcept {
+    sqlite3_db_release_memory(m_db);
+}
+
 bool Database::hasChangedElsewhere() {
     const bool rolledBack = std::exchange(m_rolledBackSinceAsked, false);
     if (m_use == RepositoryUse::SERVED) {

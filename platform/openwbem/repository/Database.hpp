@@ -61,6 +61,8 @@ public:
     /// Whether what was read before may be out of date: somebody else has written to the file, or a
     /// unit of work was rolled back. Tells each change once.
     bool hasChangedElsewhere();
+    /// Gives back the pages that are kept in memory and not in use.
+    void releaseMemory() noexcept;
 
 private:
     friend class Statement;

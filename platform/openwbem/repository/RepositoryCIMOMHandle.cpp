@@ -49,6 +49,7 @@ void RepositoryCIMOMHandle::releaseMemory() {
     store.qualifiers.forget();
     store.classes.forget();
     store.embedded.forget();
+    store.database.releaseMemory();
 }
 
 void RepositoryCIMOMHandle::commit() {

@@ -278,5 +278,23 @@ TEST(MofErrorsTest, SurrogatesAndZeroAreNoCharactersOfStrings) {
     }
 }
 
+TEST(MofErrorsTest, TextThatIsOnlyCheckedIsGivenBackWithTheSameMessage) {
+    for (const Row& row : ROWS) {
+        String text = row.text;
+        try {
+            checkMOF(text, CIMOMHandleIFCRef(), "root");
+            ADD_FAILURE() << "compiled: " << row.sentence;
+        } catch (const MOFCompilerException& e) {
+            EXPECT_EQ(e.getMessage(), row.message) << row.sentence;
+        }
+        EXPECT_EQ(text, row.text) << row.sentence;
+    }
+    for (const char* good : {"", "class A { };", "\xEF\xBB\xBF class A { uint8 X = 7; };\n"}) {
+        String text = good;
+        checkMOF(text, CIMOMHandleIFCRef(), "root");
+        EXPECT_EQ(text, good);
+    }
+}
+
 }  // namespace
 }  // namespace OpenWBEM::MOF
