@@ -6,6 +6,7 @@
 // standard error and exit status 1; a command line that cannot be read has exit status 2.
 #include <cstdio>
 #include <deque>
+#include <filesystem>
 #include <iostream>
 
 #include "blocxx/FileSystem.hpp"
@@ -28,9 +29,18 @@ constexpr CmdLineParser::Option OPTIONS[] = {
     DEST_DIR_OPTION,
     END_OF_OPTIONS};
 
+/// Whether there is a pipe or a device. The user named it, so it is read as any program reads it.
+bool isSpecial(const String& file) {
+    std::error_code failure;
+    const std::filesystem::file_status status = std::filesystem::status(file, failure);
+    return std::filesystem::is_other(status);
+}
+
 MOF::Source open(const String& file) {
     if (file != "-") {
-        return MOF::includeFile(file, String());
+        return isSpecial(file) ? MOF::Source{file, blocxx::FileSystem::getFileContents(
+                                                       file, blocxx::FileSystem::NamedBy::CALLER)}
+                               : MOF::includeFile(file, String());
     }
     // Standard input belongs to the caller: it is read, not closed.
     String text;

@@ -244,6 +244,17 @@ class Utilities(LiveStory):
         self.assertIn("access denied", step.output)
         self.assertEqual(len(self.products()), 3)
 
+    def test_file_may_be_a_pipe(self):
+        product = 'instance of KOV_Product { Name = "four"; };'
+        compile_it = f"printf %s {quoted(product)} | owmofc -n kov /dev/stdin"
+        wrong = "echo wrong | owmofc -n kov /dev/stdin"
+        self.assert_steps(
+            (compile_it, 0, "kov: 0 qualifier types, 0 classes, 1 instances"),
+            ("true | owmofc -n kov /dev/stdin", 0, "kov: 0 qualifier types.*|"),
+            (wrong, 1, "/dev/stdin:1:1: error: .*"),
+        )
+        self.assertIn("four", self.products())
+
     def test_files_are_compiled_through_the_daemon(self):
         product = 'instance of KOV_Product { Name = "four"; };'
         compile_it = f"printf %s {quoted(product)} | owmofc -n kov -"
