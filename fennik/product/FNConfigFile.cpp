@@ -30,13 +30,13 @@ UnitLog log() {
 }
 
 /// There is something else in the snippet's place. Only the administrator knows what it is for.
-[[noreturn]] void refuseToTouch(const String& path, const char* what, int errnum) {
-    BLOCXX_THROW_ERR(FileSystemException,
-                     blocxx::Format("\"%1\" is %2 and not a file: fennik neither reads nor removes "
-                                    "it. Remove it, or put a file with the configuration in its "
-                                    "place; then run the command again.",
-                                    path, what),
-                     errnum);
+FileSystemException somethingElse(const String& path, const char* what, int errnum) {
+    const String message = blocxx::Format(
+        "\"%1\" is %2 and not a file: fennik neither reads nor removes it. Remove it, or put a "
+        "file "
+        "with the configuration in its place; then run the command again.",
+        path, what);
+    return {__FILE__, __LINE__, message.c_str(), errnum};
 }
 
 void requireRegularFile(const blocxx::File& file, const String& path) {
@@ -45,10 +45,10 @@ void requireRegularFile(const blocxx::File& file, const String& path) {
         BLOCXX_THROW_ERRNO(FileSystemException, "Unable to read " + path);
     }
     if (S_ISDIR(info.st_mode)) {
-        refuseToTouch(path, "a directory", EISDIR);
+        throw somethingElse(path, "a directory", EISDIR);
     }
     if (!S_ISREG(info.st_mode)) {
-        refuseToTouch(path, "a pipe or a device", EINVAL);
+        throw somethingElse(path, "a pipe or a device", EINVAL);
     }
 }
 
@@ -64,7 +64,7 @@ std::optional<String> readSnippet(const String& productName, const String& path)
             return std::nullopt;
         }
         if (errno == ELOOP) {
-            refuseToTouch(path, "a symbolic link", ELOOP);
+            throw somethingElse(path, "a symbolic link", ELOOP);
         }
         BLOCXX_THROW_ERRNO(FileSystemException, "Unable to open " + path);
     }
@@ -105,15 +105,16 @@ TempFile::Released createTempFile(const String& directory) {
     }
 }
 
-/// Removes the temporary file and throws what went wrong with it.
+/// Removes the temporary file and throws what went wrong with it, for that reason if there is one.
 [[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
-                                              int errnum) {
+                                              int errnum,
+                                              const FileSystemException* reason = nullptr) {
     String details = blocxx::ExceptionDetail::FormatMsg(message, errnum);
     if (!FileSystem::removeFile(tempPath)) {
         details +=
             ". Unable to delete temp file. You should run rm " + tempPath + " to delete the file.";
     }
-    BLOCXX_THROW_ERR(FennikException, details, 16);
+    throw FennikException(__FILE__, __LINE__, details.c_str(), 16, reason);
 }
 
 void writeAndClose(blocxx::File& file, const String& tempPath, const String& content) {
@@ -146,9 +147,13 @@ void checkName(const String& productName, const String& path) {
 }
 
 void renameIntoPlace(const String& tempPath, const String& path) {
-    if (!FileSystem::renameFile(tempPath, path)) {
-        CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errno);
+    if (FileSystem::renameFile(tempPath, path)) {
+        return;
     }
+    const int errnum = errno;
+    const FileSystemException directory = somethingElse(path, "a directory", EISDIR);
+    CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errnum,
+                                errnum == EISDIR ? &directory : nullptr);
 }
 
 }  // namespace

@@ -158,7 +158,7 @@ void readFirstByteOfFifo(String& contents, File& file, const String& path) {
 // first byte is read.
 File openForReading(const String& path, NamedBy namedBy) {
     const int links = namedBy == NamedBy::US ? O_NOFOLLOW : 0;
-    File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | links));
+    File file = open(path, O_RDONLY | O_NONBLOCK | links);
     if (!file && errno == ELOOP && namedBy == NamedBy::US) {
         BLOCXX_THROW_ERR(FileSystemException,
                          Format("Cannot read \"%1\": it is a symbolic link, which is not followed "

@@ -168,6 +168,28 @@ TEST_F(CurrentProviders, PrivilegeFilesAreReadAsTheyAreOnTheDisk) {
     EXPECT_EQ(only().providerPrivileges(), "and this");
 }
 
+TEST_F(CurrentProviders, LinkInPlaceOfAPrivilegeFileIsNotFollowed) {
+    registerList(m_repository, entry("disk", registrationMof("Disk", MONITORED), "", PRIVILEGES));
+    m_undo.clear();
+    for (const auto& file : {oopFile("Disk"), ownFile("Disk")}) {
+        const auto moved = file.string() + ".moved";
+        std::filesystem::rename(file, moved);
+        std::filesystem::create_symlink(moved, file);
+        try {
+            deregisterAll(m_repository);
+            ADD_FAILURE() << "deregistered";
+        } catch (const FennikException& e) {
+            EXPECT_THAT(e.getMessage(),
+                        ::testing::HasSubstr("Cannot read \"" + file.string() +
+                                             "\": it is a symbolic link, which is not followed "
+                                             "here; put the file itself in its place"));
+        }
+        EXPECT_TRUE(std::filesystem::is_symlink(file));
+        std::filesystem::rename(moved, file);
+    }
+    deregisterAll(m_repository);
+}
+
 TEST_F(CurrentProviders, FileWithoutPrivilegesOfItsOwnIsNotRead) {
     registerList(m_repository, entry("disk", registrationMof("Disk"), ""));
     writeFile(ownFile("Disk"), "not of this provider");

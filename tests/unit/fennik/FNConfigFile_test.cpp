@@ -148,6 +148,14 @@ TEST_F(ConfigFile, DirectoryInPlaceOfTheSnippetIsReportedAndTheTemporaryFileRemo
     fs::create_directory(snippet());
     expectFennik(16, "Unable to create the file " + snippet().string() + ": 21(Is a directory)",
                  [&] { setConfigFileFromString("sample", "x", prefix()); });
+    try {
+        setConfigFileFromString("sample", "x", prefix());
+    } catch (const FennikException& e) {
+        ASSERT_NE(e.getOtherException(), nullptr);
+        EXPECT_TRUE(
+            String(e.getOtherException()->getMessage())
+                .starts_with("\"" + snippet().string() + "\" is a directory and not a file: "));
+    }
     EXPECT_EQ(filesInConfigs(), 1U);
 }
 

@@ -292,6 +292,18 @@ TEST_F(NamespaceRegistration, MissingQualifiersFileIsUndone) {
     EXPECT_EQ(repository.content(), before);
 }
 
+TEST_F(NamespaceRegistration, LinkInPlaceOfTheQualifiersFileIsNotFollowed) {
+    const auto file = m_tree.qualifiersFile();
+    std::filesystem::rename(file, file.string() + ".moved");
+    std::filesystem::create_symlink(file.string() + ".moved", file);
+    OpenRepository repository(m_tree);
+    const auto before = repository.content();
+    expectFailure<blocxx::FileSystemException>(
+        ELOOP, "Cannot read \"" + file.string() + "\": it is a symbolic link",
+        [&] { registerIn(repository, {"sample"}); });
+    EXPECT_EQ(repository.content(), before);
+}
+
 TEST_F(NamespaceRegistration, BrokenQualifiersFileIsUndoneAndNamed) {
     writeFile(m_tree.qualifiersFile(), "Qualifier Key : boolean = oops");
     OpenRepository repository(m_tree);
