@@ -12,6 +12,7 @@
 
 #include "blocxx/Exception.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 #include "blocxx/Process.hpp"
 #include "owcimomd/DaemonException.hpp"
 
@@ -92,7 +93,7 @@ int waitForDaemon(pid_t child, int pipe) {
                               ? "it " + blocxx::Process::Status::fromWaitStatus(status).toString() +
                                     " before it was ready"
                               : told;
-    std::cerr << "owcimomd: error: " << reason << "\n";
+    std::cerr << "owcimomd: error: " << blocxx::printable(reason) << "\n";
     return 1;
 }
 

@@ -7,6 +7,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/LogAppender.hpp"
+#include "blocxx/Printable.hpp"
 
 namespace OwCimomd {
 
@@ -30,7 +31,7 @@ public:
                m_categories.end();
     }
     void append(const blocxx::LogMessage& message) override {
-        syslog(priority(message.level), "%s", message.text.c_str());
+        syslog(priority(message.level), "%s", blocxx::printable(message.text).c_str());
     }
 
 private:

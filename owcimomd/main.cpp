@@ -6,6 +6,7 @@
 
 #include "blocxx/CmdLineParser.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 #include "owcimomd/Background.hpp"
 #include "owcimomd/Daemon.hpp"
 #include "owcimomd/DaemonException.hpp"
@@ -76,7 +77,7 @@ int run(const CmdLineParser& parser) {
 }
 
 int complain(const String& message) {
-    std::cerr << "owcimomd: error: " << message << "\n";
+    std::cerr << "owcimomd: error: " << blocxx::printable(message) << "\n";
     return 1;
 }
 

@@ -30,7 +30,7 @@ String productName(const Run& run) {
 
 void printLines(const StringArray& lines) {
     for (const String& line : lines) {
-        StandardStreams::writeOut(line + "\n");
+        StandardStreams::writeLine(line);
     }
 }
 

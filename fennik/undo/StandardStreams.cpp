@@ -10,6 +10,7 @@
 
 #include "blocxx/Exception.hpp"
 #include "blocxx/Interruption.hpp"
+#include "blocxx/Printable.hpp"
 
 namespace KOVNS2::StandardStreams {
 
@@ -58,17 +59,34 @@ void writeOut(std::string_view text) {
     BLOCXX_THROW_ERRNO(blocxx::IOException, "Unable to write to standard output");
 }
 
+namespace {
+
+/// What standard output gets of a text with names of others in it.
+blocxx::String forOutput(std::string_view text) {
+    return ::isatty(STDOUT_FILENO) == 1 ? blocxx::printable(text) : blocxx::String(text);
+}
+
+}  // namespace
+
+void writeLine(const blocxx::String& line) {
+    writeOut(forOutput(line + "\n"));
+}
+
 void writeProgress(std::string_view text) noexcept {
     try {
         blocxx::Interruption::wait(STDOUT_FILENO, POLLOUT);
+        writeAll(STDOUT_FILENO, forOutput(text));
     } catch (const std::exception&) {
-        return;  // the next step fails
+        return;  // when it was interrupted, the next step fails
     }
-    writeAll(STDOUT_FILENO, text);
 }
 
 void writeError(std::string_view text) noexcept {
-    writeAll(STDERR_FILENO, text);
+    try {
+        writeAll(STDERR_FILENO, blocxx::printable(text));
+    } catch (const std::exception&) {
+        return;  // no memory is left for it
+    }
 }
 
 }  // namespace KOVNS2::StandardStreams

@@ -8,6 +8,8 @@
 
 #include <chrono>
 
+#include "blocxx/Printable.hpp"
+
 namespace blocxx {
 
 namespace {
@@ -134,9 +136,9 @@ LogOutput::LogOutput(const String& messageFormat)
 LogOutput::~LogOutput() = default;
 
 String LogOutput::render(const LogMessage& message) const {
+    const String text = printable(message.text);
     const spdlog::details::log_msg theirs(spdlog::source_loc{message.file, message.line, ""},
-                                          message.component, theirLevel(message.level),
-                                          message.text);
+                                          message.component, theirLevel(message.level), text);
     spdlog::memory_buf_t buffer;
     m_impl->formatter.format(theirs, buffer);
     return String(buffer.data(), buffer.size());

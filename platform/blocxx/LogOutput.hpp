@@ -15,7 +15,7 @@ public:
     explicit LogOutput(const String& messageFormat);
     ~LogOutput();
 
-    /// The message in the format, with its end of line.
+    /// The message, printable, in the format, with its end of line.
     String render(const LogMessage& message) const;
 
 private:

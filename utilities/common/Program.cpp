@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "blocxx/Exception.hpp"
+#include "blocxx/Printable.hpp"
 
 namespace OwUtilities {
 
@@ -20,7 +21,7 @@ String usage(const Program& program) {
 }
 
 int complain(const Program& program, const String& message, int status) {
-    std::cerr << program.name << ": error: " << message << "\n";
+    std::cerr << program.name << ": error: " << blocxx::printable(message) << "\n";
     return status;
 }
 

@@ -8,6 +8,7 @@
 
 #include "blocxx/CmdLineParser.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 #include "utilities/kov-setup/Setup.hpp"
 #include "utilities/kov-setup/SetupException.hpp"
 
@@ -65,7 +66,7 @@ int run(const CmdLineParser& parser) {
 }
 
 int complain(const String& message) {
-    std::cerr << "kov-setup: error: " << message << "\n";
+    std::cerr << "kov-setup: error: " << blocxx::printable(message) << "\n";
     return 1;
 }
 

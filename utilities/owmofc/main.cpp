@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "blocxx/FileSystem.hpp"
+#include "blocxx/Printable.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "utilities/common/Program.hpp"
 #include "utilities/owmofc/ContentWriter.hpp"
@@ -87,7 +88,7 @@ int compileFiles(const CmdLineParser& parser) {
         }
     } catch (const MOF::MOFCompilerException& e) {
         // It begins with its place, as editors expect.
-        std::cerr << e.getMessage() << "\n";
+        std::cerr << blocxx::printable(e.getMessage()) << "\n";
         return 1;
     }
     repository.close();

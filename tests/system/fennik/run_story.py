@@ -13,6 +13,7 @@ import unittest
 MODULES = [
     "command_line_stories",
     "startup_stories",
+    "terminal_stories",
     "product_stories",
     "config_stories",
     "namespace_stories",

@@ -189,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FormatRow{LogAppender::STR_TTCC_MESSAGE_FORMAT,
                               "20[^[]+ \\[[0-9]+\\] ERROR comp - te%nxt\n"}));
 
-TEST_F(Logging, ToAFileWritesAtOnceAndAppends) {
+TEST_F(Logging, ToAFileWritesAtOnceAppendsAndIsPrintable) {
     {
         const Logger logger("c", fileAppender("%p %m"));
         logger.debug("one");
@@ -197,7 +197,7 @@ TEST_F(Logging, ToAFileWritesAtOnceAndAppends) {
         logger.fatal("two\n");
     }
     Logger("c", fileAppender("%m")).info(String("\n\n\x1b[31m\0", 8));
-    EXPECT_EQ(contents(), "DEBUG one\nFATAL two\n\n" + String("\n\n\x1b[31m\0\n", 9));
+    EXPECT_EQ(contents(), "DEBUG one\nFATAL two\n\n\n\n\\x1b[31m\\x00\n");
 }
 
 TEST_F(Logging, WritesLongMessagesWhole) {
