@@ -33,8 +33,7 @@ UnitLog log() {
 FileSystemException somethingElse(const String& path, const char* what, int errnum) {
     const String message = blocxx::Format(
         "\"%1\" is %2 and not a file: fennik neither reads nor removes it. Remove it, or put a "
-        "file "
-        "with the configuration in its place; then run the command again.",
+        "file with the configuration in its place; then run the command again.",
         path, what);
     return {__FILE__, __LINE__, message.c_str(), errnum};
 }

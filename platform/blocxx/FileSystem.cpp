@@ -17,6 +17,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
+#include "blocxx/Printable.hpp"
 
 namespace blocxx::FileSystem {
 
@@ -27,12 +28,21 @@ constexpr mode_t NEW_FILE_MODE = 0666;
 File open(const String& path, int flags) {
     int fd = -1;
     do {
-        fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, NEW_FILE_MODE);
+        fd = ::open(systemPath(path), flags | O_CLOEXEC | O_NOCTTY, NEW_FILE_MODE);
     } while (fd < 0 && errno == EINTR);
     return File(fd);
 }
 
 }  // namespace
+
+const char* systemPath(const String& path) {
+    if (path.find('\0') != String::npos) {
+        BLOCXX_THROW_ERR(FileSystemException,
+                         Format("The path \"%1\" has a NUL character in it", printable(path)),
+                         EINVAL);
+    }
+    return path.c_str();
+}
 
 File openFile(const String& path) {
     return open(path, O_RDWR);
@@ -47,50 +57,50 @@ File openOrCreateFile(const String& path) {
 }
 
 bool exists(const String& path) {
-    return ::faccessat(AT_FDCWD, path.c_str(), F_OK, AT_EACCESS) == 0;
+    return ::faccessat(AT_FDCWD, systemPath(path), F_OK, AT_EACCESS) == 0;
 }
 
 bool isDirectory(const String& path) {
     struct stat info = {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    return ::stat(systemPath(path), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 bool canExecute(const String& path) {
     struct stat info = {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
-           ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
+    return ::stat(systemPath(path), &info) == 0 && S_ISREG(info.st_mode) &&
+           ::faccessat(AT_FDCWD, systemPath(path), X_OK, AT_EACCESS) == 0;
 }
 
 bool removeFile(const String& path) {
-    return ::unlink(path.c_str()) == 0;
+    return ::unlink(systemPath(path)) == 0;
 }
 
 bool renameFile(const String& from, const String& to) {
-    return ::rename(from.c_str(), to.c_str()) == 0;
+    return ::rename(systemPath(from), systemPath(to)) == 0;
 }
 
 bool makeDirectory(const String& path, mode_t mode) {
-    return ::mkdir(path.c_str(), mode) == 0;
+    return ::mkdir(systemPath(path), mode) == 0;
 }
 
 bool changeFileOwner(const String& path, uid_t uid, gid_t gid) {
-    return ::lchown(path.c_str(), uid, gid) == 0;
+    return ::lchown(systemPath(path), uid, gid) == 0;
 }
 
 bool changeFileMode(const String& path, mode_t mode) {
-    if (::fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (::fchmodat(AT_FDCWD, systemPath(path), mode, AT_SYMLINK_NOFOLLOW) == 0) {
         return true;
     }
     // Not following needs /proc, which a staging root may lack; a link is still refused.
     struct stat info = {};
-    if (errno != EOPNOTSUPP || ::lstat(path.c_str(), &info) != 0) {
+    if (errno != EOPNOTSUPP || ::lstat(systemPath(path), &info) != 0) {
         return false;
     }
     if (S_ISLNK(info.st_mode)) {
         errno = EOPNOTSUPP;
         return false;
     }
-    return ::chmod(path.c_str(), mode) == 0;
+    return ::chmod(systemPath(path), mode) == 0;
 }
 
 bool syncDirectory(const String& path) {

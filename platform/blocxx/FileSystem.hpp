@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Calls on the file system by path. Where the result is a bool or a File, failure is false or a
-// closed File with errno set; the others throw.
+// closed File with errno set; the others throw. A path with a NUL in it, which the system would
+// take for another, shorter one, is a FileSystemException everywhere.
 #pragma once
 
 #include <sys/types.h>
@@ -15,6 +16,9 @@ namespace blocxx {
 BLOCXX_DECLARE_EXCEPTION2(FileSystem, IOException)
 
 namespace FileSystem {
+
+/// The path for a system call made elsewhere. Throws for one with a NUL.
+const char* systemPath(const String& path);
 
 /// Opens an existing file for reading and writing.
 File openFile(const String& path);

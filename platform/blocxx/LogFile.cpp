@@ -38,7 +38,7 @@ void LogFile::open() {
     constexpr mode_t mode = 0666;
     const int guards = m_opening == FileAppender::E_GUARDED ? O_NOFOLLOW | O_NONBLOCK : 0;
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | guards;
-    m_file = File(::open(m_name.c_str(), flags, mode));
+    m_file = File(::open(FileSystem::systemPath(m_name), flags, mode));
     const int fd = m_file.getFileDescriptor();
     struct stat info = {};
     if (fd < 0 || ::fstat(fd, &info) != 0 || ::fcntl(fd, F_SETFL, O_APPEND) != 0) {

@@ -26,6 +26,11 @@ class Lines(ProviderStory):
         self.assertEqual(self.use_list("\n\n" + self.disk.line() + "\n\n"), NOTHING)
         self.assertEqual(self.listed(), listing("disk"))
 
+    def test_path_with_a_nul_is_refused_and_not_cut_there(self):
+        cut = self.disk.line().replace(",", "\0/rest,", 2).replace("oop1\0/rest", "oop1")
+        self.assertEqual(cut.count("\0"), 1)
+        self.assert_list_fails(cut, r'\x00/rest" has a NUL character in it')
+
     def test_need_no_newline_at_the_end(self):
         self.assertEqual(self.use_list(self.disk.line().rstrip("\n")), NOTHING)
         self.assertEqual(self.listed(), listing("disk"))

@@ -156,6 +156,38 @@ int inChild(Body body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+TEST_F(Files, WithANulInTheirPathAreRefusedAndNotCutThere) {
+    const String plain = m_dir / "f";
+    const String path = plain + String("\0/rest", 6);
+    ASSERT_TRUE(FileSystem::createFile(plain));
+    const std::function<void()> calls[] = {
+        [&] { FileSystem::openFile(path); },
+        [&] { FileSystem::createFile(path); },
+        [&] { FileSystem::openOrCreateFile(path); },
+        [&] { FileSystem::exists(path); },
+        [&] { FileSystem::isDirectory(path); },
+        [&] { FileSystem::canExecute(path); },
+        [&] { FileSystem::removeFile(path); },
+        [&] { FileSystem::renameFile(path, plain); },
+        [&] { FileSystem::renameFile(plain, path); },
+        [&] { FileSystem::makeDirectory(path, 0700); },
+        [&] { FileSystem::changeFileOwner(path, 0, 0); },
+        [&] { FileSystem::changeFileMode(path, 0); },
+        [&] { FileSystem::syncDirectory(path); },
+        [&] { FileSystem::getFileContents(path); },
+    };
+    for (const auto& call : calls) {
+        try {
+            call();
+            ADD_FAILURE() << "call " << &call - calls;
+        } catch (const blocxx::FileSystemException& e) {
+            EXPECT_EQ(String(e.getMessage()),
+                      "The path \"" + plain + "\\x00/rest\" has a NUL character in it");
+        }
+    }
+    EXPECT_TRUE(FileSystem::exists(plain));
+}
+
 TEST_F(Files, AreLockedAgainstOtherProcesses) {
     File file = FileSystem::createFile(m_dir / "f");
     ASSERT_EQ(file.getLock(File::E_WRITE_LOCK), 0);
