@@ -38,15 +38,15 @@ class Descriptors(LiveStory):
         """The statuses of what others do while a stranger attacks, and of the stop."""
         out = self.shell(
             f"""{start}
-            {AS_STRANGER} {ATTACK} pass {SOCKET} {" ".join(KINDS)} >/tmp/attack.$$ &
+            {AS_STRANGER} {ATTACK} pass {SOCKET} {" ".join(KINDS)} >{self.root}/attack.out &
             attacker=$!
-            {wait_for("grep -q ready /tmp/attack.$$")}
+            {wait_for(f'grep -q ready {self.root}/attack.out')}
             for i in 1 2 3; do
                 timeout {SOON} {DAEMON} --ping; echo $?
                 timeout {SOON} fennik --list-registered-products; echo $?
             done
             timeout {SOON} sh -c '{stop}' >/dev/null; echo $?
-            kill $attacker; cat /tmp/attack.$$; rm /tmp/attack.$$"""
+            kill $attacker; cat {self.root}/attack.out; rm {self.root}/attack.out"""
         )
         return out.splitlines()
 
@@ -66,12 +66,12 @@ class Descriptors(LiveStory):
         """The ends of two of root's programs that a false daemon answers, and what the first one
         says. The second one goes on without a daemon."""
         out = self.shell(
-            f"""{AS_ACCOUNT} {ATTACK} serve {SOCKET} {kind} >/tmp/attack.$$ &
+            f"""{AS_ACCOUNT} {ATTACK} serve {SOCKET} {kind} >{self.root}/attack.out &
             attacker=$!
-            {wait_for("grep -q ready /tmp/attack.$$")}
+            {wait_for(f'grep -q ready {self.root}/attack.out')}
             timeout -s KILL {SOON} {prefix} {DAEMON} --ping 2>&1; echo $?
             timeout -s KILL {SOON} {prefix} fennik --list-registered-products; echo $?
-            kill $attacker; rm {SOCKET} /tmp/attack.$$"""
+            kill $attacker; rm {SOCKET} {self.root}/attack.out"""
         )
         return out.splitlines()
 

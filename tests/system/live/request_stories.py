@@ -65,13 +65,13 @@ class Requests(LiveStory):
     def test_that_are_never_finished_hold_little(self):
         out = self.shell(
             f"""{INIT} start >/dev/null
-            {AS_USER} {ATTACK} hold {SOCKET} {60 * MIB} 8 >/tmp/attack.$$ &
+            {AS_USER} {ATTACK} hold {SOCKET} {60 * MIB} 8 >{self.root}/attack.out &
             attacker=$!
-            for i in $(seq 600); do grep -q ready /tmp/attack.$$ && break; sleep 0.05; done
+            for i in $(seq 600); do grep -q ready {self.root}/attack.out && break; sleep 0.05; done
             timeout {SOON} {DAEMON} --ping; echo ping $?
             timeout {SOON} fennik --list-registered-products; echo list $?
             grep VmRSS /proc/$(cat {PID_FILE})/status
-            kill $attacker; cat /tmp/attack.$$; rm /tmp/attack.$$"""
+            kill $attacker; cat {self.root}/attack.out; rm {self.root}/attack.out"""
         )
         self.assertIn("ping 0", out)
         self.assertIn("list 0", out)
@@ -82,11 +82,11 @@ class Requests(LiveStory):
         out = self.shell(
             f"""echo owcimomd.max_request_size = 1048576 >>{CONFIG}
             {INIT} start >/dev/null
-            {AS_USER} {ATTACK} hold {SOCKET} {250 * MIB} 2 >/tmp/attack.$$ &
+            {AS_USER} {ATTACK} hold {SOCKET} {250 * MIB} 2 >{self.root}/attack.out &
             attacker=$!
-            for i in $(seq 600); do grep -q ready /tmp/attack.$$ && break; sleep 0.05; done
+            for i in $(seq 600); do grep -q ready {self.root}/attack.out && break; sleep 0.05; done
             timeout {SOON} {DAEMON} --ping; echo ping $?
-            kill $attacker; cat /tmp/attack.$$; rm /tmp/attack.$$"""
+            kill $attacker; cat {self.root}/attack.out; rm {self.root}/attack.out"""
         )
         self.assertIn("ping 0", out)
         self.assertEqual(out.count("larger than owcimomd takes from this user"), 2, out)
@@ -108,11 +108,11 @@ class Requests(LiveStory):
         self.make_cars(600, "")
         out = self.shell(
             f"""{INIT} start >/dev/null
-            {AS_USER} {ATTACK} ask {SOCKET} <{call} >/tmp/attack.$$ &
+            {AS_USER} {ATTACK} ask {SOCKET} <{call} >{self.root}/attack.out &
             sleep 1
             timeout {SOON} {DAEMON} --ping; echo ping $?
             timeout {SOON} fennik --list-registered-products; echo list $?
-            wait; cat /tmp/attack.$$; rm /tmp/attack.$$"""
+            wait; cat {self.root}/attack.out; rm {self.root}/attack.out"""
         )
         self.assertIn("ping 0", out)
         self.assertIn("list 0", out)
@@ -130,12 +130,13 @@ class Requests(LiveStory):
             with self.subTest(capability=capability):
                 out = self.shell(
                     f"""{INIT} start >/dev/null
-                    mkfifo /tmp/go.$$
-                    {AS_USER} {ATTACK} go-on {SOCKET} {first} {following} </tmp/go.$$ >/tmp/out.$$ &
-                    exec 3>/tmp/go.$$
-                    for i in $(seq 600); do grep -q ready /tmp/out.$$ && break; sleep 0.05; done
+                    mkfifo {self.root}/go
+                    {AS_USER} {ATTACK} go-on {SOCKET} {first} {following} \\
+                        <{self.root}/go >{self.root}/out &
+                    exec 3>{self.root}/go
+                    for i in $(seq 600); do grep -q ready {self.root}/out && break; sleep 0.05; done
                     echo '{acl % capability}' | owmofc -n root/security - || echo failed
-                    echo >&3; wait %1; sed '1,/ready/d' /tmp/out.$$; rm /tmp/go.$$ /tmp/out.$$"""
+                    echo >&3; wait %1; sed '1,/ready/d' {self.root}/out; rm {self.root}/go {self.root}/out"""
                 )
                 self.assertNotIn("failed", out)
                 self.assertIn(answer, out)
