@@ -72,10 +72,9 @@ String lockHolder() {
 
 void noteLockHolder() {
     const String number = std::to_string(::getpid()) + "\n";
-    const int fd = g_lockFile.getFileDescriptor();
     // Without it, those who wait are not told for whom: no reason to fail.
-    if (::ftruncate(fd, 0) == 0) {
-        static_cast<void>(!::pwrite(fd, number.data(), number.size(), 0));
+    if (::ftruncate(g_lockFile.getFileDescriptor(), 0) == 0) {
+        g_lockFile.write(number.data(), number.size());
     }
 }
 

@@ -7,9 +7,9 @@
 
 namespace blocxx {
 
-/// The text with all that a terminal could act on written out, as "\r" or "\x1b": control characters
-/// other than line feed and tab, and bytes that are not UTF-8. All else is as it was, backslashes
-/// included.
+/// The text with all that a terminal could act on written out, as "\r" or "\x1b": control
+/// characters other than line feed and tab, and bytes that are not UTF-8. All else is as it was,
+/// backslashes included.
 String printable(std::string_view text);
 
 }  // namespace blocxx
