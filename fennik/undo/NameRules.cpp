@@ -14,8 +14,15 @@ namespace {
 /// What restoring takes off both ends of a name.
 constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
 
+constexpr const char* CONTROL = "has a control character in it";
+
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+/// Among the control characters XML holds these.
+bool isHeldByXml(char c) {
+    return std::string_view("\t\n\r\x7f").find(c) != std::string_view::npos;
 }
 
 /// U+FFFE and U+FFFF, which XML cannot hold.
@@ -33,15 +40,25 @@ String problemOf(const String& name) {
         WHITE_SPACE.find(name.back()) != std::string_view::npos) {
         return "begins or ends with white space";
     }
-    if (std::ranges::any_of(name, isControl)) {
-        return "has a control character in it";
+    if (std::ranges::any_of(name, [](char c) { return isControl(c) && !isHeldByXml(c); })) {
+        return CONTROL;
     }
     return hasNonCharacter(name) ? "has a code in it that is no character" : "";
 }
 
+namespace {
+
+// The file of allowed users is one line, and the daemon leaves out one with a control character.
+String problemOfUser(const String& name) {
+    const String problem = problemOf(name);
+    return problem.empty() && std::ranges::any_of(name, isControl) ? CONTROL : problem;
+}
+
+}  // namespace
+
 void checkUsers(const blocxx::StringArray& userNames) {
     for (const String& user : userNames) {
-        if (const String problem = problemOf(user); !problem.empty()) {
+        if (const String problem = problemOfUser(user); !problem.empty()) {
             BLOCXX_THROW(NameException, blocxx::Format("the user name \"%1\" %2", user, problem));
         }
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which names of products and users can be registered: those that a configuration line, a list of
-// one name a line and a saved state hold and give back as they are.
+// Which names of products and users can be registered: those that a saved state gives back as they
+// are and, for users, that a line of the daemon's configuration can hold.
 #pragma once
 
 #include "blocxx/Exception.hpp"
@@ -16,7 +16,8 @@ namespace NameRules {
 /// What is wrong with the name, as the end of a sentence: "is empty". Empty when nothing is.
 blocxx::String problemOf(const blocxx::String& name);
 
-/// Throws NameException for the first user name with which something is wrong.
+/// Throws NameException for the first user name with which something is wrong, or that has any
+/// control character in it.
 void checkUsers(const blocxx::StringArray& userNames);
 
 }  // namespace NameRules

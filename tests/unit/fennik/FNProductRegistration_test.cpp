@@ -130,9 +130,7 @@ const BadName BAD_NAMES[] = {
     {"alice ", "begins or ends with white space"},
     {"\talice", "begins or ends with white space"},
     {"alice\n", "begins or ends with white space"},
-    {"alice\nowcimomd.log_level = debug", "has a control character in it"},
     {"a\x1b!", "has a control character in it"},
-    {"a\x7f!", "has a control character in it"},
     {"a\xef\xbf\xbf!", "has a code in it that is no character"},
 };
 
@@ -169,7 +167,11 @@ TEST_F(ProductRegistration, NameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
 }
 
 TEST_F(ProductRegistration, UserNameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
-    for (const auto& [name, problem] : BAD_NAMES) {
+    Array<BadName> rows{{"alice\nowcimomd.log_level = debug", "has a control character in it"},
+                        {"a\tb", "has a control character in it"},
+                        {"a\x7f!", "has a control character in it"}};
+    rows.insert(rows.end(), std::begin(BAD_NAMES), std::end(BAD_NAMES));
+    for (const auto& [name, problem] : rows) {
         SCOPED_TRACE("name \"" + name + "\"");
         OpenRepository repository(m_tree);
         repository.faults().failFromCall(1);
@@ -186,10 +188,12 @@ TEST_F(ProductRegistration, UserNameThatCannotBeUsedIsRefusedBeforeTheFirstChang
     EXPECT_FALSE(fs::exists(usersFile("sample")));
 }
 
-TEST_F(ProductRegistration, LongestNameCanBeRegistered) {
-    const String name(236, 'x');
-    registerNow(name, {"alice"});
-    EXPECT_EQ(products(), StringArray{name});
+TEST_F(ProductRegistration, LongNamesAndThoseThatXmlHoldsCanBeRegistered) {
+    for (const String& name : {String(236, 'x'), String("a\nb"), String("a\tb"), String("a b")}) {
+        registerNow(name, {"alice", "bob carol"});
+        EXPECT_EQ(readFile(usersFile(name)), "owcimomd.allowed_users = alice bob carol\n");
+    }
+    EXPECT_EQ(products().size(), 4U);
 }
 
 // Each operation on the handle fails in turn, until a registration meets no fault: each time the
