@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Proves, before anything is written, that what was gathered can be restored: it is written and
-// read in memory, a namespace at a time, repaired, and compiled against nothing but itself. So a
-// restore fails only where its machine differs: a name that is taken, a full disk. For the sources
-// of this room only.
+// Proves, before anything is written, that what was gathered can be restored: it comes back from
+// XML, the readers that restoring uses take it, and each namespace is left alone by the repairs and
+// compiles against nothing but itself. So a restore fails only where its machine differs: a name
+// that is taken, a full disk. For the sources of this room only.
 #pragma once
 
 #include "fennik/state/StateNodes.hpp"

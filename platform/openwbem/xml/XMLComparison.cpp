@@ -3,6 +3,7 @@
 // Holds an element against what is read of it, while it is written.
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <ostream>
 #include <streambuf>
 
@@ -29,7 +30,12 @@ public:
         m_same = m_same && XML_Parse(m_expat.get(), piece, static_cast<int>(size),
                                      isLast ? XML_TRUE : XML_FALSE) == XML_STATUS_OK;
     }
-    bool isSame() const noexcept { return m_same && m_ended; }
+    bool isSame() const {
+        if (m_failure) {
+            std::rethrow_exception(m_failure);
+        }
+        return m_same && m_ended;
+    }
 
 private:
     struct Step {
@@ -38,8 +44,16 @@ private:
         size_t read = 0;   ///< of its text
     };
 
-    static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char** attributes) {
-        static_cast<Comparison*>(self)->start(name, attributes);
+    // No exception passes through Expat.
+    static void XMLCALL onStart(void* self, const XML_Char* name,
+                                const XML_Char** attributes) noexcept {
+        auto& comparison = *static_cast<Comparison*>(self);
+        try {
+            comparison.start(name, attributes);
+        } catch (...) {
+            comparison.m_same = false;
+            comparison.m_failure = std::current_exception();
+        }
     }
     static void XMLCALL onEnd(void* self, const XML_Char*) {
         static_cast<Comparison*>(self)->end();
@@ -103,6 +117,7 @@ private:
     Array<Step> m_path;
     bool m_same = true;
     bool m_ended = false;
+    std::exception_ptr m_failure;
 };
 
 /// Hands what is written to a comparison, in pieces.
