@@ -46,8 +46,9 @@ void putWord(char* target, uint64_t word) noexcept {
 
 }  // namespace
 
-ChangeLog::ChangeLog(const blocxx::String& repositoryFile)
-    : m_path(repositoryFile + "-changes"),
+ChangeLog::ChangeLog(const blocxx::String& repositoryFile, const blocxx::String& shown)
+    : m_name(repositoryFile + "-changes"),
+      m_path(shown + "-changes"),
       m_layer(sqlite3_vfs_find(CheckedFile::layerName())),
       m_memory(
           new std::max_align_t[static_cast<size_t>(m_layer->szOsFile) / sizeof(std::max_align_t) +
@@ -70,7 +71,7 @@ void ChangeLog::close() noexcept {
 int ChangeLog::open() {
     m_file = reinterpret_cast<sqlite3_file*>(m_memory.get());
     std::memset(m_file, 0, static_cast<size_t>(m_layer->szOsFile));
-    return m_layer->xOpen(m_layer, m_path.c_str(), m_file,
+    return m_layer->xOpen(m_layer, m_name.c_str(), m_file,
                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MAIN_JOURNAL,
                           nullptr);
 }
@@ -174,7 +175,7 @@ int ChangeLog::append() noexcept {
 
 int ChangeLog::remove() noexcept {
     close();
-    const int rc = m_layer->xDelete(m_layer, m_path.c_str(), 0);
+    const int rc = m_layer->xDelete(m_layer, m_name.c_str(), 0);
     return rc == SQLITE_IOERR_DELETE_NOENT ? SQLITE_OK : rc;
 }
 

@@ -20,11 +20,14 @@ namespace OpenWBEM {
 
 class ChangeLog {
 public:
-    explicit ChangeLog(const blocxx::String& repositoryFile);
+    /// Beside the repository file of that name in its open directory (RepositoryDirectory::file());
+    /// `shown` is what it is called in messages.
+    ChangeLog(const blocxx::String& repositoryFile, const blocxx::String& shown);
     ~ChangeLog();
     ChangeLog(const ChangeLog&) = delete;
     ChangeLog& operator=(const ChangeLog&) = delete;
 
+    /// For messages.
     const blocxx::String& path() const noexcept { return m_path; }
 
     // Those that return a number return an SQLite result code.
@@ -63,6 +66,7 @@ private:
     int readUnit(sqlite3_int64 fileSize, blocxx::String& unit);
     void close() noexcept;
 
+    blocxx::String m_name;
     blocxx::String m_path;
     sqlite3_vfs* m_layer;
     std::unique_ptr<std::max_align_t[]> m_memory;

@@ -12,6 +12,7 @@
 #include <memory>
 #include <numeric>
 
+#include "openwbem/repository/RepositoryDirectory.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 #include "openwbem/repository/WriteRun.hpp"
 
@@ -283,7 +284,15 @@ sqlite3_vfs& below() {
     return *found;
 }
 
+/// A journal may name another file, which SQLite would open, and remove in the end. Temporary files
+/// have no name of their own, and nothing here needs any.
+constexpr int KINDS = SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_MAIN_JOURNAL | SQLITE_OPEN_WAL;
+
 int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
+    if ((flags & KINDS) == 0 || !RepositoryDirectory::isOwn(name)) {
+        file->pMethods = nullptr;
+        return FOREIGN_NAME;
+    }
     const bool isLog = (flags & SQLITE_OPEN_WAL) != 0;
     if ((flags & SQLITE_OPEN_MAIN_DB) == 0 && !isLog) {
         return below().xOpen(&below(), name, file, flags, outFlags);
@@ -306,21 +315,44 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
 /// unit of work is done and can no longer be taken back; that failure is deliberately ignored: at
 /// worst a power cut brings the journal and with it the whole old state back.
 int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
+    if (!RepositoryDirectory::isOwn(name)) {
+        return FOREIGN_NAME;
+    }
     const int rc = below().xDelete(&below(), name, syncDirectory);
     return rc == SQLITE_IOERR_DIR_FSYNC ? SQLITE_OK : rc;
+}
+
+/// The first that is asked about a file that a journal names: an error here leaves everything as it
+/// is.
+int xAccess(sqlite3_vfs*, const char* name, int flags, int* result) {
+    *result = 0;
+    return RepositoryDirectory::isBeside(name) ? below().xAccess(&below(), name, flags, result)
+                                               : FOREIGN_NAME;
+}
+
+/// The names are whole, and the links in them are the open directory's.
+int xFullPathname(sqlite3_vfs*, const char* name, int size, char* result) {
+    if (!RepositoryDirectory::isOwn(name) || std::strlen(name) >= static_cast<size_t>(size)) {
+        return SQLITE_CANTOPEN;
+    }
+    std::strcpy(result, name);
+    return SQLITE_OK;
 }
 
 }  // namespace
 
 const char* layerName() {
     static sqlite3_vfs layer = [] {
-        // A copy of the layer below with two calls of its own.
+        RepositoryDirectory::guard(below());
+        // A copy of the layer below with calls of its own.
         sqlite3_vfs copy = below();
         copy.pNext = nullptr;
         copy.zName = "kov-checked";
         copy.szOsFile += static_cast<int>(sizeof(File));
         copy.xOpen = xOpen;
         copy.xDelete = xDelete;
+        copy.xAccess = xAccess;
+        copy.xFullPathname = xFullPathname;
         return copy;
     }();
     // Registering again changes nothing.

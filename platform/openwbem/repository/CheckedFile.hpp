@@ -4,10 +4,16 @@
 // when the page is written and verified when it is read, so that a page that is not what was
 // written is an error (SQLITE_IOERR_DATA) and never wrong data. What is written piece by piece goes
 // to the system in one call: pages that follow each other, and the frames of a commit in a log.
-// Journals pass through untouched.
+// Journals pass through untouched. It touches nothing but a repository's own files, by the names
+// that RepositoryDirectory gives them.
 #pragma once
 
+#include <sqlite3.h>
+
 namespace OpenWBEM::CheckedFile {
+
+/// The result code for the name of any other file. SQLite itself gives it for none.
+inline constexpr int FOREIGN_NAME = SQLITE_AUTH;
 
 /// The name of the file layer for sqlite3_open_v2(). It stands on what is SQLite's default layer at
 /// the first call.

@@ -15,6 +15,7 @@
 #include "openwbem/repository/CIMRepository.hpp"
 #include "openwbem/repository/CheckedFile.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
+#include "openwbem/repository/SchemaCheck.hpp"
 #include "openwbem/repository/Statement.hpp"
 
 namespace OpenWBEM {
@@ -24,8 +25,7 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-// A file system layer that finds a link in the name refuses it, so the links that may stand on the
-// way to the directory are resolved before.
+// What the messages name is the file itself, whatever links stand on the way to its directory.
 String resolved(const String& directory) {
     const std::unique_ptr<char, decltype(&std::free)> path(::realpath(directory.c_str(), nullptr),
                                                            &std::free);
@@ -38,22 +38,21 @@ String fileIn(const String& directory) {
 
 // EXTRA syncs the directory when the journal goes, so that a commit is permanent when it returns.
 // The cache is large enough for what most runs write, so that pages are written once, at the end;
-// its size bounds the memory. Temporary tables are kept out of directories that others may write
-// to.
-constexpr const char* WRITING_PRAGMAS =
-    "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192; PRAGMA temp_store=MEMORY;";
+// its size bounds the memory.
+constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192;";
 
 }  // namespace
 
 Database::Database(const String& directory, RepositoryUse use)
-    : m_file(fileIn(directory)), m_use(use) {
+    : m_path(directory), m_file(fileIn(directory)), m_directory(directory), m_use(use) {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX |
                       SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE;
-    const int rc = sqlite3_open_v2(m_file.c_str(), &m_db, flags, CheckedFile::layerName());
+    int rc = sqlite3_open_v2(m_directory.file().c_str(), &m_db, flags, CheckedFile::layerName());
+    if (rc == SQLITE_OK) {
+        rc = SchemaCheck::confine(m_db);
+    }
     if (rc != SQLITE_OK) {
-        const int systemError = m_db == nullptr ? 0 : sqlite3_system_errno(m_db);
-        closeConnection();
-        DatabaseError::raiseForOpening(rc, systemError, directory, m_file);
+        failOpening(rc);
     }
     try {
         if (m_use == RepositoryUse::SERVED) {
@@ -84,6 +83,12 @@ void Database::closeConnection() noexcept {
     m_db = nullptr;
 }
 
+void Database::failOpening(int code) {
+    const int systemError = m_db == nullptr ? 0 : sqlite3_system_errno(m_db);
+    closeConnection();
+    DatabaseError::raiseForOpening(code, systemError, m_path, m_file);
+}
+
 /// Reads a number without keeping the statement.
 int64_t Database::pragma(const char* sql) {
     sqlite3_stmt* statement = nullptr;
@@ -97,9 +102,7 @@ int64_t Database::pragma(const char* sql) {
     }
     sqlite3_finalize(statement);
     if (rc != SQLITE_ROW) {
-        const int systemError = sqlite3_system_errno(m_db);
-        closeConnection();
-        DatabaseError::raiseForOpening(rc, systemError, FileSystem::Path::dirname(m_file), m_file);
+        failOpening(rc);
     }
     return number;
 }
@@ -114,6 +117,23 @@ void Database::checkFormat() {
     }
     if (version != RepositoryFormat::VERSION) {
         DatabaseError::raiseForForeignFile(m_file);
+    }
+    String deviation;
+    if (const int rc = SchemaCheck::compare(m_db, deviation); rc != SQLITE_OK) {
+        failOpening(rc);
+    }
+    if (!deviation.empty()) {
+        DatabaseError::raiseForSchema(m_file, deviation);
+    }
+}
+
+void Database::checkPlace() {
+    if (!m_directory.isAt(m_path)) {
+        rollBack(true);
+        OPENWBEM_THROW_CIM(
+            FAILED, Format("The repository \"%1\" was replaced by another one while it was being "
+                           "opened or used; nothing was changed in it. Try again",
+                           m_file));
     }
 }
 
@@ -186,6 +206,9 @@ bool Database::beginWrite() {
     m_unit = Unit::OPEN;
     m_justBegun = true;
     m_changesAtBegin = changes();
+    if (m_use == RepositoryUse::UNIT_OF_WORK) {
+        checkPlace();
+    }
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/ChangeLog.hpp"
 #include "openwbem/repository/ChangeRecord.hpp"
+#include "openwbem/repository/RepositoryDirectory.hpp"
 #include "openwbem/repository/RepositoryUse.hpp"
 
 struct sqlite3;
@@ -73,7 +74,13 @@ private:
     void execute(const char* sql, const char* attempt);
     sqlite3_stmt* prepare(const char* sql, unsigned flags);
     int64_t pragma(const char* sql);
+    /// Throws for the result code of a step of the opening.
+    [[noreturn]] void failOpening(int code);
+    /// That the file is a repository, and nothing but that.
     void checkFormat();
+    /// That the file which is locked now is still the one at its place: whoever replaces the
+    /// repository holds it meanwhile, and what is written to the old one afterwards is lost.
+    void checkPlace();
     bool isLogged();
     void mergeLeftLog();
     void startServing();
@@ -96,7 +103,9 @@ private:
     void stopHolding();
     void closeConnection() noexcept;
 
-    String m_file;
+    String m_path;  // of the directory, as the caller gave it
+    String m_file;  // for people
+    RepositoryDirectory m_directory;
     RepositoryUse m_use;
     sqlite3* m_db = nullptr;
     Unit m_unit = Unit::NONE;
@@ -119,6 +128,7 @@ namespace DatabaseError {
                                   const String& file);
 [[noreturn]] void raiseForNewerFormat(const String& file, int64_t version);
 [[noreturn]] void raiseForForeignFile(const String& file);
+[[noreturn]] void raiseForSchema(const String& file, const String& deviation);
 }  // namespace DatabaseError
 
 }  // namespace OpenWBEM

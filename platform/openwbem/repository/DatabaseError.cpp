@@ -13,6 +13,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "openwbem/repository/CheckedFile.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 
@@ -52,6 +53,13 @@ String explain(int code, int systemError) {
                 "the file or its journal cannot be opened%1; check the owner and the "
                 "mode of the file and its directory",
                 system);
+        case CheckedFile::FOREIGN_NAME:
+            return Format(
+                "the journal beside it names another file, which no journal of a "
+                "repository does; nothing was changed or removed. Somebody else has made "
+                "it: find out who. Then move the journal away, its name is that of the "
+                "repository and \"-journal\"; if the repository is refused afterwards, %1",
+                RESTORE);
         case SQLITE_TOOBIG:
             return "the object is too large to be stored";
         default:
@@ -125,9 +133,51 @@ void raiseForMissing(const String& directory, const String& file) {
     }
 }
 
+/// What makes a file unfit to be opened, if anything does; the same tests as when it is opened.
+const char* unfitness(const String& directory, const String& file) {
+    struct stat status {};
+    struct stat owner {};
+    if (::lstat(file.c_str(), &status) != 0 || ::stat(directory.c_str(), &owner) != 0) {
+        return nullptr;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return "is not a regular file";
+    }
+    return status.st_nlink > 1 && status.st_uid != owner.st_uid
+               ? "is another name (a hard link) of a file that does not belong to the directory's "
+                 "owner"
+               : nullptr;
+}
+
+void raiseForUnfit(const String& directory, const String& file) {
+    for (const char* ending : {"", "-journal", "-wal", "-changes"}) {
+        if (const char* reason = unfitness(directory, file + ending)) {
+            OPENWBEM_THROW_CIM(FAILED, Format("\"%1\" %2, so that the repository is not opened: "
+                                              "neither fennik nor owcimomd has made it, and "
+                                              "neither reads it or removes it. Find out who has, "
+                                              "then move it away and try again",
+                                              file + ending, reason));
+        }
+    }
+}
+
+void raiseForLink(const String& directory) {
+    struct stat status {};
+    if (::lstat(directory.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != 0 &&
+        status.st_uid != ::geteuid()) {
+        OPENWBEM_THROW_CIM(FAILED,
+                           Format("The repository directory \"%1\" is a link of another "
+                                  "user and is not followed; put the directory itself there",
+                                  directory));
+    }
+}
+
 }  // namespace
 
 void raise(int code, int systemError, const String& file, const char* attempt) {
+    if ((code & 0xff) == SQLITE_CANTOPEN) {
+        raiseForUnfit(FileSystem::Path::dirname(file), file);
+    }
     if ((code & 0xff) == SQLITE_NOMEM) {
         throw std::bad_alloc();
     }
@@ -146,7 +196,15 @@ void raiseForForeignFile(const String& file) {
     OPENWBEM_THROW_CIM(FAILED, Format("The file \"%1\" is not a repository; %2", file, RESTORE));
 }
 
+void raiseForSchema(const String& file, const String& deviation) {
+    OPENWBEM_THROW_CIM(FAILED, Format("The file \"%1\" does not have exactly the tables of a "
+                                      "repository: %2. Something else has changed it, and it is "
+                                      "not used; %3",
+                                      file, deviation, RESTORE));
+}
+
 void raiseForOpening(int code, int systemError, const String& directory, const String& file) {
+    raiseForLink(directory);
     raiseForMissing(directory, file);
     const int primary = code & 0xff;
     if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || code == SQLITE_IOERR_DATA ||

@@ -14,6 +14,7 @@
 #include "openwbem/repository/CheckedFile.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
+#include "openwbem/repository/SchemaCheck.hpp"
 
 namespace OpenWBEM {
 
@@ -50,10 +51,12 @@ private:
 
 class NewConnection {
 public:
-    explicit NewConnection(const String& path) : m_path(path) {
-        check(sqlite3_open_v2(path.c_str(), &m_db,
+    NewConnection(const String& directory, const String& path)
+        : m_directory(directory), m_path(path) {
+        check(sqlite3_open_v2(m_directory.file().c_str(), &m_db,
                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
                               CheckedFile::layerName()));
+        check(SchemaCheck::confine(m_db));
     }
     ~NewConnection() { sqlite3_close(m_db); }
     NewConnection(const NewConnection&) = delete;
@@ -77,6 +80,7 @@ private:
         }
     }
 
+    RepositoryDirectory m_directory;
     String m_path;
     sqlite3* m_db = nullptr;
 };
@@ -92,7 +96,7 @@ void Database::create(const String& directory) {
     const String path = directory + "/" + CIMRepository::FILE_NAME;
     NewFile file(path);
     {
-        NewConnection connection(path);
+        NewConnection connection(directory, path);
         connection.reserveChecksums();
         connection.execute(
             Format("PRAGMA page_size=%1; PRAGMA synchronous=EXTRA; BEGIN IMMEDIATE;"

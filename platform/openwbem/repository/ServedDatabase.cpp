@@ -13,7 +13,6 @@
 
 #include <array>
 
-#include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
@@ -22,15 +21,13 @@
 namespace OpenWBEM {
 
 using blocxx::Format;
-namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
 /// The log is merged into the file when it has grown to so many pages (16 MiB): often enough to
 /// keep the end short, seldom enough that the syncs do not count.
 constexpr const char* SERVING_PRAGMAS =
-    "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=4096; PRAGMA cache_size=-32768; "
-    "PRAGMA temp_store=MEMORY;";
+    "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=4096; PRAGMA cache_size=-32768;";
 
 }  // namespace
 
@@ -49,7 +46,7 @@ bool Database::isLogged() {
 /// the file before anything is read. One that was killed while it wrote the header that speaks of
 /// no log has left a journal, which brings the header back that does.
 void Database::mergeLeftLog() {
-    if (!isLogged() && !FileSystem::exists(m_file + "-journal")) {
+    if (!isLogged() && !m_directory.has("-journal")) {
         return;
     }
     execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
@@ -75,13 +72,14 @@ void Database::startServing() {
     execute(SERVING_PRAGMAS, "opened");
     // The log is opened, and the lock taken for good, by the first transaction.
     takeUpChanges();
+    checkPlace();
 }
 
 void Database::takeUpChanges() {
     execute("BEGIN IMMEDIATE", "opened");
-    m_changes = std::make_unique<ChangeLog>(m_file);
+    m_changes = std::make_unique<ChangeLog>(m_directory.file(), m_file);
     if (const int rc = m_changes->open(); rc != SQLITE_OK) {
-        DatabaseError::raise(rc, 0, m_changes->path(), "opened");
+        failOpening(rc);
     }
     execute(RepositoryFormat::STATE_TABLE, "written");
     replayChanges();

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "openwbem/repository/SchemaCheck.hpp"
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <set>
+#include <string_view>
+
+#include "blocxx/Format.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
+
+namespace OpenWBEM::SchemaCheck {
+
+using blocxx::String;
+
+namespace {
+
+/// An object in the order of sqlite_schema's columns.
+struct Object {
+    String type;
+    String name;
+    String table;
+    String sql;
+
+    auto operator<=>(const Object&) const = default;
+};
+
+using Objects = std::set<Object>;
+
+String takeWord(std::string_view& text) {
+    const size_t begin = text.find_first_not_of(" \n");
+    const size_t end = text.find_first_of(" \n", begin);
+    const String word(text.substr(begin, end - begin));
+    text.remove_prefix(end);
+    return word;
+}
+
+/// What SQLite makes of "CREATE TABLE [IF NOT EXISTS] NAME (...)" and "CREATE [UNIQUE] INDEX NAME
+/// ON TABLE (...)".
+Object objectOf(std::string_view statement) {
+    std::string_view rest = statement;
+    String head = takeWord(rest) + " ";
+    String word = takeWord(rest);
+    if (word == "UNIQUE") {
+        head += word + " ";
+        word = takeWord(rest);
+    }
+    head += word;
+    const bool isTable = word == "TABLE";
+    constexpr std::string_view CONDITION = " IF NOT EXISTS";
+    if (rest.starts_with(CONDITION)) {
+        rest.remove_prefix(CONDITION.size());
+    }
+    Object object{isTable ? "table" : "index", {}, {}, head + String(rest)};
+    object.name = takeWord(rest);
+    if (!isTable) {
+        takeWord(rest);  // "ON"
+    }
+    object.table = isTable ? object.name : takeWord(rest);
+    return object;
+}
+
+Objects ours() {
+    Objects objects;
+    std::string_view rest(RepositoryFormat::SCHEMA);
+    for (size_t end = rest.find(';'); end != std::string_view::npos; end = rest.find(';')) {
+        const size_t begin = rest.find_first_not_of('\n');
+        objects.insert(objectOf(rest.substr(begin, end - begin)));
+        rest.remove_prefix(end + 1);
+    }
+    // The index behind the UNIQUE of a column.
+    objects.insert({"index", "sqlite_autoindex_namespace_1", "namespace", ""});
+    return objects;
+}
+
+struct Finalize {
+    void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+};
+
+String textOf(sqlite3_stmt* statement, int column) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+    return {text == nullptr ? "" : text,
+            static_cast<size_t>(sqlite3_column_bytes(statement, column))};
+}
+
+String described(const Object& object) {
+    return blocxx::Format("the %1 \"%2\"", object.type, object.name);
+}
+
+/// Takes what is found off `missing`; stops at what is not in there.
+int takeFound(sqlite3* database, Objects& missing, String& deviation) {
+    sqlite3_stmt* prepared = nullptr;
+    int rc = sqlite3_prepare_v2(database, "SELECT type, name, tbl_name, sql FROM sqlite_schema", -1,
+                                &prepared, nullptr);
+    const std::unique_ptr<sqlite3_stmt, Finalize> statement(prepared);
+    while (rc == SQLITE_OK && deviation.empty()) {
+        rc = sqlite3_step(prepared);
+        if (rc == SQLITE_ROW) {
+            const Object found{textOf(prepared, 0), textOf(prepared, 1), textOf(prepared, 2),
+                               textOf(prepared, 3)};
+            deviation =
+                missing.erase(found) == 0 ? described(found) + " is not of a repository" : "";
+            rc = SQLITE_OK;
+        }
+    }
+    return rc == SQLITE_DONE ? SQLITE_OK : rc;
+}
+
+/// A schema of ours takes a few hundred steps to read. A greater one would fill the memory before
+/// anything of it could be compared.
+constexpr int MOST_STEPS = 20000;
+constexpr int LONGEST_TEXT = 10000;
+
+int stop(void*) {
+    return 1;
+}
+
+}  // namespace
+
+int confine(sqlite3* database) {
+    int rc = SQLITE_OK;
+    const auto set = [&](int option, int value) {
+        rc = rc == SQLITE_OK ? sqlite3_db_config(database, option, value, nullptr) : rc;
+    };
+    set(SQLITE_DBCONFIG_DEFENSIVE, 1);
+    set(SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0);
+    set(SQLITE_DBCONFIG_ENABLE_TRIGGER, 0);
+    set(SQLITE_DBCONFIG_ENABLE_VIEW, 0);
+    set(SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0);
+    if (rc == SQLITE_OK) {
+        rc = sqlite3_drop_modules(database, nullptr);
+    }
+    sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_limit(database, SQLITE_LIMIT_WORKER_THREADS, 0);
+    return rc != SQLITE_OK
+               ? rc
+               : sqlite3_exec(database, "PRAGMA cell_size_check=ON; PRAGMA temp_store=MEMORY",
+                              nullptr, nullptr, nullptr);
+}
+
+int compare(sqlite3* database, String& deviation) {
+    Objects missing = ours();
+    const Object state = objectOf(RepositoryFormat::STATE_TABLE);
+    missing.insert(state);
+    const int longest = sqlite3_limit(database, SQLITE_LIMIT_LENGTH, LONGEST_TEXT);
+    sqlite3_progress_handler(database, MOST_STEPS, stop, nullptr);
+    int rc = takeFound(database, missing, deviation);
+    sqlite3_progress_handler(database, 0, nullptr, nullptr);
+    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, longest);
+    if (rc == SQLITE_INTERRUPT || rc == SQLITE_TOOBIG) {
+        deviation = "its schema is too large";
+        rc = SQLITE_OK;
+    }
+    missing.erase(state);
+    if (deviation.empty() && !missing.empty()) {
+        deviation = described(*missing.begin()) + " is missing";
+    }
+    return rc;
+}
+
+}  // namespace OpenWBEM::SchemaCheck

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What a repository file may hold besides rows. Whoever may write the file could put something into
+// its schema that runs when the file is used: the schema is compared with ours, to the letter,
+// before it is; and in a file that is changed afterwards, nothing of the kind can run.
+#pragma once
+
+#include "blocxx/String.hpp"
+
+struct sqlite3;
+
+namespace OpenWBEM::SchemaCheck {
+
+/// Sets the connection up so that the file's schema runs nothing: no triggers, views, virtual
+/// tables, extensions or functions that do more than calculate; no other file; no temporary file.
+/// Reads nothing. An SQLite result code.
+int confine(sqlite3* database);
+
+/// Reads the schema. `deviation` says what is not ours, and is empty when everything is. An SQLite
+/// result code.
+int compare(sqlite3* database, blocxx::String& deviation);
+
+}  // namespace OpenWBEM::SchemaCheck
