@@ -162,14 +162,12 @@ void KeptFiles::putBack(const String& directory) {
 }
 
 void KeptFiles::putBackFiles(const String& directory) {
-    if (::mkdir(directory.c_str(), 0700) == 0) {
-        if (!FileSystem::changeFileOwner(directory, m_uid, m_gid) ||
-            !FileSystem::changeFileMode(directory, m_mode)) {
-            fail("Cannot change the owner and the mode of \"%1\"", directory);
-        }
-    }
+    const bool isNew = ::mkdir(directory.c_str(), 0700) == 0;
     blocxx::File target = openDirectory(directory);
     const int to = target.getFileDescriptor();
+    if (isNew && (::fchown(to, m_uid, m_gid) != 0 || ::fchmod(to, m_mode) != 0)) {
+        fail("Cannot change the owner and the mode of \"%1\"", directory);
+    }
     const int from = m_keeper.getFileDescriptor();
     for (const String& name : fileNames(from)) {
         // Renaming one name of a file to another name of it would do nothing.
