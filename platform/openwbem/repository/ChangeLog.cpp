@@ -17,6 +17,10 @@ namespace {
 /// those before it, stays small; writing the pages of a transaction stays seldom.
 constexpr sqlite3_int64 MOST_BYTES = 1 << 20;
 
+/// A larger unit goes to the file at once: the layer below takes no more in one write than SQLite's
+/// largest page, and says that the disk is full.
+constexpr size_t MOST_BYTES_OF_A_UNIT = 64 << 10;
+
 constexpr std::string_view MAGIC = "KOVCHNG1";
 constexpr uint64_t MULTIPLIER = 0x9E3779B97F4A7C15U;
 
@@ -147,7 +151,8 @@ int ChangeLog::writeHeader() noexcept {
 }
 
 bool ChangeLog::isEnough() const noexcept {
-    return m_end + static_cast<sqlite3_int64>(m_unit.size()) > MOST_BYTES;
+    return m_unit.size() > MOST_BYTES_OF_A_UNIT ||
+           m_end + static_cast<sqlite3_int64>(m_unit.size()) > MOST_BYTES;
 }
 
 int ChangeLog::append() noexcept {

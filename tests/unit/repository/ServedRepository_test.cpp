@@ -41,6 +41,24 @@ struct Shared {
     bool closed;
 };
 
+TEST_F(RepositoryTest, IsServedWithValuesOfAnySize) {
+    openWithSchema()->repository().close();
+    const std::vector<size_t> sizes{60'000, 66'000, 131'072, 256'000, 512'000, 1'024'000, 10};
+    {
+        Opened served(m_directory.path(), RepositoryUse::SERVED);
+        served->createInstance("test", person("ann"));
+        for (uint32_t i = 0; i < sizes.size(); ++i) {
+            request(*served, i, sizes[i]);
+        }
+    }
+    Opened opened(m_directory.path());
+    CIMOMHandleIFC& handle = *opened;
+    for (uint32_t i = 0; i < sizes.size(); ++i) {
+        const CIMInstance found = handle.getInstance("test", carPath(i));
+        EXPECT_EQ(found.getPropertyValue("Note"), CIMValue(String(sizes[i], 'n')));
+    }
+}
+
 class ServedRepositoryDeath : public RepositoryTest, public ::testing::WithParamInterface<Kind> {
 protected:
     ServedRepositoryDeath() {
