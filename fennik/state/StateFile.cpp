@@ -2,8 +2,10 @@
 #include "fennik/state/StateFile.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -12,6 +14,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "blocxx/Interruption.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
@@ -35,11 +38,27 @@ constexpr int CANNOT_OPEN = 37;
     throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_CREATE, &reason);
 }
 
-/// The caller named the file, so it is opened as any program opens it, links included.
+bool isFifo(const String& path) {
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode);
+}
+
+/// The caller named the file, so it is opened as any program opens it, links included. Opening
+/// never waits: a FIFO's reader is waited for where a signal ends the wait, as the daemon is
+/// stopped.
 File openTruncated(const String& fileName) {
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     constexpr mode_t MODE = 0666;
-    return File(
-        ::open(fileName.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY, MODE));
+    constexpr int ASK_INTERVAL = 100;  // milliseconds
+    while (true) {
+        File file(::open(fileName.c_str(), FLAGS, MODE));
+        if (file || errno != ENXIO || !isFifo(fileName)) {
+            return file;
+        }
+        pollfd interruption{blocxx::Interruption::descriptor(), POLLIN, 0};
+        ::poll(&interruption, 1, ASK_INTERVAL);
+        blocxx::Interruption::check();
+    }
 }
 
 /// Removes the file unless the path has become another one, or is a link to it: the link is the
@@ -76,10 +95,12 @@ private:
     bool writeOut() {
         for (const char* at = pbase(); at != pptr();) {
             const ssize_t written = m_file.write(at, static_cast<size_t>(pptr() - at));
-            if (written < 0) {
+            if (written < 0 && errno == EAGAIN) {
+                blocxx::Interruption::wait(m_file.getFileDescriptor(), POLLOUT);
+            } else if (written < 0) {
                 return false;
             }
-            at += written;
+            at += std::max<ssize_t>(written, 0);
         }
         empty();
         return true;

@@ -3,9 +3,16 @@
 // What is saved, and how saving fails.
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <csignal>
+#include <fstream>
+#include <functional>
+#include <thread>
 
+#include "blocxx/Interruption.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/state/StateFile.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
@@ -424,6 +431,50 @@ TEST_F(StateSaving, WhatWouldBeTooLargeToBeReadLeavesTheEarlierFile) {
                    "needed any more, or delete instances of it"));
     }
     EXPECT_EQ(readFile(file()), "earlier state");
+}
+
+/// The status of a child that saves into a FIFO: 1 when it was interrupted.
+int savingInto(const fs::path& fifo, const XMLNode& root, const std::function<void()>& before) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(20);
+        blocxx::Interruption::catchSignals();
+        before();
+        try {
+            StateFile::write(root, fifo.string());
+            ::_exit(0);
+        } catch (const blocxx::InterruptedException&) {
+            ::_exit(1);
+        } catch (...) {
+            ::_exit(2);
+        }
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(StateSaving, ASignalEndsTheWaitForTheReaderOfAFifo) {
+    const fs::path fifo = file().parent_path() / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(savingInto(fifo, XMLNode("SavedProductState"), [] { ::raise(SIGTERM); }), 1);
+}
+
+TEST_F(StateSaving, AFifoIsWrittenWhenItsReaderComesAndGoesOnLate) {
+    const fs::path fifo = file().parent_path() / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    XMLNode root("SavedProductState");
+    root.setText(String(300'000, 'x'));  // more than a FIFO holds
+    String found;
+    std::thread reader([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        std::ifstream in(fifo);
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        found.assign(std::istreambuf_iterator<char>(in), {});
+    });
+    EXPECT_EQ(savingInto(fifo, root, [] {}), 0);
+    reader.join();
+    EXPECT_NE(found.find(String(300'000, 'x')), String::npos);
 }
 
 TEST_F(StateSaving, FileThatALinkLeadsToIsWritten) {
