@@ -42,10 +42,11 @@ private:
 void control(const char* command) {
     String output;
     const blocxx::Process::Status status =
-        blocxx::Process::run({{INIT_SCRIPT, command},
-                              blocxx::Secure::minimalEnvironment(),
-                              String(),
-                              blocxx::Secure::lookupAccount(ACCOUNT)},
+        blocxx::Process::run({.argv = {INIT_SCRIPT, command},
+                              .environment = blocxx::Secure::minimalEnvironment(),
+                              .input = {},
+                              .identity = blocxx::Secure::lookupAccount(ACCOUNT),
+                              .asAtBoot = true},
                              output);
     if (!status.terminatedSuccessfully()) {
         BLOCXX_THROW(DaemonControlException,

@@ -59,3 +59,11 @@ class Surroundings(LiveStory):
     def test_after_a_stop_and_a_start_are_those_of_the_boot(self):
         boot, after = self.look_after("fennik --dump-product-state /var/opt/tarvo/state.xml")
         self.assertEqual(after, boot)
+
+    def test_after_a_namespace_was_deleted_are_those_of_the_boot(self):
+        boot, after = self.look_after(
+            'sh -c "fennik --register --name x --username daemon &&'
+            " fennik --register-namespace x/left --name x --username daemon &&"
+            ' owdeletenamespace --reserved x/left"'
+        )
+        self.assertEqual(after, boot)
