@@ -49,7 +49,8 @@ class Lines(ProviderStory):
         rest = self.disk.line().removeprefix("oop1").strip()
         for kind in ("OOP1", " oop1", "oop1 ", "\toop1", "oop2", "# a comment", "oop1\r"):
             with self.subTest(kind=kind):
-                self.assert_list_refused(kind + rest, f"Invalid provider type: {kind}")
+                shown = kind.replace("\r", "\\r")
+                self.assert_list_refused(kind + rest, f"Invalid provider type: {shown}")
 
     def test_with_too_few_or_too_many_fields_are_refused(self):
         for line in ("oop1", "oop1,a.mof", "oop1,,a.mof", "oop1,a,b,c,d", "oop1,a,b,c,d,e"):
@@ -77,7 +78,7 @@ class Lines(ProviderStory):
 
     def test_keep_the_carriage_return_that_ends_them(self):
         line = f"oop1,{self.disk.path('reg')},{self.disk.path('mof')}\r\n"
-        self.assert_list_fails(line, f"{self.full(self.disk, 'mof')}\r", "No such file")
+        self.assert_list_fails(line, f"{self.full(self.disk, 'mof')}\\r", "No such file")
 
     def test_keep_blanks_around_a_path(self):
         line = f"oop1,{self.disk.path('reg')}, {self.disk.path('mof')}\n"
