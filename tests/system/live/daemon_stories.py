@@ -66,7 +66,7 @@ class Daemon(LiveStory):
         files = {name for name in facts["Files"] if name.startswith("/")}
         self.assertEqual(
             files,
-            {"/dev/null", PID_FILE, f"{STATE}/repository/repository.db",
+            {"/dev/null", PID_FILE, f"{STATE}/repository", f"{STATE}/repository/repository.db",
              f"{STATE}/repository/repository.db-wal", f"{STATE}/repository/repository.db-changes"},
         )
 

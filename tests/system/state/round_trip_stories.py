@@ -3,6 +3,7 @@
 allowed users files and privilege files are as they were."""
 
 import os
+import re
 
 from harness import Result, read, run, write
 from hostile_mof import SCHEMA, all_types, dmtf_instances, text_literal
@@ -129,6 +130,12 @@ def metered(number, kind, embedded):
             f"Process = {text_literal(embedded)}; }};\n")
 
 
+def in_a_log(text):
+    """The text as a log shows it: with its control characters written out."""
+    return re.sub("[\x00-\x08\x0b-\x1f\x7f-\x9f]",
+                  lambda m: "".join(f"\\x{byte:02x}" for byte in m[0].encode()), text)
+
+
 class ContentStory(StateStory):
     """Namespaces of two products, and what they hold."""
 
@@ -150,7 +157,7 @@ class ContentStory(StateStory):
         mofs = [m.text for m in self.tree(saved).findall(".//NamespaceInstances/InstanceMOF")]
         self.assertGreater(len(mofs), 0)
         for mof in mofs:
-            self.assertTrue("Restoring product instances.  MOF:\n" + mof in text)
+            self.assertTrue("Restoring product instances.  MOF:\n" + in_a_log(mof) in text)
         self.assertTrue("improperly escaped" not in text)
         return text
 
