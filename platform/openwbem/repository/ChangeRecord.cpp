@@ -6,6 +6,8 @@
 
 #include <cstring>
 
+#include "openwbem/repository/ChangeStatements.hpp"
+
 namespace OpenWBEM {
 
 namespace {
@@ -60,27 +62,6 @@ int bindNext(sqlite3_stmt* statement, int index, Parts& parts) {
                        : SQLITE_CORRUPT;
 }
 
-/// An authorizer of SQLite's. Some statements (VACUUM) are never asked about, so it also tells, by
-/// `changesRows`, that there was a change of rows.
-int onlyRows(void* changesRows, int action, const char* table, const char*, const char* schema,
-             const char*) {
-    switch (action) {
-        case SQLITE_SELECT:
-            return SQLITE_OK;
-        case SQLITE_READ:
-        case SQLITE_INSERT:
-        case SQLITE_UPDATE:
-        case SQLITE_DELETE: {
-            const bool isOwn = schema != nullptr && std::string_view(schema) == "main" &&
-                               table != nullptr && !std::string_view(table).starts_with("sqlite_");
-            *static_cast<bool*>(changesRows) |= action != SQLITE_READ;
-            return isOwn ? SQLITE_OK : SQLITE_DENY;
-        }
-        default:
-            return SQLITE_DENY;
-    }
-}
-
 }  // namespace
 
 void BoundValues::appendTo(blocxx::String& record, std::string_view sql) const {
@@ -106,26 +87,15 @@ ChangeReplay::~ChangeReplay() {
 }
 
 int ChangeReplay::prepared(std::string_view sql, sqlite3_stmt*& statement) {
-    auto& known = m_statements[std::string(sql)];
-    if (known == nullptr) {
-        const char* rest = nullptr;
-        bool changesRows = false;
-        sqlite3_set_authorizer(m_database, onlyRows, &changesRows);
-        const int rc = sqlite3_prepare_v3(m_database, sql.data(), static_cast<int>(sql.size()), 0,
-                                          &known, &rest);
-        sqlite3_set_authorizer(m_database, nullptr, nullptr);
-        if (rc != SQLITE_OK) {
-            return rc;
-        }
-        if (known == nullptr || !changesRows || rest != sql.data() + sql.size() ||
-            sqlite3_stmt_readonly(known) != 0) {
-            sqlite3_finalize(known);
-            known = nullptr;
-            return SQLITE_CORRUPT;
-        }
+    const char* const own = ChangeStatements::find(sql);
+    if (own == nullptr) {
+        return SQLITE_CORRUPT;
     }
+    auto& known = m_statements[own];
+    const int rc =
+        known != nullptr ? SQLITE_OK : sqlite3_prepare_v3(m_database, own, -1, 0, &known, nullptr);
     statement = known;
-    return SQLITE_OK;
+    return rc;
 }
 
 int ChangeReplay::applyOne(std::string_view& records) {

@@ -41,7 +41,7 @@ private:
 };
 
 /// Carries recorded statements out again. They may come from whoever may write the file, so that
-/// nothing is accepted but changes of the rows of a repository's own tables.
+/// nothing is accepted but a repository's own statements (ChangeStatements.hpp).
 class ChangeReplay {
 public:
     explicit ChangeReplay(sqlite3* database);
@@ -57,7 +57,7 @@ private:
     int applyOne(std::string_view& records);
 
     sqlite3* m_database;
-    std::unordered_map<std::string, sqlite3_stmt*> m_statements;
+    std::unordered_map<const char*, sqlite3_stmt*> m_statements;
 };
 
 }  // namespace OpenWBEM

@@ -85,8 +85,22 @@ void Database::closeConnection() noexcept {
 
 void Database::failOpening(int code) {
     const int systemError = m_db == nullptr ? 0 : sqlite3_system_errno(m_db);
+    const String begin = header();
     closeConnection();
-    DatabaseError::raiseForOpening(code, systemError, m_path, m_file);
+    DatabaseError::raiseForOpening(code, systemError, m_path, m_file, begin);
+}
+
+String Database::header() {
+    sqlite3_file* file = nullptr;
+    String bytes(RepositoryFormat::HEADER_SIZE, '\0');
+    if (m_db != nullptr) {
+        sqlite3_file_control(m_db, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    }
+    const int rc =
+        file == nullptr || file->pMethods == nullptr
+            ? SQLITE_CANTOPEN
+            : file->pMethods->xRead(file, bytes.data(), static_cast<int>(bytes.size()), 0);
+    return rc == SQLITE_OK || rc == SQLITE_IOERR_SHORT_READ ? bytes : String();
 }
 
 /// Reads a number without keeping the statement.

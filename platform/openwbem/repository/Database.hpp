@@ -76,6 +76,9 @@ private:
     int64_t pragma(const char* sql);
     /// Throws for the result code of a step of the opening.
     [[noreturn]] void failOpening(int code);
+    /// The header of the file. Read through the open file: opening it once more would drop this
+    /// process's locks on it when it is closed. Empty when it cannot be read.
+    String header();
     /// That the file is a repository, and nothing but that.
     void checkFormat();
     /// That the file which is locked now is still the one at its place: whoever replaces the
@@ -123,9 +126,9 @@ private:
 namespace DatabaseError {
 /// Throws CIMException FAILED (std::bad_alloc when memory is short) for an SQLite result code.
 [[noreturn]] void raise(int code, int systemError, const String& file, const char* attempt);
-/// The same when opening failed: looks at the path and the file for what is wrong.
+/// The same when opening failed: looks at the path and the file's header for what is wrong.
 [[noreturn]] void raiseForOpening(int code, int systemError, const String& directory,
-                                  const String& file);
+                                  const String& file, std::string_view header);
 [[noreturn]] void raiseForNewerFormat(const String& file, int64_t version);
 [[noreturn]] void raiseForForeignFile(const String& file);
 [[noreturn]] void raiseForSchema(const String& file, const String& deviation);

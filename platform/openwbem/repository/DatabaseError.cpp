@@ -2,14 +2,13 @@
 //
 // Failures of the file as CIMException: what was attempted, the file, the reason, the remedy.
 #include <endian.h>
-#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
@@ -68,31 +67,15 @@ String explain(int code, int systemError) {
     }
 }
 
-/// The header of the file; null when it cannot be read.
-bool readHeader(const String& file, std::array<char, RepositoryFormat::HEADER_SIZE>& header) {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (fd < 0) {
-        return false;
-    }
-    header.fill(0);
-    const ssize_t count = ::pread(fd, header.data(), header.size(), 0);
-    ::close(fd);
-    return count >= 0;
-}
-
-int32_t numberAt(const std::array<char, RepositoryFormat::HEADER_SIZE>& header, size_t at) {
+int32_t numberAt(std::string_view header, size_t at) {
     uint32_t number = 0;
     std::memcpy(&number, header.data() + at, sizeof number);
     return static_cast<int32_t>(be32toh(number));
 }
 
-void raiseForHeader(const String& file) {
-    std::array<char, RepositoryFormat::HEADER_SIZE> header{};
-    if (!readHeader(file, header)) {
-        return;
-    }
+void raiseForHeader(const String& file, std::string_view header) {
     constexpr std::string_view MAGIC("SQLite format 3\0", 16);
-    if (std::string_view(header.data(), MAGIC.size()) != MAGIC ||
+    if (!header.starts_with(MAGIC) ||
         numberAt(header, RepositoryFormat::HEADER_APPLICATION_ID_AT) !=
             RepositoryFormat::APPLICATION_ID) {
         raiseForForeignFile(file);
@@ -203,13 +186,15 @@ void raiseForSchema(const String& file, const String& deviation) {
                                       file, deviation, RESTORE));
 }
 
-void raiseForOpening(int code, int systemError, const String& directory, const String& file) {
+void raiseForOpening(int code, int systemError, const String& directory, const String& file,
+                     std::string_view header) {
     raiseForLink(directory);
     raiseForMissing(directory, file);
     const int primary = code & 0xff;
-    if (primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || code == SQLITE_IOERR_DATA ||
-        code == SQLITE_IOERR_SHORT_READ) {
-        raiseForHeader(file);
+    const bool isDamaged = primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB ||
+                           code == SQLITE_IOERR_DATA || code == SQLITE_IOERR_SHORT_READ;
+    if (isDamaged && !header.empty()) {
+        raiseForHeader(file, header);
     }
     raise(code, systemError, file, "opened");
 }

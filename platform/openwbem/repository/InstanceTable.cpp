@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/InstanceTable.hpp"
 
+#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
@@ -70,9 +71,7 @@ bool InstanceTable::insert(int64_t ns, int64_t cls, const CIMObjectPath& path,
     const String body = StoredForm::of(instance);
     int64_t id = 0;
     {
-        Statement insert(m_database,
-                         "INSERT INTO instance (ns, class, key, path, body) "
-                         "VALUES (?, ?, ?, ?, ?)");
+        Statement insert(m_database, ChangeStatements::ADD_INSTANCE);
         insert.bind(ns).bind(cls).bind(key).bindBlob(pathBytes).bindBlob(body);
         if (!insert.insert()) {
             return false;
@@ -91,8 +90,7 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
         }
         const String target = targetKey(value.get<CIMObjectPath>());
         const String role = toLower(property.getName());
-        Statement(m_database,
-                  "INSERT INTO reference (target, ns, instance, role) VALUES (?, ?, ?, ?)")
+        Statement(m_database, ChangeStatements::ADD_REFERENCE)
             .bind(target)
             .bind(ns)
             .bind(id)
@@ -103,14 +101,14 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
 
 void InstanceTable::update(int64_t ns, int64_t id, const CIMInstance& instance) {
     const String body = StoredForm::of(instance);
-    Statement(m_database, "UPDATE instance SET body=? WHERE id=?").bindBlob(body).bind(id).run();
-    Statement(m_database, "DELETE FROM reference WHERE instance=?").bind(id).run();
+    Statement(m_database, ChangeStatements::CHANGE_INSTANCE).bindBlob(body).bind(id).run();
+    Statement(m_database, ChangeStatements::REMOVE_REFERENCES).bind(id).run();
     insertReferences(ns, id, instance);
 }
 
 void InstanceTable::remove(int64_t id) {
-    Statement(m_database, "DELETE FROM reference WHERE instance=?").bind(id).run();
-    Statement(m_database, "DELETE FROM instance WHERE id=?").bind(id).run();
+    Statement(m_database, ChangeStatements::REMOVE_REFERENCES).bind(id).run();
+    Statement(m_database, ChangeStatements::REMOVE_INSTANCE).bind(id).run();
 }
 
 Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls, int64_t last,

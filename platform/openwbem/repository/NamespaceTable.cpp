@@ -2,6 +2,7 @@
 #include "openwbem/repository/NamespaceTable.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/wire/Identifier.hpp"
 
@@ -56,7 +57,7 @@ void NamespaceTable::create(const String& ns) {
                            Format("\"%1\" is not a namespace name: names joined by \"/\" are", ns));
     }
     const String name = toLower(ns);
-    Statement insert(m_database, "INSERT INTO namespace (name, spelling) VALUES (?, ?)");
+    Statement insert(m_database, ChangeStatements::ADD_NAMESPACE);
     if (!insert.bind(name).bind(ns).insert()) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the namespace \"%1\" exists already", ns));
     }
@@ -67,11 +68,7 @@ void NamespaceTable::remove(const String& ns) {
     if (!row) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no namespace \"%1\"", ns));
     }
-    for (const char* sql :
-         {"DELETE FROM reference WHERE instance IN (SELECT id FROM instance WHERE ns=?)",
-          "DELETE FROM instance WHERE ns=?", "DELETE FROM class_reference WHERE ns=?",
-          "DELETE FROM class WHERE ns=?", "DELETE FROM qualifier_type WHERE ns=?",
-          "DELETE FROM namespace WHERE id=?"}) {
+    for (const char* sql : ChangeStatements::REMOVE_NAMESPACE) {
         Statement(m_database, sql).bind(row->id).run();
     }
     forget();

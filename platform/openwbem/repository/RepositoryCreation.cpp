@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Making a new repository file.
-#include <fcntl.h>
 #include <sqlite3.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/CIMRepository.hpp"
 #include "openwbem/repository/CheckedFile.hpp"
@@ -19,41 +16,37 @@
 namespace OpenWBEM {
 
 using blocxx::Format;
-namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
 /// Removes the file unless it is complete.
 class NewFile {
 public:
-    explicit NewFile(const String& path) : m_path(path) {
-        const int fd =
-            ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-        if (fd < 0) {
+    NewFile(const RepositoryDirectory& directory, const String& path) : m_directory(directory) {
+        if (!directory.makeFile()) {
             OPENWBEM_THROW_CIM(FAILED, Format("The repository \"%1\" cannot be created: %2", path,
                                               std::strerror(errno)));
         }
-        ::close(fd);
     }
     ~NewFile() {
-        if (!m_path.empty()) {
-            ::unlink(m_path.c_str());
-            ::unlink((m_path + "-journal").c_str());
+        if (!m_isComplete) {
+            m_directory.remove("");
+            m_directory.remove("-journal");
         }
     }
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
-    void keep() noexcept { m_path.clear(); }
+    void keep() noexcept { m_isComplete = true; }
 
 private:
-    String m_path;
+    const RepositoryDirectory& m_directory;
+    bool m_isComplete = false;
 };
 
 class NewConnection {
 public:
-    NewConnection(const String& directory, const String& path)
-        : m_directory(directory), m_path(path) {
-        check(sqlite3_open_v2(m_directory.file().c_str(), &m_db,
+    NewConnection(const RepositoryDirectory& directory, const String& path) : m_path(path) {
+        check(sqlite3_open_v2(directory.file().c_str(), &m_db,
                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
                               CheckedFile::layerName()));
         check(SchemaCheck::confine(m_db));
@@ -80,7 +73,6 @@ private:
         }
     }
 
-    RepositoryDirectory m_directory;
     String m_path;
     sqlite3* m_db = nullptr;
 };
@@ -92,11 +84,12 @@ private:
 // 2. One transaction writes the tables; a crash leaves that same empty file with or without a
 // journal.
 // 3. The directory is synced: from here on the repository is there for good.
-void Database::create(const String& directory) {
-    const String path = directory + "/" + CIMRepository::FILE_NAME;
-    NewFile file(path);
+void Database::create(const String& path) {
+    const RepositoryDirectory directory(path);
+    const String name = path + "/" + CIMRepository::FILE_NAME;
+    NewFile file(directory, name);
     {
-        NewConnection connection(directory, path);
+        NewConnection connection(directory, name);
         connection.reserveChecksums();
         connection.execute(
             Format("PRAGMA page_size=%1; PRAGMA synchronous=EXTRA; BEGIN IMMEDIATE;"
@@ -106,10 +99,10 @@ void Database::create(const String& directory) {
         connection.execute(RepositoryFormat::SCHEMA);
         connection.execute("COMMIT");
     }
-    if (!FileSystem::syncDirectory(directory)) {
+    if (!directory.sync()) {
         OPENWBEM_THROW_CIM(FAILED, Format("The directory \"%1\" of the new repository cannot be "
                                           "synced: %2",
-                                          directory, std::strerror(errno)));
+                                          path, std::strerror(errno)));
     }
     file.keep();
 }

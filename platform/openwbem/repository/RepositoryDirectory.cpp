@@ -24,8 +24,8 @@ using blocxx::String;
 
 namespace {
 
-// SQLite knows files by name only. This one leads through the descriptor, wherever the directory is
-// moved and whatever takes its place.
+// SQLite knows files by name only. This one tells the descriptor that it is to be looked up in,
+// wherever the directory is moved and whatever takes its place; the system never sees it.
 constexpr std::string_view DESCRIPTORS = "/proc/self/fd/";
 
 struct Place {
@@ -83,6 +83,24 @@ int openOwn(const char* path, int flags, int mode) noexcept {
     return file;
 }
 
+int statOwn(const char* path, struct stat* status) noexcept {
+    const std::optional<Place> place = placeOf(path);
+    return place ? ::fstatat(place->directory, place->name, status, AT_SYMLINK_NOFOLLOW)
+                 : ::stat(path, status);
+}
+
+int unlinkOwn(const char* path) noexcept {
+    const std::optional<Place> place = placeOf(path);
+    return place ? ::unlinkat(place->directory, place->name, 0) : ::unlink(path);
+}
+
+/// The directory of a file, to be synced.
+int openDirectoryOf(const char* path, int* directory) noexcept {
+    const std::optional<Place> place = placeOf(path);
+    *directory = place ? ::openat(place->directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+    return *directory >= 0 ? SQLITE_OK : SQLITE_CANTOPEN;
+}
+
 /// SQLite gives each journal that it opens to the owner of the repository file. One that was there
 /// may hold what is not his to read.
 int giveNewFile(int file, uid_t uid, gid_t gid) noexcept {
@@ -125,15 +143,35 @@ RepositoryDirectory::RepositoryDirectory(const String& path)
 
 bool RepositoryDirectory::has(const char* ending) const noexcept {
     struct stat status {};
-    return ::lstat((m_file + ending).c_str(), &status) == 0;
+    return statOwn((m_file + ending).c_str(), &status) == 0;
 }
 
-bool RepositoryDirectory::isAt(const String& path) const noexcept {
+bool RepositoryDirectory::isAt(const String& path) const {
+    const blocxx::File found = openDirectory(path);
     struct stat there {};
     struct stat here {};
-    return ::stat(path.c_str(), &there) == 0 &&
+    return ::fstat(found.getFileDescriptor(), &there) == 0 &&
            ::fstat(m_directory.getFileDescriptor(), &here) == 0 && here.st_nlink > 0 &&
            there.st_dev == here.st_dev && there.st_ino == here.st_ino;
+}
+
+bool RepositoryDirectory::sync() const noexcept {
+    int directory = -1;
+    openDirectoryOf(m_file.c_str(), &directory);
+    const bool isSynced = directory >= 0 && ::fsync(directory) == 0;
+    if (directory >= 0) {
+        ::close(directory);
+    }
+    return isSynced;
+}
+
+bool RepositoryDirectory::remove(const char* ending) const noexcept {
+    return unlinkOwn((m_file + ending).c_str()) == 0;
+}
+
+bool RepositoryDirectory::makeFile() const {
+    const blocxx::File made(openOwn(m_file.c_str(), O_RDWR | O_CREAT | O_EXCL, 0666));
+    return static_cast<bool>(made);
 }
 
 bool RepositoryDirectory::isOwn(const char* name) noexcept {
@@ -156,6 +194,9 @@ void RepositoryDirectory::guard(sqlite3_vfs& layer) {
         }
     };
     replace("open", openOwn);
+    replace("stat", statOwn);
+    replace("unlink", unlinkOwn);
+    replace("openDirectory", openDirectoryOf);
     replace("fchown", giveNewFile);
 }
 

@@ -27,17 +27,24 @@ public:
     /// Whether there is anything of that name beside the repository file, "-journal" for one.
     bool has(const char* ending) const noexcept;
     /// Whether `path` leads to this directory still.
-    bool isAt(const blocxx::String& path) const noexcept;
+    bool isAt(const blocxx::String& path) const;
+
+    /// Makes the repository file, empty; false with errno when it cannot or there is one.
+    bool makeFile() const;
+    /// Removes what has that name beside the repository file, or with "" the file itself.
+    bool remove(const char* ending) const noexcept;
+    /// Puts the names in the directory on the disk; false with errno set.
+    bool sync() const noexcept;
 
     /// Whether a name that SQLite uses is one of a repository's own.
     static bool isOwn(const char* name) noexcept;
     /// The same for the files whose presence SQLite asks for: the journal and the log.
     static bool isBeside(const char* name) noexcept;
-    /// Has that layer open a repository's own files so that no link is followed, nothing is waited
-    /// for, and nothing is used but a regular file. A file that has names elsewhere is refused
-    /// unless it belongs to the directory's owner: it may be anybody's. Only a file that is empty
-    /// changes its owner. Other files are opened as ever. Throws CIMException FAILED when the layer
-    /// does not let that be done.
+    /// Has that layer look up a repository's own files in the open directory, so that no link is
+    /// followed, nothing is waited for, and nothing is used but a regular file. A file that has
+    /// names elsewhere is refused unless it belongs to the directory's owner: it may be anybody's.
+    /// Only a file that is empty changes its owner. Other files are opened as ever. Throws
+    /// CIMException FAILED when the layer does not let that be done.
     static void guard(sqlite3_vfs& layer);
 
 private:

@@ -11,9 +11,8 @@
 //  3. The next unit begins the log of changes anew, under the new name.
 #include <sqlite3.h>
 
-#include <array>
-
 #include "blocxx/Format.hpp"
+#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 #include "openwbem/repository/Statement.hpp"
@@ -31,15 +30,11 @@ constexpr const char* SERVING_PRAGMAS =
 
 }  // namespace
 
-/// Whether the file's header says that there is, or may be, a log beside it. Read through the open
-/// file: opening it once more would drop this process's locks on it when it is closed.
+/// Whether the file's header says that there is, or may be, a log beside it.
 bool Database::isLogged() {
-    sqlite3_file* file = nullptr;
-    std::array<unsigned char, RepositoryFormat::HEADER_SIZE> header{};
-    sqlite3_file_control(m_db, "main", SQLITE_FCNTL_FILE_POINTER, &file);
-    return file != nullptr && file->pMethods != nullptr &&
-           file->pMethods->xRead(file, header.data(), header.size(), 0) == SQLITE_OK &&
-           header[RepositoryFormat::HEADER_READ_FORMAT_AT] == RepositoryFormat::LOGGED;
+    const String begin = header();
+    return !begin.empty() &&
+           begin[RepositoryFormat::HEADER_READ_FORMAT_AT] == RepositoryFormat::LOGGED;
 }
 
 /// A daemon that was killed has left its log. What is in it was acknowledged, so it is merged into
@@ -154,6 +149,10 @@ void Database::commitTransaction() {
 
 void Database::noteChange(sqlite3_stmt* statement, const BoundValues& values, const char* sql) {
     if (m_changes && m_unit == Unit::OPEN && sqlite3_stmt_readonly(statement) == 0) {
+        // What could not be carried out again must not be acknowledged.
+        if (ChangeStatements::find(sql) == nullptr) {
+            fail(SQLITE_MISUSE, "written");
+        }
         values.appendTo(m_changes->unit(), sql);
     }
 }

@@ -76,13 +76,13 @@ class Order(MachineStory):
     def test_content_is_on_the_disk_before_the_renames_and_these_before_the_removal(self):
         self.need_strace()
         run(["strace", "-f", "-y", "-s", "200", "-qq", "-o", TRACE, "-e",
-             "trace=execve,rename,fsync,fdatasync,unlink", *DEREGISTER])
+             "trace=execve,rename,fsync,fdatasync,unlinkat", *DEREGISTER])
         trace = read(TRACE).decode(errors="replace")
         steps = []
         for pattern in (
             rf'execve\("\S*/cp", \["\S*/cp", "-pR", "{LIVE}", "{COPY}"\]',
             rf"f(data)?sync\(\d+<{COPY}/repository.db>",
-            rf'unlink\("{COPY}/repository.db-journal"\) = 0',
+            rf'unlinkat\(\d+<{COPY}>, "repository.db-journal", 0\) = 0',
             rf"fsync\(\d+<{COPY}>\) *= 0",
             rf'rename\("{LIVE}", "{BACKUP}"\) *= 0',
             rf'rename\("{COPY}", "{LIVE}"\) *= 0',

@@ -10,6 +10,8 @@
 #include <fstream>
 
 #include "openwbem/repository/ChangeRecord.hpp"
+#include "openwbem/repository/ChangeStatements.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
 #include "tests/unit/repository/RepositoryFixture.hpp"
 
 namespace KovTest {
@@ -177,7 +179,7 @@ class ChangeReplayTest : public ::testing::Test {
 protected:
     ChangeReplayTest() {
         sqlite3_open(":memory:", &m_database);
-        execute("CREATE TABLE t (n INTEGER, text TEXT, bytes BLOB)");
+        execute(RepositoryFormat::SCHEMA);
     }
     ~ChangeReplayTest() override { sqlite3_close(m_database); }
 
@@ -190,46 +192,45 @@ protected:
         values.appendTo(bytes, sql);
         return bytes;
     }
-    static String insertion() {
+    static String insertion(const char* name) {
         BoundValues values;
         values.add(-7);
-        values.addText("seven");
+        values.addText(name);
         values.addBlob(std::string_view("\0\1", 2));
-        return record("INSERT INTO t VALUES (?, ?, ?)", values);
+        return record(ChangeStatements::PUT_QUALIFIER_TYPE, values);
     }
 
     sqlite3* m_database = nullptr;
 };
 
 TEST_F(ChangeReplayTest, MakesTheSameChange) {
-    EXPECT_EQ(SQLITE_OK, apply(insertion() + insertion()));
+    EXPECT_EQ(SQLITE_OK, apply(insertion("seven") + insertion("eight")));
     execute(
         "CREATE TEMP TABLE counted (n CHECK (n=2)); INSERT INTO counted SELECT count(*) "
-        "FROM t WHERE n=-7 AND text='seven' AND typeof(text)='text' AND bytes=X'0001'");
+        "FROM qualifier_type WHERE ns=-7 AND typeof(name)='text' AND body=X'0001'");
 }
 
 TEST_F(ChangeReplayTest, TakesNothingButAWholeRecord) {
-    const String whole = insertion();
+    const String whole = insertion("seven");
     for (size_t size = 1; size < whole.size(); ++size) {
         EXPECT_NE(SQLITE_OK, apply(whole.substr(0, size))) << size;
     }
-    EXPECT_NE(SQLITE_OK, apply(record("INSERT INTO t VALUES (?, ?, ?)")));
+    EXPECT_NE(SQLITE_OK, apply(record(ChangeStatements::PUT_QUALIFIER_TYPE)));
 }
 
-TEST_F(ChangeReplayTest, TakesNothingButChangesOfRows) {
+TEST_F(ChangeReplayTest, TakesNothingButARepositorysOwnStatements) {
     const TemporaryDirectory elsewhere;
     const String attach = "ATTACH DATABASE '" + elsewhere.path() + "/attached' AS u";
     const String vacuum = "VACUUM INTO '" + elsewhere.path() + "/copy'";
     for (const char* sql :
-         {"", "SELECT n FROM t", "PRAGMA user_version=7", "CREATE TABLE u (n)", "DROP TABLE t",
-          attach.c_str(), vacuum.c_str(), "BEGIN", "COMMIT", "DELETE FROM t; DROP TABLE t",
-          "DELETE FROM sqlite_master", "INSERT INTO t (text) VALUES (load_extension('x'))",
-          "INSERT INTO t (n) WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x FROM c) "
-          "SELECT x FROM c"}) {
-        EXPECT_NE(SQLITE_OK, apply(record(sql))) << sql;
+         {"", "SELECT id FROM class", "PRAGMA user_version=7", "CREATE TABLE u (n)",
+          "DROP TABLE class", attach.c_str(), vacuum.c_str(), "BEGIN", "COMMIT",
+          "DELETE FROM class; DROP TABLE class", "DELETE FROM sqlite_master", "DELETE FROM class",
+          "delete from class where id=1", "DELETE FROM class WHERE id=load_extension('x')",
+          "DELETE FROM class WHERE id IN (SELECT a.id FROM class a, class b, class c, class d)"}) {
+        EXPECT_EQ(SQLITE_CORRUPT, apply(record(sql))) << sql;
     }
     EXPECT_TRUE(fs::is_empty(elsewhere.path()));
-    EXPECT_EQ(SQLITE_OK, apply(record("DELETE FROM t")));
 }
 
 }  // namespace

@@ -2,9 +2,11 @@
 //
 // What somebody who may write the repository directory puts there to have whoever opens the
 // repository touch another file, wait, or carry something out.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -106,6 +108,43 @@ TEST_F(HostileDirectory, APipeThatAJournalNamesIsNotOpened) {
     const auto pages = static_cast<uint32_t>(fs::file_size(file()) / 4096);
     std::ofstream(file() + "-journal", std::ios::binary) << journalNaming(pipe, pages);
     expectRefusal("names another file");
+}
+
+/// Whether a lock of another process keeps this one, a child of it, from writing to the file.
+bool isLockedForOthers(const String& file) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr off_t SHARED_BYTES = 0x40000002;  // where SQLite locks
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = SHARED_BYTES;
+        lock.l_len = 510;
+        const int opened = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+        ::_exit(::fcntl(opened, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return status == 0;
+}
+
+TEST_F(HostileDirectory, ARefusalLeavesTheLocksOfThisProcess) {
+    const RepositoryDirectory directory(m_directory.path());
+    sqlite3* reader = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open_v2(directory.file().c_str(), &reader, SQLITE_OPEN_READWRITE,
+                                         CheckedFile::layerName()));
+    ASSERT_EQ(SQLITE_OK,
+              sqlite3_exec(reader, "BEGIN; SELECT count(*) FROM class", nullptr, nullptr, nullptr));
+    ASSERT_TRUE(isLockedForOthers(file()));
+    if (const pid_t child = ::fork(); child == 0) {
+        std::fstream(file(), std::ios::in | std::ios::out | std::ios::binary) << "damaged";
+        ::_exit(0);
+    } else {
+        ::waitpid(child, nullptr, 0);
+    }
+    expectRefusal("is not a repository");
+    EXPECT_TRUE(isLockedForOthers(file()));
+    sqlite3_close(reader);
 }
 
 TEST_F(HostileDirectory, LinksInThePlaceOfItsFilesAreNotFollowed) {
