@@ -84,12 +84,12 @@ private:
 // 2. One transaction writes the tables; a crash leaves that same empty file with or without a
 // journal.
 // 3. The directory is synced: from here on the repository is there for good.
-void Database::create(const String& path) {
-    const RepositoryDirectory directory(path);
-    const String name = path + "/" + CIMRepository::FILE_NAME;
-    NewFile file(directory, name);
+void Database::create(const String& directory) {
+    const RepositoryDirectory opened(directory);
+    const String path = directory + "/" + CIMRepository::FILE_NAME;
+    NewFile file(opened, path);
     {
-        NewConnection connection(directory, name);
+        NewConnection connection(opened, path);
         connection.reserveChecksums();
         connection.execute(
             Format("PRAGMA page_size=%1; PRAGMA synchronous=EXTRA; BEGIN IMMEDIATE;"
@@ -99,10 +99,10 @@ void Database::create(const String& path) {
         connection.execute(RepositoryFormat::SCHEMA);
         connection.execute("COMMIT");
     }
-    if (!directory.sync()) {
+    if (!opened.sync()) {
         OPENWBEM_THROW_CIM(FAILED, Format("The directory \"%1\" of the new repository cannot be "
                                           "synced: %2",
-                                          path, std::strerror(errno)));
+                                          directory, std::strerror(errno)));
     }
     file.keep();
 }

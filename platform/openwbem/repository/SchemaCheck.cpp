@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <string_view>
+#include <tuple>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
@@ -23,7 +24,10 @@ struct Object {
     String table;
     String sql;
 
-    auto operator<=>(const Object&) const = default;
+    bool operator<(const Object& other) const {
+        return std::tie(type, name, table, sql) <
+               std::tie(other.type, other.name, other.table, other.sql);
+    }
 };
 
 using Objects = std::set<Object>;
