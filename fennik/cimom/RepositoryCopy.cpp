@@ -63,6 +63,11 @@ bool isTaken(const String& path) {
     return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
 }
 
+bool isLink(const String& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 bool isRealDirectory(const String& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -113,8 +118,18 @@ void syncTree(const String& path) {
     syncDirectory(path);
 }
 
+/// A failure of the step ends the run with the exit status that belongs to the step.
+template <class Step>
+void asStep(const char* message, int errorCode, Step step) {
+    try {
+        step();
+    } catch (const blocxx::Exception& e) {
+        throw FennikException(__FILE__, __LINE__, message, errorCode, &e);
+    }
+}
+
 /// What an administrator has to do when something stands where the backup should go.
-std::optional<blocxx::Exception> leftOver(const String& to, int errnum) {
+std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum) {
     if (errnum != ENOTEMPTY && errnum != EEXIST && errnum != ENOTDIR) {
         return std::nullopt;
     }
@@ -128,17 +143,39 @@ std::optional<blocxx::Exception> leftOver(const String& to, int errnum) {
             .c_str());
 }
 
-void RenameFileOrDir(const String& from, const String& to) {
-    const Logger logger("fennik");
-    BLOCXX_LOG_DEBUG(logger, Format("Attempting to rename \"%1\" to \"%2\"", from, to));
-    if (FileSystem::renameFile(from, to)) {
-        return;
-    }
-    const int errnum = errno;
+[[noreturn]] void failRenaming(const String& from, const String& to, int errnum) {
     const auto cause = leftOver(to, errnum);
     const String message =
         Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum);
     throw FennikException(__FILE__, __LINE__, message.c_str(), 27, cause ? &*cause : nullptr);
+}
+
+void RenameFileOrDir(const String& from, const String& to) {
+    const Logger logger("fennik");
+    BLOCXX_LOG_DEBUG(logger, Format("Attempting to rename \"%1\" to \"%2\"", from, to));
+    if (!FileSystem::renameFile(from, to)) {
+        failRenaming(from, to, errno);
+    }
+}
+
+bool isEmptyDirectory(const String& path) {
+    std::error_code failure;
+    return std::filesystem::is_empty(path.c_str(), failure) && !failure;
+}
+
+/// Tells what will be in the backup's way while nothing has been changed yet, here or by the
+/// operation. An empty directory will be replaced. Where there is no live repository, what stands
+/// there may be the only one.
+void checkBackupPlace(const String& live, const String& backup) {
+    if (!isRealDirectory(live) || !isTaken(backup)) {
+        return;
+    }
+    if (!isRealDirectory(backup)) {
+        failRenaming(live, backup, ENOTDIR);
+    }
+    if (!isEmptyDirectory(backup)) {
+        failRenaming(live, backup, ENOTEMPTY);
+    }
 }
 
 void removeBackup(const String& backup) {
@@ -192,8 +229,8 @@ void RepositoryCopy::discard() noexcept {
                 RemoveReposWorkCopyDir(copy);
             }
         } catch (const std::exception& e) {
-            UndoMessages::logUndoFailure(String("Failed to delete the directory: ") + COPY + ": " +
-                                         e.what());
+            UndoMessages::logUndoFailure("Failed to delete the directory: " + m_prefix + COPY +
+                                         ": " + e.what());
         }
     }
     m_environment->setHandle(OpenWBEM::CIMOMHandleIFCRef());
@@ -221,14 +258,19 @@ void RepositoryCopy::Init() {
     if (blocxx::tokenize(copy).size() != 1) {
         failCopying(command, {false, "The path has blanks in it.", {}});
     }
+    // Changes made through the copy of a link would be changes to the live repository.
+    if (isLink(live)) {
+        failCopying(command,
+                    {false, "Nothing was copied: the repository directory is a link.", {}});
+    }
+    checkBackupPlace(live, m_prefix + BACKUP);
     // From here on the copy is this run's, also when it remains half made. Anything else that has
     // its name, such as a file, is not.
     m_initialised = !isTaken(copy);
     Outcome outcome = execute(command);
     blocxx::Interruption::check();
     if (outcome.succeeded && !isRealDirectory(copy)) {
-        // Changes made through the copy of a link would be changes to the live repository.
-        outcome.output = "The copy is no directory: the repository directory is a link.";
+        outcome.output = "The copy is no directory: something has taken the repository's place.";
         outcome.succeeded = false;
     }
     if (!outcome.succeeded) {
@@ -266,7 +308,8 @@ void RepositoryCopy::SwapInNewRepository() {
     const blocxx::Interruption::Deferred deferred;
     m_undo.clear();
     m_repository->commit();
-    syncTree(m_prefix + COPY);
+    asStep("Unable to put the copy of the repository on the disk.", 26,
+           [this] { syncTree(m_prefix + COPY); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();
@@ -279,7 +322,9 @@ void RepositoryCopy::exchange() {
     const String backup = m_prefix + BACKUP;
     const String copy = m_prefix + COPY;
     const String parent = m_prefix + KOV_DATA_DIR;
-    const auto kept = std::make_shared<KeptFiles>(live, m_prefix + KEPT_FILES);
+    std::shared_ptr<KeptFiles> kept;
+    asStep("Unable to keep the files of the repository while its backup is removed.", 28,
+           [&] { kept = std::make_shared<KeptFiles>(live, m_prefix + KEPT_FILES); });
     // An entry that cannot be pushed would leave its step without an undo.
     m_undo.reserve(4);
     m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });
@@ -287,7 +332,8 @@ void RepositoryCopy::exchange() {
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(backup, live); });
     RenameFileOrDir(copy, live);
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(live, copy); });
-    syncDirectory(parent);
+    asStep("Unable to put the new names of the repository directories on the disk.", 27,
+           [&] { syncDirectory(parent); });
     m_undo.emplace_back([=] { kept->putBack(backup); });
     removeBackup(backup);
 }

@@ -2,10 +2,11 @@
 """Deregistering a whole product while no daemon runs."""
 
 import os
+import shutil
 import tempfile
 
 from harness import Tree, UNDO_HEAD, describe, write
-from machine import FENNIK, PLAY
+from machine import BACKUP, FENNIK, PLAY
 from providers import (
     NOTHING, PRIVILEGES, PROGRAM, REGISTRATION, USER, Provider, ProviderStory, file_name, listing,
     live_provider, process, registration, schema, without_repository_file,
@@ -73,6 +74,19 @@ class Deregistering(WholeProduct):
             without_repository_file(self.tree.state()),
             without_repository_file(self.before_the_product),
         )
+
+    def test_is_refused_before_a_file_has_gone_while_an_old_backup_is_there(self):
+        os.mkdir(BACKUP)
+        write(BACKUP + "/repository.db", b"old")
+        before = self.tree.state()
+        result = self.deregister()
+        self.assertEqual((result.status, result.out), (27, ""))
+        self.assertIn(f'"{BACKUP}" is in the way.', result.err)
+        self.assertNotIn(UNDO_HEAD, result.err)
+        self.assertEqual(self.tree.state(), before)
+        shutil.rmtree(BACKUP)
+        self.assertEqual(self.tree.state(), self.before)
+        self.assertEqual(self.deregister(), NOTHING)
 
     def test_is_told_in_the_debug_log(self):
         text, _ = self.log_of("--deregister", "--name", "sample")

@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* COPY = "/var/opt/tarvo/kov/openwbem/repository-copy_QLkJ235";
+constexpr const char* BACKUP = "/var/opt/tarvo/kov/openwbem/repository-back_LKjs2354";
 
 String messageOf(const String& prefix, int code) {
     try {
@@ -32,6 +33,27 @@ String messageOf(const String& prefix, int code) {
     }
     ADD_FAILURE() << "no FennikException";
     return {};
+}
+
+void expectBackupInTheWay(const StagedTree& tree, const char* errnum) {
+    const String backup = tree.prefix() + BACKUP;
+    const auto before = tree.files();
+    try {
+        const RepositoryCopy copy(tree.prefix());
+        ADD_FAILURE() << "it was not refused";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), 27);
+        EXPECT_EQ(String(e.getMessage()), "Unable to move " + tree.repositoryDirectory().string() +
+                                              " to " + backup + ". ::rename set errno = " + errnum);
+        ASSERT_NE(e.getOtherException(), nullptr);
+        EXPECT_STREQ(e.getOtherException()->type(), "FileSystemException");
+        EXPECT_EQ(String(e.getOtherException()->getMessage()),
+                  "\"" + backup +
+                      "\" is in the way. An earlier run that was interrupted after it had put the "
+                      "new repository in place leaves it behind; the repository is complete "
+                      "without it. Remove it and run fennik again");
+    }
+    EXPECT_EQ(tree.files(), before);
 }
 
 bool canRunPrograms() {
@@ -58,6 +80,41 @@ TEST(RepositoryCopyTest, NeverRemovesAFileThatHasItsName) {
     Testing::writeFile(tree.prefix() + COPY, "precious");
     const auto before = tree.files();
     messageOf(tree.prefix(), 26);
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, RefusesWhatWillBeInTheWayOfTheBackup) {
+    const StagedTree tree;
+    const String backup = tree.prefix() + BACKUP;
+    fs::create_directory(backup);
+    Testing::writeFile(backup + "/repository.db", "old");
+    expectBackupInTheWay(tree, "39");
+    fs::remove_all(backup);
+    Testing::writeFile(backup, "a file");
+    expectBackupInTheWay(tree, "20");
+    fs::remove(backup);
+    fs::create_symlink("nowhere", backup);
+    expectBackupInTheWay(tree, "20");
+}
+
+TEST(RepositoryCopyTest, NeverHasABackupRemovedThatMayBeTheOnlyRepository) {
+    const StagedTree tree;
+    fs::rename(tree.repositoryDirectory(), tree.prefix() + BACKUP);
+    const auto before = tree.files();
+    EXPECT_EQ(messageOf(tree.prefix(), 26).find("is in the way"), String::npos);
+    EXPECT_EQ(tree.files(), before);
+}
+
+TEST(RepositoryCopyTest, RunsNothingForARepositoryThatIsALink) {
+    const StagedTree tree;
+    const fs::path elsewhere = tree.prefix() + "/elsewhere";
+    fs::rename(tree.repositoryDirectory(), elsewhere);
+    fs::create_directory_symlink(elsewhere, tree.repositoryDirectory());
+    const auto before = tree.files();
+    EXPECT_NE(messageOf(tree.prefix(), 26)
+                  .find("Failed with status message: not run\n and output Nothing was copied: the "
+                        "repository directory is a link.\n"),
+              String::npos);
     EXPECT_EQ(tree.files(), before);
 }
 
