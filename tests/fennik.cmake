@@ -7,7 +7,8 @@ target_compile_definitions(fennik_testing PRIVATE KOV_SCHEMA="${CMAKE_SOURCE_DIR
 
 kov_unit_test(fennik_test
   SOURCES
-    unit/fennik/FNCleanupActions_test.cpp unit/fennik/FNConfigFile_test.cpp
+    unit/fennik/AccountDirectory_test.cpp unit/fennik/FNCleanupActions_test.cpp
+    unit/fennik/FNConfigFile_test.cpp
     unit/fennik/FNNamespaceRegistration_test.cpp unit/fennik/FNProductRegistration_test.cpp
     unit/fennik/FNStartup_test.cpp unit/fennik/FNUtils_test.cpp
     unit/fennik/FileCleanupActions_test.cpp unit/fennik/KeptFiles_test.cpp

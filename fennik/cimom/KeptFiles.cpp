@@ -4,22 +4,21 @@
 // everything is done relative to directories that are open.
 #include "fennik/cimom/KeptFiles.hpp"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "fennik/cimom/AccountDirectory.hpp"
 #include "fennik/undo/UndoMessages.hpp"
 
 namespace KOVNS2 {
 
+using AccountDirectory::fileNames;
 using blocxx::Format;
-using blocxx::StringArray;
 namespace FileSystem = blocxx::FileSystem;
 
 namespace {
@@ -28,49 +27,12 @@ namespace {
     BLOCXX_THROW_ERRNO(blocxx::FileSystemException, Format(attempt, path).toString());
 }
 
-blocxx::File openDirectory(const String& path) {
-    blocxx::File directory(
-        ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (!directory) {
-        fail("Cannot open the directory \"%1\"", path);
-    }
-    return directory;
-}
-
 struct stat statusOf(const blocxx::File& directory, const String& path) {
     struct stat status {};
     if (::fstat(directory.getFileDescriptor(), &status) != 0) {
         fail("Cannot look at \"%1\"", path);
     }
     return status;
-}
-
-struct CloseListing {
-    void operator()(DIR* listing) const noexcept { ::closedir(listing); }
-};
-
-/// The names of everything in the directory but its subdirectories.
-StringArray fileNames(int directory) {
-    // A descriptor of its own, so that every listing begins at the beginning.
-    const int fd = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, CloseListing> listing(fd < 0 ? nullptr : ::fdopendir(fd));
-    if (!listing) {
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Cannot list the repository directory");
-    }
-    StringArray names;
-    errno = 0;
-    while (const dirent* entry = ::readdir(listing.get())) {
-        struct stat status {};
-        if (::fstatat(directory, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-            !S_ISDIR(status.st_mode)) {
-            names.emplace_back(entry->d_name);
-        }
-        errno = 0;
-    }
-    if (errno != 0) {
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Cannot list the repository directory");
-    }
-    return names;
 }
 
 bool isSameFile(int oneDirectory, int otherDirectory, const String& name) {
@@ -83,15 +45,18 @@ bool isSameFile(int oneDirectory, int otherDirectory, const String& name) {
 
 }  // namespace
 
-KeptFiles::KeptFiles(const String& directory, const String& keeper) : m_path(keeper) {
-    const blocxx::File from = openDirectory(directory);
+KeptFiles::KeptFiles(const String& directory, const String& keeper)
+    : m_path(keeper),
+      m_name(FileSystem::Path::basename(keeper)),
+      m_parent(AccountDirectory::openParentOf(keeper)) {
+    const blocxx::File from = AccountDirectory::openIn(m_parent, directory);
     const struct stat status = statusOf(from, directory);
     m_uid = status.st_uid;
     m_gid = status.st_gid;
     m_mode = status.st_mode & 07777;
     open();
     try {
-        linkFiles(from.getFileDescriptor());
+        linkFiles(from);
     } catch (...) {
         drop();
         throw;
@@ -102,18 +67,33 @@ KeptFiles::~KeptFiles() {
     drop();
 }
 
+bool KeptFiles::makeKeeper() {
+    return ::mkdirat(m_parent.getFileDescriptor(), m_name.c_str(), 0700) == 0;
+}
+
+/// Whatever a directory of anybody else's holds is not dropped.
+void KeptFiles::openKeeper() {
+    blocxx::File keeper = AccountDirectory::openIn(m_parent, m_path);
+    const uid_t owner = statusOf(keeper, m_path).st_uid;
+    if (owner != m_uid && owner != ::geteuid()) {
+        errno = EPERM;
+        fail("Cannot use the directory \"%1\", which is somebody else's", m_path);
+    }
+    m_keeper = keeper;
+}
+
 void KeptFiles::open() {
-    if (!FileSystem::makeDirectory(m_path, 0700)) {
+    if (!makeKeeper()) {
         if (errno != EEXIST) {
             fail("Cannot make the directory \"%1\"", m_path);
         }
-        m_keeper = openDirectory(m_path);
+        openKeeper();
         drop();
-        if (!FileSystem::makeDirectory(m_path, 0700)) {
+        if (!makeKeeper()) {
             fail("Cannot replace the directory \"%1\" that an earlier run has left", m_path);
         }
     }
-    m_keeper = openDirectory(m_path);
+    openKeeper();
     // The account must be able to remove what a killed run leaves.
     if (::geteuid() == 0 && ::fchown(m_keeper.getFileDescriptor(), m_uid, m_gid) != 0) {
         const int errnum = errno;
@@ -123,9 +103,10 @@ void KeptFiles::open() {
     }
 }
 
-void KeptFiles::linkFiles(int from) {
+void KeptFiles::linkFiles(const blocxx::File& from) {
     for (const String& name : fileNames(from)) {
-        if (::linkat(from, name.c_str(), m_keeper.getFileDescriptor(), name.c_str(), 0) != 0) {
+        if (::linkat(from.getFileDescriptor(), name.c_str(), m_keeper.getFileDescriptor(),
+                     name.c_str(), 0) != 0) {
             fail("Cannot make a second name for a file of the repository, \"%1\"",
                  m_path + "/" + name);
         }
@@ -137,15 +118,14 @@ void KeptFiles::drop() noexcept {
     if (!m_keeper) {
         return;
     }
-    const int keeper = m_keeper.getFileDescriptor();
     try {
-        for (const String& name : fileNames(keeper)) {
-            ::unlinkat(keeper, name.c_str(), 0);
+        for (const String& name : fileNames(m_keeper)) {
+            ::unlinkat(m_keeper.getFileDescriptor(), name.c_str(), 0);
         }
     } catch (const std::exception&) {
         return;
     }
-    ::rmdir(m_path.c_str());
+    ::unlinkat(m_parent.getFileDescriptor(), m_name.c_str(), AT_REMOVEDIR);
     m_keeper.close();
 }
 
@@ -162,14 +142,15 @@ void KeptFiles::putBack(const String& directory) {
 }
 
 void KeptFiles::putBackFiles(const String& directory) {
-    const bool isNew = ::mkdir(directory.c_str(), 0700) == 0;
-    blocxx::File target = openDirectory(directory);
+    const String place = FileSystem::Path::basename(directory);
+    const bool isNew = ::mkdirat(m_parent.getFileDescriptor(), place.c_str(), 0700) == 0;
+    blocxx::File target = AccountDirectory::openIn(m_parent, directory);
     const int to = target.getFileDescriptor();
     if (isNew && (::fchown(to, m_uid, m_gid) != 0 || ::fchmod(to, m_mode) != 0)) {
         fail("Cannot change the owner and the mode of \"%1\"", directory);
     }
     const int from = m_keeper.getFileDescriptor();
-    for (const String& name : fileNames(from)) {
+    for (const String& name : fileNames(m_keeper)) {
         // Renaming one name of a file to another name of it would do nothing.
         if (!isSameFile(from, to, name) && ::renameat(from, name.c_str(), to, name.c_str()) != 0) {
             fail("Cannot put back \"%1\"", name);

@@ -18,26 +18,31 @@ using blocxx::String;
 
 class KeptFiles {
 public:
-    /// Keeps the files of `directory` in the new directory `keeper` of the same owner. A keeper
-    /// that a killed run has left is replaced. Throws FileSystemException; then nothing is left
-    /// behind.
+    /// Keeps the files of `directory` in the new directory `keeper` of the same owner, which stands
+    /// beside it. A keeper that a killed run has left is replaced. Throws FileSystemException; then
+    /// nothing is left behind.
     KeptFiles(const String& directory, const String& keeper);
     /// Drops the second names, unless putting them back failed.
     ~KeptFiles();
     KeptFiles(const KeptFiles&) = delete;
     KeptFiles& operator=(const KeptFiles&) = delete;
 
-    /// Gives `directory` back what is missing in it, the directory itself included. An undo step:
+    /// Gives `directory`, by its name of now, beside the keeper, back what is missing in it, the
+    /// directory itself included. An undo step:
     /// what cannot be put back is logged with what has to be done by hand.
     void putBack(const String& directory);
 
 private:
     void open();
-    void linkFiles(int from);
+    bool makeKeeper();
+    void openKeeper();
+    void linkFiles(const blocxx::File& from);
     void putBackFiles(const String& directory);
     void drop() noexcept;
 
     String m_path;
+    String m_name;
+    blocxx::File m_parent;
     blocxx::File m_keeper;
     uid_t m_uid = 0;
     gid_t m_gid = 0;

@@ -12,6 +12,7 @@
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
+#include "fennik/cimom/AccountDirectory.hpp"
 #include "fennik/cimom/KeptFiles.hpp"
 #include "fennik/undo/Execute.hpp"
 #include "fennik/undo/FennikException.hpp"
@@ -90,32 +91,6 @@ void syncDirectory(const String& path) {
     if (!FileSystem::syncDirectory(path)) {
         failSyncing(path);
     }
-}
-
-void syncFile(const String& path) {
-    blocxx::File file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    if (!file || file.flush() != 0) {
-        failSyncing(path);
-    }
-}
-
-/// Puts a directory with everything in it on the disk; links are not followed.
-void syncTree(const String& path) {
-    std::error_code failure;
-    std::filesystem::recursive_directory_iterator entry(path, failure);
-    for (; !failure && entry != end(entry); entry.increment(failure)) {
-        const auto type = entry->symlink_status().type();
-        if (type == std::filesystem::file_type::directory) {
-            syncDirectory(entry->path().string());
-        } else if (type == std::filesystem::file_type::regular) {
-            syncFile(entry->path().string());
-        }
-    }
-    if (failure) {
-        errno = failure.value();
-        failSyncing(path);
-    }
-    syncDirectory(path);
 }
 
 /// A failure of the step ends the run with the exit status that belongs to the step.
@@ -309,7 +284,7 @@ void RepositoryCopy::SwapInNewRepository() {
     m_undo.clear();
     m_repository->commit();
     asStep("Unable to put the copy of the repository on the disk.", 26,
-           [this] { syncTree(m_prefix + COPY); });
+           [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();

@@ -73,7 +73,7 @@ class Death(MachineStory):
         self.assertEqual(self.outcomes, {"old", "new"})
 
     def test_while_second_names_are_made_and_dropped(self):
-        for call in ("mkdir", "fchown", "linkat", "unlinkat", "rmdir"):
+        for call in ("mkdirat", "fchown", "linkat", "unlinkat"):
             self.killed_at_every(call)
         self.assertEqual(self.outcomes, {"old", "new"})
 

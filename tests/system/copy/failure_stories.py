@@ -235,7 +235,7 @@ class EverySystemCall(MachineStory):
         self.assertEqual(self.check("linkat", "EPERM"), {28})
 
     def test_that_makes_directories(self):
-        self.assertEqual(self.check("mkdir", "ENOSPC"), {28})
+        self.assertEqual(self.check("mkdirat", "ENOSPC"), {28})
 
     def test_that_starts_programs(self):
         for call in ("clone", "clone3", "vfork"):

@@ -97,7 +97,7 @@ class WorkingCopy(SignalWalk, MachineStory):
 
     def test_at_every_step_of_making_changing_and_swapping_it(self):
         undone = complete = 0
-        for call in ("poll", "waitid", "pwrite64", "fsync", "fdatasync", "mkdir", "linkat",
+        for call in ("poll", "waitid", "pwrite64", "fsync", "fdatasync", "mkdirat", "linkat",
                      "rename", "unlink", "unlinkat"):
             counts = self.walk(call, DEREGISTER)
             undone += counts[0]

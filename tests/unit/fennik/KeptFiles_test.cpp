@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <optional>
 
@@ -129,6 +130,43 @@ TEST_F(KeptFilesTest, NeverFollowsALinkInItsPlace) {
     EXPECT_THROW(keep(), blocxx::FileSystemException);
     EXPECT_EQ(readFile(elsewhere / "precious"), "kept");
     EXPECT_FALSE(fs::exists(elsewhere / "one"));
+}
+
+TEST_F(KeptFilesTest, StaysInTheDirectoryThatItBeganInWhateverTakesItsName) {
+    const fs::path parent = temporary.path() / "parent";
+    fs::create_directory(parent);
+    fs::rename(directory, parent / "repository");
+    const fs::path moved = temporary.path() / "moved";
+    const fs::path elsewhere = temporary.path() / "elsewhere";
+    for (const bool isPutBack : {false, true}) {
+        kept.emplace((parent / "repository").string(), (parent / "keeper").string());
+        fs::rename(parent, moved);
+        fs::create_directories(elsewhere / "keeper");
+        fs::create_directory_symlink(elsewhere, parent);
+        if (isPutBack) {
+            fs::remove_all(moved / "repository");
+            kept->putBack((parent / "repository").string());
+        }
+        kept.reset();
+        EXPECT_TRUE(fs::exists(elsewhere / "keeper"));
+        EXPECT_FALSE(fs::exists(elsewhere / "repository"));
+        EXPECT_FALSE(fs::exists(moved / "keeper"));
+        fs::remove(parent);
+        fs::rename(moved, parent);
+    }
+    fs::rename(parent / "repository", directory);
+    expectEverythingIsBack();
+}
+
+TEST_F(KeptFilesTest, DropsNothingFromADirectoryOfSomebodyElse) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a directory away";
+    }
+    fs::create_directory(keeper);
+    writeFile(keeper / "precious", "kept");
+    ASSERT_EQ(::chown(keeper.c_str(), 65533, 65533), 0);
+    EXPECT_THROW(keep(), blocxx::FileSystemException);
+    EXPECT_EQ(readFile(keeper / "precious"), "kept");
 }
 
 TEST_F(KeptFilesTest, RefusesADirectoryThatIsNotThere) {
