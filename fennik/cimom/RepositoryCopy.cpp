@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/cimom/RepositoryCopy.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -14,6 +13,8 @@
 #include "blocxx/Secure.hpp"
 #include "fennik/cimom/AccountDirectory.hpp"
 #include "fennik/cimom/KeptFiles.hpp"
+#include "fennik/cimom/RepositoryEnvironment.hpp"
+#include "fennik/cimom/RepositoryHolder.hpp"
 #include "fennik/undo/Execute.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/FileUtils.hpp"
@@ -74,12 +75,13 @@ bool isRealDirectory(const String& path) {
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-[[noreturn]] void failCopying(const String& command, const Outcome& outcome) {
-    BLOCXX_THROW_ERR(FennikException,
-                     Format("Unable to copy the repository directory. %1 Failed with status "
-                            "message: %2\n and output %3\n",
-                            command, outcome.status, outcome.output),
-                     26);
+[[noreturn]] void failCopying(const String& command, const Outcome& outcome,
+                              const blocxx::Exception* cause = nullptr) {
+    const String message = Format(
+        "Unable to copy the repository directory. %1 Failed with status message: %2\n and output "
+        "%3\n",
+        command, outcome.status, outcome.output);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), 26, cause);
 }
 
 [[noreturn]] void failSyncing(const String& path) {
@@ -239,6 +241,7 @@ void RepositoryCopy::Init() {
                     {false, "Nothing was copied: the repository directory is a link.", {}});
     }
     checkBackupPlace(live, m_prefix + BACKUP);
+    holdLive(command);
     // From here on the copy is this run's, also when it remains half made. Anything else that has
     // its name, such as a file, is not.
     m_initialised = !isTaken(copy);
@@ -254,6 +257,27 @@ void RepositoryCopy::Init() {
     openCopy();
 }
 
+// What anybody else did to the live repository from here on would be lost with it. The lock is that
+// of the file, whatever the directory's name is; cp only reads, and asks for none. It goes with
+// this object, and early when the file is opened and closed in this process by other means than
+// SQLite: nothing here does so. Below a prefix no daemon serves what is there, and the copy is not
+// opened.
+void RepositoryCopy::holdLive(const String& command) {
+    if (!m_prefix.empty()) {
+        return;
+    }
+    m_live = new OpenWBEM::CIMRepository;
+    try {
+        m_live->init(new ServiceEnv_Associators(m_prefix));
+        m_live->hold();
+    } catch (const OpenWBEM::CIMException& e) {
+        m_live = OpenWBEM::CIMRepositoryRef();
+        const String holder = holderOf(LIVE);
+        const String by = holder.empty() ? String() : ": it is in use by " + holder;
+        failCopying(command, {false, "Nobody else can be kept from the repository" + by, {}}, &e);
+    }
+}
+
 void RepositoryCopy::openCopy() {
     // The environment names the copy without the prefix. Whatever stands there is another
     // repository, the machine's own, and must not be opened.
@@ -267,8 +291,11 @@ void RepositoryCopy::openCopy() {
     m_repository->init(m_environment);
 }
 
-// 1. The copy is committed, which closes its journal, and put on the disk. Until here, and after a
-//    crash, the live repository is untouched; a crash leaves the copy behind.
+// 1. The copy is committed, which closes its journal, and put on the disk. Then it is held, as the
+//    live repository is: it will be that, and whoever opens it before the end must not, as the
+//    renames may be undone. Not earlier, as putting it on the disk closes its file, which drops the
+//    locks on it. Until here, and after a crash, the live repository is untouched; a crash leaves
+//    the copy behind.
 // 2. The live repository gets its backup name. A crash from here leaves no live repository; the
 //    next opening tells to rename the backup.
 // 3. The copy gets the live name: the commit point. After a crash the live repository is the new
@@ -285,6 +312,8 @@ void RepositoryCopy::SwapInNewRepository() {
     m_repository->commit();
     asStep("Unable to put the copy of the repository on the disk.", 26,
            [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
+    asStep("Unable to keep everybody else from the copy of the repository.", 26,
+           [this] { m_repository->hold(); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();

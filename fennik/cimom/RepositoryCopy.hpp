@@ -2,7 +2,8 @@
 //
 // A working copy of the repository for operations that delete much: they change the copy, and in
 // the end it takes the live repository's place. Until then the live repository is not touched. The
-// daemon must be stopped while there is a copy.
+// daemon must be stopped while there is a copy; from before the copy is made until all is over, the
+// live repository is held, so that nobody else can serve it, read it or change it.
 //
 // A copy left behind by a killed run is never used and never removed: the next one is refused with
 // a message that names it.
@@ -35,11 +36,12 @@ public:
     /// The copy will not be swapped in. It goes as a whole, so undo steps on what is in it have
     /// nothing left to take back: from now on they do nothing and succeed.
     void GiveUp() noexcept;
-    /// Closes the copy. After a swap there is nothing left that could be lost.
+    /// Closes the copy, which lets go of it. After a swap there is nothing left that could be lost.
     void CloseRepository();
 
 private:
     void Init();
+    void holdLive(const String& command);
     void openCopy();
     void exchange();
     void discard() noexcept;
@@ -48,6 +50,7 @@ private:
     OpenWBEM::LocalOperationContext m_context;
     blocxx::IntrusiveReference<ReposCopyEnv> m_environment;
     OpenWBEM::CIMRepositoryRef m_repository;
+    OpenWBEM::CIMRepositoryRef m_live;  ///< only held
     String m_prefix;
     bool m_initialised = false;  ///< what stands at the copy's place was put there by this run
     bool m_swapped = false;

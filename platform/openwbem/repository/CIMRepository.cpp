@@ -35,6 +35,10 @@ void CIMRepository::close() {
     }
 }
 
+void CIMRepository::hold() {
+    store().database.hold();
+}
+
 void CIMRepository::commit() {
     store().database.commit();
 }

@@ -40,6 +40,11 @@ public:
     /// repository that was served is brought back into its plain form; when that fails it throws
     /// too, but nothing that was committed is lost.
     void close();
+    /// Starts the unit of work so that nobody else can even read the file until it ends: whoever
+    /// opens it meanwhile is told that it is held. Not while there is a unit of work. Throws
+    /// CIMException FAILED when somebody has the file. The lock goes early when the file is opened
+    /// and closed in this process by any other means.
+    void hold();
     /// See CIMOMHandleIFC::commit().
     void commit();
     /// For an owner who throws the file away: rolls back what was not committed. From then on

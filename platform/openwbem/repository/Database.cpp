@@ -200,6 +200,10 @@ void Database::endRead() noexcept {
 }
 
 bool Database::beginWrite() {
+    return begin("BEGIN IMMEDIATE");
+}
+
+bool Database::begin(const char* sql) {
     if (m_unit != Unit::NONE) {
         return m_unit == Unit::OPEN;
     }
@@ -212,7 +216,7 @@ bool Database::beginWrite() {
         restoreUnits();
     }
     if (sqlite3_get_autocommit(m_db) != 0) {
-        execute("BEGIN IMMEDIATE", "written");
+        execute(sql, "written");
     }
     if (m_changes) {
         m_changes->clearUnit();
@@ -224,6 +228,14 @@ bool Database::beginWrite() {
         checkPlace();
     }
     return true;
+}
+
+void Database::hold() {
+    if (m_unit != Unit::NONE || !begin("BEGIN EXCLUSIVE")) {
+        OPENWBEM_THROW_CIM(
+            FAILED,
+            Format("The repository \"%1\" cannot be held: a unit of work is open already", m_file));
+    }
 }
 
 // The unit of work becomes permanent in these steps, all inside COMMIT:

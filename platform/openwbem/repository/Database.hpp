@@ -38,6 +38,8 @@ public:
     /// Starts the unit of work unless it has been. False when it was rolled back by a failure: then
     /// there is nothing to write to, and the caller does nothing.
     [[nodiscard]] bool beginWrite();
+    /// Starts a unit of work that keeps everybody else from reading, too. There is none yet.
+    void hold();
     /// Whether hasChangedElsewhere() will tell of a unit of work that was rolled back.
     bool wasRolledBackSinceAsked() const noexcept { return m_rolledBackSinceAsked; }
     bool inUnit() const noexcept { return m_unit == Unit::OPEN; }
@@ -71,6 +73,8 @@ private:
 
     /// Throws for `code`; a unit of work that is open ends as rolled back.
     [[noreturn]] void fail(int code, const char* attempt);
+    /// beginWrite() by that statement.
+    bool begin(const char* sql);
     void execute(const char* sql, const char* attempt);
     sqlite3_stmt* prepare(const char* sql, unsigned flags);
     int64_t pragma(const char* sql);

@@ -7,6 +7,7 @@
 
 #include <functional>
 
+#include "openwbem/repository/RepositoryStore.hpp"
 #include "tests/unit/repository/FaultyFiles.hpp"
 #include "tests/unit/repository/RepositoryFixture.hpp"
 
@@ -69,6 +70,40 @@ TEST_F(UnitOfWork, GivesOthersTheClassesThatItCommits) {
     EXPECT_EQ(3, statusOf([&] { second->enumClassNamesA("test", ""); })) << "not yet committed";
     (*opened)->commit();
     EXPECT_EQ(student(*opened), student(second));
+}
+
+TEST_F(UnitOfWork, ThatIsHeldKeepsEverybodyElseOutUntilItEnds) {
+    prepare();
+    const String before = dump(m_directory.path());
+    const Opened idle(m_directory.path());
+    for (const bool isGivenUp : {false, true}) {
+        Opened holder(m_directory.path());
+        holder.repository().hold();
+        for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
+            String message;
+            EXPECT_EQ(CIMException::FAILED,
+                      statusOf([&] { Opened other(m_directory.path(), use); }, &message));
+            EXPECT_THAT(message, HasSubstr("another process holds the repository"));
+        }
+        isGivenUp ? holder.repository().abandon() : holder.repository().close();
+        EXPECT_EQ(before, dump(m_directory.path()));
+    }
+}
+
+TEST_F(UnitOfWork, IsNotHeldWhileSomebodyReadsNorTwice) {
+    prepare();
+    Opened reader(m_directory.path());
+    Opened holder(m_directory.path());
+    auto& database = reader.repository().store().database;
+    ASSERT_TRUE(database.beginRead());
+    reader->enumClassNamesA("test", "");
+    String message;
+    EXPECT_EQ(CIMException::FAILED, statusOf([&] { holder.repository().hold(); }, &message));
+    EXPECT_THAT(message, HasSubstr("another process holds the repository"));
+    database.endRead();
+    holder.repository().hold();
+    EXPECT_EQ(CIMException::FAILED, statusOf([&] { holder.repository().hold(); }, &message));
+    EXPECT_THAT(message, HasSubstr("a unit of work is open already"));
 }
 
 TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
