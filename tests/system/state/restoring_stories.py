@@ -306,6 +306,11 @@ class InTheWay(StateStory):
         os.mkdir(COPY)
         self.assert_fails(26, f"{COPY} : directory already exists.", left=[])
 
+    def test_backup_of_an_earlier_run(self):
+        os.mkdir(BACKUP)
+        write(BACKUP + "/in-the-way", b"")
+        self.assert_fails(27, f"Unable to move {LIVE} to {BACKUP}", left=[])
+
     def test_after_what_is_in_the_way_was_removed_restoring_works(self):
         write(users_file("two"), b"old")
         self.assertEqual(self.restore().status, 12)
@@ -315,10 +320,9 @@ class InTheWay(StateStory):
 
     def test_swap_that_fails_undoes_the_restore(self):
         """The privilege files go; nothing else is told but the failure itself."""
-        os.mkdir(BACKUP)
-        write(BACKUP + "/in-the-way", b"")
+        self.play_rm("exit 1")
         self.assert_fails(
-            27, f"Unable to move {LIVE} to {BACKUP}",
+            28, f"Unable to remove temporary directory: /bin/rm -rf {BACKUP}",
             left=[users_file("one"), snippet("one"), users_file("two"), snippet("two")])
         self.assertEqual(os.listdir(PRIVILEGES), ["owcimomd"])
 
