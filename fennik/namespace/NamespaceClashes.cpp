@@ -2,6 +2,7 @@
 #include "fennik/namespace/NamespaceClashes.hpp"
 
 #include <set>
+#include <source_location>
 
 #include "blocxx/Format.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
@@ -21,9 +22,12 @@ using OpenWBEM::CIMValue;
 namespace {
 
 /// The text of a namespace that cannot be created, whoever finds that out.
-[[noreturn]] void refuseNamespace(CIMException::ErrNoType code, const String& reason) {
-    const CIMException cause(__FILE__, __LINE__, code, reason);
-    BLOCXX_THROW(NamespaceUtilsException, Format("Unable to create the Namespace: %1", cause));
+[[noreturn]] void refuseNamespace(CIMException::ErrNoType code, const String& reason,
+                                  std::source_location place = std::source_location::current()) {
+    const int line = static_cast<int>(place.line());
+    const CIMException cause(place.file_name(), line, code, reason);
+    const String message = Format("Unable to create the Namespace: %1", cause);
+    throw NamespaceUtilsException(place.file_name(), line, message.c_str());
 }
 
 // A name that is none has no namespace either, so that any class will do to ask for.

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <limits>
 #include <optional>
+#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
@@ -30,12 +31,13 @@ UnitLog log() {
 }
 
 /// There is something else in the snippet's place. Only the administrator knows what it is for.
-FileSystemException somethingElse(const String& path, const char* what, int errnum) {
+FileSystemException somethingElse(const String& path, const char* what, int errnum,
+                                  std::source_location place = std::source_location::current()) {
     const String message = blocxx::Format(
         "\"%1\" is %2 and not a file: fennik neither reads nor removes it. Remove it, or put a "
         "file with the configuration in its place; then run the command again.",
         path, what);
-    return {__FILE__, __LINE__, message.c_str(), errnum};
+    return {place.file_name(), static_cast<int>(place.line()), message.c_str(), errnum};
 }
 
 void requireRegularFile(const blocxx::File& file, const String& path) {
@@ -105,15 +107,16 @@ TempFile::Released createTempFile(const String& directory) {
 }
 
 /// Removes the temporary file and throws what went wrong with it, for that reason if there is one.
-[[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
-                                              int errnum,
-                                              const FileSystemException* reason = nullptr) {
+[[noreturn]] void CleanupTempFile_ReportErrno(
+    const String& message, const String& tempPath, int errnum,
+    const FileSystemException* reason = nullptr,
+    std::source_location place = std::source_location::current()) {
     String details = blocxx::ExceptionDetail::FormatMsg(message, errnum);
     if (!FileSystem::removeFile(tempPath)) {
         details +=
             ". Unable to delete temp file. You should run rm " + tempPath + " to delete the file.";
     }
-    throw FennikException(__FILE__, __LINE__, details.c_str(), 16, reason);
+    throw FennikException(place, details, 16, reason);
 }
 
 void writeAndClose(blocxx::File& file, const String& tempPath, const String& content) {

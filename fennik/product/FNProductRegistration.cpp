@@ -4,6 +4,7 @@
 #include <boost/bind/bind.hpp>
 #include <cerrno>
 #include <cstring>
+#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
@@ -61,10 +62,12 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
 }
 
 /// Throws that message with the system's reason, as errno has it, for its cause.
-[[noreturn]] void throwFileFailure(const char* message, const String& path, int errorCode) {
+[[noreturn]] void throwFileFailure(const char* message, const String& path, int errorCode,
+                                   std::source_location place = std::source_location::current()) {
     const int errnum = errno;
-    const blocxx::FileSystemException reason(__FILE__, __LINE__, std::strerror(errnum), errnum);
-    throw FennikException(__FILE__, __LINE__, Format(message, path).c_str(), errorCode, &reason);
+    const blocxx::FileSystemException reason(place.file_name(), static_cast<int>(place.line()),
+                                             std::strerror(errnum), errnum);
+    throw FennikException(place, Format(message, path), errorCode, &reason);
 }
 
 /// Before the first change: a name that the allowed users file, its name or a saved state cannot

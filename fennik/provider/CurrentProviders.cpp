@@ -2,6 +2,7 @@
 //
 // From what the CIMOM and the privilege files hold to registration records.
 #include <algorithm>
+#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
@@ -28,10 +29,11 @@ using OpenWBEM::CIMValue;
 namespace {
 
 /// A property that registering always sets.
-CIMValue requireValue(const CIMInstance& provider, const char* property) {
+CIMValue requireValue(const CIMInstance& provider, const char* property,
+                      std::source_location place = std::source_location::current()) {
     CIMValue value = provider.getPropertyValue(property);
     if (value.isNull()) {
-        BLOCXX_THROW_ERR(FennikException, Format("%1 is NULL", property), INVALID_INPUT);
+        throw FennikException(place, Format("%1 is NULL", property), INVALID_INPUT);
     }
     return value;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From the text of a provider registration list to registration records.
+#include <source_location>
+
 #include "blocxx/FileSystem.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -14,8 +16,9 @@ using blocxx::Format;
 
 namespace {
 
-[[noreturn]] void refuse(const String& message) {
-    BLOCXX_THROW_ERR(FennikException, message, INVALID_INPUT);
+[[noreturn]] void refuse(const String& message,
+                         std::source_location place = std::source_location::current()) {
+    throw FennikException(place, message, INVALID_INPUT);
 }
 
 /// The fields of a line; the third path is empty when the line has none.

@@ -4,6 +4,7 @@
 // asked for what the texts refer to.
 #include <algorithm>
 #include <optional>
+#include <source_location>
 
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -22,8 +23,9 @@ namespace {
 constexpr int NAMESPACE_IN_REGISTRATION_MOF = 4;
 constexpr int MOF_COMPILER_ERROR = 33;
 
-[[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT) {
-    BLOCXX_THROW_ERR(FennikException, message, errorCode);
+[[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT,
+                         std::source_location place = std::source_location::current()) {
+    throw FennikException(place, message, errorCode);
 }
 
 struct NamespacePragma {

@@ -2,6 +2,7 @@
 //
 // The rules that a registration instance has to obey.
 #include <algorithm>
+#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
@@ -109,9 +110,19 @@ private:
         }
     }
 
+    /// The text of a rule with the place where it was broken.
+    struct Rule {
+        // Implicit, so that the place is that of the call with the text.
+        Rule(const char* text, std::source_location place = std::source_location::current())
+            : pattern(text), where(place) {}
+
+        const char* pattern;
+        std::source_location where;
+    };
+
     template <class... Args>
-    [[noreturn]] void refuse(const char* pattern, const Args&... args) const {
-        BLOCXX_THROW_ERR(FennikException, Format(pattern, m_id, args...), INVALID_INPUT);
+    [[noreturn]] void refuse(const Rule& rule, const Args&... args) const {
+        throw FennikException(rule.where, Format(rule.pattern, m_id, args...), INVALID_INPUT);
     }
 
     const CIMInstance& m_instance;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/FNProductState.hpp"
 
+#include <source_location>
 #include <utility>
 
 #include "blocxx/Interruption.hpp"
@@ -30,9 +31,10 @@ void logError(const String& message) {
 }
 
 /// Logs what failed with the reason, and throws it with the reason for its cause.
-[[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode) {
+[[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode,
+                           std::source_location place = std::source_location::current()) {
     logError(Format("%1: %2", what, reason));
-    throw FennikException(__FILE__, __LINE__, what.c_str(), errorCode, &reason);
+    throw FennikException(place, what, errorCode, &reason);
 }
 
 XMLNode gather(const CIMOMHandleIFCRef& handle) {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ostream>
+#include <source_location>
 #include <streambuf>
 
 #include "blocxx/FileSystem.hpp"
@@ -32,10 +33,12 @@ namespace {
 constexpr int CANNOT_CREATE = 36;
 constexpr int CANNOT_OPEN = 37;
 
-[[noreturn]] void failCreating(const String& fileName, int errnum) {
-    const blocxx::FileSystemException reason(__FILE__, __LINE__, std::strerror(errnum), errnum);
-    const String message = Format("Failed to create state file: \"%1\"", fileName);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_CREATE, &reason);
+[[noreturn]] void failCreating(const String& fileName, int errnum,
+                               std::source_location place = std::source_location::current()) {
+    const blocxx::FileSystemException reason(place.file_name(), static_cast<int>(place.line()),
+                                             std::strerror(errnum), errnum);
+    throw FennikException(place, Format("Failed to create state file: \"%1\"", fileName),
+                          CANNOT_CREATE, &reason);
 }
 
 bool isFifo(const String& path) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateNames.hpp"
 
+#include <source_location>
+
 #include "blocxx/Format.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/state/StateFormat.hpp"
@@ -33,10 +35,11 @@ String laidOut(const String& text) {
     return (isLayout(before) ? String() : before) + name + (isLayout(after) ? String() : after);
 }
 
-void refuse(const String& productName, const String& fault) {
+void refuse(const String& productName, const String& fault,
+            std::source_location place = std::source_location::current()) {
     if (!fault.empty()) {
-        BLOCXX_THROW_ERR(
-            FennikException,
+        throw FennikException(
+            place,
             Format("The product \"%1\" of the saved state cannot be restored: %2. "
                    "Correct the name in the state file, or take the product out of it.",
                    productName, fault),

@@ -45,18 +45,18 @@ XMLNode createInstanceMOFNode(const char* name, const Array<CIMInstance>& instan
     return node;
 }
 
-void checkNodeName(const XMLNode& node, const char* name, const char* prefix) {
+void checkNodeName(const XMLNode& node, const char* name, const char* prefix,
+                   std::source_location place) {
     if (!node) {
-        BLOCXX_THROW_ERR(
-            FennikException,
-            Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
+        throw FennikException(
+            place, Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
             StateLog::INVALID_STATE);
     }
     if (node.getName() != name) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("%1Found XML node \"%2\" when node \"%3\" was expected", prefix,
-                                node.getName(), name),
-                         StateLog::INVALID_STATE);
+        throw FennikException(place,
+                              Format("%1Found XML node \"%2\" when node \"%3\" was expected",
+                                     prefix, node.getName(), name),
+                              StateLog::INVALID_STATE);
     }
 }
 

@@ -3,6 +3,8 @@
 // Making and reading the elements of a state file.
 #pragma once
 
+#include <source_location>
+
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
@@ -63,8 +65,9 @@ String arrayToMOF(const Array<Object>& objects) {
 // Reading.
 
 /// Throws FennikException, whose message begins with `prefix`, when the node is null or has another
-/// name.
-void checkNodeName(const XMLNode& node, const char* name, const char* prefix);
+/// name; its place is the caller's.
+void checkNodeName(const XMLNode& node, const char* name, const char* prefix,
+                   std::source_location place = std::source_location::current());
 /// The first child of that name, or a null node.
 XMLNode findChildByName(const XMLNode& node, const char* name);
 /// The children of that name, in document order.

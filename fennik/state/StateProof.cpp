@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateProof.hpp"
 
+#include <source_location>
+
 #include "fennik/state/SavedObject.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
@@ -51,8 +53,10 @@ public:
     void prove(const XMLNode& product) const;
 
 private:
-    [[noreturn]] void refuse(const String& what, const blocxx::Exception* reason = nullptr) const;
-    void refuseFault(const String& fault) const;
+    [[noreturn]] void refuse(const String& what, const blocxx::Exception* reason = nullptr,
+                             std::source_location place = std::source_location::current()) const;
+    void refuseFault(const String& fault,
+                     std::source_location place = std::source_location::current()) const;
     void proveChild(const XMLNode& child) const;
     void proveUsers(const XMLNode& users) const;
     void proveNamespaces(const XMLNode& registration) const;
@@ -64,16 +68,18 @@ private:
     const CIMOMHandleIFCRef& m_handle;
 };
 
-void Proof::refuse(const String& what, const blocxx::Exception* reason) const {
+void Proof::refuse(const String& what, const blocxx::Exception* reason,
+                   std::source_location place) const {
     const String message = Format("The state of product \"%1\" cannot be saved: %2", m_name, what);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_SAVE, reason);
+    throw FennikException(place, message, CANNOT_SAVE, reason);
 }
 
-void Proof::refuseFault(const String& fault) const {
+void Proof::refuseFault(const String& fault, std::source_location place) const {
     if (!fault.empty()) {
         refuse(fault +
-               ", so it could not be restored. Deregister the product, or what has that "
-               "name, and register it under another one.");
+                   ", so it could not be restored. Deregister the product, or what has that "
+                   "name, and register it under another one.",
+               nullptr, place);
     }
 }
 

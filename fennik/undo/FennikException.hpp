@@ -5,7 +5,10 @@
 // interface. A failure that wraps a caught exception carries a copy of it as its cause.
 #pragma once
 
+#include <source_location>
+
 #include "blocxx/Exception.hpp"
+#include "blocxx/String.hpp"
 
 namespace KOVNS2 {
 
@@ -15,6 +18,9 @@ public:
     FennikException(const char* file, int line, const char* message, int errorCode,
                     const blocxx::Exception* otherException = nullptr,
                     int subClassId = UNKNOWN_SUBCLASS_ID);
+    /// For functions that throw on behalf of their callers: `place` is the caller's.
+    FennikException(const std::source_location& place, const blocxx::String& message, int errorCode,
+                    const blocxx::Exception* otherException = nullptr);
 
     const char* type() const noexcept override;
     FennikException* clone() const noexcept override;

@@ -137,6 +137,21 @@ TEST_F(CurrentProviders, MissingValuesAreToldInTheirOrder) {
     }
 }
 
+TEST_F(CurrentProviders, EachMissingValueCarriesItsOwnPlace) {
+    registerList(m_repository, entry("disk", registrationMof("Disk"), ""));
+    const auto placeWithout = [&](const char* property) {
+        CIMInstance damaged = record("Disk");
+        damaged.setProperty(property, CIMValue());
+        change(damaged);
+        return placeOf([&] { listed(m_repository); });
+    };
+    const auto classes = placeWithout("ProviderMofClassNames");
+    const auto instances = placeWithout("ProviderMofInstanceNames");
+    EXPECT_EQ(classes.first, "fennik/provider/CurrentProviders.cpp");
+    EXPECT_EQ(instances.first, classes.first);
+    EXPECT_NE(instances.second, classes.second);
+}
+
 TEST_F(CurrentProviders, OtherKindsOfProvidersAreRefused) {
     CIMClass other("KOV_Other");
     other.setSuperClass("KOV_Provider");

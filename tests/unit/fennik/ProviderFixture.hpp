@@ -45,6 +45,18 @@ void expectFailure(int code, const String& message, Operation operation) {
     }
 }
 
+/// The file and the line that the exception out of `operation` carries.
+template <class Operation>
+std::pair<String, int> placeOf(Operation operation) {
+    try {
+        operation();
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const FennikException& e) {
+        return {e.getFile(), e.getLine()};
+    }
+    return {};
+}
+
 class ProviderFixture : public ::testing::Test {
 protected:
     ProviderFixture();

@@ -98,6 +98,14 @@ TEST_F(ProviderList, BadLinesAreRefused) {
     EXPECT_TRUE(m_undo.empty());
 }
 
+TEST_F(ProviderList, EachRefusalCarriesItsOwnPlace) {
+    const auto unknown = placeOf([&] { entries("other,a,b"); });
+    const auto tooLong = placeOf([&] { entries("oop1,a,b,c,d"); });
+    EXPECT_EQ(unknown.first, "fennik/provider/ProviderList.cpp");
+    EXPECT_EQ(tooLong.first, unknown.first);
+    EXPECT_NE(tooLong.second, unknown.second);
+}
+
 TEST_F(ProviderList, LogsEveryLine) {
     entries("oop1,a,b\n\noop1,c,d,e\n");
     EXPECT_THAT(m_log.debugLines(), ElementsAre("ProviderRegistration: Parsing input data...",

@@ -3,6 +3,8 @@
 // Compiling and checking what a list's entry names, before anything changes.
 #include <gmock/gmock.h>
 
+#include <set>
+
 #include "tests/unit/fennik/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
@@ -147,6 +149,18 @@ TEST_F(ProviderMof, RegistrationMofRefusals) {
                "PATH must contain only one instance of interop's provider registration.");
         refuse(processMof("A") + capabilities + second,
                "PATH must contain only one instance of interop's provider registration.");
+    }
+}
+
+TEST_F(ProviderMof, EachRefusalCarriesItsOwnPlace) {
+    std::set<int> lines;
+    for (const char* mof : {"class X {};", "#pragma namespace(\"other\")\n",
+                            "#pragma namespace(\"sample\")\n#pragma namespace(\"sample\")\n",
+                            "#pragma namespace(\"sample\")\nbroken"}) {
+        const auto [file, line] =
+            placeOf([&] { m_facility.buildInstancesForOOPProvider(mof, "PATH"); });
+        EXPECT_EQ(file, "fennik/provider/ProviderMof.cpp");
+        EXPECT_TRUE(lines.insert(line).second) << mof;
     }
 }
 

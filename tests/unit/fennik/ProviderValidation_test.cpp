@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The rules that a registration instance has to obey, each with its message, and their order.
+#include <set>
+
 #include "tests/unit/fennik/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
@@ -48,6 +50,23 @@ TEST_F(ProviderValidation, IdentifierBeginsWithTheProductAndAColon) {
     refuse({{"InstanceID", "\"\""}}, "InstanceID property value () must begin with sample:");
     accept(registrationMof("", {{"InstanceID", "\"sample:\""}}));
     accept(registrationMof("../../etc/passwd"));
+}
+
+TEST_F(ProviderValidation, EachRefusalCarriesItsOwnPlace) {
+    std::set<int> lines;
+    const std::vector<MofProperties> bad = {{{"InstanceID", "\"x\""}},
+                                            {{"Process", "\"/opt/tarvo/kov\""}},
+                                            {{"Protocol", "\"owcpp2\""}},
+                                            {{"NamespaceNames", ""}},
+                                            {{"NamespaceNames", "{\"other\"}"}},
+                                            {{"ProviderTypes", "{9}"}},
+                                            {{"UserContext", "4"}}};
+    for (const MofProperties& changed : bad) {
+        const auto [file, line] = placeOf(
+            [&] { build(registrationMof("Disk", changed), PLAIN, "sample", m_tree.prefix()); });
+        EXPECT_EQ(file, "fennik/provider/ProviderValidation.cpp");
+        EXPECT_TRUE(lines.insert(line).second) << line;
+    }
 }
 
 TEST_F(ProviderValidation, OtherClassesAreRefused) {

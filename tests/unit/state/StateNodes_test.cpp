@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateNodes.hpp"
 
+#include <boost/function.hpp>
+
 #include "openwbem/xml/XMLParserDOM.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
@@ -30,6 +32,22 @@ TEST_F(StateNodes, NodeOfAnotherNameIsNotTheOneExpected) {
                          "node \"Name\" was expected"))
         << thrown;
     checkNodeName(XMLNode("Name"), "Name", "Some prefix: ");
+}
+
+TEST_F(StateNodes, WrongNodeIsToldWithThePlaceThatExpectedIt) {
+    const auto placeOf = [](const boost::function<void()>& check) {
+        try {
+            check();
+        } catch (const FennikException& e) {
+            return std::pair(String(e.getFile()), e.getLine());
+        }
+        return std::pair(String(), 0);
+    };
+    const auto null = placeOf([] { checkNodeName(XMLNode(), "Name", "prefix: "); });
+    const auto other = placeOf([] { checkNodeName(XMLNode("name"), "Name", "prefix: "); });
+    EXPECT_EQ(null.first, "tests/unit/state/StateNodes_test.cpp");
+    EXPECT_EQ(other.first, null.first);
+    EXPECT_EQ(other.second, null.second + 1);
 }
 
 TEST_F(StateNodes, FirstChildOfTheNameIsFound) {
