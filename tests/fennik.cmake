@@ -23,6 +23,7 @@ kov_unit_test(provider_test
     unit/fennik/ProviderDeregistration_test.cpp unit/fennik/ProviderFaults_test.cpp
     unit/fennik/ProviderFixture.cpp unit/fennik/ProviderList_test.cpp
     unit/fennik/ProviderMof_test.cpp unit/fennik/ProviderRegistration_test.cpp
+    unit/fennik/ProviderRepair_test.cpp
     unit/fennik/ProviderValidation_test.cpp
   LINKS fennik_product fennik_testing)
 foreach(CALL open read write fsync close unlink rename)  # see FileFaults.hpp

@@ -10,6 +10,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "fennik/provider/ProviderRepair.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
@@ -20,6 +21,7 @@ using blocxx::Format;
 using blocxx::FileSystem::getFileContents;
 using blocxx::FileSystem::NamedBy;
 using OpenWBEM::CIMClass;
+using OpenWBEM::CIMException;
 using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMOMHandleIFC;
@@ -38,21 +40,75 @@ CIMValue requireValue(const CIMInstance& provider, const char* property,
     return value;
 }
 
-Array<CIMInstance> readRegistrationInstances(CIMOMHandleIFC& handle, const CIMInstance& provider) {
+/// What is left of a registration instance by its record and, where one is in its place, by its
+/// privilege file: enough to remove both.
+CIMInstance substitute(const CIMObjectPath& path, const String& destDir) {
+    CIMInstance instance = keysOnly(path);
+    const String file = PrivilegeFiles::providerPrivilegeFile(instance);
+    if (blocxx::FileSystem::exists(destDir + file)) {
+        instance.setProperty("MonitorPrivilegesFile", CIMValue(file));
+    }
+    return instance;
+}
+
+/// The objects that a record names, read through a handle; what is gone is told with its repair.
+struct Reader {
+    CIMOMHandleIFC& handle;
+    ProviderRepair repair;
+    String destDir;
+
+    CIMInstance registrationInstance(const CIMObjectPath& path) const {
+        try {
+            return handle.getInstance(INTEROP_NS, path);
+        } catch (const CIMException& e) {
+            repair.throwMissingInstance(e, INTEROP_NS, substitute(path, destDir));
+        }
+    }
+
+    CIMClass definition(const String& ns, const String& name) const {
+        try {
+            return handle.getClass(ns, name);
+        } catch (const CIMException& e) {
+            repair.throwMissingSchema(e, ns, "class", name);
+        }
+    }
+
+    CIMQualifierType qualifierType(const String& ns, const String& name) const {
+        try {
+            return handle.getQualifierType(ns, name);
+        } catch (const CIMException& e) {
+            repair.throwMissingSchema(e, ns, "qualifier type", name);
+        }
+    }
+
+    CIMInstance instance(const String& ns, CIMObjectPath path) const {
+        path.syncWithClass(definition(ns, path.getClassName()));
+        try {
+            return handle.getInstance(ns, path);
+        } catch (const CIMException& e) {
+            repair.throwMissingInstance(e, ns, keysOnly(path));
+        }
+    }
+
+    String privileges(const String& path) const {
+        try {
+            return getFileContents(destDir + path, NamedBy::US);
+        } catch (const blocxx::FileSystemException& e) {
+            repair.throwMissingFile(e, destDir + path);
+        }
+    }
+};
+
+Array<CIMInstance> readRegistrationInstances(const Reader& reader, const CIMInstance& provider) {
     CIMObjectPath path(text(provider, "RegistrationClassName"), INTEROP_NS);
     path.setKeyValue("InstanceID", CIMValue(text(provider, "RegistrationInstanceID")));
-    Array<CIMInstance> instances{handle.getInstance(INTEROP_NS, path)};
+    Array<CIMInstance> instances{reader.registrationInstance(path)};
     if (instances.front().getClassName() == OOP_PROCESS) {
-        for (CIMInstance& instance : capabilitiesOf(handle, path)) {
+        for (CIMInstance& instance : capabilitiesOf(reader.handle, path)) {
             instances.push_back(std::move(instance));
         }
     }
     return instances;
-}
-
-CIMInstance readNamed(CIMOMHandleIFC& handle, const String& ns, CIMObjectPath path) {
-    path.syncWithClass(handle.getClass(ns, path.getClassName()));
-    return handle.getInstance(ns, path);
 }
 
 bool isOneOf(const Array<CIMInstance>& instances, const CIMInstance& instance) {
@@ -62,35 +118,34 @@ bool isOneOf(const Array<CIMInstance>& instances, const CIMInstance& instance) {
 }
 
 /// Reads the instances of the provider's namespace, and those that came with the registration.
-void readListedInstances(CIMOMHandleIFC& handle, const CIMValue& names, OOP1ProviderParts& parts) {
+void readListedInstances(const Reader& reader, const CIMValue& names, OOP1ProviderParts& parts) {
     const String& ns = parts.providerMofNamespace;
     for (const String& name : names.getArray<String>()) {
         const CIMObjectPath path = CIMObjectPath::parse(name);
         if (path.getNameSpace() == INTEROP_NS && ns != INTEROP_NS) {
-            CIMInstance instance = readNamed(handle, INTEROP_NS, path);
+            CIMInstance instance = reader.instance(INTEROP_NS, path);
             if (!isOneOf(parts.registrationInstances, instance)) {
                 parts.registrationInstances.push_back(std::move(instance));
             }
         } else {
-            parts.providerInstances.push_back(readNamed(handle, ns, path));
+            parts.providerInstances.push_back(reader.instance(ns, path));
         }
     }
 }
 
-Array<CIMClass> readProviderClasses(CIMOMHandleIFC& handle, const String& ns,
-                                    const CIMValue& names) {
+Array<CIMClass> readProviderClasses(const Reader& reader, const String& ns, const CIMValue& names) {
     Array<CIMClass> classes;
     for (const String& name : names.getArray<String>()) {
-        classes.push_back(handle.getClass(ns, name));
+        classes.push_back(reader.definition(ns, name));
     }
     return classes;
 }
 
-Array<CIMQualifierType> readProviderQualifiers(CIMOMHandleIFC& handle, const String& ns,
+Array<CIMQualifierType> readProviderQualifiers(const Reader& reader, const String& ns,
                                                const CIMValue& names) {
     Array<CIMQualifierType> qualifierTypes;
     for (const String& name : names.getArray<String>()) {
-        qualifierTypes.push_back(handle.getQualifierType(ns, name));
+        qualifierTypes.push_back(reader.qualifierType(ns, name));
     }
     return qualifierTypes;
 }
@@ -117,25 +172,27 @@ Array<ProviderRegistrationRef> ProviderRegistrationFacility::getCurrentProviderR
 
 ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistrationData(
     const CIMInstance& provider) {
-    CIMOMHandleIFC& handle = *m_handle;
+    const Reader reader{
+        *m_handle,
+        ProviderRepair(m_productName, text(provider, "RegistrationInstanceID"), m_destDir),
+        m_destDir};
     OOP1ProviderParts parts;
-    parts.registrationInstances = readRegistrationInstances(handle, provider);
+    parts.registrationInstances = readRegistrationInstances(reader, provider);
 
     const String ns = requireValue(provider, "ProviderMofNamespace").toString();
     parts.providerMofNamespace = ns;
-    readListedInstances(handle, requireValue(provider, "ProviderMofInstanceNames"), parts);
+    readListedInstances(reader, requireValue(provider, "ProviderMofInstanceNames"), parts);
     parts.providerClasses =
-        readProviderClasses(handle, ns, requireValue(provider, "ProviderMofClassNames"));
+        readProviderClasses(reader, ns, requireValue(provider, "ProviderMofClassNames"));
     parts.providerQualifiers =
-        readProviderQualifiers(handle, ns, requireValue(provider, "ProviderMofQualifierTypeNames"));
+        readProviderQualifiers(reader, ns, requireValue(provider, "ProviderMofQualifierTypeNames"));
 
     const CIMInstance& instance = parts.registrationInstances.front();
     if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
-        parts.providerPrivileges = getFileContents(
-            m_destDir + PrivilegeFiles::providerPrivilegeFile(instance), NamedBy::US);
+        parts.providerPrivileges =
+            reader.privileges(PrivilegeFiles::providerPrivilegeFile(instance));
     }
-    parts.providerOOPPrivileges =
-        getFileContents(m_destDir + PrivilegeFiles::oopPrivilegeFile(instance), NamedBy::US);
+    parts.providerOOPPrivileges = reader.privileges(PrivilegeFiles::oopPrivilegeFile(instance));
     return new OOP1ProviderRegistration(std::move(parts));
 }
 

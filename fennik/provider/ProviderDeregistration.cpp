@@ -10,6 +10,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "fennik/provider/ProviderRepair.hpp"
 
 namespace KOVNS2 {
 
@@ -35,14 +36,22 @@ void removeInstance(CIMOMHandleIFC& handle, const String& ns, const CIMInstance&
 }
 
 void removeClass(CIMOMHandleIFC& handle, const String& ns, const CIMClass& saved,
-                 CleanupActions_t& undo) {
-    handle.deleteClass(ns, saved.getName());
+                 CleanupActions_t& undo, const ProviderRepair& repair) {
+    try {
+        handle.deleteClass(ns, saved.getName());
+    } catch (const CIMException& e) {
+        repair.throwClassInUse(e, handle, ns, saved.getName());
+    }
     undo.push_back(boost::bind(&createClass, boost::ref(handle), ns, saved));
 }
 
 void removeQualifierType(CIMOMHandleIFC& handle, const String& ns, const CIMQualifierType& saved,
-                         CleanupActions_t& undo) {
-    handle.deleteQualifierType(ns, saved.getName());
+                         CleanupActions_t& undo, const ProviderRepair& repair) {
+    try {
+        handle.deleteQualifierType(ns, saved.getName());
+    } catch (const CIMException& e) {
+        repair.throwQualifierTypeInUse(e, ns, saved.getName());
+    }
     undo.push_back(boost::bind(&setQualifierType, boost::ref(handle), ns, saved));
 }
 
@@ -161,19 +170,21 @@ void ProviderRegistrationFacility::removeProviderSchema(
     const OOP1ProviderRegistration& registration) {
     CIMOMHandleIFC& handle = *m_handle;
     const String& ns = registration.providerMofNamespace();
+    const ProviderRepair repair(m_productName, registration.instanceID(), m_destDir);
     const Array<CIMClass>& classes = registration.providerClasses();
     for (auto cls = classes.rbegin(); cls != classes.rend(); ++cls) {
         removeInstancesOfClass(handle, ns, cls->getName(), m_cleanupActions);
         stepLog().debug("Deleting class: %1:%2", ns, cls->getName());
-        removeOrPutOff(
-            boost::bind(&removeClass, boost::ref(handle), ns, *cls, boost::ref(m_cleanupActions)),
-            // Instances of it may be embedded in others that are still to go.
-            {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES}, m_classesPutOff);
+        removeOrPutOff(boost::bind(&removeClass, boost::ref(handle), ns, *cls,
+                                   boost::ref(m_cleanupActions), repair),
+                       // Instances of it may be embedded in others that are still to go.
+                       {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES},
+                       m_classesPutOff);
     }
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         stepLog().debug("Deleting qualifier type: %1:%2", ns, qualifierType.getName());
         removeOrPutOff(boost::bind(&removeQualifierType, boost::ref(handle), ns, qualifierType,
-                                   boost::ref(m_cleanupActions)),
+                                   boost::ref(m_cleanupActions), repair),
                        {CIMException::FAILED}, m_qualifierTypesPutOff);
     }
 }

@@ -103,6 +103,13 @@ protected:
         }
     }
 
+    /// How the text of every repair ends.
+    String then() const {
+        return "Then register the providers of the product again, or remove them:\n"
+               "    fennik --kov-build-system-dest-dir " +
+               m_tree.prefix() + " --register-providers LIST --name sample\n";
+    }
+
     OpenRepository m_repository{m_tree};
     const State m_before = state();
 };
@@ -192,8 +199,17 @@ TEST_F(ProviderDeregistering, MissingPrivilegeFileEndsTheListing) {
     missing("deregistration", [&] { deregisterAll(m_repository); });
     missing("registration", [&] { registerList(m_repository, "\n"); });
     expectFailure<blocxx::FileSystemException>(
-        ENOENT, "Cannot open \"" + oopFile("Disk").string() + "\": 2(No such file or directory)",
+        ENOENT,
+        "Cannot open \"" + oopFile("Disk").string() +
+            "\": 2(No such file or directory)\n"
+            "The provider \"sample:Disk\" of the product \"sample\" needs this file. Put one in "
+            "its place:\n    echo '# lost' > " +
+            oopFile("Disk").string() + "\n" + then(),
         [&] { listed(m_repository); });
+    writeFile(oopFile("Disk"), "# lost\n");
+    EXPECT_EQ(listed(m_repository).size(), 1U);
+    deregisterAll(m_repository);
+    expectState(m_before);
 }
 
 TEST_F(ProviderDeregistering, FileThatCannotBeRemovedStopsTheCommand) {
@@ -354,7 +370,14 @@ TEST_F(ProviderDeregistering, ClassThatSomebodyElseEmbedsStopsTheCommand) {
         ADD_FAILURE() << "nothing was thrown";
     } catch (const FennikException& e) {
         EXPECT_EQ(e.getErrorCode(), 14);
-        EXPECT_THAT(e.getMessage(), HasSubstr("property \"Held\" of instance Other.Id=\"x\""));
+        EXPECT_THAT(
+            e.getMessage(),
+            HasSubstr("property \"Held\" of instance Other.Id=\"x\": invalid class: there is no "
+                      "class \"Sample_A\"\n"
+                      "The provider \"sample:A\" of the product \"sample\" has brought the "
+                      "class \"Sample_A\" of the namespace \"sample\", and what needs it "
+                      "has to go first. Delete it:\n    owdeleteinstance --dest-dir " +
+                      m_tree.prefix() + " -n sample OBJECTPATH\n" + then()));
     }
     expectState(registered);
     EXPECT_THAT(m_log.errors(), IsEmpty());
@@ -371,7 +394,41 @@ TEST_F(ProviderDeregistering, ClassThatSomebodyElseDerivedFromStopsTheCommand) {
     } catch (const FennikException& e) {
         EXPECT_EQ(e.getErrorCode(), 14);
         EXPECT_THAT(e.getMessage(), StartsWith("Provider deregistration failed: "));
-        EXPECT_THAT(e.getMessage(), HasSubstr("CIMException"));
+        EXPECT_THAT(e.getMessage(),
+                    HasSubstr("CIMException: 8: class has children: the class Sample_A has "
+                              "subclasses\n"
+                              "The provider \"sample:A\" of the product \"sample\" has brought the "
+                              "class \"Sample_A\" of the namespace \"sample\", and what is derived "
+                              "from it has to go first: Other_A. Remove the provider that brought "
+                              "it; or delete its instances, declare it in FILE without that "
+                              "superclass and compile it:\n    owdeleteinstance --dest-dir " +
+                              m_tree.prefix() + " -n sample OBJECTPATH...\n    owmofc --dest-dir " +
+                              m_tree.prefix() + " -n sample FILE\n" + then()));
+    }
+    expectState(registered);
+    EXPECT_THAT(m_log.errors(), IsEmpty());
+}
+
+TEST_F(ProviderDeregistering, QualifierTypeThatSomebodyElseUsesStopsTheCommand) {
+    registerList(m_repository,
+                 entry("a", registrationMof("A"),
+                       providerMof("Qualifier Mine : boolean = false, Scope(any);\n")));
+    create("sample", "[Mine] class Other { [Key] string Id; };");
+    const State registered = state();
+    m_undo.clear();
+    try {
+        deregisterAll(m_repository);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getErrorCode(), 14);
+        EXPECT_THAT(e.getMessage(),
+                    HasSubstr("class Other uses it\n"
+                              "The provider \"sample:A\" of the product \"sample\" has brought the "
+                              "qualifier type \"Mine\" of the namespace \"sample\", and nothing "
+                              "else may use it. Remove the provider that brought what uses it; or "
+                              "declare that in FILE without it and compile it:\n"
+                              "    owmofc --dest-dir " +
+                              m_tree.prefix() + " -n sample FILE\n" + then()));
     }
     expectState(registered);
     EXPECT_THAT(m_log.errors(), IsEmpty());
