@@ -95,6 +95,15 @@ class Repairs(LiveStory):
             failing=(LISTING, SAVE, REMOVE, DEREGISTER),
         )
 
+    def test_namespace_that_was_deleted_with_its_reservation_left(self):
+        """What the page says comes first comes first."""
+        self.tell(
+            "The namespace is gone",
+            f"owdeletenamespace --reserved {EVENTS}\n"
+            f"fennik --deregister-namespace {EVENTS} --name sample",
+            f'needs the namespace "{EVENTS}"', failing=(LISTING, REMOVE),
+        )
+
     def test_privilege_file(self):
         file = f"{PRIVILEGES}/owcimomd/oop1-sample_disks"
         self.tell(

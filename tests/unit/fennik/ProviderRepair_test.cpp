@@ -147,6 +147,19 @@ TEST_F(ProviderRepair, CapabilitiesThatNothingConnects) {
     expectMended();
 }
 
+TEST_F(ProviderRepair, ConnectedCapabilitiesAreNotMissed) {
+    registerList(m_repository, entry("disk", processWithCapabilitiesMof("Disk"), ""));
+    remove("root", R"(OpenWBEM_OOPProviderCapabilities.InstanceID="sample:Disk-caps")");
+    expectMended();
+}
+
+TEST_F(ProviderRepair, ProcessComesBackWithItsCapabilities) {
+    registerList(m_repository, entry("disk", processWithCapabilitiesMof("Disk"), ""));
+    remove("root", R"(OpenWBEM_OOPProviderProcess.InstanceID="sample:Disk")");
+    follow("root", failure(CIMException::NOT_FOUND));
+    expectMended();
+}
+
 TEST_F(ProviderRepair, ClassAndQualifierTypeComeBackWithTheProviderMof) {
     const String qualifier = "Qualifier Mine : boolean = false, Scope(any);\n";
     registerList(m_repository,
