@@ -2,11 +2,11 @@
 #include "fennik/namespace/NamespaceClashes.hpp"
 
 #include <set>
-#include <source_location>
 
 #include "blocxx/Format.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
+#include "fennik/undo/CallSite.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/Identifier.hpp"
 
@@ -23,11 +23,10 @@ namespace {
 
 /// The text of a namespace that cannot be created, whoever finds that out.
 [[noreturn]] void refuseNamespace(CIMException::ErrNoType code, const String& reason,
-                                  std::source_location place = std::source_location::current()) {
-    const int line = static_cast<int>(place.line());
-    const CIMException cause(place.file_name(), line, code, reason);
+                                  CallSite place = CallSite::here()) {
+    const CIMException cause(place.file, place.line, code, reason);
     const String message = Format("Unable to create the Namespace: %1", cause);
-    throw NamespaceUtilsException(place.file_name(), line, message.c_str());
+    throw NamespaceUtilsException(place.file, place.line, message.c_str());
 }
 
 // A name that is none has no namespace either, so that any class will do to ask for.

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <limits>
 #include <optional>
-#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
@@ -32,12 +31,12 @@ UnitLog log() {
 
 /// There is something else in the snippet's place. Only the administrator knows what it is for.
 FileSystemException somethingElse(const String& path, const char* what, int errnum,
-                                  std::source_location place = std::source_location::current()) {
+                                  CallSite place = CallSite::here()) {
     const String message = blocxx::Format(
         "\"%1\" is %2 and not a file: fennik neither reads nor removes it. Remove it, or put a "
         "file with the configuration in its place; then run the command again.",
         path, what);
-    return {place.file_name(), static_cast<int>(place.line()), message.c_str(), errnum};
+    return {place.file, place.line, message.c_str(), errnum};
 }
 
 void requireRegularFile(const blocxx::File& file, const String& path) {
@@ -107,10 +106,10 @@ TempFile::Released createTempFile(const String& directory) {
 }
 
 /// Removes the temporary file and throws what went wrong with it, for that reason if there is one.
-[[noreturn]] void CleanupTempFile_ReportErrno(
-    const String& message, const String& tempPath, int errnum,
-    const FileSystemException* reason = nullptr,
-    std::source_location place = std::source_location::current()) {
+[[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
+                                              int errnum,
+                                              const FileSystemException* reason = nullptr,
+                                              CallSite place = CallSite::here()) {
     String details = blocxx::ExceptionDetail::FormatMsg(message, errnum);
     if (!FileSystem::removeFile(tempPath)) {
         details +=

@@ -4,7 +4,6 @@
 #include <boost/bind/bind.hpp>
 #include <cerrno>
 #include <cstring>
-#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
@@ -63,10 +62,9 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
 
 /// Throws that message with the system's reason, as errno has it, for its cause.
 [[noreturn]] void throwFileFailure(const char* message, const String& path, int errorCode,
-                                   std::source_location place = std::source_location::current()) {
+                                   CallSite place = CallSite::here()) {
     const int errnum = errno;
-    const blocxx::FileSystemException reason(place.file_name(), static_cast<int>(place.line()),
-                                             std::strerror(errnum), errnum);
+    const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
     throw FennikException(place, Format(message, path), errorCode, &reason);
 }
 

@@ -2,7 +2,6 @@
 //
 // From what the CIMOM and the privilege files hold to registration records.
 #include <algorithm>
-#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
@@ -32,7 +31,7 @@ namespace {
 
 /// A property that registering always sets.
 CIMValue requireValue(const CIMInstance& provider, const char* property,
-                      std::source_location place = std::source_location::current()) {
+                      CallSite place = CallSite::here()) {
     CIMValue value = provider.getPropertyValue(property);
     if (value.isNull()) {
         throw FennikException(place, Format("%1 is NULL", property), INVALID_INPUT);

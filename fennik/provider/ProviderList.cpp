@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From the text of a provider registration list to registration records.
-#include <source_location>
-
 #include "blocxx/FileSystem.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -16,8 +14,7 @@ using blocxx::Format;
 
 namespace {
 
-[[noreturn]] void refuse(const String& message,
-                         std::source_location place = std::source_location::current()) {
+[[noreturn]] void refuse(const String& message, CallSite place = CallSite::here()) {
     throw FennikException(place, message, INVALID_INPUT);
 }
 

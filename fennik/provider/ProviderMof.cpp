@@ -4,7 +4,6 @@
 // asked for what the texts refer to.
 #include <algorithm>
 #include <optional>
-#include <source_location>
 
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -24,7 +23,7 @@ constexpr int NAMESPACE_IN_REGISTRATION_MOF = 4;
 constexpr int MOF_COMPILER_ERROR = 33;
 
 [[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT,
-                         std::source_location place = std::source_location::current()) {
+                         CallSite place = CallSite::here()) {
     throw FennikException(place, message, errorCode);
 }
 

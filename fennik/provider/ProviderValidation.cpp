@@ -2,7 +2,6 @@
 //
 // The rules that a registration instance has to obey.
 #include <algorithm>
-#include <source_location>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
@@ -113,11 +112,10 @@ private:
     /// The text of a rule with the place where it was broken.
     struct Rule {
         // Implicit, so that the place is that of the call with the text.
-        Rule(const char* text, std::source_location place = std::source_location::current())
-            : pattern(text), where(place) {}
+        Rule(const char* text, CallSite place = CallSite::here()) : pattern(text), where(place) {}
 
         const char* pattern;
-        std::source_location where;
+        CallSite where;
     };
 
     template <class... Args>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/FNProductState.hpp"
 
-#include <source_location>
 #include <utility>
 
 #include "blocxx/Interruption.hpp"
@@ -32,7 +31,7 @@ void logError(const String& message) {
 
 /// Logs what failed with the reason, and throws it with the reason for its cause.
 [[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode,
-                           std::source_location place = std::source_location::current()) {
+                           CallSite place = CallSite::here()) {
     logError(Format("%1: %2", what, reason));
     throw FennikException(place, what, errorCode, &reason);
 }

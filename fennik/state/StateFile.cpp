@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstring>
 #include <ostream>
-#include <source_location>
 #include <streambuf>
 
 #include "blocxx/FileSystem.hpp"
@@ -34,9 +33,8 @@ constexpr int CANNOT_CREATE = 36;
 constexpr int CANNOT_OPEN = 37;
 
 [[noreturn]] void failCreating(const String& fileName, int errnum,
-                               std::source_location place = std::source_location::current()) {
-    const blocxx::FileSystemException reason(place.file_name(), static_cast<int>(place.line()),
-                                             std::strerror(errnum), errnum);
+                               CallSite place = CallSite::here()) {
+    const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
     throw FennikException(place, Format("Failed to create state file: \"%1\"", fileName),
                           CANNOT_CREATE, &reason);
 }

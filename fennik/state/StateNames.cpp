@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateNames.hpp"
 
-#include <source_location>
-
 #include "blocxx/Format.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/state/StateFormat.hpp"
@@ -35,8 +33,7 @@ String laidOut(const String& text) {
     return (isLayout(before) ? String() : before) + name + (isLayout(after) ? String() : after);
 }
 
-void refuse(const String& productName, const String& fault,
-            std::source_location place = std::source_location::current()) {
+void refuse(const String& productName, const String& fault, CallSite place = CallSite::here()) {
     if (!fault.empty()) {
         throw FennikException(
             place,

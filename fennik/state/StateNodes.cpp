@@ -45,8 +45,7 @@ XMLNode createInstanceMOFNode(const char* name, const Array<CIMInstance>& instan
     return node;
 }
 
-void checkNodeName(const XMLNode& node, const char* name, const char* prefix,
-                   std::source_location place) {
+void checkNodeName(const XMLNode& node, const char* name, const char* prefix, CallSite place) {
     if (!node) {
         throw FennikException(
             place, Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),

@@ -3,9 +3,8 @@
 // Making and reading the elements of a state file.
 #pragma once
 
-#include <source_location>
-
 #include "fennik/mofrepair/FNHacks.hpp"
+#include "fennik/undo/CallSite.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
@@ -67,7 +66,7 @@ String arrayToMOF(const Array<Object>& objects) {
 /// Throws FennikException, whose message begins with `prefix`, when the node is null or has another
 /// name; its place is the caller's.
 void checkNodeName(const XMLNode& node, const char* name, const char* prefix,
-                   std::source_location place = std::source_location::current());
+                   CallSite place = CallSite::here());
 /// The first child of that name, or a null node.
 XMLNode findChildByName(const XMLNode& node, const char* name);
 /// The children of that name, in document order.

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateProof.hpp"
 
-#include <source_location>
-
 #include "fennik/state/SavedObject.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
@@ -54,9 +52,8 @@ public:
 
 private:
     [[noreturn]] void refuse(const String& what, const blocxx::Exception* reason = nullptr,
-                             std::source_location place = std::source_location::current()) const;
-    void refuseFault(const String& fault,
-                     std::source_location place = std::source_location::current()) const;
+                             CallSite place = CallSite::here()) const;
+    void refuseFault(const String& fault, CallSite place = CallSite::here()) const;
     void proveChild(const XMLNode& child) const;
     void proveUsers(const XMLNode& users) const;
     void proveNamespaces(const XMLNode& registration) const;
@@ -68,13 +65,12 @@ private:
     const CIMOMHandleIFCRef& m_handle;
 };
 
-void Proof::refuse(const String& what, const blocxx::Exception* reason,
-                   std::source_location place) const {
+void Proof::refuse(const String& what, const blocxx::Exception* reason, CallSite place) const {
     const String message = Format("The state of product \"%1\" cannot be saved: %2", m_name, what);
     throw FennikException(place, message, CANNOT_SAVE, reason);
 }
 
-void Proof::refuseFault(const String& fault, std::source_location place) const {
+void Proof::refuseFault(const String& fault, CallSite place) const {
     if (!fault.empty()) {
         refuse(fault +
                    ", so it could not be restored. Deregister the product, or what has that "

@@ -9,10 +9,9 @@ FennikException::FennikException(const char* file, int line, const char* message
                                  const blocxx::Exception* otherException, int subClassId)
     : Exception(file, line, message, errorCode, otherException, subClassId) {}
 
-FennikException::FennikException(const std::source_location& place, const blocxx::String& message,
-                                 int errorCode, const blocxx::Exception* otherException)
-    : FennikException(place.file_name(), static_cast<int>(place.line()), message.c_str(), errorCode,
-                      otherException) {}
+FennikException::FennikException(CallSite place, const blocxx::String& message, int errorCode,
+                                 const blocxx::Exception* otherException)
+    : FennikException(place.file, place.line, message.c_str(), errorCode, otherException) {}
 
 const char* FennikException::type() const noexcept {
     return "FennikException";

@@ -5,10 +5,9 @@
 // interface. A failure that wraps a caught exception carries a copy of it as its cause.
 #pragma once
 
-#include <source_location>
-
 #include "blocxx/Exception.hpp"
 #include "blocxx/String.hpp"
+#include "fennik/undo/CallSite.hpp"
 
 namespace KOVNS2 {
 
@@ -19,7 +18,7 @@ public:
                     const blocxx::Exception* otherException = nullptr,
                     int subClassId = UNKNOWN_SUBCLASS_ID);
     /// For functions that throw on behalf of their callers: `place` is the caller's.
-    FennikException(const std::source_location& place, const blocxx::String& message, int errorCode,
+    FennikException(CallSite place, const blocxx::String& message, int errorCode,
                     const blocxx::Exception* otherException = nullptr);
 
     const char* type() const noexcept override;
