@@ -4,6 +4,7 @@
 // asked for what the texts refer to.
 #include <algorithm>
 #include <optional>
+#include <set>
 
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -16,6 +17,8 @@ namespace KOVNS2 {
 using namespace ProviderModel;
 using blocxx::Format;
 using OpenWBEM::CIMInstance;
+using OpenWBEM::CIMObjectPath;
+using OpenWBEM::CIMValue;
 
 namespace {
 
@@ -104,6 +107,63 @@ void checkLeadingInstance(const Array<CIMInstance>& instances, const String& pat
     }
 }
 
+/// The instances of a registration MOF, which its associations may lead to.
+class Declared {
+public:
+    explicit Declared(const Array<CIMInstance>& instances) {
+        for (const CIMInstance& instance : instances) {
+            m_keys.insert(CIMObjectPath(INTEROP_NS, instance).canonicalKey());
+        }
+    }
+
+    bool contains(const CIMObjectPath& path) const {
+        const String& ns = path.getNameSpace();
+        return path.getHost().empty() && (ns.empty() || blocxx::equalsIgnoreCase(ns, INTEROP_NS)) &&
+               m_keys.contains(CIMObjectPath(path).setNameSpace(INTEROP_NS).canonicalKey());
+    }
+
+private:
+    std::set<String> m_keys;
+};
+
+/// The paths that the reference properties of an instance hold; an association is what has any.
+Array<CIMObjectPath> referencesOf(const CIMInstance& instance) {
+    Array<CIMObjectPath> paths;
+    for (const auto& property : instance.getProperties()) {
+        const CIMValue& value = property.getValue();
+        if (value.getType() != OpenWBEM::CIMDataType::REFERENCE) {
+            continue;
+        }
+        if (!value.isArray()) {
+            paths.push_back(value.get<CIMObjectPath>());
+            continue;
+        }
+        for (size_t i = 0; i < value.getArraySize(); ++i) {
+            if (!value.isNullElement(i)) {
+                paths.push_back(value.getElement(i).get<CIMObjectPath>());
+            }
+        }
+    }
+    return paths;
+}
+
+/// What an association leads to goes with its process when that is removed. It must be the
+/// process's own: another's would be deleted with it, or keep it from being removed.
+void checkAssociations(const Array<CIMInstance>& instances, const String& path) {
+    const Declared declared(instances);
+    for (const CIMInstance& instance : instances) {
+        for (const CIMObjectPath& reference : referencesOf(instance)) {
+            if (!declared.contains(reference)) {
+                refuse(
+                    Format("%1: the association %2 names %3, which that file does not declare.  "
+                           "Associations in a registration MOF connect the process and the "
+                           "capabilities of the same file.",
+                           path, CIMObjectPath(String(), instance).modelPath(), reference));
+            }
+        }
+    }
+}
+
 }  // namespace
 
 ProviderRegistrationFacility::RegistrationMof
@@ -135,6 +195,7 @@ ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof
         refuse(
             Format("%1 must contain only one instance of interop's provider registration.", path));
     }
+    checkAssociations(result.instances, path);
     return result;
 }
 

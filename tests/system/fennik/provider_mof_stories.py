@@ -5,8 +5,8 @@ import re
 
 from harness import write
 from providers import (
-    CAPABILITIES, MOF_ERROR, PROCESS, REGISTRATION, USER, Provider, ProviderStory, instance,
-    listing, process, registration, schema,
+    CAPABILITIES, MOF_ERROR, PROCESS, PROCESS_CAPABILITIES, REGISTRATION, USER, Provider,
+    ProviderStory, instance, listing, literal, process, registration, schema,
 )
 
 ONE_LEADING = (
@@ -109,6 +109,28 @@ class RegistrationMof(MofStory):
         self.assertEqual(
             self.listed(), f'Sample_Disk,root:{PROCESS}.InstanceID="sample:disk"\n'
         )
+
+    def test_must_not_take_the_capabilities_of_others(self):
+        """Removing the process would remove them, or would never work again."""
+        self.register("other", "bob")
+        self.give_namespace("other", product="other")
+        theirs = process("theirs", "other")
+        self.assert_used(Provider("theirs", registration=theirs, mof=""), product="other")
+        mine = process("mine")
+        self.assert_used(Provider("mine", registration=mine, mof=""))
+        own = f'{PROCESS}.InstanceID="sample:disk"'
+        for owner in ("other:theirs", "sample:mine"):
+            for spelling in ("", "root:", "ROOT:"):
+                with self.subTest(owner=owner, spelling=spelling):
+                    caps = f'{spelling}{CAPABILITIES}.InstanceID="{owner}-caps"'
+                    link = {"ManagedElement": own, "Capabilities": caps}
+                    keys = ",".join(f"{key}={literal(path)}" for key, path in link.items())
+                    self.assert_text_refused(
+                        process("disk") + instance(PROCESS_CAPABILITIES, **link),
+                        f"{{}}: the association {PROCESS_CAPABILITIES}.{keys} names {caps}, which "
+                        "that file does not declare.  Associations in a registration MOF connect "
+                        "the process and the capabilities of the same file.",
+                    )
 
 
 class Registration(ProviderStory):

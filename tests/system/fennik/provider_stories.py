@@ -5,9 +5,9 @@ import os
 
 from harness import UNDO_HEAD, run, write
 from providers import (
-    CAPABILITIES, FENNIK_ERROR, NOTHING, PROCESS, PROCESS_CAPABILITIES, REGISTRATION, USER,
-    Provider, ProviderStory, instance, linked_schema, listing, literal, process, registration,
-    schema, without_repository_file,
+    CAPABILITIES, FENNIK_ERROR, NOTHING, PROCESS, REGISTRATION, USER, Provider, ProviderStory,
+    instance, linked_schema, listing, literal, process, registration, schema,
+    without_repository_file,
 )
 
 
@@ -298,11 +298,7 @@ class Process(ProviderStory):
     def test_takes_along_what_it_is_not_connected_with(self):
         """Other instances may stand behind it; nothing leads from it to them."""
         before = self.tree.rows()
-        lonely = instance(CAPABILITIES, InstanceID="sample:lonely", ClassName="X") + instance(
-            PROCESS_CAPABILITIES,
-            ManagedElement=f'{PROCESS}.InstanceID="other:process"',
-            Capabilities=f'{CAPABILITIES}.InstanceID="sample:lonely"',
-        )
+        lonely = instance(CAPABILITIES, InstanceID="sample:lonely", ClassName="X")
         for mof in ("", schema("proc")):
             with self.subTest(mof=mof):
                 proc = Provider("proc", registration=process() + lonely, mof=mof)
