@@ -20,7 +20,7 @@ kov_unit_test(provider_test
   SOURCES
     unit/fennik/CurrentProviders_test.cpp unit/fennik/FNProductDeregistration_test.cpp
     unit/fennik/FileFaults.cpp unit/fennik/PrivilegeFiles_test.cpp
-    unit/fennik/ProviderAssociations_test.cpp
+    unit/fennik/ProviderAssociations_test.cpp unit/fennik/ProviderDefaults_test.cpp
     unit/fennik/ProviderDeregistration_test.cpp unit/fennik/ProviderFaults_test.cpp
     unit/fennik/ProviderFixture.cpp unit/fennik/ProviderList_test.cpp
     unit/fennik/ProviderMof_test.cpp unit/fennik/ProviderRegistration_test.cpp

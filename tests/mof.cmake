@@ -2,7 +2,8 @@
 kov_unit_test(mof_test
   SOURCES
     unit/mof/FakeHandle.cpp unit/mof/NodeArena_test.cpp
-    unit/mof/compiler_aliases_test.cpp unit/mof/compiler_embedded_test.cpp
+    unit/mof/compiler_aliases_test.cpp unit/mof/compiler_defaults_test.cpp
+    unit/mof/compiler_embedded_test.cpp
     unit/mof/compiler_errors_test.cpp unit/mof/compiler_hostile_test.cpp
     unit/mof/compiler_includes_test.cpp unit/mof/compiler_interruption_test.cpp
     unit/mof/compiler_language_test.cpp

@@ -77,10 +77,11 @@ struct CompiledContent {
 
 /// `kind` is what the compiler calls the text: `path` may be that of another file.
 void compile(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof, const String& ns,
-             const char* kind, const String& path, CompiledContent content) {
+             const char* kind, const String& path, CompiledContent content,
+             OpenWBEM::MOF::Defaults defaults) {
     try {
         OpenWBEM::MOF::compileMOF(mof, handle, ns, content.instances, content.classes,
-                                  content.qualifierTypes, kind);
+                                  content.qualifierTypes, kind, defaults);
     } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
         refuse(Format("MOF Compiler exception compiling %1.  Error: %2", path, e.getMessage()),
                MOF_COMPILER_ERROR);
@@ -178,7 +179,8 @@ ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof
     }
     RegistrationMof result;
     compile(m_handle, mof, INTEROP_NS, "registration MOF", path,
-            {result.instances, result.classes, result.qualifierTypes});
+            {result.instances, result.classes, result.qualifierTypes},
+            OpenWBEM::MOF::Defaults::FILLED_IN);
     if (!result.qualifierTypes.empty()) {
         refuse(Format("%1 cannot contain qualifier types.", path));
     }
@@ -221,8 +223,10 @@ ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof, co
     if (findNamespacePragma(mof, pragma->end)) {
         refuse(Format("%1 must contain only one #pragma namespace", path));
     }
+    // The classes of other providers of the list are replaced before these instances are written.
     compile(m_handle, mof, result.nameSpace, "provider MOF", path,
-            {result.instances, result.classes, result.qualifierTypes});
+            {result.instances, result.classes, result.qualifierTypes},
+            OpenWBEM::MOF::Defaults::LEFT_OUT);
     log().debug("Found %1 provider instances and %2 classes", result.instances.size(),
                 result.classes.size());
     return result;

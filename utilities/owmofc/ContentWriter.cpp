@@ -2,6 +2,7 @@
 #include "utilities/owmofc/ContentWriter.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/InstanceCompletion.hpp"
 #include "utilities/common/Attempt.hpp"
 
 namespace OwMofc {
@@ -120,9 +121,13 @@ void ContentWriter::writeClass(const String& ns, const CIMClass& cls) {
 
 void ContentWriter::writeInstance(const String& ns, const CIMInstance& instance) {
     CIMOMHandleIFC& handle = *m_repository.handle();
-    if (!created([&] { handle.createInstance(ns, instance); })) {
-        handle.modifyInstance(ns, instance);
+    if (created([&] { handle.createInstance(ns, instance); })) {
+        return;
     }
+    // What the text does not say gets its default again, as in a new instance.
+    const CIMClass cls = handle.getClass(ns, instance.getClassName(), E_NOT_LOCAL_ONLY,
+                                         E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN);
+    handle.modifyInstance(ns, completeInstance(instance, cls));
 }
 
 String ContentWriter::summary() const {

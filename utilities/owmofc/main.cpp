@@ -64,7 +64,8 @@ void compileInto(Repository& repository, ContentWriter& writer, const String& ns
     // What was compiled stays until the process ends: taking a schema apart, object by object,
     // would cost a tenth of the whole run.
     static auto* const compiled = new std::deque<Array<MOF::NamespaceContent>>;
-    compiled->push_back(MOF::compile(open(file), repository.handle(), ns, MOF::includeFile));
+    compiled->push_back(MOF::compile(open(file), repository.handle(), ns, MOF::includeFile,
+                                     MOF::Defaults::LEFT_OUT));
     for (const MOF::NamespaceContent& content : compiled->back()) {
         if (checkOnly) {
             writer.requireNameSpace(content);

@@ -28,8 +28,11 @@ constexpr size_t MOST_NAMESPACES = 10'000;
 }  // namespace
 
 Compilation::Compilation(CIMOMHandleIFCRef handle, const IncludeHandler& include,
-                         bool onlyNamespace)
-    : m_handle(std::move(handle)), m_include(include), m_onlyNamespace(onlyNamespace) {}
+                         bool onlyNamespace, Defaults defaults)
+    : m_handle(std::move(handle)),
+      m_include(include),
+      m_onlyNamespace(onlyNamespace),
+      m_defaults(defaults) {}
 
 Array<NamespaceContent> Compilation::run(Source source, const String& ns) {
     try {

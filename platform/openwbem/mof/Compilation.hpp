@@ -14,7 +14,8 @@ namespace OpenWBEM::MOF {
 class Compilation final : public ObjectResolver {
 public:
     /// `onlyNamespace`: a pragma that names another namespace than the first is an error.
-    Compilation(CIMOMHandleIFCRef handle, const IncludeHandler& include, bool onlyNamespace);
+    Compilation(CIMOMHandleIFCRef handle, const IncludeHandler& include, bool onlyNamespace,
+                Defaults defaults);
 
     /// Throws MOFCompilerException, and what the handle throws.
     Array<NamespaceContent> run(Source source, const String& ns);
@@ -47,6 +48,8 @@ private:
     };
     /// Makes a namespace the one that names are looked up in, for as long as it lives.
     class Entered;
+    /// Resolves what stands in the values of instances.
+    class InstanceObjects;
 
     // Reading (Compilation.cpp)
     void load(Source source);
@@ -63,10 +66,12 @@ private:
 
     // Instances (Instances.cpp)
     void buildInstances(Namespace& ns, NamespaceContent& content);
-    CIMInstance buildInstance(Namespace& ns, const Declaration& declaration, bool embedded);
+    CIMInstance buildInstance(Namespace& ns, const Declaration& declaration, bool embedded,
+                              Defaults defaults);
     CIMPropertyArray assignedProperties(Namespace& ns, ClassEntry& entry,
-                                        const Declaration& declaration);
-    CIMValue assignedValue(const CIMProperty& declared, const Assignment& assignment);
+                                        const Declaration& declaration, Defaults defaults);
+    CIMValue assignedValue(const CIMProperty& declared, const Assignment& assignment,
+                           Defaults defaults);
     ClassEntry& classOf(Namespace& ns, const Declaration& declaration);
     ClassEntry* findClass(Namespace& ns, std::string_view name);
 
@@ -76,17 +81,20 @@ private:
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
     Namespace* homeOf(const CIMObjectPath& path);
     Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
+    /// In what a class declares.
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
+    CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding, Defaults defaults);
     CIMObjectPath resolveAlias(const Text& name);
     CIMObjectPath pathOf(Alias& alias);
     const CIMClass& classForPath(Alias& alias, const Assignments& assignments);
     void syncPath(CIMObjectPath& path, Namespace& from, unsigned depth);
-    CIMValue compileEmbedded(SourceText& source, const Embedding& embedding);
+    CIMValue compileEmbedded(SourceText& source, const Embedding& embedding, Defaults defaults);
     void checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding);
 
     CIMOMHandleIFCRef m_handle;
     const IncludeHandler& m_include;
     bool m_onlyNamespace;
+    Defaults m_defaults;
     NodeArena m_arena;
     std::shared_ptr<SourceTexts> m_sources = std::make_shared<SourceTexts>();
     std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their mention

@@ -7,6 +7,7 @@
 #include "blocxx/Interruption.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/model/NameIndex.hpp"
 #include "openwbem/mof/Compilation.hpp"
 
 namespace OpenWBEM::MOF {
@@ -60,7 +61,38 @@ private:
     size_t m_bytes = 0;
 };
 
+/// The complete instance without what it has from its class. Keys stay where they make its path.
+CIMInstance withoutDefaults(CIMInstance complete, const CIMInstance& given, NullKeys nullKeys) {
+    if (given.getProperties().size() == complete.getProperties().size()) {
+        return complete;
+    }
+    const NameIndex<CIMProperty> ownNames(given.getProperties());
+    CIMPropertyArray properties = complete.getProperties();
+    std::erase_if(properties, [&](const CIMProperty& property) {
+        return !(property.isKey() && nullKeys == NullKeys::REFUSED) &&
+               !ownNames.find(property.getName());
+    });
+    return complete.setProperties(std::move(properties));
+}
+
 }  // namespace
+
+class Compilation::InstanceObjects final : public ObjectResolver {
+public:
+    InstanceObjects(Compilation& compilation, Defaults defaults)
+        : m_compilation(compilation), m_defaults(defaults) {}
+
+    CIMObjectPath resolveReference(const Literal& literal, const String& className) override {
+        return m_compilation.resolveReference(literal, className);
+    }
+    CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override {
+        return m_compilation.resolveEmbedded(literal, embedding, m_defaults);
+    }
+
+private:
+    Compilation& m_compilation;
+    Defaults m_defaults;
+};
 
 ClassEntry* Compilation::findClass(Namespace& ns, std::string_view name) {
     const Entered entered(*this, ns);
@@ -76,17 +108,20 @@ ClassEntry& Compilation::classOf(Namespace& ns, const Declaration& declaration) 
     return *entry;
 }
 
-CIMValue Compilation::assignedValue(const CIMProperty& declared, const Assignment& assignment) {
+CIMValue Compilation::assignedValue(const CIMProperty& declared, const Assignment& assignment,
+                                    Defaults defaults) {
     Embedding embedding;
     if (declared.getDataType().getType() == CIMDataType::STRING) {
         embedding = embeddingOf(declared.getQualifiers());
     }
-    return makeValue(assignment.value, declared.getDataType(), embedding, *this,
+    InstanceObjects objects(*this, defaults);
+    return makeValue(assignment.value, declared.getDataType(), embedding, objects,
                      assignment.name.data);
 }
 
 CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entry,
-                                                 const Declaration& declaration) {
+                                                 const Declaration& declaration,
+                                                 Defaults defaults) {
     CIMPropertyArray properties;
     const CIMProperty* const first = entry.cls.getProperties().data();
     Array<bool> assigned(entry.cls.getProperties().size());
@@ -105,7 +140,7 @@ CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entr
         assigned[static_cast<size_t>(declared - first)] = true;
         // Instances do not keep qualifiers of their properties, but these must make sense.
         ns.classes.buildQualifiers(assignment.qualifiers);
-        CIMValue value = assignedValue(*declared, assignment);
+        CIMValue value = assignedValue(*declared, assignment, defaults);
         if (declared->isKey() && value.isNull() && m_depth == 0) {
             throw CompileError{
                 assignment.name.data,
@@ -116,8 +151,8 @@ CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entr
     return properties;
 }
 
-CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declaration,
-                                       bool embedded) {
+CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declaration, bool embedded,
+                                       Defaults defaults) {
     ClassEntry& entry = classOf(ns, declaration);
     if (!embedded && entry.cls.isAbstract()) {
         throw CompileError{declaration.name.data,
@@ -126,10 +161,13 @@ CIMInstance Compilation::buildInstance(Namespace& ns, const Declaration& declara
     }
     CIMInstance instance(entry.cls.getName());
     instance.setQualifiers(ns.classes.buildQualifiers(declaration.qualifiers));
-    instance.setProperties(assignedProperties(ns, entry, declaration));
+    instance.setProperties(assignedProperties(ns, entry, declaration, defaults));
+    const NullKeys nullKeys = embedded ? NullKeys::ALLOWED : NullKeys::REFUSED;
     try {
-        return completeInstance(instance, entry.cls,
-                                embedded ? NullKeys::ALLOWED : NullKeys::REFUSED);
+        CIMInstance complete = completeInstance(instance, entry.cls, nullKeys);
+        return defaults == Defaults::FILLED_IN
+                   ? complete
+                   : withoutDefaults(std::move(complete), instance, nullKeys);
     } catch (const CIMException& e) {
         throw CompileError{declaration.name.data, e.getMessage()};
     }
@@ -141,7 +179,7 @@ void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
     InstancePaths paths(content);
     for (const Declaration* declaration : ns.scope.instances()) {
         blocxx::Interruption::check();
-        content.instances.push_back(buildInstance(ns, *declaration, false));
+        content.instances.push_back(buildInstance(ns, *declaration, false, m_defaults));
         content.places.instances.push_back(declaration->name.data);
         paths.addLast(declaration->name.data);
         // An alias may be looked up for as long as there is anything left to build.

@@ -31,16 +31,18 @@ MOFCompilerException ContentPlaces::failure(const char* at, const String& messag
 }
 
 Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle,
-                                const String& ns, const IncludeHandler& include) {
-    return Compilation(handle, include, false).run(source, ns);
+                                const String& ns, const IncludeHandler& include,
+                                Defaults defaults) {
+    return Compilation(handle, include, false, defaults).run(source, ns);
 }
 
 void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
-                Array<CIMQualifierType>& qualifierTypes, const String& sourceName) {
+                Array<CIMQualifierType>& qualifierTypes, const String& sourceName,
+                Defaults defaults) {
     const IncludeHandler none;
     Array<NamespaceContent> contents =
-        Compilation(handle, none, true).run({sourceName, std::move(mof)}, ns);
+        Compilation(handle, none, true, defaults).run({sourceName, std::move(mof)}, ns);
     instances = std::move(contents.front().instances);
     classes = std::move(contents.front().classes);
     qualifierTypes = std::move(contents.front().qualifierTypes);
@@ -49,7 +51,7 @@ void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
 void checkMOF(String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
               const String& sourceName) {
     const IncludeHandler none;
-    Compilation compilation(handle, none, true);
+    Compilation compilation(handle, none, true, Defaults::FILLED_IN);
     try {
         compilation.run({sourceName, std::move(mof)}, ns);
     } catch (...) {

@@ -75,9 +75,15 @@ struct ContentPlaces {
     MOFCompilerException failure(const char* at, const String& message, int errorCode) const;
 };
 
+/// Whether compiled instances hold the defaults of their classes. Who changes classes before
+/// writing the instances leaves them out, and the repository fills them in from the classes of that
+/// moment. Left out is what the text does not say (NULL is said), but not the default of a key, by
+/// which other objects of the text refer to the instance. Instances are checked in the same way.
+enum class Defaults { FILLED_IN, LEFT_OUT };
+
 /// What a text declares in one namespace, each list in an order in which it can be created:
 /// superclasses before subclasses, otherwise as in the text. Classes are in their derived form,
-/// instances complete (see ClassDerivation, InstanceCompletion).
+/// instances complete (see ClassDerivation, InstanceCompletion), or as Defaults says.
 struct NamespaceContent {
     String nameSpace;
     Array<CIMQualifierType> qualifierTypes;
@@ -92,13 +98,15 @@ struct NamespaceContent {
 /// be empty: then an include pragma is an error. Throws MOFCompilerException; failures of the
 /// handle other than "not found" pass through.
 Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& handle,
-                                const String& ns, const IncludeHandler& include);
+                                const String& ns, const IncludeHandler& include,
+                                Defaults defaults = Defaults::FILLED_IN);
 
 /// Compiles one text for one namespace into arrays, in the order that NamespaceContent has.
 /// Includes are refused, and so is a namespace pragma that names another namespace than `ns`.
 void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
-                Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF");
+                Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF",
+                Defaults defaults = Defaults::FILLED_IN);
 
 /// Compiles as compileMOF() does and forgets what comes out. For large texts: `mof` is not copied,
 /// and is given back, also when this throws, unless it is too large to be compiled.

@@ -208,9 +208,10 @@ CIMObjectPath Compilation::pathOf(Alias& alias) {
     }
     for (CIMProperty& key : keys) {
         const auto found = assignments.find(key.getName());
-        key = CIMProperty(
-            key.getName(), key.getDataType(),
-            found != assignments.end() ? assignedValue(key, *found->second) : key.getValue());
+        key =
+            CIMProperty(key.getName(), key.getDataType(),
+                        found != assignments.end() ? assignedValue(key, *found->second, m_defaults)
+                                                   : key.getValue());
         key.setKey(true);
         if (key.getValue().isNull()) {
             throw CompileError{
@@ -222,6 +223,11 @@ CIMObjectPath Compilation::pathOf(Alias& alias) {
 }
 
 CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& embedding) {
+    return resolveEmbedded(literal, embedding, Defaults::FILLED_IN);
+}
+
+CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& embedding,
+                                      Defaults defaults) {
     requireWholeText();
     if (m_depth >= DEEPEST_OBJECT) {
         throw CompileError{literal.text.data, "too many objects embedded in each other"};
@@ -234,7 +240,7 @@ CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& e
     SourceText source(Source{"embedded object", std::move(text)});
     const Depth depth(m_depth);
     try {
-        return compileEmbedded(source, embedding);
+        return compileEmbedded(source, embedding, defaults);
     } catch (const CompileError& error) {
         if (!source.contains(error.at)) {
             throw;
@@ -246,7 +252,8 @@ CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& e
     }
 }
 
-CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embedding) {
+CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embedding,
+                                      Defaults defaults) {
     NodeArena arena;
     const List<Declaration> declarations = parse(source, arena);
     const Declaration* const declaration = declarations.first;
@@ -268,7 +275,7 @@ CIMValue Compilation::compileEmbedded(SourceText& source, const Embedding& embed
         return CIMValue(m_current->classes.buildUnnamed(*declaration));
     }
     checkEmbeddedClass(*declaration, embedding);
-    return CIMValue(buildInstance(*m_current, *declaration, true));
+    return CIMValue(buildInstance(*m_current, *declaration, true, defaults));
 }
 
 void Compilation::checkEmbeddedClass(const Declaration& declaration, const Embedding& embedding) {

@@ -130,7 +130,7 @@ String EmbeddedObjects::findInvalid(int64_t ns, const Change& change) {
                 continue;
             }
             try {
-                checkEmbedded(*declared, property.getValue(), after);
+                completeEmbedded(*declared, property.getValue(), after);
             } catch (const CIMException& e) {
                 invalid = Format("the object embedded in property \"%1\" of %2: %3",
                                  property.getName(), holder.name, e.getMessage());
@@ -141,9 +141,11 @@ String EmbeddedObjects::findInvalid(int64_t ns, const Change& change) {
     return invalid;
 }
 
-void EmbeddedObjects::checkStored(int64_t ns, const CIMInstance& instance, const CIMClass& cls) {
+CIMInstance EmbeddedObjects::completeStored(int64_t ns, CIMInstance instance, const CIMClass& cls) {
     static const Change NONE;
-    for (const CIMProperty& property : instance.getProperties()) {
+    CIMPropertyArray completed;  // only where anything is embedded
+    for (size_t i = 0; i < instance.getProperties().size(); ++i) {
+        const CIMProperty& property = instance.getProperties()[i];
         const CIMProperty* declared =
             property.getValue().isNull() ? nullptr : cls.getProperty(property.getName());
         if (declared == nullptr ||
@@ -151,7 +153,11 @@ void EmbeddedObjects::checkStored(int64_t ns, const CIMInstance& instance, const
             continue;
         }
         try {
-            checkEmbedded(*declared, property.getValue(), schema(ns, NONE));
+            CIMValue value = completeEmbedded(*declared, property.getValue(), schema(ns, NONE));
+            if (completed.empty()) {
+                completed = instance.getProperties();
+            }
+            completed[i].setValue(std::move(value));
         } catch (const CIMException& e) {
             throw CIMException(
                 __FILE__, __LINE__, e.getErrNo(),
@@ -159,9 +165,13 @@ void EmbeddedObjects::checkStored(int64_t ns, const CIMInstance& instance, const
                        property.getName(), cls.getName(), e.getMessage()));
         }
     }
+    if (!completed.empty()) {
+        instance.setProperties(std::move(completed));
+    }
     if (const auto known = m_known.find(ns); known != m_known.end()) {
         add(namesIn(instance.getProperties()), known->second);
     }
+    return instance;
 }
 
 void EmbeddedObjects::noteClass(int64_t ns, const CIMClass& cls) {

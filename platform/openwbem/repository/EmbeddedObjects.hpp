@@ -34,9 +34,10 @@ public:
     /// that changes are not looked at.
     String findInvalid(int64_t ns, const Change& change);
 
-    /// Throws CIMException (see checkEmbedded) unless what is embedded in the instance of `cls`,
-    /// which is to be stored, fits the namespace. Takes note of it.
-    void checkStored(int64_t ns, const CIMInstance& instance, const CIMClass& cls);
+    /// The instance of `cls`, which is complete itself and is to be stored, with what is embedded
+    /// in it completed. Throws CIMException (see completeEmbedded) unless that fits the namespace.
+    /// Takes note of it.
+    CIMInstance completeStored(int64_t ns, CIMInstance instance, const CIMClass& cls);
     /// To be told of each class that is stored.
     void noteClass(int64_t ns, const CIMClass& cls);
     void forget() noexcept { m_known.clear(); }

@@ -5,6 +5,7 @@
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/Embedding.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
+#include "openwbem/model/NameIndex.hpp"
 #include "openwbem/repository/QualifierUses.hpp"
 
 namespace OpenWBEM {
@@ -14,6 +15,20 @@ using blocxx::Format;
 using blocxx::toLower;
 
 namespace {
+
+/// The value with `change` applied to it, or to each element of an array, unless it is null.
+template <class Change>
+CIMValue withEachSingle(const CIMValue& value, const Change& change) {
+    if (!value.isArray()) {
+        return value.isNull() ? value : change(value);
+    }
+    Array<CIMValue> elements;
+    elements.reserve(value.getArraySize());
+    for (size_t i = 0; i < value.getArraySize(); ++i) {
+        elements.push_back(value.isNullElement(i) ? CIMValue() : change(value.getElement(i)));
+    }
+    return CIMValue::arrayOf(value.getType(), elements);
+}
 
 /// Calls `visit` for the value, or for each element of an array, unless it is null.
 template <class Visit>
@@ -62,8 +77,8 @@ void checkQualifiers(const CIMQualifierArray& qualifiers, const EmbeddingSchema&
     }
 }
 
-void checkInstance(const CIMInstance& instance, const Embedding& embedding,
-                   const EmbeddingSchema& schema) {
+CIMInstance completeEmbedded(const CIMInstance& instance, const Embedding& embedding,
+                             const EmbeddingSchema& schema) {
     const CIMClass cls = requireClass(instance.getClassName(), schema);
     if (embedding.kind == Embedding::INSTANCE && !isWithin(cls, embedding.className, schema)) {
         OPENWBEM_THROW_CIM(TYPE_MISMATCH, Format("an instance of \"%1\" stands where one of \"%2\" "
@@ -71,10 +86,21 @@ void checkInstance(const CIMInstance& instance, const Embedding& embedding,
                                                  cls.getName(), embedding.className));
     }
     checkQualifiers(instance.getQualifiers(), schema);
-    const CIMInstance complete = completeInstance(instance, cls, NullKeys::ALLOWED);
-    for (const CIMProperty& property : complete.getProperties()) {
-        checkEmbedded(*cls.getProperty(property.getName()), property.getValue(), schema);
+    CIMInstance complete = completeInstance(instance, cls, NullKeys::ALLOWED);
+    CIMPropertyArray properties = complete.getProperties();
+    const NameIndex<CIMProperty> ownNames(instance.getProperties());
+    for (size_t i = 0; i < properties.size(); ++i) {
+        // A default is as its class has it: one that embeds an instance of its own class would
+        // otherwise be completed for ever.
+        if (!properties[i].getValue().isNull() && ownNames.find(properties[i].getName())) {
+            CIMValue value =
+                completeEmbedded(cls.getProperties()[i], properties[i].getValue(), schema);
+            if (holdsObjects(value)) {
+                properties[i].setValue(std::move(value));
+            }
+        }
     }
+    return complete.setProperties(std::move(properties));
 }
 
 void checkClass(const CIMClass& cls, const Embedding& embedding, const EmbeddingSchema& schema) {
@@ -94,7 +120,7 @@ void checkClass(const CIMClass& cls, const Embedding& embedding, const Embedding
     }
     for (const CIMProperty& property : cls.getProperties()) {
         if (!property.isPropagated()) {
-            checkEmbedded(property, property.getValue(), schema);
+            completeEmbedded(property, property.getValue(), schema);
         }
     }
 }
@@ -111,10 +137,10 @@ bool takesEmbedded(const CIMProperty& declared) {
            embeddingOf(declared.getQualifiers()).kind != Embedding::NOTHING;
 }
 
-void checkEmbedded(const CIMProperty& declared, const CIMValue& value,
-                   const EmbeddingSchema& schema) {
+CIMValue completeEmbedded(const CIMProperty& declared, const CIMValue& value,
+                          const EmbeddingSchema& schema) {
     if (value.isNull() || declared.getDataType().getType() != CIMDataType::STRING) {
-        return;
+        return value;
     }
     const Embedding embedding = embeddingOf(declared.getQualifiers());
     if (embedding.kind == Embedding::NOTHING) {
@@ -122,17 +148,18 @@ void checkEmbedded(const CIMProperty& declared, const CIMValue& value,
             OPENWBEM_THROW_CIM(TYPE_MISMATCH, Format("property \"%1\" holds text and no objects",
                                                      declared.getName()));
         }
-        return;
+        return value;
     }
-    forEachSingle(value, [&](const CIMValue& single) {
+    return withEachSingle(value, [&](const CIMValue& single) {
         if (single.getType() == CIMDataType::EMBEDDEDINSTANCE) {
-            checkInstance(single.get<CIMInstance>(), embedding, schema);
-        } else if (single.getType() == CIMDataType::EMBEDDEDCLASS) {
-            checkClass(single.get<CIMClass>(), embedding, schema);
-        } else {
+            return CIMValue(completeEmbedded(single.get<CIMInstance>(), embedding, schema));
+        }
+        if (single.getType() != CIMDataType::EMBEDDEDCLASS) {
             OPENWBEM_THROW_CIM(TYPE_MISMATCH, Format("property \"%1\" holds objects and no text",
                                                      declared.getName()));
         }
+        checkClass(single.get<CIMClass>(), embedding, schema);
+        return single;
     });
 }
 

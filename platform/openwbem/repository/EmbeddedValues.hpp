@@ -31,12 +31,13 @@ bool holdsObjects(const CIMValue& value);
 /// Whether the property is declared to hold objects.
 bool takesEmbedded(const CIMProperty& declared);
 
-/// Throws CIMException unless the value of a property declared like `declared` holds objects that
-/// fit the schema, where it is declared to hold objects, and none elsewhere: INVALID_CLASS for an
-/// unknown class, TYPE_MISMATCH for plain text and for an object that may not stand there, and what
-/// the object itself deserves.
-void checkEmbedded(const CIMProperty& declared, const CIMValue& value,
-                   const EmbeddingSchema& schema);
+/// The value of a property declared like `declared`, each instance in it completed from its class
+/// (see InstanceCompletion). Throws CIMException unless it holds objects that fit the schema, where
+/// it is declared to hold objects, and none elsewhere: INVALID_CLASS for an unknown class,
+/// TYPE_MISMATCH for plain text and for an object that may not stand there, and what the object
+/// itself deserves.
+CIMValue completeEmbedded(const CIMProperty& declared, const CIMValue& value,
+                          const EmbeddingSchema& schema);
 
 /// Adds what the objects in the value refer to.
 void collectEmbeddedNames(const CIMValue& value, EmbeddedNames& names);

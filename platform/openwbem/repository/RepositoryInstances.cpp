@@ -137,9 +137,10 @@ CIMObjectPath RepositoryCIMOMHandle::createInstance(const String& ns, const CIMI
     }
     const Found found = findClass(store, ns, instance.getClassName());
     checkCanHaveInstances(found.cls.cls);
-    const CIMInstance complete =
-        withResolvedReferences(store, completeInstance(instance, found.cls.cls), found.ns.spelling);
-    store.embedded.checkStored(found.ns.id, complete, found.cls.cls);
+    const CIMInstance complete = store.embedded.completeStored(
+        found.ns.id,
+        withResolvedReferences(store, completeInstance(instance, found.cls.cls), found.ns.spelling),
+        found.cls.cls);
     CIMObjectPath path(found.ns.spelling, complete);
     if (!store.instances.insert(found.ns.id, found.cls.id, path, complete)) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS,
@@ -160,9 +161,11 @@ void RepositoryCIMOMHandle::modifyInstance(const String& ns, const CIMInstance& 
     const Found found = findClass(store, ns, instance.getClassName());
     checkPropertyList(propertyList, found.cls.cls);
     const InstanceRow row = requireInstance(store, found, pathOf(instance, found));
-    const CIMInstance merged = completeInstance(
-        merge(row.instance, instance, propertyList, includeQualifiers), found.cls.cls);
-    store.embedded.checkStored(found.ns.id, merged, found.cls.cls);
+    const CIMInstance merged = store.embedded.completeStored(
+        found.ns.id,
+        completeInstance(merge(row.instance, instance, propertyList, includeQualifiers),
+                         found.cls.cls),
+        found.cls.cls);
     store.instances.update(found.ns.id, row.id,
                            withResolvedReferences(store, merged, found.ns.spelling));
     operation.done();

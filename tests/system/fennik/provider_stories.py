@@ -270,6 +270,22 @@ class Schema(ProviderStory):
         self.assert_used()
         self.assertEqual(self.tree.rows(), self.rows)
 
+    def test_defaults_that_another_provider_brings_arrive_at_once(self):
+        """The instance is compiled while the class is still the old one."""
+        pragma = '#pragma namespace("sample")\n'
+
+        def base(text):
+            return Provider("base", mof=f'{pragma}class A {{ [Key] string Id; {text} }};\n')
+
+        user = Provider("user", mof=f'{pragma}instance of A {{ Id = "a"; }};\n')
+        self.assert_used(base('string Text = "old default"; string Gone = "gone";'))
+        changed = base('string Text = "new default";')
+        self.assert_used(changed, user)
+        self.assertFalse(self.stored("old default"))
+        there = self.tree.rows()
+        self.assert_used(changed, user)
+        self.assertEqual(self.tree.rows(), there)
+
     def test_is_undone_when_an_instance_is_there(self):
         self.use_mof('class A { [Key] string Id; };\ninstance of A { Id = "a"; };\n')
         self.break_a_replacement()

@@ -47,8 +47,8 @@ TEST_F(CurrentProviders, RecordEqualsTheOneThatWasRegistered) {
         entry("disk", registrationMof("Disk", MONITORED),
               providerMof("Qualifier Mine : boolean = false, Scope(any);\n" + classMof("Disk") +
                           "class Sample_Child : Sample_Disk {};\n"
-                          "instance of Sample_Child { Id = \"2\"; };\n"
-                          "instance of Sample_Disk { Id = \"1\"; };\n"),
+                          "instance of Sample_Child { Id = \"2\"; Text = NULL; };\n"
+                          "instance of Sample_Disk { Id = \"1\"; Text = \"t\"; };\n"),
               PRIVILEGES);
     registerList(m_repository, line);
     ProviderRegistrationFacility facility(m_repository.handle(), "sample", m_tree.prefix(), m_undo);

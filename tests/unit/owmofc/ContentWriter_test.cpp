@@ -33,8 +33,8 @@ protected:
         LocalRepository repository(m_directory);
         ContentWriter writer(repository);
         for (const String& text : texts) {
-            const auto contents =
-                MOF::compile({"MOF", text}, repository.handle(), "root", MOF::IncludeHandler());
+            const auto contents = MOF::compile({"MOF", text}, repository.handle(), "root",
+                                               MOF::IncludeHandler(), MOF::Defaults::LEFT_OUT);
             for (const auto& content : contents) {
                 writer.write(content);
             }
@@ -86,6 +86,34 @@ TEST_F(ContentWriterTest, WhatDiffersIsModified) {
     EXPECT_EQ(instances().at(0).getPropertyValue("v"), CIMValue(uint8_t{3}));
     write({"class A { [Key] string k; uint8 v = 1; string more; };"});
     EXPECT_NE(classA().getProperty("more"), nullptr);
+}
+
+TEST_F(ContentWriterTest, InstancesGetTheDefaultsThatTheTextBrings) {
+    write({QUALIFIERS + CLASS + "class B : A {};"});
+    const String instances =
+        "instance of B { k = \"b\"; }; instance of A { k = \"a\"; };\n"
+        "instance of B { k = \"null\"; v = NULL; };";
+    write({"class A { [Key] string k; uint8 v = 2; };\n" + instances});
+    const auto values = [&] {
+        std::map<String, CIMValue> found;
+        for (const CIMInstance& instance : this->instances()) {
+            found[instance.getPropertyValue("k").toString()] = instance.getPropertyValue("v");
+        }
+        return found;
+    };
+    const auto expected = [](uint8_t value) {
+        return std::map<String, CIMValue>{
+            {"a", CIMValue(value)}, {"b", CIMValue(value)}, {"null", CIMValue()}};
+    };
+    EXPECT_EQ(values(), expected(2));
+    write({"class A { [Key] string k; uint8 v = 3; };\n" + instances});
+    EXPECT_EQ(values(), expected(3)) << "instances that are there are written anew";
+}
+
+TEST_F(ContentWriterTest, InstancesDoNotNeedAPropertyThatTheTextTakesAway) {
+    write({QUALIFIERS + CLASS + "class B : A {};"});
+    write({"class A { [Key] string k; };\ninstance of B { k = \"b\"; };"});
+    EXPECT_EQ(instances().at(0).getProperties().size(), 1U);
 }
 
 TEST_F(ContentWriterTest, AChangeThatIsNotPossibleIsToldAtTheClass) {

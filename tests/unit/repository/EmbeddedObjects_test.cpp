@@ -110,6 +110,48 @@ TEST_F(EmbeddedObjectsTest, ClassOfAnEmbeddedInstanceIsNotDeletedWhereverItStand
     expectDeletable("Lone");
 }
 
+TEST_F(EmbeddedObjectsTest, EmbeddedInstancesAreCompletedWhenTheyAreWritten) {
+    const CIMValue inner(CIMInstance("Part").setProperty(CIMProperty("Size", T::UINT16)));
+    const CIMValue part(CIMInstance("part").setProperty(CIMProperty("Inner", T::STRING, inner)));
+    const CIMValue many = CIMValue::arrayOf(T::EMBEDDEDINSTANCE, {part, CIMValue(), part});
+    const auto expectComplete = [](const CIMInstance& instance) {
+        EXPECT_EQ(instance.getClassName(), "Part");
+        EXPECT_EQ(instance.getProperties().size(), 4U);
+        EXPECT_EQ(instance.getPropertyValue("Size"), CIMValue(uint16_t{1}));
+        const auto within = instance.getPropertyValue("Inner").get<CIMInstance>();
+        EXPECT_EQ(within.getProperties().size(), 4U);
+        EXPECT_TRUE(within.getPropertyValue("Size").isNull()) << "null is no default";
+    };
+    const auto expectStored = [&] {
+        const CIMInstance stored = handle.getInstance("test", holderPath());
+        expectComplete(stored.getPropertyValue("One").get<CIMInstance>());
+        const CIMValue all = stored.getPropertyValue("Many");
+        ASSERT_EQ(all.getArraySize(), 3U);
+        expectComplete(all.getElement(0).get<CIMInstance>());
+        EXPECT_TRUE(all.isNullElement(1));
+        expectComplete(all.getElement(2).get<CIMInstance>());
+    };
+    create(holding("One", part).setProperty("Many", many));
+    expectStored();
+    handle.deleteInstance("test", holderPath());
+    create(holding("Text", CIMValue("t")));
+    handle.modifyInstance("test", holding("One", part).setProperty("Many", many));
+    expectStored();
+}
+
+// Each instance of it brings the default with it, and that one as well.
+TEST_F(EmbeddedObjectsTest, DefaultThatEmbedsItsOwnClassIsNoEndlessWork) {
+    handle.createClass("test",
+                       makeClass("Ring", "",
+                                 {property("Id", T::STRING, true),
+                                  embedding("Next", objects(), CIMValue(CIMInstance("Ring"))),
+                                  embedding("Other", objects(), CIMValue(CIMInstance("Ring")))}));
+    create(CIMInstance("Ring").setProperty("Id", CIMValue("r")));
+    const CIMInstance stored =
+        handle.getInstance("test", CIMObjectPath("Ring").setKeyValue("Id", CIMValue("r")));
+    EXPECT_EQ(stored.getPropertyValue("Next").get<CIMInstance>().getProperties().size(), 3U);
+}
+
 TEST_F(EmbeddedObjectsTest, RefusalNamesTheHolderAndItsProperty) {
     create(holding("Any", CIMValue(CIMInstance("Lone")), "x"));
     expectRefused(
