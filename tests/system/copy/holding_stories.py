@@ -6,8 +6,9 @@ repository is lost."""
 import fcntl
 import os
 import re
+import time
 
-from harness import read, run, write
+from harness import PATIENCE, read, run, write
 from machine import COPY, DATA, DEREGISTER, FENNIK, LIVE, PLAY, SCRIPT, DaemonStory, MachineStory
 
 HAND = PLAY + "/hand"
@@ -74,6 +75,24 @@ class DaemonStartedByHand(DaemonStory):
         self.play_rm(f'"$REAL" "$@"; {START}')
         self.assert_silent_success(run(DEREGISTER))
         self.assert_did_not_come_up()
+        self.assert_nothing_is_lost("sample/b")
+
+    def test_that_asks_for_the_lock_when_all_is_over_never_serves_the_old_one(self):
+        """It has opened the old one before the swap."""
+        self.need_strace()
+        self.assertEqual(run([SCRIPT, "stop"]).status, 0)
+        late = f"strace -f -qq -o {PLAY}/late -P {LIVE}/repository.db " \
+               f"-e inject=fcntl:delay_enter=4000000:when=1 {SCRIPT} start"
+        begin = f"({late} > {HAND}.out 2>&1; echo $? > {HAND}) < /dev/null > /dev/null 2>&1 &"
+        wait = f"until grep -q F_SETLK {PLAY}/late; do sleep 0.1; done"
+        self.play("cp", f'"$REAL" "$@" || exit; {begin}\n{wait}')
+        self.assert_silent_success(run(DEREGISTER))
+        deadline = time.monotonic() + PATIENCE
+        while not (os.path.exists(HAND) and read(HAND)):
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.1)
+        self.assertNotEqual(read(HAND), b"0\n", read(HAND + ".out"))
+        self.assertEqual(run([SCRIPT, "start"]).status, 0)
         self.assert_nothing_is_lost("sample/b")
 
     def test_before_a_swap_that_is_undone_does_not_come_up(self):
