@@ -10,6 +10,6 @@ kov_unit_test(client_test
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFixture.cpp
     unit/repository/RepositoryOperations_test.cpp
-  LINKS openwbem_client openwbem_repository)
+  LINKS openwbem_client openwbem_repository openwbem_rpc)
 target_compile_definitions(client_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")
 add_dependencies(client_test owcimomd)

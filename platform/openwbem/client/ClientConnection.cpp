@@ -154,7 +154,9 @@ private:
         }
     }
 
+    /// What nobody asked for would be kept for ever, and no signal be seen while there is more.
     void receive() {
+        blocxx::Interruption::check();
         requireSound();
         m_isBroken = true;
         Message message = m_socket.receive();
@@ -162,6 +164,9 @@ private:
         const uint64_t id = answer.getId();
         if (id == 0) {
             raiseIfFailed(answer.getFailure());
+        }
+        if (m_expected == 0 || id > m_lastId) {
+            throw BrokenConnection{"the daemon has answered what nobody asked", false};
         }
         m_isBroken = false;
         --m_expected;

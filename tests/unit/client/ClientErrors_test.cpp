@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What callers are told when an operation fails, the daemon is not there or goes away.
+#include <capnp/message.h>
+#include <capnp/serialize.h>
 #include <gmock/gmock.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 
+#include "rpc.capnp.h"
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/repository/Refusals.hpp"
 
@@ -98,6 +102,7 @@ public:
         EXPECT_EQ(0, ::listen(m_fd, 5));
     }
     ~SilentSocket() { ::close(m_fd); }
+    int accept() const { return ::accept(m_fd, nullptr, nullptr); }
     SilentSocket(const SilentSocket&) = delete;
     SilentSocket& operator=(const SilentSocket&) = delete;
 
@@ -115,6 +120,44 @@ TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
     String message;
     EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
     EXPECT_THAT(message, HasSubstr("no reply came in time"));
+}
+
+/// A daemon that answers each connection with what nobody has asked for.
+class BabblingDaemon {
+public:
+    explicit BabblingDaemon(const String& path) : m_socket(path) {
+        capnp::MallocMessageBuilder message;
+        message.initRoot<wire::Answer>().setId(7);
+        const auto words = capnp::messageToFlatArray(message);
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            const int fd = m_socket.accept();
+            const auto bytes = words.asChars();
+            while (::send(fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL) > 0) {
+            }
+            ::_exit(0);
+        }
+    }
+    ~BabblingDaemon() {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    BabblingDaemon(const BabblingDaemon&) = delete;
+    BabblingDaemon& operator=(const BabblingDaemon&) = delete;
+
+private:
+    SilentSocket m_socket;
+    pid_t m_pid = -1;
+};
+
+TEST(ClientErrors, AnswersThatNobodyAskedForAreNotKept) {
+    const TemporaryDirectory directory;
+    const BabblingDaemon daemon(directory.path() + "/socket");
+    const auto handle = ClientCIMOMHandle::createFromURL(
+        "owbinary.wbem://localhost:" + directory.path() + "/socket");
+    String message;
+    EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
+    EXPECT_THAT(message, HasSubstr("the daemon has answered what nobody asked"));
 }
 
 TEST(ClientErrors, AnEnumerationDoesNotGoOnOverWhatABrokenCallHasLeft) {
