@@ -86,6 +86,8 @@ kj::Promise<void> ClientSession::awaitCall() {
             return kj::READY_NOW;
         }
         capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
+        m_part = received.part;
+        KJ_DEFER(m_part = nullptr);
         KJ_IF_MAYBE (answering, answer(call)) {
             return answering->then([this] { return run(); });
         }
@@ -184,7 +186,8 @@ void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Build
     auto enumeration = m_operations.open(m_user, request);
     if (putPortion(*enumeration, answer)) {
         answer.setEnumeration(++m_lastNumber);
-        m_enumerations.insert_or_assign(m_lastNumber, std::move(enumeration));
+        m_enumerations.insert_or_assign(m_lastNumber,
+                                        OpenEnumeration{std::move(enumeration), m_part});
     }
 }
 
@@ -194,7 +197,7 @@ void ClientSession::next(uint32_t number, wire::Answer::Builder answer) {
     if (node.empty()) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the enumeration is over");
     }
-    if (putPortion(*node.mapped(), answer)) {
+    if (putPortion(*node.mapped().results, answer)) {
         answer.setEnumeration(number);
         m_enumerations.insert(std::move(node));
     }

@@ -29,6 +29,12 @@ public:
     kj::Promise<void> run();
 
 private:
+    /// What it was asked for with may stay in memory as long as it does, and counts as long.
+    struct OpenEnumeration {
+        std::unique_ptr<EncodedEnumeration> results;
+        std::shared_ptr<RequestBudget::Part> part;
+    };
+
     kj::Promise<void> awaitCall();
     /// Tells the client why, and has nothing more to do with it.
     kj::Promise<void> sendAway(const char* reason);
@@ -49,7 +55,8 @@ private:
     Conversation& m_conversation;
     CallReader m_calls;
     uint32_t m_lastNumber = 0;
-    std::map<uint32_t, std::unique_ptr<EncodedEnumeration>> m_enumerations;
+    std::shared_ptr<RequestBudget::Part> m_part;  // of the request that is being carried out
+    std::map<uint32_t, OpenEnumeration> m_enumerations;
 };
 
 }  // namespace OwCimomd
