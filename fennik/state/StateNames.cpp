@@ -5,6 +5,7 @@
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/undo/FennikException.hpp"
+#include "fennik/undo/NameRules.hpp"
 
 namespace KOVNS2::StateNames {
 
@@ -75,13 +76,16 @@ String productFault(const String& name) {
         return "its name " + fault;
     }
     // Its snippet would be the allowed users file of another product.
-    return ProductPaths::canNameFile(name) && !ProductPaths::canNameSnippet(name)
-               ? String("its name ends in \".allowed_users\"")
-               : String();
+    if (ProductPaths::canNameFile(name) && !ProductPaths::canNameSnippet(name)) {
+        return "its name ends in \".allowed_users\"";
+    }
+    const String problem = ProductPaths::problemOfProduct(name);
+    return problem.empty() ? problem : "its name " + problem;
 }
 
 String userFault(const String& name) {
-    const String fault = spaceFault(name);
+    const String spaces = spaceFault(name);
+    const String fault = spaces.empty() ? NameRules::problemOfUser(name) : spaces;
     return fault.empty() ? fault : String(Format("its user \"%1\" %2", name, fault));
 }
 

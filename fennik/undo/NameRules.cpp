@@ -46,15 +46,11 @@ String problemOf(const String& name) {
     return hasNonCharacter(name) ? "has a code in it that is no character" : "";
 }
 
-namespace {
-
 // The file of allowed users is one line, and the daemon leaves out one with a control character.
 String problemOfUser(const String& name) {
     const String problem = problemOf(name);
     return problem.empty() && std::ranges::any_of(name, isControl) ? CONTROL : problem;
 }
-
-}  // namespace
 
 void checkUsers(const blocxx::StringArray& userNames) {
     for (const String& user : userNames) {

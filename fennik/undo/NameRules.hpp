@@ -16,8 +16,10 @@ namespace NameRules {
 /// What is wrong with the name, as the end of a sentence: "is empty". Empty when nothing is.
 blocxx::String problemOf(const blocxx::String& name);
 
-/// Throws NameException for the first user name with which something is wrong, or that has any
-/// control character in it.
+/// The same for the name of a user, who may have no control character at all in it.
+blocxx::String problemOfUser(const blocxx::String& name);
+
+/// Throws NameException for the first user name with which something is wrong.
 void checkUsers(const blocxx::StringArray& userNames);
 
 }  // namespace NameRules

@@ -19,6 +19,9 @@ TEST_F(StateNames, ThatCannotBeRegisteredAreToldWithTheirProductBeforeAnythingIs
         {" p", "alice", "its name begins with white space"},
         {"p", "alice ", "its user \"alice \" ends with white space"},
         {"p", "\talice", "its user \"\talice\" begins with white space"},
+        {"p", "al\tice", "its user \"al\tice\" has a control character in it"},
+        {"p", "", "its user \"\" is empty"},
+        {"a/b", "alice", "its name has a slash in it"},
     };
     for (const auto& row : rows) {
         expectRefused(document(productElement("first", {"alice"}) +

@@ -212,6 +212,8 @@ TEST_F(StateProving, NamesThatWouldNotComeBackAreRefused) {
         {" p ", "alice", "its name begins with white space"},
         {"p", "alice ", "its user \"alice \" ends with white space"},
         {"p", "\nalice", "its user \"\nalice\" begins with white space"},
+        {"p", "al\tice", "its user \"al\tice\" has a control character in it"},
+        {"p", "", "its user \"\" is empty"},
     };
     for (const auto& row : rows) {
         const StagedTree tree;

@@ -531,8 +531,10 @@ TEST_F(StateRestoring, NamespaceMustBelongToItsProduct) {
 }
 
 TEST_F(StateRestoring, ProductNameMayNotLeaveItsDirectory) {
-    expectRefused(document(productElement("../evil", {"x"})), 12,
-                  "Failed to create " + usersFile("../evil").string());
+    expectRefused(
+        document(productElement("../evil", {"x"})), 12,
+        "The product \"../evil\" of the saved state cannot be restored: its name has a "
+        "slash in it. Correct the name in the state file, or take the product out of it.");
     EXPECT_TRUE(newFiles().empty());
 }
 
