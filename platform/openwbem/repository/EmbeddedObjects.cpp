@@ -121,6 +121,10 @@ String EmbeddedObjects::findInvalid(int64_t ns, const Change& change) {
     EmbeddedNames exact;
     const EmbeddingSchema after = schema(ns, change);
     forEachHolder(ns, [&](const Holder& holder) {
+        const auto changed = change.classes.find(toLower(holder.cls.getName()));
+        if (changed != change.classes.end() && !changed->second) {
+            return;  // it goes itself
+        }
         for (const CIMProperty& property : holder.properties) {
             EmbeddedNames own;
             collectEmbeddedNames(property.getValue(), own);

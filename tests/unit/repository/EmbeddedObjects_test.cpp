@@ -152,6 +152,14 @@ TEST_F(EmbeddedObjectsTest, DefaultThatEmbedsItsOwnClassIsNoEndlessWork) {
     EXPECT_EQ(stored.getPropertyValue("Next").get<CIMInstance>().getProperties().size(), 3U);
 }
 
+TEST_F(EmbeddedObjectsTest, ClassIsDeletedThoughItsOwnDefaultEmbedsIt) {
+    handle.createClass("test",
+                       makeClass("Ring", "",
+                                 {property("Id", T::STRING, true),
+                                  embedding("Next", objects(), CIMValue(CIMInstance("Ring")))}));
+    expectDeletable("Ring");
+}
+
 TEST_F(EmbeddedObjectsTest, RefusalNamesTheHolderAndItsProperty) {
     create(holding("Any", CIMValue(CIMInstance("Lone")), "x"));
     expectRefused(
