@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 
 #include "blocxx/FileSystem.hpp"
@@ -19,6 +20,8 @@ namespace {
 
 constexpr const char* INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init";
 constexpr const char* ACCOUNT = "owcimomd";
+// A daemon with a large repository may take long; a whole day means that it hangs.
+constexpr std::chrono::hours TIME_LIMIT{24};
 
 /// Holds back the signals by which a user or the system ends a process.
 class SignalsHeld {
@@ -39,13 +42,27 @@ private:
     sigset_t m_before = {};
 };
 
+/// A script of the account's must never run as root.
+blocxx::Process::Identity accountIdentity() {
+    const auto account = blocxx::Secure::lookupAccount(ACCOUNT);
+    if (!account || account->uid == 0 || account->gid == 0) {
+        BLOCXX_THROW(
+            DaemonControlException,
+            Format("the account \"%1\" is missing or has root's rights, and the init script "
+                   "is not run as root; kov-setup creates the account",
+                   ACCOUNT));
+    }
+    return *account;
+}
+
 void control(const char* command) {
     String output;
     const blocxx::Process::Status status =
         blocxx::Process::run({.argv = {INIT_SCRIPT, command},
                               .environment = blocxx::Secure::minimalEnvironment(),
                               .input = {},
-                              .identity = blocxx::Secure::lookupAccount(ACCOUNT),
+                              .identity = accountIdentity(),
+                              .timeLimit = TIME_LIMIT,
                               .asAtBoot = true},
                              output);
     if (!status.terminatedSuccessfully()) {
@@ -73,7 +90,7 @@ blocxx::File takeRunLock(const String& prefix) {
         BLOCXX_THROW_ERRNO(DaemonControlException,
                            Format("cannot open the lock file \"%1\"", path).toString());
     }
-    if (lock.getLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) != 0) {
+    if (lock.getOwnLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) != 0) {
         BLOCXX_THROW(DaemonControlException,
                      Format("fennik is running: it holds \"%1\". Wait for its end, then run the "
                             "command again",
