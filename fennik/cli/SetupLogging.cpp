@@ -22,7 +22,7 @@ public:
     void append(const blocxx::LogMessage& message) override {
         try {
             m_file->append(message);
-        } catch (const blocxx::LoggerException&) {
+        } catch (const std::exception&) {
             blocxx::Interruption::failLater(std::current_exception());
         }
     }
