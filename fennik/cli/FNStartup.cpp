@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -72,8 +73,11 @@ String lockHolder() {
 
 void noteLockHolder() {
     const String number = std::to_string(::getpid()) + "\n";
-    // Without it, those who wait are not told for whom: no reason to fail.
-    if (::ftruncate(g_lockFile.getFileDescriptor(), 0) == 0) {
+    struct stat info = {};
+    // In a staged tree of others the file may be a second name of another one. Without the number,
+    // those who wait are not told for whom: no reason to fail.
+    if (::fstat(g_lockFile.getFileDescriptor(), &info) == 0 && info.st_nlink == 1 &&
+        ::ftruncate(g_lockFile.getFileDescriptor(), 0) == 0) {
         g_lockFile.write(number.data(), number.size());
     }
 }
