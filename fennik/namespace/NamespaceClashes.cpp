@@ -125,7 +125,9 @@ void checkNamespaces(CIMOMHandleIFC& handle, const StringArray& namespaces) {
         if (!OpenWBEM::isNamespaceName(ns)) {
             refuseNamespace(
                 CIMException::INVALID_PARAMETER,
-                Format("\"%1\" is not a namespace name: names joined by \"/\" are", ns));
+                Format("\"%1\" is not a namespace name. It takes names joined by \"/\", each of "
+                       "letters, digits and underscores, and none beginning with a digit",
+                       ns));
         }
         if (!named.insert(blocxx::toLower(ns)).second) {
             refuseNamespace(CIMException::ALREADY_EXISTS,

@@ -53,8 +53,11 @@ StringArray NamespaceTable::spellings() {
 
 void NamespaceTable::create(const String& ns) {
     if (!isNamespaceName(ns)) {
-        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
-                           Format("\"%1\" is not a namespace name: names joined by \"/\" are", ns));
+        OPENWBEM_THROW_CIM(
+            INVALID_PARAMETER,
+            Format("\"%1\" is not a namespace name. It takes names joined by \"/\", each of "
+                   "letters, digits and underscores, and none beginning with a digit",
+                   ns));
     }
     const String name = toLower(ns);
     Statement insert(m_database, ChangeStatements::ADD_NAMESPACE);
