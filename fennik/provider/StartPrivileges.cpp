@@ -38,9 +38,11 @@ String argumentText(const CIMValue& args) {
 }
 
 String render(const Statement& statement) {
-    return Format("%1 { %2 %3 @ %4 }\n",
-                  statement.monitored ? "monitored_exec_check_args" : "user_exec_check_args",
-                  statement.process, argumentText(statement.args), statement.name);
+    const String args = argumentText(statement.args);
+    return statement.monitored ? String(Format("monitored_exec_check_args { %1 %2 @ %3 }\n",
+                                               statement.process, args, statement.name))
+                               : String(Format("user_exec_check_args { %1 %2 @ owprovdr }\n",
+                                               statement.process, args));
 }
 
 /// What the text has to say, and nothing else.
