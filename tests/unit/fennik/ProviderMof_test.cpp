@@ -385,8 +385,9 @@ TEST_F(ProviderMof, StartPrivilegesThatWouldSayMoreAreRefused) {
         SCOPED_TRACE(value);
         const String mof =
             registrationMof("Disk", {{property, value}, {"UserContext", monitored ? "4" : "3"}});
-        expectFailure(INVALID_INPUT, String("Instance sample:Disk: ") + property + message,
-                      [&] { startPrivileges(mof, monitored ? PRIVILEGES : ""); });
+        expectFailure(
+            INVALID_INPUT, String("Instance sample:Disk: ") + property + message,
+            [&, hasFile = monitored] { startPrivileges(mof, hasFile ? PRIVILEGES : ""); });
     }
     for (const String end : {"\\n", "\\x0001", "\\t"}) {
         EXPECT_THROW(startPrivileges(registrationMof("Disk" + end, MONITORED), PRIVILEGES),
