@@ -223,7 +223,9 @@ void ChildProcess::drain(String& output, size_t limit) {
     while (m_output && limit > 0) {
         const ssize_t count = m_output.read(buffer.data(), std::min(buffer.size(), limit));
         if (count > 0) {
-            output.append(buffer.data(), static_cast<size_t>(count));
+            const size_t room =
+                Process::MOST_OUTPUT - std::min(output.size(), Process::MOST_OUTPUT);
+            output.append(buffer.data(), std::min(static_cast<size_t>(count), room));
             limit -= static_cast<size_t>(count);
         } else if (count == 0) {
             static_cast<void>(m_output.close());

@@ -21,8 +21,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Appends to `output` what the child writes until it has ended, `deadline` has come or the run
-    /// is interrupted. True when it has ended.
+    /// Appends to `output` what the child writes, up to Process::MOST_OUTPUT bytes in all, until it
+    /// has ended, `deadline` has come or the run is interrupted. True when it has ended.
     bool collectUntil(Clock::time_point deadline, String& output);
     /// Kills the child and its whole process group.
     void kill() noexcept;

@@ -63,10 +63,15 @@ struct Command {
     bool asAtBoot = false;
 };
 
-/// Runs the command and collects its standard output and error, together, into `output`. Waits
-/// until the program has ended, not for others that keep the pipe open; at the time limit, and when
-/// the run is interrupted (Interruption.hpp), its whole process group is killed. Throws
-/// ProcessException when it cannot be started (the message names the program and the reason).
+/// What is kept of a program's output, in bytes. A program that runs as another account, or one of
+/// that account's that has taken its output over, may write without end.
+inline constexpr size_t MOST_OUTPUT = size_t{1} << 20;
+
+/// Runs the command and collects its standard output and error, together, into `output`; what comes
+/// after MOST_OUTPUT bytes is read and dropped. Waits until the program has ended, not for others
+/// that keep the pipe open; at the time limit, and when the run is interrupted (Interruption.hpp),
+/// its whole process group is killed. Throws ProcessException when it cannot be started (the
+/// message names the program and the reason).
 Status run(const Command& command, String& output);
 
 }  // namespace Process
