@@ -156,6 +156,11 @@ class Init(LiveStory):
                     (f"chown owcimomd {PID_FILE}; {self.init('start')}", 0, STARTED),
                 )
 
+    def test_pipe_in_place_of_the_pid_file_is_not_waited_for(self):
+        self.assert_steps(
+            (f"rm -f {PID_FILE}; mkfifo {PID_FILE}; {self.init('status')}", 1, f".*{STALE}"),
+        )
+
     def test_daemon_that_does_not_end_is_killed(self):
         self.assert_steps(
             (f"{self.init('start')}; {STOPPED_PROCESS}", 0, STARTED),
