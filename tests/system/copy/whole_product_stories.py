@@ -6,7 +6,7 @@ import errno
 import os
 
 from harness import UNDO_HEAD, describe, run, write
-from machine import BACKUP, COPY, FENNIK, LIVE, SCRIPT, MachineStory
+from machine import BACKUP, COPY, FENNIK, LIVE, SCRIPT, DaemonStory, MachineStory
 from providers import PRIVILEGES, USER, Provider, process, registration, schema
 
 CONFIGS = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d"
@@ -15,7 +15,6 @@ SNIPPET = CONFIGS + "/sample.conf"
 DEREGISTER = (FENNIK, "--deregister", "--name", "sample")
 LIST = (FENNIK, "--list-providers", "--name", "sample")
 CANNOT_MOVE = "Unable to move {0} to {1}. ::rename set errno = {2}"
-REAL_SCRIPT = SCRIPT + ".real"
 PLACES = ("/etc/opt/tarvo", "/var/opt/tarvo/kov")
 
 
@@ -166,17 +165,8 @@ class Daemon(ProductStory):
                 self.assertEqual(self.calls(), ["status", "status", "stop", "start"])
 
 
-class RealDaemon(ProductStory):
+class RealDaemon(DaemonStory, ProductStory):
     """It answers again, on the repository that it had."""
-
-    def setUp(self):
-        if not os.path.exists(REAL_SCRIPT):
-            self.skipTest("the daemon is not installed")
-        super().setUp()
-        os.rename(REAL_SCRIPT, SCRIPT)
-        started = run([SCRIPT, "start"])
-        self.assertEqual(started.status, 0, started.err)
-        self.addCleanup(run, [SCRIPT, "stop"])
 
     def assert_answers(self, listed):
         self.assertEqual(run([SCRIPT, "status"]).status, 0)

@@ -2,9 +2,7 @@
 """Registering namespaces through the daemon, where a namespace that was created is not taken back:
 what clashes is found before the first one is made."""
 
-import sqlite3
-
-from live import INIT, REPOSITORY, LiveStory
+from live import INIT, LiveStory
 
 REGISTER = "fennik --name sample --register-namespace sample/a --register-namespace "
 AGAIN = "then run the command again"
@@ -15,13 +13,6 @@ class Clashes(LiveStory):
         super().setUp()
         self.need_daemon()
         self.assertEqual(self.shell("fennik --register --name sample --username alice"), "")
-
-    def rows(self):
-        file = f"file:{self.root}{REPOSITORY}/repository.db?mode=ro"
-        connection = sqlite3.connect(file, uri=True)
-        rows = list(connection.iterdump())
-        connection.close()
-        return rows
 
     def assert_refused(self, *rows):
         """Rows of a command and what it says; the repository is as it was."""

@@ -8,6 +8,7 @@ KOV_LIVE_DIR. KOV_SOURCE names the checkout."""
 import os
 import re
 import shutil
+import sqlite3
 import unittest
 from dataclasses import dataclass
 
@@ -80,6 +81,14 @@ class LiveStory(unittest.TestCase):
         result = self.sandbox("sh", "-c", text)
         self.assertEqual(result.status, 0, result)
         return result.out
+
+    def rows(self):
+        """All that the repository holds, for comparing."""
+        file = f"file:{self.root}{REPOSITORY}/repository.db?mode=ro"
+        connection = sqlite3.connect(file, uri=True)
+        rows = list(connection.iterdump())
+        connection.close()
+        return rows
 
     def steps(self, *commands):
         """Each command's Step; all in one sandbox. What a command starts must let go of its

@@ -4,7 +4,6 @@ to use."""
 
 import os
 import re
-import sqlite3
 
 from harness import Result
 from live import INIT, REPOSITORY, LiveStory
@@ -47,13 +46,6 @@ class Utilities(LiveStory):
 
     def products(self):
         return self.shell("fennik --list-registered-products").split()
-
-    def rows(self):
-        file = f"file:{self.root}{REPOSITORY}/repository.db?mode=ro"
-        connection = sqlite3.connect(file, uri=True)
-        rows = list(connection.iterdump())
-        connection.close()
-        return rows
 
     def assert_refused(self, words, *parts, status=1):
         """The command fails with these words in its one text, and nothing has changed."""
