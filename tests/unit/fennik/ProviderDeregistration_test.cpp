@@ -12,6 +12,7 @@
 namespace KOVNS2::Testing {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -42,6 +43,21 @@ protected:
         expectState(registered);
         EXPECT_THAT(m_log.errors(), IsEmpty());
         m_undo.clear();
+    }
+
+    /// What somebody else needs stops the removal, which changes nothing.
+    void expectStopped(const ::testing::Matcher<String>& message) {
+        const State registered = state();
+        m_undo.clear();
+        try {
+            deregisterAll(m_repository);
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const FennikException& e) {
+            EXPECT_EQ(e.getErrorCode(), 14);
+            EXPECT_THAT(String(e.getMessage()), message);
+        }
+        expectState(registered);
+        EXPECT_THAT(m_log.errors(), IsEmpty());
     }
 
     void create(const String& ns, const String& mof) {
@@ -363,50 +379,29 @@ TEST_F(ProviderDeregistering, ClassThatSomebodyElseEmbedsStopsTheCommand) {
     create("sample",
            "class Other { [Key] string Id; [EmbeddedObject] string Held; };\n"
            "instance of Other { Id = \"x\"; Held = \"instance of Sample_A { };\"; };");
-    const State registered = state();
-    m_undo.clear();
-    try {
-        deregisterAll(m_repository);
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const FennikException& e) {
-        EXPECT_EQ(e.getErrorCode(), 14);
-        EXPECT_THAT(
-            e.getMessage(),
-            HasSubstr("property \"Held\" of instance Other.Id=\"x\": invalid class: there is no "
-                      "class \"Sample_A\"\n"
-                      "The provider \"sample:A\" of the product \"sample\" has brought the "
-                      "class \"Sample_A\" of the namespace \"sample\", and what needs it "
-                      "has to go first. Delete it:\n    owdeleteinstance --dest-dir " +
-                      m_tree.prefix() + " -n sample OBJECTPATH\n" + then()));
-    }
-    expectState(registered);
-    EXPECT_THAT(m_log.errors(), IsEmpty());
+    expectStopped(
+        HasSubstr("property \"Held\" of instance Other.Id=\"x\": invalid class: there is no "
+                  "class \"Sample_A\"\n"
+                  "The provider \"sample:A\" of the product \"sample\" has brought the "
+                  "class \"Sample_A\" of the namespace \"sample\", and what needs it "
+                  "has to go first. Delete it:\n    owdeleteinstance --dest-dir " +
+                  m_tree.prefix() + " -n sample OBJECTPATH\n" + then()));
 }
 
 TEST_F(ProviderDeregistering, ClassThatSomebodyElseDerivedFromStopsTheCommand) {
     registerList(m_repository, entry("a", registrationMof("A"), providerMof(classMof("A"))));
     create("sample", "class Other_A : Sample_A {};");
-    const State registered = state();
-    m_undo.clear();
-    try {
-        deregisterAll(m_repository);
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const FennikException& e) {
-        EXPECT_EQ(e.getErrorCode(), 14);
-        EXPECT_THAT(e.getMessage(), StartsWith("Provider deregistration failed: "));
-        EXPECT_THAT(e.getMessage(),
-                    HasSubstr("CIMException: 8: class has children: the class Sample_A has "
-                              "subclasses\n"
-                              "The provider \"sample:A\" of the product \"sample\" has brought the "
-                              "class \"Sample_A\" of the namespace \"sample\", and what is derived "
-                              "from it has to go first: Other_A. Remove the provider that brought "
-                              "it; or delete its instances, declare it in FILE without that "
-                              "superclass and compile it:\n    owdeleteinstance --dest-dir " +
-                              m_tree.prefix() + " -n sample OBJECTPATH...\n    owmofc --dest-dir " +
-                              m_tree.prefix() + " -n sample FILE\n" + then()));
-    }
-    expectState(registered);
-    EXPECT_THAT(m_log.errors(), IsEmpty());
+    expectStopped(
+        AllOf(StartsWith("Provider deregistration failed: "),
+              HasSubstr("CIMException: 8: class has children: the class Sample_A has "
+                        "subclasses\n"
+                        "The provider \"sample:A\" of the product \"sample\" has brought the "
+                        "class \"Sample_A\" of the namespace \"sample\", and what is derived "
+                        "from it has to go first: Other_A. Remove the provider that brought "
+                        "it; or delete its instances, declare it in FILE without that "
+                        "superclass and compile it:\n    owdeleteinstance --dest-dir " +
+                        m_tree.prefix() + " -n sample OBJECTPATH...\n    owmofc --dest-dir " +
+                        m_tree.prefix() + " -n sample FILE\n" + then())));
 }
 
 TEST_F(ProviderDeregistering, QualifierTypeThatSomebodyElseUsesStopsTheCommand) {
@@ -414,24 +409,14 @@ TEST_F(ProviderDeregistering, QualifierTypeThatSomebodyElseUsesStopsTheCommand) 
                  entry("a", registrationMof("A"),
                        providerMof("Qualifier Mine : boolean = false, Scope(any);\n")));
     create("sample", "[Mine] class Other { [Key] string Id; };");
-    const State registered = state();
-    m_undo.clear();
-    try {
-        deregisterAll(m_repository);
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const FennikException& e) {
-        EXPECT_EQ(e.getErrorCode(), 14);
-        EXPECT_THAT(e.getMessage(),
-                    HasSubstr("class Other uses it\n"
-                              "The provider \"sample:A\" of the product \"sample\" has brought the "
-                              "qualifier type \"Mine\" of the namespace \"sample\", and nothing "
-                              "else may use it. Remove the provider that brought what uses it; or "
-                              "declare that in FILE without it and compile it:\n"
-                              "    owmofc --dest-dir " +
-                              m_tree.prefix() + " -n sample FILE\n" + then()));
-    }
-    expectState(registered);
-    EXPECT_THAT(m_log.errors(), IsEmpty());
+    expectStopped(
+        HasSubstr("class Other uses it\n"
+                  "The provider \"sample:A\" of the product \"sample\" has brought the "
+                  "qualifier type \"Mine\" of the namespace \"sample\", and nothing "
+                  "else may use it. Remove the provider that brought what uses it; or "
+                  "declare that in FILE without it and compile it:\n"
+                  "    owmofc --dest-dir " +
+                  m_tree.prefix() + " -n sample FILE\n" + then()));
 }
 
 TEST_F(ProviderDeregistering, LogsEachStep) {
