@@ -153,6 +153,9 @@ void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answ
         case wire::Call::NEXT:
             next(call.getNext(), answer);
             break;
+        case wire::Call::SYNC:
+            m_operations.sync(m_user);
+            break;
         default:
             OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the call");
     }

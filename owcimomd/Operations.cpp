@@ -132,7 +132,8 @@ CIMQualifierType Operations::Arguments::qualifierType() const {
 }
 
 Operations::Operations(ServedRepository& repository, std::set<String> allowedUsers)
-    : m_handle(repository.handle()),
+    : m_repository(repository),
+      m_handle(repository.handle()),
       m_namespaces(m_handle),
       m_access(m_handle, std::move(allowedUsers)) {
     repository.setMayRead([this](const String& ns) {
@@ -197,6 +198,11 @@ bool Operations::next(const User& user, EncodedEnumeration& enumeration, StringA
     }
     const Setting current(m_user, &user);
     return enumeration.next(portion);
+}
+
+void Operations::sync(const User& user) {
+    m_access.requireConnect(user);
+    m_repository.sync();
 }
 
 String Operations::getClass(const Arguments& a) {

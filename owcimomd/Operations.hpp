@@ -51,6 +51,9 @@ public:
     std::unique_ptr<EncodedEnumeration> open(const User& user, wire::Request::Reader request);
     /// Appends the next portion of an enumeration of that user, who must still have the rights.
     bool next(const User& user, EncodedEnumeration& enumeration, StringArray& portion);
+    /// Makes durable what has been committed. Costs nothing when that is all durable already, so
+    /// that nobody who may only read can make the daemon sync more than its writers do.
+    void sync(const User& user);
 
 private:
     class Arguments;
@@ -88,6 +91,7 @@ private:
     Rest associatorsClasses(const Arguments& a);
     Rest referencesClasses(const Arguments& a);
 
+    ServedRepository& m_repository;
     RepositoryCIMOMHandle& m_handle;
     NamespaceInstances m_namespaces;
     AccessControl m_access;

@@ -6,7 +6,6 @@ kov_unit_test(repository_test
     unit/repository/PowerCut.cpp
     unit/repository/Refusals.cpp
     unit/repository/RepositoryFixture.cpp
-    unit/repository/ChangeLog_test.cpp
     unit/repository/EmbeddedObjects_test.cpp
     unit/repository/HostileDirectory_test.cpp
     unit/repository/RepositoryAssociations_test.cpp
@@ -15,5 +14,6 @@ kov_unit_test(repository_test
     unit/repository/RepositoryScale_test.cpp
     unit/repository/ServedRepository_test.cpp
     unit/repository/UnitOfWork_test.cpp
+    unit/repository/WriteAheadLog_test.cpp
     unit/repository/WriteRun_test.cpp
   LINKS openwbem_repository kov_sqlite3)

@@ -20,7 +20,7 @@ public:
     CIMOMHandleIFCRef handle() const override { return m_handle; }
     bool hasNameSpace(const String& name) const override;
     bool isUnitOfWork() const override { return false; }
-    void close() override {}
+    void close() override { m_handle->commit(); }
 
 private:
     ClientCIMOMHandleRef m_handle;

@@ -29,9 +29,9 @@ public:
     virtual CIMOMHandleIFCRef handle() const = 0;
     virtual bool hasNameSpace(const String& name) const = 0;
     /// Whether everything done through the handle is undone unless close() succeeds. Otherwise each
-    /// operation is permanent when it returns.
+    /// operation stays, whatever fails afterwards.
     virtual bool isUnitOfWork() const = 0;
-    /// Makes everything permanent. Throws CIMException.
+    /// Makes everything durable. Throws CIMException.
     virtual void close() = 0;
 };
 

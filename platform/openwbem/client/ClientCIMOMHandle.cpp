@@ -43,8 +43,10 @@ void ClientCIMOMHandle::ping() {
     m_connection->ping(m_protocol->getTimeout());
 }
 
+// A signal may end the wait: the changes are there, and the caller knows what to take back.
 void ClientCIMOMHandle::commit() {
     blocxx::Interruption::check();
+    m_connection->sync(m_protocol->getTimeout());
 }
 
 namespace {

@@ -235,8 +235,17 @@ auto ClientConnection::guarded(Action action) {
 }
 
 void ClientConnection::ping(const Timeout& timeout) {
+    call([](wire::Call::Builder call) { call.setPing(); }, timeout);
+}
+
+void ClientConnection::sync(const Timeout& timeout) {
+    call([](wire::Call::Builder call) { call.setSync(); }, timeout);
+}
+
+void ClientConnection::call(const std::function<void(wire::Call::Builder)>& fill,
+                            const Timeout& timeout) {
     guarded([&] {
-        const uint64_t id = send([](wire::Call::Builder call) { call.setPing(); }, timeout);
+        const uint64_t id = send(fill, timeout);
         auto message = m_session->await(id);
         raiseIfFailed(message->getRoot<wire::Answer>().getFailure());
     });

@@ -43,6 +43,8 @@ public:
     // reached or the connection is lost.
 
     void ping(const blocxx::Timeout& timeout);
+    /// Has the daemon make everything durable that it has answered.
+    void sync(const blocxx::Timeout& timeout);
     /// The encoded result.
     String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
     /// Hands over each encoded result.
@@ -56,6 +58,8 @@ private:
     /// Sends the call that `fill` puts together; connects when that has to be done.
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill,
                   const blocxx::Timeout& timeout);
+    /// A call without arguments and without a result.
+    void call(const std::function<void(wire::Call::Builder)>& fill, const blocxx::Timeout& timeout);
     template <class Action>
     auto guarded(Action action);
     [[noreturn]] void fail(const char* reason);

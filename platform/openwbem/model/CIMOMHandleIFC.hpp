@@ -123,11 +123,12 @@ public:
         EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
         const StringArray* propertyList = nullptr) = 0;
 
-    /// Makes everything done through this handle permanent. A repository opened directly is one
-    /// unit of work that is committed here: on failure it throws CIMException FAILED, everything is
-    /// as before the unit of work, and further writes through the handle (undo steps) have nothing
-    /// left to do and succeed. A connection to the daemon has committed each call already and does
-    /// nothing.
+    /// Makes everything done through this handle durable: after it returns, it survives a power
+    /// cut. Throws CIMException FAILED. A repository opened directly is one unit of work that is
+    /// committed here: on failure everything is as before the unit of work, and further writes
+    /// through the handle (undo steps) have nothing left to do and succeed. The daemon has
+    /// committed each call on a connection already, and syncs here: on failure the changes are
+    /// still there, and undo steps take them back.
     virtual void commit() = 0;
 
     /// Gives back what is held in memory only to make further operations quicker.

@@ -43,6 +43,10 @@ void CIMRepository::commit() {
     store().database.commit();
 }
 
+void CIMRepository::sync() {
+    store().database.sync();
+}
+
 void CIMRepository::abandon() noexcept {
     if (m_store) {
         m_store->database.abandon();

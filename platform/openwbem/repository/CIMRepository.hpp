@@ -45,8 +45,12 @@ public:
     /// CIMException FAILED when somebody has the file. The lock goes early when the file is opened
     /// and closed in this process by any other means.
     void hold();
-    /// See CIMOMHandleIFC::commit().
+    /// Commits the unit of work: durable, unless the repository is served. See
+    /// CIMOMHandleIFC::commit().
     void commit();
+    /// Makes everything that was committed while the repository is served durable. Throws
+    /// CIMException FAILED; what was committed is still there then, and may be lost in a power cut.
+    void sync();
     /// For an owner who throws the file away: rolls back what was not committed. From then on
     /// writes have nothing to do and succeed, and commit() fails. Does nothing when it is closed.
     void abandon() noexcept;

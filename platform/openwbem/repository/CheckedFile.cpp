@@ -64,8 +64,6 @@ bool isAllZero(const void* page) noexcept {
 struct File {
     sqlite3_file base;
     int lockLevel;
-    sqlite3_int64 logEnd;     ///< of a log: what stands behind it was never written
-    sqlite3_int64 commitEnd;  ///< of a log: where the commit ends that is being written
     WriteRun unwritten;
 };
 
@@ -229,55 +227,6 @@ const sqlite3_io_methods METHODS = {1,
                                     nullptr,
                                     nullptr};
 
-// The log beside the file (https://www.sqlite.org/fileformat2.html, 4.1 and 4.2): frames of a
-// header and a page. A commit is the frames of its pages, and its last frame tells the size of the
-// database, which is 0 in the others. All of them are written at once, by the call that writes the
-// end of the last one: what a commit has reported is in the log.
-constexpr int LOG_HEADER_SIZE = 24;
-constexpr int LOG_DATABASE_SIZE_AT = 4;
-
-bool beginsLastFrame(const void* header) noexcept {
-    uint32_t pages = 0;
-    std::memcpy(&pages, static_cast<const char*>(header) + LOG_DATABASE_SIZE_AT, sizeof pages);
-    return pages != 0;
-}
-
-int xReadLog(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
-    const int rc = writeHeldBack(file);
-    return rc != SQLITE_OK ? rc : real(file)->pMethods->xRead(real(file), buffer, amount, offset);
-}
-
-// What is written a second time, which takes savepoints or a full cache, is not held back: it may
-// be the end of a commit without being the end of its frames.
-int xWriteLog(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 offset) {
-    auto* const log = reinterpret_cast<File*>(file);
-    const bool isNew = offset == 0 || offset >= log->logEnd;
-    log->logEnd = isNew ? offset + amount : log->logEnd;
-    int rc = SQLITE_OK;
-    char* const place = isNew ? placeFor(file, offset, amount, rc) : nullptr;
-    if (place == nullptr && rc == SQLITE_OK) {
-        rc = writeHeldBack(file);
-    }
-    if (rc != SQLITE_OK) {
-        return rc;
-    }
-    if (place == nullptr) {
-        return real(file)->pMethods->xWrite(real(file), buffer, amount, offset);
-    }
-    if (amount == LOG_HEADER_SIZE && beginsLastFrame(buffer)) {
-        log->commitEnd = offset + LOG_HEADER_SIZE + PAGE_SIZE;
-    }
-    std::memcpy(place, buffer, static_cast<size_t>(amount));
-    return offset + amount == log->commitEnd ? writeHeldBack(file) : SQLITE_OK;
-}
-
-const sqlite3_io_methods LOG_METHODS = [] {
-    sqlite3_io_methods methods = METHODS;
-    methods.xRead = xReadLog;
-    methods.xWrite = xWriteLog;
-    return methods;
-}();
-
 /// The layer that this one stands on.
 sqlite3_vfs& below() {
     static sqlite3_vfs* const found = sqlite3_vfs_find(nullptr);
@@ -293,20 +242,17 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
         file->pMethods = nullptr;
         return FOREIGN_NAME;
     }
-    const bool isLog = (flags & SQLITE_OPEN_WAL) != 0;
-    if ((flags & SQLITE_OPEN_MAIN_DB) == 0 && !isLog) {
+    if ((flags & SQLITE_OPEN_MAIN_DB) == 0) {
         return below().xOpen(&below(), name, file, flags, outFlags);
     }
     auto* ours = reinterpret_cast<File*>(file);
     ours->base.pMethods = nullptr;
     ours->lockLevel = SQLITE_LOCK_NONE;
-    ours->logEnd = 0;
-    ours->commitEnd = 0;
     const int rc = below().xOpen(&below(), name, real(file), flags, outFlags);
     // SQLite closes the file whenever the methods are set, even when opening failed.
     if (real(file)->pMethods != nullptr) {
         std::construct_at(&ours->unwritten);
-        ours->base.pMethods = isLog ? &LOG_METHODS : &METHODS;
+        ours->base.pMethods = &METHODS;
     }
     return rc;
 }

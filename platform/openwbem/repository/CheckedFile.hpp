@@ -2,10 +2,9 @@
 //
 // The file layer under SQLite: every page of the repository file carries a checksum that is made
 // when the page is written and verified when it is read, so that a page that is not what was
-// written is an error (SQLITE_IOERR_DATA) and never wrong data. What is written piece by piece goes
-// to the system in one call: pages that follow each other, and the frames of a commit in a log.
-// Journals pass through untouched. It touches nothing but a repository's own files, by the names
-// that RepositoryDirectory gives them.
+// written is an error (SQLITE_IOERR_DATA) and never wrong data. Pages that follow each other are
+// written in one call. Journals and write-ahead logs pass through untouched. It touches nothing but
+// a repository's own files, by the names that RepositoryDirectory gives them.
 #pragma once
 
 #include <sqlite3.h>

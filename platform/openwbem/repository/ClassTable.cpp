@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
@@ -17,6 +16,8 @@ namespace {
 
 /// A whole schema with room to spare; beyond that memory counts for more.
 constexpr size_t MAX_KNOWN = 4000;
+
+constexpr const char* REMOVE_REFERENCES = "DELETE FROM class_reference WHERE class=?";
 
 }  // namespace
 
@@ -153,7 +154,9 @@ bool ClassTable::insert(int64_t ns, const CIMClass& derived, int64_t super) {
     const String body = StoredForm::of(derived);
     int64_t id = 0;
     {
-        Statement insert(m_database, ChangeStatements::ADD_CLASS);
+        Statement insert(
+            m_database,
+            "INSERT INTO class (ns, super, name, spelling, body) VALUES (?, ?, ?, ?, ?)");
         insert.bind(ns).bind(super).bind(name).bind(derived.getName()).bindBlob(body);
         if (!insert.insert()) {
             return false;
@@ -173,7 +176,8 @@ void ClassTable::insertReferences(int64_t ns, int64_t id, const CIMClass& derive
         }
         const String target = toLower(property.getDataType().getRefClassName());
         const String role = toLower(property.getName());
-        Statement(m_database, ChangeStatements::ADD_CLASS_REFERENCE)
+        Statement(m_database,
+                  "INSERT INTO class_reference (ns, target, class, role) VALUES (?, ?, ?, ?)")
             .bind(ns)
             .bind(target)
             .bind(id)
@@ -184,21 +188,21 @@ void ClassTable::insertReferences(int64_t ns, int64_t id, const CIMClass& derive
 
 void ClassTable::replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super) {
     const String body = StoredForm::of(derived);
-    Statement(m_database, ChangeStatements::REPLACE_CLASS)
+    Statement(m_database, "UPDATE class SET super=?, spelling=?, body=? WHERE id=?")
         .bind(super)
         .bind(derived.getName())
         .bindBlob(body)
         .bind(id)
         .run();
-    Statement(m_database, ChangeStatements::REMOVE_CLASS_REFERENCES).bind(id).run();
+    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
     insertReferences(ns, id, derived);
     m_uses.noteChange(ns, toLower(derived.getName()));
     forgetDerived();
 }
 
 void ClassTable::remove(int64_t ns, const StoredClass& cls) {
-    Statement(m_database, ChangeStatements::REMOVE_CLASS_REFERENCES).bind(cls.id).run();
-    Statement(m_database, ChangeStatements::REMOVE_CLASS).bind(cls.id).bind(ns).run();
+    Statement(m_database, REMOVE_REFERENCES).bind(cls.id).run();
+    Statement(m_database, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
     const String name = toLower(cls.cls.getName());
     m_uses.noteChange(ns, name);
     // Nothing was derived from it; its id may be that of another class soon.

@@ -212,15 +212,7 @@ bool Database::begin(const char* sql) {
         execute(WRITING_PRAGMAS, "written");
         m_tunedForWriting = true;
     }
-    if (hasLostUnits()) {
-        restoreUnits();
-    }
-    if (sqlite3_get_autocommit(m_db) != 0) {
-        execute(sql, "written");
-    }
-    if (m_changes) {
-        m_changes->clearUnit();
-    }
+    execute(sql, "written");
     m_unit = Unit::OPEN;
     m_justBegun = true;
     m_changesAtBegin = changes();
@@ -257,21 +249,15 @@ void Database::commit() {
                                           "by an earlier failure; there is nothing to store",
                                           m_file));
     }
-    if (m_changes) {
-        commitServed();
-    } else {
-        execute("COMMIT", "written");
-    }
+    execute("COMMIT", "written");
     m_unit = Unit::NONE;
+    m_isDurable = m_use == RepositoryUse::UNIT_OF_WORK;
 }
 
 void Database::rollBack(bool failed) noexcept {
-    if (m_unit == Unit::OPEN && m_changes && !failed) {
-        // Nothing was written; the transaction holds the units before this one.
-        m_unit = Unit::NONE;
-    }
     if (m_unit == Unit::OPEN) {
-        m_rolledBackSinceAsked = true;
+        // A unit that is not failed has written nothing.
+        m_rolledBackSinceAsked = m_rolledBackSinceAsked || failed;
         if (sqlite3_get_autocommit(m_db) == 0) {
             sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
         }

@@ -9,8 +9,6 @@
 #include <unordered_map>
 
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/repository/ChangeLog.hpp"
-#include "openwbem/repository/ChangeRecord.hpp"
 #include "openwbem/repository/RepositoryDirectory.hpp"
 #include "openwbem/repository/RepositoryUse.hpp"
 
@@ -44,9 +42,14 @@ public:
     bool wasRolledBackSinceAsked() const noexcept { return m_rolledBackSinceAsked; }
     bool inUnit() const noexcept { return m_unit == Unit::OPEN; }
     bool isServed() const noexcept { return m_use == RepositoryUse::SERVED; }
-    /// Makes the unit of work permanent. Throws CIMException FAILED, and again at each further
-    /// call, when it has failed or was rolled back by an earlier failure.
+    /// Commits the unit of work. Durable, except while the file is served: then sync() makes it so.
+    /// Throws CIMException FAILED, and again at each further call, when it has failed or was rolled
+    /// back by an earlier failure.
     void commit();
+    /// Makes every unit that was committed while the file is served durable, by one sync of the
+    /// write-ahead log; none when nothing was committed since the last one. Throws CIMException
+    /// FAILED; then a later call tries again.
+    void sync();
     /// Ends the unit of work as if it had not been. When `failed`, what it held counts as lost and
     /// the state is "rolled back"; otherwise a new unit may start.
     void rollBack(bool failed) noexcept;
@@ -91,21 +94,6 @@ private:
     bool isLogged();
     void mergeLeftLog();
     void startServing();
-
-    // While it is served, the transaction goes on over many units of work, and what each of them
-    // has changed stands in a log (ServedDatabase.cpp).
-
-    /// Takes up the log that is there, or begins one; what was in it is in the transaction then.
-    void takeUpChanges();
-    void replayChanges();
-    /// The transaction that held the units in the log is gone.
-    bool hasLostUnits() const noexcept;
-    /// Carries them out again.
-    void restoreUnits();
-    void commitServed();
-    void commitTransaction();
-    /// Takes note of a statement that was carried out.
-    void noteChange(sqlite3_stmt* statement, const BoundValues& values, const char* sql);
     /// Lets go of the lock that is held from one read to the next.
     void stopHolding();
     void closeConnection() noexcept;
@@ -120,9 +108,9 @@ private:
     bool m_rolledBackSinceAsked = false;
     bool m_justBegun = false;
     bool m_reading = false;
+    bool m_isDurable = true;
     int64_t m_dataVersion = 0;
     int64_t m_changesAtBegin = 0;
-    std::unique_ptr<ChangeLog> m_changes;  // while it is served
     /// By the address of their text; null while in use.
     std::unordered_map<const char*, sqlite3_stmt*> m_idle;
 };

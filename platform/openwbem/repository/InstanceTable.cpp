@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/InstanceTable.hpp"
 
-#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
@@ -17,6 +16,8 @@ constexpr size_t PORTION_ROWS = 256;
 constexpr size_t PORTION_BYTES = 256 * 1024;
 /// Each reference leads to objects that are read one by one.
 constexpr size_t PORTION_REFERENCES = 64;
+
+constexpr const char* REMOVE_REFERENCES = "DELETE FROM reference WHERE instance=?";
 
 InstanceRow rowOf(const Statement& query) {
     return {query.number(0), query.number(1), StoredForm::instance(query.blob(2))};
@@ -71,7 +72,8 @@ bool InstanceTable::insert(int64_t ns, int64_t cls, const CIMObjectPath& path,
     const String body = StoredForm::of(instance);
     int64_t id = 0;
     {
-        Statement insert(m_database, ChangeStatements::ADD_INSTANCE);
+        Statement insert(
+            m_database, "INSERT INTO instance (ns, class, key, path, body) VALUES (?, ?, ?, ?, ?)");
         insert.bind(ns).bind(cls).bind(key).bindBlob(pathBytes).bindBlob(body);
         if (!insert.insert()) {
             return false;
@@ -90,7 +92,8 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
         }
         const String target = targetKey(value.get<CIMObjectPath>());
         const String role = toLower(property.getName());
-        Statement(m_database, ChangeStatements::ADD_REFERENCE)
+        Statement(m_database,
+                  "INSERT INTO reference (target, ns, instance, role) VALUES (?, ?, ?, ?)")
             .bind(target)
             .bind(ns)
             .bind(id)
@@ -101,14 +104,14 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
 
 void InstanceTable::update(int64_t ns, int64_t id, const CIMInstance& instance) {
     const String body = StoredForm::of(instance);
-    Statement(m_database, ChangeStatements::CHANGE_INSTANCE).bindBlob(body).bind(id).run();
-    Statement(m_database, ChangeStatements::REMOVE_REFERENCES).bind(id).run();
+    Statement(m_database, "UPDATE instance SET body=? WHERE id=?").bindBlob(body).bind(id).run();
+    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
     insertReferences(ns, id, instance);
 }
 
 void InstanceTable::remove(int64_t id) {
-    Statement(m_database, ChangeStatements::REMOVE_REFERENCES).bind(id).run();
-    Statement(m_database, ChangeStatements::REMOVE_INSTANCE).bind(id).run();
+    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
+    Statement(m_database, "DELETE FROM instance WHERE id=?").bind(id).run();
 }
 
 Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls, int64_t last,

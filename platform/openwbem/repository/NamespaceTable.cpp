@@ -2,7 +2,6 @@
 #include "openwbem/repository/NamespaceTable.hpp"
 
 #include "blocxx/Format.hpp"
-#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/wire/Identifier.hpp"
 
@@ -60,7 +59,7 @@ void NamespaceTable::create(const String& ns) {
                    ns));
     }
     const String name = toLower(ns);
-    Statement insert(m_database, ChangeStatements::ADD_NAMESPACE);
+    Statement insert(m_database, "INSERT INTO namespace (name, spelling) VALUES (?, ?)");
     if (!insert.bind(name).bind(ns).insert()) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the namespace \"%1\" exists already", ns));
     }
@@ -71,7 +70,11 @@ void NamespaceTable::remove(const String& ns) {
     if (!row) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no namespace \"%1\"", ns));
     }
-    for (const char* sql : ChangeStatements::REMOVE_NAMESPACE) {
+    for (const char* sql :
+         {"DELETE FROM reference WHERE instance IN (SELECT id FROM instance WHERE ns=?)",
+          "DELETE FROM instance WHERE ns=?", "DELETE FROM class_reference WHERE ns=?",
+          "DELETE FROM class WHERE ns=?", "DELETE FROM qualifier_type WHERE ns=?",
+          "DELETE FROM namespace WHERE id=?"}) {
         Statement(m_database, sql).bind(row->id).run();
     }
     forget();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/QualifierTable.hpp"
 
-#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
@@ -64,7 +63,9 @@ QualifierTypeLookup QualifierTable::lookup(int64_t ns) {
 void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
     const String name = toLower(type.getName());
     const String body = StoredForm::of(type);
-    Statement insert(m_database, ChangeStatements::PUT_QUALIFIER_TYPE);
+    Statement insert(m_database,
+                     "INSERT INTO qualifier_type (ns, name, body) VALUES (?, ?, ?) "
+                     "ON CONFLICT (ns, name) DO UPDATE SET body=excluded.body");
     insert.bind(ns).bind(name).bindBlob(body).run();
     if (Types* const types = known(ns)) {
         types->put(type);
@@ -86,7 +87,10 @@ QualifierTable::Types* QualifierTable::known(int64_t ns) {
 
 void QualifierTable::remove(int64_t ns, const String& name) {
     const String lower = toLower(name);
-    Statement(m_database, ChangeStatements::REMOVE_QUALIFIER_TYPE).bind(ns).bind(lower).run();
+    Statement(m_database, "DELETE FROM qualifier_type WHERE ns=? AND name=?")
+        .bind(ns)
+        .bind(lower)
+        .run();
     if (Types* const types = known(ns)) {
         types->remove(name);
     }

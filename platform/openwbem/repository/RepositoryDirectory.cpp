@@ -53,7 +53,7 @@ std::optional<Place> placeOf(const char* path) noexcept {
         return std::nullopt;
     }
     place.ending = rest.substr(std::string_view(CIMRepository::FILE_NAME).size());
-    for (const char* own : {"", "-journal", "-wal", "-changes"}) {
+    for (const char* own : {"", "-journal", "-wal"}) {
         if (place.ending == own) {
             return place;
         }

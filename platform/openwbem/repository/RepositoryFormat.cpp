@@ -57,7 +57,4 @@ CREATE TABLE reference (
 CREATE INDEX reference_instance ON reference (instance);
 )sql";
 
-const char* const STATE_TABLE =
-    "CREATE TABLE IF NOT EXISTS state (id INTEGER PRIMARY KEY, name INTEGER NOT NULL)";
-
 }  // namespace OpenWBEM::RepositoryFormat

@@ -32,7 +32,5 @@ inline constexpr const char* BACKUP_DIRECTORY = "repository-back_LKjs2354";
 
 /// Makes the tables in an empty file.
 extern const char* const SCHEMA;
-/// Makes the table for the name of the state, which a file that was never served does not have.
-extern const char* const STATE_TABLE;
 
 }  // namespace OpenWBEM::RepositoryFormat

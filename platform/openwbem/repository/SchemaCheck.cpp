@@ -145,8 +145,6 @@ int confine(sqlite3* database) {
 
 int compare(sqlite3* database, String& deviation) {
     Objects missing = ours();
-    const Object state = objectOf(RepositoryFormat::STATE_TABLE);
-    missing.insert(state);
     const int longest = sqlite3_limit(database, SQLITE_LIMIT_LENGTH, LONGEST_TEXT);
     sqlite3_progress_handler(database, MOST_STEPS, stop, nullptr);
     int rc = takeFound(database, missing, deviation);
@@ -156,7 +154,6 @@ int compare(sqlite3* database, String& deviation) {
         deviation = "its schema is too large";
         rc = SQLITE_OK;
     }
-    missing.erase(state);
     if (deviation.empty() && !missing.empty()) {
         deviation = described(*missing.begin()) + " is missing";
     }

@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The file while the daemon serves it: the file is locked from the opening to the end, and a commit
-// costs no sync. A unit of work becomes permanent in these steps:
-//  1. What it has changed is appended to the log of changes, by one write: the commit point. When
-//     that fails, the transaction is rolled back, and the units that are in the log are carried out
-//     again in a new one. Death leaves a log from which the next opening does the same.
-//  2. When the log has grown to its limit, the transaction, which holds everything that is in the
-//     log, gives the state another name and is committed, into SQLite's write-ahead log. From here
-//     on the log of changes is of a state that was, and nobody reads it.
-//  3. The next unit begins the log of changes anew, under the new name.
+// The file while the daemon serves it: locked from the opening to the end, with SQLite's
+// write-ahead log beside it. A commit appends the changed pages to the log and syncs nothing: it
+// outlives the death of the process. sync() makes it outlive that of the machine. A unit that was
+// not written to its end is none, and the units before it are there; whatever becomes of one that
+// fails, SQLite takes back that one only.
 #include <sqlite3.h>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/repository/ChangeStatements.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
-#include "openwbem/repository/Statement.hpp"
 
 namespace OpenWBEM {
 
@@ -47,7 +41,6 @@ void Database::mergeLeftLog() {
     execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
     checkFormat();
     if (isLogged()) {
-        takeUpChanges();
         endServing();
     } else {
         stopHolding();
@@ -65,101 +58,32 @@ void Database::startServing() {
                                        "\" cannot be opened: no log can be kept beside it");
     }
     execute(SERVING_PRAGMAS, "opened");
-    // The log is opened, and the lock taken for good, by the first transaction.
-    takeUpChanges();
+    // The first transaction opens the log and takes the lock for good.
+    execute("BEGIN IMMEDIATE; COMMIT", "opened");
     checkPlace();
-}
-
-void Database::takeUpChanges() {
-    execute("BEGIN IMMEDIATE", "opened");
-    m_changes = std::make_unique<ChangeLog>(m_directory.file(), m_file);
-    if (const int rc = m_changes->open(); rc != SQLITE_OK) {
-        failOpening(rc);
-    }
-    execute(RepositoryFormat::STATE_TABLE, "written");
-    replayChanges();
-    // Otherwise the transaction goes on as if nobody had died: there may be no room to commit it.
-    if (m_changes->state() == 0) {
-        commitTransaction();
+    // A log that a killed daemon has left may hold units, and have a name, that no sync has put on
+    // the disk.
+    m_isDurable = false;
+    if (!m_directory.sync()) {
+        failOpening(SQLITE_IOERR_DIR_FSYNC);
     }
 }
 
-void Database::replayChanges() {
-    int64_t state = 0;
-    {
-        Statement query(*this, "SELECT name FROM state");
-        state = query.step() ? query.number(0) : 0;
-    }
-    ChangeReplay replay(m_db);
-    int rc = m_changes->read(static_cast<uint64_t>(state), [&](std::string_view unit) {
-        if (const int failure = replay.apply(unit); failure != SQLITE_OK) {
-            OPENWBEM_THROW_CIM(
-                FAILED, Format("The changes that are logged in \"%1\" cannot be made to the "
-                               "repository \"%2\": %3; put a backup of both back, or move the log "
-                               "away to do without them",
-                               m_changes->path(), m_file, sqlite3_errstr(failure)));
-        }
-    });
-    if (rc != SQLITE_OK) {
-        DatabaseError::raise(rc, 0, m_changes->path(), "read");
-    }
-}
-
-bool Database::hasLostUnits() const noexcept {
-    return m_changes && m_changes->hasUnits() && sqlite3_get_autocommit(m_db) != 0;
-}
-
-void Database::restoreUnits() {
-    execute("BEGIN IMMEDIATE", "written");
-    const sqlite3_int64 end = m_changes->end();
-    try {
-        replayChanges();
-        if (m_changes->end() != end) {
-            DatabaseError::raise(SQLITE_IOERR_DATA, 0, m_changes->path(), "read");
-        }
-    } catch (...) {
-        // Still lost: it is tried again with the next operation.
-        m_changes->setEnd(end);
-        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
-        throw;
-    }
-}
-
-void Database::commitServed() {
-    if (m_changes->isUnitEmpty()) {
+void Database::sync() {
+    if (m_isDurable) {
         return;
     }
-    if (m_changes->isEnough()) {
-        commitTransaction();
-    } else if (const int rc = m_changes->append(); rc != SQLITE_OK) {
-        fail(rc, "written");
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(m_db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    const int rc = log == nullptr || log->pMethods == nullptr
+                       ? SQLITE_CANTOPEN
+                       : log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
+    if (rc != SQLITE_OK) {
+        DatabaseError::raise(rc, sqlite3_system_errno(m_db), m_file, "written");
     }
+    m_isDurable = true;
 }
 
-void Database::commitTransaction() {
-    int64_t state = 0;
-    // 0 is the state without a name.
-    while (state == 0) {
-        sqlite3_randomness(sizeof state, &state);
-    }
-    execute(Format("REPLACE INTO state VALUES (1, %1)", state).c_str(), "written");
-    execute("COMMIT", "written");
-    m_changes->restart(static_cast<uint64_t>(state));
-}
-
-void Database::noteChange(sqlite3_stmt* statement, const BoundValues& values, const char* sql) {
-    if (m_changes && m_unit == Unit::OPEN && sqlite3_stmt_readonly(statement) == 0) {
-        // What could not be carried out again must not be acknowledged.
-        if (ChangeStatements::find(sql) == nullptr) {
-            fail(SQLITE_MISUSE, "written");
-        }
-        values.appendTo(m_changes->unit(), sql);
-    }
-}
-
-// 0. The transaction is committed, the state loses its name, both are synced, and the log of
-// changes
-//    is removed. A crash between the steps leaves a log of a state that was.
 // 1. The log is synced, its pages are written to the file, and the file is synced. A crash before
 //    the end of this leaves the log, from which the next opening does it again.
 // 2. The log is removed and the header is written to say that there is none. A crash between the
@@ -167,17 +91,7 @@ void Database::noteChange(sqlite3_stmt* statement, const BoundValues& values, co
 //    One while the header is written leaves a journal that brings that header back.
 // 3. With the first read after the change of the locking mode the lock goes.
 void Database::endServing() {
-    if (sqlite3_get_autocommit(m_db) == 0) {
-        commitTransaction();
-    }
-    execute("PRAGMA synchronous=EXTRA", "written");
-    // Its end syncs what was committed before, too.
-    execute("DROP TABLE state", "written");
-    const std::unique_ptr<ChangeLog> ended = std::move(m_changes);
-    if (const int rc = ended->remove(); rc != SQLITE_OK) {
-        DatabaseError::raise(rc, 0, ended->path(), "written");
-    }
-    execute("PRAGMA journal_mode=DELETE", "written");
+    execute("PRAGMA synchronous=EXTRA; PRAGMA journal_mode=DELETE", "written");
     if (isLogged()) {
         OPENWBEM_THROW_CIM(
             FAILED, "The repository \"" + m_file + "\" cannot be written: its log is in use");

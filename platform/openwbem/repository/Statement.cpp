@@ -7,9 +7,6 @@ namespace OpenWBEM {
 
 Statement::Statement(Database& database, const char* sql)
     : m_database(database), m_sql(sql), m_statement(nullptr) {
-    if (database.hasLostUnits()) {
-        database.restoreUnits();
-    }
     auto& idle = database.m_idle[sql];
     if (idle != nullptr) {
         m_statement = std::exchange(idle, nullptr);
@@ -29,7 +26,6 @@ Statement::~Statement() {
 }
 
 Statement& Statement::bind(int64_t value) {
-    m_values.add(value);
     if (const int rc = sqlite3_bind_int64(m_statement, ++m_bound, value); rc != SQLITE_OK) {
         m_database.fail(rc, "used");
     }
@@ -37,7 +33,6 @@ Statement& Statement::bind(int64_t value) {
 }
 
 Statement& Statement::bind(std::string_view text) {
-    m_values.addText(text);
     // A null pointer would bind NULL.
     const char* data = text.empty() ? "" : text.data();
     const int rc =
@@ -49,7 +44,6 @@ Statement& Statement::bind(std::string_view text) {
 }
 
 Statement& Statement::bindBlob(std::string_view bytes) {
-    m_values.addBlob(bytes);
     const char* data = bytes.empty() ? "" : bytes.data();
     const int rc = sqlite3_bind_blob64(m_statement, ++m_bound, data, bytes.size(), SQLITE_STATIC);
     if (rc != SQLITE_OK) {
@@ -60,9 +54,6 @@ Statement& Statement::bindBlob(std::string_view bytes) {
 
 bool Statement::step() {
     const int rc = sqlite3_step(m_statement);
-    if (rc == SQLITE_DONE) {
-        m_database.noteChange(m_statement, m_values, m_sql);
-    }
     if (rc == SQLITE_ROW || rc == SQLITE_DONE) {
         return rc == SQLITE_ROW;
     }
@@ -87,7 +78,6 @@ bool Statement::insert() {
         sqlite3_reset(m_statement);
         m_database.fail(rc, "written");
     }
-    m_database.noteChange(m_statement, m_values, m_sql);
     return true;
 }
 

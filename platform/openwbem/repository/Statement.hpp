@@ -42,7 +42,6 @@ private:
     const char* m_sql;
     sqlite3_stmt* m_statement;
     int m_bound = 0;
-    BoundValues m_values;
 };
 
 }  // namespace OpenWBEM

@@ -79,11 +79,12 @@ struct Call {
     enumerate @3 :Request;         # An enumeration: answered with its first portion.
     next @4 :UInt32;               # The next portion of the enumeration of that number.
     leave @5 :UInt32;              # Ends it before its time. Not answered.
+    sync @6 :Void;                 # Makes everything that was answered before durable.
   }
 }
 
-# From the daemon to the client. What was changed is committed when the answer is sent. An answer
-# with the id 0 is to no call: it says why the daemon ends the connection.
+# From the daemon to the client. What was changed is committed when the answer is sent: it outlives
+# the daemon's process, and after a sync the machine's power, too. An answer with the id 0 is to no call: it says why the daemon ends the connection.
 struct Answer {
   id @0 :UInt64;
   failure @1 :Failure;

@@ -5,8 +5,8 @@
 
 usage: forge.py REPOSITORY.DB journal PATH    a hot journal that names PATH as its super-journal
        forge.py REPOSITORY.DB sql STATEMENT   changes the file
-       forge.py REPOSITORY.DB logged          says in the header that there are logs beside it
-       forge.py REPOSITORY.DB changes SQL     a log of changes that holds that statement
+       forge.py REPOSITORY.DB logged          says in the header that there is a log beside it
+       forge.py REPOSITORY.DB log STATEMENT   changes the file by a write-ahead log beside it
        forge.py REPOSITORY.DB exchange OTHER  exchanges its directory for OTHER and back, for ever"""
 
 import ctypes
@@ -19,7 +19,6 @@ PAGE = 4096
 MULTIPLIER = 0x9E3779B97F4A7C15
 WORD = (1 << 64) - 1
 JOURNAL_MAGIC = bytes.fromhex("d9d505f920a163d7")
-STATE = 7
 
 
 def step(total, word):
@@ -74,22 +73,16 @@ def logged(path):
     write(path, with_checksums(bytes(content)))
 
 
-def bytes_checksum(total, content):
-    total = step(total, len(content))
-    whole = len(content) // 8 * 8
-    for (word,) in struct.iter_unpack("<Q", content[:whole]):
-        total = step(total, word)
-    return step(total, int.from_bytes(content[whole:], "little"))
-
-
-def changes(path, statement):
-    sql(path, "CREATE TABLE state (id INTEGER PRIMARY KEY, name INTEGER NOT NULL);"
-              f"INSERT INTO state VALUES (1, {STATE})")
+def log(path, statements):
+    before = read(path)
+    database = sqlite3.connect(path)
+    database.execute("PRAGMA journal_mode=WAL")
+    database.executescript(statements)
+    frames = read(path + "-wal")
+    database.close()
+    write(path, before)
     logged(path)
-    text = statement.encode()
-    unit = struct.pack("<Q", len(text)) + text + struct.pack("<Q", 0)
-    write(path + "-changes", b"KOVCHNG1" + struct.pack("<2Q", STATE, step(0, STATE)) +
-          struct.pack("<2Q", len(unit), bytes_checksum(STATE, unit)) + unit)
+    write(path + "-wal", frames)
 
 
 def exchange(path, other):
@@ -102,5 +95,5 @@ def exchange(path, other):
 
 
 if __name__ == "__main__":
-    {"journal": journal, "sql": sql, "logged": logged, "changes": changes,
+    {"journal": journal, "sql": sql, "logged": logged, "log": log,
      "exchange": exchange}[sys.argv[2]](sys.argv[1], *sys.argv[3:])

@@ -67,7 +67,7 @@ class Daemon(LiveStory):
         self.assertEqual(
             files,
             {"/dev/null", PID_FILE, f"{STATE}/repository", f"{STATE}/repository/repository.db",
-             f"{STATE}/repository/repository.db-wal", f"{STATE}/repository/repository.db-changes"},
+             f"{STATE}/repository/repository.db-wal"},
         )
 
     def test_tells_the_systems_log_and_finds_a_new_one(self):

@@ -14,7 +14,7 @@ from providers import (
 )
 
 # What the daemon keeps beside the repository, and what it leaves to be read again.
-TRANSIENT = re.compile(r"(owcimomd\.(pid|sock)|repository\.db(-wal|-changes)?|fennik\.lock)$")
+TRANSIENT = re.compile(r"(owcimomd\.(pid|sock)|repository\.db(-wal)?|fennik\.lock)$")
 
 USE = "fennik --register-providers - --name sample"
 LIST = "fennik --list-providers --name sample"

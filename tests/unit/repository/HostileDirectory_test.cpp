@@ -148,7 +148,7 @@ TEST_F(HostileDirectory, ARefusalLeavesTheLocksOfThisProcess) {
 }
 
 TEST_F(HostileDirectory, LinksInThePlaceOfItsFilesAreNotFollowed) {
-    for (const char* ending : {"-journal", "-wal", "-changes"}) {
+    for (const char* ending : {"-journal", "-wal"}) {
         const String name = file() + ending;
         fs::create_symlink(precious(), name);
         const bool isJournal = String(ending) == "-journal";
@@ -159,7 +159,7 @@ TEST_F(HostileDirectory, LinksInThePlaceOfItsFilesAreNotFollowed) {
 }
 
 TEST_F(HostileDirectory, DirectoriesAndPipesInThePlaceOfItsFilesAreRefused) {
-    for (const char* ending : {"", "-journal", "-wal", "-changes"}) {
+    for (const char* ending : {"", "-journal", "-wal"}) {
         const String name = file() + ending;
         const String kept = m_other.path() + "/kept";
         if (fs::exists(name)) {
@@ -185,7 +185,7 @@ TEST_F(HostileDirectory, ASecondNameOfSomebodyElsesFileIsRefused) {
     std::ofstream(elsewhere) << "precious";
     ASSERT_EQ(0, ::chown(m_directory.path().c_str(), 65534, 65534));
     ASSERT_EQ(0, ::chown(file().c_str(), 65534, 65534));
-    for (const char* ending : {"-journal", "-wal", "-changes"}) {
+    for (const char* ending : {"-journal", "-wal"}) {
         fs::create_hard_link(elsewhere, file() + ending);
         expectRefusal("does not belong to the directory's owner", RepositoryUse::SERVED);
         struct stat status {};

@@ -73,14 +73,12 @@ protected:
 
     String saved(const char* ending) const { return m_other.path() + "/saved" + ending; }
     void restore() {
-        for (const char* ending : {"", "-wal", "-journal", "-changes"}) {
+        for (const char* ending : {"", "-wal", "-journal"}) {
             std::filesystem::remove(file() + ending);
         }
         std::filesystem::copy_file(saved(".db"), file());
-        for (const char* ending : {"-wal", "-changes"}) {
-            if (std::filesystem::exists(saved(ending))) {
-                std::filesystem::copy_file(saved(ending), file() + ending);
-            }
+        if (std::filesystem::exists(saved("-wal"))) {
+            std::filesystem::copy_file(saved("-wal"), file() + "-wal");
         }
         *m_shared = {0, false};
     }
@@ -151,6 +149,30 @@ TEST_P(ServedRepositoryDeath, LeavesWholeRequestsAndAllThatWasAcknowledged) {
     EXPECT_GT(n, 30) << "it did die";
 }
 
+TEST_P(ServedRepositoryDeath, LeavesAllThatWasSynced) {
+    const auto serve = [this] {
+        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        for (uint32_t number = 0; number < REQUESTS; ++number) {
+            request(*opened, number);
+            opened.repository().sync();
+            m_shared->acknowledged = number + 1;
+        }
+        request(*opened, REQUESTS);
+    };
+    int n = 0;
+    bool died = true;
+    while (died) {
+        ++n;
+        for (unsigned seed = 0; seed < seeds(); ++seed) {
+            restore();
+            died = diesAt(n, static_cast<unsigned>(n) * SEEDS + seed, serve);
+            EXPECT_GE(requestsThere(n), m_shared->acknowledged) << "at " << n << ", " << seed;
+        }
+        ASSERT_LT(n, 5000);
+    }
+    EXPECT_GT(n, 30) << "it did die";
+}
+
 TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
     const pid_t killed = ::fork();
     if (killed == 0) {
@@ -164,7 +186,6 @@ TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
     std::filesystem::copy_file(file(), saved(".db"),
                                std::filesystem::copy_options::overwrite_existing);
     std::filesystem::copy_file(file() + "-wal", saved("-wal"));
-    std::filesystem::copy_file(file() + "-changes", saved("-changes"));
     for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
         const auto merge = [&] {
             Opened opened(m_directory.path(), use);
@@ -221,7 +242,7 @@ class ServedRepositoryFault : public ServedRepositoryDeath {};
 /// Of a request that fails nothing stays, and of those before it everything: for whoever goes on
 /// with the same connection, and for the next opening.
 TEST_P(ServedRepositoryFault, TakesBackOneRequestAndNoOther) {
-    for (const size_t size : {size_t(10), size_t(2) << 20U}) {
+    for (const size_t size : {size_t(10), size_t(70'000)}) {
         for (const uint32_t before : {0U, 2U}) {
             int n = 0;
             bool reached = true;
