@@ -6,6 +6,7 @@
 
 #include <chrono>
 
+#include "openwbem/model/ObjectStoring.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 #include "owcimomd/Configuration.hpp"
 
@@ -27,6 +28,7 @@ kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
 }
 
+/// Keeps the index that it may have.
 void setFailure(wire::Failure::Builder failure, int code, const char* message) {
     failure.setCode(static_cast<uint16_t>(code));
     failure.setMessage(message);
@@ -131,11 +133,11 @@ bool ClientSession::handle(wire::Call::Reader call, wire::Answer::Builder answer
     try {
         carryOut(call, answer);
     } catch (const CIMException& e) {
-        setFailure(answer.initFailure(), e.getErrorCode(), e.getMessage());
+        setFailure(answer.getFailure(), e.getErrorCode(), e.getMessage());
     } catch (const kj::Exception& e) {
-        setFailure(answer.initFailure(), CIMException::FAILED, e.getDescription().cStr());
+        setFailure(answer.getFailure(), CIMException::FAILED, e.getDescription().cStr());
     } catch (const std::exception& e) {
-        setFailure(answer.initFailure(), CIMException::FAILED, e.what());
+        setFailure(answer.getFailure(), CIMException::FAILED, e.what());
     }
     return true;
 }
@@ -156,8 +158,20 @@ void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answ
         case wire::Call::SYNC:
             m_operations.sync(m_user);
             break;
+        case wire::Call::STORE:
+            store(call.getStore(), answer);
+            break;
         default:
             OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the call");
+    }
+}
+
+void ClientSession::store(wire::Storing::Reader storing, wire::Answer::Builder answer) {
+    try {
+        m_operations.store(m_user, storing);
+    } catch (const ObjectStoringException& e) {
+        answer.initFailure().setIndex(static_cast<uint32_t>(e.index()));
+        throw;
     }
 }
 

@@ -43,6 +43,7 @@ private:
     /// Returns whether there is an answer.
     bool handle(wire::Call::Reader call, wire::Answer::Builder answer);
     void carryOut(wire::Call::Reader call, wire::Answer::Builder answer);
+    void store(wire::Storing::Reader storing, wire::Answer::Builder answer);
     void enumerate(wire::Request::Reader request, wire::Answer::Builder answer);
     void next(uint32_t number, wire::Answer::Builder answer);
     /// Returns whether there is more.

@@ -5,6 +5,7 @@
 #include "owcimomd/Operations.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/ObjectStoring.hpp"
 #include "owcimomd/Arguments.hpp"
 
 namespace OwCimomd {
@@ -15,6 +16,14 @@ namespace {
 
 String textOf(capnp::Text::Reader text) {
     return {text.begin(), text.size()};
+}
+
+capnp::Data::Reader bytesOf(const String& text) {
+    return {reinterpret_cast<const capnp::byte*>(text.data()), text.size()};
+}
+
+std::span<const std::byte> bytesOf(capnp::Data::Reader data) {
+    return {reinterpret_cast<const std::byte*>(data.begin()), data.size()};
 }
 
 String nameOf(capnp::Text::Reader text) {
@@ -102,8 +111,7 @@ Operations::Arguments::Arguments(wire::Request::Reader request)
                                                   : E_EXCLUDE_CLASS_ORIGIN),
       filter{nameOf(request.getAssocClass()), nameOf(request.getResultClass()),
              nameOf(request.getRole()), nameOf(request.getResultRole())} {
-    const auto object = request.getObject();
-    m_object = {reinterpret_cast<const std::byte*>(object.begin()), object.size()};
+    m_object = bytesOf(request.getObject());
     if (request.getHasPropertyList()) {
         const auto list = request.getPropertyList();
         if (list.size() > Operations::MAX_LISTED) {
@@ -166,6 +174,68 @@ String Operations::carryOut(const User& user, wire::Request::Reader request) {
     const Arguments arguments(request);
     const Setting current(m_user, &user);
     return row.isChange() ? change(row, arguments) : (this->*row.carryOut)(arguments);
+}
+
+void Operations::requireForStoring(const User& user, const String& ns,
+                                   wire::Storing::Reader storing) {
+    const unsigned classes = storing.getQualifierTypes().size() + storing.getClasses().size();
+    const unsigned instances = storing.getInstances().size();
+    if (classes > MAX_LISTED || instances > MAX_LISTED - classes) {
+        OPENWBEM_THROW_CIM(
+            INVALID_PARAMETER,
+            blocxx::Format("there are more than %1 objects in the request", MAX_LISTED));
+    }
+    if (classes > 0) {
+        m_access.require(user, ns, Right::WRITE_CLASSES);
+    }
+    if (instances > 0 || classes == 0) {
+        m_access.require(user, ns, Right::WRITE_INSTANCES);
+    }
+}
+
+void Operations::storeAll(const String& ns, wire::Storing::Reader storing) {
+    size_t index = 0;
+    const auto each = [&](auto objects, auto decode, auto store) {
+        for (const auto object : objects) {
+            try {
+                store(decoded([&] { return decode(bytesOf(object)); }), object);
+            } catch (const CIMException& e) {
+                throw ObjectStoringException(index, e);
+            }
+            ++index;
+        }
+    };
+    each(storing.getQualifierTypes(), Codec::decodeQualifierTypeArgument,
+         [&](const CIMQualifierType& object, auto) { storeQualifierType(m_handle, ns, object); });
+    each(storing.getClasses(), Codec::decodeClassArgument,
+         [&](const CIMClass& object, capnp::Data::Reader received) {
+             storeClass(m_handle, ns, object, [&](const CIMClass& existing) {
+                 return received == bytesOf(Codec::encode(existing));
+             });
+         });
+    each(storing.getInstances(), Codec::decodeInstanceArgument,
+         [&](const CIMInstance& object, auto) {
+             if (NamespaceInstances::serves(ns, object.getClassName())) {
+                 m_namespaces.createInstance(object);
+             } else {
+                 storeInstance(m_handle, ns, object);
+             }
+         });
+}
+
+void Operations::store(const User& user, wire::Storing::Reader storing) {
+    m_access.requireConnect(user);
+    const String ns = nameOf(storing.getNameSpace());
+    requireForStoring(user, ns, storing);
+    m_access.noteChange(ns);
+    const Setting current(m_user, &user);
+    try {
+        storeAll(ns, storing);
+    } catch (...) {
+        m_repository.rollBack();
+        throw;
+    }
+    m_handle.commit();
 }
 
 // The commit is the commit point: the answer is sent after it, and what fails before leaves

@@ -26,6 +26,8 @@ public:
     RepositoryCIMOMHandle& handle() { return *m_handle; }
     /// By default everything may be seen.
     void setMayRead(MayRead mayRead);
+    /// See CIMRepository::rollBack().
+    void rollBack() noexcept { m_repository->rollBack(); }
     /// See CIMRepository::sync().
     void sync() { m_repository->sync(); }
     /// Everything into the one file. Throws CIMException when that fails; the next opening does it

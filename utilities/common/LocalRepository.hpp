@@ -19,6 +19,9 @@ public:
 
     CIMOMHandleIFCRef handle() const override { return m_handle; }
     bool hasNameSpace(const String& name) const override;
+    void store(const String& ns, const ObjectsToStore& objects) override {
+        storeObjects(*m_handle, ns, objects);
+    }
     bool isUnitOfWork() const override { return true; }
     /// Throws CIMException; then nothing was done.
     void close() override { m_repository->close(); }

@@ -19,6 +19,9 @@ public:
 
     CIMOMHandleIFCRef handle() const override { return m_handle; }
     bool hasNameSpace(const String& name) const override;
+    void store(const String& ns, const ObjectsToStore& objects) override {
+        m_handle->store(ns, objects);
+    }
     bool isUnitOfWork() const override { return false; }
     void close() override { m_handle->commit(); }
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "openwbem/model/ObjectStoring.hpp"
 
 namespace OwUtilities {
 
@@ -28,6 +29,8 @@ public:
 
     virtual CIMOMHandleIFCRef handle() const = 0;
     virtual bool hasNameSpace(const String& name) const = 0;
+    /// Creates the objects, or changes them where they exist. Throws ObjectStoringException.
+    virtual void store(const String& ns, const ObjectsToStore& objects) = 0;
     /// Whether everything done through the handle is undone unless close() succeeds. Otherwise each
     /// operation stays, whatever fails afterwards.
     virtual bool isUnitOfWork() const = 0;

@@ -2,7 +2,6 @@
 #include "utilities/owmofc/ContentWriter.hpp"
 
 #include "blocxx/Format.hpp"
-#include "openwbem/model/InstanceCompletion.hpp"
 #include "utilities/common/Attempt.hpp"
 
 namespace OwMofc {
@@ -16,32 +15,31 @@ String on(const char* what, const String& name, const String& ns) {
     return Format("%1 \"%2\" in the namespace \"%3\"", what, name, ns);
 }
 
-/// Runs `create`; false when the object exists already.
-template <class Create>
-[[nodiscard]] bool created(Create create) {
-    try {
-        create();
-        return true;
-    } catch (const CIMException& e) {
-        if (e.getErrNo() != CIMException::ALREADY_EXISTS) {
-            throw;
-        }
-        return false;
-    }
-}
-
 bool isEmpty(const MOF::NamespaceContent& content) {
     return content.qualifierTypes.empty() && content.classes.empty() && content.instances.empty();
 }
 
-/// Runs `action`; its failure tells what was attempted with the object that is named `at`.
-template <class What, class Action>
-void attemptAt(const MOF::ContentPlaces& places, const char* at, What what, Action action) {
-    try {
-        action();
-    } catch (const CIMException& e) {
-        throw places.failure(at, describeAttempt(what(), e), e.getErrNo());
+/// The failure at the place of the object that could not be stored, with what was attempted.
+MOF::MOFCompilerException failureOf(const MOF::NamespaceContent& content,
+                                    const ObjectStoringException& e) {
+    const String& ns = content.nameSpace;
+    const auto failure = [&](const char* place, const String& attempt) {
+        return content.places.failure(place, describeAttempt(attempt, e), e.getErrNo());
+    };
+    size_t index = e.index();
+    if (index < content.qualifierTypes.size()) {
+        return failure(content.places.qualifierTypes[index],
+                       on("set the qualifier type", content.qualifierTypes[index].getName(), ns));
     }
+    index -= content.qualifierTypes.size();
+    if (index < content.classes.size()) {
+        return failure(content.places.classes[index],
+                       on("write the class", content.classes[index].getName(), ns));
+    }
+    index -= content.classes.size();
+    return failure(content.places.instances.at(index),
+                   on("write the instance",
+                      CIMObjectPath(String(), content.instances.at(index)).toString(), ns));
 }
 
 }  // namespace
@@ -64,70 +62,16 @@ void ContentWriter::write(const MOF::NamespaceContent& content) {
         return;
     }
     requireNameSpace(content);
-    const String& ns = content.nameSpace;
-    const MOF::ContentPlaces& places = content.places;
-    for (size_t i = 0; i < content.qualifierTypes.size(); ++i) {
-        const CIMQualifierType& qualifierType = content.qualifierTypes[i];
-        attemptAt(
-            places, places.qualifierTypes[i],
-            [&] { return on("set the qualifier type", qualifierType.getName(), ns); },
-            [&] { writeQualifierType(ns, qualifierType); });
+    try {
+        m_repository.store(content.nameSpace,
+                           {content.qualifierTypes, content.classes, content.instances});
+    } catch (const ObjectStoringException& e) {
+        throw failureOf(content, e);
     }
-    for (size_t i = 0; i < content.classes.size(); ++i) {
-        const CIMClass& cls = content.classes[i];
-        attemptAt(
-            places, places.classes[i], [&] { return on("write the class", cls.getName(), ns); },
-            [&] { writeClass(ns, cls); });
-    }
-    for (size_t i = 0; i < content.instances.size(); ++i) {
-        const CIMInstance& instance = content.instances[i];
-        attemptAt(
-            places, places.instances[i],
-            [&] {
-                return on("write the instance", CIMObjectPath(String(), instance).toString(), ns);
-            },
-            [&] { writeInstance(ns, instance); });
-    }
-    Counts& counts = m_counts[ns];
+    Counts& counts = m_counts[content.nameSpace];
     counts.qualifierTypes += content.qualifierTypes.size();
     counts.classes += content.classes.size();
     counts.instances += content.instances.size();
-}
-
-void ContentWriter::writeQualifierType(const String& ns, const CIMQualifierType& qualifierType) {
-    try {
-        if (m_repository.handle()->getQualifierType(ns, qualifierType.getName()) == qualifierType) {
-            return;
-        }
-    } catch (const CIMException& e) {
-        if (e.getErrNo() != CIMException::NOT_FOUND) {
-            throw;
-        }
-    }
-    m_repository.handle()->setQualifierType(ns, qualifierType);
-}
-
-void ContentWriter::writeClass(const String& ns, const CIMClass& cls) {
-    CIMOMHandleIFC& handle = *m_repository.handle();
-    if (created([&] { handle.createClass(ns, cls); })) {
-        return;
-    }
-    const CIMClass existing = handle.getClass(ns, cls.getName(), E_NOT_LOCAL_ONLY,
-                                              E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN);
-    if (!(existing == cls)) {
-        handle.modifyClass(ns, cls);
-    }
-}
-
-void ContentWriter::writeInstance(const String& ns, const CIMInstance& instance) {
-    CIMOMHandleIFC& handle = *m_repository.handle();
-    if (created([&] { handle.createInstance(ns, instance); })) {
-        return;
-    }
-    // What the text does not say gets its default again, as in a new instance.
-    const CIMClass cls = handle.getClass(ns, instance.getClassName(), E_NOT_LOCAL_ONLY,
-                                         E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN);
-    handle.modifyInstance(ns, completeInstance(instance, cls));
 }
 
 String ContentWriter::summary() const {

@@ -31,10 +31,6 @@ private:
         size_t classes = 0;
         size_t instances = 0;
     };
-    void writeQualifierType(const String& ns, const CIMQualifierType& qualifierType);
-    void writeClass(const String& ns, const CIMClass& cls);
-    void writeInstance(const String& ns, const CIMInstance& instance);
-
     Repository& m_repository;
     std::map<String, Counts> m_counts;
 };

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The operations of CIMOMHandleIFC carried out by the running daemon. Each call is one round trip,
-// and committed when it returns; an enumeration is handed over portion by portion. Failures are the
-// CIMExceptions that a repository opened directly would throw; when the daemon cannot be reached or
-// the connection is lost, CIMException FAILED.
+// and committed when it returns (commit() makes it durable); an enumeration is handed over portion
+// by portion. Failures are the CIMExceptions that a repository opened directly would throw; when
+// the daemon cannot be reached or the connection is lost, CIMException FAILED.
 //
 // A handle belongs to one thread, and not to a child process too. Releasing a handle whose
 // daemon has gone is no failure.
@@ -13,6 +13,7 @@
 
 #include "openwbem/client/WBEMProtocolHandler.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "openwbem/model/ObjectStoring.hpp"
 
 namespace OpenWBEM {
 
@@ -103,8 +104,13 @@ public:
                            EIncludeQualifiersFlag includeQualifiers,
                            EIncludeClassOriginFlag includeClassOrigin,
                            const StringArray* propertyList) override;
-    /// Does nothing: every call was committed when it returned.
+    /// Has the daemon make durable what its calls have committed.
     void commit() override;
+
+    /// Creates the objects, or changes them where they exist, many of them with one call: such a
+    /// call is carried out as a whole or not at all. Throws ObjectStoringException, and
+    /// CIMException when the connection fails; what the calls before have stored stays.
+    void store(const String& ns, const ObjectsToStore& objects);
 
 private:
     explicit ClientCIMOMHandle(const String& socketPath);

@@ -22,13 +22,16 @@ void setText(const String& text, auto setter) {
     }
 }
 
+kj::ArrayPtr<const kj::byte> bytesOf(const String& encoded) {
+    return kj::arrayPtr(reinterpret_cast<const kj::byte*>(encoded.data()), encoded.size());
+}
+
 void fill(wire::Request::Builder out, const ClientCall& call) {
     out.setOperation(call.operation);
     setText(call.ns, [&](auto text) { out.setNameSpace(text); });
     setText(call.name == nullptr ? String() : *call.name, [&](auto text) { out.setName(text); });
     if (!call.object.empty()) {
-        out.setObject(kj::arrayPtr(reinterpret_cast<const kj::byte*>(call.object.data()),
-                                   call.object.size()));
+        out.setObject(bytesOf(call.object));
     }
     out.setDeep(call.deep);
     out.setLocalOnly(call.localOnly);
@@ -47,6 +50,22 @@ void fill(wire::Request::Builder out, const ClientCall& call) {
         setText(call.filter->role, [&](auto text) { out.setRole(text); });
         setText(call.filter->resultRole, [&](auto text) { out.setResultRole(text); });
     }
+}
+
+void fill(capnp::List<capnp::Data>::Builder out, const StringArray& objects) {
+    for (unsigned i = 0; i < out.size(); ++i) {
+        out.set(i, bytesOf(objects[i]));
+    }
+}
+
+void fill(wire::Storing::Builder out, const ClientStoring& storing) {
+    const auto size = [](const StringArray& objects) {
+        return static_cast<unsigned>(objects.size());
+    };
+    setText(storing.ns, [&](auto text) { out.setNameSpace(text); });
+    fill(out.initQualifierTypes(size(storing.qualifierTypes)), storing.qualifierTypes);
+    fill(out.initClasses(size(storing.classes)), storing.classes);
+    fill(out.initInstances(size(storing.instances)), storing.instances);
 }
 
 /// The failure that the daemon tells of becomes the exception that it was there.
@@ -260,6 +279,23 @@ String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout
         raiseIfFailed(answer.getFailure());
         const auto object = answer.getObject();
         return String(reinterpret_cast<const char*>(object.begin()), object.size());
+    });
+}
+
+void ClientConnection::store(const ClientStoring& storing, const Timeout& timeout) {
+    guarded([&] {
+        const uint64_t id =
+            send([&](wire::Call::Builder out) { fill(out.initStore(), storing); }, timeout);
+        auto message = m_session->await(id);
+        const auto failure = message->getRoot<wire::Answer>().getFailure();
+        try {
+            raiseIfFailed(failure);
+        } catch (const CIMException& e) {
+            if (failure.getIndex() >= storing.size()) {
+                throw;
+            }
+            throw ObjectStoringException(failure.getIndex(), e);
+        }
     });
 }
 

@@ -11,6 +11,7 @@
 
 #include "openwbem/client/WBEMProtocolHandler.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "openwbem/model/ObjectStoring.hpp"
 #include "rpc.capnp.h"
 
 namespace OpenWBEM {
@@ -27,6 +28,23 @@ struct ClientCall {
     bool includeClassOrigin = false;
     const StringArray* propertyList = nullptr;
     const AssociationFilter* filter = nullptr;
+};
+
+/// Encoded objects to store (wire::Storing).
+struct ClientStoring {
+    const String& ns;
+    StringArray qualifierTypes{};
+    StringArray classes{};
+    StringArray instances{};
+
+    size_t size() const noexcept {
+        return qualifierTypes.size() + classes.size() + instances.size();
+    }
+    void clear() noexcept {
+        qualifierTypes.clear();
+        classes.clear();
+        instances.clear();
+    }
 };
 
 class ClientConnection {
@@ -47,6 +65,9 @@ public:
     void sync(const blocxx::Timeout& timeout);
     /// The encoded result.
     String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
+    /// Stores all of the objects or none. Throws ObjectStoringException with the index of the one
+    /// that could not be stored.
+    void store(const ClientStoring& storing, const blocxx::Timeout& timeout);
     /// Hands over each encoded result.
     void enumerate(const ClientCall& call, const blocxx::Timeout& timeout,
                    const std::function<void(Bytes)>& visit);

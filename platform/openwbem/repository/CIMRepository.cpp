@@ -43,6 +43,12 @@ void CIMRepository::commit() {
     store().database.commit();
 }
 
+void CIMRepository::rollBack() noexcept {
+    if (m_store) {
+        m_store->database.rollBack(false);
+    }
+}
+
 void CIMRepository::sync() {
     store().database.sync();
 }

@@ -48,6 +48,8 @@ public:
     /// Commits the unit of work: durable, unless the repository is served. See
     /// CIMOMHandleIFC::commit().
     void commit();
+    /// Takes back what the unit of work has done so far; the next change starts a new one.
+    void rollBack() noexcept;
     /// Makes everything that was committed while the repository is served durable. Throws
     /// CIMException FAILED; what was committed is still there then, and may be lost in a power cut.
     void sync();

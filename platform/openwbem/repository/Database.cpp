@@ -256,8 +256,7 @@ void Database::commit() {
 
 void Database::rollBack(bool failed) noexcept {
     if (m_unit == Unit::OPEN) {
-        // A unit that is not failed has written nothing.
-        m_rolledBackSinceAsked = m_rolledBackSinceAsked || failed;
+        m_rolledBackSinceAsked = m_rolledBackSinceAsked || changes() != m_changesAtBegin;
         if (sqlite3_get_autocommit(m_db) == 0) {
             sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
         }

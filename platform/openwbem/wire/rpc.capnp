@@ -57,10 +57,20 @@ struct Request {
   resultRole @13 :Text;
 }
 
+# Objects of one namespace, to be created, or changed where they exist, in that order: all of them or
+# none.
+struct Storing {
+  nameSpace @0 :Text;
+  qualifierTypes @1 :List(Data);   # messages of cim.capnp: QualifierType,
+  classes @2 :List(Data);          # Class, what it declares itself
+  instances @3 :List(Data);        # and InstanceView
+}
+
 # Why an operation failed: a CIM status code (DSP0200 5.2.6) and a text.
 struct Failure {
   code @0 :UInt16;                 # 0: it has not failed
   message @1 :Text;
+  index @2 :UInt32;                # which object of a Storing, counted through its lists
 }
 
 # A portion of an enumeration: names as UTF-8, everything else as messages of cim.capnp.
@@ -80,6 +90,7 @@ struct Call {
     next @4 :UInt32;               # The next portion of the enumeration of that number.
     leave @5 :UInt32;              # Ends it before its time. Not answered.
     sync @6 :Void;                 # Makes everything that was answered before durable.
+    store @7 :Storing;             # Stores many objects at once.
   }
 }
 

@@ -87,6 +87,23 @@ TEST_F(Access, FollowsTheLettersOfTheRights) {
     EXPECT_EQ(2u, m_daemon.connect()->enumInstancesA("test", "Person").size());
 }
 
+TEST_F(Access, StoringTakesTheRightsToWhatIsStored) {
+    grant(Stranger("mail"), "test", "w");
+    const Array<CIMQualifierType> types{qualifierType("Fresh", CIMDataType::STRING, CIMScope::ANY)};
+    const Array<CIMClass> classes{makeClass("Fresh", "", {})};
+    const Array<CIMInstance> instances{person("fresh")};
+    const ObjectsToStore all[] = {{types, {}, {}}, {{}, classes, {}}, {{}, {}, instances}};
+    for (const ObjectsToStore& objects : all) {
+        const auto store = [&](ClientCIMOMHandle& handle) { handle.store("test", objects); };
+        EXPECT_EQ(2, statusFor(m_nobody, store));
+        EXPECT_EQ(2, statusFor(m_reader, store));
+        EXPECT_EQ(&objects == &all[2] ? 0 : 2, statusFor(Stranger("mail"), store));
+        EXPECT_EQ(0, statusFor(m_writer, store));
+    }
+    EXPECT_EQ(0, statusFor(m_reader, [](CIMOMHandleIFC& handle) { handle.commit(); }));
+    EXPECT_EQ(2, statusFor(m_nobody, [](CIMOMHandleIFC& handle) { handle.commit(); }));
+}
+
 TEST_F(Access, EveryOperationIsGuarded) {
     const AssociationFilter none;
     auto instances = makeResultHandler<CIMInstance>([](const CIMInstance&) {});
