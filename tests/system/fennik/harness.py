@@ -130,6 +130,11 @@ def describe(path):
     return text
 
 
+def is_sanitized(program):
+    """Whether the program was built with the sanitizers, which have needs of their own."""
+    return b"__ubsan" in read(program)
+
+
 def read(path):
     with open(path, "rb") as file:
         return file.read()

@@ -2,6 +2,7 @@
 """A daemon that fennik starts has the limits and the priority that it has at boot, whatever those of
 the caller are."""
 
+from harness import FENNIK, is_sanitized
 from live import INIT, PID_FILE, LiveStory
 
 LOOK = (
@@ -30,7 +31,10 @@ def has_right(number):
 def caller():
     """A shell script that makes itself as uncommon as it can, and ends in a command to be named."""
     kind = "" if has_right(CAP_SYS_RESOURCE) else "-S"
-    limits = "".join(f"ulimit {kind} -{letter} {value};" for letter, value in LIMITS.items())
+    # The sanitizer reserves terabytes of addresses.
+    given = {letter: value for letter, value in LIMITS.items()
+             if letter not in "vd" or not is_sanitized(FENNIK)}
+    limits = "".join(f"ulimit {kind} -{letter} {value};" for letter, value in given.items())
     files = "ulimit -n 200;" if has_right(CAP_SYS_RESOURCE) else ""
     return limits + files + REST + ("nice -n 7 chrt -b 0 " if has_right(CAP_SYS_NICE) else "")
 
