@@ -3,6 +3,7 @@ kov_unit_test(blocxx_test
   SOURCES
     unit/blocxx/CmdLineParser_test.cpp
     unit/blocxx/Exception_test.cpp
+    unit/blocxx/DurableFile_test.cpp
     unit/blocxx/FileSystem_test.cpp
     unit/blocxx/Format_test.cpp
     unit/blocxx/Interruption_test.cpp

@@ -118,20 +118,20 @@ TempFile::Released createTempFile(const String& directory) {
     throw FennikException(place, details, 16, reason);
 }
 
+/// Durable before the rename: after a power cut the snippet's name must not stand over nothing.
 void writeAndClose(blocxx::File& file, const String& tempPath, const String& content) {
-    const ssize_t written = file.write(content.data(), content.size());
-    if (written == -1) {
-        CleanupTempFile_ReportErrno("Unable to write to temp file.", tempPath, errno);
-    }
-    if (const auto done = static_cast<size_t>(written); done < content.size()) {
-        // A short count leaves no reason in errno. The next byte meets what stopped this write.
-        errno = EIO;
-        file.write(content.data() + done, 1);
-        CleanupTempFile_ReportErrno("Incomplete write while creating temp file.", tempPath, errno);
-    }
-    // Synced before the rename: after a power cut the snippet's name must not stand over nothing.
-    if (file && (file.flush() != 0 || file.close() != 0)) {
-        CleanupTempFile_ReportErrno("Error closing " + tempPath, tempPath, errno);
+    using FileSystem::WriteStep;
+    switch (FileSystem::writeDurably(file, content)) {
+        case WriteStep::WRITE:
+            CleanupTempFile_ReportErrno("Unable to write to temp file.", tempPath, errno);
+        case WriteStep::WRITE_REST:
+            CleanupTempFile_ReportErrno("Incomplete write while creating temp file.", tempPath,
+                                        errno);
+        case WriteStep::SYNC:
+        case WriteStep::CLOSE:
+            CleanupTempFile_ReportErrno("Error closing " + tempPath, tempPath, errno);
+        case WriteStep::DONE:
+            break;
     }
 }
 
@@ -178,6 +178,7 @@ void setConfigFileFromString(const String& productName, const String& content,
     auto [file, tempPath] = createTempFile(ProductPaths::configDirectory(prefix));
     writeAndClose(file, tempPath, content);
     renameIntoPlace(tempPath, path);
+    FileSystem::syncName(path);
     log().debug("Successfully created config file \"%1\"", path);
 }
 
@@ -192,6 +193,7 @@ void rmConfigFile(const String& productName, const String& prefix, CleanupAction
         BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path, 17);
     }
     undo.push_back(boost::bind(&cleanupWriteFile, path, *content));
+    FileSystem::syncName(path);
 }
 
 }  // namespace KOVNS2

@@ -92,16 +92,19 @@ blocxx::File createAllowedUsersFile(const String& path) {
 }
 
 void writeAndClose(blocxx::File& file, const String& path, const String& content) {
-    errno = ENOSPC;  // what a short count means, which sets none
-    if (file.write(content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
-        throwFileFailure("Failed to write contents of %1", path, 13);
+    using blocxx::FileSystem::WriteStep;
+    switch (blocxx::FileSystem::writeDurably(file, content)) {
+        case WriteStep::WRITE:
+        case WriteStep::WRITE_REST:
+            throwFileFailure("Failed to write contents of %1", path, 13);
+        case WriteStep::SYNC:
+            throwFileFailure("Failed to flush %1", path, 13);
+        case WriteStep::CLOSE:
+            throwFileFailure("Failed to close %1", path, 13);
+        case WriteStep::DONE:
+            break;
     }
-    if (file.flush() != 0) {
-        throwFileFailure("Failed to flush %1", path, 13);
-    }
-    if (file && file.close() != 0) {
-        throwFileFailure("Failed to close %1", path, 13);
-    }
+    blocxx::FileSystem::syncName(path);
 }
 
 String allowedUsersLine(const StringArray& userNames) {
@@ -178,6 +181,14 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
     errno = EINVAL;
     if (!ProductPaths::canNameFile(productName) || !blocxx::FileSystem::removeFile(path)) {
         throwFileFailure("Failed to remove %1", path, 25);
+    }
+    // There is no way back from here, so that this is no failure.
+    if (!blocxx::FileSystem::syncDirectory(blocxx::FileSystem::Path::dirname(path))) {
+        const String message = Format(
+            "Failed to sync the directory of %1: %2. If a power cut brings the file back, remove "
+            "it",
+            path, std::strerror(errno));
+        blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
     }
 }
 

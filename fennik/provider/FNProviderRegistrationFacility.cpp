@@ -2,6 +2,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/undo/FennikException.hpp"
 #include "fennik/undo/FileUtils.hpp"
@@ -96,12 +97,16 @@ void ProviderRegistrationFacility::executeCleanupActions() {
 void ProviderRegistrationFacility::registerProviders(const String& list) {
     const Array<ProviderRegistrationRef> added = parseInputData(list);
     try {
-        for (const auto& current : getCurrentProviderRegistrations()) {
-            current->deRegisterProvider(this);
+        const Array<ProviderRegistrationRef> current = getCurrentProviderRegistrations();
+        for (const auto& registration : current) {
+            registration->deRegisterProvider(this);
         }
         removeWhatWasPutOff();
         for (const auto& registration : added) {
             registration->registerProvider(this);
+        }
+        if (!current.empty() || !added.empty()) {
+            PrivilegeFiles::syncNames(m_destDir);
         }
     } catch (const FennikException&) {
         throw;

@@ -60,13 +60,18 @@ void writeFile(const String& path, const String& contents) {
     if (!file) {
         BLOCXX_THROW_ERRNO(blocxx::IOException, Format("createFile(%1) failed", path).toString());
     }
-    errno = ENOSPC;  // what a short count means, which sets none
-    if (file.write(contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
-        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("write to %1 failed", path).toString());
+    const FileSystem::WriteStep failed = FileSystem::writeDurably(file, contents);
+    if (failed != FileSystem::WriteStep::DONE) {
+        const char* const text =
+            failed == FileSystem::WriteStep::CLOSE ? "close of %1 failed" : "write to %1 failed";
+        BLOCXX_THROW_ERRNO(blocxx::IOException, Format(text, path).toString());
     }
-    if (file.close() != 0) {
-        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("close of %1 failed", path).toString());
-    }
+}
+
+void syncNames(const String& prefix) {
+    const String directory = prefix + DIRECTORY;
+    FileSystem::syncEntries(directory);
+    FileSystem::syncEntries(directory + "/owcimomd");
 }
 
 }  // namespace KOVNS2::PrivilegeFiles

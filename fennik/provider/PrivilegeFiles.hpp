@@ -29,8 +29,12 @@ String providerPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance);
 /// is too long, and with `mustNotExist` when there is such a file.
 String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist);
 
-/// Creates the file, which must not be there, with these contents. Throws IOException with errno as
-/// its code; what was written until then stays.
+/// Creates the file, which must not be there, with these contents, and syncs it. Its name is
+/// durable with syncNames(). Throws IOException with errno as its code; what was written until then
+/// stays.
 void writeFile(const String& path, const String& contents);
+/// Makes durable which privilege files there are below `prefix`, all at once. Throws
+/// FileSystemException.
+void syncNames(const String& prefix);
 
 }  // namespace KOVNS2::PrivilegeFiles

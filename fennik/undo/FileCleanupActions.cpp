@@ -63,11 +63,8 @@ void cleanupWriteFile(const String& path, const String& contents) {
                          contents);
         return;
     }
-    const ssize_t written = file.write(contents.data(), contents.size());
-    if (written < 0 || static_cast<size_t>(written) < contents.size()) {
-        reportUnwritten(path, contents);
-    }
-    if (file.close() != 0) {
+    if (FileSystem::writeDurably(file, contents) != FileSystem::WriteStep::DONE ||
+        !FileSystem::syncDirectory(FileSystem::Path::dirname(path))) {
         reportUnwritten(path, contents);
     }
 }

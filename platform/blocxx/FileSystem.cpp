@@ -108,6 +108,48 @@ bool syncDirectory(const String& path) {
     return directory && directory.flush() == 0;
 }
 
+void syncName(const String& path) {
+    syncEntries(Path::dirname(path));
+}
+
+void syncEntries(const String& directory) {
+    if (!syncDirectory(directory)) {
+        BLOCXX_THROW_ERRNO(
+            FileSystemException,
+            Format("Cannot put the directory \"%1\" on the disk", directory).toString());
+    }
+}
+
+namespace {
+
+WriteStep write(File& file, std::string_view content) {
+    const ssize_t written = file.write(content.data(), content.size());
+    if (written < 0) {
+        return WriteStep::WRITE;
+    }
+    const std::string_view rest = content.substr(static_cast<size_t>(written));
+    if (rest.empty()) {
+        return WriteStep::DONE;
+    }
+    // A short count leaves no reason in errno. The next byte meets what stopped this write.
+    errno = ENOSPC;
+    file.write(rest.data(), 1);
+    return WriteStep::WRITE_REST;
+}
+
+}  // namespace
+
+WriteStep writeDurably(File& file, std::string_view content) {
+    const WriteStep step = write(file, content);
+    if (step != WriteStep::DONE) {
+        return step;
+    }
+    if (file.flush() != 0) {
+        return WriteStep::SYNC;
+    }
+    return file.close() != 0 ? WriteStep::CLOSE : WriteStep::DONE;
+}
+
 namespace {
 
 [[noreturn]] void refuseLength(const String& nameForMessages, size_t limit) {

@@ -7,6 +7,8 @@
 
 #include <sys/types.h>
 
+#include <string_view>
+
 #include "blocxx/Exception.hpp"
 #include "blocxx/File.hpp"
 #include "blocxx/String.hpp"
@@ -39,8 +41,25 @@ bool renameFile(const String& from, const String& to);
 bool makeDirectory(const String& path, mode_t mode = 0777);
 bool changeFileOwner(const String& path, uid_t uid, gid_t gid);
 bool changeFileMode(const String& path, mode_t mode);
-/// Puts a directory's entries on the disk.
+/// Makes a directory's entries durable.
 bool syncDirectory(const String& path);
+/// The same; throws FileSystemException that names the directory.
+void syncEntries(const String& directory);
+/// Makes durable that the file of that path is there, or that it has gone. Throws as syncEntries().
+void syncName(const String& path);
+
+/// The steps of writing a file.
+enum class WriteStep {
+    WRITE,
+    WRITE_REST,  ///< the system wrote a part and then no more
+    SYNC,
+    CLOSE,
+    DONE
+};
+/// Writes all of the content at the current offset, syncs the file and closes it. Returns the step
+/// that failed, with errno set, or DONE. What was written until then stays; the file stays open
+/// when it could not be written or synced.
+WriteStep writeDurably(File& file, std::string_view content);
 
 /// The most that is read as one content, in bytes, unless the caller says otherwise: far above
 /// every file of this system, and a bound on the memory that an endless one (a device, a pipe)

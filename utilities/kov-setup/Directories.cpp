@@ -118,10 +118,9 @@ void writeDefaultConfig(const String& path) {
         return;
     }
     blocxx::File file = FileSystem::createFile(path);
-    const auto size = static_cast<ssize_t>(DEFAULT_CONFIG.size());
-    const bool written = file && file.write(DEFAULT_CONFIG.data(), DEFAULT_CONFIG.size()) == size &&
-                         file.flush() == 0 && file.close() == 0 &&
-                         FileSystem::changeFileMode(path, CONFIG_FILE_MODE);
+    const bool written =
+        file && FileSystem::writeDurably(file, DEFAULT_CONFIG) == FileSystem::WriteStep::DONE &&
+        FileSystem::changeFileMode(path, CONFIG_FILE_MODE);
     if (!written) {
         failWithErrno(Format("cannot write \"%1\"", path));
     }

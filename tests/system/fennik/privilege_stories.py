@@ -233,6 +233,7 @@ class FilesThatCannotBeWritten(ProviderStory):
             for injection, what, reason in (
                 ("write:error=ENOSPC", "write to {} failed", "No space left on device"),
                 ("write:retval=3", "write to {} failed", "No space left on device"),
+                ("fsync:error=EIO", "write to {} failed", "Input/output error"),
                 ("close:error=EIO", "close of {} failed", "Input/output error"),
             ):
                 with self.subTest(path=path, injection=injection):

@@ -130,7 +130,7 @@ TEST_F(WritingPrivilegeFiles, ShortWriteIsAFailureThatLeavesWhatWasWritten) {
     }
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(message, "write to " + path().string() + " failed: 28(No space left on device)");
+    EXPECT_EQ(message, "write to " + path().string() + " failed: 27(File too large)");
     EXPECT_EQ(readFile(path()), "con");
 }
 
