@@ -7,13 +7,10 @@
 // fails, SQLite takes back that one only.
 #include <sqlite3.h>
 
-#include "blocxx/Format.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 
 namespace OpenWBEM {
-
-using blocxx::Format;
 
 namespace {
 
