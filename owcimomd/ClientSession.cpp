@@ -168,7 +168,7 @@ void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answ
 
 void ClientSession::store(wire::Storing::Reader storing, wire::Answer::Builder answer) {
     try {
-        m_operations.store(m_user, storing);
+        answer.setStored(static_cast<uint32_t>(m_operations.store(m_user, storing)));
     } catch (const ObjectStoringException& e) {
         answer.initFailure().setIndex(static_cast<uint32_t>(e.index()));
         throw;

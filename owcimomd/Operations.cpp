@@ -4,6 +4,8 @@
 // Enumerations.cpp.
 #include "owcimomd/Operations.hpp"
 
+#include <chrono>
+
 #include "blocxx/Format.hpp"
 #include "openwbem/model/ObjectStoring.hpp"
 #include "owcimomd/Arguments.hpp"
@@ -13,6 +15,11 @@ namespace OwCimomd {
 using wire::Operation;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// After so long a call that stores is over, so that other clients have their turn.
+constexpr std::chrono::milliseconds STORING_TIME{20};
 
 String textOf(capnp::Text::Reader text) {
     return {text.begin(), text.size()};
@@ -193,10 +200,14 @@ void Operations::requireForStoring(const User& user, const String& ns,
     }
 }
 
-void Operations::storeAll(const String& ns, wire::Storing::Reader storing) {
+size_t Operations::storeSome(const String& ns, wire::Storing::Reader storing) {
+    const auto end = Clock::now() + STORING_TIME;
     size_t index = 0;
     const auto each = [&](auto objects, auto decode, auto store) {
         for (const auto object : objects) {
+            if (index > 0 && Clock::now() >= end) {
+                return;
+            }
             try {
                 store(decoded([&] { return decode(bytesOf(object)); }), object);
             } catch (const CIMException& e) {
@@ -221,21 +232,24 @@ void Operations::storeAll(const String& ns, wire::Storing::Reader storing) {
                  storeInstance(m_handle, ns, object);
              }
          });
+    return index;
 }
 
-void Operations::store(const User& user, wire::Storing::Reader storing) {
+size_t Operations::store(const User& user, wire::Storing::Reader storing) {
     m_access.requireConnect(user);
     const String ns = nameOf(storing.getNameSpace());
     requireForStoring(user, ns, storing);
     m_access.noteChange(ns);
     const Setting current(m_user, &user);
+    size_t stored = 0;
     try {
-        storeAll(ns, storing);
+        stored = storeSome(ns, storing);
     } catch (...) {
         m_repository.rollBack();
         throw;
     }
     m_handle.commit();
+    return stored;
 }
 
 // The commit is the commit point: the answer is sent after it, and what fails before leaves

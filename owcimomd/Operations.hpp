@@ -48,9 +48,9 @@ public:
 
     /// The result of an operation that has at most one.
     String carryOut(const User& user, wire::Request::Reader request);
-    /// Creates the objects, or changes them where they exist: all of them or none. Throws
-    /// ObjectStoringException.
-    void store(const User& user, wire::Storing::Reader storing);
+    /// Creates the objects, or changes them where they exist: as many from the beginning as others
+    /// can wait for. Returns how many, at least one. Throws ObjectStoringException; then none.
+    size_t store(const User& user, wire::Storing::Reader storing);
     std::unique_ptr<EncodedEnumeration> open(const User& user, wire::Request::Reader request);
     /// Appends the next portion of an enumeration of that user, who must still have the rights.
     bool next(const User& user, EncodedEnumeration& enumeration, StringArray& portion);
@@ -70,7 +70,7 @@ private:
     String change(const Row& row, const Arguments& arguments);
 
     void requireForStoring(const User& user, const String& ns, wire::Storing::Reader storing);
-    void storeAll(const String& ns, wire::Storing::Reader storing);
+    size_t storeSome(const String& ns, wire::Storing::Reader storing);
 
     String getClass(const Arguments& a);
     String createClass(const Arguments& a);

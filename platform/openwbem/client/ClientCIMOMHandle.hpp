@@ -107,9 +107,9 @@ public:
     /// Has the daemon make durable what its calls have committed.
     void commit() override;
 
-    /// Creates the objects, or changes them where they exist, many of them with one call: such a
-    /// call is carried out as a whole or not at all. Throws ObjectStoringException, and
-    /// CIMException when the connection fails; what the calls before have stored stays.
+    /// Creates the objects, or changes them where they exist, many of them in one unit of work,
+    /// which is there as a whole or not at all. Throws ObjectStoringException, and CIMException
+    /// when the connection fails; what the units before have stored stays.
     void store(const String& ns, const ObjectsToStore& objects);
 
 private:

@@ -282,12 +282,13 @@ String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout
     });
 }
 
-void ClientConnection::store(const ClientStoring& storing, const Timeout& timeout) {
-    guarded([&] {
+size_t ClientConnection::store(const ClientStoring& storing, const Timeout& timeout) {
+    return guarded([&] {
         const uint64_t id =
             send([&](wire::Call::Builder out) { fill(out.initStore(), storing); }, timeout);
         auto message = m_session->await(id);
-        const auto failure = message->getRoot<wire::Answer>().getFailure();
+        const auto answer = message->getRoot<wire::Answer>();
+        const auto failure = answer.getFailure();
         try {
             raiseIfFailed(failure);
         } catch (const CIMException& e) {
@@ -296,6 +297,12 @@ void ClientConnection::store(const ClientStoring& storing, const Timeout& timeou
             }
             throw ObjectStoringException(failure.getIndex(), e);
         }
+        const size_t stored = answer.getStored();
+        if (stored == 0 || stored > storing.size()) {
+            throw BrokenConnection{"the daemon has stored what nobody asked for, or nothing",
+                                   false};
+        }
+        return stored;
     });
 }
 

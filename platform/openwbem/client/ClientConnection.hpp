@@ -5,6 +5,7 @@
 // when that happened fails and is not repeated, as nobody knows whether it was carried out.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <span>
@@ -40,10 +41,12 @@ struct ClientStoring {
     size_t size() const noexcept {
         return qualifierTypes.size() + classes.size() + instances.size();
     }
-    void clear() noexcept {
-        qualifierTypes.clear();
-        classes.clear();
-        instances.clear();
+    void removeFirst(size_t count) {
+        for (StringArray* list : {&qualifierTypes, &classes, &instances}) {
+            const size_t here = std::min(count, list->size());
+            list->erase(list->begin(), list->begin() + static_cast<std::ptrdiff_t>(here));
+            count -= here;
+        }
     }
 };
 
@@ -65,9 +68,10 @@ public:
     void sync(const blocxx::Timeout& timeout);
     /// The encoded result.
     String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
-    /// Stores all of the objects or none. Throws ObjectStoringException with the index of the one
-    /// that could not be stored.
-    void store(const ClientStoring& storing, const blocxx::Timeout& timeout);
+    /// Stores some of the objects, from the beginning; there must be one. Returns how many, at
+    /// least one. Throws ObjectStoringException with the index of the one that could not be stored;
+    /// then none was.
+    size_t store(const ClientStoring& storing, const blocxx::Timeout& timeout);
     /// Hands over each encoded result.
     void enumerate(const ClientCall& call, const blocxx::Timeout& timeout,
                    const std::function<void(Bytes)>& visit);

@@ -21,7 +21,7 @@ public:
     void add(const Array<Object>& objects, StringArray ClientStoring::*list, Encode encode) {
         for (const Object& object : objects) {
             const String encoded = encodeArgument([&] { return encode(object); });
-            if (m_storing.size() > 0 && m_bytes + encoded.size() > CALL_BYTES) {
+            if (m_bytes > 0 && m_bytes + encoded.size() > CALL_BYTES) {
                 send();
             }
             m_bytes += encoded.size();
@@ -31,26 +31,26 @@ public:
 
     /// A change whose answer was not waited for could not be told from one that failed.
     void send() {
-        blocxx::Interruption::check();
-        const blocxx::Interruption::Deferred deferred;
-        try {
-            m_connection.store(m_storing, m_timeout);
-        } catch (const ObjectStoringException& e) {
-            throw ObjectStoringException(m_sent + e.index(), e);
+        while (m_storing.size() > 0) {
+            blocxx::Interruption::check();
+            const blocxx::Interruption::Deferred deferred;
+            try {
+                const size_t stored = m_connection.store(m_storing, m_timeout);
+                m_storing.removeFirst(stored);
+                m_stored += stored;
+            } catch (const ObjectStoringException& e) {
+                throw ObjectStoringException(m_stored + e.index(), e);
+            }
         }
-        m_sent += m_storing.size();
-        m_storing.clear();
         m_bytes = 0;
     }
-
-    size_t waiting() const noexcept { return m_storing.size(); }
 
 private:
     ClientConnection& m_connection;
     blocxx::Timeout m_timeout;
     ClientStoring m_storing;
     size_t m_bytes = 0;
-    size_t m_sent = 0;
+    size_t m_stored = 0;
 };
 
 }  // namespace
@@ -63,9 +63,7 @@ void ClientCIMOMHandle::store(const String& ns, const ObjectsToStore& objects) {
                [](const CIMClass& object) { return Codec::encode(object); });
     sender.add(objects.instances, &ClientStoring::instances,
                [](const CIMInstance& object) { return Codec::encodeView(object); });
-    if (sender.waiting() > 0) {
-        sender.send();
-    }
+    sender.send();
 }
 
 }  // namespace OpenWBEM

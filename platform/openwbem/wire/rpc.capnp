@@ -57,8 +57,8 @@ struct Request {
   resultRole @13 :Text;
 }
 
-# Objects of one namespace, to be created, or changed where they exist, in that order: all of them or
-# none.
+# Objects of one namespace, to be created, or changed where they exist, in that order. Of many the daemon
+# stores as many as other clients can wait for, at least one, and says how many; of those all or none.
 struct Storing {
   nameSpace @0 :Text;
   qualifierTypes @1 :List(Data);   # messages of cim.capnp: QualifierType,
@@ -102,4 +102,5 @@ struct Answer {
   object @2 :Data;                 # the result of an operation
   portion @3 :Portion;
   enumeration @4 :UInt32;          # its number, when the portion is not the last one
+  stored @5 :UInt32;               # how many objects of a Storing, from its beginning
 }

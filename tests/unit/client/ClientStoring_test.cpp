@@ -110,6 +110,23 @@ TEST_F(StoringThroughADaemon, CountsTheObjectsOfAllCallsAndKeepsThoseOfTheCallsB
     EXPECT_EQ(1u, handle.enumInstanceNamesA("test", "Car").size());
 }
 
+TEST_F(StoringThroughADaemon, GoesOnWhereTheDaemonHadToServeOthers) {
+    addCars(handle, "test", 500, 100);
+    Objects objects;
+    CIMPropertyArray properties{property("Number", CIMDataType::UINT32, true)};
+    // Each change is held against every car.
+    for (int i = 0; i < 10; ++i) {
+        properties.push_back(property("New" + std::to_string(i), CIMDataType::STRING));
+        objects.classes.push_back(makeClass("Car", "Root", properties));
+    }
+    const auto direct = makeDirectSubject();
+    addSchema(*direct);
+    addCars(direct->handle(), "test", 500, 100);
+    storeObjects(direct->handle(), "test", objects);
+    store(objects);
+    EXPECT_EQ(dump(direct->handle(), {"test"}), content());
+}
+
 TEST_F(StoringThroughADaemon, ToldOfTheNamespaceAtTheFirstObject) {
     try {
         m_live.store("nowhere", Objects{{}, {}, {car(1), car(2)}});
@@ -152,6 +169,23 @@ TEST(StoringLimits, RefuseMoreObjectsThanACallMayHaveAndWhatIsNone) {
     EXPECT_EQ(0u, daemon.connect()->enumInstanceNamesA("root", "Car").size());
     storing.instances.pop_back();
     EXPECT_EQ("", failure(storing, index));
+}
+
+TEST(StoringLimits, LetOthersHaveTheirTurn) {
+    const LiveDaemon daemon;
+    const auto handle = daemon.connect();
+    addSchema(*handle, "root");
+    ClientConnection connection(daemon.socket());
+    const String ns = "root";
+    OpenWBEM::ClientStoring storing{ns};
+    for (uint32_t number = 0; number < 4000; ++number) {
+        storing.instances.push_back(Codec::encodeView(carWithNote(number, 10'000)));
+    }
+    const size_t stored =
+        connection.store(storing, blocxx::Timeout::relative(std::chrono::seconds(60)));
+    EXPECT_GT(stored, 0u);
+    EXPECT_LT(stored, 4000u);
+    EXPECT_EQ(handle->enumInstanceNamesA("root", "Car").size(), stored);
 }
 
 }  // namespace
