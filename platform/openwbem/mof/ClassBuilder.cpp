@@ -130,13 +130,10 @@ ClassEntry* ClassBuilder::find(std::string_view name) {
 }
 
 void ClassBuilder::require(ClassEntry& wanted) {
-    // The classes that have to be built or placed, each followed by its superclass.
+    // The classes that have to be built, each followed by its superclass.
     Array<ClassEntry*> chain;
-    for (ClassEntry* entry = &wanted; entry != nullptr && !entry->isPlaced; entry = entry->super) {
-        if (entry->state == ClassEntry::BUILT) {
-            chain.push_back(entry);
-            continue;
-        }
+    for (ClassEntry* entry = &wanted; entry != nullptr && entry->state != ClassEntry::BUILT;
+         entry = entry->super) {
         const Declaration& declaration = *entry->declaration;
         if (entry->state == ClassEntry::BEING_BUILT) {
             if (std::find(chain.begin(), chain.end(), entry) != chain.end()) {
@@ -159,32 +156,10 @@ void ClassBuilder::require(ClassEntry& wanted) {
     }
     for (size_t i = chain.size(); i > 0; --i) {
         ClassEntry& entry = *chain[i - 1];
-        if (entry.state != ClassEntry::BUILT) {
-            build(entry);
-        }
+        build(entry);
         countFeatures(entry.cls, *entry.declaration);
-        entry.isPlaced = true;
         m_built.push_back(&entry);
     }
-}
-
-void ClassBuilder::buildEarly(ClassEntry& declared) {
-    if (m_scope.qualifierTypes().empty()) {
-        return;  // a text that leaves them to the handle
-    }
-    const Text& superClass = declared.declaration->superClass;
-    if (!superClass.empty()) {
-        declared.super = m_scope.findDeclaredClass(superClass.view());
-        if (declared.super == nullptr || declared.super->state != ClassEntry::BUILT) {
-            return;
-        }
-    }
-    // Too many of them are told where the text's order comes to them.
-    if (m_earlyFeatureCount > MOST_FEATURES) {
-        return;
-    }
-    build(declared);
-    m_earlyFeatureCount += featureCount(declared.cls);
 }
 
 void ClassBuilder::build(ClassEntry& entry) {

@@ -20,11 +20,8 @@ public:
 
     /// The class of that name, built; null when nobody knows it.
     ClassEntry* find(std::string_view name);
-    /// Builds the class unless it is built, and places it behind what it needed.
+    /// Builds the class, unless it is built, after what it needs.
     void require(ClassEntry& wanted);
-    /// Builds a class that was declared just now, when nothing that may follow can matter to it.
-    /// Where that shows late it throws NotYetKnown.
-    void buildEarly(ClassEntry& declared);
     /// What a reference has to know of the class of that name: its superclass and the types of its
     /// keys; null when nobody knows the class. Builds no class, so that a default value may refer
     /// to the class that it stands in.
@@ -62,8 +59,7 @@ private:
     /// Qualifiers that were met before, by their text: most are the same few.
     std::unordered_map<String, CIMQualifier, TextHash, std::equal_to<>> m_repeated;
     Array<const ClassEntry*> m_built;
-    size_t m_featureCount = 0;  ///< of the classes that are placed, and of outlines
-    size_t m_earlyFeatureCount = 0;
+    size_t m_featureCount = 0;  ///< of the classes that are built, and of outlines
 };
 
 }  // namespace OpenWBEM::MOF

@@ -19,9 +19,6 @@ constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
 // A large file that is included again and again would otherwise take memory out of proportion.
 constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
-// A text that has needed so often what it has not declared, such as the qualifier types that the
-// handle has, most likely goes on so, and then trying costs more than it gains.
-constexpr unsigned MOST_EARLY_MISSES = 20;
 // Each takes a few thousand bytes, its pragma only two dozen.
 constexpr size_t MOST_NAMESPACES = 10'000;
 
@@ -74,32 +71,6 @@ void Compilation::enter(const Declaration& declaration) {
     if (!declaration.alias.empty()) {
         declareAlias(declaration);
     }
-    buildEarly(declaration);
-}
-
-/// Builds what needs nothing that may follow, while its text and its syntax tree are in the cache,
-/// and so that the tree can go. An error is met again, and told, when everything has been read:
-/// what cannot be parsed is told before what has no meaning.
-void Compilation::buildEarly(const Declaration& declaration) {
-    if (m_earlyMisses >= MOST_EARLY_MISSES) {
-        return;
-    }
-    try {
-        if (declaration.kind == Declaration::QUALIFIER_TYPE) {
-            defineQualifierType(m_current->scope, declaration);
-        } else if (declaration.kind == Declaration::CLASS) {
-            m_current->classes.buildEarly(*m_current->scope.classes().back());
-        }
-    } catch (const NotYetKnown&) {
-        ++m_earlyMisses;
-    } catch (const CompileError&) {
-        m_earlyMisses = MOST_EARLY_MISSES;
-    }
-}
-
-void Compilation::defineQualifierType(Scope& scope, const Declaration& declaration) {
-    scope.define(declaration, buildQualifierType(declaration, *this));
-    NodeArena::release(declaration);
 }
 
 void Compilation::declareAlias(const Declaration& declaration) {
@@ -181,20 +152,16 @@ void Compilation::enterNamespace(const String& name, const char* at) {
     }
     const auto kind = at != nullptr ? NamespaceMention::PRAGMA : NamespaceMention::START;
     m_current = &m_namespaces.emplace_back(name, m_handle, NamespaceMention{kind, at}, *this);
-    m_current->scope.beginReading();
     m_namespaceIndex.emplace(name, m_current);
 }
 
 Array<NamespaceContent> Compilation::build() {
-    for (Namespace& ns : m_namespaces) {
-        ns.scope.endReading();
-    }
     // All qualifier types first: a class of another namespace may be needed on the way.
     for (Namespace& ns : m_namespaces) {
+        const Entered entered(*this, ns);
         for (const Declaration* declaration : ns.scope.qualifierTypes()) {
-            if (!ns.scope.isDefined(*declaration)) {
-                defineQualifierType(ns.scope, *declaration);
-            }
+            ns.scope.define(*declaration, buildQualifierType(*declaration, *this));
+            NodeArena::release(*declaration);
         }
     }
     Array<NamespaceContent> contents;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One run of the compiler: reads a text with everything that it includes, building what depends on
-// nothing that may follow, then builds the rest and puts everything in order, namespace by
-// namespace: qualifier types, classes, instances.
+// One run of the compiler: reads a text with everything that it includes, then builds what it
+// declares and puts it in order, namespace by namespace: qualifier types, classes, instances.
 #pragma once
 
 #include <deque>
@@ -58,8 +57,6 @@ private:
     void obey(const Declaration& pragma);
     void includeSource(const Declaration& pragma, const String& name);
     void enterNamespace(const String& name, const char* at);
-    void buildEarly(const Declaration& declaration);
-    void defineQualifierType(Scope& scope, const Declaration& declaration);
     void declareAlias(const Declaration& declaration);
     Array<NamespaceContent> build();
     NamespaceContent buildNamespace(Namespace& ns);
@@ -77,7 +74,6 @@ private:
 
     // References and embedded objects (Objects.cpp)
     CIMObjectPath resolveReference(const Literal& literal, const String& className) override;
-    void requireWholeText() const;
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
     Namespace* homeOf(const CIMObjectPath& path);
     Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
@@ -104,7 +100,6 @@ private:
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;
     size_t m_includedBytes = 0;
-    unsigned m_earlyMisses = 0;
     unsigned m_depth = 0;       ///< of embedded objects in each other
     unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
 };

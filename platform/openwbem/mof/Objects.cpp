@@ -35,7 +35,6 @@ private:
 }  // namespace
 
 CIMObjectPath Compilation::resolveReference(const Literal& literal, const String& className) {
-    requireWholeText();
     CIMObjectPath path;
     try {
         if (literal.kind == Literal::ALIAS) {
@@ -52,12 +51,6 @@ CIMObjectPath Compilation::resolveReference(const Literal& literal, const String
     }
     checkReferenceClass(path, className, literal.text.data);
     return path;
-}
-
-void Compilation::requireWholeText() const {
-    if (m_current->scope.isReading()) {
-        throw NotYetKnown{};
-    }
 }
 
 /// The namespace of this text that the path leads into; null for one elsewhere.
@@ -228,7 +221,6 @@ CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& e
 
 CIMValue Compilation::resolveEmbedded(const Literal& literal, const Embedding& embedding,
                                       Defaults defaults) {
-    requireWholeText();
     if (m_depth >= DEEPEST_OBJECT) {
         throw CompileError{literal.text.data, "too many objects embedded in each other"};
     }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <new>
-#include <utility>
 
 #include "blocxx/Interruption.hpp"
 #include "openwbem/mof/SourceText.hpp"
@@ -25,27 +24,7 @@ public:
         auto* const made = new (m_arena.allocateForGood(sizeof(Declaration), alignof(Declaration)))
             Declaration(declaration);
         made->block = m_arena.endDeclaration();
-        m_spare = nullptr;
         return made;
-    }
-    Literal* make(const Literal& literal) {
-        if (Literal* const spare = std::exchange(m_spare, nullptr)) {
-            return new (spare) Literal(literal);
-        }
-        return make<Literal>(literal);
-    }
-    /// The value of an assignment. No message tells the place of a NULL there, and in the saved
-    /// instances of a large schema it is most of the values: all of them are one literal.
-    Initializer assigned(const Initializer& value) {
-        if (value.form != Initializer::SCALAR || value.first->kind != Literal::NULL_VALUE) {
-            return value;
-        }
-        if (m_null == nullptr) {
-            m_null = new (m_arena.allocateForGood(sizeof(Literal), alignof(Literal)))
-                Literal(*value.first);
-        }
-        m_spare = value.first;
-        return {m_null, Initializer::SCALAR};
     }
     void add(Declaration* declaration) {
         blocxx::Interruption::check();
@@ -58,8 +37,6 @@ private:
     SourceText& m_source;
     NodeArena& m_arena;
     List<Declaration> m_declarations{};
-    Literal* m_null = nullptr;   ///< that of all assignments
-    Literal* m_spare = nullptr;  ///< made for this declaration, and used by nothing
 };
 
 /// Parses `source`; the nodes live in `arena`. Throws CompileError.

@@ -53,10 +53,6 @@ void Scope::define(const Declaration& declaration, CIMQualifierType qualifierTyp
     entry.known = true;
 }
 
-bool Scope::isDefined(const Declaration& qualifierType) const {
-    return m_qualifierTypes.find(qualifierType.name.view())->second.known;
-}
-
 /// Whether the handle's failure says only that the object is not there.
 bool Scope::isAbsence(const CIMException& e) const {
     switch (e.getErrNo()) {
@@ -102,7 +98,6 @@ std::unique_ptr<ClassEntry> Scope::fetchClass(const String& name) const {
         entry->cls = m_handle->getClass(m_nameSpace, name, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
                                         E_INCLUDE_CLASS_ORIGIN, nullptr);
         entry->state = ClassEntry::BUILT;
-        entry->isPlaced = true;
         return entry;
     } catch (const CIMException& e) {
         if (!isAbsence(e)) {
@@ -112,31 +107,13 @@ std::unique_ptr<ClassEntry> Scope::fetchClass(const String& name) const {
     }
 }
 
-/// Qualifiers are few names, looked for again and again in the spelling of their declaration.
-Scope::Recent& Scope::recent(std::string_view name) noexcept {
-    const size_t ends = name.empty() ? 0
-                                     : 5U * static_cast<unsigned char>(name.front()) +
-                                           static_cast<unsigned char>(name.back());
-    return m_recent[(ends + 3 * name.size()) % m_recent.size()];
-}
-
 const CIMQualifierType* Scope::findQualifierType(std::string_view name) {
-    Recent& known = recent(name);
-    if (known.entry == nullptr || known.name != name) {
-        auto found = m_qualifierTypes.find(name);
-        if (found == m_qualifierTypes.end()) {
-            if (m_isReading) {
-                throw NotYetKnown{};
-            }
-            const String key(name);
-            found = m_qualifierTypes.emplace(key, fetchQualifierType(key)).first;
-        }
-        known = {found->first, &found->second};
+    auto found = m_qualifierTypes.find(name);
+    if (found == m_qualifierTypes.end()) {
+        const String key(name);
+        found = m_qualifierTypes.emplace(key, fetchQualifierType(key)).first;
     }
-    if (m_isReading && !known.entry->known) {
-        throw NotYetKnown{};
-    }
-    return known.entry->known ? &known.entry->type : nullptr;
+    return found->second.known ? &found->second.type : nullptr;
 }
 
 ClassEntry* Scope::findClass(std::string_view name) {
@@ -146,13 +123,6 @@ ClassEntry* Scope::findClass(std::string_view name) {
         found = m_classes.emplace(key, fetchClass(key)).first;
     }
     return found->second.get();
-}
-
-ClassEntry* Scope::findDeclaredClass(std::string_view name) const {
-    const auto found = m_classes.find(name);
-    return found != m_classes.end() && found->second && found->second->declaration != nullptr
-               ? found->second.get()
-               : nullptr;
 }
 
 }  // namespace OpenWBEM::MOF

@@ -3,7 +3,6 @@
 // The names of one namespace: what the text declares in it, and behind that what the handle knows.
 #pragma once
 
-#include <array>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -22,7 +21,6 @@ struct ClassEntry {
     const Declaration* declaration = nullptr;  ///< null for one of the handle's
     ClassEntry* super = nullptr;               ///< null until it has been looked for
     State state = DECLARED;
-    bool isPlaced = false;            ///< in the order of ClassBuilder::built, or the handle's
     CIMClass cls;                     ///< derived, once it is built
     std::optional<CIMClass> outline;  ///< see ClassBuilder::outline
     std::optional<NameIndex<CIMProperty>> properties;
@@ -38,9 +36,6 @@ struct NamespaceMention {
     const char* at = nullptr;  ///< of a PRAGMA
 };
 
-/// Thrown, while the text is being read, by what depends on the rest of it.
-struct NotYetKnown {};
-
 class Scope {
 public:
     /// `handle` may be null. A namespace that the handle does not have, or does not let the caller
@@ -52,12 +47,6 @@ public:
     const String& nameSpace() const noexcept { return m_nameSpace; }
     const NamespaceMention& mention() const noexcept { return m_mention; }
 
-    /// While a text is being read, what it has not declared so far may follow: nothing is looked
-    /// for behind it then.
-    void beginReading() noexcept { m_isReading = true; }
-    void endReading() noexcept { m_isReading = false; }
-    bool isReading() const noexcept { return m_isReading; }
-
     /// Enters what a text declares. Throws CompileError for what is declared already.
     void declare(const Declaration& declaration);
     const std::deque<const Declaration*>& qualifierTypes() const { return m_qualifierTypeOrder; }
@@ -65,13 +54,10 @@ public:
     const std::deque<const Declaration*>& instances() const { return m_instances; }
 
     void define(const Declaration& declaration, CIMQualifierType qualifierType);
-    bool isDefined(const Declaration& qualifierType) const;
-    /// The qualifier type of that name, or null. It stays where it is. Throws NotYetKnown.
+    /// The qualifier type of that name, or null. It stays where it is.
     const CIMQualifierType* findQualifierType(std::string_view name);
     /// The class of that name, or null; not necessarily built.
     ClassEntry* findClass(std::string_view name);
-    /// The class of that name, when the text has declared it.
-    ClassEntry* findDeclaredClass(std::string_view name) const;
 
 private:
     struct QualifierEntry {
@@ -79,12 +65,6 @@ private:
         CIMQualifierType type;
         bool known = false;
     };
-    /// What was found last under a name, as it was written.
-    struct Recent {
-        std::string_view name;
-        const QualifierEntry* entry = nullptr;
-    };
-    Recent& recent(std::string_view name) noexcept;
     QualifierEntry fetchQualifierType(const String& name) const;
     std::unique_ptr<ClassEntry> fetchClass(const String& name) const;
     bool isAbsence(const CIMException& e) const;
@@ -92,9 +72,7 @@ private:
     String m_nameSpace;
     CIMOMHandleIFCRef m_handle;
     NamespaceMention m_mention;
-    bool m_isReading = false;
     FoldedMap<QualifierEntry> m_qualifierTypes;
-    std::array<Recent, 64> m_recent;
     FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there
     std::deque<const Declaration*> m_qualifierTypeOrder;
     std::deque<ClassEntry*> m_classOrder;
