@@ -14,7 +14,6 @@
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "utilities/common/Program.hpp"
 #include "utilities/owmofc/ContentWriter.hpp"
-#include "utilities/owmofc/RoomyHeap.hpp"
 
 namespace {
 
@@ -109,6 +108,5 @@ constexpr Program PROGRAM = {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    makeHeapRoomy();
     return runProgram(PROGRAM, argc, argv);
 }
