@@ -9,12 +9,12 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
-#include "owcimomd/Account.hpp"
-#include "owcimomd/Configuration.hpp"
-#include "owcimomd/DaemonException.hpp"
-#include "owcimomd/Log.hpp"
-#include "owcimomd/PidFile.hpp"
-#include "owcimomd/Server.hpp"
+#include "owcimomd/connections/Server.hpp"
+#include "owcimomd/process/Account.hpp"
+#include "owcimomd/process/Configuration.hpp"
+#include "owcimomd/process/DaemonException.hpp"
+#include "owcimomd/process/Log.hpp"
+#include "owcimomd/process/PidFile.hpp"
 
 namespace OwCimomd {
 

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "owcimomd/Layout.hpp"
+#include "owcimomd/process/Layout.hpp"
 
 namespace OwCimomd {
 

@@ -7,9 +7,9 @@
 #include "blocxx/CmdLineParser.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Printable.hpp"
-#include "owcimomd/Background.hpp"
 #include "owcimomd/Daemon.hpp"
-#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/process/Background.hpp"
+#include "owcimomd/process/DaemonException.hpp"
 
 namespace {
 

@@ -15,6 +15,6 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/RawClient.cpp
     unit/owcimomd/Requests_test.cpp
     unit/repository/RepositoryFixture.cpp
-  LINKS owcimomd_core fennik_namespace openwbem_client openwbem_repository)
+  LINKS owcimomd_connections fennik_namespace openwbem_client openwbem_repository)
 target_compile_definitions(owcimomd_test PRIVATE KOV_OWCIMOMD="$<TARGET_FILE:owcimomd>")
 add_dependencies(owcimomd_test owcimomd)

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using OwCimomd::Configuration;

@@ -13,8 +13,8 @@
 #include <functional>
 
 #include "openwbem/repository/CIMRepository.hpp"
-#include "owcimomd/ClientSession.hpp"
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/connections/ClientSession.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Becoming another account, for good and with nothing kept of root.
-#include "owcimomd/Account.hpp"
+#include "owcimomd/process/Account.hpp"
 
 #include <gmock/gmock.h>
 #include <grp.h>
@@ -11,7 +11,7 @@
 
 #include <functional>
 
-#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/process/DaemonException.hpp"
 
 namespace KovTest {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Configuration files: what counts, and that nothing in them is a failure.
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

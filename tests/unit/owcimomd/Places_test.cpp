@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // How connections are shared out, and how often the log tells of those that were refused.
-#include "owcimomd/Places.hpp"
+#include "owcimomd/connections/Places.hpp"
 
 #include <gtest/gtest.h>
 
-#include "owcimomd/RareReport.hpp"
+#include "owcimomd/process/RareReport.hpp"
 
 namespace KovTest {
 namespace {

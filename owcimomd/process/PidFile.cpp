@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/PidFile.hpp"
+#include "owcimomd/process/PidFile.hpp"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
-#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 

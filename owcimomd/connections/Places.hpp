@@ -8,7 +8,7 @@
 #include <map>
 #include <memory>
 
-#include "owcimomd/AccessControl.hpp"
+#include "owcimomd/access/AccessControl.hpp"
 
 namespace OwCimomd {
 

@@ -7,7 +7,7 @@
 #include <capnp/common.h>
 #include <kj/async-io.h>
 
-#include "owcimomd/PeerSocket.hpp"
+#include "owcimomd/connections/PeerSocket.hpp"
 
 namespace OwCimomd {
 

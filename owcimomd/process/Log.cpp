@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Log.hpp"
+#include "owcimomd/process/Log.hpp"
 
 #include <syslog.h>
 

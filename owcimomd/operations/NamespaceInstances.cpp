@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/NamespaceInstances.hpp"
+#include "owcimomd/operations/NamespaceInstances.hpp"
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"

@@ -3,8 +3,8 @@
 // Reads the calls of one client, each into memory that is accounted for before it is taken.
 #pragma once
 
-#include "owcimomd/BufferedStream.hpp"
-#include "owcimomd/RequestBudget.hpp"
+#include "owcimomd/connections/BufferedStream.hpp"
+#include "owcimomd/connections/RequestBudget.hpp"
 
 namespace OwCimomd {
 

@@ -6,9 +6,9 @@
 
 #include <memory>
 
-#include "owcimomd/AccessControl.hpp"
-#include "owcimomd/NamespaceInstances.hpp"
-#include "owcimomd/ServedRepository.hpp"
+#include "owcimomd/access/AccessControl.hpp"
+#include "owcimomd/operations/NamespaceInstances.hpp"
+#include "owcimomd/operations/ServedRepository.hpp"
 #include "rpc.capnp.h"
 
 namespace OwCimomd {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/BufferedStream.hpp"
+#include "owcimomd/connections/BufferedStream.hpp"
 
 #include <capnp/serialize.h>
 #include <sched.h>

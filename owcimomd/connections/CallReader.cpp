@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/CallReader.hpp"
+#include "owcimomd/connections/CallReader.hpp"
 
 #include <kj/debug.h>
 

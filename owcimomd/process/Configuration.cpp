@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Server.hpp"
+#include "owcimomd/connections/Server.hpp"
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -13,9 +13,9 @@
 #include <cstring>
 
 #include "blocxx/Format.hpp"
-#include "owcimomd/Account.hpp"
-#include "owcimomd/DaemonException.hpp"
-#include "owcimomd/Log.hpp"
+#include "owcimomd/process/Account.hpp"
+#include "owcimomd/process/DaemonException.hpp"
+#include "owcimomd/process/Log.hpp"
 
 namespace OwCimomd {
 

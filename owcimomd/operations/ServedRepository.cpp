@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/ServedRepository.hpp"
+#include "owcimomd/operations/ServedRepository.hpp"
 
 #include "blocxx/Format.hpp"
 

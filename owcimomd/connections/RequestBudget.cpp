@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/RequestBudget.hpp"
+#include "owcimomd/connections/RequestBudget.hpp"
 
 namespace OwCimomd {
 

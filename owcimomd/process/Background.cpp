@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Background.hpp"
+#include "owcimomd/process/Background.hpp"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -14,7 +14,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Printable.hpp"
 #include "blocxx/Process.hpp"
-#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 

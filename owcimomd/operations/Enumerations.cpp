@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The operations that have many results, which are encoded as they are asked for.
-#include "owcimomd/Arguments.hpp"
-#include "owcimomd/Operations.hpp"
+#include "owcimomd/operations/Arguments.hpp"
+#include "owcimomd/operations/Operations.hpp"
 
 namespace OwCimomd {
 

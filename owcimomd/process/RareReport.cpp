@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/RareReport.hpp"
+#include "owcimomd/process/RareReport.hpp"
 
 #include <utility>
 
 #include "blocxx/Format.hpp"
-#include "owcimomd/Log.hpp"
+#include "owcimomd/process/Log.hpp"
 
 namespace OwCimomd {
 

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "blocxx/Logger.hpp"
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 namespace OwCimomd {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Places.hpp"
+#include "owcimomd/connections/Places.hpp"
 
 #include <algorithm>
 

@@ -11,10 +11,10 @@
 
 #include <map>
 
-#include "owcimomd/BufferedStream.hpp"
-#include "owcimomd/CallReader.hpp"
-#include "owcimomd/Conversation.hpp"
-#include "owcimomd/Operations.hpp"
+#include "owcimomd/connections/BufferedStream.hpp"
+#include "owcimomd/connections/CallReader.hpp"
+#include "owcimomd/connections/Conversation.hpp"
+#include "owcimomd/operations/Operations.hpp"
 
 namespace OwCimomd {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/PeerSocket.hpp"
+#include "owcimomd/connections/PeerSocket.hpp"
 
 #include <kj/debug.h>
 #include <sys/socket.h>

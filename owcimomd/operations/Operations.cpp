@@ -2,13 +2,13 @@
 //
 // The table of operations, and those that have at most one result. The enumerations are in
 // Enumerations.cpp.
-#include "owcimomd/Operations.hpp"
+#include "owcimomd/operations/Operations.hpp"
 
 #include <chrono>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/ObjectStoring.hpp"
-#include "owcimomd/Arguments.hpp"
+#include "owcimomd/operations/Arguments.hpp"
 
 namespace OwCimomd {
 

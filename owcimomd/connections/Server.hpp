@@ -7,9 +7,9 @@
 #include <kj/async-io.h>
 #include <kj/async-unix.h>
 
-#include "owcimomd/ClientSession.hpp"
-#include "owcimomd/Places.hpp"
-#include "owcimomd/RareReport.hpp"
+#include "owcimomd/connections/ClientSession.hpp"
+#include "owcimomd/connections/Places.hpp"
+#include "owcimomd/process/RareReport.hpp"
 
 namespace OwCimomd {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/AccessControl.hpp"
+#include "owcimomd/access/AccessControl.hpp"
 
 #include <unistd.h>
 

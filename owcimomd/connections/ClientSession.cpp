@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/ClientSession.hpp"
+#include "owcimomd/connections/ClientSession.hpp"
 
 #include <capnp/serialize-async.h>
 #include <capnp/serialize.h>
@@ -8,7 +8,7 @@
 
 #include "openwbem/model/ObjectStoring.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
-#include "owcimomd/Configuration.hpp"
+#include "owcimomd/process/Configuration.hpp"
 
 namespace OwCimomd {
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "openwbem/wire/CIMCodec.hpp"
-#include "owcimomd/Operations.hpp"
+#include "owcimomd/operations/Operations.hpp"
 
 namespace OwCimomd {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/Account.hpp"
+#include "owcimomd/process/Account.hpp"
 
 #include <grp.h>
 #include <pwd.h>
@@ -10,7 +10,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
-#include "owcimomd/DaemonException.hpp"
+#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 
