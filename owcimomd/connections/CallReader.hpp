@@ -3,7 +3,9 @@
 // Reads the calls of one client, each into memory that is accounted for before it is taken.
 #pragma once
 
-#include "owcimomd/connections/BufferedStream.hpp"
+#include <capnp/common.h>
+
+#include "owcimomd/connections/PeerSocket.hpp"
 #include "owcimomd/connections/RequestBudget.hpp"
 
 namespace OwCimomd {
@@ -19,7 +21,7 @@ struct ReceivedCall {
 class CallReader {
 public:
     /// A call has at most `maxBytes`.
-    CallReader(BufferedStream& input, RequestBudget& budget, uid_t user, size_t maxBytes)
+    CallReader(PeerSocket& input, RequestBudget& budget, uid_t user, size_t maxBytes)
         : m_input(input), m_budget(budget), m_user(user), m_maxBytes(maxBytes) {}
 
     /// Fails when the connection ends within a call or with what is none.
@@ -29,7 +31,7 @@ private:
     kj::Promise<ReceivedCall> readTable();
     kj::Promise<ReceivedCall> readSegments();
 
-    BufferedStream& m_input;
+    PeerSocket& m_input;
     RequestBudget& m_budget;
     uid_t m_user;
     size_t m_maxBytes;

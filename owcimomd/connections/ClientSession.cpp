@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/connections/ClientSession.hpp"
 
-#include <capnp/serialize-async.h>
 #include <capnp/serialize.h>
 
 #include <chrono>
@@ -21,8 +20,6 @@ constexpr size_t PORTION_BYTES = size_t(256) << 10U;
 constexpr std::chrono::milliseconds PORTION_TIME{20};
 /// Enumerations that one connection may have under way.
 constexpr size_t MAX_ENUMERATIONS = 256;
-/// Calls after which the other clients have their turn.
-constexpr unsigned CALLS_AT_ONCE = 4;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
@@ -53,33 +50,14 @@ size_t maxCall(const Operations& operations, const User& user, const RequestBudg
 }  // namespace
 
 ClientSession::ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
-                             Conversation& conversation, RequestBudget& budget)
+                             RequestBudget& budget)
     : m_socket(kj::mv(socket)),
-      m_input(*m_socket),
       m_operations(operations),
       m_user(std::move(user)),
-      m_conversation(conversation),
-      m_calls(m_input, budget, m_user.uid, maxCall(operations, m_user, budget)) {}
+      m_calls(*m_socket, budget, m_user.uid, maxCall(operations, m_user, budget)) {}
 
-/// While the client goes on at once, its calls are carried out without an event for each of them.
+/// After each call all other clients have their turn.
 kj::Promise<void> ClientSession::run() {
-    for (unsigned count = 0; m_conversation.isGoingOnWith(this); ++count) {
-        if (count == CALLS_AT_ONCE) {
-            return kj::evalLater([this] { return run(); });
-        }
-        const auto words = m_input.messageSoon();
-        if (words.size() == 0) {
-            break;
-        }
-        capnp::FlatArrayMessageReader call(words, limitsFor(words));
-        KJ_IF_MAYBE (answering, answer(call)) {
-            return answering->then([this] { return run(); });
-        }
-    }
-    return awaitCall();
-}
-
-kj::Promise<void> ClientSession::awaitCall() {
     return m_calls.next().then([this](ReceivedCall received) -> kj::Promise<void> {
         if (received.refusal != nullptr) {
             return sendAway(received.refusal);
@@ -87,40 +65,33 @@ kj::Promise<void> ClientSession::awaitCall() {
         if (received.words.size() == 0) {
             return kj::READY_NOW;
         }
-        capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
-        m_part = received.part;
-        KJ_DEFER(m_part = nullptr);
-        KJ_IF_MAYBE (answering, answer(call)) {
-            return answering->then([this] { return run(); });
-        }
-        return run();
+        return answer(kj::mv(received)).then([this] {
+            return kj::evalLater([this] { return run(); });
+        });
     });
 }
 
-kj::Promise<void> ClientSession::sendAway(const char* reason) {
-    auto message = kj::heap<capnp::MallocMessageBuilder>();
-    setFailure(message->initRoot<wire::Answer>().initFailure(), CIMException::FAILED, reason);
-    auto writing = capnp::writeMessage(*m_socket, *message);
-    return writing.attach(kj::mv(message));
+kj::Promise<void> ClientSession::send(capnp::MessageBuilder& message) {
+    auto words = capnp::messageToFlatArray(message);
+    auto writing = m_socket->write(words.asBytes());
+    return writing.attach(kj::mv(words));
 }
 
-kj::Maybe<kj::Promise<void>> ClientSession::answer(capnp::MessageReader& call) {
-    m_conversation.note(this);
-    auto message = kj::heap<capnp::MallocMessageBuilder>(RpcLimits::USUAL_WORDS);
-    if (!handle(call.getRoot<wire::Call>(), message->initRoot<wire::Answer>())) {
-        return nullptr;
+kj::Promise<void> ClientSession::sendAway(const char* reason) {
+    capnp::MallocMessageBuilder message;
+    setFailure(message.initRoot<wire::Answer>().initFailure(), CIMException::FAILED, reason);
+    return send(message);
+}
+
+kj::Promise<void> ClientSession::answer(ReceivedCall received) {
+    capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
+    m_part = received.part;
+    KJ_DEFER(m_part = nullptr);
+    capnp::MallocMessageBuilder message(RpcLimits::USUAL_WORDS);
+    if (!handle(call.getRoot<wire::Call>(), message.initRoot<wire::Answer>())) {
+        return kj::READY_NOW;
     }
-    if (message->sizeInWords() > RpcLimits::USUAL_WORDS) {
-        auto writing = capnp::writeMessage(*m_socket, *message);
-        return writing.attach(kj::mv(message));
-    }
-    auto words = capnp::messageToFlatArray(*message);
-    const auto rest = m_socket->sendNow(words.asBytes());
-    if (rest.size() == 0) {
-        return nullptr;
-    }
-    auto writing = m_socket->write(rest.begin(), rest.size());
-    return writing.attach(kj::mv(words));
+    return send(message);
 }
 
 /// Whatever an operation throws is its answer.

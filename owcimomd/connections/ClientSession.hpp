@@ -11,9 +11,7 @@
 
 #include <map>
 
-#include "owcimomd/connections/BufferedStream.hpp"
 #include "owcimomd/connections/CallReader.hpp"
-#include "owcimomd/connections/Conversation.hpp"
 #include "owcimomd/operations/Operations.hpp"
 
 namespace OwCimomd {
@@ -21,8 +19,7 @@ namespace OwCimomd {
 class ClientSession {
 public:
     ClientSession(kj::Own<PeerSocket> socket, Operations& operations, User user,
-                  Conversation& conversation, RequestBudget& budget);
-    ~ClientSession() noexcept { m_conversation.end(this); }
+                  RequestBudget& budget);
     KJ_DISALLOW_COPY(ClientSession);
 
     /// Serves the client. Done when it has gone; fails when it sends what is no message.
@@ -35,11 +32,11 @@ private:
         std::shared_ptr<RequestBudget::Part> part;
     };
 
-    kj::Promise<void> awaitCall();
     /// Tells the client why, and has nothing more to do with it.
     kj::Promise<void> sendAway(const char* reason);
-    /// Answers the call. Nothing when that is all; otherwise done when the answer has been taken.
-    kj::Maybe<kj::Promise<void>> answer(capnp::MessageReader& call);
+    /// Carries the call out. Done when the answer has been taken.
+    kj::Promise<void> answer(ReceivedCall received);
+    kj::Promise<void> send(capnp::MessageBuilder& message);
     /// Returns whether there is an answer.
     bool handle(wire::Call::Reader call, wire::Answer::Builder answer);
     void carryOut(wire::Call::Reader call, wire::Answer::Builder answer);
@@ -50,10 +47,8 @@ private:
     bool putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer);
 
     kj::Own<PeerSocket> m_socket;
-    BufferedStream m_input;
     Operations& m_operations;
     User m_user;
-    Conversation& m_conversation;
     CallReader m_calls;
     uint32_t m_lastNumber = 0;
     std::shared_ptr<RequestBudget::Part> m_part;  // of the request that is being carried out

@@ -4,10 +4,17 @@
 #include <kj/debug.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
 namespace OwCimomd {
+
+namespace {
+
+constexpr size_t LARGEST_READ = size_t(64) << 10U;
+
+}  // namespace
 
 void failCall(const char* call) {
     kj::throwFatalException(KJ_EXCEPTION(FAILED, call, std::strerror(errno)));
@@ -16,35 +23,46 @@ void failCall(const char* call) {
 PeerSocket::PeerSocket(kj::UnixEventPort& loop, int fd)
     : m_socket(fd), m_observer(loop, fd, kj::UnixEventPort::FdObserver::OBSERVE_READ_WRITE) {}
 
-kj::ArrayPtr<const kj::byte> PeerSocket::sendNow(kj::ArrayPtr<const kj::byte> bytes) noexcept {
-    const ssize_t count =
-        ::send(m_socket.fd(), bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    return bytes.slice(count < 0 ? 0 : static_cast<size_t>(count), bytes.size());
+kj::Promise<size_t> PeerSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
+    return readRest(kj::arrayPtr(static_cast<kj::byte*>(buffer), maxBytes), 0, minBytes);
 }
 
-kj::Promise<void> PeerSocket::write(const void* buffer, size_t size) {
-    kj::ArrayPtr<const kj::byte> rest(static_cast<const kj::byte*>(buffer), size);
-    while (rest.size() > 0) {
-        const size_t before = rest.size();
-        errno = 0;
-        rest = sendNow(rest);
-        if (rest.size() == before && errno == EAGAIN) {
-            return m_observer.whenBecomesWritable().then(
-                [this, rest] { return write(rest.begin(), rest.size()); });
+/// Continues where `size` bytes have been read.
+kj::Promise<size_t> PeerSocket::readRest(kj::ArrayPtr<kj::byte> buffer, size_t size,
+                                         size_t minBytes) {
+    if (size >= minBytes) {
+        return size;
+    }
+    const ssize_t count =
+        m_socket.receive(buffer.begin() + size, std::min(buffer.size() - size, LARGEST_READ));
+    if (count == 0) {
+        return size;
+    }
+    if (count < 0 && errno == EAGAIN) {
+        return m_observer.whenBecomesReadable().then(
+            [=, this] { return readRest(buffer, size, minBytes); });
+    }
+    if (count < 0 && errno != EINTR) {
+        failCall("recv");
+    }
+    return kj::evalLater([=, this, now = size + static_cast<size_t>(std::max<ssize_t>(count, 0))] {
+        return readRest(buffer, now, minBytes);
+    });
+}
+
+kj::Promise<void> PeerSocket::write(kj::ArrayPtr<const kj::byte> bytes) {
+    while (bytes.size() > 0) {
+        const ssize_t count =
+            ::send(m_socket.fd(), bytes.begin(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (count < 0 && errno == EAGAIN) {
+            return m_observer.whenBecomesWritable().then([this, bytes] { return write(bytes); });
         }
-        if (rest.size() == before && errno != EINTR) {
+        if (count < 0 && errno != EINTR) {
             failCall("send");
         }
+        bytes = bytes.slice(static_cast<size_t>(std::max<ssize_t>(count, 0)), bytes.size());
     }
     return kj::READY_NOW;
-}
-
-kj::Promise<void> PeerSocket::write(kj::ArrayPtr<const kj::ArrayPtr<const kj::byte>> pieces) {
-    if (pieces.size() == 0) {
-        return kj::READY_NOW;
-    }
-    return write(pieces[0].begin(), pieces[0].size())
-        .then([this, rest = pieces.slice(1, pieces.size())] { return write(rest); });
 }
 
 }  // namespace OwCimomd

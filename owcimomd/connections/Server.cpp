@@ -150,8 +150,7 @@ void Server::serve(kj::Own<PeerSocket> client, const User& user) {
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
-    auto session =
-        kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_conversation, m_budget);
+    auto session = kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_budget);
     auto end = session->run();
     m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
 }

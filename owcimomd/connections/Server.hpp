@@ -42,7 +42,6 @@ private:
     RequestBudget m_budget;
     RareReport m_notAccepted;
     RareReport m_sentAway;
-    Conversation m_conversation;
     kj::TaskSet m_sessions;
 };
 

@@ -65,7 +65,6 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static Repository repository;
     static kj::AsyncIoContext io = kj::setupAsyncIo();
-    static Conversation conversation;
     static RequestBudget budget(Configuration::LEAST_REQUEST_SIZE);
     const User root{0, "root"};
     int ends[2];
@@ -74,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[1]));
     auto session = kj::heap<ClientSession>(kj::heap<PeerSocket>(io.unixEventPort, ends[0]),
-                                           repository.operations(), root, conversation, budget);
+                                           repository.operations(), root, budget);
     // Takes the answers for as long as there are any.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {

@@ -2,7 +2,6 @@
 #include "openwbem/client/ClientSocket.hpp"
 
 #include <poll.h>
-#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -26,9 +25,6 @@ namespace {
 
 constexpr const char* REMEDY =
     "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
-
-/// Most answers come within this time, and going to sleep and being woken takes longer.
-constexpr std::chrono::microseconds SPIN_TIME{100};
 
 /// How long a full queue is waited for until somebody looks whether the run was interrupted.
 constexpr Timeout LOOK_AROUND = Timeout::relative(std::chrono::seconds(1));
@@ -139,7 +135,6 @@ void ClientSocket::waitUntilSendable() {
 
 size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
     size_t size = 0;
-    const auto spinUntil = Clock::now() + SPIN_TIME;
     while (size < minBytes) {
         const ssize_t count = m_socket.receive(static_cast<char*>(buffer) + size, maxBytes - size);
         if (count > 0) {
@@ -151,11 +146,8 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
                                    false};
         } else if (errno != EAGAIN && errno != EINTR) {
             throw BrokenConnection{std::strerror(errno), false};
-        } else if (Clock::now() >= spinUntil) {
-            wait(POLLIN);
         } else {
-            // The daemon may be waiting for this processor.
-            ::sched_yield();
+            wait(POLLIN);
         }
     }
     return size;
