@@ -11,7 +11,7 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/Daemon_test.cpp
     unit/owcimomd/FullDisk_test.cpp
     unit/owcimomd/Namespaces_test.cpp
-    unit/owcimomd/Places_test.cpp
+    unit/owcimomd/ConnectionQuota_test.cpp
     unit/owcimomd/RawClient.cpp
     unit/owcimomd/Requests_test.cpp
     unit/repository/RepositoryFixture.cpp

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Who may do what. Users are those that the kernel names for a connection. root may do everything;
-// who else may connect says the configuration, and what they may do in a namespace say the
-// instances of OpenWBEM_UserACL in root/security.
+// Who may do what. A user is the peer that the kernel names for a connection. root may do
+// everything. The configuration says who else may connect; the OpenWBEM_UserACL instances in
+// root/security say what each of them may do in a namespace.
 #pragma once
 
 #include <sys/types.h>
@@ -22,7 +22,7 @@ struct User {
     String name;  ///< empty when the system knows none
 };
 
-/// What a right is for, as the letters of OpenWBEM_UserACL.capability say it.
+/// A right in a namespace, by its letter in OpenWBEM_UserACL.capability.
 enum class Right : char {
     READ_INSTANCES = 'r',
     WRITE_INSTANCES = 'w',
@@ -44,7 +44,7 @@ public:
     /// Throws CIMException ACCESS_DENIED.
     void require(const User& user, const String& ns, Right right);
 
-    /// The rights may have changed: something was written to that namespace.
+    /// Must be called for each change in namespace `ns`: rights are read again when it holds them.
     void noteChange(const String& ns);
 
 private:

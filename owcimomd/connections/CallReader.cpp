@@ -59,7 +59,7 @@ kj::Promise<ReceivedCall> CallReader::readSegments() {
             "the request is larger than owcimomd takes from this user (owcimomd.max_request_size)";
         return kj::mv(call);
     }
-    if (bytes > FREE_BYTES && !(call.part = m_budget.take(m_user, bytes))) {
+    if (bytes > FREE_BYTES && !(call.share = m_budget.take(m_user, bytes))) {
         call.refusal =
             "more requests are being received than owcimomd has memory for; try again later";
         return kj::mv(call);

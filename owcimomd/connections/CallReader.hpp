@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads the calls of one client, each into memory that is accounted for before it is taken.
+// Reads the calls of one client. The memory of a large call is counted against the budget before it
+// is allocated.
 #pragma once
 
 #include <capnp/common.h>
@@ -10,21 +11,21 @@
 
 namespace OwCimomd {
 
-/// A call in Cap'n Proto's framing; no words at the end of the connection. A call that may not be
-/// received has a reason instead, and nothing can be read after it.
+/// A call in Cap'n Proto's framing; without words at the end of the connection. A call that exceeds
+/// a limit has a refusal instead, and nothing can be read after it.
 struct ReceivedCall {
     kj::Array<capnp::word> words;
-    std::shared_ptr<RequestBudget::Part> part;
+    RequestBudget::Share share;
     const char* refusal = nullptr;
 };
 
 class CallReader {
 public:
-    /// A call has at most `maxBytes`.
+    /// `maxBytes`: the largest call.
     CallReader(PeerSocket& input, RequestBudget& budget, uid_t user, size_t maxBytes)
         : m_input(input), m_budget(budget), m_user(user), m_maxBytes(maxBytes) {}
 
-    /// Fails when the connection ends within a call or with what is none.
+    /// Fails when the connection ends within a call, or for anything that is not a call.
     kj::Promise<ReceivedCall> next();
 
 private:

@@ -25,7 +25,7 @@ kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
 }
 
-/// Keeps the index that it may have.
+/// Leaves the index of the failure as it is.
 void setFailure(wire::Failure::Builder failure, int code, const char* message) {
     failure.setCode(static_cast<uint16_t>(code));
     failure.setMessage(message);
@@ -56,7 +56,7 @@ ClientSession::ClientSession(kj::Own<PeerSocket> socket, Operations& operations,
       m_user(std::move(user)),
       m_calls(*m_socket, budget, m_user.uid, maxCall(operations, m_user, budget)) {}
 
-/// After each call all other clients have their turn.
+/// After each call the other clients are served.
 kj::Promise<void> ClientSession::run() {
     return m_calls.next().then([this](ReceivedCall received) -> kj::Promise<void> {
         if (received.refusal != nullptr) {
@@ -85,8 +85,8 @@ kj::Promise<void> ClientSession::sendAway(const char* reason) {
 
 kj::Promise<void> ClientSession::answer(ReceivedCall received) {
     capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
-    m_part = received.part;
-    KJ_DEFER(m_part = nullptr);
+    m_share = received.share;
+    KJ_DEFER(m_share = nullptr);
     capnp::MallocMessageBuilder message(RpcLimits::USUAL_WORDS);
     if (!handle(call.getRoot<wire::Call>(), message.initRoot<wire::Answer>())) {
         return kj::READY_NOW;
@@ -94,7 +94,7 @@ kj::Promise<void> ClientSession::answer(ReceivedCall received) {
     return send(message);
 }
 
-/// Whatever an operation throws is its answer.
+/// An operation's exception becomes its answer.
 bool ClientSession::handle(wire::Call::Reader call, wire::Answer::Builder answer) {
     answer.setId(call.getId());
     if (call.isLeave()) {
@@ -175,11 +175,11 @@ void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Build
     if (putPortion(*enumeration, answer)) {
         answer.setEnumeration(++m_lastNumber);
         m_enumerations.insert_or_assign(m_lastNumber,
-                                        OpenEnumeration{std::move(enumeration), m_part});
+                                        OpenEnumeration{std::move(enumeration), m_share});
     }
 }
 
-/// An enumeration that fails, or has no more, has no next portion.
+/// An enumeration that fails or has delivered its last portion is closed.
 void ClientSession::next(uint32_t number, wire::Answer::Builder answer) {
     auto node = m_enumerations.extract(number);
     if (node.empty()) {

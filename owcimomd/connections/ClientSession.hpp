@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One client's connection: its calls are carried out and answered one after another. The next one
-// is only read when the answer to the last one has been taken, so requests wait with the client,
-// and not their answers with the daemon. Everything that belongs to a client, its enumerations
-// included, goes with its connection.
+// One client's connection. Calls are carried out and answered one after another. The next call is
+// read after the peer has taken the last answer, so requests queue up in the client, not answers in
+// the daemon. Everything that belongs to a client, its enumerations included, ends with its
+// connection.
 #pragma once
 
 #include <capnp/message.h>
@@ -22,19 +22,19 @@ public:
                   RequestBudget& budget);
     KJ_DISALLOW_COPY(ClientSession);
 
-    /// Serves the client. Done when it has gone; fails when it sends what is no message.
+    /// Serves the client. Done when it has disconnected; fails when it sends anything but messages.
     kj::Promise<void> run();
 
 private:
-    /// What it was asked for with may stay in memory as long as it does, and counts as long.
+    /// Keeps its request's share of the budget: it may refer to the request.
     struct OpenEnumeration {
         std::unique_ptr<EncodedEnumeration> results;
-        std::shared_ptr<RequestBudget::Part> part;
+        RequestBudget::Share share;
     };
 
-    /// Tells the client why, and has nothing more to do with it.
+    /// Sends `reason`. Nothing is read from the client afterwards.
     kj::Promise<void> sendAway(const char* reason);
-    /// Carries the call out. Done when the answer has been taken.
+    /// Carries the call out. Done when the peer has taken the answer.
     kj::Promise<void> answer(ReceivedCall received);
     kj::Promise<void> send(capnp::MessageBuilder& message);
     /// Returns whether there is an answer.
@@ -51,7 +51,7 @@ private:
     User m_user;
     CallReader m_calls;
     uint32_t m_lastNumber = 0;
-    std::shared_ptr<RequestBudget::Part> m_part;  // of the request that is being carried out
+    RequestBudget::Share m_share;  // of the request that is being carried out
     std::map<uint32_t, OpenEnumeration> m_enumerations;
 };
 

@@ -18,9 +18,9 @@ public:
     /// Takes over a socket that does not block.
     PeerSocket(kj::UnixEventPort& loop, int fd);
 
-    /// Between two pieces of a large message other clients have their turn.
+    /// Serves other clients between two pieces of a large message.
     kj::Promise<size_t> tryRead(void* buffer, size_t minBytes, size_t maxBytes) override;
-    /// Done when all of the bytes, which must stay until then, have been sent.
+    /// Done when all bytes have been sent; they must stay valid until then.
     kj::Promise<void> write(kj::ArrayPtr<const kj::byte> bytes);
 
 private:

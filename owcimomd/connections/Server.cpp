@@ -101,7 +101,7 @@ Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& ope
       m_listening(newSocket(socketPath)),
       m_observer(io.unixEventPort, listenAt(m_listening.fd(), socketPath),
                  kj::UnixEventPort::FdObserver::OBSERVE_READ),
-      m_places(raiseClientLimit()),
+      m_quota(raiseClientLimit()),
       m_budget(maxRequest),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
@@ -144,15 +144,15 @@ kj::Promise<void> Server::accept() {
 }
 
 void Server::serve(kj::Own<PeerSocket> client, const User& user) {
-    auto place = m_places.take(user, !m_operations.access().mayConnect(user));
-    if (!place) {
+    auto slot = m_quota.take(user, !m_operations.access().mayConnect(user));
+    if (!slot) {
         m_sentAway.error(Format(
             "the user with the id %1 is sent away: there are too many connections", user.uid));
         return;
     }
     auto session = kj::heap<ClientSession>(kj::mv(client), m_operations, user, m_budget);
     auto end = session->run();
-    m_sessions.add(end.attach(kj::mv(session), kj::mv(place)));
+    m_sessions.add(end.attach(kj::mv(session), kj::mv(slot)));
 }
 
 void Server::taskFailed(kj::Exception&& exception) {

@@ -1,26 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Listens on the local socket and serves every client that connects, all in one thread: a request
-// is carried out to its end, then the next one of whichever client has sent one.
+// Listens on the local socket and serves all clients in one thread: each request is carried out to
+// its end before the next one, of any client, begins.
 #pragma once
 
 #include <kj/async-io.h>
 #include <kj/async-unix.h>
 
 #include "owcimomd/connections/ClientSession.hpp"
-#include "owcimomd/connections/Places.hpp"
+#include "owcimomd/connections/ConnectionQuota.hpp"
 #include "owcimomd/process/RareReport.hpp"
 
 namespace OwCimomd {
 
 class Server : private kj::TaskSet::ErrorHandler {
 public:
-    /// Listens on a socket of that path, in place of one that is left from a dead daemon: the
-    /// caller sees to it that there is no other daemon. Requests have at most `maxRequest` bytes.
-    /// Throws DaemonException.
+    /// Listens on a socket at `socketPath`. Replaces a socket that is there already; the caller
+    /// makes sure that no other daemon runs. `maxRequest`: the largest request, in bytes. Throws
+    /// DaemonException.
     Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
            size_t maxRequest);
-    /// Stops listening, sends all clients away and removes the socket.
+    /// Stops listening, disconnects all clients and removes the socket.
     ~Server() noexcept;
     KJ_DISALLOW_COPY(Server);
 
@@ -38,7 +38,7 @@ private:
     Operations& m_operations;
     OpenWBEM::LocalSocket m_listening;
     kj::UnixEventPort::FdObserver m_observer;
-    Places m_places;
+    ConnectionQuota m_quota;
     RequestBudget m_budget;
     RareReport m_notAccepted;
     RareReport m_sentAway;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The arguments of a request, as the operations of a repository take them. For the sources of
-// Operations.
+// Part of Operations: the arguments of a request, as the operations of a repository take them.
 #pragma once
 
 #include "openwbem/wire/CIMCodec.hpp"
@@ -11,7 +10,7 @@ namespace OwCimomd {
 
 class Operations::Arguments {
 public:
-    /// Throws CIMException INVALID_PARAMETER when there are more, or longer ones.
+    /// Throws CIMException INVALID_PARAMETER for more or longer names than Operations allows.
     explicit Arguments(wire::Request::Reader request);
 
     CIMClass cls() const;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations that have many results, which are encoded as they are asked for.
+// Part of Operations: the enumerations. Their results are encoded as they are asked for.
 #include "owcimomd/operations/Arguments.hpp"
 #include "owcimomd/operations/Operations.hpp"
 
@@ -50,16 +50,16 @@ std::unique_ptr<EncodedEnumeration> encoded(EnumerationPtr<CIMQualifierType> typ
 
 }  // namespace
 
-Operations::Rest Operations::enumClasses(const Arguments& a) {
+Operations::Results Operations::enumClasses(const Arguments& a) {
     return encoded(
         m_handle.openClasses(a.ns, a.name, a.deep, a.localOnly, a.qualifiers, a.classOrigin));
 }
 
-Operations::Rest Operations::enumClassNames(const Arguments& a) {
+Operations::Results Operations::enumClassNames(const Arguments& a) {
     return encoded(m_handle.openClassNames(a.ns, a.name, a.deep));
 }
 
-Operations::Rest Operations::enumInstances(const Arguments& a) {
+Operations::Results Operations::enumInstances(const Arguments& a) {
     if (NamespaceInstances::serves(a.ns, a.name)) {
         return encoded(m_namespaces.openInstances(
             a.localOnly == E_LOCAL_ONLY, a.qualifiers == E_INCLUDE_QUALIFIERS,
@@ -69,17 +69,17 @@ Operations::Rest Operations::enumInstances(const Arguments& a) {
                                           a.classOrigin, a.list()));
 }
 
-Operations::Rest Operations::enumInstanceNames(const Arguments& a) {
+Operations::Results Operations::enumInstanceNames(const Arguments& a) {
     return encoded(NamespaceInstances::serves(a.ns, a.name)
                        ? m_namespaces.openInstanceNames()
                        : m_handle.openInstanceNames(a.ns, a.name));
 }
 
-Operations::Rest Operations::enumQualifierTypes(const Arguments& a) {
+Operations::Results Operations::enumQualifierTypes(const Arguments& a) {
     return encoded(m_handle.openQualifierTypes(a.ns));
 }
 
-/// The object whose associations are asked for. It may be in another namespace than they are.
+/// The source object of the association. It may be in another namespace than the request's.
 CIMObjectPath Operations::source(const Arguments& a) {
     CIMObjectPath path = a.path();
     if (!path.getNameSpace().empty()) {
@@ -88,30 +88,30 @@ CIMObjectPath Operations::source(const Arguments& a) {
     return path;
 }
 
-Operations::Rest Operations::associators(const Arguments& a) {
+Operations::Results Operations::associators(const Arguments& a) {
     return encoded(
         m_handle.openAssociators(a.ns, source(a), a.filter, a.qualifiers, a.classOrigin, a.list()));
 }
 
-Operations::Rest Operations::associatorNames(const Arguments& a) {
+Operations::Results Operations::associatorNames(const Arguments& a) {
     return encoded(m_handle.openAssociatorNames(a.ns, source(a), a.filter));
 }
 
-Operations::Rest Operations::references(const Arguments& a) {
+Operations::Results Operations::references(const Arguments& a) {
     return encoded(
         m_handle.openReferences(a.ns, source(a), a.filter, a.qualifiers, a.classOrigin, a.list()));
 }
 
-Operations::Rest Operations::referenceNames(const Arguments& a) {
+Operations::Results Operations::referenceNames(const Arguments& a) {
     return encoded(m_handle.openReferenceNames(a.ns, source(a), a.filter));
 }
 
-Operations::Rest Operations::associatorsClasses(const Arguments& a) {
+Operations::Results Operations::associatorsClasses(const Arguments& a) {
     return encoded(m_handle.openAssociatorsClasses(a.ns, a.path(), a.filter, a.qualifiers,
                                                    a.classOrigin, a.list()));
 }
 
-Operations::Rest Operations::referencesClasses(const Arguments& a) {
+Operations::Results Operations::referencesClasses(const Arguments& a) {
     return encoded(m_handle.openReferencesClasses(a.ns, a.path(), a.filter, a.qualifiers,
                                                   a.classOrigin, a.list()));
 }

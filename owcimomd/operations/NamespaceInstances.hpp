@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The namespaces as instances of CIM_Namespace in the interop namespace. They are not stored: what
-// there is says the repository, and creating one creates the namespace.
+// The namespaces as instances of CIM_Namespace in the interop namespace. They are not stored: the
+// repository lists the namespaces, and creating an instance creates its namespace.
 #pragma once
 
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
@@ -17,7 +17,7 @@ public:
 
     explicit NamespaceInstances(RepositoryCIMOMHandle& handle) : m_handle(handle) {}
 
-    /// Whether operations on instances of that class are answered here.
+    /// Whether this class answers operations on instances of `className` in `ns`.
     static bool serves(const String& ns, const String& className);
 
     EnumerationPtr<CIMInstance> openInstances(bool localOnly, bool includeQualifiers,

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// After so long a call that stores is over, so that other clients have their turn.
+/// A call that stores ends after this time, so that other clients are served.
 constexpr std::chrono::milliseconds STORING_TIME{20};
 
 String textOf(capnp::Text::Reader text) {
@@ -42,7 +42,7 @@ String nameOf(capnp::Text::Reader text) {
     return textOf(text);
 }
 
-/// Objects that cannot be read are the client's mistake.
+/// Runs `decode`. Throws CIMException INVALID_PARAMETER for an object that cannot be decoded.
 template <class Decode>
 auto decoded(Decode decode) {
     try {
@@ -52,27 +52,27 @@ auto decoded(Decode decode) {
     }
 }
 
-/// Says for whom the repository is read, for as long as it lives.
+/// Sets a variable for a scope.
 template <class T>
-class Setting {
+class ScopedValue {
 public:
-    Setting(T& place, T value) : m_place(place) { place = value; }
-    ~Setting() { m_place = T(); }
-    Setting(const Setting&) = delete;
-    Setting& operator=(const Setting&) = delete;
+    ScopedValue(T& variable, T value) : m_variable(variable) { variable = value; }
+    ~ScopedValue() { m_variable = T(); }
+    ScopedValue(const ScopedValue&) = delete;
+    ScopedValue& operator=(const ScopedValue&) = delete;
 
 private:
-    T& m_place;
+    T& m_variable;
 };
 
 }  // namespace
 
-/// What an operation is: the right that it takes, whether it changes anything, and its function.
+/// An operation with the right that it needs and its function.
 struct Operations::Row {
     Operation operation;
     Right right;
     String (Operations::*carryOut)(const Arguments&);
-    Rest (Operations::*open)(const Arguments&);
+    Results (Operations::*open)(const Arguments&);
 
     bool isChange() const noexcept {
         return right == Right::WRITE_INSTANCES || right == Right::WRITE_CLASSES;
@@ -179,7 +179,7 @@ String Operations::carryOut(const User& user, wire::Request::Reader request) {
     }
     require(user, nameOf(request.getNameSpace()), row.right);
     const Arguments arguments(request);
-    const Setting current(m_user, &user);
+    const ScopedValue current(m_user, &user);
     return row.isChange() ? change(row, arguments) : (this->*row.carryOut)(arguments);
 }
 
@@ -240,7 +240,7 @@ size_t Operations::store(const User& user, wire::Storing::Reader storing) {
     const String ns = nameOf(storing.getNameSpace());
     requireForStoring(user, ns, storing);
     m_access.noteChange(ns);
-    const Setting current(m_user, &user);
+    const ScopedValue current(m_user, &user);
     size_t stored = 0;
     try {
         stored = storeSome(ns, storing);
@@ -261,7 +261,7 @@ String Operations::change(const Row& row, const Arguments& arguments) {
     return result;
 }
 
-Operations::Rest Operations::open(const User& user, wire::Request::Reader request) {
+Operations::Results Operations::open(const User& user, wire::Request::Reader request) {
     m_access.requireConnect(user);
     const Row& row = rowOf(request.getOperation());
     if (row.open == nullptr) {
@@ -270,8 +270,8 @@ Operations::Rest Operations::open(const User& user, wire::Request::Reader reques
     m_needed.clear();
     require(user, nameOf(request.getNameSpace()), row.right);
     const Arguments arguments(request);
-    const Setting current(m_user, &user);
-    Rest enumeration = (this->*row.open)(arguments);
+    const ScopedValue current(m_user, &user);
+    Results enumeration = (this->*row.open)(arguments);
     enumeration->setNeededRights(std::move(m_needed));
     return enumeration;
 }
@@ -280,7 +280,7 @@ bool Operations::next(const User& user, EncodedEnumeration& enumeration, StringA
     for (const NeededRight& needed : enumeration.neededRights()) {
         m_access.require(user, needed.ns, needed.right);
     }
-    const Setting current(m_user, &user);
+    const ScopedValue current(m_user, &user);
     return enumeration.next(portion);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Carries out the requests of users: checks that they may, and hands the results back encoded. Each
-// request is carried out to its end and committed before the next one begins.
+// Carries out requests: checks the user's rights and returns the results encoded. Each request is
+// carried out to its end and committed before the next one begins.
 #pragma once
 
 #include <memory>
@@ -18,14 +18,14 @@ struct NeededRight {
     Right right;
 };
 
-/// The results of an enumeration that are still to come, encoded.
+/// The remaining results of an enumeration, encoded.
 class EncodedEnumeration {
 public:
     virtual ~EncodedEnumeration() = default;
-    /// Appends the next ones to `portion`; false when these were the last ones.
+    /// Appends the next results to `portion`. False after the last ones.
     [[nodiscard]] virtual bool next(StringArray& portion) = 0;
 
-    /// The rights that its user needs for each of its portions.
+    /// The rights that the user must have for each portion.
     void setNeededRights(Array<NeededRight> rights) { m_neededRights = std::move(rights); }
     const Array<NeededRight>& neededRights() const noexcept { return m_neededRights; }
 
@@ -35,8 +35,8 @@ private:
 
 class Operations {
 public:
-    // More and longer names than any class has: a request that goes beyond is refused with
-    // CIMException INVALID_PARAMETER.
+    // Above what any class has. A request with more or longer names is refused with CIMException
+    // INVALID_PARAMETER.
     static constexpr unsigned MAX_LISTED = 4096;
     static constexpr size_t MAX_NAME_SIZE = 8192;
 
@@ -48,14 +48,16 @@ public:
 
     /// The result of an operation that has at most one.
     String carryOut(const User& user, wire::Request::Reader request);
-    /// Creates the objects, or changes them where they exist: as many from the beginning as others
-    /// can wait for. Returns how many, at least one. Throws ObjectStoringException; then none.
+    /// Creates the objects, or modifies those that exist, in their order, until a time limit that
+    /// keeps other clients served. Returns how many were stored, at least one. Throws
+    /// ObjectStoringException; then none was.
     size_t store(const User& user, wire::Storing::Reader storing);
     std::unique_ptr<EncodedEnumeration> open(const User& user, wire::Request::Reader request);
-    /// Appends the next portion of an enumeration of that user, who must still have the rights.
+    /// Appends the next results to `portion`; false after the last ones. Throws CIMException
+    /// ACCESS_DENIED when the user no longer has the rights.
     bool next(const User& user, EncodedEnumeration& enumeration, StringArray& portion);
-    /// Makes durable what has been committed. Costs nothing when that is all durable already, so
-    /// that nobody who may only read can make the daemon sync more than its writers do.
+    /// Makes everything that was committed durable. Costs nothing when it is already, so a user who
+    /// may only read cannot make the daemon sync more often than its writers do.
     void sync(const User& user);
 
 private:
@@ -63,9 +65,9 @@ private:
     struct Row;
     static const Row ROWS[];
     static const Row& rowOf(wire::Operation operation);
-    using Rest = std::unique_ptr<EncodedEnumeration>;
+    using Results = std::unique_ptr<EncodedEnumeration>;
 
-    /// Checks the right before anything of the request is unpacked.
+    /// Throws CIMException ACCESS_DENIED. Called before anything of the request is unpacked.
     void require(const User& user, const String& ns, Right right);
     String change(const Row& row, const Arguments& arguments);
 
@@ -84,18 +86,18 @@ private:
     String setQualifierType(const Arguments& a);
     String deleteQualifierType(const Arguments& a);
 
-    Rest enumClasses(const Arguments& a);
-    Rest enumClassNames(const Arguments& a);
-    Rest enumInstances(const Arguments& a);
-    Rest enumInstanceNames(const Arguments& a);
-    Rest enumQualifierTypes(const Arguments& a);
+    Results enumClasses(const Arguments& a);
+    Results enumClassNames(const Arguments& a);
+    Results enumInstances(const Arguments& a);
+    Results enumInstanceNames(const Arguments& a);
+    Results enumQualifierTypes(const Arguments& a);
     CIMObjectPath source(const Arguments& a);
-    Rest associators(const Arguments& a);
-    Rest associatorNames(const Arguments& a);
-    Rest references(const Arguments& a);
-    Rest referenceNames(const Arguments& a);
-    Rest associatorsClasses(const Arguments& a);
-    Rest referencesClasses(const Arguments& a);
+    Results associators(const Arguments& a);
+    Results associatorNames(const Arguments& a);
+    Results references(const Arguments& a);
+    Results referenceNames(const Arguments& a);
+    Results associatorsClasses(const Arguments& a);
+    Results referencesClasses(const Arguments& a);
 
     ServedRepository& m_repository;
     RepositoryCIMOMHandle& m_handle;

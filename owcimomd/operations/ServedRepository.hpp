@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The repository that the daemon holds, and what it is told of its surroundings: the objects that
-// associations lead to are read with the eyes of the user whose request is being carried out.
+// The repository that the daemon holds. Objects at the other end of an association are read with
+// the rights of the user whose request is being carried out.
 #pragma once
 
 #include <functional>
@@ -14,7 +14,7 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
 class ServedRepository {
 public:
-    /// Tells whether instances of a namespace may be seen at the moment.
+    /// Returns whether the current user may read instances in namespace `ns`.
     using MayRead = std::function<bool(const String& ns)>;
 
     /// Throws CIMException FAILED when it cannot be opened for serving.
@@ -24,14 +24,14 @@ public:
     ServedRepository& operator=(const ServedRepository&) = delete;
 
     RepositoryCIMOMHandle& handle() { return *m_handle; }
-    /// By default everything may be seen.
+    /// Without it, everything may be read.
     void setMayRead(MayRead mayRead);
     /// See CIMRepository::rollBack().
     void rollBack() noexcept { m_repository->rollBack(); }
     /// See CIMRepository::sync().
     void sync() { m_repository->sync(); }
-    /// Everything into the one file. Throws CIMException when that fails; the next opening does it
-    /// then.
+    /// Merges the write-ahead log into the repository file and releases its lock. Throws
+    /// CIMException when that fails; the next opening merges the log then.
     void close() { m_repository->close(); }
 
 private:

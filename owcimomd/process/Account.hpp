@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The users of the system: the one that the daemon runs as, and those who connect.
+// The system's users: the daemon's own account, and the names of its peers.
 #pragma once
 
 #include <sys/types.h>
@@ -11,11 +11,11 @@ namespace OwCimomd {
 
 using blocxx::String;
 
-/// Becomes that account for good: its user and group and no other groups. Throws DaemonException
-/// when there is no such account or the change is not complete.
+/// Changes this process to the account for good: its user and its group, no other groups. Throws
+/// DaemonException when there is no such account or the change is incomplete.
 void becomeAccount(const String& name);
 
-/// The name of a user; empty when the system knows none.
+/// The name of a user; empty when the system has none.
 String userName(uid_t uid);
 
 }  // namespace OwCimomd

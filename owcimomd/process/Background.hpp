@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Going into the background: the process that was started waits until the daemon answers, or says
-// why there is none.
+// Starting the daemon in the background: the process that was started waits until the daemon
+// answers or has failed.
 #pragma once
 
 #include <functional>
@@ -12,13 +12,13 @@ namespace OwCimomd {
 
 using blocxx::String;
 
-/// Closes every descriptor but the standard streams: one that was inherited would keep files, locks
-/// and sockets of others alive.
+/// Closes every descriptor but the standard streams: an inherited one would keep files, locks and
+/// sockets of other programs alive.
 void closeInheritedDescriptors();
 
-/// Runs `daemon` in a process of its own, in a session of its own, with nothing of this process's
-/// descriptors; it calls `ready` once it answers. Returns the exit status of this process: 0 when
-/// the daemon is ready, otherwise 1, with the reason on standard error.
+/// Runs `daemon` in a new process, in a session of its own and without this process's descriptors.
+/// `daemon` calls `ready` once it answers. Returns the exit status for this process: 0 when the
+/// daemon is ready, otherwise 1, with the reason on standard error.
 int runInBackground(const std::function<int(const std::function<void()>& ready)>& daemon);
 
 }  // namespace OwCimomd

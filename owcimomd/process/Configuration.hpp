@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The daemon's configuration: "key = value" lines, and comments that begin with "#" or ";". Anybody
-// may have written any of the files, so nothing in them is a failure: what cannot be read is told
-// as a complaint that names the file and the line, and left out.
+// The daemon's configuration: "key = value" lines, and comments that begin with "#" or ";". One
+// product's bad file must not keep the daemon from starting, so nothing in a file is a failure: a
+// line that cannot be read is skipped, and a complaint names the file and the line.
 #pragma once
 
 #include <map>
@@ -28,23 +28,23 @@ public:
     static constexpr size_t DEFAULT_REQUEST_SIZE = size_t(64) << 20U;
     static constexpr size_t LARGEST_REQUEST_SIZE = size_t(512) << 20U;
 
-    /// A larger file is left out as a whole.
+    /// A larger file is skipped as a whole.
     static constexpr size_t MAX_FILE_SIZE = size_t(1) << 20U;
 
     /// Reads `file` and then the files of `dropInDirectory` whose names end in ".conf" and do not
     /// begin with a dot, in the order of their names. A drop-in directory that is not there is
     /// empty.
     void readFiles(const String& file, const String& dropInDirectory);
-    /// Drop-ins are products', and a product has no say in where the repository of all of them is:
-    /// that key is left out there.
+    /// Drop-ins belong to products. A product has no say in where the repository is, so DATADIR is
+    /// skipped in a drop-in.
     enum class Origin { MAIN_FILE, DROP_IN };
-    /// Takes over what `text` says; `name` is for complaints. Of a key that is given again the last
-    /// value counts; allowed users come together from everywhere.
+    /// Adds the settings in `text`; `name` is for complaints. The last value of a key counts; the
+    /// allowed users of all files are added up.
     void read(std::string_view text, const String& name, Origin origin = Origin::MAIN_FILE);
 
     String get(const String& key, const String& defaultValue) const;
     const std::set<String>& allowedUsers() const noexcept { return m_allowedUsers; }
-    /// In bytes. A value that is no such number is a complaint, and the default counts.
+    /// In bytes. A value that is not a valid size is a complaint, and the default counts.
     size_t maxRequestSize();
     const StringArray& complaints() const noexcept { return m_complaints; }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Every path that the daemon uses, made in this one place. The prefix is put as plain text in front
-// of an absolute path; it is empty on the machine itself.
+// Every path that the daemon uses. The prefix is put in front of the absolute path as plain text;
+// it is empty for the installed daemon.
 #pragma once
 
 #include "blocxx/String.hpp"

@@ -10,8 +10,8 @@
 
 namespace OwCimomd {
 
-/// Makes the log of the process. A log file that cannot be opened is a complaint, and the log goes
-/// where it goes without one.
+/// Sets up the log of the process. When the log file cannot be opened, that is reported, and the
+/// log goes where it would without one.
 void setUpLog(const Configuration& configuration, bool foreground);
 
 void report(blocxx::ELogLevel level, const String& message) noexcept;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The file that holds the daemon's process id. It is locked for as long as the daemon lives, so the
-// lock tells whether one runs; the number in it alone tells nothing, as it may be that of another
-// process by now.
+// The file that holds the daemon's process id. The daemon holds a lock on it while it runs. Only
+// the lock says whether a daemon runs; the process id may have been given to another process since.
 #pragma once
 
 #include "blocxx/File.hpp"
@@ -13,10 +12,10 @@ using blocxx::String;
 
 class PidFile {
 public:
-    /// Locks the file and writes the id of this process. Throws DaemonException when another daemon
-    /// has it or it cannot be written.
+    /// Locks the file and writes this process's id. Throws DaemonException when another daemon
+    /// holds the lock or the file cannot be written.
     explicit PidFile(String path);
-    /// Removes it.
+    /// Removes the file.
     ~PidFile();
     PidFile(const PidFile&) = delete;
     PidFile& operator=(const PidFile&) = delete;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reports that anybody can provoke as often as they like: one a minute reaches the log, with the
-// number of those that did not, so that nobody fills the disk with them.
+// Rate limit for log messages that any peer can cause: at most one a minute is logged, with the
+// number of those that were suppressed, so that nobody can fill the disk with them.
 #pragma once
 
 #include <chrono>
@@ -15,9 +15,9 @@ public:
     using Clock = std::chrono::steady_clock;
     static constexpr std::chrono::minutes INTERVAL{1};
 
-    /// The text for the log, or an empty one when it is not the time for another.
+    /// The text to log; empty when the last one was logged less than INTERVAL ago.
     blocxx::String due(const blocxx::String& text, Clock::time_point now);
-    /// Logs it at error level when it is due.
+    /// Logs `text` at error level when it is due.
     void error(const blocxx::String& text) noexcept;
 
 private:

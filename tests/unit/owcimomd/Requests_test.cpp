@@ -33,16 +33,16 @@ TEST(RequestBudget, GivesAUserAQuarterAndRootWhatItAsksFor) {
     EXPECT_FALSE(budget.take(1, 1));
     first.reset();
     EXPECT_TRUE(budget.take(1, 60)) << "it was given back";
-    std::vector<std::shared_ptr<RequestBudget::Part>> parts;
+    std::vector<RequestBudget::Share> shares;
     for (const uid_t user : {1, 2, 3, 4}) {
-        parts.push_back(budget.take(user, user == 1 ? 60 : 100));
-        EXPECT_TRUE(parts.back()) << user;
+        shares.push_back(budget.take(user, user == 1 ? 60 : 100));
+        EXPECT_TRUE(shares.back()) << user;
     }
     EXPECT_FALSE(budget.take(5, 1)) << "four quarters are all";
     const auto roots = budget.take(0, 1000);
     EXPECT_TRUE(roots);
     EXPECT_TRUE(budget.take(0, 1000));
-    parts.clear();
+    shares.clear();
     EXPECT_TRUE(budget.take(5, 100));
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // How connections are shared out, and how often the log tells of those that were refused.
-#include "owcimomd/connections/Places.hpp"
+#include "owcimomd/connections/ConnectionQuota.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,22 +10,22 @@
 namespace KovTest {
 namespace {
 
-using OwCimomd::Places;
+using OwCimomd::ConnectionQuota;
 using OwCimomd::RareReport;
 using OwCimomd::User;
 
-using Taken = std::vector<std::shared_ptr<Places::Place>>;
+using Taken = std::vector<ConnectionQuota::Slot>;
 
 /// Takes as many as the user gets.
-Taken takeAll(Places& places, uid_t uid, bool isStranger = false) {
+Taken takeAll(ConnectionQuota& quota, uid_t uid, bool isStranger = false) {
     Taken taken;
-    while (auto place = places.take(User{uid, "somebody"}, isStranger)) {
-        taken.push_back(std::move(place));
+    while (auto slot = quota.take(User{uid, "somebody"}, isStranger)) {
+        taken.push_back(std::move(slot));
     }
     return taken;
 }
 
-TEST(Places, AreSharedOutSoThatNobodyIsShutOut) {
+TEST(ConnectionQuota, AreSharedOutSoThatNobodyIsShutOut) {
     struct Row {
         const char* sentence;
         size_t all;
@@ -37,29 +37,29 @@ TEST(Places, AreSharedOutSoThatNobodyIsShutOut) {
                            Row{"what is left where there are few", 192, 128, 48, 16},
                            Row{"root alone where there are hardly any", 4, 3, 0, 1},
                            Row{"nobody where there are none", 0, 0, 0, 0}}) {
-        Places places(row.all);
-        const Taken one = takeAll(places, 1);
+        ConnectionQuota quota(row.all);
+        const Taken one = takeAll(quota, 1);
         EXPECT_EQ(row.one, one.size()) << row.sentence;
-        const Taken another = takeAll(places, 2);
+        const Taken another = takeAll(quota, 2);
         EXPECT_EQ(row.another, another.size()) << row.sentence;
-        EXPECT_EQ(row.root, takeAll(places, 0).size()) << row.sentence;
+        EXPECT_EQ(row.root, takeAll(quota, 0).size()) << row.sentence;
     }
 }
 
-TEST(Places, OfStrangersAreFew) {
-    Places places(4032);
-    const Taken strangers = takeAll(places, 1, true);
-    EXPECT_EQ(Places::MAX_STRANGERS, strangers.size());
-    EXPECT_EQ(nullptr, places.take(User{2, ""}, true));
-    EXPECT_NE(nullptr, places.take(User{2, ""}, false));
+TEST(ConnectionQuota, OfStrangersAreFew) {
+    ConnectionQuota quota(4032);
+    const Taken strangers = takeAll(quota, 1, true);
+    EXPECT_EQ(ConnectionQuota::MAX_STRANGERS, strangers.size());
+    EXPECT_EQ(nullptr, quota.take(User{2, ""}, true));
+    EXPECT_NE(nullptr, quota.take(User{2, ""}, false));
 }
 
-TEST(Places, ComeBack) {
-    Places places(192);
+TEST(ConnectionQuota, ComeBack) {
+    ConnectionQuota quota(192);
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(64u, takeAll(places, 1, true).size());
-        EXPECT_EQ(128u, takeAll(places, 1).size());
-        EXPECT_EQ(192u, takeAll(places, 0).size());
+        EXPECT_EQ(64u, takeAll(quota, 1, true).size());
+        EXPECT_EQ(128u, takeAll(quota, 1).size());
+        EXPECT_EQ(192u, takeAll(quota, 0).size());
     }
 }
 
