@@ -24,7 +24,7 @@ public:
     static constexpr const char* LOG_FILE = "owcimomd.log_file";
     static constexpr const char* MAX_REQUEST_SIZE = "owcimomd.max_request_size";
 
-    static constexpr size_t LEAST_REQUEST_SIZE = size_t(64) << 10U;
+    static constexpr size_t LEAST_REQUEST_SIZE = size_t(1) << 20U;
     static constexpr size_t DEFAULT_REQUEST_SIZE = size_t(64) << 20U;
     static constexpr size_t LARGEST_REQUEST_SIZE = size_t(512) << 20U;
 

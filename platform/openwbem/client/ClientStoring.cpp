@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Storing many objects: as many with one call as a daemon accepts from any user. Of a class only
-// what it declares itself is sent; the daemon has its superclass.
+// Part of ClientCIMOMHandle: storing many objects with few calls. Of a class only what it declares
+// itself is sent; the daemon has its superclass.
 #include "openwbem/client/ClientResults.hpp"
 
 namespace OpenWBEM {
 
 namespace {
 
-/// Less than the least that a daemon can be configured to accept as a request.
-constexpr size_t CALL_BYTES = size_t{48} << 10U;
+/// Well below the smallest limit on requests that a daemon can be configured to have. Each call is a
+/// transaction, which writes every page that it touches to the log.
+constexpr size_t CALL_BYTES = size_t{256} << 10U;
 
 /// Gathers encoded objects and sends them when they are enough for a call.
 class Sender {

@@ -104,7 +104,7 @@ TEST_F(StoringThroughADaemon, OfOneCallStoresAllOrNothing) {
 
 TEST_F(StoringThroughADaemon, CountsTheObjectsOfAllCallsAndKeepsThoseOfTheCallsBefore) {
     Objects objects;
-    objects.instances = {carWithNote(0, 40'000), carWithNote(1, 40'000), car(2),
+    objects.instances = {carWithNote(0, 200'000), carWithNote(1, 200'000), car(2),
                          CIMInstance("Nothing"), car(3)};
     EXPECT_EQ(3u, indexOfFailure(objects));
     EXPECT_EQ(1u, handle.enumInstanceNamesA("test", "Car").size());

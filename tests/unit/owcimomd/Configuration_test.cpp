@@ -46,9 +46,9 @@ TEST(Configuration, TheLargestRequestIsANumberOfBytesInBounds) {
         const char* text;
         size_t size;
     } rows[] = {
-        {"", 67108864},       {"65536", 65536},        {"536870912", 536870912},
-        {"65535", 67108864},  {"536870913", 67108864}, {"-1", 67108864},
-        {"64 MiB", 67108864}, {"0x100000", 67108864},  {"99999999999999999999", 67108864},
+        {"", 67108864},        {"1048576", 1048576},    {"536870912", 536870912},
+        {"1048575", 67108864}, {"536870913", 67108864}, {"-1", 67108864},
+        {"64 MiB", 67108864},  {"0x100000", 67108864},  {"99999999999999999999", 67108864},
     };
     for (const auto& row : rows) {
         Configuration read = parsed(std::string("owcimomd.max_request_size = ") + row.text);
@@ -56,10 +56,11 @@ TEST(Configuration, TheLargestRequestIsANumberOfBytesInBounds) {
         const bool isDefault = row.size == 67108864 && *row.text != 0;
         ASSERT_EQ(isDefault ? 1u : 0u, read.complaints().size()) << row.text;
         if (isDefault) {
-            EXPECT_EQ(std::string("\"") + row.text +
-                          "\" as owcimomd.max_request_size is not a number of bytes from 65536 to "
-                          "536870912; it is 67108864",
-                      read.complaints()[0]);
+            EXPECT_EQ(
+                std::string("\"") + row.text +
+                    "\" as owcimomd.max_request_size is not a number of bytes from 1048576 to "
+                    "536870912; it is 67108864",
+                read.complaints()[0]);
         }
     }
 }
