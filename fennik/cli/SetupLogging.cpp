@@ -43,8 +43,7 @@ void SetupLogging(const blocxx::CmdLineParser& parser) {
             parser.mustGetOptionValue(LOG_FILE_OPT, "A filename must be specified");
         appenders.push_back(new DebugLog(new blocxx::FileAppender(
             LogAppender::ALL_COMPONENTS, LogAppender::ALL_CATEGORIES, fileName,
-            LogAppender::STR_TTCC_MESSAGE_FORMAT, blocxx::FileAppender::NO_MAX_LOG_SIZE, 0,
-            blocxx::FileAppender::E_AS_ANY_PROGRAM)));
+            LogAppender::STR_TTCC_MESSAGE_FORMAT, blocxx::FileAppender::E_AS_ANY_PROGRAM)));
     }
     LogAppender::setDefaultLogAppender(new blocxx::MultiAppender(std::move(appenders)));
 }

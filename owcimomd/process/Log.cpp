@@ -90,8 +90,8 @@ void setUpLog(const Configuration& configuration, bool foreground) {
         return;
     }
     try {
-        LogAppender::setDefaultLogAppender(new blocxx::FileAppender(
-            LogAppender::ALL_COMPONENTS, categories, file, "%d %p %m", 0, 0));
+        LogAppender::setDefaultLogAppender(
+            new blocxx::FileAppender(LogAppender::ALL_COMPONENTS, categories, file, "%d %p %m"));
     } catch (const blocxx::Exception& e) {
         reportError(blocxx::Format("the log file is not used: %1", e.getMessage()));
     }

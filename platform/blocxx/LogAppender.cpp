@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The kinds of appender: which messages they take and where they put them.
 #include "blocxx/LogAppender.hpp"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
 #include <exception>
 #include <utility>
 
-#include "blocxx/LogFile.hpp"
-#include "blocxx/LogOutput.hpp"
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 
 namespace blocxx {
 
@@ -21,6 +25,70 @@ const char* const EVERYTHING = "*";
 bool lists(const StringArray& names, std::string_view name) {
     return std::ranges::any_of(
         names, [&](const String& entry) { return entry == EVERYTHING || entry == name; });
+}
+
+/// Writes all of `text`; false with errno set when it cannot.
+bool writeAll(int fd, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count > 0) {
+            text.remove_prefix(static_cast<size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// "YYYY-MM-DD HH:MM:SS.mmm"
+String localTime() {
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const time_t seconds = system_clock::to_time_t(now);
+    const auto part = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
+    struct tm local = {};
+    char text[32];
+    const size_t size =
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S.", ::localtime_r(&seconds, &local));
+    return String(text, size) + std::to_string(1000 + part).substr(1);
+}
+
+String fieldOf(char letter, const LogMessage& message) {
+    switch (letter) {
+        case 'd':
+            return localTime();
+        case 't':
+            return std::to_string(::gettid());
+        case 'p':
+            return toString(message.level);
+        case 'c':
+            return message.component;
+        case 'm':
+            return printable(message.text);
+        default:
+            return String{'%', letter};
+    }
+}
+
+/// The message in `format`, with its end of line.
+String layOut(std::string_view format, const LogMessage& message) {
+    String line;
+    while (!format.empty()) {
+        const size_t plain = std::min(format.find('%'), format.size());
+        line += format.substr(0, plain);
+        format.remove_prefix(plain);
+        const size_t letter = format.find_first_not_of("-0123456789", 1);
+        if (letter == format.npos) {
+            line += format;
+            break;
+        }
+        String field = fieldOf(format[letter], message);
+        const auto width = static_cast<size_t>(std::abs(std::atoi(&format[1])));
+        field.resize(std::max(field.size(), width), ' ');
+        line += field;
+        format.remove_prefix(letter + 1);
+    }
+    return line + '\n';
 }
 
 LogAppenderRef& defaultAppender() {
@@ -42,13 +110,10 @@ LogAppenderRef LogAppender::getDefaultLogAppender() {
     return defaultAppender();
 }
 
-CerrAppender::CerrAppender(StringArray components, StringArray categories,
-                           const String& messageFormat)
+CerrAppender::CerrAppender(StringArray components, StringArray categories, String messageFormat)
     : m_components(std::move(components)),
       m_categories(std::move(categories)),
-      m_output(std::make_unique<LogOutput>(messageFormat)) {}
-
-CerrAppender::~CerrAppender() = default;
+      m_format(std::move(messageFormat)) {}
 
 bool CerrAppender::accepts(std::string_view component, ELogLevel level) const {
     return lists(m_categories, toString(level)) && lists(m_components, component);
@@ -56,28 +121,35 @@ bool CerrAppender::accepts(std::string_view component, ELogLevel level) const {
 
 void CerrAppender::append(const LogMessage& message) {
     if (accepts(message.component, message.level)) {
-        static_cast<void>(writeAll(STDERR_FILENO, m_output->render(message)));
+        static_cast<void>(writeAll(STDERR_FILENO, layOut(m_format, message)));
     }
 }
 
-FileAppender::FileAppender(StringArray components, StringArray categories, const String& fileName,
-                           const String& messageFormat, unsigned maxFileSize,
-                           unsigned maxBackupIndex, EOpening opening)
+FileAppender::FileAppender(StringArray components, StringArray categories, String fileName,
+                           String messageFormat, EOpening opening)
     : m_components(std::move(components)),
       m_categories(std::move(categories)),
-      m_file(
-          std::make_unique<LogFile>(fileName, size_t{maxFileSize} * 1024, maxBackupIndex, opening)),
-      m_output(std::make_unique<LogOutput>(messageFormat)) {}
-
-FileAppender::~FileAppender() = default;
+      m_fileName(std::move(fileName)),
+      m_format(std::move(messageFormat)) {
+    constexpr mode_t mode = 0666;
+    const int guards = opening == E_GUARDED ? O_NOFOLLOW | O_NONBLOCK : 0;
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | guards;
+    m_file = File(::open(FileSystem::systemPath(m_fileName), flags, mode));
+    if (!m_file || ::fcntl(m_file.getFileDescriptor(), F_SETFL, O_APPEND) != 0) {
+        BLOCXX_THROW_ERRNO(LoggerException,
+                           Format("Cannot open the log file \"%1\"", m_fileName).toString());
+    }
+}
 
 bool FileAppender::accepts(std::string_view component, ELogLevel level) const {
     return lists(m_categories, toString(level)) && lists(m_components, component);
 }
 
 void FileAppender::append(const LogMessage& message) {
-    if (accepts(message.component, message.level)) {
-        m_file->append(m_output->render(message));
+    if (accepts(message.component, message.level) &&
+        !writeAll(m_file.getFileDescriptor(), layOut(m_format, message))) {
+        BLOCXX_THROW_ERRNO(LoggerException,
+                           Format("Cannot write to the log file \"%1\"", m_fileName).toString());
     }
 }
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Where log messages go. An appender takes the messages of the components and categories it was
-// made for and writes them in its message format. Formats: "%m" the message, "%r" milliseconds
-// since start, "%t" thread, "%p" category, "%c" component, "%F" file, "%L" line, "%d" local date
-// and time, "%n" or a literal end of line; every message ends with an end of line.
+// made for and writes them in its message format: "%d" is the local date and time, "%t" the thread,
+// "%p" the category, "%c" the component and "%m" the message with control characters made visible;
+// "%-5p" fills the category up to five characters. Every message ends with an end of line.
 #pragma once
 
-#include <memory>
-
+#include "blocxx/File.hpp"
 #include "blocxx/Logger.hpp"
 
 namespace blocxx {
@@ -29,23 +28,18 @@ public:
     static LogAppenderRef getDefaultLogAppender();
 };
 
-// Private to the appenders: the layout of messages, and the file under a FileAppender.
-class LogOutput;
-class LogFile;
-
 /// Standard error. A message that cannot be written there is lost in silence: nobody is left to be
 /// told, and work that undoes a failure must not stop over it.
 class CerrAppender : public LogAppender {
 public:
-    CerrAppender(StringArray components, StringArray categories, const String& messageFormat);
-    ~CerrAppender() override;
+    CerrAppender(StringArray components, StringArray categories, String messageFormat);
     bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;
 
 private:
     StringArray m_components;
     StringArray m_categories;
-    std::unique_ptr<LogOutput> m_output;
+    String m_format;
 };
 
 /// A file that is appended to, created with mode 0666 less the umask, flushed after every message.
@@ -56,21 +50,18 @@ public:
         E_AS_ANY_PROGRAM  ///< links are followed, a FIFO is waited for: the user named the file
     };
 
-    static constexpr unsigned NO_MAX_LOG_SIZE = 0;
-    /// `maxFileSize` in KiB, 0 for no limit; `maxBackupIndex` old files are kept.
     /// Throws LoggerException, naming the file, when it cannot be opened.
-    FileAppender(StringArray components, StringArray categories, const String& fileName,
-                 const String& messageFormat, unsigned maxFileSize, unsigned maxBackupIndex,
-                 EOpening opening = E_GUARDED);
-    ~FileAppender() override;
+    FileAppender(StringArray components, StringArray categories, String fileName,
+                 String messageFormat, EOpening opening = E_GUARDED);
     bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;
 
 private:
     StringArray m_components;
     StringArray m_categories;
-    std::unique_ptr<LogFile> m_file;
-    std::unique_ptr<LogOutput> m_output;
+    String m_fileName;
+    String m_format;
+    File m_file;
 };
 
 /// Hands each message to every one of a list of appenders. One that throws does not keep the
