@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Cap'n Proto, SQLite and Expat, linked statically: the tool starts once for each operation, and
-# what the dynamic linker would do for them each time is a good part of a short run. Where a
-# distribution has no archive, the shared library is taken.
+# SQLite, Expat and Cap'n Proto, linked dynamically as everything else is: a security update of the
+# library reaches the tool, which runs as root, without a new build of it.
 #
 # CapnProto's own CMake package is not used: it wants OpenSSL and a C compiler's libatomic, neither
 # of which is needed here.
@@ -15,14 +14,14 @@ function(kov_imported NAME HEADER)
   add_library(${NAME} INTERFACE IMPORTED GLOBAL)
   target_include_directories(${NAME} SYSTEM INTERFACE "${${NAME}_INCLUDE}")
   foreach(LIB ${I_LIBRARIES})
-    find_library(${NAME}_${LIB} NAMES lib${LIB}.a ${LIB} REQUIRED)
+    find_library(${NAME}_${LIB} NAMES ${LIB} REQUIRED)
     target_link_libraries(${NAME} INTERFACE "${${NAME}_${LIB}}")
   endforeach()
   target_link_libraries(${NAME} INTERFACE ${I_LINKS})
 endfunction()
 
 find_package(Threads REQUIRED)
-kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3 LINKS m ${CMAKE_DL_LIBS} Threads::Threads)
+kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3)
 kov_imported(kov_expat expat.h LIBRARIES expat)
 kov_imported(kov_capnp capnp/message.h LIBRARIES capnp kj LINKS Threads::Threads)
 kov_imported(kov_capnp_async capnp/serialize-async.h LIBRARIES capnp-rpc capnp kj-async kj
