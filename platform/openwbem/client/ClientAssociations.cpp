@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations on associations (DSP0200 5.3.2.17 to 5.3.2.20).
+// Part of ClientCIMOMHandle: the operations on associations (DSP0200 5.3.2.17 to 5.3.2.20).
 #include "openwbem/client/ClientResults.hpp"
 
 namespace OpenWBEM {

@@ -43,7 +43,7 @@ void ClientCIMOMHandle::ping() {
     m_connection->ping(m_protocol->getTimeout());
 }
 
-// A signal may end the wait: the changes are there, and the caller knows what to take back.
+// A signal may end this wait: the changes are committed, and the caller can undo them.
 void ClientCIMOMHandle::commit() {
     blocxx::Interruption::check();
     m_connection->sync(m_protocol->getTimeout());
@@ -58,8 +58,8 @@ bool isChange(Operation operation) {
 
 }  // namespace
 
-// A change whose answer was not waited for could not be undone: nobody would know whether there is
-// one.
+// A change must be waited for even after a signal: without its answer the caller cannot know
+// whether there is something to undo.
 String ClientCIMOMHandle::carryOut(const ClientCall& call) {
     blocxx::Interruption::check();
     std::optional<blocxx::Interruption::Deferred> deferred;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations of CIMOMHandleIFC carried out by the running daemon. Each call is one round trip,
-// and committed when it returns (commit() makes it durable); an enumeration is handed over portion
-// by portion. Failures are the CIMExceptions that a repository opened directly would throw; when
-// the daemon cannot be reached or the connection is lost, CIMException FAILED.
+// Carries out the operations of CIMOMHandleIFC through the running daemon. Each call is one round
+// trip and is committed when it returns; commit() makes it durable. Enumerations arrive in
+// portions. Operations throw the CIMExceptions that a repository opened directly would throw, and
+// CIMException FAILED when the daemon cannot be reached or the connection is lost.
 //
-// A handle belongs to one thread, and not to a child process too. Releasing a handle whose
-// daemon has gone is no failure.
+// A handle belongs to one thread and cannot be shared with a child process. Releasing a handle
+// never fails, even when its daemon has gone.
 #pragma once
 
 #include <memory>
@@ -20,8 +20,8 @@ namespace OpenWBEM {
 class ClientConnection;
 struct ClientCall;
 
-/// The local transport knows its user from the system and encrypts nothing, so these are only ever
-/// null.
+/// The kernel identifies the user of the local transport, which encrypts nothing. References of
+/// these types are always null.
 class ClientAuthCBIFC : public blocxx::IntrusiveCountableBase {};
 using ClientAuthCBIFCRef = blocxx::IntrusiveReference<ClientAuthCBIFC>;
 class SSLClientCtx : public blocxx::IntrusiveCountableBase {};
@@ -32,9 +32,9 @@ public:
     /// The daemon of this machine.
     static constexpr const char* LOCAL_URL = "owbinary.wbem://localhost:owipc";
 
-    /// A handle that connects with its first call. URLs: LOCAL_URL, and
-    /// "owbinary.wbem://localhost:" with the absolute path of a daemon's socket. Throws
-    /// CIMException INVALID_PARAMETER for any other.
+    /// A handle that connects at its first call. `url` is LOCAL_URL or "owbinary.wbem://localhost:"
+    /// with the absolute path of a daemon's socket. Throws CIMException INVALID_PARAMETER for any
+    /// other.
     static blocxx::IntrusiveReference<ClientCIMOMHandle> createFromURL(
         const String& url, const ClientAuthCBIFCRef& authCallback = ClientAuthCBIFCRef(),
         const SSLClientCtxRef& sslContext = SSLClientCtxRef());
@@ -104,19 +104,19 @@ public:
                            EIncludeQualifiersFlag includeQualifiers,
                            EIncludeClassOriginFlag includeClassOrigin,
                            const StringArray* propertyList) override;
-    /// Has the daemon make durable what its calls have committed.
+    /// Makes the daemon sync everything that its calls have committed.
     void commit() override;
 
-    /// Creates the objects, or changes them where they exist, many of them in one unit of work,
-    /// which is there as a whole or not at all. Throws ObjectStoringException, and CIMException
-    /// when the connection fails; what the units before have stored stays.
+    /// Creates the objects, or modifies those that exist, many of them in one transaction each.
+    /// Throws ObjectStoringException for an object that cannot be stored, and CIMException when the
+    /// connection fails. The transactions before the failure stay.
     void store(const String& ns, const ObjectsToStore& objects);
 
 private:
     explicit ClientCIMOMHandle(const String& socketPath);
 
     String carryOut(const ClientCall& call);
-    /// Hands over each result, decoded by `decode`.
+    /// Passes each result, decoded by `decode`, to `result`.
     template <class T, class Decode>
     void enumerate(const ClientCall& call, ResultHandlerIFC<T>& result, Decode decode);
 

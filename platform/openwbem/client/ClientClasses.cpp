@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations on classes (DSP0200 5.3.2.1, 5.3.2.3, 5.3.2.5 and so on).
+// Part of ClientCIMOMHandle: the operations on classes (DSP0200 5.3.2.1, 5.3.2.3, 5.3.2.5 and so
+// on).
 #include "openwbem/client/ClientResults.hpp"
 
 namespace OpenWBEM {

@@ -68,7 +68,7 @@ void fill(wire::Storing::Builder out, const ClientStoring& storing) {
     fill(out.initInstances(size(storing.instances)), storing.instances);
 }
 
-/// The failure that the daemon tells of becomes the exception that it was there.
+/// Throws the CIMException that the daemon reports, if any.
 void raiseIfFailed(wire::Failure::Reader failure) {
     if (failure.getCode() == 0) {
         return;
@@ -91,8 +91,8 @@ void handOver(wire::Portion::Reader portion,
 
 }  // namespace
 
-/// One connection, from being made to being lost. Answers come in the order of the calls, but a
-/// portion that was asked for ahead may be on its way while other calls are made.
+/// One connection, from connecting to its loss. Answers arrive in the order of the calls. A portion
+/// that was requested ahead may be in flight while other calls are made.
 class ClientConnection::Session {
 public:
     using Message = kj::Own<capnp::MessageReader>;
@@ -127,7 +127,7 @@ public:
         return kj::mv(node.mapped());
     }
 
-    /// Nobody will ask for that answer.
+    /// The answer will not be awaited.
     void forget(uint64_t id) {
         if (m_early.erase(id) == 0) {
             m_forgotten.insert(id);
@@ -146,7 +146,7 @@ private:
         }
     }
 
-    /// The daemon tells why before it sends a client away, who may still be sending.
+    /// The daemon says why before it disconnects a client that may still be sending.
     void raiseLastWord() {
         try {
             while (true) {
@@ -157,7 +157,7 @@ private:
         }
     }
 
-    /// The daemon reads no further call while it waits for its last answer to be taken.
+    /// The daemon reads no call until its last answer has been received.
     void makeRoom() {
         if (m_expected > 0) {
             receive();
@@ -166,14 +166,14 @@ private:
         }
     }
 
-    /// After a failure nobody knows where the next answer begins.
+    /// After a failure it is unknown where the next answer begins.
     void requireSound() const {
         if (m_isBroken) {
             throw BrokenConnection{"an earlier call has broken it", false};
         }
     }
 
-    /// What nobody asked for would be kept for ever, and no signal be seen while there is more.
+    /// Unrequested answers would fill memory, and keep signals from being noticed.
     void receive() {
         blocxx::Interruption::check();
         requireSound();
@@ -206,7 +206,7 @@ ClientConnection::ClientConnection(String socketPath) : m_path(std::move(socketP
 
 ClientConnection::~ClientConnection() = default;
 
-/// A connection that was lost since the last call is made again, as nothing has been sent yet.
+/// Reconnects when the connection was lost since the last call: nothing has been sent yet.
 uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& fill,
                                 const Timeout& timeout) {
     if (m_session) {
@@ -219,7 +219,7 @@ uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& 
             }
         }
     }
-    // The lost one's descriptor may be the last one.
+    // The lost connection may hold the last free descriptor.
     m_session.reset();
     m_session = std::make_shared<Session>(m_path, timeout);
     return m_session->send(fill);
@@ -232,7 +232,7 @@ void ClientConnection::fail(const char* reason) {
                                       m_path, reason));
 }
 
-/// Runs `action`; what breaks the connection becomes the exception of the call.
+/// Runs `action`. Turns the loss of the connection into the exception of the call.
 template <class Action>
 auto ClientConnection::guarded(Action action) {
     try {
@@ -247,7 +247,7 @@ auto ClientConnection::guarded(Action action) {
     } catch (const kj::Exception& e) {
         fail(e.getDescription().cStr());
     } catch (const blocxx::InterruptedException&) {
-        // The answer may still come: undo steps need a connection of their own.
+        // The answer may still arrive: undo steps need a new connection.
         m_session.reset();
         throw;
     }
@@ -306,8 +306,8 @@ size_t ClientConnection::store(const ClientStoring& storing, const Timeout& time
     });
 }
 
-/// An enumeration that is under way. While the caller looks at one portion the next one is on its
-/// way, and no more than that. When the caller leaves it, the daemon is told.
+/// An open enumeration. While the caller processes one portion, the next one is in flight. When the
+/// caller abandons the enumeration, the daemon is told.
 class ClientConnection::Enumerating {
 public:
     Enumerating(std::shared_ptr<Session> session, uint64_t first)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A connection to the daemon: carries operations over and brings their results back. It is made
-// with the first call, and again with the first call after it was lost; a call that was under way
-// when that happened fails and is not repeated, as nobody knows whether it was carried out.
+// A connection to the daemon. It is made at the first call and made again at the first call after
+// it was lost. A call that was in flight when the connection was lost fails and is not repeated:
+// the daemon may have carried it out.
 #pragma once
 
 #include <algorithm>
@@ -55,24 +55,24 @@ public:
     using Bytes = std::span<const std::byte>;
 
     explicit ClientConnection(String socketPath);
-    /// Never fails, whatever has become of the daemon.
+    /// Never fails.
     ~ClientConnection();
     ClientConnection(const ClientConnection&) = delete;
     ClientConnection& operator=(const ClientConnection&) = delete;
 
-    // These throw CIMException: what the operation failed with, or FAILED when the daemon cannot be
-    // reached or the connection is lost.
+    // These throw the CIMException that the operation failed with, or CIMException FAILED when the
+    // daemon cannot be reached or the connection is lost.
 
     void ping(const blocxx::Timeout& timeout);
-    /// Has the daemon make everything durable that it has answered.
+    /// Makes everything durable that the daemon has answered.
     void sync(const blocxx::Timeout& timeout);
     /// The encoded result.
     String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
-    /// Stores some of the objects, from the beginning; there must be one. Returns how many, at
-    /// least one. Throws ObjectStoringException with the index of the one that could not be stored;
-    /// then none was.
+    /// Stores objects from the beginning of the list, which is not empty. Returns how many were
+    /// stored, at least one. Throws ObjectStoringException with the index of an object that cannot
+    /// be stored; then none was stored.
     size_t store(const ClientStoring& storing, const blocxx::Timeout& timeout);
-    /// Hands over each encoded result.
+    /// Calls `visit` with each encoded result.
     void enumerate(const ClientCall& call, const blocxx::Timeout& timeout,
                    const std::function<void(Bytes)>& visit);
 
@@ -80,7 +80,7 @@ private:
     class Session;
     class Enumerating;
 
-    /// Sends the call that `fill` puts together; connects when that has to be done.
+    /// Connects if necessary and sends the call that `fill` writes. Returns its id.
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill,
                   const blocxx::Timeout& timeout);
     /// A call without arguments and without a result.

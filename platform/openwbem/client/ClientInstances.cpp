@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations on instances (DSP0200 5.3.2.2, 5.3.2.4, 5.3.2.6 and so on).
+// Part of ClientCIMOMHandle: the operations on instances (DSP0200 5.3.2.2, 5.3.2.4, 5.3.2.6 and so
+// on).
 #include "openwbem/client/ClientResults.hpp"
 
 namespace OpenWBEM {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Between the operations of the client handle and its connection: encoding arguments and decoding
-// results. For the handle's own sources.
+// Part of ClientCIMOMHandle: encodes arguments and decodes results.
 #pragma once
 
 #include "blocxx/Interruption.hpp"
@@ -11,7 +10,7 @@
 
 namespace OpenWBEM {
 
-/// Runs `encode`; an object that cannot be sent is the failure of the operation.
+/// Runs `encode`. Throws CIMException INVALID_PARAMETER for an object that cannot be encoded.
 template <class Encode>
 String encodeArgument(Encode encode) {
     try {
@@ -21,7 +20,7 @@ String encodeArgument(Encode encode) {
     }
 }
 
-/// Runs `decode`; an answer that cannot be read is one that nobody understands.
+/// Runs `decode`. Throws CIMException FAILED for a result that cannot be decoded.
 template <class Decode>
 auto decodeResult(Decode decode) {
     try {

@@ -26,7 +26,7 @@ namespace {
 constexpr const char* REMEDY =
     "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
 
-/// How long a full queue is waited for until somebody looks whether the run was interrupted.
+/// How often a wait for a full queue checks whether the run was interrupted.
 constexpr Timeout LOOK_AROUND = Timeout::relative(std::chrono::seconds(1));
 
 [[noreturn]] void failToReach(const String& path, const char* reason) {
@@ -155,7 +155,7 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
 
 kj::Own<capnp::MessageReader> ClientSocket::receive() {
     auto message = kj::heap<capnp::InputStreamMessageReader>(m_buffered, readerOptions());
-    // Segments are read as they are asked for; the next message begins after the last one.
+    // Segments are read on demand: read them all, so that the next message follows.
     for (unsigned i = 0; message->getSegment(i) != nullptr; ++i) {
     }
     return message;

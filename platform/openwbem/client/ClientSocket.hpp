@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The socket of a connection: Cap'n Proto messages both ways, with a time limit for each wait. The
-// daemon is not trusted: descriptors that it passes are refused.
+// The client's socket: sends and receives Cap'n Proto messages, with a time limit for each wait.
+// The daemon is not trusted: a message with descriptors is refused.
 #pragma once
 
 #include <capnp/serialize.h>
@@ -21,8 +21,8 @@ struct BrokenConnection {
 
 class ClientSocket : private kj::InputStream {
 public:
-    /// Connects; waits for as long as the daemon's queue is full. Throws CIMException FAILED that
-    /// names the path and the remedy.
+    /// Connects. Waits while the daemon's queue of connections is full. Throws CIMException FAILED
+    /// that names the path and the remedy.
     ClientSocket(const blocxx::String& path, const blocxx::Timeout& timeout);
     ~ClientSocket() noexcept(false) override = default;
     ClientSocket(const ClientSocket&) = delete;
@@ -32,10 +32,11 @@ public:
 
     // These throw BrokenConnection.
 
-    /// Sends what fits at once, from `bytes`, which is cut accordingly. False when nothing fits.
+    /// Sends as much of `bytes` as fits without waiting and removes it from `bytes`. False when
+    /// nothing fits.
     bool trySend(kj::ArrayPtr<const char>& bytes);
     void waitUntilSendable();
-    /// The next message, all of it. Also throws kj::Exception when it is none.
+    /// Receives the next message. Also throws kj::Exception for bytes that are not a message.
     kj::Own<capnp::MessageReader> receive();
 
 private:

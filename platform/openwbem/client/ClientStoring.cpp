@@ -8,11 +8,11 @@ namespace OpenWBEM {
 
 namespace {
 
-/// Well below the smallest limit on requests that a daemon can be configured to have. Each call is a
-/// transaction, which writes every page that it touches to the log.
+/// Well below the smallest limit on requests that a daemon can be configured to have. Each call is
+/// a transaction, which writes every page that it touches to the log.
 constexpr size_t CALL_BYTES = size_t{256} << 10U;
 
-/// Gathers encoded objects and sends them when they are enough for a call.
+/// Collects encoded objects and sends them when they fill a call.
 class Sender {
 public:
     Sender(ClientConnection& connection, const String& ns, const blocxx::Timeout& timeout)
@@ -30,7 +30,8 @@ public:
         }
     }
 
-    /// A change whose answer was not waited for could not be told from one that failed.
+    /// Waits for each answer even after a signal: without it, a change could not be told from a
+    /// failure.
     void send() {
         while (m_storing.size() > 0) {
             blocxx::Interruption::check();

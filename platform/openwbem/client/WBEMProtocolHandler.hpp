@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a connection behaves towards the daemon, for all calls that are made through it.
+// Settings for all calls through a connection.
 #pragma once
 
 #include "blocxx/IntrusiveReference.hpp"
@@ -10,8 +10,8 @@ namespace OpenWBEM {
 
 class WBEMProtocolHandler : public blocxx::IntrusiveCountableBase {
 public:
-    /// How long a call waits for its reply. A reply that does not come in time is an error, and
-    /// what the call was to do may have been done all the same.
+    /// How long a call waits for its reply. A call whose reply does not arrive in time fails,
+    /// though the daemon may have carried it out.
     void setTimeout(const blocxx::Timeout& timeout) { m_timeout = timeout; }
     const blocxx::Timeout& getTimeout() const noexcept { return m_timeout; }
 

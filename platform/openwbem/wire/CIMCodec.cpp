@@ -17,19 +17,19 @@ namespace OpenWBEM::Codec {
 
 namespace {
 
-/// How many times over a message may be read: each object once, with what the library itself counts
-/// double. Pointers may lead to the same place more often than that in hostile messages only.
+/// How often a message may be traversed: once, plus what the library counts twice. Only a hostile
+/// message has more pointers to the same place.
 constexpr uint64_t TRAVERSALS = 4;
 constexpr uint64_t TRAVERSAL_SLACK_WORDS = 1024;
 
-/// What an argument may take in memory once it is unpacked: no honest one comes near.
+/// The memory that a decoded argument may take. No honest argument comes near.
 constexpr uint64_t UNPACKED_TIMES = 4;
 constexpr uint64_t UNPACKED_SLACK = uint64_t(16) << 20U;
 
-/// Nearly every object fits in here, so that its message need not be allocated in growing pieces.
+/// Large enough for the message of nearly every object.
 constexpr size_t SCRATCH_WORDS = 4096;
 
-/// Zeroed, as a message wants it, which leaves it so; for one message at a time.
+/// Zeroed before and after each message; used by one message at a time.
 kj::ArrayPtr<capnp::word> scratch() {
     static thread_local std::array<uint64_t, SCRATCH_WORDS> words{};
     static_assert(sizeof(uint64_t) == sizeof(capnp::word));
@@ -74,7 +74,7 @@ capnp::ReaderOptions readerOptions(size_t words) {
     return options;
 }
 
-/// Cap'n Proto reads whole words in their alignment; other bytes are copied.
+/// Cap'n Proto reads aligned words: copies bytes that are not aligned.
 class AlignedWords {
 public:
     explicit AlignedWords(Bytes bytes) {
@@ -111,11 +111,11 @@ auto decodeAs(Bytes bytes, Decoder decoder = Decoder()) {
     }
 }
 
-/// Of an object that anybody may have sent.
+/// For an object from an untrusted sender.
 template <class Struct>
 auto decodeArgumentAs(Bytes bytes) {
-    return decodeAs<Struct>(bytes, Decoder(Decoder::Names::LEFT_TO_THE_OPERATION,
-                                           UNPACKED_TIMES * bytes.size() + UNPACKED_SLACK));
+    return decodeAs<Struct>(
+        bytes, Decoder(Decoder::Names::UNCHECKED, UNPACKED_TIMES * bytes.size() + UNPACKED_SLACK));
 }
 
 }  // namespace

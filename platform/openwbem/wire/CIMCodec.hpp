@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects as Cap'n Proto messages: the form in which they are stored and sent. Decoding takes any
-// bytes: what is not a well-formed message of the kind asked for is a CodecException, never a
-// crash, and costs memory in proportion to the bytes.
+// Objects as Cap'n Proto messages, the form in which they are stored and sent. Decoding accepts
+// hostile bytes: anything but a well-formed message of the expected kind is a CodecException, and
+// memory stays in proportion to the bytes.
 #pragma once
 
 #include <cstddef>
@@ -19,20 +19,21 @@ BLOCXX_DECLARE_EXCEPTION2(Codec, ::blocxx::Exception)
 
 using Bytes = std::span<const std::byte>;
 
-/// Of a class only what it declares itself is encoded: propagated features and qualifiers are not.
+/// Encodes only what the class itself declares, without propagated features and qualifiers.
 String encode(const CIMClass& cls);
-/// Qualifiers of the instance itself are kept, those of its properties are not.
+/// Encodes the qualifiers of the instance itself, not those of its properties.
 String encode(const CIMInstance& instance);
 String encode(const CIMQualifierType& qualifierType);
 String encode(const CIMObjectPath& path);
 
-// The forms in which objects are sent: with all that they have, inherited or from their class.
+// The form in which results are sent: complete, with everything inherited or taken from the class.
 String encodeView(const CIMClass& cls);
 String encodeView(const CIMInstance& instance);
 
-/// Either form.
+/// Decodes either form.
 CIMClass decodeClass(Bytes bytes);
-// The arguments of an operation: names in them are for the operation to refuse.
+// Decode arguments of an operation. Names are not checked: the operation itself refuses invalid
+// ones.
 CIMClass decodeClassArgument(Bytes bytes);
 CIMInstance decodeInstanceArgument(Bytes bytes);
 CIMQualifierType decodeQualifierTypeArgument(Bytes bytes);

@@ -46,7 +46,7 @@ void setHeldValue(Element& element, CIMValue value) {
 
 String Decoder::name(capnp::Text::Reader in, std::string_view what) const {
     const std::string_view view(in.begin(), in.size());
-    if (m_names == Names::LEFT_TO_THE_OPERATION && m_depth == 0) {
+    if (m_names == Names::UNCHECKED && m_depth == 0) {
         return text(in, what);
     }
     if (!isIdentifier(view)) {
@@ -82,7 +82,7 @@ void Decoder::charge(uint64_t count, size_t bytesEach) {
 
 template <class List>
 auto Decoder::getAll(List list) {
-    if (m_names == Names::LEFT_TO_THE_OPERATION && list.size() > MAX_ARGUMENT_LIST) {
+    if (m_names == Names::UNCHECKED && list.size() > MAX_ARGUMENT_LIST) {
         refuse(
             blocxx::Format("a list in it has more than %1 elements", MAX_ARGUMENT_LIST).toString());
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads the objects of the model from a Cap'n Proto message (cim.capnp) that anybody may have
-// written: whatever an object of the model could not be is a CodecException. Exceptions of KJ
-// (broken pointers, limits) pass through; the caller has set the limits of the message.
+// Reads the objects of the model from a hostile Cap'n Proto message (cim.capnp). Throws
+// CodecException for anything that no object of the model can be. Exceptions of KJ (broken
+// pointers, limits) pass through; the caller has set the limits of the message.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +16,11 @@ namespace OpenWBEM::Codec {
 
 class Decoder {
 public:
-    /// The arguments of an operation are not the place to refuse names in: the operation itself
-    /// says what is wrong with them, in the same words for everybody. Objects inside of values are
-    /// checked either way.
-    enum class Names { CHECKED, LEFT_TO_THE_OPERATION };
+    /// UNCHECKED is for arguments: the operation itself refuses invalid names, with the same
+    /// message on every way. Names of objects inside values are always checked.
+    enum class Names { CHECKED, UNCHECKED };
 
-    /// With more than `maxUnpacked` bytes in memory, by estimate, decoding fails.
+    /// Decoding fails when the objects would take more than about `maxUnpacked` bytes of memory.
     explicit Decoder(Names names = Names::CHECKED, uint64_t maxUnpacked = UINT64_MAX)
         : m_names(names), m_unpackable(maxUnpacked) {}
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writes the objects of the model into a Cap'n Proto message (cim.capnp). For the codec and for
-// those who carry objects inside messages of their own.
+// Writes the objects of the model into a Cap'n Proto message (cim.capnp).
 #pragma once
 
 #include "cim.capnp.h"
@@ -13,7 +12,7 @@ namespace OpenWBEM::Codec {
 
 class Encoder {
 public:
-    /// Of a class either what it declares itself, or all of it with what it inherits.
+    /// What is encoded of a class: only what it declares itself, or everything.
     enum class Form { DECLARED, WHOLE };
 
     void put(wire::Class::Builder out, const CIMClass& cls, Form form);

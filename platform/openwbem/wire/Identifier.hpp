@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Names of CIM elements (DSP0004 Annex A, IDENTIFIER), for those who take names from outside.
+// Validates names of CIM elements (DSP0004 Annex A, IDENTIFIER).
 #pragma once
 
 #include <string_view>

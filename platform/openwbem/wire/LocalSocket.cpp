@@ -20,8 +20,8 @@ bool setOption(int fd, int option, int value) noexcept {
     return ::setsockopt(fd, SOL_SOCKET, option, &value, sizeof value) == 0;
 }
 
-/// Holds the socket, and nothing else of this process's, until the other end of `gate` is closed.
-/// In a child of its own, so that nobody has to wait for the end of it.
+/// Holds only the socket until the other end of `gate` is closed. Runs in a child of a child, so
+/// that nobody has to wait for its end.
 [[noreturn]] void holdUntilClosed(int fd, int gate) noexcept {
     char byte = 0;
     if (::dup2(gate, STDIN_FILENO) < 0 || ::dup2(fd, STDOUT_FILENO) < 0 ||
@@ -46,8 +46,8 @@ bool isDone(pid_t child) noexcept {
     return ended == child && status == 0;
 }
 
-/// Has the last reference dropped by a process that ends. Where there can be none the descriptor
-/// stays open, which is the lesser evil.
+/// Makes an exiting process drop the last reference. When no process can be started, the descriptor
+/// leaks, which is the lesser evil.
 void closeByEnding(int fd) noexcept {
     int gate[2];
     if (::pipe2(gate, O_CLOEXEC) != 0) {
@@ -64,7 +64,7 @@ void closeByEnding(int fd) noexcept {
     ::close(gate[1]);
 }
 
-/// Whether it holds nothing that has not been read. Nothing more comes after this.
+/// Shuts the socket down. True when it holds no unread data.
 bool isEmptyForGood(int fd) noexcept {
     char byte = 0;
     ::shutdown(fd, SHUT_RDWR);
@@ -73,7 +73,7 @@ bool isEmptyForGood(int fd) noexcept {
 
 }  // namespace
 
-/// A byte out of band would be passed over by the look, with its descriptors.
+/// The peek would skip an out-of-band byte and its descriptors.
 LocalSocket::LocalSocket(int fd, Guard guard) noexcept
     : m_fd(fd),
       m_isGuardedByKernel(guard == Guard::KERNEL_OR_READER && setOption(fd, SO_PASSRIGHTS, 0)) {
@@ -90,8 +90,8 @@ LocalSocket::~LocalSocket() {
     }
 }
 
-/// What was looked at stays first in line, so no more than that is read. The look takes references
-/// of its own and lets go of them, which are never the last ones.
+/// Reads no more than was peeked at, which stays first in the queue. The peek drops only references
+/// of its own, never the last ones.
 ssize_t LocalSocket::receive(void* buffer, size_t size) noexcept {
     if (m_isGuardedByKernel) {
         return ::recv(m_fd, buffer, size, MSG_DONTWAIT);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A connected or listening Unix socket that takes no descriptors from its peer (unix(7),
-// SCM_RIGHTS). Neither side of a connection uses any, and to drop one can take as long as its
-// sender likes: whoever drops the last reference to a TCP socket with SO_LINGER sleeps in the close
-// until its data is sent.
+// A connected or listening Unix socket that accepts no descriptors from its peer (unix(7),
+// SCM_RIGHTS). A received descriptor can block its receiver: closing the last reference to a TCP
+// socket with SO_LINGER waits until its data is sent.
 //
-// Linux 6.16 and later refuse them when they are sent. On older kernels a look at what has come
-// tells of them before anything is read, and a socket that may hold some is closed by a process
-// that ends with it: sockets do not linger for a process that ends.
+// Linux 6.16 and later refuse them at the sender. On older kernels a peek detects them before
+// anything is read, and a socket that may hold some is closed by the exit of a child process, which
+// does not linger.
 #pragma once
 
 #include <sys/types.h>
@@ -18,20 +17,20 @@ namespace OpenWBEM {
 
 class LocalSocket {
 public:
-    /// Who keeps descriptors away. READER is for tests: on a kernel that refuses them, too.
+    /// Who refuses descriptors. READER makes tests use the peek on newer kernels, too.
     enum class Guard { KERNEL_OR_READER, READER };
 
-    /// Takes over a socket of which nothing has been read.
+    /// Takes ownership of a socket from which nothing has been read.
     explicit LocalSocket(int fd, Guard guard = Guard::KERNEL_OR_READER) noexcept;
-    /// Closes it, without waiting for anything that the peer has sent.
+    /// Closes the socket without waiting for descriptors that the peer has sent.
     ~LocalSocket();
     LocalSocket(const LocalSocket&) = delete;
     LocalSocket& operator=(const LocalSocket&) = delete;
 
     int fd() const noexcept { return m_fd; }
 
-    /// As recv(2) that does not wait. Fails with EBADMSG, and reads nothing, when there are
-    /// descriptors in what has come.
+    /// As recv(2) with MSG_DONTWAIT. Fails with EBADMSG and reads nothing when descriptors have
+    /// arrived.
     ssize_t receive(void* buffer, size_t size) noexcept;
 
 private:

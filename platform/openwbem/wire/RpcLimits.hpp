@@ -11,14 +11,14 @@ namespace OpenWBEM::RpcLimits {
 /// The largest answer, in words of 8 bytes: 512 MiB, more than the largest object that a message
 /// can hold. Checked before memory is taken.
 inline constexpr uint64_t MAX_WORDS = uint64_t(64) << 20U;
-/// The largest message from a client whose user may not connect: it only hears that it may not.
+/// The largest message from a peer that is not authorised.
 inline constexpr size_t MAX_BYTES_STRANGER = size_t(64) << 10U;
 
-/// Most calls and answers are no larger than this.
+/// The size of most calls and answers, in words.
 inline constexpr unsigned USUAL_WORDS = 128;
 
-/// How deep pointers may go in a message: the calls are flat, the objects in them are messages of
-/// their own.
+/// The deepest nesting of pointers in a message. Calls are flat; the objects in them are messages
+/// of their own.
 inline constexpr int NESTING = 64;
 
 /// The socket of the daemon of this machine.

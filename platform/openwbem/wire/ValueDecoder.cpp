@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Decoding of values: what the type says, what the union holds and what the type can hold must
-// agree.
+// Part of Decoder: values. The declared type, the union's member and the values must agree.
 #include <limits>
 
 #include "openwbem/wire/CIMCodec.hpp"

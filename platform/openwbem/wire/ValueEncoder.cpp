@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Encoding of values: each CIM type has its place in the union of wire::Value.
+// Part of Encoder: values. Each CIM type has a member in the union of wire::Value.
 #include "openwbem/wire/CIMCodec.hpp"
 #include "openwbem/wire/CIMEncoder.hpp"
 #include "openwbem/wire/ValueTypes.hpp"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From the number of a CIM type to the C++ type that holds its values, for the encoder and the
-// decoder.
+// Maps the number of a CIM type to the C++ type of its values, for the encoder and the decoder.
 #pragma once
 
 #include <type_traits>
@@ -13,8 +12,8 @@
 
 namespace OpenWBEM::Codec {
 
-/// How deep objects may stand in the values of objects. Decoding recurses, so there must be an end;
-/// encoding has the same one, so that whatever was encoded can be decoded.
+/// The deepest nesting of objects in values of objects. It bounds the recursion of decoding.
+/// Encoding has the same limit, so that everything encoded can be decoded.
 inline constexpr unsigned MAX_OBJECT_DEPTH = 16;
 /// The most Cap'n Proto pointers on the way from one object to an object in one of its values:
 /// class, methods, method, parameters, parameter, qualifiers, qualifier, value, list, object.
