@@ -12,8 +12,3 @@ kov_unit_test(blocxx_test
     unit/blocxx/Process_test.cpp
     unit/blocxx/String_test.cpp
   LINKS blocxx)
-kov_unit_test(undo_facilities_test
-  SOURCES
-    unit/undo/Execute_test.cpp
-    unit/undo/Facilities_test.cpp
-  LINKS fennik_undo)

@@ -5,6 +5,10 @@ target_link_libraries(fennik_testing PUBLIC openwbem_mof openwbem_repository)
 target_include_directories(fennik_testing PUBLIC "${CMAKE_SOURCE_DIR}")
 target_compile_definitions(fennik_testing PRIVATE KOV_SCHEMA="${CMAKE_SOURCE_DIR}/schema")
 
+kov_unit_test(common_test
+  SOURCES unit/common/Execute_test.cpp unit/common/Facilities_test.cpp
+  LINKS fennik_common)
+
 kov_unit_test(fennik_test
   SOURCES
     unit/fennik/AccountDirectory_test.cpp unit/fennik/FNCleanupActions_test.cpp

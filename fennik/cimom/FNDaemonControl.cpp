@@ -5,8 +5,8 @@
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
-#include "fennik/undo/Execute.hpp"
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/Execute.hpp"
+#include "fennik/common/FennikException.hpp"
 
 namespace KOVNS2 {
 

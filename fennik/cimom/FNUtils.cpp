@@ -3,7 +3,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 
 namespace KOVNS2 {
 

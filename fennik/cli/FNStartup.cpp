@@ -15,8 +15,8 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/StandardStreams.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/StandardStreams.hpp"
 
 namespace KOVNS2 {
 

@@ -4,8 +4,8 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
 #include "fennik/cli/Options.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/StandardStreams.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/StandardStreams.hpp"
 
 namespace KOVNS2 {
 

@@ -5,12 +5,12 @@
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/FNHandles.hpp"
 #include "fennik/cimom/RepositoryCopy.hpp"
+#include "fennik/common/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/state/FNProductState.hpp"
-#include "fennik/undo/StandardStreams.hpp"
 
 namespace KOVNS2 {
 

@@ -2,7 +2,7 @@
 //
 // The usage text: the option table's rows and how the options go together.
 #include "fennik/cli/Options.hpp"
-#include "fennik/undo/StandardStreams.hpp"
+#include "fennik/common/StandardStreams.hpp"
 
 namespace KOVNS2 {
 

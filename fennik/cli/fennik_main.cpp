@@ -13,8 +13,8 @@
 #include "fennik/cli/FNStartup.hpp"
 #include "fennik/cli/FailureReport.hpp"
 #include "fennik/cli/Operations.hpp"
-#include "fennik/undo/StandardStreams.hpp"
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/StandardStreams.hpp"
+#include "fennik/common/TextUtils.hpp"
 
 namespace KOVNS2 {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/mofrepair/FNHacks.hpp"
 
-#include "fennik/undo/RegularExpression.hpp"
-#include "fennik/undo/TextUtils.hpp"
-#include "fennik/undo/UnitLog.hpp"
+#include "fennik/common/RegularExpression.hpp"
+#include "fennik/common/TextUtils.hpp"
+#include "fennik/common/UnitLog.hpp"
 
 namespace KOVNS2 {
 

@@ -8,10 +8,10 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/NameRules.hpp"
 #include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceCleanupActions.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
-#include "fennik/undo/NameRules.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {

@@ -4,9 +4,9 @@
 #include <set>
 
 #include "blocxx/Format.hpp"
+#include "fennik/common/CallSite.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
-#include "fennik/undo/CallSite.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/Identifier.hpp"
 

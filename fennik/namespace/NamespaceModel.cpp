@@ -4,8 +4,8 @@
 #include <ostream>
 
 #include "fennik/cimom/FNUtils.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/TextUtils.hpp"
 
 namespace KOVNS2::NamespaceModel {
 

@@ -3,7 +3,7 @@
 // The CIM names that registering, deregistering and listing namespaces have in common.
 #pragma once
 
-#include "fennik/undo/UnitLog.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 
 namespace KOVNS2::NamespaceModel {

@@ -11,12 +11,12 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/FileUtils.hpp"
+#include "fennik/common/NameRules.hpp"
+#include "fennik/common/TempFile.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "fennik/product/ProductPaths.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/FileUtils.hpp"
-#include "fennik/undo/NameRules.hpp"
-#include "fennik/undo/TempFile.hpp"
-#include "fennik/undo/UnitLog.hpp"
 
 namespace KOVNS2 {
 

@@ -8,13 +8,13 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/NameRules.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/NameRules.hpp"
-#include "fennik/undo/UnitLog.hpp"
 
 namespace KOVNS2 {
 

@@ -2,7 +2,7 @@
 #include "fennik/product/ProductPaths.hpp"
 
 #include "blocxx/Format.hpp"
-#include "fennik/undo/NameRules.hpp"
+#include "fennik/common/NameRules.hpp"
 
 namespace KOVNS2::ProductPaths {
 

@@ -5,12 +5,12 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/ProviderRepair.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
 namespace KOVNS2 {

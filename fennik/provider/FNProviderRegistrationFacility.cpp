@@ -2,10 +2,10 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/FileUtils.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/FileUtils.hpp"
 
 namespace KOVNS2 {
 

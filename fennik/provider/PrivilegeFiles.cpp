@@ -6,8 +6,8 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2::PrivilegeFiles {
 

@@ -4,10 +4,10 @@
 #include <sstream>
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
 
 namespace KOVNS2 {

@@ -2,10 +2,10 @@
 //
 // From the text of a provider registration list to registration records.
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/StartPrivileges.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2 {
 

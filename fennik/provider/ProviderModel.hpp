@@ -4,7 +4,7 @@
 // read alike.
 #pragma once
 
-#include "fennik/undo/UnitLog.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace KOVNS2::ProviderModel {

@@ -6,10 +6,10 @@
 #include <optional>
 #include <set>
 
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/RegularExpression.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/RegularExpression.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {

@@ -4,7 +4,7 @@
 #include <cerrno>
 
 #include "blocxx/Format.hpp"
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
 namespace KOVNS2 {

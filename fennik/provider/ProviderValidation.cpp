@@ -4,9 +4,9 @@
 #include <algorithm>
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2 {
 

@@ -4,9 +4,9 @@
 #include <istream>
 #include <memory>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
 

@@ -5,11 +5,11 @@
 
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFile.hpp"
 #include "fennik/state/StateGathering.hpp"
 #include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateRestoring.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/xml/XMLParserDOM.hpp"
 
 namespace KOVNS2 {

@@ -3,6 +3,8 @@
 #include <unordered_map>
 
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/StandardStreams.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
@@ -10,8 +12,6 @@
 #include "fennik/state/StateGathering.hpp"
 #include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateProof.hpp"
-#include "fennik/undo/StandardStreams.hpp"
-#include "fennik/undo/TextUtils.hpp"
 
 namespace KOVNS2 {
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <utility>
 
+#include "fennik/common/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
@@ -9,7 +10,6 @@
 #include "fennik/state/StateNames.hpp"
 #include "fennik/state/StateReading.hpp"
 #include "fennik/state/StateRestoring.hpp"
-#include "fennik/undo/StandardStreams.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {

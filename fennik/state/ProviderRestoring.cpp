@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateReading.hpp"
 #include "fennik/state/StateRestoring.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2 {
 

@@ -15,8 +15,8 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
 
 namespace KOVNS2::StateFile {

@@ -4,7 +4,7 @@
 // fail.
 #pragma once
 
-#include "fennik/undo/UnitLog.hpp"
+#include "fennik/common/UnitLog.hpp"
 
 namespace KOVNS2::StateLog {
 

@@ -2,10 +2,10 @@
 #include "fennik/state/StateNames.hpp"
 
 #include "blocxx/Format.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/NameRules.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/NameRules.hpp"
 
 namespace KOVNS2::StateNames {
 

@@ -5,9 +5,9 @@
 #include <sstream>
 #include <utility>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateLog.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace KOVNS2 {
 

@@ -3,8 +3,8 @@
 // Making and reading the elements of a state file.
 #pragma once
 
+#include "fennik/common/CallSite.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
-#include "fennik/undo/CallSite.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateProof.hpp"
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/state/SavedObject.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateNames.hpp"
 #include "fennik/state/StateReading.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2::StateProof {

@@ -3,10 +3,10 @@
 
 #include <utility>
 
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateLog.hpp"
-#include "fennik/undo/TextUtils.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2::StateReading {

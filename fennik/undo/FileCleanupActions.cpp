@@ -8,9 +8,9 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
-#include "fennik/undo/Execute.hpp"
+#include "fennik/common/Execute.hpp"
+#include "fennik/common/FileUtils.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
-#include "fennik/undo/FileUtils.hpp"
 #include "fennik/undo/UndoMessages.hpp"
 
 namespace KOVNS2 {

@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/undo/FennikException.hpp"
 
 namespace {
 

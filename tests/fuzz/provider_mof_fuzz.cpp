@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <istream>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 

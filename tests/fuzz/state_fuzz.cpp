@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/state/FNProductState.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "blocxx/FileSystem.hpp"
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/TemporaryDirectory.hpp"
 

@@ -6,9 +6,9 @@
 #include <algorithm>
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"

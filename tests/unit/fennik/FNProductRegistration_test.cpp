@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 

@@ -10,7 +10,7 @@
 
 #include <functional>
 
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "tests/unit/fennik/TemporaryDirectory.hpp"
 
 namespace KOVNS2::Testing {

@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/FileUtils.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
-#include "fennik/undo/FileUtils.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/TemporaryDirectory.hpp"
 

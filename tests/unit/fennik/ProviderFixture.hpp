@@ -8,8 +8,8 @@
 
 #include <map>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 

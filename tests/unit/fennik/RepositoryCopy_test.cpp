@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "blocxx/Secure.hpp"
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"

@@ -6,7 +6,7 @@
 #include <random>
 
 #include "blocxx/LogAppender.hpp"
-#include "fennik/undo/RegularExpression.hpp"
+#include "fennik/common/RegularExpression.hpp"
 
 namespace KOVNS2 {
 namespace {

@@ -6,9 +6,9 @@
 
 #include <random>
 
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/state/StateGathering.hpp"
-#include "fennik/undo/TextUtils.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"

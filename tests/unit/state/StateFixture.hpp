@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/state/FNProductState.hpp"
-#include "fennik/undo/FennikException.hpp"
 #include "openwbem/xml/XMLNode.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"

@@ -7,7 +7,7 @@
 
 #include "blocxx/Exception.hpp"
 #include "blocxx/String.hpp"
-#include "fennik/undo/CallSite.hpp"
+#include "fennik/common/CallSite.hpp"
 
 namespace KOVNS2 {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "fennik/undo/NameRules.hpp"
+#include "fennik/common/NameRules.hpp"
 
 #include <algorithm>
 

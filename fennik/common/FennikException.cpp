@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The tool's exception type: the base with a required error code.
-#include "fennik/undo/FennikException.hpp"
+#include "fennik/common/FennikException.hpp"
 
 namespace KOVNS2 {
 

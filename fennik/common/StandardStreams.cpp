@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "fennik/undo/StandardStreams.hpp"
+#include "fennik/common/StandardStreams.hpp"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -14,11 +14,11 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Process.hpp"
-#include "fennik/undo/FennikException.hpp"
-#include "fennik/undo/FileUtils.hpp"
-#include "fennik/undo/RegularExpression.hpp"
-#include "fennik/undo/TempFile.hpp"
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/FennikException.hpp"
+#include "fennik/common/FileUtils.hpp"
+#include "fennik/common/RegularExpression.hpp"
+#include "fennik/common/TempFile.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "tests/unit/blocxx/TemporaryDirectory.hpp"
 
 using blocxx::String;

@@ -2,7 +2,7 @@
 //
 // Running programs without root's rights: as whom, and what happens when there is nobody to be.
 // The account database is replaced in a mount namespace of the test's own.
-#include "fennik/undo/Execute.hpp"
+#include "fennik/common/Execute.hpp"
 
 #include <gmock/gmock.h>
 #include <sched.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Creating the temporary file under a name that nobody can foresee, and removing it again.
-#include "fennik/undo/TempFile.hpp"
+#include "fennik/common/TempFile.hpp"
 
 #include <cerrno>
 #include <random>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "fennik/undo/FileUtils.hpp"
+#include "fennik/common/FileUtils.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Regular expressions over regcomp and regexec.
-#include "fennik/undo/RegularExpression.hpp"
+#include "fennik/common/RegularExpression.hpp"
 
 #include <limits>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Joining, replacing and comparing texts.
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/TextUtils.hpp"
 
 #include <boost/algorithm/string/join.hpp>
 

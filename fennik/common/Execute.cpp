@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Choosing the account and running the program.
-#include "fennik/undo/Execute.hpp"
+#include "fennik/common/Execute.hpp"
 
 #include <unistd.h>
 
@@ -10,7 +10,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
-#include "fennik/undo/TextUtils.hpp"
+#include "fennik/common/TextUtils.hpp"
 
 namespace KOVNS2 {
 
