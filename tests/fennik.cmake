@@ -11,25 +11,24 @@ kov_unit_test(common_test
 
 kov_unit_test(fennik_test
   SOURCES
-    unit/fennik/AccountDirectory_test.cpp unit/fennik/FNCleanupActions_test.cpp
-    unit/fennik/FNConfigFile_test.cpp
-    unit/fennik/FNNamespaceRegistration_test.cpp unit/fennik/FNProductRegistration_test.cpp
-    unit/fennik/FNStartup_test.cpp unit/fennik/FNUtils_test.cpp
-    unit/fennik/FileCleanupActions_test.cpp unit/fennik/KeptFiles_test.cpp
-    unit/fennik/NamespaceUtils_test.cpp
-    unit/fennik/Options_test.cpp unit/fennik/ProductPaths_test.cpp unit/fennik/RepositoryCopy_test.cpp
+    unit/cimom/AccountDirectory_test.cpp unit/cimom/FNUtils_test.cpp
+    unit/cimom/KeptFiles_test.cpp unit/cimom/RepositoryCopy_test.cpp
+    unit/cli/FNStartup_test.cpp unit/cli/Options_test.cpp
+    unit/namespace/FNNamespaceRegistration_test.cpp unit/namespace/NamespaceUtils_test.cpp
+    unit/product/FNConfigFile_test.cpp unit/product/FNProductRegistration_test.cpp
+    unit/product/ProductPaths_test.cpp
+    unit/undo/FNCleanupActions_test.cpp unit/undo/FileCleanupActions_test.cpp
   LINKS fennik_cli fennik_testing)
 
 kov_unit_test(provider_test
   SOURCES
-    unit/fennik/CurrentProviders_test.cpp unit/fennik/FNProductDeregistration_test.cpp
-    unit/fennik/FileFaults.cpp unit/fennik/PrivilegeFiles_test.cpp
-    unit/fennik/ProviderAssociations_test.cpp unit/fennik/ProviderDefaults_test.cpp
-    unit/fennik/ProviderDeregistration_test.cpp unit/fennik/ProviderFaults_test.cpp
-    unit/fennik/ProviderFixture.cpp unit/fennik/ProviderList_test.cpp
-    unit/fennik/ProviderMof_test.cpp unit/fennik/ProviderRegistration_test.cpp
-    unit/fennik/ProviderRepair_test.cpp
-    unit/fennik/ProviderValidation_test.cpp
+    unit/fennik/FileFaults.cpp unit/product/FNProductDeregistration_test.cpp
+    unit/provider/CurrentProviders_test.cpp unit/provider/PrivilegeFiles_test.cpp
+    unit/provider/ProviderAssociations_test.cpp unit/provider/ProviderDefaults_test.cpp
+    unit/provider/ProviderDeregistration_test.cpp unit/provider/ProviderFaults_test.cpp
+    unit/provider/ProviderFixture.cpp unit/provider/ProviderList_test.cpp
+    unit/provider/ProviderMof_test.cpp unit/provider/ProviderRegistration_test.cpp
+    unit/provider/ProviderRepair_test.cpp unit/provider/ProviderValidation_test.cpp
   LINKS fennik_product fennik_testing)
 foreach(CALL open read write fsync close unlink rename)  # see FileFaults.hpp
   target_link_options(provider_test PRIVATE "LINKER:--wrap=${CALL}")

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 kov_unit_test(state_test
   SOURCES
-    unit/fennik/ProviderFixture.cpp unit/state/NoRepair_test.cpp unit/state/StateFaults_test.cpp
+    unit/provider/ProviderFixture.cpp unit/state/NoRepair_test.cpp unit/state/StateFaults_test.cpp
     unit/state/StateFixture.cpp unit/state/StateNames_test.cpp unit/state/StateNodes_test.cpp
     unit/state/StateProof_test.cpp unit/state/StateRestoring_test.cpp
     unit/state/StateSaving_test.cpp

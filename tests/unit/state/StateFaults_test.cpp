@@ -2,7 +2,7 @@
 //
 // Restoring with each call to the repository failing in turn. What stays behind are files only, and
 // for the repository, which is a working copy that is dropped, the products' own instances.
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
 namespace KOVNS2::Testing {

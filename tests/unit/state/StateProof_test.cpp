@@ -6,7 +6,7 @@
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
 namespace KOVNS2::Testing {

@@ -5,7 +5,7 @@
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
 namespace KOVNS2::Testing {

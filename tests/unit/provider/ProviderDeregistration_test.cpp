@@ -7,7 +7,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

@@ -8,7 +8,7 @@
 #include <csignal>
 
 #include "fennik/provider/ProviderModel.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

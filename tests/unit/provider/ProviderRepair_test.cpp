@@ -6,7 +6,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

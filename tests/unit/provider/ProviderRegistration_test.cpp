@@ -6,7 +6,7 @@
 
 #include "fennik/provider/ProviderModel.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

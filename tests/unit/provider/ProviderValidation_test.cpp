@@ -3,7 +3,7 @@
 // The rules that a registration instance has to obey, each with its message, and their order.
 #include <set>
 
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

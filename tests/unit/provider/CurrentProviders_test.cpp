@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "openwbem/mof/MOFRenderer.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

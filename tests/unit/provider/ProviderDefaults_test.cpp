@@ -4,7 +4,7 @@
 // class that another provider of the same list brings, not of the one that it replaces.
 #include <gmock/gmock.h>
 
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNProductRegistration.hpp"

@@ -6,7 +6,7 @@
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
-#include "tests/unit/fennik/ProviderFixture.hpp"
+#include "tests/unit/provider/ProviderFixture.hpp"
 
 namespace KOVNS2::Testing {
 namespace {
