@@ -13,7 +13,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "fennik/cimom/AccountDirectory.hpp"
-#include "fennik/undo/UndoMessages.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
 
 namespace KOVNS2 {
 

@@ -18,7 +18,7 @@
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
-#include "fennik/undo/UndoMessages.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 

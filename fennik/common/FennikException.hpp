@@ -7,9 +7,21 @@
 
 #include "blocxx/Exception.hpp"
 #include "blocxx/String.hpp"
-#include "fennik/common/CallSite.hpp"
 
 namespace KOVNS2 {
+
+/// The place of a call, for functions that throw on behalf of their callers. std::source_location
+/// would do, but for the compilers that have none.
+struct CallSite {
+    const char* file;
+    int line;
+
+    /// As a function's default argument: the place where that function is called.
+    static constexpr CallSite here(const char* file = __builtin_FILE(),
+                                   int line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
 
 class FennikException : public blocxx::Exception {
 public:

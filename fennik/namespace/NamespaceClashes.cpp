@@ -4,7 +4,7 @@
 #include <set>
 
 #include "blocxx/Format.hpp"
-#include "fennik/common/CallSite.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
 #include "openwbem/model/CIMException.hpp"

@@ -17,6 +17,7 @@
 #include "fennik/common/TempFile.hpp"
 #include "fennik/common/UnitLog.hpp"
 #include "fennik/product/ProductPaths.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 
 namespace KOVNS2 {
 

@@ -15,6 +15,7 @@
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 
 namespace KOVNS2 {
 

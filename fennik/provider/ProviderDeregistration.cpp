@@ -11,6 +11,7 @@
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/ProviderRepair.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 
 namespace KOVNS2 {
 

@@ -9,6 +9,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 
 namespace KOVNS2 {
 

@@ -5,7 +5,6 @@
 #include <sstream>
 #include <utility>
 
-#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateLog.hpp"
 

@@ -3,7 +3,7 @@
 // Making and reading the elements of a state file.
 #pragma once
 
-#include "fennik/common/CallSite.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMInstance.hpp"

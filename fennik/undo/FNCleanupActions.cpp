@@ -5,7 +5,6 @@
 
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
-#include "fennik/undo/UndoMessages.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
 namespace KOVNS2 {

@@ -11,7 +11,6 @@
 
 #include <boost/function.hpp>
 
-#include "blocxx/File.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace KOVNS2 {
@@ -44,7 +43,24 @@ struct UndoReport {
 /// no further; other exceptions pass.
 void runUndoStep(const boost::function<void()>& operation, const UndoReport& report);
 
-// Steps on CIM objects.
+/// The fixed frame of every message about an undo step that failed, and the way it is logged. For
+/// the units that hold undo steps only.
+namespace UndoMessages {
+
+inline constexpr const char* HEAD =
+    "The operation failed, and restoration to the previous state has also failed.\n";
+inline constexpr const char* LEAD_IN =
+    "\nOnce the cause of the error has been resolved, to restore KOV to a valid state you should\n";
+/// The same without the newline before it.
+inline constexpr const char* LEAD_IN_LINE = LEAD_IN + 1;
+
+/// Logs at error level. The message has reached standard error even when the debug log cannot be
+/// written: that must not keep the remaining undo steps from running.
+void logUndoFailure(const blocxx::String& message) noexcept;
+
+}  // namespace UndoMessages
+
+// Steps on CIM objects. Those on files are in FileCleanupActions.hpp.
 void modifyInstance(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance);
 void deleteInstance(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
@@ -56,19 +72,5 @@ void deleteClass(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const Strin
 void setQualifierType(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
                       const OpenWBEM::CIMQualifierType& qualifierType);
 void deleteQualifierType(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const String& name);
-
-// Steps on files.
-void deleteFile(const String& path);
-/// Closes the file if it is still open and deletes it in any case.
-void closeAndDeleteAllowedUsersFile(blocxx::File file, const String& path);
-/// Creates the file with these contents.
-void cleanupWriteFile(const String& path, const String& contents);
-/// Moves a backup back into place, with that owner and mode.
-void restoreFile(const String& backupPath, const String& targetPath, uid_t uid, gid_t gid,
-                 mode_t mode);
-/// Takes back a rename.
-void RenameFileOrDir_Cleanup(const String& from, const String& to);
-/// Removes a working copy of the repository with everything in it.
-void RemoveReposWorkCopyDir(const String& directory);
 
 }  // namespace KOVNS2

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The undo steps on files. Their messages are built from errno as the failed call left it.
+// The messages are built from errno as the failed call left it.
+#include "fennik/undo/FileCleanupActions.hpp"
+
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -11,7 +13,6 @@
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
-#include "fennik/undo/UndoMessages.hpp"
 
 namespace KOVNS2 {
 

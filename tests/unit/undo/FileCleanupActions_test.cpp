@@ -7,7 +7,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/FileUtils.hpp"
-#include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/TemporaryDirectory.hpp"
 
