@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// From what the CIMOM and the privilege files hold to registration records.
+#include "fennik/provider/CurrentProviders.hpp"
+
 #include <algorithm>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/namespace/FNNamespaceRegistration.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/ProviderRepair.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
-namespace KOVNS2 {
+namespace KOVNS2::CurrentProviders {
 
 using namespace ProviderModel;
 using blocxx::Format;
@@ -151,40 +148,32 @@ Array<CIMQualifierType> readProviderQualifiers(const Reader& reader, const Strin
 
 }  // namespace
 
-Array<ProviderRegistrationRef> ProviderRegistrationFacility::getCurrentProviderRegistrations() {
-    // Collected first: rebuilding a record asks the handle while an enumeration would still run.
-    const Array<CIMInstance> providers = m_handle->associatorsA(
-        KOV_NS, productPath(m_productName),
+Array<CIMInstance> records(const ProviderTarget& target) {
+    return target.handle->associatorsA(
+        KOV_NS, productPath(target.productName),
         {.assocClass = PRODUCT_PROVIDER, .resultClass = PROVIDER, .role = {}, .resultRole = {}});
-    Array<ProviderRegistrationRef> registrations;
-    for (const CIMInstance& provider : providers) {
-        if (provider.getClassName() != OOP1_PROVIDER) {
-            BLOCXX_THROW_ERR(
-                FennikException,
-                Format("Unknown KOV_Provider subclass:\n%1", OpenWBEM::MOF::toMOF(provider)),
-                INVALID_INPUT);
-        }
-        registrations.push_back(getOOP1ProviderRegistrationData(provider));
-    }
-    return registrations;
 }
 
-ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistrationData(
-    const CIMInstance& provider) {
+ProviderRegistrationRef registrationOf(const ProviderTarget& target, const CIMInstance& record) {
+    if (record.getClassName() != OOP1_PROVIDER) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("Unknown KOV_Provider subclass:\n%1", OpenWBEM::MOF::toMOF(record)),
+                         INVALID_INPUT);
+    }
     const Reader reader{
-        *m_handle,
-        ProviderRepair(m_productName, text(provider, "RegistrationInstanceID"), m_destDir),
-        m_destDir};
+        *target.handle,
+        ProviderRepair(target.productName, text(record, "RegistrationInstanceID"), target.destDir),
+        target.destDir};
     OOP1ProviderParts parts;
-    parts.registrationInstances = readRegistrationInstances(reader, provider);
+    parts.registrationInstances = readRegistrationInstances(reader, record);
 
-    const String ns = requireValue(provider, "ProviderMofNamespace").toString();
+    const String ns = requireValue(record, "ProviderMofNamespace").toString();
     parts.providerMofNamespace = ns;
-    readListedInstances(reader, requireValue(provider, "ProviderMofInstanceNames"), parts);
+    readListedInstances(reader, requireValue(record, "ProviderMofInstanceNames"), parts);
     parts.providerClasses =
-        readProviderClasses(reader, ns, requireValue(provider, "ProviderMofClassNames"));
+        readProviderClasses(reader, ns, requireValue(record, "ProviderMofClassNames"));
     parts.providerQualifiers =
-        readProviderQualifiers(reader, ns, requireValue(provider, "ProviderMofQualifierTypeNames"));
+        readProviderQualifiers(reader, ns, requireValue(record, "ProviderMofQualifierTypeNames"));
 
     const CIMInstance& instance = parts.registrationInstances.front();
     if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
@@ -195,12 +184,4 @@ ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistratio
     return new OOP1ProviderRegistration(std::move(parts));
 }
 
-StringArray ProviderRegistrationFacility::getRegisteredNamespaces() {
-    // Each provider of a list asks, and no command that has providers changes the namespaces.
-    if (!m_namespaces) {
-        m_namespaces = listNamespaces(m_handle, m_productName);
-    }
-    return *m_namespaces;
-}
-
-}  // namespace KOVNS2
+}  // namespace KOVNS2::CurrentProviders

@@ -4,13 +4,20 @@
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
+#include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/provider/CurrentProviders.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/provider/ProviderModel.hpp"
+#include "fennik/provider/PrivilegeVerification.hpp"
+#include "fennik/provider/ProviderList.hpp"
+#include "fennik/provider/ProviderSteps.hpp"
+#include "fennik/provider/ProviderValidation.hpp"
+#include "fennik/provider/StartPrivileges.hpp"
 
 namespace KOVNS2 {
 
 using namespace ProviderModel;
 using blocxx::Format;
+using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
@@ -27,6 +34,11 @@ String readList(const String& fileName) {
                          LIST_MISSING);
     }
     return blocxx::FileSystem::getFileContents(fileName, blocxx::FileSystem::NamedBy::CALLER);
+}
+
+String load(const char* what, const String& path) {
+    log().debug("Loading %1 from %2", what, path);
+    return blocxx::FileSystem::getFileContents(path);
 }
 
 }  // namespace
@@ -81,15 +93,147 @@ void registerProviders(const CIMOMHandleIFCRef& handle, const String& productNam
 ProviderRegistrationFacility::ProviderRegistrationFacility(const CIMOMHandleIFCRef& handle,
                                                            String productName, String destDir,
                                                            CleanupActions_t& cleanupActions)
-    : m_handle(handle),
-      m_productName(std::move(productName)),
-      m_destDir(std::move(destDir)),
-      m_cleanupActions(cleanupActions) {}
+    : m_target{handle, std::move(productName), std::move(destDir), cleanupActions},
+      m_deregistration(m_target) {}
 
 ProviderRegistrationFacility::~ProviderRegistrationFacility() = default;
 
+void ProviderRegistrationFacility::registerProvider(const OOP1ProviderRegistration& registration) {
+    String privilegeFilePath;
+    createPrivilegeFiles(registration, privilegeFilePath);
+    createRegistrationInstances(registration, privilegeFilePath);
+    createOOP1RegistrationInstances(handleProviderMOFInstances(registration));
+}
+
+void ProviderRegistrationFacility::deRegisterProvider(
+    const OOP1ProviderRegistration& registration) {
+    m_deregistration.remove(registration);
+}
+
+void ProviderRegistrationFacility::createPrivilegeFiles(
+    const OOP1ProviderRegistration& registration, String& privilegeFilePath) {
+    const String path = ProviderSteps::writePrivilegeFiles(m_target, registration);
+    if (!path.empty()) {
+        privilegeFilePath = path;
+    }
+}
+
+void ProviderRegistrationFacility::createRegistrationInstances(
+    const OOP1ProviderRegistration& registration, const String& privilegeFilePath) {
+    ProviderSteps::createRegistrationInstances(m_target, registration, privilegeFilePath);
+}
+
+void ProviderRegistrationFacility::createOOP1RegistrationInstances(
+    const OOP1ProviderRegistration& registration) {
+    ProviderSteps::createRecord(m_target, registration);
+}
+
+OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstances(
+    const OOP1ProviderRegistration& registration) {
+    return ProviderSteps::createProviderObjects(m_target, registration);
+}
+
+Array<ProviderRegistrationRef> ProviderRegistrationFacility::parseInputData(const String& list) {
+    log().debug("Parsing input data...");
+    Array<ProviderRegistrationRef> registrations;
+    for (const String& line : blocxx::tokenize(list, "\n")) {
+        log().debug("Parsing line %1", line);
+        const ProviderList::Entry entry = ProviderList::parseEntry(line);
+        registrations.push_back(createOOP1ProviderRegistration(
+            entry.registrationMof, entry.providerMof, entry.privileges));
+    }
+    return registrations;
+}
+
+ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistration(
+    const String& regMofPath, const String& providerMofPath, const String& privilegeFilePath) {
+    log().debug(
+        "Creating oop registration.  Reg mof path=\"%1\"  provider mof=\"%2\"  privilege "
+        "file=\"%3\"",
+        regMofPath, providerMofPath, privilegeFilePath);
+    const String regMofFile = m_target.destDir + "/" + regMofPath;
+    const String providerMofFile = m_target.destDir + "/" + providerMofPath;
+    const String privilegeFile = m_target.destDir + "/" + privilegeFilePath;
+
+    const String regMof = load("registration mof", regMofFile);
+    const String providerMof = load("provider mof", providerMofFile);
+    const String privileges =
+        privilegeFilePath.empty() ? String() : load("privileges", privilegeFile);
+    return createOOP1ProviderRegistrationFromString(regMof, providerMof, privileges, String(),
+                                                    regMofFile, privilegeFile, providerMofFile);
+}
+
+// A list's entry arrives with the privilege file as path2 and the provider MOF as path3, so that
+// messages about the one name the other: administrators know them like that.
+ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistrationFromString(
+    const String& regMof, const String& providerMof, const String& privileges,
+    const String& oopPrivileges, const String& path1, const String& path2, const String& path3) {
+    const bool monitored = !privileges.empty();
+    RegistrationMof registration =
+        buildInstancesForOOPRegistration(regMof, path1, monitored ? E_MONITORED : E_NOT_MONITORED);
+    ProviderMof provider = buildInstancesForOOPProvider(providerMof, path2);
+    verifyPrivilegesContent(privileges, path3);
+    String startPrivileges =
+        oopPrivileges.empty()
+            ? StartPrivileges::generate(registration.registrationInstance, monitored)
+            : oopPrivileges;
+    return new OOP1ProviderRegistration(
+        {std::move(registration.instances), std::move(provider.nameSpace),
+         std::move(provider.instances), std::move(provider.classes),
+         std::move(provider.qualifierTypes), privileges, std::move(startPrivileges)});
+}
+
 void ProviderRegistrationFacility::executeCleanupActions() {
-    KOVNS2::executeCleanupActions(m_cleanupActions);
+    KOVNS2::executeCleanupActions(m_target.undo);
+}
+
+Array<ProviderRegistrationRef> ProviderRegistrationFacility::getCurrentProviderRegistrations() {
+    Array<ProviderRegistrationRef> registrations;
+    for (const CIMInstance& provider : CurrentProviders::records(m_target)) {
+        registrations.push_back(getOOP1ProviderRegistrationData(provider));
+    }
+    return registrations;
+}
+
+ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistrationData(
+    const CIMInstance& provider) {
+    return CurrentProviders::registrationOf(m_target, provider);
+}
+
+void ProviderRegistrationFacility::validateOOP1ProviderRegistration(const CIMInstance& instance,
+                                                                    EMonitoredFlag monitored) {
+    validateRegistrationInstance(
+        instance, {.productName = m_target.productName,
+                   .isMonitored = monitored == E_MONITORED,
+                   .programMustExist = m_target.destDir.empty(),
+                   .registeredNamespaces = [this] { return getRegisteredNamespaces(); }});
+}
+
+StringArray ProviderRegistrationFacility::getRegisteredNamespaces() {
+    // Each provider of a list asks, and no command that has providers changes the namespaces.
+    if (!m_namespaces) {
+        m_namespaces = listNamespaces(m_target.handle, m_target.productName);
+    }
+    return *m_namespaces;
+}
+
+RegistrationMof ProviderRegistrationFacility::buildInstancesForOOPRegistration(
+    const String& mof, const String& path, EMonitoredFlag monitored) {
+    RegistrationMof registration = compileRegistrationMof(m_target.handle, mof, path);
+    validateOOP1ProviderRegistration(registration.registrationInstance, monitored);
+    checkInstancesOfRegistration(registration.instances, path);
+    return registration;
+}
+
+ProviderMof ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof,
+                                                                       const String& path) {
+    return compileProviderMof(m_target.handle, mof, path,
+                              [this] { return getRegisteredNamespaces(); });
+}
+
+void ProviderRegistrationFacility::verifyPrivilegesContent(const String& privileges,
+                                                           const String& path) {
+    verifyPrivileges(privileges, path, m_target.destDir);
 }
 
 // Replacing is removing all and adding all: a provider that stays is made afresh. What the list
@@ -101,12 +245,12 @@ void ProviderRegistrationFacility::registerProviders(const String& list) {
         for (const auto& registration : current) {
             registration->deRegisterProvider(this);
         }
-        removeWhatWasPutOff();
+        m_deregistration.finish();
         for (const auto& registration : added) {
             registration->registerProvider(this);
         }
         if (!current.empty() || !added.empty()) {
-            PrivilegeFiles::syncNames(m_destDir);
+            PrivilegeFiles::syncNames(m_target.destDir);
         }
     } catch (const FennikException&) {
         throw;

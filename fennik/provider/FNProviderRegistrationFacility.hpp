@@ -6,12 +6,10 @@
 
 #include <optional>
 
-#include "fennik/provider/ProviderRegistration.hpp"
-#include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/provider/ProviderDeregistration.hpp"
+#include "fennik/provider/ProviderMof.hpp"
 
 namespace KOVNS2 {
-
-using blocxx::StringArray;
 
 /// Replaces the product's providers by those of a list: a file, or standard input when `fileName`
 /// is "-". The whole list is read and checked before anything changes. Throws FennikException, and
@@ -32,8 +30,8 @@ void registerProviders(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& 
                        const Array<ProviderRegistrationRef>& registrations, CleanupActions_t& undo,
                        const String& prefix);
 
-/// The steps of these operations. A facility serves one command; its list and its handle must
-/// outlive it and the undo steps.
+/// The face of the steps of these operations, each of which has a source of its own. A facility
+/// serves one command; its list and its handle must outlive it and the undo steps.
 class ProviderRegistrationFacility {
 public:
     /// Whether the provider has no privilege file of its own.
@@ -48,18 +46,15 @@ public:
     virtual void registerProvider(const OOP1ProviderRegistration& registration);
     virtual void deRegisterProvider(const OOP1ProviderRegistration& registration);
 
-    /// Sets `privilegeFilePath`, as the installed system sees it, when the registration has a
-    /// privilege text.
+    // The steps of registering, in their order; ProviderSteps.hpp says what each does.
+    /// Leaves `privilegeFilePath` as it is when the registration has no privilege text.
     virtual void createPrivilegeFiles(const OOP1ProviderRegistration& registration,
                                       String& privilegeFilePath);
     virtual void createRegistrationInstances(const OOP1ProviderRegistration& registration,
                                              const String& privilegeFilePath);
-    /// Writes the record of the provider, which lists what the registration names.
-    virtual void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration);
-    /// Returns the registration with what the record has to name: the qualifier types that were not
-    /// in the namespace before, and the instances by the keys that they have there.
     virtual OOP1ProviderRegistration handleProviderMOFInstances(
         const OOP1ProviderRegistration& registration);
+    virtual void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration);
 
     /// Builds the registrations of a list; changes nothing. Throws for the first bad entry.
     virtual Array<ProviderRegistrationRef> parseInputData(const String& list);
@@ -86,41 +81,15 @@ public:
     /// Removes every current provider, then adds those of the list.
     void registerProviders(const String& list);
 
-    /// The compiled content of a registration MOF.
-    struct RegistrationMof {
-        Array<OpenWBEM::CIMInstance> instances;
-        Array<OpenWBEM::CIMClass> classes;
-        Array<OpenWBEM::CIMQualifierType> qualifierTypes;
-        OpenWBEM::CIMInstance registrationInstance;
-    };
     RegistrationMof buildInstancesForOOPRegistration(const String& mof, const String& path,
                                                      EMonitoredFlag monitored);
-
-    /// The compiled content of a provider MOF.
-    struct ProviderMof {
-        String nameSpace;
-        Array<OpenWBEM::CIMInstance> instances;
-        Array<OpenWBEM::CIMClass> classes;
-        Array<OpenWBEM::CIMQualifierType> qualifierTypes;
-    };
     ProviderMof buildInstancesForOOPProvider(const String& mof, const String& path);
-
     void verifyPrivilegesContent(const String& privileges, const String& path);
 
 private:
-    void removeProviderSchema(const OOP1ProviderRegistration& registration);
-    void removePrivilegeFiles(const OOP1ProviderRegistration& registration);
-    void removeWhatWasPutOff();
-
-    OpenWBEM::CIMOMHandleIFCRef m_handle;
-    String m_productName;
-    String m_destDir;
-    CleanupActions_t& m_cleanupActions;
+    const ProviderTarget m_target;
+    ProviderDeregistration m_deregistration;
     std::optional<StringArray> m_namespaces;  ///< once they are known
-    /// Removals that have to wait until all providers of the product are gone, since one provider's
-    /// classes may use those of another.
-    Array<boost::function<void()>> m_classesPutOff;
-    Array<boost::function<void()>> m_qualifierTypesPutOff;
 };
 
 }  // namespace KOVNS2

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The check of a privilege text that a product supplied, before anything is written.
+#include "fennik/provider/PrivilegeVerification.hpp"
+
 #include <sstream>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
@@ -58,14 +57,13 @@ PrivilegeConfig::Privileges parse(const String& text, const String& path, const 
 
 }  // namespace
 
-void ProviderRegistrationFacility::verifyPrivilegesContent(const String& privileges,
-                                                           const String& path) {
+void verifyPrivileges(const String& privileges, const String& path, const String& destDir) {
     log().debug("Verifying privileges for %1", path);
     if (privileges.empty()) {
         log().debug("No privileges.");
         return;
     }
-    const String user = parse(privileges, path, m_destDir).unpriv_user;
+    const String user = parse(privileges, path, destDir).unpriv_user;
     if (user == "root") {
         BLOCXX_THROW_ERR(FennikException, "Invalid privileges: root is not an allowed user",
                          INVALID_INPUT);

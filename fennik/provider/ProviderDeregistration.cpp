@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The steps of removing one provider, each change with its undo. Classes and qualifier types that a
-// provider removed later still uses are left for the end.
+#include "fennik/provider/ProviderDeregistration.hpp"
+
 #include <algorithm>
 #include <boost/bind/bind.hpp>
 #include <cerrno>
 
 #include "blocxx/FileSystem.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/ProviderRepair.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
 
@@ -21,7 +18,6 @@ using OpenWBEM::CIMException;
 using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMOMHandleIFC;
-using OpenWBEM::CIMOMHandleIFCRef;
 using OpenWBEM::CIMQualifierType;
 
 namespace {
@@ -30,55 +26,55 @@ UnitLog stepLog() {
     return log("fennik.deRegister");
 }
 
-void removeInstance(CIMOMHandleIFC& handle, const String& ns, const CIMInstance& saved,
-                    CleanupActions_t& undo) {
-    handle.deleteInstance(ns, CIMObjectPath(ns, saved));
-    undo.push_back(boost::bind(&createInstance, boost::ref(handle), ns, saved));
+void removeInstance(const ProviderTarget& target, const String& ns, const CIMInstance& saved) {
+    target.handle->deleteInstance(ns, CIMObjectPath(ns, saved));
+    target.undo.push_back(boost::bind(&createInstance, boost::ref(*target.handle), ns, saved));
 }
 
-void removeClass(CIMOMHandleIFC& handle, const String& ns, const CIMClass& saved,
-                 CleanupActions_t& undo, const ProviderRepair& repair) {
+void removeClass(const ProviderTarget& target, const String& ns, const CIMClass& saved,
+                 const ProviderRepair& repair) {
     try {
-        handle.deleteClass(ns, saved.getName());
+        target.handle->deleteClass(ns, saved.getName());
     } catch (const CIMException& e) {
-        repair.throwClassInUse(e, handle, ns, saved.getName());
+        repair.throwClassInUse(e, *target.handle, ns, saved.getName());
     }
-    undo.push_back(boost::bind(&createClass, boost::ref(handle), ns, saved));
+    target.undo.push_back(boost::bind(&createClass, boost::ref(*target.handle), ns, saved));
 }
 
-void removeQualifierType(CIMOMHandleIFC& handle, const String& ns, const CIMQualifierType& saved,
-                         CleanupActions_t& undo, const ProviderRepair& repair) {
+void removeQualifierType(const ProviderTarget& target, const String& ns,
+                         const CIMQualifierType& saved, const ProviderRepair& repair) {
     try {
-        handle.deleteQualifierType(ns, saved.getName());
+        target.handle->deleteQualifierType(ns, saved.getName());
     } catch (const CIMException& e) {
         repair.throwQualifierTypeInUse(e, ns, saved.getName());
     }
-    undo.push_back(boost::bind(&setQualifierType, boost::ref(handle), ns, saved));
+    target.undo.push_back(boost::bind(&setQualifierType, boost::ref(*target.handle), ns, saved));
 }
 
-void removeRecord(CIMOMHandleIFC& handle, const String& productName, const String& id,
-                  CleanupActions_t& undo) {
+void removeRecord(const ProviderTarget& target, const String& id) {
+    CIMOMHandleIFC& handle = *target.handle;
+    const String& productName = target.productName;
     const CIMObjectPath provider = providerPath(productName, id);
     const CIMInstance association =
         handle.getInstance(KOV_NS, productProviderPath(productName, provider));
     const CIMInstance record = handle.getInstance(KOV_NS, provider);
     stepLog().debug("Deleting association to %1's provider: %2", productName, provider);
-    removeInstance(handle, KOV_NS, association, undo);
+    removeInstance(target, KOV_NS, association);
     stepLog().debug("Deleting provider: %1", provider);
-    removeInstance(handle, KOV_NS, record, undo);
+    removeInstance(target, KOV_NS, record);
 }
 
 /// The instances go in the reverse order of their creation. One that is not there any more went
 /// with the class of a provider that was removed before.
-void removeProviderInstances(CIMOMHandleIFC& handle, const OOP1ProviderRegistration& registration,
-                             CleanupActions_t& undo) {
+void removeProviderInstances(const ProviderTarget& target,
+                             const OOP1ProviderRegistration& registration) {
     const String& ns = registration.providerMofNamespace();
     const Array<CIMInstance>& instances = registration.providerInstances();
     for (auto instance = instances.rbegin(); instance != instances.rend(); ++instance) {
         stepLog().debug("Deleting mof instance: %1:%2", ns,
                         CIMObjectPath(ns, *instance).modelPath());
         try {
-            removeInstance(handle, ns, *instance, undo);
+            removeInstance(target, ns, *instance);
         } catch (const CIMException& e) {
             if (e.getErrNo() != CIMException::NOT_FOUND &&
                 e.getErrNo() != CIMException::INVALID_CLASS) {
@@ -89,12 +85,12 @@ void removeProviderInstances(CIMOMHandleIFC& handle, const OOP1ProviderRegistrat
 }
 
 /// Instances of subclasses are enumerated, too. They go with their own class.
-void removeInstancesOfClass(CIMOMHandleIFC& handle, const String& ns, const String& className,
-                            CleanupActions_t& undo) {
+void removeInstancesOfClass(const ProviderTarget& target, const String& ns,
+                            const String& className) {
     stepLog().debug("Iterating through instances of class: %1:%2", ns, className);
-    for (const CIMInstance& instance : handle.enumInstancesA(ns, className)) {
+    for (const CIMInstance& instance : target.handle->enumInstancesA(ns, className)) {
         if (blocxx::equalsIgnoreCase(instance.getClassName(), className)) {
-            removeInstance(handle, ns, instance, undo);
+            removeInstance(target, ns, instance);
         }
     }
 }
@@ -112,6 +108,19 @@ void removeFile(const String& path, const String& contents, CleanupActions_t& un
                            blocxx::Format("Failed to remove: %1", path).toString());
     }
     undo.push_back(boost::bind(&putFileBack, path, contents));
+}
+
+void removePrivilegeFiles(const ProviderTarget& target,
+                          const OOP1ProviderRegistration& registration) {
+    const CIMInstance& instance = registration.registrationInstance();
+    const String oopPath = target.destDir + PrivilegeFiles::oopPrivilegeFile(instance);
+    stepLog().debug("Removing oop privilege file: %1", oopPath);
+    removeFile(oopPath, registration.providerOOPPrivileges(), target.undo);
+    if (!registration.providerPrivileges().empty()) {
+        const String path = target.destDir + PrivilegeFiles::providerPrivilegeFile(instance);
+        stepLog().debug("Removing privilege file: %1", path);
+        removeFile(path, registration.providerPrivileges(), target.undo);
+    }
 }
 
 /// Calls `removal`, or puts it off when it fails with one of these statuses.
@@ -151,61 +160,43 @@ void removeRest(Array<boost::function<void()>>& removals) {
 
 }  // namespace
 
-void ProviderRegistrationFacility::deRegisterProvider(
-    const OOP1ProviderRegistration& registration) {
-    CIMOMHandleIFC& handle = *m_handle;
-    removeRecord(handle, m_productName, registration.instanceID(), m_cleanupActions);
-    removeProviderInstances(handle, registration, m_cleanupActions);
-    removeProviderSchema(registration);
+void ProviderDeregistration::remove(const OOP1ProviderRegistration& registration) {
+    removeRecord(m_target, registration.instanceID());
+    removeProviderInstances(m_target, registration);
+    removeSchema(registration);
     const Array<CIMInstance>& instances = registration.registrationInstances();
     for (auto instance = instances.rbegin(); instance != instances.rend(); ++instance) {
         stepLog().debug("Deleting registration instance: %1:%2", INTEROP_NS,
                         CIMObjectPath(INTEROP_NS, *instance).modelPath());
-        removeInstance(handle, INTEROP_NS, *instance, m_cleanupActions);
+        removeInstance(m_target, INTEROP_NS, *instance);
     }
-    removePrivilegeFiles(registration);
+    removePrivilegeFiles(m_target, registration);
 }
 
 // Superclasses stand before their subclasses in a registration, so classes go from the last.
-void ProviderRegistrationFacility::removeProviderSchema(
-    const OOP1ProviderRegistration& registration) {
-    CIMOMHandleIFC& handle = *m_handle;
+void ProviderDeregistration::removeSchema(const OOP1ProviderRegistration& registration) {
     const String& ns = registration.providerMofNamespace();
-    const ProviderRepair repair(m_productName, registration.instanceID(), m_destDir);
+    const ProviderRepair repair(m_target.productName, registration.instanceID(), m_target.destDir);
     const Array<CIMClass>& classes = registration.providerClasses();
     for (auto cls = classes.rbegin(); cls != classes.rend(); ++cls) {
-        removeInstancesOfClass(handle, ns, cls->getName(), m_cleanupActions);
+        removeInstancesOfClass(m_target, ns, cls->getName());
         stepLog().debug("Deleting class: %1:%2", ns, cls->getName());
-        removeOrPutOff(boost::bind(&removeClass, boost::ref(handle), ns, *cls,
-                                   boost::ref(m_cleanupActions), repair),
+        removeOrPutOff(boost::bind(&removeClass, boost::cref(m_target), ns, *cls, repair),
                        // Instances of it may be embedded in others that are still to go.
                        {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES},
-                       m_classesPutOff);
+                       m_classes);
     }
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         stepLog().debug("Deleting qualifier type: %1:%2", ns, qualifierType.getName());
-        removeOrPutOff(boost::bind(&removeQualifierType, boost::ref(handle), ns, qualifierType,
-                                   boost::ref(m_cleanupActions), repair),
-                       {CIMException::FAILED}, m_qualifierTypesPutOff);
+        removeOrPutOff(
+            boost::bind(&removeQualifierType, boost::cref(m_target), ns, qualifierType, repair),
+            {CIMException::FAILED}, m_qualifierTypes);
     }
 }
 
-void ProviderRegistrationFacility::removePrivilegeFiles(
-    const OOP1ProviderRegistration& registration) {
-    const CIMInstance& instance = registration.registrationInstance();
-    const String oopPath = m_destDir + PrivilegeFiles::oopPrivilegeFile(instance);
-    stepLog().debug("Removing oop privilege file: %1", oopPath);
-    removeFile(oopPath, registration.providerOOPPrivileges(), m_cleanupActions);
-    if (!registration.providerPrivileges().empty()) {
-        const String path = m_destDir + PrivilegeFiles::providerPrivilegeFile(instance);
-        stepLog().debug("Removing privilege file: %1", path);
-        removeFile(path, registration.providerPrivileges(), m_cleanupActions);
-    }
-}
-
-void ProviderRegistrationFacility::removeWhatWasPutOff() {
-    removeRest(m_classesPutOff);
-    removeRest(m_qualifierTypesPutOff);
+void ProviderDeregistration::finish() {
+    removeRest(m_classes);
+    removeRest(m_qualifierTypes);
 }
 
 }  // namespace KOVNS2

@@ -1,15 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The CIM names that the units of this room have in common, their log, and what they
-// read alike.
+// What the units of this room have in common: what they work on, CIM names, their log, and what
+// they read alike.
 #pragma once
 
 #include "fennik/common/UnitLog.hpp"
-#include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
 
-namespace KOVNS2::ProviderModel {
+namespace KOVNS2 {
 
-using blocxx::String;
+/// What the steps of registering and removing providers work on.
+struct ProviderTarget {
+    OpenWBEM::CIMOMHandleIFCRef handle;  ///< must outlive the undo steps
+    String productName;
+    String destDir;  ///< put in front of every path of the installed system
+    CleanupActions_t& undo;
+};
+
+namespace ProviderModel {
 
 inline constexpr const char* KOV_NS = "kov";
 inline constexpr const char* INTEROP_NS = "root";
@@ -47,4 +55,6 @@ OpenWBEM::CIMObjectPath productProviderPath(const String& productName,
 blocxx::Array<OpenWBEM::CIMInstance> capabilitiesOf(OpenWBEM::CIMOMHandleIFC& handle,
                                                     const OpenWBEM::CIMObjectPath& process);
 
-}  // namespace KOVNS2::ProviderModel
+}  // namespace ProviderModel
+
+}  // namespace KOVNS2

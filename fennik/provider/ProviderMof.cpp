@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Compiling the two MOF texts of a provider into objects. Nothing is written: the handle is only
-// asked for what the texts refer to.
+#include "fennik/provider/ProviderMof.hpp"
+
 #include <algorithm>
 #include <optional>
 #include <set>
 
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/RegularExpression.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
@@ -167,10 +165,8 @@ void checkAssociations(const Array<CIMInstance>& instances, const String& path) 
 
 }  // namespace
 
-ProviderRegistrationFacility::RegistrationMof
-ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof,
-                                                               const String& path,
-                                                               EMonitoredFlag monitored) {
+RegistrationMof compileRegistrationMof(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof,
+                                       const String& path) {
     log().debug("Building OOP registration instances from %1", path);
     log().debug("Provider mof contains:\n%1", mof);
     if (findNamespacePragma(mof)) {
@@ -178,7 +174,7 @@ ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof
                NAMESPACE_IN_REGISTRATION_MOF);
     }
     RegistrationMof result;
-    compile(m_handle, mof, INTEROP_NS, "registration MOF", path,
+    compile(handle, mof, INTEROP_NS, "registration MOF", path,
             {result.instances, result.classes, result.qualifierTypes},
             OpenWBEM::MOF::Defaults::FILLED_IN);
     if (!result.qualifierTypes.empty()) {
@@ -192,17 +188,20 @@ ProviderRegistrationFacility::buildInstancesForOOPRegistration(const String& mof
     }
     checkLeadingInstance(result.instances, path);
     result.registrationInstance = result.instances.front();
-    validateOOP1ProviderRegistration(result.registrationInstance, monitored);
-    if (std::any_of(result.instances.begin() + 1, result.instances.end(), isRegistration)) {
-        refuse(
-            Format("%1 must contain only one instance of interop's provider registration.", path));
-    }
-    checkAssociations(result.instances, path);
     return result;
 }
 
-ProviderRegistrationFacility::ProviderMof
-ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof, const String& path) {
+void checkInstancesOfRegistration(const Array<CIMInstance>& instances, const String& path) {
+    if (std::any_of(instances.begin() + 1, instances.end(), isRegistration)) {
+        refuse(
+            Format("%1 must contain only one instance of interop's provider registration.", path));
+    }
+    checkAssociations(instances, path);
+}
+
+ProviderMof compileProviderMof(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof,
+                               const String& path,
+                               const std::function<StringArray()>& registeredNamespaces) {
     log().debug("Building OOP provider instances from %1", path);
     ProviderMof result;
     if (mof.empty()) {
@@ -217,14 +216,14 @@ ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof, co
         refuse(Format("%1 must contain a #pragma namespace with a value", path));
     }
     result.nameSpace = *pragma->nameSpace;
-    if (std::ranges::count(getRegisteredNamespaces(), result.nameSpace) == 0) {
+    if (std::ranges::count(registeredNamespaces(), result.nameSpace) == 0) {
         refuse(Format("%1 uses a namespace (%2) that is not registered", path, result.nameSpace));
     }
     if (findNamespacePragma(mof, pragma->end)) {
         refuse(Format("%1 must contain only one #pragma namespace", path));
     }
     // The classes of other providers of the list are replaced before these instances are written.
-    compile(m_handle, mof, result.nameSpace, "provider MOF", path,
+    compile(handle, mof, result.nameSpace, "provider MOF", path,
             {result.instances, result.classes, result.qualifierTypes},
             OpenWBEM::MOF::Defaults::LEFT_OUT);
     log().debug("Found %1 provider instances and %2 classes", result.instances.size(),

@@ -13,6 +13,7 @@ namespace KOVNS2 {
 
 using blocxx::Array;
 using blocxx::String;
+using blocxx::StringArray;
 
 class ProviderRegistrationFacility;
 

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The steps of registering one provider, each change with its undo.
+#include "fennik/provider/ProviderSteps.hpp"
+
 #include <algorithm>
 #include <boost/bind/bind.hpp>
 #include <optional>
 
 #include "fennik/cimom/FNUtils.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/provider/ProviderModel.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
 
-namespace KOVNS2 {
+namespace KOVNS2::ProviderSteps {
 
 using namespace ProviderModel;
 using namespace OpenWBEM::WBEMFlags;
@@ -25,10 +23,9 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-CIMObjectPath create(CIMOMHandleIFC& handle, const String& ns, const CIMInstance& instance,
-                     CleanupActions_t& undo) {
-    CIMObjectPath path = handle.createInstance(ns, instance);
-    undo.push_back(boost::bind(&deleteInstance, boost::ref(handle), ns, path));
+CIMObjectPath create(const ProviderTarget& target, const String& ns, const CIMInstance& instance) {
+    CIMObjectPath path = target.handle->createInstance(ns, instance);
+    target.undo.push_back(boost::bind(&deleteInstance, boost::ref(*target.handle), ns, path));
     return path;
 }
 
@@ -100,37 +97,31 @@ CIMValue instanceNames(CIMOMHandleIFC& handle, const OOP1ProviderRegistration& r
 
 }  // namespace
 
-void ProviderRegistrationFacility::registerProvider(const OOP1ProviderRegistration& registration) {
-    String privilegeFilePath;
-    createPrivilegeFiles(registration, privilegeFilePath);
-    createRegistrationInstances(registration, privilegeFilePath);
-    createOOP1RegistrationInstances(handleProviderMOFInstances(registration));
-}
-
-void ProviderRegistrationFacility::createPrivilegeFiles(
-    const OOP1ProviderRegistration& registration, String& privilegeFilePath) {
+String writePrivilegeFiles(const ProviderTarget& target,
+                           const OOP1ProviderRegistration& registration) {
     const UnitLog log = ProviderModel::log("fennik.registerProvider.privilegeFiles");
     const CIMInstance& instance = registration.registrationInstance();
     const String id = registration.instanceID();
 
-    const String oopPath = m_destDir + PrivilegeFiles::oopPrivilegeFile(instance);
+    const String oopPath = target.destDir + PrivilegeFiles::oopPrivilegeFile(instance);
     log.debug("Creating ow privileges file for %1: %2", id, oopPath);
     PrivilegeFiles::writeFile(oopPath, registration.providerOOPPrivileges());
-    m_cleanupActions.push_back(boost::bind(&deleteFile, oopPath));
+    target.undo.push_back(boost::bind(&deleteFile, oopPath));
 
     if (registration.providerPrivileges().empty()) {
-        return;
+        return {};
     }
     const String installedPath = PrivilegeFiles::providerPrivilegeFile(instance);
-    const String path = m_destDir + installedPath;
+    const String path = target.destDir + installedPath;
     log.debug("Creating provider privileges file for %1: %2", id, path);
     PrivilegeFiles::writeFile(path, registration.providerPrivileges());
-    m_cleanupActions.push_back(boost::bind(&deleteFile, path));
-    privilegeFilePath = installedPath;
+    target.undo.push_back(boost::bind(&deleteFile, path));
+    return installedPath;
 }
 
-void ProviderRegistrationFacility::createRegistrationInstances(
-    const OOP1ProviderRegistration& registration, const String& privilegeFilePath) {
+void createRegistrationInstances(const ProviderTarget& target,
+                                 const OOP1ProviderRegistration& registration,
+                                 const String& privilegeFilePath) {
     const UnitLog log = ProviderModel::log("fennik.registerProvider.registrationInstances");
     log.debug("Creating registration instances");
     const Array<CIMInstance>& instances = registration.registrationInstances();
@@ -138,19 +129,19 @@ void ProviderRegistrationFacility::createRegistrationInstances(
     if (!privilegeFilePath.empty()) {
         leading.setProperty("MonitorPrivilegesFile", CIMValue(privilegeFilePath));
     }
-    create(*m_handle, INTEROP_NS, leading, m_cleanupActions);
+    create(target, INTEROP_NS, leading);
     for (size_t i = 1; i < instances.size(); ++i) {
-        create(*m_handle, INTEROP_NS, instances[i], m_cleanupActions);
+        create(target, INTEROP_NS, instances[i]);
     }
     log.debug("Done creating registration instances");
 }
 
-OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstances(
-    const OOP1ProviderRegistration& registration) {
+OOP1ProviderRegistration createProviderObjects(const ProviderTarget& target,
+                                               const OOP1ProviderRegistration& registration) {
     const UnitLog log = ProviderModel::log("fennik.registerProvider.nonRegInstances");
     const String& ns = registration.providerMofNamespace();
     const String id = registration.instanceID();
-    CIMOMHandleIFC& handle = *m_handle;
+    CIMOMHandleIFC& handle = *target.handle;
 
     // Types that were there before belong to the namespace or to another provider, and stay when
     // this one goes.
@@ -159,10 +150,9 @@ OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstance
         const auto earlier = findQualifierType(handle, ns, qualifierType.getName());
         handle.setQualifierType(ns, qualifierType);
         if (earlier) {
-            m_cleanupActions.push_back(
-                boost::bind(&setQualifierType, boost::ref(handle), ns, *earlier));
+            target.undo.push_back(boost::bind(&setQualifierType, boost::ref(handle), ns, *earlier));
         } else {
-            m_cleanupActions.push_back(
+            target.undo.push_back(
                 boost::bind(&deleteQualifierType, boost::ref(handle), ns, qualifierType.getName()));
             own.push_back(qualifierType);
         }
@@ -170,40 +160,38 @@ OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstance
     for (const CIMClass& cls : registration.providerClasses()) {
         log.debug("Creating class for %1: %2", id, cls.getName());
         handle.createClass(ns, cls);
-        m_cleanupActions.push_back(
-            boost::bind(&deleteClass, boost::ref(handle), ns, cls.getName()));
+        target.undo.push_back(boost::bind(&deleteClass, boost::ref(handle), ns, cls.getName()));
     }
     Array<CIMInstance> created;
     for (const CIMInstance& instance : registration.providerInstances()) {
         log.debug("Creating instance of class: %1 for %2", instance.getClassName(), id);
-        created.push_back(keysOnly(create(handle, ns, instance, m_cleanupActions)));
+        created.push_back(keysOnly(create(target, ns, instance)));
     }
     return registration.asCreated(std::move(own), std::move(created));
 }
 
-void ProviderRegistrationFacility::createOOP1RegistrationInstances(
-    const OOP1ProviderRegistration& registration) {
+void createRecord(const ProviderTarget& target, const OOP1ProviderRegistration& registration) {
     const UnitLog log = ProviderModel::log("fennik.registerProvider.oopRegistrationInstances");
     const String& ns = registration.providerMofNamespace();
     const String id = registration.instanceID();
 
     log.debug("Creating the record of provider %1", id);
-    CIMInstance record = newInstance(*m_handle, OOP1_PROVIDER);
+    CIMInstance record = newInstance(*target.handle, OOP1_PROVIDER);
     record.setProperty("CreationClassName", CIMValue(OOP1_PROVIDER));
     record.setProperty("Name", CIMValue(id));
-    record.setProperty("ProductName", CIMValue(m_productName));
+    record.setProperty("ProductName", CIMValue(target.productName));
     record.setProperty("RegistrationInstanceID", CIMValue(id));
     record.setProperty("RegistrationClassName", CIMValue(registration.registrationClassName()));
     record.setProperty("ProviderMofNamespace", CIMValue(ns));
-    record.setProperty("ProviderMofInstanceNames", instanceNames(*m_handle, registration));
+    record.setProperty("ProviderMofInstanceNames", instanceNames(*target.handle, registration));
     record.setProperty("ProviderMofClassNames", names(registration.providerClasses()));
     record.setProperty("ProviderMofQualifierTypeNames", names(registration.providerQualifiers()));
-    const CIMObjectPath path = create(*m_handle, KOV_NS, record, m_cleanupActions);
+    const CIMObjectPath path = create(target, KOV_NS, record);
 
-    CIMInstance association = newInstance(*m_handle, PRODUCT_PROVIDER);
-    association.setProperty("Product", CIMValue(productPath(m_productName)));
+    CIMInstance association = newInstance(*target.handle, PRODUCT_PROVIDER);
+    association.setProperty("Product", CIMValue(productPath(target.productName)));
     association.setProperty("Provider", CIMValue(path));
-    create(*m_handle, KOV_NS, association, m_cleanupActions);
+    create(target, KOV_NS, association);
 }
 
-}  // namespace KOVNS2
+}  // namespace KOVNS2::ProviderSteps

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The rules that a registration instance has to obey.
+#include "fennik/provider/ProviderValidation.hpp"
+
 #include <algorithm>
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 
 namespace KOVNS2 {
@@ -61,7 +60,7 @@ public:
         }
     }
 
-    void checkNamespaces(const StringArray& registered) const {
+    void checkNamespaces(const blocxx::StringArray& registered) const {
         const CIMValue names = m_instance.getPropertyValue("NamespaceNames");
         if (names.isNull()) {
             refuse("Instance %1: NamespaceNames property must be set");
@@ -129,17 +128,15 @@ private:
 
 }  // namespace
 
-void ProviderRegistrationFacility::validateOOP1ProviderRegistration(const CIMInstance& instance,
-                                                                    EMonitoredFlag monitored) {
+void validateRegistrationInstance(const CIMInstance& instance, const ValidationContext& context) {
     const Examination examination(instance);
-    examination.checkName(m_productName);
-    // Below another directory the programs are those of the machine that it is made for.
-    examination.checkProcess(m_productName, m_destDir.empty());
+    examination.checkName(context.productName);
+    examination.checkProcess(context.productName, context.programMustExist);
     if (instance.getClassName() == OOP_REGISTRATION) {
-        examination.checkNamespaces(getRegisteredNamespaces());
+        examination.checkNamespaces(context.registeredNamespaces());
         examination.checkProviderTypes();
     }
-    examination.checkPrivileges(monitored == E_MONITORED);
+    examination.checkPrivileges(context.isMonitored);
 }
 
 }  // namespace KOVNS2
