@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Registering. Deregistering and listing are in NamespaceDeregistration.cpp and
-// NamespaceListing.cpp.
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 
 #include <boost/bind/bind.hpp>
@@ -10,8 +7,8 @@
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/namespace/NamespaceClashes.hpp"
-#include "fennik/namespace/NamespaceCleanupActions.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
+#include "fennik/namespace/NamespaceUtils.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {
@@ -159,6 +156,69 @@ void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
     for (const String& ns : namespaces) {
         registration.registerNamespace(ns, userNames, readOnlyUserNames);
     }
+}
+
+namespace {
+
+void removeAccess(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const StringArray& users) {
+    log().debug("Removing user permissions for namespace \"%1\"", ns);
+    for (const String& user : users) {
+        handle.deleteInstance(SECURITY_NS, accessPath(ns, user));
+    }
+}
+
+void removeReservation(OpenWBEM::CIMOMHandleIFC& handle, const String& productName,
+                       const String& ns) {
+    log().debug("Deleting product->namespace association");
+    handle.deleteInstance(KOV_NS, reservedByPath(productName, ns));
+    log().debug("Deleting namespace reservation for \"%1\"", ns);
+    handle.deleteInstance(KOV_NS, reservationPath(ns));
+}
+
+}  // namespace
+
+void deregisterNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
+                          const StringArray& namespaces) {
+    log().debug("Deregistering namespaces for product \"%1\": \"%2\"", productName,
+                Quoted{namespaces});
+    CheckNSBeginWithProd(namespaces, productName, 7);
+    CheckProductRegistration(handle, productName);
+    const NamespaceUtilsRef namespaceUtils = GetNSUtils(handle);
+    for (const String& ns : namespaces) {
+        StringArray users;
+        loadNamespaceUsers(handle, ns, users);
+        removeAccess(*handle, ns, users);
+        log().debug("Deleting namespace \"%1\"", ns);
+        namespaceUtils->DeleteNamespace(ns);
+        removeReservation(*handle, productName, ns);
+    }
+}
+
+StringArray listNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName) {
+    log().debug("Obtaining registered namespaces for product \"%1\"", productName);
+    StringArray namespaces;
+    auto appendName = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
+        namespaces.push_back(instance.getPropertyValue("Name").toString());
+    });
+    handle->associators(KOV_NS, productPath(productName), appendName,
+                        {.assocClass = PRODUCT_RESERVED_NAMESPACE,
+                         .resultClass = RESERVED_NAMESPACE,
+                         .role = {},
+                         .resultRole = {}});
+    log().debug("Product \"%1\" has registered namespaces \"%2\"", productName, Quoted{namespaces});
+    return namespaces;
+}
+
+void loadNamespaceUsers(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& ns,
+                        StringArray& userNames) {
+    log().debug("Obtaining valid users for namespace \"%1\"", ns);
+    auto appendUser = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& access) {
+        if (access.getPropertyValue("nspace").toString() == ns) {
+            userNames.push_back(access.getPropertyValue("username").toString());
+        }
+    });
+    handle->enumInstances(SECURITY_NS, USER_ACL, appendUser);
+    log().debug("Found users \"%1\"", Quoted{userNames});
 }
 
 }  // namespace KOVNS2

@@ -5,14 +5,11 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
-#include "fennik/namespace/CimomNSUtils.hpp"
-#include "fennik/namespace/RepositoryNSUtils.hpp"
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 
 namespace KOVNS2 {
 
 using blocxx::Format;
-using blocxx::String;
 using OpenWBEM::CIMException;
 
 namespace {
@@ -94,6 +91,18 @@ NamespaceUtilsRef GetNSUtils(const OpenWBEM::CIMOMHandleIFCRef& handle) {
     }
     BLOCXX_THROW(NamespaceUtilsException,
                  "Unable to cast CIMOM Handle to a type usable by NamespaceUtils.");
+}
+
+void deleteNamespace(const NamespaceUtilsRef& namespaces, const String& ns) {
+    runUndoStep([&] { namespaces->DeleteNamespace(ns); },
+                {[&] { return "The attempt to delete the namespace: " + ns; },
+                 "delete the namespace. The owdeletenamespace utility can be used."});
+}
+
+void createNamespace(const NamespaceUtilsRef& namespaces, const String& ns) {
+    runUndoStep([&] { namespaces->CreateNamespace(ns); },
+                {[&] { return "The attempt to create the namespace: " + ns; },
+                 "create the namespace. The owmofc utility can be used."});
 }
 
 }  // namespace KOVNS2

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fennik/namespace/RepositoryNSUtils.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
 

@@ -6,8 +6,8 @@
 
 #include <csignal>
 
-#include "fennik/namespace/CimomNSUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
+#include "fennik/namespace/NamespaceUtils.hpp"
 #include "tests/unit/client/LiveDaemon.hpp"
 
 namespace KovTest {

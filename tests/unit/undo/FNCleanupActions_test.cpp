@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fennik/namespace/NamespaceCleanupActions.hpp"
+#include "fennik/namespace/NamespaceUtils.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 #include "tests/unit/fennik/CapturedLog.hpp"
 #include "tests/unit/fennik/StagedTree.hpp"
