@@ -7,23 +7,20 @@
 #include "blocxx/Logger.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFile.hpp"
+#include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateGathering.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateRestoring.hpp"
 #include "openwbem/xml/XMLParserDOM.hpp"
 
 namespace KOVNS2 {
 
+using namespace StateFormat;
 using blocxx::Format;
 using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
 
 constexpr int UNKNOWN_CODE = -1;
-
-UnitLog log() {
-    return StateLog::log();
-}
 
 void logError(const String& message) {
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
@@ -70,7 +67,7 @@ void restoreProductStatesFromFile(const CIMOMHandleIFCRef& handle, const String&
         log().debug("Successfully loaded product registration state from \"%1\"", fileName);
     } catch (const OpenWBEM::XMLParseException& e) {
         failWith(Format("Invalid state dump found in \"%1\" during restoration:", fileName), e,
-                 StateLog::INVALID_STATE);
+                 INVALID_STATE);
     } catch (const FennikException& e) {
         logError(Format("Failed restoring state dump from \"%1\": %2", fileName, e));
         throw;

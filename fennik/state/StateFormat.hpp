@@ -1,13 +1,55 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The form of the state file: the names of its elements and what stands before them.
-// docs/state-file.md describes it for its readers.
+// The form of the state file: the names of its elements and what stands before them; and what the
+// units of this room log and fail with. docs/state-file.md describes the file for its readers.
 #pragma once
+
+#include "fennik/common/UnitLog.hpp"
 
 namespace KOVNS2::StateFormat {
 
-/// From the XML declaration to the end of the document type, which declares the elements.
-extern const char* const HEADER;
+/// The error code of a state file that does not hold a state.
+inline constexpr int INVALID_STATE = 14;
+
+inline UnitLog log() {
+    return UnitLog("");
+}
+
+/// From the XML declaration to the end of the document type, which declares the elements. To the
+/// byte: whoever compares two state files finds the same lines in front.
+inline constexpr const char* HEADER =
+    "<?xml version=\"1.0\"?>\n"
+    "<!DOCTYPE SavedProductState [\n"
+    "<!ELEMENT SavedProductState (Version,SavedProducts)>\n"
+    "<!ELEMENT Version (#PCDATA)>\n"
+    "<!ELEMENT SavedProducts (Product*)>\n"
+    "<!ELEMENT Product "
+    "(Name,AllowedUsers,ConfigFile?,NamespaceRegistration?,RegisteredProviders?,ProductInstances?)>"
+    "\n"
+    "<!ELEMENT Name (#PCDATA)>\n"
+    "<!ELEMENT AllowedUsers (UserName+)>\n"
+    "<!ELEMENT ConfigFile (#PCDATA)>\n"
+    "<!ELEMENT NamespaceRegistration (Namespace+)>\n"
+    "<!ELEMENT Namespace (Name,NamespaceACLEntry+)>\n"
+    "<!ELEMENT NamespaceACLEntry (UserName,Capability)>\n"
+    "<!ELEMENT UserName (#PCDATA)>\n"
+    "<!ELEMENT Capability (#PCDATA)>\n"
+    "<!ELEMENT RegisteredProviders (OOP1ProviderRegistration*)>\n"
+    "<!ELEMENT OOP1ProviderRegistration (ProviderMOFNamespace, ProviderClassname, "
+    "ProviderPrivileges, ProviderOOPIPrivileges, ProviderQualifiers, ProviderClasses, "
+    "RegistrationInstances, ProviderInstances)>\n"
+    "<!ELEMENT ProviderMOFNamespace (#PCDATA)>\n"
+    "<!ELEMENT ProviderClassname (#PCDATA)>\n"
+    "<!ELEMENT ProviderPrivileges (#PCDATA)>\n"
+    "<!ELEMENT ProviderOOPIPrivileges (#PCDATA)>\n"
+    "<!ELEMENT ProviderQualifiers (Name*)>\n"
+    "<!ELEMENT ProviderClasses (Name*)>\n"
+    "<!ELEMENT RegistrationInstances (InstanceMOF*)>\n"
+    "<!ELEMENT ProviderInstances (Name*)>\n"
+    "<!ELEMENT ProductInstances (NamespaceInstances*)>\n"
+    "<!ELEMENT NamespaceInstances (Name,InstanceMOF*)>\n"
+    "<!ELEMENT InstanceMOF (#PCDATA)>\n"
+    "]>\n";
 
 /// What every file that this tool writes says of its version.
 inline constexpr const char* WRITER_VERSION = "1.4.0Release.824";

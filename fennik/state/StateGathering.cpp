@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/StateGathering.hpp"
+
 #include <optional>
 #include <unordered_map>
 
+#include "blocxx/Logger.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "fennik/common/TextUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/state/StateGathering.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateProof.hpp"
 
 namespace KOVNS2 {
@@ -30,10 +33,6 @@ constexpr const char* KOV_NS = "kov";
 constexpr const char* SECURITY_NS = "root/security";
 /// The infrastructure registers itself when it is installed.
 constexpr const char* INFRASTRUCTURE = "kov";
-
-UnitLog log() {
-    return StateLog::log();
-}
 
 /// Logs the beginning and the end of a step.
 template <class Gather>
@@ -131,6 +130,55 @@ XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const Strin
             registration.addChild(node);
         }
         return registration;
+    });
+}
+
+/// The class that the provider serves. A process serves those of its capabilities, and may have
+/// none of its own.
+String servedClass(const OOP1ProviderRegistration& registration) {
+    const CIMValue name = registration.registrationInstances().at(0).getPropertyValue("ClassName");
+    return name.isNull() ? String() : name.toString();
+}
+
+XMLNode createOOP1RegistrationNode(const OOP1ProviderRegistration& registration) {
+    log().debug("createOOP1RegistrationNode() called");
+    const String& ns = registration.providerMofNamespace();
+    XMLNode node(OOP1_PROVIDER_REGISTRATION);
+    node.addChild(createNamedNode(PROVIDER_MOF_NAMESPACE, ns));
+    node.addChild(createNamedNode(PROVIDER_CLASSNAME, servedClass(registration)));
+    node.addChild(createNamedNode(PROVIDER_PRIVILEGES, registration.providerPrivileges()));
+    node.addChild(createNamedNode(PROVIDER_OOPI_PRIVILEGES, registration.providerOOPPrivileges()));
+    node.addChild(
+        createCIMObjectNameNode(PROVIDER_QUALIFIERS, registration.providerQualifiers(), NAME));
+    node.addChild(createCIMObjectNameNode(PROVIDER_CLASSES, registration.providerClasses(), NAME));
+    node.addChild(createInstanceMOFNode(REGISTRATION_INSTANCES,
+                                        registration.registrationInstances(), INSTANCE_MOF));
+    node.addChild(
+        createCIMInstanceNameNode(PROVIDER_INSTANCES, ns, registration.providerInstances(), NAME));
+    log().debug("createOOP1RegistrationNode() done");
+    return node;
+}
+
+XMLNode createProviderRegistrationNode(const ProviderRegistration& registration) {
+    const String info = registration.listProviderInfo();
+    log().debug("gatherProviderRegistration() called for \"%1\"", info);
+    if (const auto* oop1 = dynamic_cast<const OOP1ProviderRegistration*>(&registration)) {
+        return createOOP1RegistrationNode(*oop1);
+    }
+    const String message = Format("Bad provider type found while saving state: \"%1\"", info);
+    blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
+    BLOCXX_THROW_ERR(FennikException, message, INVALID_STATE);
+}
+
+// Privilege files are looked for in their places on this machine also when the repository is that
+// of a staged tree.
+XMLNode gatherProviderRegistration(const CIMOMHandleIFCRef& handle, const String& productName) {
+    return framed("gatherProviderRegistration", productName, [&] {
+        XMLNode providers(REGISTERED_PROVIDERS);
+        for (const auto& registration : GetCurrentProviderRegistrations(handle, productName, "")) {
+            providers.addChild(createProviderRegistrationNode(*registration));
+        }
+        return providers;
     });
 }
 

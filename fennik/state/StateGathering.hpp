@@ -14,10 +14,6 @@ namespace KOVNS2 {
 /// The whole state: every registered product but the infrastructure itself.
 XMLNode createStateDump(const OpenWBEM::CIMOMHandleIFCRef& handle);
 
-/// The product's current provider registrations.
-XMLNode gatherProviderRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle,
-                                   const String& productName);
-
 /// Calls `visit` for each instance of the namespace, in the order in which they are saved.
 void forEachSavedInstance(const String& ns, OpenWBEM::CIMOMHandleIFC& handle,
                           const std::function<void(const OpenWBEM::CIMInstance&)>& visit);

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/state/StateLog.hpp"
+#include "fennik/state/StateFormat.hpp"
 
 namespace KOVNS2 {
 
@@ -48,18 +48,18 @@ void checkNodeName(const XMLNode& node, const char* name, const char* prefix, Ca
     if (!node) {
         throw FennikException(
             place, Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
-            StateLog::INVALID_STATE);
+            StateFormat::INVALID_STATE);
     }
     if (node.getName() != name) {
         throw FennikException(place,
                               Format("%1Found XML node \"%2\" when node \"%3\" was expected",
                                      prefix, node.getName(), name),
-                              StateLog::INVALID_STATE);
+                              StateFormat::INVALID_STATE);
     }
 }
 
 XMLNode findChildByName(const XMLNode& node, const char* name) {
-    const UnitLog log = StateLog::log();
+    const UnitLog log = StateFormat::log();
     log.debug("Searching for child node with name \"%1\"", name);
     if (!node) {
         log.debug("Given node is null.  Cannot search children");
@@ -91,7 +91,7 @@ Array<XMLNode> childrenByName(const XMLNode& node, const char* name) {
 namespace {
 
 StringArray extractInstanceArrays(const Array<XMLNode>& nodes, const char* tag) {
-    const UnitLog log = StateLog::log();
+    const UnitLog log = StateFormat::log();
     log.debug("extractInstanceArrays() called for tag \"%1\"", tag);
     StringArray texts;
     for (const XMLNode& node : nodes) {
@@ -131,7 +131,7 @@ String withoutLeadingSpace(String text) {
 Array<CIMInstance> createFakeInstanceArray(const StringArray& paths) {
     Array<CIMInstance> instances;
     for (const String& text : paths) {
-        StateLog::log().debug("createFakeInstanceArray cur = %1", text);
+        StateFormat::log().debug("createFakeInstanceArray cur = %1", text);
         instances.push_back(ProviderModel::keysOnly(CIMObjectPath::parse(text)));
     }
     return instances;

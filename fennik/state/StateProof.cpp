@@ -4,7 +4,6 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/SavedObject.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateNames.hpp"
 #include "fennik/state/StateReading.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
@@ -178,7 +177,7 @@ void Proof::compile(const String& ns, String& mof) const {
 }  // namespace
 
 void prove(const XMLNode& product, const String& name, const CIMOMHandleIFCRef& handle) {
-    StateLog::log().debug("Proving that product \"%1\" can be restored", name);
+    log().debug("Proving that product \"%1\" can be restored", name);
     Proof(name, handle).prove(product);
 }
 

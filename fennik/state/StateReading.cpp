@@ -6,7 +6,6 @@
 #include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2::StateReading {
@@ -20,10 +19,6 @@ namespace {
 
 /// The namespace whose saved instances have embedded instances that were rendered wrongly.
 constexpr const char* BROKEN_EMBEDDED_INSTANCES = "zeb/SoftwareMeteringAgent";
-
-UnitLog log() {
-    return StateLog::log();
-}
 
 String textOf(const XMLNode& node, const char* name) {
     return node.mustFindChild(name).getText();

@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "fennik/state/StateRestoring.hpp"
+
 #include <utility>
 
+#include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
+#include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "fennik/state/StateNames.hpp"
 #include "fennik/state/StateReading.hpp"
-#include "fennik/state/StateRestoring.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {
@@ -21,10 +23,6 @@ using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMQualifierType;
 
 namespace {
-
-UnitLog log() {
-    return StateLog::log();
-}
 
 void tell(const String& line) {
     StandardStreams::writeProgress(line + "\n");
@@ -97,6 +95,40 @@ void restoreProductInstances(const XMLNode& node, const RestoreTarget& target) {
     checkNodeName(node, PRODUCT_INSTANCES, "Invalid product instances node: ");
     for (const XMLNode& child : childrenByName(node, NAMESPACE_INSTANCES)) {
         restoreNamespaceInstances(child, target);
+    }
+}
+
+void installOOP1RegistrationFromNode(const XMLNode& node, const String& productName,
+                                     const RestoreTarget& target) {
+    log().debug("createOOP1RegistrationFromNode() called");
+    const OOP1ProviderRegistration registration =
+        StateReading::providerRegistration(node, target.handle);
+    ProviderRegistrationFacility facility(target.handle, productName, target.prefix, target.undo);
+    String privilegeFilePath;
+    facility.createPrivilegeFiles(registration, privilegeFilePath);
+    facility.createRegistrationInstances(registration, privilegeFilePath);
+    facility.createOOP1RegistrationInstances(registration);
+    log().debug("createOOP1RegistrationFromNode() done");
+}
+
+void installRegistrationFromNode(const XMLNode& node, const String& productName,
+                                 const RestoreTarget& target) {
+    log().debug("createRegistrationFromNode() called");
+    if (node.getName() != OOP1_PROVIDER_REGISTRATION) {
+        BLOCXX_THROW_ERR(FennikException,
+                         Format("Bad provider registration node type: \"%1\"", node.getName()),
+                         INVALID_STATE);
+    }
+    installOOP1RegistrationFromNode(node, productName, target);
+    log().debug("createRegistrationFromNode() done");
+}
+
+/// The classes and instances of the providers are in place already.
+void restoreProviderRegistration(const XMLNode& node, const String& productName,
+                                 const RestoreTarget& target) {
+    checkNodeName(node, REGISTERED_PROVIDERS, "Invalid provider registration node: ");
+    for (const XMLNode& child : node.getChildren()) {
+        installRegistrationFromNode(child, productName, target);
     }
 }
 

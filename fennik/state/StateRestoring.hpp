@@ -18,8 +18,4 @@ struct RestoreTarget {
 /// Registers every product of the document element.
 void restoreStateDump(const XMLNode& root, const RestoreTarget& target);
 
-/// Registers the product's providers, whose classes and instances are in place already.
-void restoreProviderRegistration(const XMLNode& node, const String& productName,
-                                 const RestoreTarget& target);
-
 }  // namespace KOVNS2
