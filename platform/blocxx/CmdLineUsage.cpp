@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The listing of an option table for people: names on the left, descriptions in a column of their
-// own, wrapped between words.
+// Part of CmdLineParser.hpp: the listing of an option table for people, names on the left,
+// descriptions in a column of their own, wrapped between words.
 #include <algorithm>
 
 #include "blocxx/CmdLineParser.hpp"

@@ -54,10 +54,6 @@ void catchSignals() noexcept {
     }
 }
 
-int caughtSignal() noexcept {
-    return g_signal;
-}
-
 void endBySignal() noexcept {
     const int number = g_signal;
     if (number == 0) {

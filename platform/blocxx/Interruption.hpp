@@ -21,8 +21,6 @@ namespace Interruption {
 /// From now on these signals are noted instead of ending the process; those that the caller has the
 /// program ignore stay ignored. Only the first one counts.
 void catchSignals() noexcept;
-/// The signal that has come, or 0.
-int caughtSignal() noexcept;
 /// Ends the process by the signal that has come, as it would have ended by it. Returns when none
 /// has.
 void endBySignal() noexcept;

@@ -31,8 +31,6 @@ BLOCXX_DECLARE_EXCEPTION(NULLReference)
 template <class T>
 class IntrusiveReference {
 public:
-    using element_type = T;
-
     IntrusiveReference() noexcept = default;
     /// Takes a share in `object`; null is allowed.
     IntrusiveReference(T* object) noexcept

@@ -60,8 +60,6 @@ public:
         log(ELogLevel::FATAL, text, file, line);
     }
 
-    const String& getComponent() const noexcept { return m_component; }
-
 private:
     LogAppenderRef target() const;
 
