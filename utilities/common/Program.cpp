@@ -13,7 +13,6 @@ namespace OwUtilities {
 namespace {
 
 constexpr int FAILED = 1;
-constexpr int BAD_COMMAND_LINE = 2;
 
 String usage(const Program& program) {
     return String("Usage: ") + program.name + " " + program.synopsis + "\n\n" +
@@ -26,13 +25,18 @@ int complain(const Program& program, const String& message, int status) {
 }
 
 int complainUsage(const Program& program, const String& message) {
-    return complain(program, message + "\n\n" + usage(program), BAD_COMMAND_LINE);
+    return complain(program, message + "\n\n" + usage(program), program.usageErrorStatus);
 }
 
 String describe(const blocxx::CmdLineParserException& e) {
-    const bool missing = e.getErrorCode() == CmdLineParser::E_MISSING_ARGUMENT;
-    return (missing ? "the option needs an argument: " : "unknown option: ") +
-           String(e.getMessage());
+    switch (e.getErrorCode()) {
+        case CmdLineParser::E_INVALID_OPTION:
+            return String("unknown option: ") + e.getMessage();
+        case CmdLineParser::E_MISSING_ARGUMENT:
+            return String("the option needs an argument: ") + e.getMessage();
+        default:
+            return String("unexpected argument: ") + e.getMessage();
+    }
 }
 
 int carryOut(const Program& program, const CmdLineParser& parser) {
@@ -44,8 +48,8 @@ int carryOut(const Program& program, const CmdLineParser& parser) {
         std::cout << program.name << " " << program.version << "\n";
         return 0;
     }
-    if (parser.getNonOptionArgs().empty()) {
-        return complainUsage(program, program.nothingNamed);
+    if (program.missingOperand != nullptr && parser.getNonOptionArgs().empty()) {
+        return complainUsage(program, program.missingOperand);
     }
     return program.work(parser);
 }
@@ -57,7 +61,9 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
     umask(PRIVATE);
     try {
         const CmdLineParser parser(argc, argv, program.options,
-                                   CmdLineParser::E_NON_OPTION_ARGS_ALLOWED);
+                                   program.missingOperand != nullptr
+                                       ? CmdLineParser::E_NON_OPTION_ARGS_ALLOWED
+                                       : CmdLineParser::E_NON_OPTION_ARGS_INVALID);
         return carryOut(program, parser);
     } catch (const blocxx::CmdLineParserException& e) {
         return complainUsage(program, describe(e));

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the main programs of the utilities share: the options that each of them has, their command
-// lines and their failures. A failure is one text on standard error and exit status 1; a command
-// line that cannot be read has exit status 2.
+// What the main programs of the utilities share: the options that several of them have, their
+// command lines and their failures. A failure is one text on standard error and exit status 1.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
@@ -12,7 +11,7 @@ namespace OwUtilities {
 using blocxx::CmdLineParser;
 using blocxx::String;
 
-enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK, RESERVED };
+enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK, RESERVED, SCHEMA_DIR };
 
 inline constexpr const char* DEFAULT_NAMESPACE = "root";
 
@@ -34,12 +33,14 @@ struct Program {
     /// The words after the name.
     const char* synopsis;
     const char* description;
-    /// What is said when there is no word beside the options.
-    const char* nothingNamed;
+    /// What is said when there is no operand. Null: the program takes none.
+    const char* missingOperand;
     const CmdLineParser::Option* options;
-    /// Does the work, with at least one such word, and returns the exit status. Throws what it
-    /// fails with, unless that is no "error: TEXT".
+    /// Does the work and returns the exit status. Failures are exceptions, except those not printed
+    /// as "error: TEXT".
     int (*work)(const CmdLineParser& parser);
+    /// The exit status for a command line that cannot be read.
+    int usageErrorStatus = 2;
 };
 
 /// Reads the command line and does what it says. Returns the exit status; throws nothing.

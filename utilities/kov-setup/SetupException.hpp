@@ -3,6 +3,8 @@
 // What kov-setup fails with: one text for the operator, printed by main alone.
 #pragma once
 
+#include <cerrno>
+
 #include "blocxx/Exception.hpp"
 
 namespace KovSetup {
@@ -10,6 +12,8 @@ namespace KovSetup {
 BLOCXX_DECLARE_EXCEPTION(Setup)
 
 /// Throws SetupException with the text and what the system says of the current errno.
-[[noreturn]] void failWithErrno(const blocxx::String& attempt);
+[[noreturn]] inline void failWithErrno(const blocxx::String& attempt) {
+    BLOCXX_THROW_ERRNO(SetupException, attempt);
+}
 
 }  // namespace KovSetup
