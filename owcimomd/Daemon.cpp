@@ -26,7 +26,7 @@ constexpr mode_t PRIVATE = 077;
 constexpr std::chrono::seconds PING_TIME_LIMIT{10};
 
 /// Nothing of whoever started it: not its directory, its signals, its rights.
-void leaveCaller(const Layout& layout) {
+void leaveCaller(const Layout::Tree& tree) {
     umask(PRIVATE);
     if (chdir("/") != 0) {
         BLOCXX_THROW_ERRNO(DaemonException, "cannot change to the directory \"/\"");
@@ -35,22 +35,23 @@ void leaveCaller(const Layout& layout) {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGHUP, SIG_IGN);
-    if (layout.isLive() && geteuid() == 0) {
-        becomeAccount(ACCOUNT);
+    if (tree.isLive() && geteuid() == 0) {
+        becomeAccount(Layout::ACCOUNT);
     }
 }
 
-int serveUntilTold(const Layout& layout, const Configuration& configuration, size_t maxRequest,
+int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration, size_t maxRequest,
                    const std::function<void()>& ready) {
     // Signals that come before the loop waits for them wait for it.
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
-    const PidFile pidFile(layout.pidFile());
-    ServedRepository repository(configuration.get(Configuration::DATADIR, layout.repository()));
+    const PidFile pidFile(tree.path(Layout::PID_FILE));
+    ServedRepository repository(
+        configuration.get(Configuration::DATADIR, tree.path(Layout::REPOSITORY)));
     {
         kj::AsyncIoContext io = kj::setupAsyncIo();
         Operations operations(repository, configuration.allowedUsers());
-        Server server(io, layout.socket(), operations, maxRequest);
+        Server server(io, tree.path(Layout::SOCKET), operations, maxRequest);
         ready();
         reportInfo("ready");
         server.run();
@@ -68,17 +69,18 @@ int serveUntilTold(const Layout& layout, const Configuration& configuration, siz
 
 }  // namespace
 
-int runDaemon(const Layout& layout, bool foreground, const std::function<void()>& ready) {
-    leaveCaller(layout);
+int runDaemon(const Layout::Tree& tree, const String& configFile, bool foreground,
+              const std::function<void()>& ready) {
+    leaveCaller(tree);
     Configuration configuration;
-    configuration.readFiles(layout.configFile(), layout.dropInDirectory());
+    configuration.readFiles(configFile, configFile + ".d");
     setUpLog(configuration, foreground);
     const size_t maxRequest = configuration.maxRequestSize();
     for (const String& complaint : configuration.complaints()) {
         reportError(complaint);
     }
     try {
-        return serveUntilTold(layout, configuration, maxRequest, ready);
+        return serveUntilTold(tree, configuration, maxRequest, ready);
     } catch (const blocxx::Exception& e) {
         reportError(e.getMessage());
         throw;
@@ -88,9 +90,9 @@ int runDaemon(const Layout& layout, bool foreground, const std::function<void()>
     }
 }
 
-void pingDaemon(const Layout& layout) {
-    const auto handle =
-        OpenWBEM::ClientCIMOMHandle::createFromURL("owbinary.wbem://localhost:" + layout.socket());
+void pingDaemon(const Layout::Tree& tree) {
+    const auto handle = OpenWBEM::ClientCIMOMHandle::createFromURL("owbinary.wbem://localhost:" +
+                                                                   tree.path(Layout::SOCKET));
     handle->getWBEMProtocolHandler()->setTimeout(blocxx::Timeout::relative(PING_TIME_LIMIT));
     handle->ping();
 }

@@ -5,15 +5,18 @@
 
 #include <functional>
 
-#include "owcimomd/process/Layout.hpp"
+#include "blocxx/String.hpp"
+#include "layout/Layout.hpp"
 
 namespace OwCimomd {
 
-/// Runs the daemon until it is told to end; `ready` is called once it answers. Returns the exit
-/// status. Throws DaemonException or CIMException when it cannot start.
-int runDaemon(const Layout& layout, bool foreground, const std::function<void()>& ready);
+/// Runs the daemon of `tree` with that configuration file until it is told to end; `ready` is
+/// called once it answers. Returns the exit status. Throws DaemonException or CIMException when it
+/// cannot start.
+int runDaemon(const Layout::Tree& tree, const blocxx::String& configFile, bool foreground,
+              const std::function<void()>& ready);
 
 /// Throws CIMException FAILED unless a daemon answers.
-void pingDaemon(const Layout& layout);
+void pingDaemon(const Layout::Tree& tree);
 
 }  // namespace OwCimomd

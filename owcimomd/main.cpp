@@ -15,7 +15,6 @@ namespace {
 
 using blocxx::CmdLineParser;
 using blocxx::String;
-using OwCimomd::Layout;
 
 enum OptionId { HELP, VERSION, FOREGROUND, PING, CONFIG, DEST_DIR };
 
@@ -61,18 +60,21 @@ int run(const CmdLineParser& parser) {
         std::cout << "owcimomd " KOV_VERSION "\n";
         return 0;
     }
-    const Layout layout(pathOption(parser, DEST_DIR, "dest-dir"),
-                        pathOption(parser, CONFIG, "config"));
+    const Layout::Tree tree(pathOption(parser, DEST_DIR, "dest-dir"));
+    String configFile = pathOption(parser, CONFIG, "config");
     if (parser.isSet(PING)) {
-        OwCimomd::pingDaemon(layout);
+        OwCimomd::pingDaemon(tree);
         return 0;
+    }
+    if (configFile.empty()) {
+        configFile = tree.path(Layout::CONFIG_FILE);
     }
     if (parser.isSet(FOREGROUND)) {
         OwCimomd::closeInheritedDescriptors();
-        return OwCimomd::runDaemon(layout, true, [] {});
+        return OwCimomd::runDaemon(tree, configFile, true, [] {});
     }
     return OwCimomd::runInBackground([&](const std::function<void()>& ready) {
-        return OwCimomd::runDaemon(layout, false, ready);
+        return OwCimomd::runDaemon(tree, configFile, false, ready);
     });
 }
 

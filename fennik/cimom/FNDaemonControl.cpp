@@ -7,6 +7,7 @@
 #include "blocxx/Secure.hpp"
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -14,9 +15,6 @@ using blocxx::Format;
 using blocxx::Logger;
 
 namespace {
-
-#define KOV_INIT_SCRIPT_DIR "/opt/tarvo/kov/sbin"
-#define KOV_INIT_SCRIPT_NAME "tarvo-owcimomd_init"
 
 // A daemon with a large repository may take long; a whole day means that it hangs.
 constexpr int INIT_SCRIPT_TIME_LIMIT = 86400;
@@ -26,8 +24,7 @@ void runOrThrow(const String& command, const char* messageHead, int errorCode) {
     const int status = runInitScript(command, output);
     if (status != 0) {
         const Format tail(" exited with status %1 and output: %2", status, output);
-        BLOCXX_THROW_ERR(FennikException,
-                         String(messageHead) + KOV_INIT_SCRIPT_NAME + tail.toString(), errorCode);
+        BLOCXX_THROW_ERR(FennikException, messageHead + tail.toString(), errorCode);
     }
 }
 
@@ -36,7 +33,7 @@ void runOrThrow(const String& command, const char* messageHead, int errorCode) {
 int runInitScript(const String& command, String& output) {
     const Logger logger("fennik");
     BLOCXX_LOG_DEBUG(logger, Format("Runing init script with command \"%1\"", command));
-    const String commandLine = KOV_INIT_SCRIPT_DIR "/" KOV_INIT_SCRIPT_NAME " " + command;
+    const String commandLine = Layout::INIT_SCRIPT + (" " + command);
     blocxx::Process::Status status;
     // Half a start or a stop is worse than either.
     const blocxx::Interruption::Deferred deferred;
@@ -58,16 +55,17 @@ int cimomStatus() {
 }
 
 void stopOwcimomd() {
-    runOrThrow("stop", "Failed to stop owcimomd. " KOV_INIT_SCRIPT_DIR "/", 23);
+    runOrThrow("stop", "Failed to stop owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init", 23);
 }
 
 void startOwcimomd() {
-    runOrThrow("start", "Failed starting owcimomd. " KOV_INIT_SCRIPT_DIR "/", 22);
+    runOrThrow("start", "Failed starting owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init", 22);
 }
 
 void restartCimomIfRunning(bool buildSystem) {
     if (!buildSystem && cimomStatus() == 0) {
-        runOrThrow("restart", "Failed restarting owcimomd. " KOV_INIT_SCRIPT_DIR "/", 21);
+        runOrThrow("restart", "Failed restarting owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init",
+                   21);
     }
 }
 

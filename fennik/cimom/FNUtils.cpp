@@ -4,6 +4,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -12,7 +13,7 @@ using OpenWBEM::CIMObjectPath;
 using OpenWBEM::String;
 
 CIMObjectPath productPath(const String& productName) {
-    CIMObjectPath path("KOV_Product", "kov");
+    CIMObjectPath path("KOV_Product", Layout::KOV_NS);
     path.setKeyValue("Name", OpenWBEM::CIMValue(productName));
     return path;
 }
@@ -23,7 +24,7 @@ CIMObjectPath CheckProductRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle
     BLOCXX_LOG_DEBUG(logger, Format("Checking product registration for \"%1\"", productName));
     CIMObjectPath path = productPath(productName);
     try {
-        handle->getInstance("kov", path);
+        handle->getInstance(Layout::KOV_NS, path);
     } catch (const OpenWBEM::CIMException& e) {
         if (e.getErrNo() == OpenWBEM::CIMException::NOT_FOUND) {
             throw FennikException(__FILE__, __LINE__, "The product has not been registered.", 3,

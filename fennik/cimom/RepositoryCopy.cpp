@@ -19,6 +19,8 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
+#include "fennik/undo/UndoMessages.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
@@ -30,13 +32,9 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-// Odd endings, so that no directory of anybody else's has the name.
-#define KOV_DATA_DIR "/var/opt/tarvo/kov/openwbem"
-constexpr const char* LIVE = KOV_DATA_DIR "/repository";
-constexpr const char* COPY = KOV_DATA_DIR "/repository-copy_QLkJ235";
-constexpr const char* BACKUP = KOV_DATA_DIR "/repository-back_LKjs2354";
-/// Second names of the live repository's files, for as long as the backup is being removed.
-constexpr const char* KEPT_FILES = KOV_DATA_DIR "/repository-back_LKjs2354-files";
+constexpr const char* LIVE = Layout::REPOSITORY;
+constexpr const char* COPY = Layout::REPOSITORY_COPY;
+constexpr const char* BACKUP = Layout::REPOSITORY_BACKUP;
 
 // A large repository may take long; a whole day means that the program hangs.
 constexpr int TIME_LIMIT = 86400;
@@ -318,17 +316,18 @@ void RepositoryCopy::SwapInNewRepository() {
     m_swapped = true;
     m_undo.clear();
     // Too late to be undone, and harmless: at worst a power cut brings the backup's name back.
-    FileSystem::syncDirectory(m_prefix + KOV_DATA_DIR);
+    FileSystem::syncDirectory(m_prefix + Layout::DATA_DIRECTORY);
 }
 
 void RepositoryCopy::exchange() {
     const String live = m_prefix + LIVE;
     const String backup = m_prefix + BACKUP;
     const String copy = m_prefix + COPY;
-    const String parent = m_prefix + KOV_DATA_DIR;
+    const String parent = m_prefix + Layout::DATA_DIRECTORY;
     std::shared_ptr<KeptFiles> kept;
-    asStep("Unable to keep the files of the repository while its backup is removed.", 28,
-           [&] { kept = std::make_shared<KeptFiles>(live, m_prefix + KEPT_FILES); });
+    asStep("Unable to keep the files of the repository while its backup is removed.", 28, [&] {
+        kept = std::make_shared<KeptFiles>(live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
+    });
     // An entry that cannot be pushed would leave its step without an undo.
     m_undo.reserve(4);
     m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 
+#include "layout/Layout.hpp"
+
 namespace KOVNS2 {
 
 using OpenWBEM::String;
@@ -9,7 +11,7 @@ ServiceEnv_Associators::ServiceEnv_Associators(String prefix) : m_prefix(std::mo
 
 String ServiceEnv_Associators::getConfigItem(const String& name, const String& defaultValue) const {
     if (name == OpenWBEM::ConfigOpts::DATADIR_opt) {
-        return m_prefix + "/var/opt/tarvo/kov/openwbem/repository";
+        return m_prefix + Layout::REPOSITORY;
     }
     return defaultValue;
 }

@@ -20,6 +20,7 @@
 #include "fennik/cli/Options.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -156,7 +157,7 @@ int lock(const String& path) {
 }  // namespace
 
 void acquireLock(const String& prefix) {
-    const String path = prefix + "/var/opt/tarvo/kov/fennik.lock";
+    const String path = prefix + Layout::LOCK_FILE;
     g_lockFile = blocxx::FileSystem::openOrCreateFile(path);
     if (!g_lockFile) {
         const int errnum = errno;

@@ -11,6 +11,7 @@
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
 #include "fennik/common/TextUtils.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -21,24 +22,22 @@ namespace Process = blocxx::Process;
 
 namespace {
 
-const char* const UNPRIVILEGED_ACCOUNT = "owcimomd";
-
 std::optional<Process::Identity> unprivilegedIdentity() {
     if (geteuid() != 0) {
         return std::nullopt;
     }
-    const auto account = blocxx::Secure::lookupAccount(UNPRIVILEGED_ACCOUNT);
+    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
     if (!account) {
         BLOCXX_THROW(blocxx::ProcessException,
                      Format("The account \"%1\" does not exist, and external programs are not run "
                             "as root; kov-setup creates the account",
-                            UNPRIVILEGED_ACCOUNT));
+                            Layout::ACCOUNT));
     }
     if (account->uid == 0 || account->gid == 0) {
         BLOCXX_THROW(blocxx::ProcessException,
                      Format("The account \"%1\" has root's user or group id, and external programs "
                             "are not run as root",
-                            UNPRIVILEGED_ACCOUNT));
+                            Layout::ACCOUNT));
     }
     return account;
 }

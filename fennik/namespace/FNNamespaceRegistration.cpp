@@ -9,6 +9,7 @@
 #include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2 {
@@ -32,7 +33,7 @@ public:
                  const String& prefix, CleanupActions_t& undo)
         : m_handle(handle),
           m_productName(productName),
-          m_qualifiersFile(prefix + "/opt/tarvo/kov/share/openwbem/qualifiers.mof"),
+          m_qualifiersFile(prefix + Layout::QUALIFIERS_FILE),
           m_undo(undo),
           m_productPath(CheckProductRegistration(handle, productName)),
           m_namespaces(GetNSUtils(handle)) {}

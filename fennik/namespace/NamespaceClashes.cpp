@@ -7,6 +7,8 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
+#include "fennik/undo/CallSite.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/Identifier.hpp"
 
@@ -69,7 +71,7 @@ String reservedBy(CIMOMHandleIFC& handle, const String& ns) {
 
 bool belongsToTheInstallation(const String& ns) {
     return blocxx::equalsIgnoreCase(ns, KOV_NS) || blocxx::equalsIgnoreCase(ns, SECURITY_NS) ||
-           blocxx::equalsIgnoreCase(ns, "root");
+           blocxx::equalsIgnoreCase(ns, Layout::INTEROP_NS);
 }
 
 /// What an administrator should know of a namespace that is in the way, as the end of a message.

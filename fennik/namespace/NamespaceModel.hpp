@@ -4,6 +4,7 @@
 #pragma once
 
 #include "fennik/common/UnitLog.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 
 namespace KOVNS2::NamespaceModel {
@@ -11,8 +12,8 @@ namespace KOVNS2::NamespaceModel {
 using blocxx::String;
 using blocxx::StringArray;
 
-inline constexpr const char* KOV_NS = "kov";
-inline constexpr const char* SECURITY_NS = "root/security";
+using Layout::KOV_NS;
+using Layout::SECURITY_NS;
 inline constexpr const char* USER_ACL = "OpenWBEM_UserACL";
 inline constexpr const char* RESERVED_NAMESPACE = "KOV_ReservedNamespace";
 inline constexpr const char* PRODUCT_RESERVED_NAMESPACE = "KOV_ProductReservedNamespace";

@@ -5,6 +5,9 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
+#include "fennik/namespace/CimomNSUtils.hpp"
+#include "fennik/namespace/RepositoryNSUtils.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 
 namespace KOVNS2 {
@@ -14,9 +17,7 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-// Where the daemon has its namespaces as instances, and what it is told about the classes in a new
-// one: nothing.
-constexpr const char* INTEROP_NAMESPACE = "root";
+// What the daemon is told about the classes in a new namespace: nothing.
 constexpr uint16_t CLASS_INFO_UNKNOWN = 0;
 
 template <class HandleRef>
@@ -67,7 +68,7 @@ void CimomNSUtils::CreateNamespace(const String& ns) {
     requireHandle(m_handle);
     try {
         OpenWBEM::CIMNameSpaceUtils::createCIM_Namespace(*m_handle, ns, CLASS_INFO_UNKNOWN,
-                                                         String(), INTEROP_NAMESPACE);
+                                                         String(), Layout::INTEROP_NS);
     } catch (const CIMException& e) {
         BLOCXX_THROW(NamespaceUtilsException, Format("Unable to create the Namespace: %1", e));
     }
@@ -78,7 +79,7 @@ void CimomNSUtils::DeleteNamespace(const String& /*ns*/) {}
 bool CimomNSUtils::NamespaceExists(const String& ns) {
     requireHandle(m_handle);
     const blocxx::StringArray names =
-        OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, INTEROP_NAMESPACE);
+        OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, Layout::INTEROP_NS);
     return std::count(names.begin(), names.end(), ns) > 0;
 }
 

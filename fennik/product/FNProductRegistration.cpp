@@ -16,6 +16,7 @@
 #include "fennik/product/ProductPaths.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -28,7 +29,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-constexpr const char* KOV_NS = "kov";
+using Layout::KOV_NS;
 constexpr const char* PRODUCT_CLASS = "KOV_Product";
 /// The infrastructure itself, which must not be deregistered.
 constexpr const char* KOV_PRODUCT_NAME = "kov";

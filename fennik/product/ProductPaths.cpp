@@ -3,6 +3,7 @@
 
 #include "blocxx/Format.hpp"
 #include "fennik/common/NameRules.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2::ProductPaths {
 
@@ -37,7 +38,7 @@ String problemOfFileName(const String& productName, size_t suffixLength) {
 }  // namespace
 
 String configDirectory(const String& prefix) {
-    return prefix + "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/";
+    return prefix + Layout::DROP_IN_DIRECTORY;
 }
 
 String allowedUsersFile(const String& productName, const String& prefix) {

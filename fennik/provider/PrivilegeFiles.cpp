@@ -8,6 +8,7 @@
 #include "blocxx/Format.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2::PrivilegeFiles {
 
@@ -33,16 +34,16 @@ String fileName(const OpenWBEM::CIMInstance& registrationInstance) {
 }
 
 String oopPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {
-    return String(DIRECTORY) + "/owcimomd/" + fileName(registrationInstance);
+    return Layout::AGENT_PRIVILEGES_DIRECTORY + fileName(registrationInstance);
 }
 
 String providerPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {
-    return String(DIRECTORY) + "/" + fileName(registrationInstance);
+    return String(Layout::PRIVILEGES_DIRECTORY) + "/" + fileName(registrationInstance);
 }
 
 String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist) {
-    const String path =
-        Format("%1/scriptedprov/%2%3.priv", DIRECTORY, "scrIFC-", safeFileName(name));
+    const String path = Format("%1/scriptedprov/%2%3.priv", Layout::PRIVILEGES_DIRECTORY, "scrIFC-",
+                               safeFileName(name));
     if (path.size() > MAX_PATH_LENGTH) {
         BLOCXX_THROW_ERR(FennikException,
                          Format("Length of resulting privilege file (%1) is too long.", path),
@@ -69,9 +70,8 @@ void writeFile(const String& path, const String& contents) {
 }
 
 void syncNames(const String& prefix) {
-    const String directory = prefix + DIRECTORY;
-    FileSystem::syncEntries(directory);
-    FileSystem::syncEntries(directory + "/owcimomd");
+    FileSystem::syncEntries(prefix + Layout::PRIVILEGES_DIRECTORY);
+    FileSystem::syncEntries(prefix + Layout::AGENT_PRIVILEGES_DIRECTORY);
 }
 
 }  // namespace KOVNS2::PrivilegeFiles

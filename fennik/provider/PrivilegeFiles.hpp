@@ -11,9 +11,6 @@ namespace KOVNS2::PrivilegeFiles {
 
 using blocxx::String;
 
-/// The directory of the providers' own privilege files.
-inline constexpr const char* DIRECTORY = "/etc/opt/tarvo/kov/openwbem/privileges";
-
 /// `text` with an underscore for each character that has a meaning in paths, shells or the
 /// privilege language.
 String safeFileName(const String& text);

@@ -7,6 +7,7 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
 
 namespace KOVNS2 {
@@ -25,7 +26,7 @@ public:
         : m_path(path), m_destDir(destDir) {}
 
     std::unique_ptr<std::istream> getInclude(const String& name) override {
-        const String included = m_destDir + PrivilegeFiles::DIRECTORY + "/" + name;
+        const String included = m_destDir + Layout::PRIVILEGES_DIRECTORY + "/" + name;
         if (!blocxx::FileSystem::exists(included)) {
             BLOCXX_THROW_ERR(FennikException,
                              Format("%1 includes a non-existent file: %2", m_path, included),

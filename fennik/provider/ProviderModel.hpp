@@ -6,6 +6,8 @@
 
 #include "fennik/common/UnitLog.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
+#include "layout/Layout.hpp"
+#include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace KOVNS2 {
 
@@ -19,8 +21,8 @@ struct ProviderTarget {
 
 namespace ProviderModel {
 
-inline constexpr const char* KOV_NS = "kov";
-inline constexpr const char* INTEROP_NS = "root";
+using Layout::INTEROP_NS;
+using Layout::KOV_NS;
 
 inline constexpr const char* PROVIDER = "KOV_Provider";
 inline constexpr const char* OOP1_PROVIDER = "KOV_OOP1Provider";

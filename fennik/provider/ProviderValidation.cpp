@@ -6,6 +6,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -16,8 +17,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-/// The infrastructure's own programs: no other product may register one of them.
-constexpr const char* INFRASTRUCTURE = "/opt/tarvo/kov";
+/// The infrastructure itself: only it may register its own programs.
 constexpr const char* INFRASTRUCTURE_PRODUCT = "kov";
 constexpr const char* PROTOCOL = "owcpp1";
 
@@ -48,7 +48,7 @@ public:
 
     void checkProcess(const String& productName, bool mustExist) const {
         const String process = text(m_instance, "Process");
-        if (process.starts_with(INFRASTRUCTURE) && productName != INFRASTRUCTURE_PRODUCT) {
+        if (process.starts_with(Layout::INSTALLATION) && productName != INFRASTRUCTURE_PRODUCT) {
             refuse("Instance %1: Process property cannot start with /opt/tarvo/kov");
         }
         if (mustExist && !blocxx::FileSystem::canExecute(process)) {

@@ -15,6 +15,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateProof.hpp"
+#include "layout/Layout.hpp"
 
 namespace KOVNS2 {
 
@@ -29,8 +30,8 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-constexpr const char* KOV_NS = "kov";
-constexpr const char* SECURITY_NS = "root/security";
+using Layout::KOV_NS;
+using Layout::SECURITY_NS;
 /// The infrastructure registers itself when it is installed.
 constexpr const char* INFRASTRUCTURE = "kov";
 

@@ -6,6 +6,8 @@
 #include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/state/StateFormat.hpp"
+#include "fennik/state/StateLog.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 
 namespace KOVNS2::StateReading {
@@ -45,7 +47,7 @@ Array<CIMInstance> readRegistrationInstances(const XMLNode& node,
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
     Array<CIMQualifierType> qualifierTypes;
-    OpenWBEM::MOF::compileMOF(mof, handle, "root", instances, classes, qualifierTypes);
+    OpenWBEM::MOF::compileMOF(mof, handle, Layout::INTEROP_NS, instances, classes, qualifierTypes);
     return instances;
 }
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 
 namespace OwCimomd {
 
@@ -62,7 +63,7 @@ void AccessControl::load() {
         rights[key] += textOf(instance, "capability");
     });
     try {
-        m_handle.enumInstances(SECURITY_NAMESPACE, ACL_CLASS, collect, E_DEEP, E_NOT_LOCAL_ONLY,
+        m_handle.enumInstances(Layout::SECURITY_NS, ACL_CLASS, collect, E_DEEP, E_NOT_LOCAL_ONLY,
                                E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr);
     } catch (const CIMException& e) {
         // Without the class or its namespace nobody has any rights.
@@ -96,7 +97,7 @@ void AccessControl::require(const User& user, const String& ns, Right right) {
 }
 
 void AccessControl::noteChange(const String& ns) {
-    if (blocxx::equalsIgnoreCase(ns, SECURITY_NAMESPACE)) {
+    if (blocxx::equalsIgnoreCase(ns, Layout::SECURITY_NS)) {
         m_rights.reset();
     }
 }

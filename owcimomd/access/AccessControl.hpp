@@ -32,8 +32,6 @@ enum class Right : char {
 
 class AccessControl {
 public:
-    static constexpr const char* SECURITY_NAMESPACE = "root/security";
-
     AccessControl(RepositoryCIMOMHandle& handle, std::set<String> allowedUsers);
 
     bool mayConnect(const User& user) const;

@@ -2,6 +2,7 @@
 #include "owcimomd/operations/NamespaceInstances.hpp"
 
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
 
@@ -69,7 +70,7 @@ CIMInstance cut(CIMInstance instance, const CIMClass& cls,
 }  // namespace
 
 bool NamespaceInstances::serves(const String& ns, const String& className) {
-    return blocxx::equalsIgnoreCase(ns, INTEROP_NAMESPACE) &&
+    return blocxx::equalsIgnoreCase(ns, Layout::INTEROP_NS) &&
            blocxx::equalsIgnoreCase(className, CLASS_NAME);
 }
 
@@ -80,7 +81,7 @@ void NamespaceInstances::refuseChange(const char* attempt) {
 
 CIMClass NamespaceInstances::requireClass() {
     try {
-        return m_handle.getClass(INTEROP_NAMESPACE, CLASS_NAME, E_NOT_LOCAL_ONLY,
+        return m_handle.getClass(Layout::INTEROP_NS, CLASS_NAME, E_NOT_LOCAL_ONLY,
                                  E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, nullptr);
     } catch (const CIMException& e) {
         if (e.getErrNo() != CIMException::NOT_FOUND) {
@@ -125,7 +126,7 @@ EnumerationPtr<CIMInstance> NamespaceInstances::openInstances(bool localOnly,
 EnumerationPtr<CIMObjectPath> NamespaceInstances::openInstanceNames() {
     Array<CIMObjectPath> paths;
     for (const CIMInstance& instance : all(requireClass())) {
-        paths.emplace_back(INTEROP_NAMESPACE, instance);
+        paths.emplace_back(Layout::INTEROP_NS, instance);
     }
     return std::make_unique<OnePortion<CIMObjectPath>>(std::move(paths));
 }
@@ -135,9 +136,9 @@ CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, bool loca
                                             const StringArray* propertyList) {
     const CIMClass cls = requireClass();
     CIMObjectPath wanted = path;
-    wanted.setHost(String()).setNameSpace(INTEROP_NAMESPACE).syncWithClass(cls);
+    wanted.setHost(String()).setNameSpace(Layout::INTEROP_NS).syncWithClass(cls);
     for (const CIMInstance& instance : all(cls)) {
-        if (CIMObjectPath(INTEROP_NAMESPACE, instance) == wanted) {
+        if (CIMObjectPath(Layout::INTEROP_NS, instance) == wanted) {
             return cut(instance, cls,
                        ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin,
                                                   propertyList));
@@ -149,7 +150,7 @@ CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, bool loca
 CIMObjectPath NamespaceInstances::createInstance(const CIMInstance& instance) {
     const CIMInstance complete = completeInstance(filled(instance), requireClass());
     m_handle.createNameSpace(complete.getPropertyValue(NAME).toString());
-    return {INTEROP_NAMESPACE, complete};
+    return {Layout::INTEROP_NS, complete};
 }
 
 }  // namespace OwCimomd

@@ -12,7 +12,6 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
 class NamespaceInstances {
 public:
-    static constexpr const char* INTEROP_NAMESPACE = "root";
     static constexpr const char* CLASS_NAME = "CIM_Namespace";
 
     explicit NamespaceInstances(RepositoryCIMOMHandle& handle) : m_handle(handle) {}

@@ -11,6 +11,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Process.hpp"
 #include "blocxx/Secure.hpp"
+#include "layout/Layout.hpp"
 
 namespace OwUtilities {
 
@@ -18,8 +19,6 @@ using blocxx::Format;
 
 namespace {
 
-constexpr const char* INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init";
-constexpr const char* ACCOUNT = "owcimomd";
 // A daemon with a large repository may take long; a whole day means that it hangs.
 constexpr std::chrono::hours TIME_LIMIT{24};
 
@@ -44,13 +43,13 @@ private:
 
 /// A script of the account's must never run as root.
 blocxx::Process::Identity accountIdentity() {
-    const auto account = blocxx::Secure::lookupAccount(ACCOUNT);
+    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
     if (!account || account->uid == 0 || account->gid == 0) {
         BLOCXX_THROW(
             DaemonControlException,
             Format("the account \"%1\" is missing or has root's rights, and the init script "
                    "is not run as root; kov-setup creates the account",
-                   ACCOUNT));
+                   Layout::ACCOUNT));
     }
     return *account;
 }
@@ -58,7 +57,7 @@ blocxx::Process::Identity accountIdentity() {
 void control(const char* command) {
     String output;
     const blocxx::Process::Status status =
-        blocxx::Process::run({.argv = {INIT_SCRIPT, command},
+        blocxx::Process::run({.argv = {Layout::INIT_SCRIPT, command},
                               .environment = blocxx::Secure::minimalEnvironment(),
                               .input = {},
                               .identity = accountIdentity(),
@@ -66,8 +65,8 @@ void control(const char* command) {
                               .asAtBoot = true},
                              output);
     if (!status.terminatedSuccessfully()) {
-        BLOCXX_THROW(DaemonControlException,
-                     Format("\"%1 %2\" %3 and printed: %4", INIT_SCRIPT, command, status, output));
+        BLOCXX_THROW(DaemonControlException, Format("\"%1 %2\" %3 and printed: %4",
+                                                    Layout::INIT_SCRIPT, command, status, output));
     }
 }
 
@@ -84,7 +83,7 @@ String failureToStart() {
 }  // namespace
 
 blocxx::File takeRunLock(const String& prefix) {
-    const String path = prefix + "/var/opt/tarvo/kov/fennik.lock";
+    const String path = prefix + Layout::LOCK_FILE;
     blocxx::File lock = blocxx::FileSystem::openOrCreateFile(path);
     if (!lock) {
         BLOCXX_THROW_ERRNO(DaemonControlException,

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
+#include "layout/Layout.hpp"
 
 namespace OwUtilities {
 
@@ -13,7 +14,7 @@ using blocxx::String;
 
 enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK, RESERVED, SCHEMA_DIR };
 
-inline constexpr const char* DEFAULT_NAMESPACE = "root";
+inline constexpr const char* DEFAULT_NAMESPACE = Layout::INTEROP_NS;
 
 // Rows for a program's option table.
 inline constexpr CmdLineParser::Option HELP_OPTION = {

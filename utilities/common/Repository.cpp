@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "layout/Layout.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 #include "utilities/common/LocalRepository.hpp"
@@ -10,8 +11,6 @@
 namespace OwUtilities {
 
 namespace {
-
-constexpr const char* INTEROP_NAMESPACE = "root";
 
 class ServedRepository : public Repository {
 public:
@@ -32,7 +31,7 @@ private:
 bool ServedRepository::hasNameSpace(const String& name) const {
     try {
         const StringArray names =
-            CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, INTEROP_NAMESPACE);
+            CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, Layout::INTEROP_NS);
         return std::any_of(names.begin(), names.end(), [&](const String& known) {
             return blocxx::equalsIgnoreCase(known, name);
         });
@@ -59,17 +58,13 @@ ClientCIMOMHandleRef connect() {
 
 }  // namespace
 
-String repositoryDirectory(const String& prefix) {
-    return prefix + "/var/opt/tarvo/kov/openwbem/repository";
-}
-
 std::unique_ptr<Repository> Repository::open(const String& prefix) {
     if (prefix.empty()) {
         if (auto handle = connect()) {
             return std::make_unique<ServedRepository>(std::move(handle));
         }
     }
-    return std::make_unique<LocalRepository>(repositoryDirectory(prefix));
+    return std::make_unique<LocalRepository>(prefix + Layout::REPOSITORY);
 }
 
 }  // namespace OwUtilities

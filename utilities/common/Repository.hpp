@@ -13,9 +13,6 @@ namespace OwUtilities {
 
 using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
-/// Where an installation has its repository; `prefix` empty: on this machine.
-String repositoryDirectory(const String& prefix);
-
 class Repository {
 public:
     Repository() = default;

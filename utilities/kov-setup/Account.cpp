@@ -5,7 +5,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
-#include "utilities/kov-setup/Layout.hpp"
+#include "layout/Layout.hpp"
 #include "utilities/kov-setup/SetupException.hpp"
 
 namespace KovSetup {
@@ -21,37 +21,39 @@ blocxx::Process::Command useraddCommand() {
     command.argv = {USERADD,        "--system", "--no-create-home", "--home-dir",
                     "/nonexistent", "--shell",  "/usr/sbin/nologin"};
     // useradd refuses to make the account's own group when there is one of that name already.
-    if (getgrnam(ACCOUNT) != nullptr) {
-        command.argv.insert(command.argv.end(), {"--gid", ACCOUNT});
+    if (getgrnam(Layout::ACCOUNT) != nullptr) {
+        command.argv.insert(command.argv.end(), {"--gid", Layout::ACCOUNT});
     } else {
         command.argv.emplace_back("--user-group");
     }
-    command.argv.emplace_back(ACCOUNT);
+    command.argv.emplace_back(Layout::ACCOUNT);
     command.environment = blocxx::Secure::minimalEnvironment();
     command.timeLimit = USERADD_TIME_LIMIT;
     return command;
 }
 
 void createAccount() {
-    String output;
+    blocxx::String output;
     const auto status = blocxx::Process::run(useraddCommand(), output);
     if (!status.terminatedSuccessfully()) {
-        BLOCXX_THROW(SetupException, blocxx::Format("cannot create the account \"%1\": %2 %3: %4",
-                                                    ACCOUNT, USERADD, status.toString(), output));
+        BLOCXX_THROW(SetupException,
+                     blocxx::Format("cannot create the account \"%1\": %2 %3: %4", Layout::ACCOUNT,
+                                    USERADD, status.toString(), output));
     }
 }
 
 }  // namespace
 
 blocxx::Process::Identity ensureAccount() {
-    if (const auto account = blocxx::Secure::lookupAccount(ACCOUNT)) {
+    if (const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT)) {
         return *account;
     }
     createAccount();
-    const auto account = blocxx::Secure::lookupAccount(ACCOUNT);
+    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
     if (!account) {
-        BLOCXX_THROW(SetupException,
-                     blocxx::Format("the account \"%1\" was created but is not found", ACCOUNT));
+        BLOCXX_THROW(
+            SetupException,
+            blocxx::Format("the account \"%1\" was created but is not found", Layout::ACCOUNT));
     }
     return *account;
 }

@@ -78,20 +78,20 @@ void letAccountReadNewFiles(const String& directory, const Identity& account) {
 
 void changeOwner(const String& path, const Identity& account) {
     if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
-        failWithErrno(Format("cannot give \"%1\" to the account \"%2\"", path, ACCOUNT));
+        failWithErrno(Format("cannot give \"%1\" to the account \"%2\"", path, Layout::ACCOUNT));
     }
 }
 
 }  // namespace
 
-void makeDirectories(const Layout& layout, const std::optional<Identity>& account) {
-    makeDirectoryWithParents(layout.dropInDirectory());
-    makeDirectoryWithParents(layout.privilegesDirectory());
-    makeDirectoryWithParents(layout.ownPrivilegesDirectory());
-    makeDirectoryWithParents(layout.dataDirectory());
+void makeDirectories(const Layout::Tree& tree, const std::optional<Identity>& account) {
+    makeDirectoryWithParents(tree.path(Layout::DROP_IN_DIRECTORY));
+    makeDirectoryWithParents(tree.path(Layout::PRIVILEGES_DIRECTORY));
+    makeDirectoryWithParents(tree.path(Layout::AGENT_PRIVILEGES_DIRECTORY));
+    makeDirectoryWithParents(tree.path(Layout::DATA_DIRECTORY));
     if (account) {
-        letAccountReadNewFiles(layout.dropInDirectory(), *account);
-        changeOwner(layout.dataDirectory(), *account);
+        letAccountReadNewFiles(tree.path(Layout::DROP_IN_DIRECTORY), *account);
+        changeOwner(tree.path(Layout::DATA_DIRECTORY), *account);
     }
 }
 

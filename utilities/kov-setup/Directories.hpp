@@ -6,13 +6,16 @@
 #include <optional>
 
 #include "blocxx/Process.hpp"
-#include "utilities/kov-setup/Layout.hpp"
+#include "layout/Layout.hpp"
 
 namespace KovSetup {
 
+using blocxx::String;
+
 /// Makes what is missing. Owners and access lists are set when there is an account. Throws
 /// SetupException.
-void makeDirectories(const Layout& layout, const std::optional<blocxx::Process::Identity>& account);
+void makeDirectories(const Layout::Tree& tree,
+                     const std::optional<blocxx::Process::Identity>& account);
 
 /// Makes a directory that must not be there yet, open to its owner only. Throws SetupException.
 void makePrivateDirectory(const String& path);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "blocxx/FileSystem.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
@@ -57,9 +58,9 @@ String readSchema(const String& path) {
 }
 
 constexpr NamespaceSchema SCHEMA[] = {
-    {"root", "interop.mof"},
-    {"root/security", "security.mof"},
-    {"kov", "kov.mof"},
+    {Layout::INTEROP_NS, "interop.mof"},
+    {Layout::SECURITY_NS, "security.mof"},
+    {Layout::KOV_NS, "kov.mof"},
 };
 
 Array<CIMQualifierType> compileQualifiers(const String& path) {
@@ -81,20 +82,21 @@ void loadClasses(const CIMOMHandleIFCRef& handle, const String& ns, const String
     }
 }
 
-void fill(const blocxx::IntrusiveReference<RepositoryCIMOMHandle>& handle, const Layout& layout) {
-    const auto qualifierTypes = compileQualifiers(layout.schemaFile("qualifiers.mof"));
+void fill(const blocxx::IntrusiveReference<RepositoryCIMOMHandle>& handle,
+          const String& schemaDirectory) {
+    const auto qualifierTypes = compileQualifiers(schemaDirectory + "/qualifiers.mof");
     for (const auto& [ns, file] : SCHEMA) {
         handle->createNameSpace(ns);
         for (const auto& qualifierType : qualifierTypes) {
             handle->setQualifierType(ns, qualifierType);
         }
-        loadClasses(handle, ns, layout.schemaFile(file));
+        loadClasses(handle, ns, schemaDirectory + "/" + file);
     }
 }
 
 }  // namespace
 
-void buildRepository(const String& directory, const Layout& layout) {
+void buildRepository(const String& directory, const String& schemaDirectory) {
     CIMRepository::create(directory);
     const blocxx::IntrusiveReference<Environment> environment(new Environment(directory));
     const CIMRepositoryRef repository(new CIMRepository);
@@ -103,7 +105,7 @@ void buildRepository(const String& directory, const Layout& layout) {
         new RepositoryCIMOMHandle(repository, context));
     const HandleLease lease(*environment, handle);
     repository->init(environment);
-    fill(handle, layout);
+    fill(handle, schemaDirectory);
     repository->close();
 }
 

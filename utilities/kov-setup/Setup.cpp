@@ -52,27 +52,27 @@ private:
     bool m_done = false;
 };
 
-void checkPlaceIsFree(const Layout& layout) {
-    if (isTaken(layout.repository())) {
+void checkPlaceIsFree(const Layout::Tree& tree) {
+    if (isTaken(tree.path(Layout::REPOSITORY))) {
         refuse(Format("there is a repository already: \"%1\". It was left as it is",
-                      layout.repository()));
+                      tree.path(Layout::REPOSITORY)));
     }
-    if (isTaken(layout.repositoryBackup())) {
+    if (isTaken(tree.path(Layout::REPOSITORY_BACKUP))) {
         refuse(
             Format("an operation on the repository was interrupted and left it at \"%1\". Put it "
                    "back: mv \"%1\" \"%2\"",
-                   layout.repositoryBackup(), layout.repository()));
+                   tree.path(Layout::REPOSITORY_BACKUP), tree.path(Layout::REPOSITORY)));
     }
-    if (isTaken(layout.unfinishedRepository())) {
+    if (isTaken(tree.path(Layout::UNFINISHED_REPOSITORY))) {
         refuse(
             Format("an earlier kov-setup did not finish, or another one is running: \"%1\" is "
                    "there. When none is running, remove it and run kov-setup again",
-                   layout.unfinishedRepository()));
+                   tree.path(Layout::UNFINISHED_REPOSITORY)));
     }
 }
 
-void checkMayRun(const Layout& layout) {
-    if (layout.isLive() && geteuid() != 0) {
+void checkMayRun(const Layout::Tree& tree) {
+    if (tree.isLive() && geteuid() != 0) {
         refuse(
             Format("it must be run as root to set up this machine (--dest-dir makes a tree "
                    "elsewhere)"));
@@ -83,30 +83,31 @@ void checkMayRun(const Layout& layout) {
 ///    leaves a directory that nothing uses and that the next run names.
 /// 2. One rename makes it the repository: before it there is none, after it there is all of it.
 /// 3. The directories of both names are synced, so that the rename outlives a power failure.
-void makeRepository(const Layout& layout, const std::optional<blocxx::Process::Identity>& account) {
-    UnfinishedRepository repository(layout.unfinishedRepository());
-    buildRepository(layout.unfinishedRepository(), layout);
-    syncDirectory(layout.unfinishedRepository());
+void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
+                    const std::optional<blocxx::Process::Identity>& account) {
+    UnfinishedRepository repository(tree.path(Layout::UNFINISHED_REPOSITORY));
+    buildRepository(tree.path(Layout::UNFINISHED_REPOSITORY), schemaDirectory);
+    syncDirectory(tree.path(Layout::UNFINISHED_REPOSITORY));
     if (account) {
-        handOver(layout.unfinishedRepository(), *account);
+        handOver(tree.path(Layout::UNFINISHED_REPOSITORY), *account);
     }
-    repository.moveTo(layout.repository());
-    syncDirectory(layout.dataDirectory());
-    syncDirectory(layout.stateDirectory());
+    repository.moveTo(tree.path(Layout::REPOSITORY));
+    syncDirectory(tree.path(Layout::DATA_DIRECTORY));
+    syncDirectory(tree.path(Layout::STATE_DIRECTORY));
 }
 
 }  // namespace
 
-void setUp(const Layout& layout) {
-    checkMayRun(layout);
-    checkPlaceIsFree(layout);
+void setUp(const Layout::Tree& tree, const String& schemaDirectory) {
+    checkMayRun(tree);
+    checkPlaceIsFree(tree);
     std::optional<blocxx::Process::Identity> account;
-    if (layout.isLive()) {
+    if (tree.isLive()) {
         account = ensureAccount();
     }
-    makeDirectories(layout, account);
-    writeDefaultConfig(layout.configFile());
-    makeRepository(layout, account);
+    makeDirectories(tree, account);
+    writeDefaultConfig(tree.path(Layout::CONFIG_FILE));
+    makeRepository(tree, schemaDirectory, account);
 }
 
 }  // namespace KovSetup

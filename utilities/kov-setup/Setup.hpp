@@ -4,11 +4,13 @@
 // repository with the schema. Carries out nothing where a repository is already.
 #pragma once
 
-#include "utilities/kov-setup/Layout.hpp"
+#include "blocxx/String.hpp"
+#include "layout/Layout.hpp"
 
 namespace KovSetup {
 
-/// Throws blocxx::Exception; the directories made by then stay, a repository does not.
-void setUp(const Layout& layout);
+/// The schema is that of the MOF files in `schemaDirectory`. Throws blocxx::Exception; the
+/// directories made by then stay, a repository does not.
+void setUp(const Layout::Tree& tree, const blocxx::String& schemaDirectory);
 
 }  // namespace KovSetup

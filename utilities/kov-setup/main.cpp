@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 #include "utilities/common/Program.hpp"
 #include "utilities/kov-setup/Setup.hpp"
 #include "utilities/kov-setup/SetupException.hpp"
@@ -38,11 +39,13 @@ String directoryOption(const CmdLineParser& parser, OptionId id, const char* nam
 }
 
 int makeInstallation(const CmdLineParser& parser) {
-    const KovSetup::Layout layout(directoryOption(parser, DEST_DIR, "dest-dir"),
-                                  directoryOption(parser, SCHEMA_DIR, "schema-dir"));
-    KovSetup::setUp(layout);
-    std::cout << "kov-setup: \"" << layout.repository() << "\" is ready.\n";
-    return 0;
+    const Layout::Tree tree(directoryOption(parser, DEST_DIR, "dest-dir"));
+    const String given = directoryOption(parser, SCHEMA_DIR, "schema-dir");
+    KovSetup::setUp(tree, given.empty() ? tree.path(Layout::SCHEMA_DIRECTORY) : given);
+    std::cout << "kov-setup: \"" << tree.path(Layout::REPOSITORY)
+              << "\" is ready.
+                 ";
+        return 0;
 }
 
 constexpr Program PROGRAM = {

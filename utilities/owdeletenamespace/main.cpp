@@ -3,6 +3,7 @@
 // owdeletenamespace: deletes namespaces, with everything in them, from the repository of an
 // installation. Either all of them are gone afterwards, or nothing has changed.
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 #include "utilities/common/Attempt.hpp"
 #include "utilities/common/DaemonPause.hpp"
 #include "utilities/common/LocalRepository.hpp"
@@ -21,7 +22,7 @@ constexpr CmdLineParser::Option OPTIONS[] = {HELP_OPTION, VERSION_OPTION, DEST_D
                                              RESERVED_OPTION, END_OF_OPTIONS};
 
 // Without these an installation is none; they cannot be brought back but by setting it up anew.
-constexpr const char* NEEDED[] = {"root", "root/security", "kov"};
+constexpr const char* NEEDED[] = {Layout::INTEROP_NS, Layout::SECURITY_NS, Layout::KOV_NS};
 
 void refuseNeeded(const String& ns) {
     for (const char* needed : NEEDED) {
@@ -34,7 +35,7 @@ void refuseNeeded(const String& ns) {
 /// The instances of a class of this system; none when the repository does not know the class.
 Array<CIMObjectPath> instancesOf(const Repository& repository, const char* className) {
     try {
-        return repository.handle()->enumInstanceNamesA("kov", className);
+        return repository.handle()->enumInstanceNamesA(Layout::KOV_NS, className);
     } catch (const CIMException& e) {
         if (e.getErrNo() != CIMException::INVALID_CLASS &&
             e.getErrNo() != CIMException::INVALID_NAMESPACE) {
@@ -109,7 +110,7 @@ int deleteNamespaces(const CmdLineParser& parser) {
     }
     checkDeletable(*repository, request);
     withDaemonStopped([&] {
-        LocalRepository own(repositoryDirectory(prefix));
+        LocalRepository own(prefix + Layout::REPOSITORY);
         deleteFrom(own, request);
     });
     return 0;

@@ -8,8 +8,8 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/client/ClientResults.hpp"
-#include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
 
@@ -24,7 +24,7 @@ ClientCIMOMHandleRef ClientCIMOMHandle::createFromURL(const String& url,
                            "a local connection has no authentication and no encryption");
     }
     if (url == LOCAL_URL) {
-        return new ClientCIMOMHandle(RpcLimits::SOCKET_PATH);
+        return new ClientCIMOMHandle(Layout::SOCKET);
     }
     if (url.starts_with(SOCKET_PREFIX)) {
         return new ClientCIMOMHandle(url.substr(SOCKET_PREFIX.size() - 1));

@@ -12,6 +12,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/repository/CheckedFile.hpp"
 #include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
@@ -89,8 +90,8 @@ void raiseForHeader(const String& file, std::string_view header) {
 void raiseForMissing(const String& directory, const String& file) {
     struct stat status {};
     if (::stat(directory.c_str(), &status) != 0 && errno == ENOENT) {
-        const String backup =
-            FileSystem::Path::dirname(directory) + "/" + RepositoryFormat::BACKUP_DIRECTORY;
+        const String backup = FileSystem::Path::dirname(directory) + "/" +
+                              FileSystem::Path::basename(Layout::REPOSITORY_BACKUP);
         if (FileSystem::isDirectory(backup)) {
             OPENWBEM_THROW_CIM(
                 FAILED, Format("The repository directory \"%1\" does not exist: an earlier run was "

@@ -27,9 +27,6 @@ inline constexpr size_t HEADER_APPLICATION_ID_AT = 68;
 /// The read format of a file with a write-ahead log.
 inline constexpr unsigned char LOGGED = 2;
 
-/// Where a swap of repositories that was interrupted leaves the old one, beside its directory.
-inline constexpr const char* BACKUP_DIRECTORY = "repository-back_LKjs2354";
-
 /// Makes the tables in an empty file.
 extern const char* const SCHEMA;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How large the messages between client and daemon may be, and where the daemon listens.
+// How large the messages between client and daemon may be.
 #pragma once
 
 #include <cstddef>
@@ -20,8 +20,5 @@ inline constexpr unsigned USUAL_WORDS = 128;
 /// The deepest nesting of pointers in a message. Calls are flat; the objects in them are messages
 /// of their own.
 inline constexpr int NESTING = 64;
-
-/// The socket of the daemon of this machine.
-extern const char* const SOCKET_PATH;
 
 }  // namespace OpenWBEM::RpcLimits

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Where an installation has what, and what its account and its namespaces are called: the one place
+// for these names, for every program. Paths are those of the machine itself. A staged tree has the
+// same paths behind its prefix, which is put in front as plain text, with no slash between.
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace Layout {
+
+/// The unprivileged account that the daemon and external commands run as.
+inline constexpr const char* ACCOUNT = "owcimomd";
+
+// The namespaces that every installation has.
+inline constexpr const char* INTEROP_NS = "root";
+inline constexpr const char* SECURITY_NS = "root/security";
+inline constexpr const char* KOV_NS = "kov";
+
+// What is installed. No product may register a program below INSTALLATION as its own.
+inline constexpr const char* INSTALLATION = "/opt/tarvo/kov";
+inline constexpr const char* DAEMON = "/opt/tarvo/kov/sbin/owcimomd";
+inline constexpr const char* INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init";
+inline constexpr const char* SCHEMA_DIRECTORY = "/opt/tarvo/kov/share/openwbem";
+inline constexpr const char* QUALIFIERS_FILE = "/opt/tarvo/kov/share/openwbem/qualifiers.mof";
+
+// The configuration. Root owns it; the account may read it.
+inline constexpr const char* CONFIG_FILE = "/etc/opt/tarvo/kov/openwbem/openwbem.conf";
+// These two end with a slash: the names of their files come right behind it.
+inline constexpr const char* DROP_IN_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/";
+/// For the privilege files that let the provider agent start the providers' processes.
+inline constexpr const char* AGENT_PRIVILEGES_DIRECTORY =
+    "/etc/opt/tarvo/kov/openwbem/privileges/owcimomd/";
+/// For the privilege files of those processes.
+inline constexpr const char* PRIVILEGES_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/privileges";
+
+// What changes. Root owns STATE_DIRECTORY; DATA_DIRECTORY and everything in it is the account's,
+// which makes it hostile.
+inline constexpr const char* STATE_DIRECTORY = "/var/opt/tarvo/kov";
+inline constexpr const char* LOCK_FILE = "/var/opt/tarvo/kov/fennik.lock";
+/// Where kov-setup makes a repository: where the account cannot put something else in its place.
+inline constexpr const char* UNFINISHED_REPOSITORY = "/var/opt/tarvo/kov/repository.kov-setup";
+inline constexpr const char* DATA_DIRECTORY = "/var/opt/tarvo/kov/openwbem";
+inline constexpr const char* SOCKET = "/var/opt/tarvo/kov/openwbem/owcimomd.sock";
+inline constexpr const char* PID_FILE = "/var/opt/tarvo/kov/openwbem/owcimomd.pid";
+inline constexpr const char* REPOSITORY = "/var/opt/tarvo/kov/openwbem/repository";
+// The working copy of the repository, and the repository of before while the copy is swapped in.
+// The odd endings keep them apart from what anybody else may put there.
+inline constexpr const char* REPOSITORY_COPY =
+    "/var/opt/tarvo/kov/openwbem/repository-copy_QLkJ235";
+inline constexpr const char* REPOSITORY_BACKUP =
+    "/var/opt/tarvo/kov/openwbem/repository-back_LKjs2354";
+/// Second names of the repository's files, for as long as the backup is being removed.
+inline constexpr const char* REPOSITORY_KEPT_FILES =
+    "/var/opt/tarvo/kov/openwbem/repository-back_LKjs2354-files";
+
+/// One installation: this machine's, or a staged tree.
+class Tree {
+public:
+    /// `prefix` empty: this machine's.
+    explicit Tree(std::string prefix) : m_prefix(std::move(prefix)) {}
+
+    bool isLive() const noexcept { return m_prefix.empty(); }
+    /// Where the tree has one of the paths above.
+    std::string path(const char* installed) const { return m_prefix + installed; }
+
+private:
+    std::string m_prefix;
+};
+
+}  // namespace Layout
