@@ -5,13 +5,15 @@
 option(KOV_PCH "Precompile the headers of the libraries" ON)
 
 # kov_precompiled_headers(NAME HEADERS...) makes NAME, from which targets take their headers. It has
-# to be compiled with the options and definitions of those targets.
+# to be compiled with the options and definitions of those targets; Boost's libraries bring one to
+# whatever links them.
 function(kov_precompiled_headers NAME)
   if(KOV_PCH)
     set(SOURCE "${CMAKE_BINARY_DIR}/${NAME}.cpp")
     file(CONFIGURE OUTPUT "${SOURCE}" CONTENT "// Nothing: the headers are all.\n")
     add_library(${NAME} OBJECT "${SOURCE}")
     target_precompile_headers(${NAME} PRIVATE ${ARGN})
+    target_compile_definitions(${NAME} PRIVATE BOOST_ALL_NO_LIB)
   endif()
 endfunction()
 

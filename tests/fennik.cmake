@@ -6,8 +6,10 @@ target_include_directories(fennik_testing PUBLIC "${CMAKE_SOURCE_DIR}")
 target_compile_definitions(fennik_testing PRIVATE KOV_SCHEMA="${CMAKE_SOURCE_DIR}/schema")
 
 kov_unit_test(common_test
-  SOURCES unit/common/Execute_test.cpp unit/common/Facilities_test.cpp
+  SOURCES
+    unit/common/ErrorCode_test.cpp unit/common/Execute_test.cpp unit/common/Facilities_test.cpp
   LINKS fennik_common)
+target_compile_definitions(common_test PRIVATE KOV_SOURCE="${CMAKE_SOURCE_DIR}")
 
 kov_unit_test(fennik_test
   SOURCES

@@ -5,6 +5,7 @@
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "layout/Layout.hpp"
@@ -43,7 +44,8 @@ int runInitScript(const String& command, String& output) {
     if (!status.terminated()) {
         BLOCXX_THROW_ERR(
             FennikException,
-            Format("Failed running %1: %2 and output: %3", commandLine, status, output), 21);
+            Format("Failed running %1: %2 and output: %3", commandLine, status, output),
+            ErrorCode::INIT_SCRIPT_FAILED);
     }
     BLOCXX_LOG_DEBUG(logger, Format("Init script returned %1", status));
     return status.exitStatus();
@@ -55,17 +57,19 @@ int cimomStatus() {
 }
 
 void stopOwcimomd() {
-    runOrThrow("stop", "Failed to stop owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init", 23);
+    runOrThrow("stop", "Failed to stop owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init",
+               ErrorCode::DAEMON_NOT_STOPPED);
 }
 
 void startOwcimomd() {
-    runOrThrow("start", "Failed starting owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init", 22);
+    runOrThrow("start", "Failed starting owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init",
+               ErrorCode::DAEMON_NOT_STARTED);
 }
 
 void restartCimomIfRunning(bool buildSystem) {
     if (!buildSystem && cimomStatus() == 0) {
         runOrThrow("restart", "Failed restarting owcimomd. /opt/tarvo/kov/sbin/tarvo-owcimomd_init",
-                   21);
+                   ErrorCode::INIT_SCRIPT_FAILED);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "layout/Layout.hpp"
 
@@ -27,12 +28,12 @@ CIMObjectPath CheckProductRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle
         handle->getInstance(Layout::KOV_NS, path);
     } catch (const OpenWBEM::CIMException& e) {
         if (e.getErrNo() == OpenWBEM::CIMException::NOT_FOUND) {
-            throw FennikException(__FILE__, __LINE__, "The product has not been registered.", 3,
-                                  &e);
+            throw FennikException(__FILE__, __LINE__, "The product has not been registered.",
+                                  ErrorCode::NOT_REGISTERED, &e);
         }
         BLOCXX_LOG_DEBUG(logger, Format("CheckProductRegistration Caught exception: %1", e));
-        throw FennikException(__FILE__, __LINE__, "Error while checking product registration", 127,
-                              &e);
+        throw FennikException(__FILE__, __LINE__, "Error while checking product registration",
+                              ErrorCode::REGISTRATION_UNKNOWN, &e);
     }
     return path;
 }

@@ -15,11 +15,12 @@
 #include "fennik/cimom/KeptFiles.hpp"
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 #include "fennik/cimom/RepositoryHolder.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
-#include "fennik/undo/UndoMessages.hpp"
+#include "fennik/undo/FNCleanupActions.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
@@ -79,7 +80,8 @@ bool isRealDirectory(const String& path) {
         "Unable to copy the repository directory. %1 Failed with status message: %2\n and output "
         "%3\n",
         command, outcome.status, outcome.output);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), 26, cause);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::REPOSITORY_NOT_COPIED,
+                          cause);
 }
 
 [[noreturn]] void failSyncing(const String& path) {
@@ -122,7 +124,8 @@ std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum
     const auto cause = leftOver(to, errnum);
     const String message =
         Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), 27, cause ? &*cause : nullptr);
+    throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::REPOSITORY_NOT_EXCHANGED,
+                          cause ? &*cause : nullptr);
 }
 
 void RenameFileOrDir(const String& from, const String& to) {
@@ -160,7 +163,7 @@ void removeBackup(const String& backup) {
         BLOCXX_THROW_ERR(FennikException,
                          Format("Unable to remove temporary directory: %1 \n %2 \n %3", command,
                                 outcome.status, outcome.output),
-                         28);
+                         ErrorCode::BACKUP_NOT_REMOVED);
     }
 }
 
@@ -223,7 +226,7 @@ void RepositoryCopy::Init() {
                                 "directory already exists. You should remove this directory and "
                                 "run fennik again.",
                                 copy),
-                         26);
+                         ErrorCode::REPOSITORY_NOT_COPIED);
     }
     m_handle = new OpenWBEM::RepositoryCIMOMHandle(m_repository, m_context);
     m_environment->setHandle(m_handle);
@@ -308,10 +311,11 @@ void RepositoryCopy::SwapInNewRepository() {
     const blocxx::Interruption::Deferred deferred;
     m_undo.clear();
     m_repository->commit();
-    asStep("Unable to put the copy of the repository on the disk.", 26,
+    asStep("Unable to put the copy of the repository on the disk.",
+           ErrorCode::REPOSITORY_NOT_COPIED,
            [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
-    asStep("Unable to keep everybody else from the copy of the repository.", 26,
-           [this] { m_repository->hold(); });
+    asStep("Unable to keep everybody else from the copy of the repository.",
+           ErrorCode::REPOSITORY_NOT_COPIED, [this] { m_repository->hold(); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();
@@ -325,9 +329,10 @@ void RepositoryCopy::exchange() {
     const String copy = m_prefix + COPY;
     const String parent = m_prefix + Layout::DATA_DIRECTORY;
     std::shared_ptr<KeptFiles> kept;
-    asStep("Unable to keep the files of the repository while its backup is removed.", 28, [&] {
-        kept = std::make_shared<KeptFiles>(live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
-    });
+    asStep("Unable to keep the files of the repository while its backup is removed.",
+           ErrorCode::BACKUP_NOT_REMOVED, [&] {
+               kept = std::make_shared<KeptFiles>(live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
+           });
     // An entry that cannot be pushed would leave its step without an undo.
     m_undo.reserve(4);
     m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });
@@ -335,8 +340,8 @@ void RepositoryCopy::exchange() {
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(backup, live); });
     RenameFileOrDir(copy, live);
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(live, copy); });
-    asStep("Unable to put the new names of the repository directories on the disk.", 27,
-           [&] { syncDirectory(parent); });
+    asStep("Unable to put the new names of the repository directories on the disk.",
+           ErrorCode::REPOSITORY_NOT_EXCHANGED, [&] { syncDirectory(parent); });
     m_undo.emplace_back([=] { kept->putBack(backup); });
     removeBackup(backup);
 }

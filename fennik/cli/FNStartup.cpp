@@ -18,6 +18,7 @@
 #include "blocxx/Interruption.hpp"
 #include "blocxx/LogAppender.hpp"
 #include "fennik/cli/Options.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "layout/Layout.hpp"
@@ -76,7 +77,7 @@ void SetupLogging(const blocxx::CmdLineParser& parser) {
 
 void validateUserContext() {
     if (::geteuid() != 0) {
-        BLOCXX_THROW_ERR(FennikException, "fennik must be run as root", 8);
+        BLOCXX_THROW_ERR(FennikException, "fennik must be run as root", ErrorCode::NOT_ROOT);
     }
 }
 
@@ -162,12 +163,14 @@ void acquireLock(const String& prefix) {
     if (!g_lockFile) {
         const int errnum = errno;
         BLOCXX_THROW_ERR(FennikException,
-                         Format("Failed to open lock file %1: %2", path, std::strerror(errnum)), 9);
+                         Format("Failed to open lock file %1: %2", path, std::strerror(errnum)),
+                         ErrorCode::LOCK_FILE_NOT_OPENED);
     }
     if (lock(path) != 0) {
         const int errnum = errno;
         BLOCXX_THROW_ERR(FennikException,
-                         Format("Failed to lock lockfile: %1", std::strerror(errnum)), 10);
+                         Format("Failed to lock lockfile: %1", std::strerror(errnum)),
+                         ErrorCode::LOCK_NOT_TAKEN);
     }
     noteLockHolder();
 }

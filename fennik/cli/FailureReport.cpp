@@ -4,6 +4,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
 #include "fennik/cli/Options.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 
@@ -15,8 +16,6 @@ using blocxx::String;
 using StandardStreams::writeError;
 
 namespace {
-
-constexpr int FAILURE = 1;
 
 void reportCommandLine(const CmdLineParserException& e) {
     if (e.getErrorCode() == CmdLineParser::E_INVALID_OPTION) {
@@ -60,7 +59,7 @@ int reportCurrent(const blocxx::Logger& logger) {
     } catch (...) {
         writeError("An unknown error has occurred.\n");
     }
-    return FAILURE;
+    return ErrorCode::FAILURE;
 }
 
 }  // namespace
@@ -70,7 +69,7 @@ int reportFailure(const blocxx::Logger& logger) noexcept {
         return reportCurrent(logger);
     } catch (...) {
         writeError("An unknown error has occurred.\n");
-        return FAILURE;
+        return ErrorCode::FAILURE;
     }
 }
 

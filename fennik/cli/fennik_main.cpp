@@ -13,6 +13,7 @@
 #include "fennik/cli/FNStartup.hpp"
 #include "fennik/cli/FailureReport.hpp"
 #include "fennik/cli/Operations.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "fennik/common/TextUtils.hpp"
 
@@ -67,7 +68,7 @@ int runOperation(const CmdLineParser& parser, const Logger& logger) {
     if (operation == nullptr) {
         logger.error("No options supplied.");
         Usage();
-        return 1;
+        return ErrorCode::FAILURE;
     }
     // Until here, and in an operation that changes nothing, a signal ends the process at once.
     if (operation->isChange) {
@@ -75,7 +76,7 @@ int runOperation(const CmdLineParser& parser, const Logger& logger) {
     }
     operation->handler(run);
     wrapper->Close();
-    return run.startFailed ? 1 : 0;
+    return run.startFailed ? ErrorCode::FAILURE : ErrorCode::DONE;
 }
 
 /// The guarded part of a run. `logger` is replaced as soon as there is a log to write to.
@@ -89,7 +90,7 @@ int runFennik(int argc, const char* const* argv, Logger& logger) {
     blocxx::Interruption::check();
     if (parser.isSet(HELP_OPT)) {
         Usage();
-        return 0;
+        return ErrorCode::DONE;
     }
     return runOperation(parser, logger);
 }

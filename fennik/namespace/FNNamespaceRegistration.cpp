@@ -5,6 +5,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
@@ -146,7 +147,7 @@ void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
                         CleanupActions_t& undo) {
     log().debug("Registering namespaces for product \"%1\": \"%2\"", productName,
                 Quoted{namespaces});
-    CheckNSBeginWithProd(namespaces, productName, 6);
+    CheckNSBeginWithProd(namespaces, productName, ErrorCode::FOREIGN_NAMESPACE_TO_REGISTER);
     Registration registration(handle, productName, prefix, undo);
     NameRules::checkUsers(userNames);
     NameRules::checkUsers(readOnlyUserNames);
@@ -182,7 +183,7 @@ void deregisterNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const Strin
                           const StringArray& namespaces) {
     log().debug("Deregistering namespaces for product \"%1\": \"%2\"", productName,
                 Quoted{namespaces});
-    CheckNSBeginWithProd(namespaces, productName, 7);
+    CheckNSBeginWithProd(namespaces, productName, ErrorCode::FOREIGN_NAMESPACE_TO_DEREGISTER);
     CheckProductRegistration(handle, productName);
     const NamespaceUtilsRef namespaceUtils = GetNSUtils(handle);
     for (const String& ns : namespaces) {

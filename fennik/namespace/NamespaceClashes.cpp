@@ -7,7 +7,6 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
-#include "fennik/undo/CallSite.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/Identifier.hpp"

@@ -5,8 +5,6 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Logger.hpp"
-#include "fennik/namespace/CimomNSUtils.hpp"
-#include "fennik/namespace/RepositoryNSUtils.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 

@@ -11,6 +11,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/common/NameRules.hpp"
@@ -79,7 +80,8 @@ String readSourceWhole(const String& source, const String& prefix) {
     }
     const String path = prefix + source;
     if (!FileSystem::exists(path)) {
-        BLOCXX_THROW_ERR(FennikException, "The specified path " + path + " : does not exist.", 15);
+        BLOCXX_THROW_ERR(FennikException, "The specified path " + path + " : does not exist.",
+                         ErrorCode::CONFIG_SOURCE_MISSING);
     }
     return FileSystem::getFileContents(path, FileSystem::NamedBy::CALLER);
 }
@@ -102,7 +104,8 @@ TempFile::Released createTempFile(const String& directory) {
     try {
         return TempFile(directory).release();
     } catch (const FileSystemException& e) {
-        throw FennikException(__FILE__, __LINE__, e.getMessage(), 16, &e);
+        throw FennikException(__FILE__, __LINE__, e.getMessage(), ErrorCode::CONFIG_NOT_WRITTEN,
+                              &e);
     }
 }
 
@@ -116,7 +119,7 @@ TempFile::Released createTempFile(const String& directory) {
         details +=
             ". Unable to delete temp file. You should run rm " + tempPath + " to delete the file.";
     }
-    throw FennikException(place, details, 16, reason);
+    throw FennikException(place, details, ErrorCode::CONFIG_NOT_WRITTEN, reason);
 }
 
 /// Durable before the rename: after a power cut the snippet's name must not stand over nothing.
@@ -144,7 +147,8 @@ void checkName(const String& productName, const String& path) {
             blocxx::Format("the product name \"%1\" %2", productName, problem).c_str());
         const String message =
             blocxx::ExceptionDetail::FormatMsg("Unable to create the file " + path, EINVAL);
-        throw FennikException(__FILE__, __LINE__, message.c_str(), 16, &reason);
+        throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::CONFIG_NOT_WRITTEN,
+                              &reason);
     }
 }
 
@@ -191,7 +195,8 @@ void rmConfigFile(const String& productName, const String& prefix, CleanupAction
     }
     blocxx::Interruption::check();
     if (!FileSystem::removeFile(path)) {
-        BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path, 17);
+        BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path,
+                         ErrorCode::CONFIG_NOT_REMOVED);
     }
     undo.push_back(boost::bind(&cleanupWriteFile, path, *content));
     FileSystem::syncName(path);

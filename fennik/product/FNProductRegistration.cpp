@@ -8,6 +8,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/common/UnitLog.hpp"
@@ -57,8 +58,8 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
         if (e.getErrNo() != CIMException::ALREADY_EXISTS) {
             throw;
         }
-        throw FennikException(__FILE__, __LINE__, "The product has already been registered.", 2,
-                              &e);
+        throw FennikException(__FILE__, __LINE__, "The product has already been registered.",
+                              ErrorCode::ALREADY_REGISTERED, &e);
     }
 }
 
@@ -80,15 +81,15 @@ void checkNames(const String& productName, const StringArray& userNames, const S
         NameRules::checkUsers(userNames);
     } catch (const NameException& e) {
         const String path = ProductPaths::allowedUsersFile(productName, prefix);
-        throw FennikException(__FILE__, __LINE__, Format("Failed to create %1", path).c_str(), 12,
-                              &e);
+        throw FennikException(__FILE__, __LINE__, Format("Failed to create %1", path).c_str(),
+                              ErrorCode::ALLOWED_USERS_NOT_CREATED, &e);
     }
 }
 
 blocxx::File createAllowedUsersFile(const String& path) {
     blocxx::File file = blocxx::FileSystem::createFile(path);
     if (!file) {
-        throwFileFailure("Failed to create %1", path, 12);
+        throwFileFailure("Failed to create %1", path, ErrorCode::ALLOWED_USERS_NOT_CREATED);
     }
     return file;
 }
@@ -98,11 +99,12 @@ void writeAndClose(blocxx::File& file, const String& path, const String& content
     switch (blocxx::FileSystem::writeDurably(file, content)) {
         case WriteStep::WRITE:
         case WriteStep::WRITE_REST:
-            throwFileFailure("Failed to write contents of %1", path, 13);
+            throwFileFailure("Failed to write contents of %1", path,
+                             ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
         case WriteStep::SYNC:
-            throwFileFailure("Failed to flush %1", path, 13);
+            throwFileFailure("Failed to flush %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
         case WriteStep::CLOSE:
-            throwFileFailure("Failed to close %1", path, 13);
+            throwFileFailure("Failed to close %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
         case WriteStep::DONE:
             break;
     }
@@ -166,7 +168,8 @@ namespace {
 void checkMayGo(const String& productName) {
     if (productName == KOV_PRODUCT_NAME) {
         BLOCXX_THROW_ERR(FennikException,
-                         Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME), 29);
+                         Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME),
+                         ErrorCode::INFRASTRUCTURE_NOT_DEREGISTERED);
     }
 }
 
@@ -182,7 +185,7 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
     const String path = ProductPaths::allowedUsersFile(productName, prefix);
     errno = EINVAL;
     if (!ProductPaths::canNameFile(productName) || !blocxx::FileSystem::removeFile(path)) {
-        throwFileFailure("Failed to remove %1", path, 25);
+        throwFileFailure("Failed to remove %1", path, ErrorCode::ALLOWED_USERS_NOT_REMOVED);
     }
     // There is no way back from here, so that this is no failure.
     if (!blocxx::FileSystem::syncDirectory(blocxx::FileSystem::Path::dirname(path))) {

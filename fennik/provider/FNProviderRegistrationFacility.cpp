@@ -2,6 +2,7 @@
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 
 #include "blocxx/FileSystem.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
@@ -9,6 +10,7 @@
 #include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/provider/PrivilegeVerification.hpp"
 #include "fennik/provider/ProviderList.hpp"
+#include "fennik/provider/ProviderModel.hpp"
 #include "fennik/provider/ProviderSteps.hpp"
 #include "fennik/provider/ProviderValidation.hpp"
 #include "fennik/provider/StartPrivileges.hpp"
@@ -22,8 +24,6 @@ using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
 
-constexpr int LIST_MISSING = 24;
-
 /// Unlike the files that a list names, the list itself is not looked for below the prefix.
 String readList(const String& fileName) {
     if (fileName == "-") {
@@ -31,7 +31,7 @@ String readList(const String& fileName) {
     }
     if (!blocxx::FileSystem::exists(fileName)) {
         BLOCXX_THROW_ERR(FennikException, "The specified path " + fileName + " : does not exist.",
-                         LIST_MISSING);
+                         ErrorCode::PROVIDER_LIST_MISSING);
     }
     return blocxx::FileSystem::getFileContents(fileName, blocxx::FileSystem::NamedBy::CALLER);
 }

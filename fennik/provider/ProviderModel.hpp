@@ -4,6 +4,7 @@
 // they read alike.
 #pragma once
 
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/UnitLog.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
 #include "layout/Layout.hpp"
@@ -33,8 +34,7 @@ inline constexpr const char* OOP_PROCESS = "OpenWBEM_OOPProviderProcess";
 inline constexpr const char* OOP_CAPABILITIES = "OpenWBEM_OOPProviderCapabilities";
 inline constexpr const char* OOP_PROCESS_CAPABILITIES = "OpenWBEM_OOPProviderProcessCapabilities";
 
-/// What every failure of a list, a MOF, a registration instance or a privilege file ends with.
-inline constexpr int INVALID_INPUT = 14;
+using ErrorCode::INVALID_INPUT;
 
 UnitLog log();
 /// The log of one step of registering or deregistering; `component` is a literal.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/RegularExpression.hpp"
 #include "fennik/provider/ProviderModel.hpp"
@@ -19,9 +20,6 @@ using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMValue;
 
 namespace {
-
-constexpr int NAMESPACE_IN_REGISTRATION_MOF = 4;
-constexpr int MOF_COMPILER_ERROR = 33;
 
 [[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT,
                          CallSite place = CallSite::here()) {
@@ -82,7 +80,7 @@ void compile(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof, const
                                   content.qualifierTypes, kind, defaults);
     } catch (const OpenWBEM::MOF::MOFCompilerException& e) {
         refuse(Format("MOF Compiler exception compiling %1.  Error: %2", path, e.getMessage()),
-               MOF_COMPILER_ERROR);
+               ErrorCode::MOF_COMPILER_ERROR);
     }
 }
 
@@ -171,7 +169,7 @@ RegistrationMof compileRegistrationMof(const OpenWBEM::CIMOMHandleIFCRef& handle
     log().debug("Provider mof contains:\n%1", mof);
     if (findNamespacePragma(mof)) {
         refuse(Format("%1 must not contain #pragma namespace", path),
-               NAMESPACE_IN_REGISTRATION_MOF);
+               ErrorCode::NAMESPACE_IN_REGISTRATION_MOF);
     }
     RegistrationMof result;
     compile(handle, mof, INTEROP_NS, "registration MOF", path,

@@ -5,6 +5,7 @@
 
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Logger.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFile.hpp"
 #include "fennik/state/StateFormat.hpp"
@@ -19,8 +20,6 @@ using blocxx::Format;
 using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
-
-constexpr int UNKNOWN_CODE = -1;
 
 void logError(const String& message) {
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
@@ -40,7 +39,7 @@ XMLNode gather(const CIMOMHandleIFCRef& handle) {
         logError(Format("Failed creating state dump: %1", e));
         throw;
     } catch (const blocxx::Exception& e) {
-        failWith("Failed creating state dump", e, UNKNOWN_CODE);
+        failWith("Failed creating state dump", e, ErrorCode::STATE_FAILED);
     } catch (...) {
         logError("Unknown error occurred while creating state dump");
         throw;
@@ -67,12 +66,13 @@ void restoreProductStatesFromFile(const CIMOMHandleIFCRef& handle, const String&
         log().debug("Successfully loaded product registration state from \"%1\"", fileName);
     } catch (const OpenWBEM::XMLParseException& e) {
         failWith(Format("Invalid state dump found in \"%1\" during restoration:", fileName), e,
-                 INVALID_STATE);
+                 ErrorCode::INVALID_INPUT);
     } catch (const FennikException& e) {
         logError(Format("Failed restoring state dump from \"%1\": %2", fileName, e));
         throw;
     } catch (const blocxx::Exception& e) {
-        failWith(Format("Failed restoring state dump from %1", fileName), e, UNKNOWN_CODE);
+        failWith(Format("Failed restoring state dump from %1", fileName), e,
+                 ErrorCode::STATE_FAILED);
     } catch (...) {
         logError(Format("Unknown error occurred while restoring state dump from \"%1\"", fileName));
         throw;

@@ -15,6 +15,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
@@ -29,14 +30,11 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-constexpr int CANNOT_CREATE = 36;
-constexpr int CANNOT_OPEN = 37;
-
 [[noreturn]] void failCreating(const String& fileName, int errnum,
                                CallSite place = CallSite::here()) {
     const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
     throw FennikException(place, Format("Failed to create state file: \"%1\"", fileName),
-                          CANNOT_CREATE, &reason);
+                          ErrorCode::STATE_FILE_NOT_WRITTEN, &reason);
 }
 
 bool isFifo(const String& path) {
@@ -129,7 +127,8 @@ void checkReadable(const XMLNode& root) {
             "The state cannot be saved: %1; deregister what is not needed any more, or "
             "delete instances of it",
             e.getMessage());
-        throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_CREATE, &e);
+        throw FennikException(__FILE__, __LINE__, message.c_str(),
+                              ErrorCode::STATE_FILE_NOT_WRITTEN, &e);
     }
 }
 
@@ -165,7 +164,8 @@ String read(const String& fileName) {
                                            OpenWBEM::XMLLimits::MAX_DOCUMENT_SIZE);
     } catch (const blocxx::FileSystemException& e) {
         const String message = Format("Failed to open state file: \"%1\"", fileName);
-        throw FennikException(__FILE__, __LINE__, message.c_str(), CANNOT_OPEN, &e);
+        throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::STATE_FILE_NOT_OPENED,
+                              &e);
     }
 }
 

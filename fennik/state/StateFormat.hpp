@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The form of the state file: the names of its elements and what stands before them; and what the
-// units of this room log and fail with. docs/state-file.md describes the file for its readers.
+// The form of the state file: the names of its elements and what stands before them; and the log of
+// this room. docs/state-file.md describes the file for its readers.
 #pragma once
 
 #include "fennik/common/UnitLog.hpp"
 
 namespace KOVNS2::StateFormat {
-
-/// The error code of a state file that does not hold a state.
-inline constexpr int INVALID_STATE = 14;
 
 inline UnitLog log() {
     return UnitLog("");

@@ -6,6 +6,7 @@
 
 #include "blocxx/Logger.hpp"
 #include "fennik/cimom/FNUtils.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "fennik/common/TextUtils.hpp"
@@ -168,7 +169,7 @@ XMLNode createProviderRegistrationNode(const ProviderRegistration& registration)
     }
     const String message = Format("Bad provider type found while saving state: \"%1\"", info);
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
-    BLOCXX_THROW_ERR(FennikException, message, INVALID_STATE);
+    BLOCXX_THROW_ERR(FennikException, message, ErrorCode::INVALID_INPUT);
 }
 
 // Privilege files are looked for in their places on this machine also when the repository is that

@@ -2,6 +2,7 @@
 #include "fennik/state/StateNames.hpp"
 
 #include "blocxx/Format.hpp"
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/product/ProductPaths.hpp"
@@ -15,7 +16,6 @@ using blocxx::Format;
 namespace {
 
 /// That of a product that cannot be registered.
-constexpr int UNUSABLE_NAME = 12;
 
 String spaceFault(const String& name) {
     if (trimmed(name) == name) {
@@ -41,7 +41,7 @@ void refuse(const String& productName, const String& fault, CallSite place = Cal
             Format("The product \"%1\" of the saved state cannot be restored: %2. "
                    "Correct the name in the state file, or take the product out of it.",
                    productName, fault),
-            UNUSABLE_NAME);
+            ErrorCode::ALLOWED_USERS_NOT_CREATED);
     }
 }
 

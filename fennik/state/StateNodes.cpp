@@ -5,6 +5,8 @@
 #include <sstream>
 #include <utility>
 
+#include "fennik/common/ErrorCode.hpp"
+#include "fennik/common/FennikException.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateFormat.hpp"
 
@@ -48,13 +50,13 @@ void checkNodeName(const XMLNode& node, const char* name, const char* prefix, Ca
     if (!node) {
         throw FennikException(
             place, Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
-            StateFormat::INVALID_STATE);
+            ErrorCode::INVALID_INPUT);
     }
     if (node.getName() != name) {
         throw FennikException(place,
                               Format("%1Found XML node \"%2\" when node \"%3\" was expected",
                                      prefix, node.getName(), name),
-                              StateFormat::INVALID_STATE);
+                              ErrorCode::INVALID_INPUT);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateProof.hpp"
 
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/SavedObject.hpp"
 #include "fennik/state/StateFormat.hpp"
@@ -16,8 +17,6 @@ using OpenWBEM::CIMException;
 using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
-
-constexpr int CANNOT_SAVE = 36;
 
 /// From here on what the handle keeps of a namespace is worth giving back before its MOF is
 /// compiled.
@@ -66,7 +65,7 @@ private:
 
 void Proof::refuse(const String& what, const blocxx::Exception* reason, CallSite place) const {
     const String message = Format("The state of product \"%1\" cannot be saved: %2", m_name, what);
-    throw FennikException(place, message, CANNOT_SAVE, reason);
+    throw FennikException(place, message, ErrorCode::STATE_FILE_NOT_WRITTEN, reason);
 }
 
 void Proof::refuseFault(const String& fault, CallSite place) const {

@@ -6,7 +6,6 @@
 #include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
 #include "fennik/state/StateFormat.hpp"
-#include "fennik/state/StateLog.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
 

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/StandardStreams.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
@@ -117,7 +118,7 @@ void installRegistrationFromNode(const XMLNode& node, const String& productName,
     if (node.getName() != OOP1_PROVIDER_REGISTRATION) {
         BLOCXX_THROW_ERR(FennikException,
                          Format("Bad provider registration node type: \"%1\"", node.getName()),
-                         INVALID_STATE);
+                         ErrorCode::INVALID_INPUT);
     }
     installOOP1RegistrationFromNode(node, productName, target);
     log().debug("createRegistrationFromNode() done");

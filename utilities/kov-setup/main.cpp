@@ -42,10 +42,8 @@ int makeInstallation(const CmdLineParser& parser) {
     const Layout::Tree tree(directoryOption(parser, DEST_DIR, "dest-dir"));
     const String given = directoryOption(parser, SCHEMA_DIR, "schema-dir");
     KovSetup::setUp(tree, given.empty() ? tree.path(Layout::SCHEMA_DIRECTORY) : given);
-    std::cout << "kov-setup: \"" << tree.path(Layout::REPOSITORY)
-              << "\" is ready.
-                 ";
-        return 0;
+    std::cout << "kov-setup: \"" << tree.path(Layout::REPOSITORY) << "\" is ready.\n";
+    return 0;
 }
 
 constexpr Program PROGRAM = {
