@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # The staged tree with its repository that tests and fuzz targets work in.
 add_library(fennik_testing STATIC unit/fennik/StagedTree.cpp unit/fennik/TemporaryDirectory.cpp)
-target_link_libraries(fennik_testing PUBLIC openwbem_mof openwbem_repository)
+target_link_libraries(fennik_testing PUBLIC openwbem_mof openwbem_mofrenderer openwbem_repository)
 target_include_directories(fennik_testing PUBLIC "${CMAKE_SOURCE_DIR}")
 target_compile_definitions(fennik_testing PRIVATE KOV_SCHEMA="${CMAKE_SOURCE_DIR}/schema")
 

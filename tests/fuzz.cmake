@@ -11,8 +11,9 @@ endfunction()
 if(KOV_FUZZ)
   kov_fuzz_target(object_path_fuzz SOURCES fuzz/object_path_fuzz.cpp LINKS openwbem_model)
   kov_fuzz_target(codec_fuzz SOURCES fuzz/codec_fuzz.cpp LINKS openwbem_wire)
-  kov_fuzz_target(mof_fuzz SOURCES fuzz/mof_fuzz.cpp LINKS openwbem_mof)
-  kov_fuzz_target(privilege_fuzz SOURCES fuzz/privilege_fuzz.cpp LINKS openwbem_privilege)
+  kov_fuzz_target(mof_fuzz SOURCES fuzz/mof_fuzz.cpp LINKS openwbem_mof openwbem_mofrenderer)
+  kov_fuzz_target(privilege_fuzz SOURCES fuzz/privilege_fuzz.cpp
+    LINKS openwbem_privilege openwbem_mofrenderer)
   kov_fuzz_target(provider_list_fuzz SOURCES fuzz/provider_list_fuzz.cpp LINKS fennik_provider)
   kov_fuzz_target(provider_mof_fuzz SOURCES fuzz/provider_mof_fuzz.cpp
     LINKS fennik_product fennik_testing)

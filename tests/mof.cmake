@@ -8,7 +8,7 @@ kov_unit_test(mof_test
     unit/mof/compiler_includes_test.cpp unit/mof/compiler_interruption_test.cpp
     unit/mof/compiler_language_test.cpp
     unit/mof/compiler_lookup_test.cpp unit/mof/compiler_schema_test.cpp
-  LINKS openwbem_mof)
+  LINKS openwbem_mof openwbem_mofrenderer)
 kov_unit_test(owmofc_test
   SOURCES
     unit/owmofc/ContentWriter_test.cpp ${CMAKE_SOURCE_DIR}/utilities/owmofc/ContentWriter.cpp
