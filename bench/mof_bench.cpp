@@ -23,8 +23,8 @@ const char* const ROOT = KOV_MOF_CORPUS "/dmtf-cim-2.41/cim_schema_2.41.0.mof";
 
 /// Every source of the schema as a compilation meets it.
 struct Schema {
-    MOF::Source root;
-    std::unordered_map<String, MOF::Source> included;
+    Source root;
+    std::unordered_map<String, Source> included;
 };
 
 const Schema& schema() {
@@ -40,11 +40,11 @@ const Schema& schema() {
 }
 
 void BM_TokenPass(benchmark::State& state) {
-    std::vector<std::unique_ptr<MOF::SourceText>> texts;
+    std::vector<std::unique_ptr<SourceText>> texts;
     size_t bytes = schema().root.text.size();
-    texts.push_back(std::make_unique<MOF::SourceText>(schema().root));
+    texts.push_back(std::make_unique<SourceText>(schema().root));
     for (const auto& [name, source] : schema().included) {
-        texts.push_back(std::make_unique<MOF::SourceText>(source));
+        texts.push_back(std::make_unique<SourceText>(source));
         bytes += source.text.size();
     }
     size_t tokens = 0;
@@ -60,8 +60,8 @@ void BM_TokenPass(benchmark::State& state) {
 }
 
 /// Copies that a compilation may take over, with room for what it appends, as from reading a file.
-std::unordered_map<String, MOF::Source> copies() {
-    std::unordered_map<String, MOF::Source> sources = schema().included;
+std::unordered_map<String, Source> copies() {
+    std::unordered_map<String, Source> sources = schema().included;
     for (auto& [name, source] : sources) {
         source.text.reserve(source.text.size() + 2);
     }
@@ -69,7 +69,7 @@ std::unordered_map<String, MOF::Source> copies() {
 }
 
 void compileFromMemory(benchmark::State& state) {
-    std::unordered_map<String, MOF::Source> sources = copies();
+    std::unordered_map<String, Source> sources = copies();
     const MOF::IncludeHandler include = [&](const String& name, const String&) {
         return std::move(sources.at(name));
     };

@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
     try {
         size_t tokens = 0;
         for (int i = 1; i < argc; ++i) {
-            MOF::SourceText text(MOF::includeFile(argv[i], String()));
+            SourceText text(MOF::includeFile(argv[i], String()));
             tokens += MOF::countTokens(text);
         }
         std::printf("%zu tokens\n", tokens);

@@ -36,10 +36,10 @@ bool isSpecial(const String& file) {
     return std::filesystem::is_other(status);
 }
 
-MOF::Source open(const String& file) {
+Source open(const String& file) {
     if (file != "-") {
-        return isSpecial(file) ? MOF::Source{file, blocxx::FileSystem::getFileContents(
-                                                       file, blocxx::FileSystem::NamedBy::CALLER)}
+        return isSpecial(file) ? Source{file, blocxx::FileSystem::getFileContents(
+                                                  file, blocxx::FileSystem::NamedBy::CALLER)}
                                : MOF::includeFile(file, String());
     }
     // Standard input belongs to the caller: it is read, not closed.

@@ -6,7 +6,6 @@
 
 #include "openwbem/model/ClassDerivation.hpp"
 #include "openwbem/mof/Scope.hpp"
-#include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/Values.hpp"
 
 namespace OpenWBEM::MOF {

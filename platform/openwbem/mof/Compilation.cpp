@@ -3,7 +3,6 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
-#include "openwbem/mof/Literals.hpp"
 #include "openwbem/mof/Parser.hpp"
 
 namespace OpenWBEM::MOF {

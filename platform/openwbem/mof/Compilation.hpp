@@ -7,6 +7,7 @@
 #include <deque>
 
 #include "openwbem/mof/ClassBuilder.hpp"
+#include "openwbem/mof/SourceTexts.hpp"
 
 namespace OpenWBEM::MOF {
 

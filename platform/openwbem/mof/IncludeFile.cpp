@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files that a MOF text includes.
+// Part of MOFCompiler.hpp: files that a MOF text includes.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,8 +17,7 @@ namespace {
 
 // How much more is read at a time of a file that tells no size.
 constexpr size_t SMALLEST_GROWTH = 16384;
-// No text that a compiler takes is larger (see SourceText).
-constexpr off_t LARGEST_FILE = off_t{1} << 30;
+constexpr off_t LARGEST_FILE = SourceText::MAX_SIZE;
 
 [[noreturn]] void failReading(const String& path) {
     BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Cannot read \"" + path + "\"");

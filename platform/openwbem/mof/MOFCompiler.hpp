@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 namespace OpenWBEM::MOF {
 
@@ -33,22 +34,6 @@ private:
     String m_source;
     size_t m_sourceLine;
     size_t m_sourceColumn;
-};
-
-/// Which file a text comes from, whatever name led there; all zero for a text from elsewhere.
-struct FileIdentity {
-    uint64_t device = 0;
-    uint64_t inode = 0;
-
-    explicit operator bool() const noexcept { return device != 0 || inode != 0; }
-    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
-};
-
-/// A piece of MOF and the name it has in messages.
-struct Source {
-    String name;
-    String text;
-    FileIdentity file{};
 };
 
 /// Opens what `#pragma include ("name")` names: given the name as written and the including

@@ -19,12 +19,12 @@
 
 #define YYSTYPE OPENWBEM_MOF_STYPE
 
-using OpenWBEM::MOF::CompileError;
+using OpenWBEM::CompileError;
 using Type = OpenWBEM::CIMDataType;
 
 namespace {
 
-using OpenWBEM::MOF::inQuotes;
+using OpenWBEM::inQuotes;
 
 [[noreturn]] void fail(const char* at, std::string what) {
     throw CompileError{at, std::move(what)};

@@ -5,7 +5,6 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/mof/Compilation.hpp"
-#include "openwbem/mof/Literals.hpp"
 #include "openwbem/mof/Parser.hpp"
 
 namespace OpenWBEM::MOF {

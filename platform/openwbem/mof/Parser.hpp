@@ -6,7 +6,6 @@
 #include <new>
 
 #include "blocxx/Interruption.hpp"
-#include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
 
 namespace OpenWBEM::MOF {

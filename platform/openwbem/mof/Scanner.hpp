@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "openwbem/mof/SourceText.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 union OPENWBEM_MOF_STYPE;
 struct yy_buffer_state;

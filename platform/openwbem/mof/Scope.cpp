@@ -2,7 +2,6 @@
 #include "openwbem/mof/Scope.hpp"
 
 #include "blocxx/Format.hpp"
-#include "openwbem/mof/SourceText.hpp"
 
 namespace OpenWBEM::MOF {
 

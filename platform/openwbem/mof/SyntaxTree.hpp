@@ -5,23 +5,11 @@
 // freed one by one and hold nothing that would have to be.
 #pragma once
 
-#include <cstdint>
-#include <string_view>
-
 #include "openwbem/model/CIMDataType.hpp"
 #include "openwbem/mof/NodeArena.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 namespace OpenWBEM::MOF {
-
-/// A piece of the source. A plain struct, since it has to live in the parser's union.
-struct Text {
-    const char* data;
-    uint32_t size;
-
-    std::string_view view() const noexcept { return {data, size}; }
-    const char* end() const noexcept { return data + size; }
-    bool empty() const noexcept { return size == 0; }
-};
 
 /// A list that grows at its end.
 template <class Node>

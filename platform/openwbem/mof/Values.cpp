@@ -5,12 +5,30 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/CIMDateTime.hpp"
+#include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
-#include "openwbem/mof/Literals.hpp"
+#include "openwbem/text/Literals.hpp"
 
 namespace OpenWBEM::MOF {
 
 using blocxx::Format;
+
+String readString(const Literal& literal) {
+    if (literal.more.empty()) {
+        return readString(literal.text);
+    }
+    size_t size = literal.text.size - 2;
+    for (const Word& piece : literal.more) {
+        size += piece.text.size - 2;
+    }
+    String out;
+    out.reserve(size);
+    appendString(out, literal.text);
+    for (const Word& piece : literal.more) {
+        appendString(out, piece.text);
+    }
+    return out;
+}
 
 namespace {
 

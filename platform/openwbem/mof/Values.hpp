@@ -5,10 +5,12 @@
 
 #include "openwbem/model/CIMValue.hpp"
 #include "openwbem/model/Embedding.hpp"
-#include "openwbem/mof/SourceText.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
 
 namespace OpenWBEM::MOF {
+
+/// The text of a string, all its pieces joined. Throws CompileError.
+String readString(const Literal& literal);
 
 /// Makes the values that need to know other objects. Both throw CompileError.
 class ObjectResolver {

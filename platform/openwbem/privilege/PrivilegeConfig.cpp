@@ -26,7 +26,7 @@ void ParseException::rethrow() const {
     throw ParseException(*this);
 }
 
-Scanner::Scanner(MOF::SourceText& source) : m_state{source.end()} {
+Scanner::Scanner(SourceText& source) : m_state{source.end()} {
     if (openwbem_privgrammar_lex_init_extra(&m_state, &m_handle) != 0) {
         throw std::bad_alloc();
     }

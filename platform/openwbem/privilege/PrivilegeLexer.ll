@@ -20,12 +20,12 @@
 
 #define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
 
-using OpenWBEM::MOF::CompileError;
+using OpenWBEM::CompileError;
 using OpenWBEM::PrivilegeConfig::Form;
 
 namespace {
 
-using OpenWBEM::MOF::inQuotes;
+using OpenWBEM::inQuotes;
 
 [[noreturn]] void fail(const char* at, std::string what) {
     throw CompileError{at, std::move(what)};

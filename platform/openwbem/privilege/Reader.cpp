@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "PrivilegeGrammar.hpp"
-#include "openwbem/mof/Literals.hpp"
 #include "openwbem/privilege/Scanner.hpp"
+#include "openwbem/text/Literals.hpp"
 
 namespace OpenWBEM::PrivilegeConfig {
 
@@ -45,14 +45,14 @@ void Reader::read(const String& text, const String& where) {
 void Reader::include(const char* at, const String& name) {
     if (m_depth == MAX_INCLUDE_DEPTH) {
         throw CompileError{at, "includes nest deeper than " + std::to_string(MAX_INCLUDE_DEPTH) +
-                                   "; does " + MOF::inQuotes(name) + " include itself?"};
+                                   "; does " + inQuotes(name) + " include itself?"};
     }
     const std::unique_ptr<std::istream> in = m_handler.getInclude(name);
     if (!in) {
-        throw CompileError{at, "there is no text to include by the name " + MOF::inQuotes(name)};
+        throw CompileError{at, "there is no text to include by the name " + inQuotes(name)};
     }
     ++m_depth;
-    read(contentsOf(at, name, *in), "in the included text " + MOF::inQuotes(name) + ": ");
+    read(contentsOf(at, name, *in), "in the included text " + inQuotes(name) + ": ");
     --m_depth;
     m_handler.endInclude();
 }
@@ -66,7 +66,7 @@ String Reader::contentsOf(const char* at, const String& name, std::istream& in) 
         text.append(block.data(), static_cast<size_t>(in.gcount()));
     }
     if (in.bad() || (in.fail() && !in.eof())) {
-        throw CompileError{at, "the included text " + MOF::inQuotes(name) + " cannot be read"};
+        throw CompileError{at, "the included text " + inQuotes(name) + " cannot be read"};
     }
     return text;
 }
@@ -104,7 +104,7 @@ void Statements::endCommand(const Text& name) {
 }
 
 String valueOf(const Text& item) {
-    return *item.data == '"' ? MOF::readString(item) : String(item.data, item.size);
+    return *item.data == '"' ? readString(item) : String(item.data, item.size);
 }
 
 }  // namespace OpenWBEM::PrivilegeConfig

@@ -4,15 +4,10 @@
 // it includes; each of these texts has a Statements of its own.
 #pragma once
 
-#include "openwbem/mof/SourceText.hpp"
-#include "openwbem/mof/SyntaxTree.hpp"
 #include "openwbem/privilege/PrivilegeConfig.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 namespace OpenWBEM::PrivilegeConfig {
-
-using MOF::CompileError;
-using MOF::SourceText;
-using MOF::Text;
 
 class Reader {
 public:

@@ -3,7 +3,7 @@
 // The generated scanner on one text, as an object that cleans up after itself.
 #pragma once
 
-#include "openwbem/mof/SourceText.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 struct yy_buffer_state;
 
@@ -17,7 +17,7 @@ struct ScanState {
 /// While it lives the byte behind the current token is overwritten; its end puts it back.
 class Scanner {
 public:
-    explicit Scanner(MOF::SourceText& source);
+    explicit Scanner(SourceText& source);
     ~Scanner();
     Scanner(const Scanner&) = delete;
     Scanner& operator=(const Scanner&) = delete;

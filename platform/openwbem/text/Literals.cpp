@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "openwbem/mof/Literals.hpp"
+#include "openwbem/text/Literals.hpp"
 
 #include <charconv>
 #include <cstring>
 
 #include "openwbem/model/Utf8.hpp"
 
-namespace OpenWBEM::MOF {
+namespace OpenWBEM {
 
 namespace {
 
@@ -100,22 +100,6 @@ void appendEscaped(String& out, const EscapeReader& reader, const char*& at) {
     }
 }
 
-void appendString(String& out, const Text& token) {
-    const char* at = token.data + 1;
-    const char* const end = token.end() - 1;
-    const EscapeReader reader(end);
-    while (at < end) {
-        const auto* escape =
-            static_cast<const char*>(std::memchr(at, '\\', static_cast<size_t>(end - at)));
-        out.append(at, escape != nullptr ? escape : end);
-        if (escape == nullptr) {
-            return;
-        }
-        at = escape;
-        appendEscaped(out, reader, at);
-    }
-}
-
 template <class Real>
 bool parseReal(std::string_view token, Real& value) noexcept {
     if (!token.empty() && token[0] == '+') {
@@ -153,6 +137,22 @@ IntegerLiteral readInteger(std::string_view token) noexcept {
     return value;
 }
 
+void appendString(String& out, const Text& token) {
+    const char* at = token.data + 1;
+    const char* const end = token.end() - 1;
+    const EscapeReader reader(end);
+    while (at < end) {
+        const auto* escape =
+            static_cast<const char*>(std::memchr(at, '\\', static_cast<size_t>(end - at)));
+        out.append(at, escape != nullptr ? escape : end);
+        if (escape == nullptr) {
+            return;
+        }
+        at = escape;
+        appendEscaped(out, reader, at);
+    }
+}
+
 String readString(const Text& token) {
     const std::string_view contents(token.data + 1, token.size - 2);
     if (contents.find('\\') == std::string_view::npos) {
@@ -161,23 +161,6 @@ String readString(const Text& token) {
     String out;
     out.reserve(contents.size());
     appendString(out, token);
-    return out;
-}
-
-String readString(const Literal& literal) {
-    if (literal.more.empty()) {
-        return readString(literal.text);
-    }
-    size_t size = literal.text.size - 2;
-    for (const Word& piece : literal.more) {
-        size += piece.text.size - 2;
-    }
-    String out;
-    out.reserve(size);
-    appendString(out, literal.text);
-    for (const Word& piece : literal.more) {
-        appendString(out, piece.text);
-    }
     return out;
 }
 
@@ -212,4 +195,4 @@ bool readReal(std::string_view token, double& value) noexcept {
     return parseReal(token, value);
 }
 
-}  // namespace OpenWBEM::MOF
+}  // namespace OpenWBEM

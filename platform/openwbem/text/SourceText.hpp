@@ -1,19 +1,45 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A text that is being compiled: its bytes stay where they are until the compilation ends, so that
-// tokens can be views of it, and any pointer into it can be turned into a line and a column when an
-// error has to be told.
+// A text that is being read by a scanner: its bytes stay where they are as long as it lives, so
+// that tokens can be views of it, and any pointer into it can be turned into a line and a column
+// when an error has to be told.
 #pragma once
 
 #include <cstddef>
-#include <deque>
+#include <cstdint>
 
-#include "openwbem/mof/MOFCompiler.hpp"
+#include "openwbem/model/CIMFwd.hpp"
 
-namespace OpenWBEM::MOF {
+namespace OpenWBEM {
 
-/// What is wrong, and where in one of the texts. Internal to the compiler: what leaves it is a
-/// MOFCompilerException.
+/// Which file a text comes from, whatever name led there; all zero for a text from elsewhere.
+struct FileIdentity {
+    uint64_t device = 0;
+    uint64_t inode = 0;
+
+    explicit operator bool() const noexcept { return device != 0 || inode != 0; }
+    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+/// A text and the name it has in messages.
+struct Source {
+    String name;
+    String text;
+    FileIdentity file{};
+};
+
+/// A piece of a text. A plain struct, since it has to live in a parser's union.
+struct Text {
+    const char* data;
+    uint32_t size;
+
+    std::string_view view() const noexcept { return {data, size}; }
+    const char* end() const noexcept { return data + size; }
+    bool empty() const noexcept { return size == 0; }
+};
+
+/// What is wrong, and where in a text. Internal to those who read texts: what leaves them is an
+/// exception of their own.
 struct CompileError {
     const char* at;
     String what;
@@ -21,8 +47,10 @@ struct CompileError {
 
 class SourceText {
 public:
-    /// Takes the source over. Throws MOFCompilerException when it is larger than a scanner can
-    /// take.
+    /// A scanner counts in int.
+    static constexpr size_t MAX_SIZE = size_t{1} << 30;
+
+    /// Takes the source over. Throws CompileError, at no place, when it is larger than MAX_SIZE.
     explicit SourceText(Source source);
     SourceText(const SourceText&) = delete;
     SourceText& operator=(const SourceText&) = delete;
@@ -51,8 +79,9 @@ public:
         size_t column;  ///< from 1, in characters
     };
     Place locate(const char* at) const noexcept;
-    /// The exception for an error in this text.
-    MOFCompilerException describe(const CompileError& error, int errorCode) const;
+    /// "NAME:LINE:COLUMN: error: WHAT", then the source line and a line with a caret under the
+    /// column. A long line is shortened around it.
+    String describe(const CompileError& error) const;
 
 private:
     String m_name;
@@ -62,24 +91,8 @@ private:
     size_t m_mark = 0;
 };
 
-/// All texts of a compilation.
-class SourceTexts {
-public:
-    /// Throws as SourceText does.
-    SourceText& add(Source source) { return m_texts.emplace_back(std::move(source)); }
-    size_t size() const noexcept { return m_texts.size(); }
-    /// The first, or null.
-    SourceText* first() noexcept { return m_texts.empty() ? nullptr : &m_texts.front(); }
-    /// The exception for an error in one of them; one that stands in none is told at the beginning.
-    MOFCompilerException describe(const CompileError& error,
-                                  int errorCode = blocxx::Exception::UNKNOWN_ERROR_CODE) const;
-
-private:
-    std::deque<SourceText> m_texts;
-};
-
 /// A token for messages: in quotes, shortened when long, without anything that a terminal would
 /// obey.
 String inQuotes(std::string_view token);
 
-}  // namespace OpenWBEM::MOF
+}  // namespace OpenWBEM

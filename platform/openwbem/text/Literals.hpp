@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What single literals of the text mean (DSP0004 7.11 and Annex A), as yet without a CIM type.
+// What single tokens of a text mean, as yet without a type: numbers, and what stands in quotes
+// (DSP0004 7.11 and Annex A).
 #pragma once
 
-#include "openwbem/mof/SourceText.hpp"
-#include "openwbem/mof/SyntaxTree.hpp"
+#include "openwbem/text/SourceText.hpp"
 
-namespace OpenWBEM::MOF {
+namespace OpenWBEM {
 
 /// An integer as written. `tooLarge` when its magnitude does not fit.
 struct IntegerLiteral {
@@ -16,9 +16,9 @@ struct IntegerLiteral {
 };
 
 IntegerLiteral readInteger(std::string_view token) noexcept;
-/// The text of a string, all its pieces joined. Throws CompileError.
-String readString(const Literal& literal);
-/// The same of a single string token.
+/// Appends the text of a string token. Throws CompileError.
+void appendString(String& out, const Text& token);
+/// The text of a string token. Throws CompileError.
 String readString(const Text& token);
 /// The code unit of a character literal. Throws CompileError.
 char16_t readChar(const Text& token);
@@ -26,4 +26,4 @@ char16_t readChar(const Text& token);
 bool readReal(std::string_view token, float& value) noexcept;
 bool readReal(std::string_view token, double& value) noexcept;
 
-}  // namespace OpenWBEM::MOF
+}  // namespace OpenWBEM

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "openwbem/mof/SourceText.hpp"
+#include "openwbem/text/SourceText.hpp"
 
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/Utf8.hpp"
 
-namespace OpenWBEM::MOF {
+namespace OpenWBEM {
 
 namespace {
 
-// The scanner counts in int.
-constexpr size_t LARGEST_TEXT = size_t{1} << 30;
 // What is shown of a line on either side of its error.
 constexpr size_t SHOWN_BEFORE = 60;
 constexpr size_t SHOWN_AFTER = 40;
@@ -150,9 +148,8 @@ SourceText::SourceText(Source source)
       m_text(std::move(source.text)),
       m_file(source.file),
       m_size(m_text.size()) {
-    if (m_size > LARGEST_TEXT) {
-        throw MOFCompilerException(__FILE__, __LINE__,
-                                   m_name + ":1:1: error: the text is too large", m_name, 1, 1);
+    if (m_size > MAX_SIZE) {
+        throw CompileError{nullptr, "the text is too large"};
     }
     m_text.append(2, '\0');
     if (m_size >= 3 && m_text.compare(0, 3, "\xEF\xBB\xBF") == 0) {
@@ -170,26 +167,10 @@ SourceText::Place SourceText::locate(const char* at) const noexcept {
             1 + countCharacters({lineBegin(*this, at), at})};
 }
 
-MOFCompilerException SourceText::describe(const CompileError& error, int errorCode) const {
+String SourceText::describe(const CompileError& error) const {
     const Place place = locate(error.at);
-    return {__FILE__,
-            __LINE__,
-            String(blocxx::Format("%1:%2:%3: error: %4\n%5", m_name, place.line, place.column,
-                                  error.what, excerpt(*this, error.at))),
-            m_name,
-            place.line,
-            place.column,
-            errorCode};
-}
-
-MOFCompilerException SourceTexts::describe(const CompileError& error, int errorCode) const {
-    for (const SourceText& text : m_texts) {
-        if (text.contains(error.at)) {
-            return text.describe(error, errorCode);
-        }
-    }
-    const SourceText& first = m_texts.front();
-    return first.describe({first.begin(), error.what}, errorCode);
+    return blocxx::Format("%1:%2:%3: error: %4\n%5", m_name, place.line, place.column, error.what,
+                          excerpt(*this, error.at));
 }
 
 String inQuotes(std::string_view token) {
@@ -202,4 +183,4 @@ String inQuotes(std::string_view token) {
     return "'" + join(characters) + (cut ? "...'" : "'");
 }
 
-}  // namespace OpenWBEM::MOF
+}  // namespace OpenWBEM
