@@ -7,15 +7,16 @@
 %option reentrant bison-bridge noyywrap nodefault never-interactive nounput noinput nounistd
 %option 8bit full caseless
 %option prefix="openwbem_mof_"
-%option extra-type="OpenWBEM::MOF::ScanState*"
+%option extra-type="OpenWBEM::ScanState*"
 
 %top{
 #include <cstdint>
 }
 %{
-#include "openwbem/mof/Scanner.hpp"
+#include "openwbem/text/Scanner.hpp"
 #include "MOFGrammar.hpp"
 #include "openwbem/model/Utf8.hpp"
+#include "openwbem/text/Literals.hpp"
 
 #define YYSTYPE OPENWBEM_MOF_STYPE
 
@@ -28,21 +29,6 @@ using OpenWBEM::inQuotes;
 
 [[noreturn]] void fail(const char* at, std::string what) {
     throw CompileError{at, std::move(what)};
-}
-
-// Why a quote began no string or character that the patterns know: found by looking at what follows.
-[[noreturn]] void failLiteral(const char* begin, const char* end, char quote) {
-    const char* const kind = quote == '"' ? "string" : "character";
-    for (const char* at = begin + 1; at < end && *at != '\n' && *at != '\r'; ++at) {
-        if (*at == '\0') {
-            fail(at, std::string("a ") + kind + " literal cannot contain a zero byte");
-        }
-        if (*at == '\\' && at + 1 < end && at[1] != '\n' && at[1] != '\r') {
-            ++at;
-        }
-    }
-    fail(begin, std::string("unterminated ") + kind + " literal: expected " +
-                    (quote == '"' ? "'\"'" : "\"'\"") + " before the end of the line");
 }
 
 void checkUtf8(const char* text, size_t size) {
@@ -143,7 +129,9 @@ ESCAPE  \\[^\n\r\0]
 '([^'\\\n\r\0]|{ESCAPE})*'      { checkUtf8(yytext, yyleng); TEXT_TOKEN(CHAR); }
 ["']                            { // The scanner has cut the text behind the quote.
                                   *yyg->yy_c_buf_p = yyg->yy_hold_char;
-                                  failLiteral(yytext, yyextra->end, *yytext); }
+                                  OpenWBEM::failQuoted(yytext, yyextra->end,
+                                                       *yytext == '"' ? "a string literal"
+                                                                      : "a character literal"); }
 
 [\[\](){}:;,=]          { return static_cast<unsigned char>(*yytext); }
 

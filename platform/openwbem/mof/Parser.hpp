@@ -4,6 +4,7 @@
 #pragma once
 
 #include <new>
+#include <vector>
 
 #include "blocxx/Interruption.hpp"
 #include "openwbem/mof/SyntaxTree.hpp"
@@ -44,5 +45,17 @@ List<Declaration> parse(SourceText& source, NodeArena& arena);
 /// Runs the scanner alone over `source` and returns the number of its tokens: the measure of what
 /// compiling may cost. Throws CompileError.
 size_t countTokens(SourceText& source);
+
+// For the grammar, which hands its scanner over.
+
+/// Throws the CompileError for the scanner's current token, where one of `expected` should stand.
+[[noreturn]] void failSyntax(void* scanner, SourceText& source,
+                             const std::vector<const char*>& expected);
+
+/// Which token stands where a type should: the scanner's current one, or the one before it, which
+/// would be the class of a reference if "ref" followed.
+enum class UnknownType { FOUND, BEFORE };
+/// Throws the CompileError for a name that is no type.
+[[noreturn]] void failUnknownType(void* scanner, SourceText& source, UnknownType which);
 
 }  // namespace OpenWBEM::MOF

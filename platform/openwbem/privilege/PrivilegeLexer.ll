@@ -8,15 +8,16 @@
 %option reentrant bison-bridge noyywrap nodefault never-interactive nounput noinput nounistd
 %option 8bit full
 %option prefix="openwbem_privgrammar_"
-%option extra-type="OpenWBEM::PrivilegeConfig::ScanState*"
+%option extra-type="OpenWBEM::ScanState*"
 
 %top{
 #include <cstdint>
 }
 %{
-#include "openwbem/privilege/Scanner.hpp"
+#include "openwbem/text/Scanner.hpp"
 #include "PrivilegeGrammar.hpp"
 #include "openwbem/privilege/Keywords.hpp"
+#include "openwbem/text/Literals.hpp"
 
 #define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
 
@@ -50,19 +51,6 @@ int keywordToken(std::string_view word) {
             break;
     }
     return TOKEN_USER_COMMANDS;
-}
-
-// Why a quote began no item: found by looking at what follows.
-[[noreturn]] void failQuote(const char* begin, const char* end) {
-    for (const char* at = begin + 1; at < end && *at != '\n' && *at != '\r'; ++at) {
-        if (*at == '\0') {
-            fail(at, "an item cannot contain a zero byte");
-        }
-        if (*at == '\\' && at + 1 < end && at[1] != '\n' && at[1] != '\r') {
-            ++at;
-        }
-    }
-    fail(begin, "unterminated item: expected '\"' before the end of the line");
 }
 
 [[noreturn]] void failByte(const char* at) {
@@ -112,7 +100,7 @@ QUOTED  \"([^"\\\n\r\0]|\\[^\n\r\0])*\"
     "}"                 { BEGIN(INITIAL); return '}'; }
     \"                  { // The scanner has cut the text behind the quote.
                           *yyg->yy_c_buf_p = yyg->yy_hold_char;
-                          failQuote(yytext, yyextra->end); }
+                          OpenWBEM::failQuoted(yytext, yyextra->end, "an item"); }
     "\\"                { fail(yytext, "'\\' outside quotes: put the whole item into double "
                                        "quotes"); }
 }

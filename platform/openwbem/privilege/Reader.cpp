@@ -6,8 +6,12 @@
 #include <utility>
 
 #include "PrivilegeGrammar.hpp"
-#include "openwbem/privilege/Scanner.hpp"
 #include "openwbem/text/Literals.hpp"
+#include "openwbem/text/Scanner.hpp"
+
+// The scanner's header needs the name that the grammar's prefix changed.
+#define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
+#include "PrivilegeLexer.hpp"
 
 namespace OpenWBEM::PrivilegeConfig {
 
@@ -18,8 +22,17 @@ String tooLarge() {
            " bytes";
 }
 
+/// The functions of the generated scanner.
+struct Flex {
+    static constexpr auto init = openwbem_privgrammar_lex_init_extra;
+    static constexpr auto scan = openwbem_privgrammar__scan_buffer;
+    static constexpr auto switchTo = openwbem_privgrammar__switch_to_buffer;
+    static constexpr auto remove = openwbem_privgrammar__delete_buffer;
+    static constexpr auto destroy = openwbem_privgrammar_lex_destroy;
+};
+
 void parse(Reader& reader, SourceText& source) {
-    Scanner scanner(source);
+    const Scanner<Flex> scanner(source);
     Statements statements(reader, source);
     if (openwbem_privgrammar_parse(scanner.handle(), statements) != 0) {
         throw CompileError{source.begin(), "the text cannot be parsed"};

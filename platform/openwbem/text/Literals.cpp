@@ -187,6 +187,20 @@ char16_t readChar(const Text& token) {
     return static_cast<char16_t>(unit);
 }
 
+void failQuoted(const char* begin, const char* end, std::string_view what) {
+    for (const char* at = begin + 1; at < end && *at != '\n' && *at != '\r'; ++at) {
+        if (*at == '\0') {
+            throw CompileError{at, String(what) + " cannot contain a zero byte"};
+        }
+        if (*at == '\\' && at + 1 < end && at[1] != '\n' && at[1] != '\r') {
+            ++at;
+        }
+    }
+    throw CompileError{begin, "unterminated " + String(what.substr(what.find(' ') + 1)) +
+                                  ": expected " + (*begin == '"' ? "'\"'" : "\"'\"") +
+                                  " before the end of the line"};
+}
+
 bool readReal(std::string_view token, float& value) noexcept {
     return parseReal(token, value);
 }

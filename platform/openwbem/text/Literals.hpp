@@ -22,6 +22,9 @@ void appendString(String& out, const Text& token);
 String readString(const Text& token);
 /// The code unit of a character literal. Throws CompileError.
 char16_t readChar(const Text& token);
+/// Throws the CompileError for the quote at `begin`, which begins nothing that the scanner knows:
+/// why is found in what follows, up to `end`. `what` has its article: "a string literal".
+[[noreturn]] void failQuoted(const char* begin, const char* end, std::string_view what);
 /// A real number; integers are reals too. False when it is out of range.
 bool readReal(std::string_view token, float& value) noexcept;
 bool readReal(std::string_view token, double& value) noexcept;
