@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "blocxx/Exception.hpp"
+#include "blocxx/File.hpp"
 #include "blocxx/Interruption.hpp"
 #include "blocxx/Printable.hpp"
 
@@ -18,20 +19,6 @@ namespace {
 
 /// Whether the caller wants to hear of a broken pipe by the error alone.
 bool g_pipeSignalIsIgnored = false;
-
-/// Writes everything; false with errno set when that fails.
-bool writeAll(int fd, std::string_view text) noexcept {
-    while (!text.empty()) {
-        const ssize_t written = ::write(fd, text.data(), text.size());
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        if (written > 0) {
-            text.remove_prefix(static_cast<size_t>(written));
-        }
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -49,7 +36,7 @@ void prepare() {
 
 void writeOut(std::string_view text) {
     blocxx::Interruption::check();
-    if (writeAll(STDOUT_FILENO, text)) {
+    if (blocxx::writeAll(STDOUT_FILENO, text)) {
         return;
     }
     if (errno == EPIPE && !g_pipeSignalIsIgnored) {
@@ -75,7 +62,7 @@ void writeLine(const blocxx::String& line) {
 void writeProgress(std::string_view text) noexcept {
     try {
         blocxx::Interruption::wait(STDOUT_FILENO, POLLOUT);
-        writeAll(STDOUT_FILENO, forOutput(text));
+        static_cast<void>(blocxx::writeAll(STDOUT_FILENO, forOutput(text)));
     } catch (const std::exception&) {
         return;  // when it was interrupted, the next step fails
     }
@@ -83,7 +70,7 @@ void writeProgress(std::string_view text) noexcept {
 
 void writeError(std::string_view text) noexcept {
     try {
-        writeAll(STDERR_FILENO, blocxx::printable(text));
+        static_cast<void>(blocxx::writeAll(STDERR_FILENO, blocxx::printable(text)));
     } catch (const std::exception&) {
         return;  // no memory is left for it
     }

@@ -11,6 +11,7 @@
 #include <iostream>
 
 #include "blocxx/Exception.hpp"
+#include "blocxx/File.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Printable.hpp"
 #include "blocxx/Process.hpp"
@@ -24,14 +25,9 @@ namespace {
 constexpr const char* READY = "ready";
 constexpr int FIRST_INHERITED = 3;
 
-void writeAll(int fd, std::string_view text) noexcept {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return;  // nobody listens any more
-        }
-        text.remove_prefix(count > 0 ? static_cast<size_t>(count) : 0);
-    }
+/// When nobody listens any more, there is nobody to be told of it.
+void tell(int pipe, std::string_view text) noexcept {
+    static_cast<void>(blocxx::writeAll(pipe, text));
 }
 
 String readAll(int fd) {
@@ -67,16 +63,16 @@ int beDaemon(int pipe,
         letGoOfEverything(pipe);
         told = FIRST_INHERITED;
         return daemon([&told] {
-            writeAll(told, READY);
+            tell(told, READY);
             ::close(told);
             told = -1;
         });
     } catch (const blocxx::Exception& e) {
-        writeAll(told, e.getMessage());
+        tell(told, e.getMessage());
     } catch (const std::exception& e) {
-        writeAll(told, e.what());
+        tell(told, e.what());
     } catch (...) {
-        writeAll(told, "unknown error");
+        tell(told, "unknown error");
     }
     return 1;
 }

@@ -64,15 +64,8 @@ struct Pipe {
 /// SIGPIPE.
 File inputFile(const String& input) {
     File file = aboveStandardStreams(File(::memfd_create("input", MFD_CLOEXEC)));
-    std::string_view rest = input;
-    while (!rest.empty()) {
-        const ssize_t count = file.write(rest.data(), rest.size());
-        if (count <= 0) {
-            throwErrno("Cannot prepare the input of a program");
-        }
-        rest.remove_prefix(static_cast<size_t>(count));
-    }
-    if (::lseek(file.getFileDescriptor(), 0, SEEK_SET) != 0) {
+    if (!writeAll(file.getFileDescriptor(), input) ||
+        ::lseek(file.getFileDescriptor(), 0, SEEK_SET) != 0) {
         throwErrno("Cannot prepare the input of a program");
     }
     return file;

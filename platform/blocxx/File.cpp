@@ -79,6 +79,17 @@ int File::close() {
     return m_descriptor->close();
 }
 
+bool writeAll(int fd, std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t count = restarted([&] { return ::write(fd, text.data(), text.size()); });
+        if (count <= 0) {
+            return false;
+        }
+        text.remove_prefix(static_cast<size_t>(count));
+    }
+    return true;
+}
+
 namespace {
 
 int setLock(int fd, int command, File::ELockType type) {

@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <memory>
+#include <string_view>
 
 #include "blocxx/String.hpp"
 
@@ -47,5 +48,8 @@ private:
     class Descriptor;
     std::shared_ptr<Descriptor> m_descriptor;
 };
+
+/// Writes all of the text, in as many calls as it takes. False with errno set when it cannot.
+[[nodiscard]] bool writeAll(int fd, std::string_view text) noexcept;
 
 }  // namespace blocxx

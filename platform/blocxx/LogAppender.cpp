@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-//
 #include "blocxx/LogAppender.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <utility>
@@ -25,19 +24,6 @@ const char* const EVERYTHING = "*";
 bool lists(const StringArray& names, std::string_view name) {
     return std::ranges::any_of(
         names, [&](const String& entry) { return entry == EVERYTHING || entry == name; });
-}
-
-/// Writes all of `text`; false with errno set when it cannot.
-bool writeAll(int fd, std::string_view text) noexcept {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count > 0) {
-            text.remove_prefix(static_cast<size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
 }
 
 /// "YYYY-MM-DD HH:MM:SS.mmm"
