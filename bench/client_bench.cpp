@@ -14,8 +14,7 @@
 #include <thread>
 
 #include "openwbem/client/ClientCIMOMHandle.hpp"
-#include "openwbem/repository/CIMRepository.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace {
 
@@ -23,18 +22,6 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 namespace fs = std::filesystem;
 
 constexpr uint32_t INSTANCES = 10000;
-
-class Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String&, const String&) const override { return m_directory; }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
-        return {};
-    }
-
-private:
-    String m_directory;
-};
 
 /// A tree below the working directory, so that it is on a disk, with a class P in "root".
 class Tree {
@@ -44,8 +31,8 @@ public:
         fs::create_directories(repository());
         fs::create_directories(prefix() + "/etc/opt/tarvo/kov/openwbem");
         CIMRepository::create(repository());
-        const CIMRepositoryRef opened = open();
-        RepositoryCIMOMHandle handle(opened, m_context);
+        const OpenRepository opened(repository());
+        RepositoryCIMOMHandle& handle = *opened;
         handle.createNameSpace("root");
         CIMQualifierType key("Key");
         key.setDataType(CIMDataType::BOOLEAN).setScopes(CIMScope::PROPERTY);
@@ -55,7 +42,7 @@ public:
         CIMClass cls("P");
         cls.setProperties({name, CIMProperty("Users", CIMDataType::array(CIMDataType::STRING))});
         handle.createClass("root", cls);
-        opened->close();
+        opened.repository().close();
     }
     ~Tree() { fs::remove_all(prefix()); }
     Tree(const Tree&) = delete;
@@ -64,14 +51,6 @@ public:
     static String prefix() { return fs::current_path().string() + "/bench-tree"; }
     static String state() { return prefix() + "/var/opt/tarvo/kov/openwbem"; }
     static String repository() { return state() + "/repository"; }
-    static CIMRepositoryRef open() {
-        CIMRepositoryRef opened(new CIMRepository);
-        opened->init(ServiceEnvironmentIFCRef(new Environment(repository())));
-        return opened;
-    }
-
-private:
-    LocalOperationContext m_context;
 };
 
 class Daemon {
@@ -118,15 +97,13 @@ void createInstances(CIMOMHandleIFC& handle) {
 
 /// 10,000 instances, committed once.
 void BM_DirectCreateInstance(benchmark::State& state) {
-    LocalOperationContext context;
     for (auto _ : state) {
         state.PauseTiming();
         const Tree tree;
-        const CIMRepositoryRef opened = Tree::open();
-        RepositoryCIMOMHandle handle(opened, context);
+        const OpenRepository opened(Tree::repository());
         state.ResumeTiming();
-        createInstances(handle);
-        opened->close();
+        createInstances(*opened);
+        opened.repository().close();
     }
 }
 BENCHMARK(BM_DirectCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(10);
@@ -147,15 +124,13 @@ void BM_ClientCreateInstance(benchmark::State& state) {
 BENCHMARK(BM_ClientCreateInstance)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(10);
 
 void BM_DirectEnumInstances(benchmark::State& state) {
-    LocalOperationContext context;
     const Tree tree;
-    const CIMRepositoryRef opened = Tree::open();
-    RepositoryCIMOMHandle handle(opened, context);
-    createInstances(handle);
+    const OpenRepository opened(Tree::repository());
+    createInstances(*opened);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(handle.enumInstancesA("root", "P"));
+        benchmark::DoNotOptimize(opened->enumInstancesA("root", "P"));
     }
-    opened->close();
+    opened.repository().close();
 }
 BENCHMARK(BM_DirectEnumInstances)->Unit(benchmark::kMillisecond)->UseRealTime();
 

@@ -20,8 +20,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "openwbem/repository/CIMRepository.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace {
 
@@ -29,21 +28,6 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 namespace fs = std::filesystem;
 
 constexpr int REPETITIONS = 5;
-
-class Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
-    }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
-        return m_handle;
-    }
-    CIMOMHandleIFCRef m_handle;
-
-private:
-    String m_directory;
-};
 
 struct Texts {
     explicit Texts(const char* directory) {
@@ -144,14 +128,8 @@ int measure(const char* repositoryDirectory, const char* textDirectory, const ch
         sizes.push_back(size);
     }
 
-    LocalOperationContext context;
-    const blocxx::IntrusiveReference<Environment> environment(new Environment(repositoryDirectory));
-    const CIMRepositoryRef repository(new CIMRepository);
-    const CIMOMHandleIFCRef handle(new RepositoryCIMOMHandle(repository, context));
-    repository->init(environment);
-    environment->m_handle = handle;
-    const double compiled = quickest([](int) {}, [&] { compile(texts, handle); });
-    environment->m_handle = CIMOMHandleIFCRef();
+    const OpenRepository opened(repositoryDirectory);
+    const double compiled = quickest([](int) {}, [&] { compile(texts, opened.handle()); });
 
     const fs::path parent = fs::path(sizesFile).parent_path();
     fs::path place;

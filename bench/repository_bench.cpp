@@ -6,10 +6,10 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "openwbem/repository/CIMRepository.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
 
 namespace {
@@ -19,50 +19,28 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 const char* const TOP_FILE = KOV_MOF_CORPUS "/dmtf-cim-2.41/cim_schema_2.41.0.mof";
 constexpr uint32_t INSTANCES = 1000;
 
-class Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String&, const String&) const override { return m_directory; }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
-        return m_handle;
-    }
-    CIMOMHandleIFCRef m_handle;
-
-private:
-    String m_directory;
-};
-
 /// A repository below the working directory, so that it is on a disk.
 class Repository {
 public:
-    Repository() : m_environment(new Environment("bench-repository")) {
+    Repository() {
         std::filesystem::remove_all("bench-repository");
         std::filesystem::create_directory("bench-repository");
         CIMRepository::create("bench-repository");
         open();
     }
     ~Repository() {
-        m_environment->m_handle = CIMOMHandleIFCRef();
-        m_repository->close();
+        m_opened->repository().close();
         std::filesystem::remove_all("bench-repository");
     }
     Repository(const Repository&) = delete;
     Repository& operator=(const Repository&) = delete;
 
-    void open() {
-        m_repository = new CIMRepository;
-        m_repository->init(m_environment);
-        m_handle = new RepositoryCIMOMHandle(m_repository, m_context);
-        m_environment->m_handle = m_handle;
-    }
-    RepositoryCIMOMHandle& operator*() { return *m_handle; }
-    RepositoryCIMOMHandle* operator->() { return &*m_handle; }
+    void open() { m_opened.emplace("bench-repository"); }
+    RepositoryCIMOMHandle& operator*() { return **m_opened; }
+    RepositoryCIMOMHandle* operator->() { return &**m_opened; }
 
 private:
-    LocalOperationContext m_context;
-    blocxx::IntrusiveReference<Environment> m_environment;
-    CIMRepositoryRef m_repository;
-    blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
+    std::optional<OpenRepository> m_opened;
 };
 
 void load(RepositoryCIMOMHandle& handle, const MOF::NamespaceContent& content) {

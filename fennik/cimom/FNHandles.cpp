@@ -4,7 +4,7 @@
 #include "fennik/cimom/FNDaemonControl.hpp"
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace KOVNS2 {
 
@@ -29,33 +29,16 @@ private:
     OpenWBEM::CIMOMHandleIFCRef m_handle;
 };
 
-using EnvironmentRef = blocxx::IntrusiveReference<ServiceEnv_Associators>;
-
 class AssociatorsRepositoryHandleWrapper : public CIMOMHandleWrapperIFC {
 public:
     explicit AssociatorsRepositoryHandleWrapper(const String& prefix)
-        : m_environment(new ServiceEnv_Associators(prefix)),
-          m_repository(new OpenWBEM::CIMRepository) {
-        m_repository->init(m_environment);
-        m_handle = new OpenWBEM::RepositoryCIMOMHandle(m_repository, m_context);
-        m_environment->setHandle(m_handle);
-    }
-    AssociatorsRepositoryHandleWrapper(const AssociatorsRepositoryHandleWrapper&) = delete;
-    AssociatorsRepositoryHandleWrapper& operator=(const AssociatorsRepositoryHandleWrapper&) =
-        delete;
+        : m_opened(new ServiceEnv_Associators(prefix)) {}
 
-    ~AssociatorsRepositoryHandleWrapper() override {
-        m_environment->setHandle(OpenWBEM::CIMOMHandleIFCRef());
-    }
-
-    OpenWBEM::CIMOMHandleIFCRef GetHandle() override { return m_handle; }
-    void Close() override { m_repository->close(); }
+    OpenWBEM::CIMOMHandleIFCRef GetHandle() override { return m_opened.handle(); }
+    void Close() override { m_opened.repository().close(); }
 
 private:
-    OpenWBEM::CIMOMHandleIFCRef m_handle;
-    OpenWBEM::LocalOperationContext m_context;
-    EnvironmentRef m_environment;
-    OpenWBEM::CIMRepositoryRef m_repository;
+    OpenWBEM::OpenRepository m_opened;
 };
 
 }  // namespace

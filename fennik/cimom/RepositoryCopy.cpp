@@ -23,7 +23,6 @@
 #include "fennik/undo/FNCleanupActions.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
 namespace KOVNS2 {
 
@@ -167,26 +166,15 @@ void removeBackup(const String& backup) {
     }
 }
 
-}  // namespace
-
-/// Tells the repository where the copy is. The name has no prefix.
-class ReposCopyEnv : public OpenWBEM::ServiceEnvironmentIFC {
+/// The name has no prefix.
+class ReposCopyEnv : public OpenWBEM::LocalEnvironment {
 public:
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == OpenWBEM::ConfigOpts::DATADIR_opt ? String(COPY) : defaultValue;
-    }
-    OpenWBEM::CIMOMHandleIFCRef getCIMOMHandle(OpenWBEM::OperationContext&,
-                                               EBypassProvidersFlag) const override {
-        return m_handle;
-    }
-    void setHandle(const OpenWBEM::CIMOMHandleIFCRef& handle) { m_handle = handle; }
-
-private:
-    OpenWBEM::CIMOMHandleIFCRef m_handle;
+    ReposCopyEnv() : LocalEnvironment(COPY) {}
 };
 
-RepositoryCopy::RepositoryCopy(const String& prefix)
-    : m_environment(new ReposCopyEnv), m_repository(new OpenWBEM::CIMRepository), m_prefix(prefix) {
+}  // namespace
+
+RepositoryCopy::RepositoryCopy(const String& prefix) : m_prefix(prefix) {
     try {
         Init();
     } catch (...) {
@@ -211,7 +199,6 @@ void RepositoryCopy::discard() noexcept {
                                          ": " + e.what());
         }
     }
-    m_environment->setHandle(OpenWBEM::CIMOMHandleIFCRef());
 }
 
 void RepositoryCopy::Init() {
@@ -228,9 +215,6 @@ void RepositoryCopy::Init() {
                                 copy),
                          ErrorCode::REPOSITORY_NOT_COPIED);
     }
-    m_handle = new OpenWBEM::RepositoryCIMOMHandle(m_repository, m_context);
-    m_environment->setHandle(m_handle);
-
     const String command = Format("%1 -pR %2 %3", locate("cp"), live, copy);
     // The words of a command cannot hold blanks: other directories would be copied, and removed.
     if (blocxx::tokenize(copy).size() != 1) {
@@ -267,12 +251,11 @@ void RepositoryCopy::holdLive(const String& command) {
     if (!m_prefix.empty()) {
         return;
     }
-    m_live = new OpenWBEM::CIMRepository;
     try {
-        m_live->init(new ServiceEnv_Associators(m_prefix));
-        m_live->hold();
+        m_live.emplace(new ServiceEnv_Associators(m_prefix));
+        m_live->repository().hold();
     } catch (const OpenWBEM::CIMException& e) {
-        m_live = OpenWBEM::CIMRepositoryRef();
+        m_live.reset();
         const String holder = holderOf(LIVE);
         const String by = holder.empty() ? String() : ": it is in use by " + holder;
         failCopying(command, {false, "Nobody else can be kept from the repository" + by, {}}, &e);
@@ -289,7 +272,7 @@ void RepositoryCopy::openCopy() {
                            "possible only on an installed system, not below another directory",
                            m_prefix + COPY, COPY));
     }
-    m_repository->init(m_environment);
+    m_copy.emplace(new ReposCopyEnv);
 }
 
 // 1. The copy is committed, which closes its journal, and put on the disk. Then it is held, as the
@@ -310,12 +293,12 @@ void RepositoryCopy::SwapInNewRepository() {
     BLOCXX_LOG_DEBUG(logger, "Swapping in new repository.");
     const blocxx::Interruption::Deferred deferred;
     m_undo.clear();
-    m_repository->commit();
+    m_copy->repository().commit();
     asStep("Unable to put the copy of the repository on the disk.",
            ErrorCode::REPOSITORY_NOT_COPIED,
            [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
     asStep("Unable to keep everybody else from the copy of the repository.",
-           ErrorCode::REPOSITORY_NOT_COPIED, [this] { m_repository->hold(); });
+           ErrorCode::REPOSITORY_NOT_COPIED, [this] { m_copy->repository().hold(); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();
@@ -347,11 +330,11 @@ void RepositoryCopy::exchange() {
 }
 
 void RepositoryCopy::GiveUp() noexcept {
-    m_repository->abandon();
+    m_copy->repository().abandon();
 }
 
 void RepositoryCopy::CloseRepository() {
-    m_repository->close();
+    m_copy->repository().close();
 }
 
 }  // namespace KOVNS2

@@ -9,12 +9,12 @@
 // a message that names it.
 #pragma once
 
+#include <optional>
+
 #include "fennik/undo/FNCleanupActions.hpp"
-#include "openwbem/repository/CIMRepository.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace KOVNS2 {
-
-class ReposCopyEnv;
 
 class RepositoryCopy {
 public:
@@ -28,7 +28,7 @@ public:
     RepositoryCopy& operator=(const RepositoryCopy&) = delete;
 
     /// The handle on the copy. It must not be used after the copy has gone.
-    const OpenWBEM::CIMOMHandleIFCRef& GetHandle() const noexcept { return m_handle; }
+    OpenWBEM::CIMOMHandleIFCRef GetHandle() const noexcept { return m_copy->handle(); }
 
     /// Commits the copy and makes it the live repository. When it throws, the live repository is as
     /// it was before, to the byte. Nothing interrupts it.
@@ -46,11 +46,8 @@ private:
     void exchange();
     void discard() noexcept;
 
-    OpenWBEM::CIMOMHandleIFCRef m_handle;
-    OpenWBEM::LocalOperationContext m_context;
-    blocxx::IntrusiveReference<ReposCopyEnv> m_environment;
-    OpenWBEM::CIMRepositoryRef m_repository;
-    OpenWBEM::CIMRepositoryRef m_live;  ///< only held
+    std::optional<OpenWBEM::OpenRepository> m_copy;
+    std::optional<OpenWBEM::OpenRepository> m_live;  ///< only held
     String m_prefix;
     bool m_initialised = false;  ///< what stands at the copy's place was put there by this run
     bool m_swapped = false;

@@ -5,24 +5,6 @@
 
 namespace OwCimomd {
 
-class ServedRepository::Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
-    }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext& /*context*/,
-                                     EBypassProvidersFlag /*bypassProviders*/) const override {
-        return m_handle;
-    }
-    void setHandle(CIMOMHandleIFCRef handle) { m_handle = std::move(handle); }
-
-private:
-    String m_directory;
-    CIMOMHandleIFCRef m_handle;
-};
-
 /// Whoever may not read in a namespace finds nothing there: an association into it leads to
 /// nothing.
 class ServedRepository::VisibleObjects : public RepositoryCIMOMHandle {
@@ -47,18 +29,10 @@ private:
 };
 
 ServedRepository::ServedRepository(const String& directory)
-    : m_repository(new CIMRepository),
-      m_environment(new Environment(directory)),
-      m_visible(new VisibleObjects(m_repository, m_context)),
-      m_handle(new RepositoryCIMOMHandle(m_repository, m_context)) {
-    m_repository->init(m_environment, RepositoryUse::SERVED);
-    m_environment->setHandle(m_visible);
-}
+    : m_opened(directory, RepositoryUse::SERVED),
+      m_visible(m_opened.followAssociationsThrough<VisibleObjects>()) {}
 
-ServedRepository::~ServedRepository() {
-    // The handle holds the repository, that its environment, and that the handle.
-    m_environment->setHandle(CIMOMHandleIFCRef());
-}
+ServedRepository::~ServedRepository() = default;
 
 void ServedRepository::setMayRead(MayRead mayRead) {
     m_visible->setMayRead(std::move(mayRead));

@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace OwCimomd {
 
@@ -23,26 +23,22 @@ public:
     ServedRepository(const ServedRepository&) = delete;
     ServedRepository& operator=(const ServedRepository&) = delete;
 
-    RepositoryCIMOMHandle& handle() { return *m_handle; }
+    RepositoryCIMOMHandle& handle() { return *m_opened; }
     /// Without it, everything may be read.
     void setMayRead(MayRead mayRead);
     /// See CIMRepository::rollBack().
-    void rollBack() noexcept { m_repository->rollBack(); }
+    void rollBack() noexcept { m_opened.repository().rollBack(); }
     /// See CIMRepository::sync().
-    void sync() { m_repository->sync(); }
+    void sync() { m_opened.repository().sync(); }
     /// Merges the write-ahead log into the repository file and releases its lock. Throws
     /// CIMException when that fails; the next opening merges the log then.
-    void close() { m_repository->close(); }
+    void close() { m_opened.repository().close(); }
 
 private:
-    class Environment;
     class VisibleObjects;
 
-    LocalOperationContext m_context;
-    CIMRepositoryRef m_repository;
-    blocxx::IntrusiveReference<Environment> m_environment;
+    OpenRepository m_opened;
     blocxx::IntrusiveReference<VisibleObjects> m_visible;
-    blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
 };
 
 }  // namespace OwCimomd

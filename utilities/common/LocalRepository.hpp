@@ -4,7 +4,7 @@
 // work: permanent with close(), undone by anything else.
 #pragma once
 
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 #include "utilities/common/Repository.hpp"
 
 namespace OwUtilities {
@@ -12,28 +12,21 @@ namespace OwUtilities {
 class LocalRepository : public Repository {
 public:
     /// Throws CIMException when there is none in the directory, or it cannot be used.
-    explicit LocalRepository(const String& directory);
-    ~LocalRepository() override;
-    LocalRepository(const LocalRepository&) = delete;
-    LocalRepository& operator=(const LocalRepository&) = delete;
+    explicit LocalRepository(const String& directory) : m_opened(directory) {}
 
-    CIMOMHandleIFCRef handle() const override { return m_handle; }
+    CIMOMHandleIFCRef handle() const override { return m_opened.handle(); }
     bool hasNameSpace(const String& name) const override;
     void store(const String& ns, const ObjectsToStore& objects) override {
-        storeObjects(*m_handle, ns, objects);
+        storeObjects(*m_opened, ns, objects);
     }
     bool isUnitOfWork() const override { return true; }
     /// Throws CIMException; then nothing was done.
-    void close() override { m_repository->close(); }
+    void close() override { m_opened.repository().close(); }
     /// The same handle, with the operations on namespaces.
-    RepositoryCIMOMHandle& namespaces() const { return *m_handle; }
+    RepositoryCIMOMHandle& namespaces() const { return *m_opened; }
 
 private:
-    class Environment;
-    LocalOperationContext m_context;
-    CIMRepositoryRef m_repository;
-    blocxx::IntrusiveReference<Environment> m_environment;
-    blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
+    OpenRepository m_opened;
 };
 
 }  // namespace OwUtilities

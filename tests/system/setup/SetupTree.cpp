@@ -19,21 +19,6 @@ namespace {
 
 constexpr std::chrono::seconds PATIENCE{120};
 
-class Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
-    }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext& /*context*/,
-                                     EBypassProvidersFlag /*bypassProviders*/) const override {
-        return {};
-    }
-
-private:
-    String m_directory;
-};
-
 String makeTemporaryDirectory() {
     String name = std::filesystem::temp_directory_path().string() + "/kov-setup-test-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
@@ -94,12 +79,8 @@ void SetupTree::setUpTreeInjecting(const String& injection, Outcome& outcome) co
 }
 
 void SetupTree::withRepository(const std::function<void(RepositoryCIMOMHandle&)>& use) const {
-    const CIMRepositoryRef repository(new CIMRepository);
-    LocalOperationContext context;
-    const blocxx::IntrusiveReference<RepositoryCIMOMHandle> handle(
-        new RepositoryCIMOMHandle(repository, context));
-    repository->init(new Environment(this->repository()));
-    use(*handle);
+    const OpenRepository opened(repository());
+    use(*opened);
 }
 
 void writeFile(const String& path, const String& content) {

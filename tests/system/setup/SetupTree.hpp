@@ -9,7 +9,7 @@
 #include <map>
 
 #include "blocxx/Process.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace KovSetupTest {
 

@@ -28,7 +28,7 @@ size_t peakMemory(const String& process) {
 
 /// Cars with a text each, put in before the daemon starts.
 void fill(LiveDaemon& daemon, uint32_t count) {
-    Opened opened(daemon.repository());
+    OpenRepository opened(daemon.repository());
     addSchema(*opened);
     for (uint32_t i = 0; i < count; ++i) {
         CIMInstance instance = car(i);

@@ -58,7 +58,7 @@ LiveDaemon::LiveDaemon(Start start) {
     fs::create_directories(config() + ".d");
     writeFile(config(), "# nothing\n");
     CIMRepository::create(repository());
-    Opened opened(repository());
+    OpenRepository opened(repository());
     addInterop(*opened);
     opened.repository().close();
     if (start == Start::NOW) {

@@ -7,7 +7,7 @@
 #include <functional>
 #include <set>
 
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace KOVNS2::Testing {
 

@@ -95,33 +95,9 @@ std::map<String, String> StagedTree::files() const {
     return found;
 }
 
-class OpenRepository::Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
-    }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
-        return m_handle;
-    }
-    CIMOMHandleIFCRef m_handle;
-
-private:
-    String m_directory;
-};
-
 OpenRepository::OpenRepository(const StagedTree& tree)
-    : m_environment(new Environment(tree.repositoryDirectory().string())),
-      m_repository(new CIMRepository),
-      m_handle(new FaultyHandle(m_repository, m_context)),
-      m_handleRef(m_handle) {
-    m_repository->init(m_environment);
-    m_environment->m_handle = m_handle;
-}
-
-OpenRepository::~OpenRepository() {
-    m_environment->m_handle = CIMOMHandleIFCRef();
-}
+    : m_opened(tree.repositoryDirectory().string()),
+      m_handle(m_opened.followAssociationsThrough<FaultyHandle>()) {}
 
 namespace {
 

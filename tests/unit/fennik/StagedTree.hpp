@@ -36,25 +36,17 @@ private:
 class OpenRepository {
 public:
     explicit OpenRepository(const StagedTree& tree);
-    ~OpenRepository();
-    OpenRepository(const OpenRepository&) = delete;
-    OpenRepository& operator=(const OpenRepository&) = delete;
 
     FaultyHandle& faults() { return *m_handle; }
-    const CIMOMHandleIFCRef& handle() const { return m_handleRef; }
-    CIMRepository& repository() { return *m_repository; }
+    CIMOMHandleIFCRef handle() const { return m_handle; }
+    CIMRepository& repository() { return m_opened.repository(); }
 
     /// Everything in the repository as this handle sees it: "namespace: object as MOF", sorted.
     std::map<String, String> content();
 
 private:
-    class Environment;
-
-    LocalOperationContext m_context;
-    blocxx::IntrusiveReference<Environment> m_environment;
-    CIMRepositoryRef m_repository;
+    OpenWBEM::OpenRepository m_opened;
     blocxx::IntrusiveReference<FaultyHandle> m_handle;
-    CIMOMHandleIFCRef m_handleRef;
 };
 
 }  // namespace KOVNS2::Testing

@@ -164,7 +164,7 @@ TEST_F(Daemon, EndsWithinASecondOfBeingTold) {
     EXPECT_FALSE(blocxx::FileSystem::exists(tree.socket()));
     const std::filesystem::directory_iterator files(tree.repository());
     EXPECT_EQ(1, std::distance(begin(files), end(files))) << "everything is in the one file";
-    Opened opened(tree.repository());
+    OpenRepository opened(tree.repository());
     EXPECT_EQ(3000u, opened->enumInstanceNamesA("root", "Car").size());
 }
 
@@ -179,11 +179,11 @@ TEST_F(Daemon, HasOneThread) {
 TEST_F(Daemon, HoldsTheRepositoryAlone) {
     tree.start();
     String message;
-    EXPECT_EQ(1, statusOf([&] { Opened opened(tree.repository()); }, &message));
+    EXPECT_EQ(1, statusOf([&] { OpenRepository opened(tree.repository()); }, &message));
     EXPECT_THAT(message, AllOf(HasSubstr("holds the repository"), HasSubstr("owcimomd")));
     tree.connect()->enumClassNamesA("root", "");
     tree.end(SIGTERM);
-    EXPECT_EQ(0, statusOf([&] { Opened opened(tree.repository()); }));
+    EXPECT_EQ(0, statusOf([&] { OpenRepository opened(tree.repository()); }));
 }
 
 TEST_F(Daemon, LosesNothingThatItHasAcknowledgedWhenItIsKilled) {
@@ -207,7 +207,7 @@ TEST_F(Daemon, LosesNothingThatItHasAcknowledgedWhenItIsKilled) {
         // Whoever opens it next finds it all: a tool here, the daemon there.
         size_t found = 0;
         if (round % 2 == 0) {
-            Opened opened(tree.repository());
+            OpenRepository opened(tree.repository());
             found = opened->enumInstanceNamesA("root", "Car").size();
             opened->createInstance("root", person("after " + std::to_string(round)));
             opened.repository().close();

@@ -87,7 +87,7 @@ TEST_F(FullDisk, RefusesChangesServesReadersAndLosesNothing) {
     EXPECT_EQ(acknowledged, found());
     EXPECT_EQ(0, statusOf([&] { daemon.connect()->createInstance("root", car(20000)); }));
     EXPECT_EQ(0, daemon.end(SIGTERM));
-    Opened opened(daemon.repository());
+    OpenRepository opened(daemon.repository());
     EXPECT_EQ(acknowledged + 1, opened->enumInstanceNamesA("root", "Car").size());
 }
 

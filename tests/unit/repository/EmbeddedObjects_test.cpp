@@ -329,7 +329,7 @@ TEST_F(EmbeddedObjectsTest, OtherNamespacesAreNotAffected) {
 /// With a second handle on the same repository.
 class EmbeddedObjectsElsewhere : public RepositoryTest {
 protected:
-    static int deletion(Opened& opened) {
+    static int deletion(OpenRepository& opened) {
         return statusOf([&] { opened->deleteClass("test", "Lone"); });
     }
 };
@@ -340,7 +340,7 @@ TEST_F(EmbeddedObjectsElsewhere, WhatAnotherHasWrittenCounts) {
     (*first)->createClass("test", makeClass("Free", "", {}));
     (*first)->deleteClass("test", "Free");  // looks for the names
     (*first)->commit();
-    Opened second(m_directory.path());
+    OpenRepository second(m_directory.path());
     second->createInstance("test", holding("Any", CIMValue(CIMInstance("Lone"))));
     second->commit();
     EXPECT_EQ(deletion(*first), 9);
@@ -356,10 +356,10 @@ TEST_F(EmbeddedObjectsElsewhere, UnitThatWasRolledBackHasNotTakenAnythingAway) {
         (*opened)->createInstance("test", holding("Any", CIMValue(CIMInstance("Lone"))));
         (*opened)->commit();
     }
-    Opened first(m_directory.path());
+    OpenRepository first(m_directory.path());
     EXPECT_EQ(deletion(first), 9);
     {
-        Opened second(m_directory.path());
+        OpenRepository second(m_directory.path());
         second->deleteInstance("test", holderPath());
         EXPECT_EQ(deletion(second), 0);
     }

@@ -61,7 +61,7 @@ protected:
         String message;
         const int status = statusOf(
             [&] {
-                Opened opened(m_directory.path(), use);
+                OpenRepository opened(m_directory.path(), use);
                 opened->createNameSpace("more");
                 opened.repository().close();
             },
@@ -207,12 +207,12 @@ TEST_F(HostileDirectory, ALinkOfAnotherUserInItsPlaceIsNotFollowed) {
     EXPECT_NE(dump(link), "");
     ASSERT_EQ(0, ::lchown(link.c_str(), 65534, 65534));
     String message;
-    EXPECT_EQ(CIMException::FAILED, statusOf([&] { Opened opened(link); }, &message));
+    EXPECT_EQ(CIMException::FAILED, statusOf([&] { OpenRepository opened(link); }, &message));
     EXPECT_THAT(message, HasSubstr("is a link of another user"));
 }
 
 TEST_F(HostileDirectory, WhatWasReplacedMeanwhileIsNotChanged) {
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     EXPECT_NE(dump(*opened), "");
     const String moved = m_other.path() + "/moved";
     fs::rename(m_directory.path(), moved);
@@ -248,7 +248,7 @@ TEST_F(HostileDirectory, ASchemaThatIsNotOursIsRefused) {
 }
 
 TEST_F(HostileDirectory, ATriggerThatComesAfterTheOpeningDoesNotRun) {
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     EXPECT_NE(dump(*opened), "");
     change("CREATE TRIGGER t AFTER INSERT ON namespace BEGIN DELETE FROM class; END");
     const size_t classes = opened->enumClassNamesA("test", "").size();

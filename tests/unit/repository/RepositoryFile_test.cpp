@@ -48,7 +48,7 @@ protected:
     void expectRefusal(const String& text, const String& named = String()) {
         String message;
         EXPECT_EQ(CIMException::FAILED,
-                  statusOf([&] { Opened opened(m_directory.path()); }, &message));
+                  statusOf([&] { OpenRepository opened(m_directory.path()); }, &message));
         EXPECT_THAT(message, HasSubstr(named.empty() ? file() : named));
         EXPECT_THAT(message, HasSubstr(text));
     }
@@ -98,7 +98,7 @@ TEST_F(RepositoryFile, AnInterruptedSwapIsExplained) {
     const String backup = m_directory.path() + "/repository-back_LKjs2354";
     std::filesystem::create_directory(backup);
     String message;
-    EXPECT_EQ(1, statusOf([&] { Opened opened(live); }, &message));
+    EXPECT_EQ(1, statusOf([&] { OpenRepository opened(live); }, &message));
     EXPECT_THAT(message, HasSubstr("rename \"" + backup + "\" to \"" + live + "\""));
 }
 
@@ -189,7 +189,7 @@ TEST_F(RepositoryFile, WritingToADamagedFileFailsAndLeavesNoUnitOfWork) {
         noisy[page * 4096 + 100] = static_cast<char>(noisy[page * 4096 + 100] ^ 1);
     }
     write(file(), noisy);
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     EXPECT_EQ(1, statusOf([&] { opened->createNameSpace("a"); }));
     EXPECT_EQ(0, statusOf([&] { opened->createNameSpace("a"); })) << "nothing left to do";
     EXPECT_EQ(1, statusOf([&] { opened->commit(); }));
@@ -217,7 +217,7 @@ TEST_F(RepositoryFile, AReadOnlyFileCanBeReadAndTellsWhyItCannotBeWritten) {
     ::chmod(m_directory.path().c_str(), 0755);
     ::chmod(file().c_str(), 0644);
     EXPECT_TRUE(asNobody([&] {
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         String message;
         const int status = statusOf([&] { opened->createNameSpace("a"); }, &message);
         return dump(*opened) == good && status == 1 &&
@@ -228,7 +228,7 @@ TEST_F(RepositoryFile, AReadOnlyFileCanBeReadAndTellsWhyItCannotBeWritten) {
     ::chmod(file().c_str(), 0600);
     EXPECT_TRUE(asNobody([&] {
         String message;
-        const int status = statusOf([&] { Opened opened(m_directory.path()); }, &message);
+        const int status = statusOf([&] { OpenRepository opened(m_directory.path()); }, &message);
         return status == 1 && message.find("check the owner and the mode") != String::npos;
     }));
 }

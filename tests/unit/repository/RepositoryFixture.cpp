@@ -23,33 +23,6 @@ TemporaryDirectory::~TemporaryDirectory() {
     std::filesystem::remove_all(m_path, ignored);
 }
 
-class Opened::Environment : public ServiceEnvironmentIFC {
-public:
-    explicit Environment(String directory) : m_directory(std::move(directory)) {}
-    String getConfigItem(const String& name, const String& defaultValue) const override {
-        return name == ConfigOpts::DATADIR_opt ? m_directory : defaultValue;
-    }
-    CIMOMHandleIFCRef getCIMOMHandle(OperationContext&, EBypassProvidersFlag) const override {
-        return m_handle;
-    }
-    void setHandle(const CIMOMHandleIFCRef& handle) { m_handle = handle; }
-
-private:
-    String m_directory;
-    CIMOMHandleIFCRef m_handle;
-};
-
-Opened::Opened(const String& directory, RepositoryUse use)
-    : m_environment(new Environment(directory)), m_repository(new CIMRepository) {
-    m_repository->init(m_environment, use);
-    m_handle = new RepositoryCIMOMHandle(m_repository, m_context);
-    m_environment->setHandle(m_handle);
-}
-
-Opened::~Opened() {
-    m_environment->setHandle(CIMOMHandleIFCRef());
-}
-
 String dump(RepositoryCIMOMHandle& handle) {
     StringArray namespaces;
     ArrayBuilder<String> builder(namespaces);
@@ -84,7 +57,7 @@ String dump(CIMOMHandleIFC& handle, const StringArray& namespaces) {
 }
 
 String dump(const String& directory) {
-    Opened opened(directory);
+    OpenRepository opened(directory);
     return dump(*opened);
 }
 
@@ -202,7 +175,7 @@ class DirectSubject : public Subject {
 public:
     DirectSubject() {
         CIMRepository::create(m_directory.path());
-        m_opened = std::make_unique<Opened>(m_directory.path());
+        m_opened = std::make_unique<OpenRepository>(m_directory.path());
     }
     CIMOMHandleIFC& handle() override { return **m_opened; }
     void createNameSpace(const String& ns) override { (*m_opened)->createNameSpace(ns); }
@@ -219,7 +192,7 @@ public:
 
 private:
     TemporaryDirectory m_directory;
-    std::unique_ptr<Opened> m_opened;
+    std::unique_ptr<OpenRepository> m_opened;
 };
 
 }  // namespace
@@ -228,8 +201,8 @@ std::unique_ptr<Subject> makeDirectSubject() {
     return std::make_unique<DirectSubject>();
 }
 
-std::unique_ptr<Opened> RepositoryTest::openWithSchema() {
-    auto opened = std::make_unique<Opened>(m_directory.path());
+std::unique_ptr<OpenRepository> RepositoryTest::openWithSchema() {
+    auto opened = std::make_unique<OpenRepository>(m_directory.path());
     addSchema(**opened);
     return opened;
 }

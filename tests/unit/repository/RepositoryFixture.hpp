@@ -8,8 +8,7 @@
 
 #include <filesystem>
 
-#include "openwbem/repository/CIMRepository.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
 
 namespace KovTest {
 
@@ -26,26 +25,6 @@ public:
 
 private:
     std::filesystem::path m_path;
-};
-
-/// A repository opened from a directory, with its handle.
-class Opened {
-public:
-    explicit Opened(const String& directory, RepositoryUse use = RepositoryUse::UNIT_OF_WORK);
-    ~Opened();
-    Opened(const Opened&) = delete;
-    Opened& operator=(const Opened&) = delete;
-
-    RepositoryCIMOMHandle& operator*() { return *m_handle; }
-    RepositoryCIMOMHandle* operator->() { return &*m_handle; }
-    CIMRepository& repository() { return *m_repository; }
-
-private:
-    class Environment;
-    LocalOperationContext m_context;
-    blocxx::IntrusiveReference<Environment> m_environment;
-    CIMRepositoryRef m_repository;
-    blocxx::IntrusiveReference<RepositoryCIMOMHandle> m_handle;
 };
 
 /// What the operations are tried on: a repository opened directly, or a daemon that serves one.
@@ -124,7 +103,7 @@ class RepositoryTest : public ::testing::Test {
 protected:
     RepositoryTest() { CIMRepository::create(m_directory.path()); }
     /// Opens it and adds the schema.
-    std::unique_ptr<Opened> openWithSchema();
+    std::unique_ptr<OpenRepository> openWithSchema();
     String file() const { return m_directory.path() + "/" + CIMRepository::FILE_NAME; }
 
     TemporaryDirectory m_directory;

@@ -24,7 +24,7 @@ TEST_F(RepositoryScale, LargeObjectsComeBackWhole) {
         (*opened)->createInstance("test", big);
     }
     opened->repository().close();
-    Opened again(m_directory.path());
+    OpenRepository again(m_directory.path());
     size_t total = 0;
     for (const CIMInstance& instance : again->enumInstancesA("test", "Person")) {
         total += instance.getPropertyValue("Note").get<String>().size();
@@ -62,7 +62,7 @@ TEST_F(RepositoryScale, AHierarchyMayBeDeep) {
         super = name;
     }
     (*opened)->commit();
-    Opened again(m_directory.path());
+    OpenRepository again(m_directory.path());
     EXPECT_EQ(1u, again
                       ->getClass("test", super, E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
                                  E_INCLUDE_CLASS_ORIGIN, nullptr)

@@ -45,13 +45,13 @@ TEST_F(RepositoryTest, IsServedWithValuesOfAnySize) {
     openWithSchema()->repository().close();
     const std::vector<size_t> sizes{60'000, 66'000, 131'072, 256'000, 512'000, 1'024'000, 10};
     {
-        Opened served(m_directory.path(), RepositoryUse::SERVED);
+        OpenRepository served(m_directory.path(), RepositoryUse::SERVED);
         served->createInstance("test", person("ann"));
         for (uint32_t i = 0; i < sizes.size(); ++i) {
             request(*served, i, sizes[i]);
         }
     }
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     CIMOMHandleIFC& handle = *opened;
     for (uint32_t i = 0; i < sizes.size(); ++i) {
         const CIMInstance found = handle.getInstance("test", carPath(i));
@@ -99,8 +99,8 @@ protected:
     }
     /// Opens it as a tool or as the daemon does, and counts the requests, which must be whole.
     uint32_t requestsThere(int n) {
-        Opened opened(m_directory.path(),
-                      n % 2 == 0 ? RepositoryUse::UNIT_OF_WORK : RepositoryUse::SERVED);
+        OpenRepository opened(m_directory.path(),
+                              n % 2 == 0 ? RepositoryUse::UNIT_OF_WORK : RepositoryUse::SERVED);
         uint32_t number = 0;
         while (statusOf([&] {
                    opened->getInstance("test", carPath(number), E_NOT_LOCAL_ONLY,
@@ -123,7 +123,7 @@ protected:
 
 TEST_P(ServedRepositoryDeath, LeavesWholeRequestsAndAllThatWasAcknowledged) {
     const auto serve = [this] {
-        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        OpenRepository opened(m_directory.path(), RepositoryUse::SERVED);
         for (uint32_t number = 0; number < REQUESTS; ++number) {
             request(*opened, number);
             m_shared->acknowledged = number + 1;
@@ -151,7 +151,7 @@ TEST_P(ServedRepositoryDeath, LeavesWholeRequestsAndAllThatWasAcknowledged) {
 
 TEST_P(ServedRepositoryDeath, LeavesAllThatWasSynced) {
     const auto serve = [this] {
-        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        OpenRepository opened(m_directory.path(), RepositoryUse::SERVED);
         for (uint32_t number = 0; number < REQUESTS; ++number) {
             request(*opened, number);
             opened.repository().sync();
@@ -176,7 +176,7 @@ TEST_P(ServedRepositoryDeath, LeavesAllThatWasSynced) {
 TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
     const pid_t killed = ::fork();
     if (killed == 0) {
-        Opened opened(m_directory.path(), RepositoryUse::SERVED);
+        OpenRepository opened(m_directory.path(), RepositoryUse::SERVED);
         for (uint32_t number = 0; number < REQUESTS; ++number) {
             request(*opened, number);
         }
@@ -188,7 +188,7 @@ TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
     std::filesystem::copy_file(file() + "-wal", saved("-wal"));
     for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
         const auto merge = [&] {
-            Opened opened(m_directory.path(), use);
+            OpenRepository opened(m_directory.path(), use);
             opened.repository().close();
         };
         int n = 0;
@@ -208,7 +208,7 @@ TEST_P(ServedRepositoryDeath, WhileALogThatWasLeftIsMergedLosesNothing) {
 
 TEST_P(ServedRepositoryDeath, OfAUnitOfWorkLeavesAllOfItOrNothing) {
     const auto work = [this] {
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         for (uint32_t number = 0; number < REQUESTS; ++number) {
             CIMInstance instance = car(number);
             instance.setProperty("Note", CIMValue(String(9000, 'n')));
@@ -251,7 +251,7 @@ TEST_P(ServedRepositoryFault, TakesBackOneRequestAndNoOther) {
                 restore();
                 const pid_t child = ::fork();
                 if (child == 0) {
-                    Opened opened(m_directory.path(), RepositoryUse::SERVED);
+                    OpenRepository opened(m_directory.path(), RepositoryUse::SERVED);
                     for (uint32_t number = 0; number < before; ++number) {
                         request(*opened, number);
                     }

@@ -62,8 +62,8 @@ void undo(RepositoryCIMOMHandle& handle) {
 
 TEST_F(UnitOfWork, GivesOthersTheClassesThatItCommits) {
     const auto opened = openWithSchema();
-    Opened second(m_directory.path());
-    const auto student = [](Opened& from) {
+    OpenRepository second(m_directory.path());
+    const auto student = [](OpenRepository& from) {
         return from->getClass("test", "Student", E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
                               E_INCLUDE_CLASS_ORIGIN, nullptr);
     };
@@ -75,14 +75,14 @@ TEST_F(UnitOfWork, GivesOthersTheClassesThatItCommits) {
 TEST_F(UnitOfWork, ThatIsHeldKeepsEverybodyElseOutUntilItEnds) {
     prepare();
     const String before = dump(m_directory.path());
-    const Opened idle(m_directory.path());
+    const OpenRepository idle(m_directory.path());
     for (const bool isGivenUp : {false, true}) {
-        Opened holder(m_directory.path());
+        OpenRepository holder(m_directory.path());
         holder.repository().hold();
         for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
             String message;
             EXPECT_EQ(CIMException::FAILED,
-                      statusOf([&] { Opened other(m_directory.path(), use); }, &message));
+                      statusOf([&] { OpenRepository other(m_directory.path(), use); }, &message));
             EXPECT_THAT(message, HasSubstr("another process holds the repository"));
         }
         isGivenUp ? holder.repository().abandon() : holder.repository().close();
@@ -92,8 +92,8 @@ TEST_F(UnitOfWork, ThatIsHeldKeepsEverybodyElseOutUntilItEnds) {
 
 TEST_F(UnitOfWork, IsNotHeldWhileSomebodyReadsNorTwice) {
     prepare();
-    Opened reader(m_directory.path());
-    Opened holder(m_directory.path());
+    OpenRepository reader(m_directory.path());
+    OpenRepository holder(m_directory.path());
     auto& database = reader.repository().store().database;
     ASSERT_TRUE(database.beginRead());
     reader->enumClassNamesA("test", "");
@@ -108,7 +108,7 @@ TEST_F(UnitOfWork, IsNotHeldWhileSomebodyReadsNorTwice) {
 
 TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
     prepare();
-    Opened first(m_directory.path());
+    OpenRepository first(m_directory.path());
     const auto mark = qualifierType("Mark", CIMDataType::STRING, CIMScope::ANY);
     first->setQualifierType("test", mark);
     first->commit();
@@ -116,7 +116,7 @@ TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
     first->setQualifierType("test", mark);  // all users of it are known by now
     first->commit();
     {
-        Opened second(m_directory.path());
+        OpenRepository second(m_directory.path());
         second->createClass("test", makeClass("Other", "", {}, {{"Mark", CIMValue("m")}}));
         second->commit();
     }
@@ -127,8 +127,8 @@ TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
 
 TEST_F(UnitOfWork, IsInvisibleToOthersUntilItIsCommitted) {
     prepare();
-    Opened first(m_directory.path());
-    Opened second(m_directory.path());
+    OpenRepository first(m_directory.path());
+    OpenRepository second(m_directory.path());
     const String before = dump(*second);
     change(*first);
     EXPECT_TRUE(before == dump(*second));
@@ -141,12 +141,12 @@ TEST_F(UnitOfWork, EndsWithTheRepositoryUnlessCommitted) {
     prepare();
     const String before = dump(m_directory.path());
     {
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         change(*opened);
     }
     EXPECT_TRUE(before == dump(m_directory.path()));
     {
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         change(*opened);
         opened.repository().close();
         EXPECT_FALSE(opened.repository().isOpen());
@@ -158,7 +158,7 @@ TEST_F(UnitOfWork, EndsWithTheRepositoryUnlessCommitted) {
 TEST_F(UnitOfWork, IsGoneWhenItIsAbandonedAndUndoStepsAreHarmless) {
     prepare();
     const String before = dump(m_directory.path());
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     change(*opened);
     opened.repository().abandon();
     undo(*opened);
@@ -170,7 +170,7 @@ TEST_F(UnitOfWork, IsGoneWhenItIsAbandonedAndUndoStepsAreHarmless) {
 
 TEST_F(UnitOfWork, LetsNothingBeWrittenAfterACommitOnceItIsAbandoned) {
     prepare();
-    Opened opened(m_directory.path());
+    OpenRepository opened(m_directory.path());
     change(*opened);
     opened->commit();
     const String after = dump(*opened);
@@ -183,8 +183,8 @@ TEST_F(UnitOfWork, LetsNothingBeWrittenAfterACommitOnceItIsAbandoned) {
 
 TEST_F(UnitOfWork, OfTwoAtOnceTheSecondFailsAtOnceAndTellsWhy) {
     prepare();
-    Opened first(m_directory.path());
-    Opened second(m_directory.path());
+    OpenRepository first(m_directory.path());
+    OpenRepository second(m_directory.path());
     first->createNameSpace("a");
     String message;
     EXPECT_EQ(1, statusOf([&] { second->createNameSpace("b"); }, &message));
@@ -206,8 +206,8 @@ protected:
         (*opened)->createInstance("test", car(1));
         (*opened)->createInstance("test", owns(personPath("ann"), carPath(1)));
         opened->repository().close();
-        reader = std::make_unique<Opened>(m_directory.path());
-        writer = std::make_unique<Opened>(m_directory.path());
+        reader = std::make_unique<OpenRepository>(m_directory.path());
+        writer = std::make_unique<OpenRepository>(m_directory.path());
     }
     /// Fails unless nothing is locked.
     void write() {
@@ -222,8 +222,8 @@ protected:
         return makeResultHandler<T>([this](const T&) { write(); });
     }
 
-    std::unique_ptr<Opened> reader;
-    std::unique_ptr<Opened> writer;
+    std::unique_ptr<OpenRepository> reader;
+    std::unique_ptr<OpenRepository> writer;
     uint32_t next = 1000;
     int written = 0;
 };
@@ -305,15 +305,15 @@ TEST_F(Reading, HoldsNoLockWhileTheCallerHasAResult) {
 
 TEST_F(UnitOfWork, ARefusedFirstWriteHoldsNoLock) {
     prepare();
-    Opened first(m_directory.path());
-    Opened second(m_directory.path());
+    OpenRepository first(m_directory.path());
+    OpenRepository second(m_directory.path());
     EXPECT_EQ(11, statusOf([&] { first->createInstance("test", car(1)); }));
     EXPECT_EQ(0, statusOf([&] { second->createInstance("test", car(100)); }));
 }
 
 TEST_F(UnitOfWork, ARefusedWriteLeavesTheOthersInIt) {
     prepare();
-    Opened first(m_directory.path());
+    OpenRepository first(m_directory.path());
     first->createInstance("test", car(100));
     EXPECT_EQ(11, statusOf([&] { first->createInstance("test", car(1)); }));
     const String after = dump(*first);
@@ -338,11 +338,11 @@ TEST_P(UnitOfWorkFaults, LeaveTheOldStateOrTheNewOneWhereverTheyStrike) {
         bool committed = false;
         FaultyFiles::arm(GetParam(), ++n);
         {
-            std::unique_ptr<Opened> opened;
+            std::unique_ptr<OpenRepository> opened;
             String message;
             const int status = statusOf(
                 [&] {
-                    opened = std::make_unique<Opened>(m_directory.path());
+                    opened = std::make_unique<OpenRepository>(m_directory.path());
                     change(**opened);
                     (*opened)->commit();
                     committed = true;
@@ -365,7 +365,7 @@ TEST_P(UnitOfWorkFaults, LeaveTheOldStateOrTheNewOneWhereverTheyStrike) {
             EXPECT_TRUE(before != after);
         }
         EXPECT_TRUE((committed ? after : before) == now) << "fault " << n;
-        Opened next(m_directory.path());
+        OpenRepository next(m_directory.path());
         EXPECT_EQ(0, statusOf([&] { next->createNameSpace("next"); })) << n;
         EXPECT_EQ(0, statusOf([&] { next->commit(); })) << n;
         EXPECT_FALSE(std::filesystem::exists(file() + "-journal")) << n;
@@ -393,7 +393,7 @@ TEST_F(UnitOfWork, AProcessKilledAtAnyWriteLeavesTheOldStateOrTheNewOne) {
         const pid_t child = ::fork();
         if (child == 0) {
             FaultyFiles::arm(FaultyFiles::Kind::DIE, n);
-            Opened opened(m_directory.path());
+            OpenRepository opened(m_directory.path());
             change(*opened);
             opened.repository().close();
             ::_exit(0);
@@ -407,7 +407,7 @@ TEST_F(UnitOfWork, AProcessKilledAtAnyWriteLeavesTheOldStateOrTheNewOne) {
             EXPECT_FALSE(finished) << n;
         } else {
             ++fresh;
-            Opened opened(m_directory.path());
+            OpenRepository opened(m_directory.path());
             EXPECT_EQ(0, statusOf([&] { undo(*opened); })) << "complete, at " << n;
         }
         ASSERT_LT(n, 5000);

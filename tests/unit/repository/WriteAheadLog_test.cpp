@@ -30,7 +30,7 @@ public:
     void serve(uint32_t units) {
         const pid_t child = ::fork();
         if (child == 0) {
-            Opened served(m_directory.path(), RepositoryUse::SERVED);
+            OpenRepository served(m_directory.path(), RepositoryUse::SERVED);
             for (uint32_t number = 0; number < units; ++number) {
                 served->createInstance("test", car(number));
                 served->commit();
@@ -45,7 +45,7 @@ public:
     String log() const { return file() + "-wal"; }
     /// The cars that an opening finds.
     size_t cars() const {
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         return opened->enumInstanceNamesA("test", "Car").size();
     }
     void copyFrom(const fs::path& directory) const {
@@ -59,7 +59,7 @@ public:
 private:
     void openWithSchema() const {
         CIMRepository::create(m_directory.path());
-        Opened opened(m_directory.path());
+        OpenRepository opened(m_directory.path());
         addSchema(*opened, "test");
         opened.repository().close();
     }
@@ -137,7 +137,7 @@ TEST(WriteAheadLog, KeepsEveryOperation) {
     };
     const pid_t child = ::fork();
     if (child == 0) {
-        Opened served(directory.path(), RepositoryUse::SERVED);
+        OpenRepository served(directory.path(), RepositoryUse::SERVED);
         work(*served);
         ::_exit(0);
     }
@@ -147,7 +147,7 @@ TEST(WriteAheadLog, KeepsEveryOperation) {
     const TemporaryDirectory plain;
     CIMRepository::create(plain.path());
     {
-        Opened opened(plain.path());
+        OpenRepository opened(plain.path());
         work(*opened);
     }
     EXPECT_EQ(dump(plain.path()), dump(directory.path()));
