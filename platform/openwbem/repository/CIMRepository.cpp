@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/CIMRepository.hpp"
 
+#include "openwbem/repository/RepositoryCreation.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
 namespace OpenWBEM {
@@ -10,7 +11,7 @@ CIMRepository::CIMRepository() = default;
 CIMRepository::~CIMRepository() = default;
 
 void CIMRepository::create(const String& directory) {
-    Database::create(directory);
+    createRepository(directory);
 }
 
 void CIMRepository::init(const ServiceEnvironmentIFCRef& environment, RepositoryUse use) {
@@ -29,33 +30,37 @@ void CIMRepository::close() {
     // Closed either way: what cannot be stored now is rolled back.
     const std::unique_ptr<RepositoryStore> closing = std::move(m_store);
     m_environment = ServiceEnvironmentIFCRef();
-    closing->database.commit();
-    if (closing->database.isServed()) {
-        closing->database.endServing();
+    closing->unit.commit();
+    if (closing->log) {
+        closing->log->end();
     }
 }
 
 void CIMRepository::hold() {
-    store().database.hold();
+    store().unit.hold();
 }
 
 void CIMRepository::commit() {
-    store().database.commit();
+    if (store().unit.commit() && store().log) {
+        store().log->noteCommit();
+    }
 }
 
 void CIMRepository::rollBack() noexcept {
     if (m_store) {
-        m_store->database.rollBack(false);
+        m_store->unit.rollBack(false);
     }
 }
 
 void CIMRepository::sync() {
-    store().database.sync();
+    if (store().log) {
+        store().log->sync();
+    }
 }
 
 void CIMRepository::abandon() noexcept {
     if (m_store) {
-        m_store->database.abandon();
+        m_store->unit.abandon();
     }
 }
 

@@ -39,7 +39,7 @@ const StoredClass& ClassTable::remember(int64_t ns, const String& name, StoredCl
 }
 
 std::optional<ClassTable::Declared> ClassTable::read(int64_t ns, const String& name) {
-    Statement query(m_database, "SELECT id, super, body FROM class WHERE ns=? AND name=?");
+    Statement query(m_connection, "SELECT id, super, body FROM class WHERE ns=? AND name=?");
     if (!query.bind(ns).bind(name).step()) {
         return std::nullopt;
     }
@@ -90,7 +90,7 @@ StoredClass ClassTable::require(int64_t ns, std::string_view name, CIMException:
 
 Array<ClassName> ClassTable::children(int64_t ns, int64_t id) {
     Array<ClassName> result;
-    Statement query(m_database,
+    Statement query(m_connection,
                     "SELECT id, spelling FROM class WHERE ns=? AND super=? ORDER BY spelling");
     query.bind(ns).bind(id);
     while (query.step()) {
@@ -100,7 +100,7 @@ Array<ClassName> ClassTable::children(int64_t ns, int64_t id) {
 }
 
 bool ClassTable::hasChildren(int64_t ns, int64_t id) {
-    return Statement(m_database, "SELECT 1 FROM class WHERE ns=? AND super=? LIMIT 1")
+    return Statement(m_connection, "SELECT 1 FROM class WHERE ns=? AND super=? LIMIT 1")
         .bind(ns)
         .bind(id)
         .step();
@@ -125,7 +125,7 @@ int64_t ClassTable::superOf(int64_t id) {
     if (const auto known = m_supers.find(id); known != m_supers.end()) {
         return known->second;
     }
-    Statement query(m_database, "SELECT super FROM class WHERE id=?");
+    Statement query(m_connection, "SELECT super FROM class WHERE id=?");
     if (!query.bind(id).step()) {
         return 0;
     }
@@ -155,13 +155,13 @@ bool ClassTable::insert(int64_t ns, const CIMClass& derived, int64_t super) {
     int64_t id = 0;
     {
         Statement insert(
-            m_database,
+            m_connection,
             "INSERT INTO class (ns, super, name, spelling, body) VALUES (?, ?, ?, ?, ?)");
         insert.bind(ns).bind(super).bind(name).bind(derived.getName()).bindBlob(body);
         if (!insert.insert()) {
             return false;
         }
-        id = m_database.lastInserted();
+        id = m_connection.lastInserted();
     }
     insertReferences(ns, id, derived);
     m_uses.noteChange(ns, name);
@@ -176,7 +176,7 @@ void ClassTable::insertReferences(int64_t ns, int64_t id, const CIMClass& derive
         }
         const String target = toLower(property.getDataType().getRefClassName());
         const String role = toLower(property.getName());
-        Statement(m_database,
+        Statement(m_connection,
                   "INSERT INTO class_reference (ns, target, class, role) VALUES (?, ?, ?, ?)")
             .bind(ns)
             .bind(target)
@@ -188,21 +188,21 @@ void ClassTable::insertReferences(int64_t ns, int64_t id, const CIMClass& derive
 
 void ClassTable::replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super) {
     const String body = StoredForm::of(derived);
-    Statement(m_database, "UPDATE class SET super=?, spelling=?, body=? WHERE id=?")
+    Statement(m_connection, "UPDATE class SET super=?, spelling=?, body=? WHERE id=?")
         .bind(super)
         .bind(derived.getName())
         .bindBlob(body)
         .bind(id)
         .run();
-    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
+    Statement(m_connection, REMOVE_REFERENCES).bind(id).run();
     insertReferences(ns, id, derived);
     m_uses.noteChange(ns, toLower(derived.getName()));
     forgetDerived();
 }
 
 void ClassTable::remove(int64_t ns, const StoredClass& cls) {
-    Statement(m_database, REMOVE_REFERENCES).bind(cls.id).run();
-    Statement(m_database, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
+    Statement(m_connection, REMOVE_REFERENCES).bind(cls.id).run();
+    Statement(m_connection, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
     const String name = toLower(cls.cls.getName());
     m_uses.noteChange(ns, name);
     // Nothing was derived from it; its id may be that of another class soon.
@@ -214,7 +214,7 @@ Array<std::pair<ClassName, String>> ClassTable::declaringReferencesTo(int64_t ns
                                                                       std::string_view name) {
     const String target = toLower(name);
     Array<std::pair<ClassName, String>> result;
-    Statement query(m_database,
+    Statement query(m_connection,
                     "SELECT c.id, c.spelling, r.role FROM class_reference r JOIN class c "
                     "ON c.id=r.class WHERE r.ns=? AND r.target=?");
     query.bind(ns).bind(target);

@@ -9,7 +9,7 @@
 #include <unordered_set>
 
 #include "openwbem/model/CIMClass.hpp"
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 #include "openwbem/repository/QualifierTable.hpp"
 #include "openwbem/repository/QualifierUses.hpp"
 
@@ -28,8 +28,8 @@ struct ClassName {
 
 class ClassTable {
 public:
-    ClassTable(Database& database, QualifierTable& qualifiers)
-        : m_database(database), m_qualifiers(qualifiers), m_uses(database) {}
+    ClassTable(Connection& connection, QualifierTable& qualifiers)
+        : m_connection(connection), m_qualifiers(qualifiers), m_uses(connection) {}
 
     std::optional<StoredClass> find(int64_t ns, std::string_view name);
     /// Throws CIMException of `code` when there is no such class.
@@ -84,7 +84,7 @@ private:
     int64_t superOf(int64_t id);
     void forgetDerived() noexcept;
 
-    Database& m_database;
+    Connection& m_connection;
     QualifierTable& m_qualifiers;
     QualifierUses m_uses;
     std::unordered_map<Key, StoredClass, KeyHash> m_known;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Failures of the file as CIMException: what was attempted, the file, the reason, the remedy.
+#include "openwbem/repository/DatabaseError.hpp"
+
 #include <endian.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -8,13 +8,12 @@
 
 #include <cstring>
 #include <new>
-#include <string_view>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "layout/Layout.hpp"
+#include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/CheckedFile.hpp"
-#include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 
 namespace OpenWBEM::DatabaseError {

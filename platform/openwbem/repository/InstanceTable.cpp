@@ -42,26 +42,26 @@ String InstanceTable::targetKey(const CIMObjectPath& path) {
 }
 
 std::optional<InstanceRow> InstanceTable::find(int64_t ns, const String& key) {
-    Statement query(m_database, "SELECT id, class, body FROM instance WHERE ns=? AND key=?");
+    Statement query(m_connection, "SELECT id, class, body FROM instance WHERE ns=? AND key=?");
     return query.bind(ns).bind(key).step() ? std::optional(rowOf(query)) : std::nullopt;
 }
 
 std::optional<int64_t> InstanceTable::findId(int64_t ns, const String& key) {
-    Statement query(m_database, "SELECT id FROM instance WHERE ns=? AND key=?");
+    Statement query(m_connection, "SELECT id FROM instance WHERE ns=? AND key=?");
     return query.bind(ns).bind(key).step() ? std::optional(query.number(0)) : std::nullopt;
 }
 
 std::optional<InstanceRow> InstanceTable::read(int64_t id) {
-    Statement query(m_database, "SELECT id, class, body FROM instance WHERE id=?");
+    Statement query(m_connection, "SELECT id, class, body FROM instance WHERE id=?");
     return query.bind(id).step() ? std::optional(rowOf(query)) : std::nullopt;
 }
 
 bool InstanceTable::hasInstances(int64_t cls) {
-    return Statement(m_database, "SELECT 1 FROM instance WHERE class=? LIMIT 1").bind(cls).step();
+    return Statement(m_connection, "SELECT 1 FROM instance WHERE class=? LIMIT 1").bind(cls).step();
 }
 
 int64_t InstanceTable::nextId() {
-    Statement query(m_database, "SELECT max(id) FROM instance");
+    Statement query(m_connection, "SELECT max(id) FROM instance");
     return query.step() ? query.number(0) + 1 : 1;
 }
 
@@ -73,12 +73,13 @@ bool InstanceTable::insert(int64_t ns, int64_t cls, const CIMObjectPath& path,
     int64_t id = 0;
     {
         Statement insert(
-            m_database, "INSERT INTO instance (ns, class, key, path, body) VALUES (?, ?, ?, ?, ?)");
+            m_connection,
+            "INSERT INTO instance (ns, class, key, path, body) VALUES (?, ?, ?, ?, ?)");
         insert.bind(ns).bind(cls).bind(key).bindBlob(pathBytes).bindBlob(body);
         if (!insert.insert()) {
             return false;
         }
-        id = m_database.lastInserted();
+        id = m_connection.lastInserted();
     }
     insertReferences(ns, id, instance);
     return true;
@@ -92,7 +93,7 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
         }
         const String target = targetKey(value.get<CIMObjectPath>());
         const String role = toLower(property.getName());
-        Statement(m_database,
+        Statement(m_connection,
                   "INSERT INTO reference (target, ns, instance, role) VALUES (?, ?, ?, ?)")
             .bind(target)
             .bind(ns)
@@ -104,21 +105,21 @@ void InstanceTable::insertReferences(int64_t ns, int64_t id, const CIMInstance& 
 
 void InstanceTable::update(int64_t ns, int64_t id, const CIMInstance& instance) {
     const String body = StoredForm::of(instance);
-    Statement(m_database, "UPDATE instance SET body=? WHERE id=?").bindBlob(body).bind(id).run();
-    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
+    Statement(m_connection, "UPDATE instance SET body=? WHERE id=?").bindBlob(body).bind(id).run();
+    Statement(m_connection, REMOVE_REFERENCES).bind(id).run();
     insertReferences(ns, id, instance);
 }
 
 void InstanceTable::remove(int64_t id) {
-    Statement(m_database, REMOVE_REFERENCES).bind(id).run();
-    Statement(m_database, "DELETE FROM instance WHERE id=?").bind(id).run();
+    Statement(m_connection, REMOVE_REFERENCES).bind(id).run();
+    Statement(m_connection, "DELETE FROM instance WHERE id=?").bind(id).run();
 }
 
 Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls, int64_t last,
                                                      int64_t end) {
     Array<Blob> portion;
     size_t bytes = 0;
-    Statement query(m_database, portionQuery(column));
+    Statement query(m_connection, portionQuery(column));
     query.bind(cls).bind(last).bind(end);
     while (portion.size() < PORTION_ROWS && bytes < PORTION_BYTES && query.step()) {
         const Codec::Bytes blob = query.blob(1);
@@ -147,7 +148,7 @@ void InstanceTable::forEachRowId(int64_t cls, int64_t end,
 Array<ReferenceRow> InstanceTable::referencesAfter(int64_t ns, const String& target, int64_t end,
                                                    const ReferenceRow& last) {
     Array<ReferenceRow> portion;
-    Statement query(m_database,
+    Statement query(m_connection,
                     "SELECT r.instance, i.class, r.role FROM reference r JOIN instance i "
                     "ON i.id=r.instance WHERE r.target=? AND r.ns=? AND r.instance<? "
                     "AND (r.instance, r.role)>(?, ?) ORDER BY r.instance, r.role");

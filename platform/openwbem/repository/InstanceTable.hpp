@@ -8,7 +8,7 @@
 
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
 
 namespace OpenWBEM {
@@ -28,7 +28,7 @@ struct ReferenceRow {
 
 class InstanceTable {
 public:
-    explicit InstanceTable(Database& database) : m_database(database) {}
+    explicit InstanceTable(Connection& connection) : m_connection(connection) {}
 
     /// `key` is the canonical key of the path.
     std::optional<InstanceRow> find(int64_t ns, const String& key);
@@ -64,7 +64,7 @@ public:
 private:
     void insertReferences(int64_t ns, int64_t id, const CIMInstance& instance);
 
-    Database& m_database;
+    Connection& m_connection;
 };
 
 }  // namespace OpenWBEM

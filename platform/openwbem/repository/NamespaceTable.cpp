@@ -21,7 +21,7 @@ std::optional<NamespaceRow> NamespaceTable::find(const String& ns) {
         return known->second;
     }
     const String name = toLower(ns);
-    Statement query(m_database, "SELECT id, spelling FROM namespace WHERE name=?");
+    Statement query(m_connection, "SELECT id, spelling FROM namespace WHERE name=?");
     if (!query.bind(name).step()) {
         return std::nullopt;
     }
@@ -43,7 +43,7 @@ NamespaceRow NamespaceTable::require(const String& ns) {
 
 StringArray NamespaceTable::spellings() {
     StringArray result;
-    Statement query(m_database, "SELECT spelling FROM namespace ORDER BY id");
+    Statement query(m_connection, "SELECT spelling FROM namespace ORDER BY id");
     while (query.step()) {
         result.emplace_back(query.text(0));
     }
@@ -59,7 +59,7 @@ void NamespaceTable::create(const String& ns) {
                    ns));
     }
     const String name = toLower(ns);
-    Statement insert(m_database, "INSERT INTO namespace (name, spelling) VALUES (?, ?)");
+    Statement insert(m_connection, "INSERT INTO namespace (name, spelling) VALUES (?, ?)");
     if (!insert.bind(name).bind(ns).insert()) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the namespace \"%1\" exists already", ns));
     }
@@ -75,7 +75,7 @@ void NamespaceTable::remove(const String& ns) {
           "DELETE FROM instance WHERE ns=?", "DELETE FROM class_reference WHERE ns=?",
           "DELETE FROM class WHERE ns=?", "DELETE FROM qualifier_type WHERE ns=?",
           "DELETE FROM namespace WHERE id=?"}) {
-        Statement(m_database, sql).bind(row->id).run();
+        Statement(m_connection, sql).bind(row->id).run();
     }
     forget();
 }

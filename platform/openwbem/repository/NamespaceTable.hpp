@@ -6,7 +6,7 @@
 #include <optional>
 #include <unordered_map>
 
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 
 namespace OpenWBEM {
 
@@ -17,7 +17,7 @@ struct NamespaceRow {
 
 class NamespaceTable {
 public:
-    explicit NamespaceTable(Database& database) : m_database(database) {}
+    explicit NamespaceTable(Connection& connection) : m_connection(connection) {}
 
     std::optional<NamespaceRow> find(const String& ns);
     /// Throws CIMException INVALID_NAMESPACE when there is no such namespace.
@@ -32,7 +32,7 @@ public:
     void forget() noexcept { m_known.clear(); }
 
 private:
-    Database& m_database;
+    Connection& m_connection;
     std::unordered_map<String, NamespaceRow> m_known;  // by the name as asked for
 };
 

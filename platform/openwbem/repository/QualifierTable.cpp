@@ -44,7 +44,7 @@ std::shared_ptr<const QualifierTable::Types> QualifierTable::types(int64_t ns) {
         return known->second;
     }
     auto types = std::make_shared<Types>();
-    Statement query(m_database, "SELECT body FROM qualifier_type WHERE ns=? ORDER BY id");
+    Statement query(m_connection, "SELECT body FROM qualifier_type WHERE ns=? ORDER BY id");
     query.bind(ns);
     while (query.step()) {
         types->put(StoredForm::qualifierType(query.blob(0)));
@@ -63,7 +63,7 @@ QualifierTypeLookup QualifierTable::lookup(int64_t ns) {
 void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
     const String name = toLower(type.getName());
     const String body = StoredForm::of(type);
-    Statement insert(m_database,
+    Statement insert(m_connection,
                      "INSERT INTO qualifier_type (ns, name, body) VALUES (?, ?, ?) "
                      "ON CONFLICT (ns, name) DO UPDATE SET body=excluded.body");
     insert.bind(ns).bind(name).bindBlob(body).run();
@@ -87,7 +87,7 @@ QualifierTable::Types* QualifierTable::known(int64_t ns) {
 
 void QualifierTable::remove(int64_t ns, const String& name) {
     const String lower = toLower(name);
-    Statement(m_database, "DELETE FROM qualifier_type WHERE ns=? AND name=?")
+    Statement(m_connection, "DELETE FROM qualifier_type WHERE ns=? AND name=?")
         .bind(ns)
         .bind(lower)
         .run();

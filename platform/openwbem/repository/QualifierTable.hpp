@@ -10,13 +10,13 @@
 #include "openwbem/model/CIMQualifierType.hpp"
 #include "openwbem/model/ClassDerivation.hpp"
 #include "openwbem/model/FoldedMap.hpp"
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 
 namespace OpenWBEM {
 
 class QualifierTable {
 public:
-    explicit QualifierTable(Database& database) : m_database(database) {}
+    explicit QualifierTable(Connection& connection) : m_connection(connection) {}
 
     /// The qualifier types of a namespace, in the order of their creation.
     class Types {
@@ -47,7 +47,7 @@ private:
     /// are not known.
     Types* known(int64_t ns);
 
-    Database& m_database;
+    Connection& m_connection;
     std::unordered_map<int64_t, std::shared_ptr<Types>> m_known;
 };
 

@@ -79,7 +79,7 @@ QualifierUses::Uses& QualifierUses::of(int64_t ns) {
 }
 
 void QualifierUses::readAll(int64_t ns, Uses& uses) {
-    Statement query(m_database, "SELECT name, body FROM class WHERE ns=?");
+    Statement query(m_connection, "SELECT name, body FROM class WHERE ns=?");
     query.bind(ns);
     while (query.step()) {
         const String name(query.text(0));
@@ -89,7 +89,7 @@ void QualifierUses::readAll(int64_t ns, Uses& uses) {
 
 void QualifierUses::readAgain(int64_t ns, const String& className, Uses& uses) {
     remove(className, uses);
-    Statement query(m_database, "SELECT body FROM class WHERE ns=? AND name=?");
+    Statement query(m_connection, "SELECT body FROM class WHERE ns=? AND name=?");
     if (query.bind(ns).bind(className).step()) {
         add(className, StoredForm::cls(query.blob(0)), uses);
     }

@@ -10,7 +10,7 @@
 
 #include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/FoldedMap.hpp"
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 
 namespace OpenWBEM {
 
@@ -20,7 +20,7 @@ void collectQualifiers(const CIMQualifierArray& qualifiers, std::set<String>& na
 
 class QualifierUses {
 public:
-    explicit QualifierUses(Database& database) : m_database(database) {}
+    explicit QualifierUses(Connection& connection) : m_connection(connection) {}
 
     /// The name of the first class of the namespace that has the qualifier as declared, on itself
     /// or on any of its features; empty when none has.
@@ -46,7 +46,7 @@ private:
     static void add(const String& className, const CIMClass& declared, Uses& uses);
     static void remove(const String& className, Uses& uses);
 
-    Database& m_database;
+    Connection& m_connection;
     std::unordered_map<int64_t, Uses> m_known;
 };
 

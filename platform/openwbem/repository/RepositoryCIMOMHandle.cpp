@@ -49,7 +49,7 @@ void RepositoryCIMOMHandle::releaseMemory() {
     store.qualifiers.forget();
     store.classes.forget();
     store.embedded.forget();
-    store.database.releaseMemory();
+    store.connection.releaseMemory();
 }
 
 void RepositoryCIMOMHandle::commit() {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Making a new repository file.
+#include "openwbem/repository/RepositoryCreation.hpp"
+
 #include <sqlite3.h>
 
 #include <cerrno>
@@ -9,7 +9,8 @@
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/CIMRepository.hpp"
 #include "openwbem/repository/CheckedFile.hpp"
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/DatabaseError.hpp"
+#include "openwbem/repository/RepositoryDirectory.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
 #include "openwbem/repository/SchemaCheck.hpp"
 
@@ -84,7 +85,7 @@ private:
 // 2. One transaction writes the tables; a crash leaves that same empty file with or without a
 // journal.
 // 3. The directory is synced: from here on the repository is there for good.
-void Database::create(const String& directory) {
+void createRepository(const String& directory) {
     const RepositoryDirectory opened(directory);
     const String path = directory + "/" + CIMRepository::FILE_NAME;
     NewFile file(opened, path);

@@ -5,8 +5,24 @@
 
 namespace OpenWBEM {
 
+RepositoryStore::RepositoryStore(const String& directory, RepositoryUse use)
+    : connection(directory),
+      unit(connection, use),
+      namespaces(connection),
+      qualifiers(connection),
+      classes(connection, qualifiers),
+      instances(connection),
+      embedded(qualifiers, classes, instances) {
+    if (use == RepositoryUse::SERVED) {
+        log.emplace(connection);
+    } else {
+        WriteAheadLog::mergeLeft(connection);
+        connection.checkFormat();
+    }
+}
+
 void RepositoryStore::refresh() {
-    if (database.hasChangedElsewhere()) {
+    if (unit.hasChangedElsewhere()) {
         namespaces.forget();
         qualifiers.forget();
         classes.forget();
@@ -15,7 +31,7 @@ void RepositoryStore::refresh() {
 }
 
 ReadOperation::ReadOperation(RepositoryStore& store)
-    : m_store(store), m_isOutermost(store.database.beginRead()) {
+    : m_store(store), m_isOutermost(store.unit.beginRead()) {
     try {
         if (m_isOutermost) {
             blocxx::Interruption::check();
@@ -33,7 +49,7 @@ ReadOperation::~ReadOperation() {
 
 void ReadOperation::end() noexcept {
     if (m_isOutermost) {
-        m_store.database.endRead();
+        m_store.unit.endRead();
     }
 }
 
@@ -49,23 +65,23 @@ RepositoryStore& uninterrupted(RepositoryStore& store) {
 
 WriteOperation::WriteOperation(RepositoryStore& store)
     : m_store(uninterrupted(store)),
-      m_void(!store.database.beginWrite()),
-      m_changesBefore(store.database.changes()) {
+      m_void(!store.unit.beginWrite()),
+      m_changesBefore(store.connection.changes()) {
     // Looking for others' changes reads the file, and a long undo list is all void.
-    if (!m_void || store.database.wasRolledBackSinceAsked()) {
+    if (!m_void || store.unit.wasRolledBackSinceAsked()) {
         store.refresh();
     }
 }
 
 WriteOperation::~WriteOperation() {
-    Database& database = m_store.database;
     if (m_done || m_void) {
         return;
     }
-    if (database.changes() != m_changesBefore) {
-        database.rollBack(true);
-    } else if (m_changesBefore == database.changesAtBegin()) {
-        database.rollBack(false);
+    UnitOfWork& unit = m_store.unit;
+    if (m_store.connection.changes() != m_changesBefore) {
+        unit.rollBack(true);
+    } else if (m_changesBefore == unit.changesAtBegin()) {
+        unit.rollBack(false);
     }
 }
 

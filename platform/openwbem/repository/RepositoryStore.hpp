@@ -4,28 +4,26 @@
 #pragma once
 
 #include "openwbem/repository/ClassTable.hpp"
-#include "openwbem/repository/Database.hpp"
 #include "openwbem/repository/EmbeddedObjects.hpp"
 #include "openwbem/repository/InstanceTable.hpp"
 #include "openwbem/repository/NamespaceTable.hpp"
 #include "openwbem/repository/QualifierTable.hpp"
+#include "openwbem/repository/UnitOfWork.hpp"
+#include "openwbem/repository/WriteAheadLog.hpp"
 
 namespace OpenWBEM {
 
 class RepositoryStore {
 public:
-    RepositoryStore(const String& directory, RepositoryUse use)
-        : database(directory, use),
-          namespaces(database),
-          qualifiers(database),
-          classes(database, qualifiers),
-          instances(database),
-          embedded(qualifiers, classes, instances) {}
+    /// Checks the file, and starts its log when it is to be served. Throws CIMException FAILED.
+    RepositoryStore(const String& directory, RepositoryUse use);
 
     /// Forgets what was read before when it may be out of date. Each operation begins with it.
     void refresh();
 
-    Database database;
+    Connection connection;
+    UnitOfWork unit;
+    std::optional<WriteAheadLog> log;  ///< of a file that is served
     NamespaceTable namespaces;
     QualifierTable qualifiers;
     ClassTable classes;

@@ -5,19 +5,19 @@
 
 namespace OpenWBEM {
 
-Statement::Statement(Database& database, const char* sql)
-    : m_database(database), m_sql(sql), m_statement(nullptr) {
-    auto& idle = database.m_idle[sql];
+Statement::Statement(Connection& connection, const char* sql)
+    : m_connection(connection), m_sql(sql), m_statement(nullptr) {
+    auto& idle = connection.m_idle[sql];
     if (idle != nullptr) {
         m_statement = std::exchange(idle, nullptr);
     } else {
-        m_statement = database.prepare(sql, SQLITE_PREPARE_PERSISTENT);
+        m_statement = connection.prepare(sql);
     }
 }
 
 Statement::~Statement() {
     sqlite3_reset(m_statement);
-    auto& idle = m_database.m_idle[m_sql];
+    auto& idle = m_connection.m_idle[m_sql];
     if (idle == nullptr) {
         idle = m_statement;
     } else {
@@ -27,7 +27,7 @@ Statement::~Statement() {
 
 Statement& Statement::bind(int64_t value) {
     if (const int rc = sqlite3_bind_int64(m_statement, ++m_bound, value); rc != SQLITE_OK) {
-        m_database.fail(rc, "used");
+        m_connection.fail(rc, "used");
     }
     return *this;
 }
@@ -38,7 +38,7 @@ Statement& Statement::bind(std::string_view text) {
     const int rc =
         sqlite3_bind_text64(m_statement, ++m_bound, data, text.size(), SQLITE_STATIC, SQLITE_UTF8);
     if (rc != SQLITE_OK) {
-        m_database.fail(rc, "used");
+        m_connection.fail(rc, "used");
     }
     return *this;
 }
@@ -47,7 +47,7 @@ Statement& Statement::bindBlob(std::string_view bytes) {
     const char* data = bytes.empty() ? "" : bytes.data();
     const int rc = sqlite3_bind_blob64(m_statement, ++m_bound, data, bytes.size(), SQLITE_STATIC);
     if (rc != SQLITE_OK) {
-        m_database.fail(rc, "used");
+        m_connection.fail(rc, "used");
     }
     return *this;
 }
@@ -60,7 +60,7 @@ bool Statement::step() {
     const bool reading = sqlite3_stmt_readonly(m_statement) != 0;
     // Before a rollback all statements must have ended.
     sqlite3_reset(m_statement);
-    m_database.fail(rc, reading ? "read" : "written");
+    m_connection.fail(rc, reading ? "read" : "written");
 }
 
 void Statement::run() {
@@ -76,7 +76,7 @@ bool Statement::insert() {
     }
     if (rc != SQLITE_DONE) {
         sqlite3_reset(m_statement);
-        m_database.fail(rc, "written");
+        m_connection.fail(rc, "written");
     }
     return true;
 }

@@ -9,14 +9,14 @@
 #include <span>
 #include <string_view>
 
-#include "openwbem/repository/Database.hpp"
+#include "openwbem/repository/Connection.hpp"
 
 namespace OpenWBEM {
 
 class Statement {
 public:
     /// `sql` is a string literal: its address is what finds the prepared form again.
-    Statement(Database& database, const char* sql);
+    Statement(Connection& connection, const char* sql);
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -38,7 +38,7 @@ public:
     std::span<const std::byte> blob(int column) const noexcept;
 
 private:
-    Database& m_database;
+    Connection& m_connection;
     const char* m_sql;
     sqlite3_stmt* m_statement;
     int m_bound = 0;

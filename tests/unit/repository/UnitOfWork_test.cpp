@@ -94,13 +94,13 @@ TEST_F(UnitOfWork, IsNotHeldWhileSomebodyReadsNorTwice) {
     prepare();
     OpenRepository reader(m_directory.path());
     OpenRepository holder(m_directory.path());
-    auto& database = reader.repository().store().database;
-    ASSERT_TRUE(database.beginRead());
+    auto& unit = reader.repository().store().unit;
+    ASSERT_TRUE(unit.beginRead());
     reader->enumClassNamesA("test", "");
     String message;
     EXPECT_EQ(CIMException::FAILED, statusOf([&] { holder.repository().hold(); }, &message));
     EXPECT_THAT(message, HasSubstr("another process holds the repository"));
-    database.endRead();
+    unit.endRead();
     holder.repository().hold();
     EXPECT_EQ(CIMException::FAILED, statusOf([&] { holder.repository().hold(); }, &message));
     EXPECT_THAT(message, HasSubstr("a unit of work is open already"));
