@@ -133,7 +133,7 @@ const char* unfitness(const String& directory, const String& file) {
 }
 
 void raiseForUnfit(const String& directory, const String& file) {
-    for (const char* ending : {"", "-journal", "-wal", "-changes"}) {
+    for (const char* ending : {"", "-journal", "-wal"}) {
         if (const char* reason = unfitness(directory, file + ending)) {
             OPENWBEM_THROW_CIM(FAILED, Format("\"%1\" %2, so that the repository is not opened: "
                                               "neither fennik nor owcimomd has made it, and "
