@@ -12,24 +12,23 @@ class Operations::Arguments {
 public:
     /// Throws CIMException INVALID_PARAMETER for more or longer names than Operations allows.
     explicit Arguments(wire::Request::Reader request);
+    Arguments(const Arguments&) = delete;
+    Arguments& operator=(const Arguments&) = delete;
 
     CIMClass cls() const;
     CIMInstance instance() const;
     CIMObjectPath path() const;
     CIMQualifierType qualifierType() const;
-    const StringArray* list() const { return m_list ? &*m_list : nullptr; }
 
     String ns;
     String name;
     EDeepFlag deep;
-    ELocalOnlyFlag localOnly;
-    EIncludeQualifiersFlag qualifiers;
-    EIncludeClassOriginFlag classOrigin;
+    WantedParts wanted;
     AssociationFilter filter;
 
 private:
     Codec::Bytes m_object;  // in the request
-    std::optional<StringArray> m_list;
+    StringArray m_list;     // what `wanted` refers to
 };
 
 }  // namespace OwCimomd

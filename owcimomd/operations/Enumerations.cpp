@@ -51,8 +51,7 @@ std::unique_ptr<EncodedEnumeration> encoded(EnumerationPtr<CIMQualifierType> typ
 }  // namespace
 
 Operations::Results Operations::enumClasses(const Arguments& a) {
-    return encoded(
-        m_handle.openClasses(a.ns, a.name, a.deep, a.localOnly, a.qualifiers, a.classOrigin));
+    return encoded(m_handle.openClasses(a.ns, a.name, a.deep, a.wanted));
 }
 
 Operations::Results Operations::enumClassNames(const Arguments& a) {
@@ -61,12 +60,9 @@ Operations::Results Operations::enumClassNames(const Arguments& a) {
 
 Operations::Results Operations::enumInstances(const Arguments& a) {
     if (NamespaceInstances::serves(a.ns, a.name)) {
-        return encoded(m_namespaces.openInstances(
-            a.localOnly == E_LOCAL_ONLY, a.qualifiers == E_INCLUDE_QUALIFIERS,
-            a.classOrigin == E_INCLUDE_CLASS_ORIGIN, a.list()));
+        return encoded(m_namespaces.openInstances(a.wanted));
     }
-    return encoded(m_handle.openInstances(a.ns, a.name, a.deep, a.localOnly, a.qualifiers,
-                                          a.classOrigin, a.list()));
+    return encoded(m_handle.openInstances(a.ns, a.name, a.deep, a.wanted));
 }
 
 Operations::Results Operations::enumInstanceNames(const Arguments& a) {
@@ -89,8 +85,7 @@ CIMObjectPath Operations::source(const Arguments& a) {
 }
 
 Operations::Results Operations::associators(const Arguments& a) {
-    return encoded(
-        m_handle.openAssociators(a.ns, source(a), a.filter, a.qualifiers, a.classOrigin, a.list()));
+    return encoded(m_handle.openAssociators(a.ns, source(a), a.filter, a.wanted));
 }
 
 Operations::Results Operations::associatorNames(const Arguments& a) {
@@ -98,8 +93,7 @@ Operations::Results Operations::associatorNames(const Arguments& a) {
 }
 
 Operations::Results Operations::references(const Arguments& a) {
-    return encoded(
-        m_handle.openReferences(a.ns, source(a), a.filter, a.qualifiers, a.classOrigin, a.list()));
+    return encoded(m_handle.openReferences(a.ns, source(a), a.filter, a.wanted));
 }
 
 Operations::Results Operations::referenceNames(const Arguments& a) {
@@ -107,13 +101,11 @@ Operations::Results Operations::referenceNames(const Arguments& a) {
 }
 
 Operations::Results Operations::associatorsClasses(const Arguments& a) {
-    return encoded(m_handle.openAssociatorsClasses(a.ns, a.path(), a.filter, a.qualifiers,
-                                                   a.classOrigin, a.list()));
+    return encoded(m_handle.openAssociatorsClasses(a.ns, a.path(), a.filter, a.wanted));
 }
 
 Operations::Results Operations::referencesClasses(const Arguments& a) {
-    return encoded(m_handle.openReferencesClasses(a.ns, a.path(), a.filter, a.qualifiers,
-                                                  a.classOrigin, a.list()));
+    return encoded(m_handle.openReferencesClasses(a.ns, a.path(), a.filter, a.wanted));
 }
 
 }  // namespace OwCimomd

@@ -109,13 +109,9 @@ Array<CIMInstance> NamespaceInstances::all(const CIMClass& cls) {
     return instances;
 }
 
-EnumerationPtr<CIMInstance> NamespaceInstances::openInstances(bool localOnly,
-                                                              bool includeQualifiers,
-                                                              bool includeClassOrigin,
-                                                              const StringArray* propertyList) {
+EnumerationPtr<CIMInstance> NamespaceInstances::openInstances(const WantedParts& wanted) {
     const CIMClass cls = requireClass();
-    const ModelSupport::ObjectFilter filter(localOnly, includeQualifiers, includeClassOrigin,
-                                            propertyList);
+    const ModelSupport::ObjectFilter filter(wanted);
     Array<CIMInstance> instances = all(cls);
     for (CIMInstance& instance : instances) {
         instance = cut(instance, cls, filter);
@@ -131,20 +127,16 @@ EnumerationPtr<CIMObjectPath> NamespaceInstances::openInstanceNames() {
     return std::make_unique<OnePortion<CIMObjectPath>>(std::move(paths));
 }
 
-CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, bool localOnly,
-                                            bool includeQualifiers, bool includeClassOrigin,
-                                            const StringArray* propertyList) {
+CIMInstance NamespaceInstances::getInstance(const CIMObjectPath& path, const WantedParts& wanted) {
     const CIMClass cls = requireClass();
-    CIMObjectPath wanted = path;
-    wanted.setHost(String()).setNameSpace(Layout::INTEROP_NS).syncWithClass(cls);
+    CIMObjectPath own = path;
+    own.setHost(String()).setNameSpace(Layout::INTEROP_NS).syncWithClass(cls);
     for (const CIMInstance& instance : all(cls)) {
-        if (CIMObjectPath(Layout::INTEROP_NS, instance) == wanted) {
-            return cut(instance, cls,
-                       ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin,
-                                                  propertyList));
+        if (CIMObjectPath(Layout::INTEROP_NS, instance) == own) {
+            return cut(instance, cls, wanted);
         }
     }
-    OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", wanted.modelPath()));
+    OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no instance %1", own.modelPath()));
 }
 
 CIMObjectPath NamespaceInstances::createInstance(const CIMInstance& instance) {

@@ -19,13 +19,10 @@ public:
     /// Whether this class answers operations on instances of `className` in `ns`.
     static bool serves(const String& ns, const String& className);
 
-    EnumerationPtr<CIMInstance> openInstances(bool localOnly, bool includeQualifiers,
-                                              bool includeClassOrigin,
-                                              const StringArray* propertyList);
+    EnumerationPtr<CIMInstance> openInstances(const WantedParts& wanted);
     EnumerationPtr<CIMObjectPath> openInstanceNames();
     /// Throws CIMException NOT_FOUND.
-    CIMInstance getInstance(const CIMObjectPath& path, bool localOnly, bool includeQualifiers,
-                            bool includeClassOrigin, const StringArray* propertyList);
+    CIMInstance getInstance(const CIMObjectPath& path, const WantedParts& wanted);
     /// Creates the namespace of its key "Name". Throws CIMException ALREADY_EXISTS, or
     /// INVALID_PARAMETER when the other keys are not those of this object manager.
     CIMObjectPath createInstance(const CIMInstance& instance);

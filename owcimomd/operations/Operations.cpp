@@ -112,10 +112,9 @@ Operations::Arguments::Arguments(wire::Request::Reader request)
     : ns(nameOf(request.getNameSpace())),
       name(nameOf(request.getName())),
       deep(request.getDeep() ? E_DEEP : E_SHALLOW),
-      localOnly(request.getLocalOnly() ? E_LOCAL_ONLY : E_NOT_LOCAL_ONLY),
-      qualifiers(request.getIncludeQualifiers() ? E_INCLUDE_QUALIFIERS : E_EXCLUDE_QUALIFIERS),
-      classOrigin(request.getIncludeClassOrigin() ? E_INCLUDE_CLASS_ORIGIN
-                                                  : E_EXCLUDE_CLASS_ORIGIN),
+      wanted{request.getLocalOnly() ? E_LOCAL_ONLY : E_NOT_LOCAL_ONLY,
+             request.getIncludeQualifiers() ? E_INCLUDE_QUALIFIERS : E_EXCLUDE_QUALIFIERS,
+             request.getIncludeClassOrigin() ? E_INCLUDE_CLASS_ORIGIN : E_EXCLUDE_CLASS_ORIGIN},
       filter{nameOf(request.getAssocClass()), nameOf(request.getResultClass()),
              nameOf(request.getRole()), nameOf(request.getResultRole())} {
     m_object = bytesOf(request.getObject());
@@ -126,10 +125,10 @@ Operations::Arguments::Arguments(wire::Request::Reader request)
                 INVALID_PARAMETER,
                 blocxx::Format("the property list has more than %1 names", Operations::MAX_LISTED));
         }
-        m_list.emplace();
         for (const auto property : list) {
-            m_list->push_back(nameOf(property));
+            m_list.push_back(nameOf(property));
         }
+        wanted.propertyList = &m_list;
     }
 }
 
@@ -290,8 +289,9 @@ void Operations::sync(const User& user) {
 }
 
 String Operations::getClass(const Arguments& a) {
-    return Codec::encodeView(
-        m_handle.getClass(a.ns, a.name, a.localOnly, a.qualifiers, a.classOrigin, a.list()));
+    return Codec::encodeView(m_handle.getClass(a.ns, a.name, a.wanted.localOnly,
+                                               a.wanted.qualifiers, a.wanted.classOrigin,
+                                               a.wanted.propertyList));
 }
 
 String Operations::createClass(const Arguments& a) {
@@ -312,12 +312,11 @@ String Operations::deleteClass(const Arguments& a) {
 String Operations::getInstance(const Arguments& a) {
     const CIMObjectPath path = a.path();
     if (NamespaceInstances::serves(a.ns, path.getClassName())) {
-        return Codec::encodeView(m_namespaces.getInstance(
-            path, a.localOnly == E_LOCAL_ONLY, a.qualifiers == E_INCLUDE_QUALIFIERS,
-            a.classOrigin == E_INCLUDE_CLASS_ORIGIN, a.list()));
+        return Codec::encodeView(m_namespaces.getInstance(path, a.wanted));
     }
-    return Codec::encodeView(
-        m_handle.getInstance(a.ns, path, a.localOnly, a.qualifiers, a.classOrigin, a.list()));
+    return Codec::encodeView(m_handle.getInstance(a.ns, path, a.wanted.localOnly,
+                                                  a.wanted.qualifiers, a.wanted.classOrigin,
+                                                  a.wanted.propertyList));
 }
 
 String Operations::createInstance(const Arguments& a) {
@@ -333,7 +332,7 @@ String Operations::modifyInstance(const Arguments& a) {
     if (NamespaceInstances::serves(a.ns, instance.getClassName())) {
         NamespaceInstances::refuseChange("changed");
     }
-    m_handle.modifyInstance(a.ns, instance, a.qualifiers, a.list());
+    m_handle.modifyInstance(a.ns, instance, a.wanted.qualifiers, a.wanted.propertyList);
     return {};
 }
 

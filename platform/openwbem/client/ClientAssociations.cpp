@@ -10,20 +10,11 @@ using wire::Operation;
 namespace {
 
 ClientCall makeCall(Operation operation, const String& ns, const CIMObjectPath& path,
-                    const AssociationFilter& filter) {
+                    const AssociationFilter& filter, const WantedParts& wanted = {}) {
     ClientCall call{operation, ns};
     call.object = encodeArgument([&] { return Codec::encode(path); });
     call.filter = &filter;
-    return call;
-}
-
-ClientCall makeCall(Operation operation, const String& ns, const CIMObjectPath& path,
-                    const AssociationFilter& filter, EIncludeQualifiersFlag includeQualifiers,
-                    EIncludeClassOriginFlag includeClassOrigin, const StringArray* propertyList) {
-    ClientCall call = makeCall(operation, ns, path, filter);
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.includeClassOrigin = includeClassOrigin == E_INCLUDE_CLASS_ORIGIN;
-    call.propertyList = propertyList;
+    call.wanted = wanted;
     return call;
 }
 
@@ -35,8 +26,8 @@ void ClientCIMOMHandle::associators(const String& ns, const CIMObjectPath& path,
                                     EIncludeQualifiersFlag includeQualifiers,
                                     EIncludeClassOriginFlag includeClassOrigin,
                                     const StringArray* propertyList) {
-    enumerate(makeCall(Operation::ASSOCIATORS, ns, path, filter, includeQualifiers,
-                       includeClassOrigin, propertyList),
+    enumerate(makeCall(Operation::ASSOCIATORS, ns, path, filter,
+                       {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
               result, Codec::decodeInstanceView);
 }
 
@@ -53,8 +44,8 @@ void ClientCIMOMHandle::references(const String& ns, const CIMObjectPath& path,
                                    EIncludeQualifiersFlag includeQualifiers,
                                    EIncludeClassOriginFlag includeClassOrigin,
                                    const StringArray* propertyList) {
-    enumerate(makeCall(Operation::REFERENCES, ns, path, filter, includeQualifiers,
-                       includeClassOrigin, propertyList),
+    enumerate(makeCall(Operation::REFERENCES, ns, path, filter,
+                       {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
               result, Codec::decodeInstanceView);
 }
 
@@ -71,8 +62,8 @@ void ClientCIMOMHandle::associatorsClasses(const String& ns, const CIMObjectPath
                                            EIncludeQualifiersFlag includeQualifiers,
                                            EIncludeClassOriginFlag includeClassOrigin,
                                            const StringArray* propertyList) {
-    enumerate(makeCall(Operation::ASSOCIATORS_CLASSES, ns, path, filter, includeQualifiers,
-                       includeClassOrigin, propertyList),
+    enumerate(makeCall(Operation::ASSOCIATORS_CLASSES, ns, path, filter,
+                       {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
               result, Codec::decodeClass);
 }
 
@@ -82,8 +73,8 @@ void ClientCIMOMHandle::referencesClasses(const String& ns, const CIMObjectPath&
                                           EIncludeQualifiersFlag includeQualifiers,
                                           EIncludeClassOriginFlag includeClassOrigin,
                                           const StringArray* propertyList) {
-    enumerate(makeCall(Operation::REFERENCES_CLASSES, ns, path, filter, includeQualifiers,
-                       includeClassOrigin, propertyList),
+    enumerate(makeCall(Operation::REFERENCES_CLASSES, ns, path, filter,
+                       {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
               result, Codec::decodeClass);
 }
 

@@ -15,9 +15,7 @@ void ClientCIMOMHandle::enumClass(const String& ns, const String& className,
                                   EIncludeClassOriginFlag includeClassOrigin) {
     ClientCall call{Operation::ENUM_CLASSES, ns, &className};
     call.deep = deep == E_DEEP;
-    call.localOnly = localOnly == E_LOCAL_ONLY;
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.includeClassOrigin = includeClassOrigin == E_INCLUDE_CLASS_ORIGIN;
+    call.wanted = {localOnly, includeQualifiers, includeClassOrigin};
     enumerate(call, result, Codec::decodeClass);
 }
 
@@ -36,10 +34,7 @@ CIMClass ClientCIMOMHandle::getClass(const String& ns, const String& className,
                                      EIncludeClassOriginFlag includeClassOrigin,
                                      const StringArray* propertyList) {
     ClientCall call{Operation::GET_CLASS, ns, &className};
-    call.localOnly = localOnly == E_LOCAL_ONLY;
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.includeClassOrigin = includeClassOrigin == E_INCLUDE_CLASS_ORIGIN;
-    call.propertyList = propertyList;
+    call.wanted = {localOnly, includeQualifiers, includeClassOrigin, propertyList};
     const String answer = carryOut(call);
     return decodeResult([&] { return Codec::decodeClass(bytesOf(answer)); });
 }

@@ -34,14 +34,14 @@ void fill(wire::Request::Builder out, const ClientCall& call) {
         out.setObject(bytesOf(call.object));
     }
     out.setDeep(call.deep);
-    out.setLocalOnly(call.localOnly);
-    out.setIncludeQualifiers(call.includeQualifiers);
-    out.setIncludeClassOrigin(call.includeClassOrigin);
-    if (call.propertyList != nullptr) {
+    out.setLocalOnly(call.wanted.localOnly == E_LOCAL_ONLY);
+    out.setIncludeQualifiers(call.wanted.qualifiers == E_INCLUDE_QUALIFIERS);
+    out.setIncludeClassOrigin(call.wanted.classOrigin == E_INCLUDE_CLASS_ORIGIN);
+    if (const StringArray* names = call.wanted.propertyList) {
         out.setHasPropertyList(true);
-        auto list = out.initPropertyList(static_cast<unsigned>(call.propertyList->size()));
+        auto list = out.initPropertyList(static_cast<unsigned>(names->size()));
         for (unsigned i = 0; i < list.size(); ++i) {
-            list.set(i, (*call.propertyList)[i]);
+            list.set(i, (*names)[i]);
         }
     }
     if (call.filter != nullptr) {

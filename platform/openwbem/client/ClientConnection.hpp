@@ -24,10 +24,7 @@ struct ClientCall {
     const String* name = nullptr;
     String object{};
     bool deep = false;
-    bool localOnly = false;
-    bool includeQualifiers = false;
-    bool includeClassOrigin = false;
-    const StringArray* propertyList = nullptr;
+    WantedParts wanted{};
     const AssociationFilter* filter = nullptr;
 };
 

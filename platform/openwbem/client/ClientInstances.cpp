@@ -16,10 +16,7 @@ void ClientCIMOMHandle::enumInstances(const String& ns, const String& className,
                                       const StringArray* propertyList) {
     ClientCall call{Operation::ENUM_INSTANCES, ns, &className};
     call.deep = deep == E_DEEP;
-    call.localOnly = localOnly == E_LOCAL_ONLY;
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.includeClassOrigin = includeClassOrigin == E_INCLUDE_CLASS_ORIGIN;
-    call.propertyList = propertyList;
+    call.wanted = {localOnly, includeQualifiers, includeClassOrigin, propertyList};
     enumerate(call, result, Codec::decodeInstanceView);
 }
 
@@ -35,10 +32,7 @@ CIMInstance ClientCIMOMHandle::getInstance(const String& ns, const CIMObjectPath
                                            const StringArray* propertyList) {
     ClientCall call{Operation::GET_INSTANCE, ns};
     call.object = encodeArgument([&] { return Codec::encode(path); });
-    call.localOnly = localOnly == E_LOCAL_ONLY;
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.includeClassOrigin = includeClassOrigin == E_INCLUDE_CLASS_ORIGIN;
-    call.propertyList = propertyList;
+    call.wanted = {localOnly, includeQualifiers, includeClassOrigin, propertyList};
     const String answer = carryOut(call);
     return decodeResult([&] { return Codec::decodeInstanceView(bytesOf(answer)); });
 }
@@ -55,8 +49,8 @@ void ClientCIMOMHandle::modifyInstance(const String& ns, const CIMInstance& inst
                                        const StringArray* propertyList) {
     ClientCall call{Operation::MODIFY_INSTANCE, ns};
     call.object = encodeArgument([&] { return Codec::encodeView(instance); });
-    call.includeQualifiers = includeQualifiers == E_INCLUDE_QUALIFIERS;
-    call.propertyList = propertyList;
+    call.wanted.qualifiers = includeQualifiers;
+    call.wanted.propertyList = propertyList;
     carryOut(call);
 }
 

@@ -142,12 +142,6 @@ CIMInstance CIMClass::newInstance() const {
     return CIMInstance(getName()).setProperties(std::move(properties));
 }
 
-CIMClass CIMClass::filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                          const StringArray* propertyList) const {
-    return filter(
-        ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin, propertyList));
-}
-
 CIMClass CIMClass::filter(const ModelSupport::ObjectFilter& cut) const {
     if (!m_rep || cut.keepsAll()) {
         return *this;

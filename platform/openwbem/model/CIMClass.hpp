@@ -48,11 +48,7 @@ public:
     /// An instance with every property of the class, its default or null, without qualifiers.
     CIMInstance newInstance() const;
 
-    /// A copy cut down as DSP0200 5.3.2.1 says: `localOnly` drops propagated features and
-    /// qualifiers, the other two drop qualifiers and class origins when false; of a non-null
-    /// `propertyList` only the properties named there stay.
-    CIMClass filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                    const StringArray* propertyList = nullptr) const;
+    /// A copy with the wanted parts only.
     CIMClass filter(const ModelSupport::ObjectFilter& cut) const;
 
     /// For ClassDerivation: notes, until this class is changed, that it is what derivation from

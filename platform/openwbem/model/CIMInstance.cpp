@@ -96,12 +96,6 @@ CIMPropertyArray CIMInstance::getKeys() const {
     return keys;
 }
 
-CIMInstance CIMInstance::filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                                const StringArray* propertyList) const {
-    return filter(
-        ModelSupport::ObjectFilter(localOnly, includeQualifiers, includeClassOrigin, propertyList));
-}
-
 CIMInstance CIMInstance::filter(const ModelSupport::ObjectFilter& cut) const {
     if (!m_rep || cut.keepsAll()) {
         return *this;

@@ -39,9 +39,7 @@ public:
     /// The properties that are marked as keys.
     CIMPropertyArray getKeys() const;
 
-    /// A copy cut down as DSP0200 5.3.2.2 says.
-    CIMInstance filter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                       const StringArray* propertyList = nullptr) const;
+    /// A copy with the wanted parts only.
     CIMInstance filter(const ModelSupport::ObjectFilter& cut) const;
 
     explicit operator bool() const noexcept;

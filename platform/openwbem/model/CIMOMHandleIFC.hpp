@@ -12,17 +12,9 @@
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/CIMQualifierType.hpp"
 #include "openwbem/model/ResultHandlerIFC.hpp"
+#include "openwbem/model/WantedParts.hpp"
 
 namespace OpenWBEM {
-
-namespace WBEMFlags {
-enum ELocalOnlyFlag { E_NOT_LOCAL_ONLY, E_LOCAL_ONLY };
-enum EDeepFlag { E_SHALLOW, E_DEEP };
-enum EIncludeQualifiersFlag { E_EXCLUDE_QUALIFIERS, E_INCLUDE_QUALIFIERS };
-enum EIncludeClassOriginFlag { E_EXCLUDE_CLASS_ORIGIN, E_INCLUDE_CLASS_ORIGIN };
-}  // namespace WBEMFlags
-
-using namespace WBEMFlags;  // NOLINT(google-build-using-namespace): part of every signature below
 
 /// What associators() and references() look for (DSP0200 5.3.2.17 to 5.3.2.20); an empty text is no
 /// filter. References use resultClass and role only.

@@ -1,26 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The cut that getClass and getInstance make for their callers.
 #include "openwbem/model/ObjectFilter.hpp"
 
 namespace OpenWBEM::ModelSupport {
 
-ObjectFilter::ObjectFilter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                           const StringArray* propertyList)
-    : m_localOnly(localOnly),
-      m_includeQualifiers(includeQualifiers),
-      m_includeClassOrigin(includeClassOrigin),
-      m_hasList(propertyList != nullptr) {
-    if (m_hasList) {
-        for (const String& name : *propertyList) {
-            m_list.insert(blocxx::toLower(name));
+ObjectFilter::ObjectFilter(const WantedParts& wanted)
+    : m_localOnly(wanted.localOnly == E_LOCAL_ONLY),
+      m_qualifiers(wanted.qualifiers == E_INCLUDE_QUALIFIERS),
+      m_classOrigin(wanted.classOrigin == E_INCLUDE_CLASS_ORIGIN) {
+    if (wanted.propertyList != nullptr) {
+        m_listed.emplace();
+        for (const String& name : *wanted.propertyList) {
+            m_listed->insert(blocxx::toLower(name));
         }
     }
 }
 
 CIMQualifierArray ObjectFilter::qualifiers(const CIMQualifierArray& all) const {
     CIMQualifierArray kept;
-    if (!m_includeQualifiers) {
+    if (!m_qualifiers) {
         return kept;
     }
     if (!m_localOnly) {
@@ -35,7 +32,7 @@ CIMQualifierArray ObjectFilter::qualifiers(const CIMQualifierArray& all) const {
 }
 
 bool ObjectFilter::isListed(const CIMProperty& property) const {
-    return !m_hasList || m_list.count(blocxx::toLower(property.getName())) != 0;
+    return !m_listed || m_listed->contains(blocxx::toLower(property.getName()));
 }
 
 CIMPropertyArray ObjectFilter::properties(const CIMPropertyArray& all) const {
@@ -49,7 +46,7 @@ CIMPropertyArray ObjectFilter::properties(const CIMPropertyArray& all) const {
         if (cutsQualifiers() && !property.getQualifiers().empty()) {
             kept.back().setQualifiers(qualifiers(property.getQualifiers()));
         }
-        if (!m_includeClassOrigin && !property.getClassOrigin().empty()) {
+        if (!m_classOrigin && !property.getClassOrigin().empty()) {
             kept.back().setClassOrigin(String());
         }
     }
@@ -58,7 +55,7 @@ CIMPropertyArray ObjectFilter::properties(const CIMPropertyArray& all) const {
 
 CIMMethod ObjectFilter::method(const CIMMethod& whole) const {
     CIMMethod kept = whole;
-    if (!m_includeClassOrigin && !whole.getClassOrigin().empty()) {
+    if (!m_classOrigin && !whole.getClassOrigin().empty()) {
         kept.setClassOrigin(String());
     }
     if (!cutsQualifiers()) {

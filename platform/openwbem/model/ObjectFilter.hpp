@@ -1,26 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The cut that getClass and getInstance make for their callers (DSP0200 5.3.2.1, 5.3.2.2), and
-// small helpers on properties and types that classes and instances share. For the model's own
-// sources, and for those who cut many objects in the same way: a filter is made once for all.
+// The cut that leaves the wanted parts of an object, made once for many of them; and small helpers
+// on properties and types that classes and instances share.
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <unordered_set>
 
 #include "openwbem/model/CIMMethod.hpp"
 #include "openwbem/model/CIMProperty.hpp"
+#include "openwbem/model/WantedParts.hpp"
 
 namespace OpenWBEM::ModelSupport {
 
 class ObjectFilter {
 public:
-    ObjectFilter(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                 const StringArray* propertyList);
+    ObjectFilter(const WantedParts& wanted);  // NOLINT(google-explicit-constructor): its cut
 
-    bool keepsAll() const noexcept {
-        return !m_localOnly && m_includeQualifiers && m_includeClassOrigin && !m_hasList;
-    }
+    bool keepsAll() const noexcept { return !cutsQualifiers() && m_classOrigin && !m_listed; }
     CIMQualifierArray qualifiers(const CIMQualifierArray& all) const;
     CIMPropertyArray properties(const CIMPropertyArray& all) const;
     CIMMethodArray methods(const CIMMethodArray& all) const;
@@ -28,13 +26,12 @@ public:
 private:
     bool isListed(const CIMProperty& property) const;
     CIMMethod method(const CIMMethod& whole) const;
-    bool cutsQualifiers() const noexcept { return m_localOnly || !m_includeQualifiers; }
+    bool cutsQualifiers() const noexcept { return m_localOnly || !m_qualifiers; }
 
     bool m_localOnly;
-    bool m_includeQualifiers;
-    bool m_includeClassOrigin;
-    bool m_hasList;
-    std::unordered_set<String> m_list;  // in lower case
+    bool m_qualifiers;
+    bool m_classOrigin;
+    std::optional<std::unordered_set<String>> m_listed;  // in lower case
 };
 
 /// The property as an instance holds it.

@@ -4,6 +4,7 @@
 // 5.3.2.28), in portions.
 #include <algorithm>
 
+#include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
@@ -33,28 +34,21 @@ Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& classN
     return all;
 }
 
-struct ClassForm {
-    bool localOnly;
-    bool includeQualifiers;
-    bool includeClassOrigin;
-};
-
 class ClassEnumeration : public Enumeration<CIMClass> {
 public:
     ClassEnumeration(RepositoryStore& store, const String& ns, const String& className,
-                     EDeepFlag deep, ClassForm form)
+                     EDeepFlag deep, const WantedParts& wanted)
         : m_store(store),
           m_ns(store.namespaces.require(ns).id),
           m_names(select(store, m_ns, className, deep)),
-          m_form(form) {}
+          m_filter(wanted) {}
 
     bool next(CIMClassResultHandlerIFC& result) override {
         const size_t end = std::min(m_names.size(), m_at + CLASSES_IN_PORTION);
         for (; m_at < end; ++m_at) {
             // Somebody may have deleted it.
             if (const auto found = m_store.classes.find(m_ns, m_names[m_at].spelling)) {
-                result.handle(found->cls.filter(m_form.localOnly, m_form.includeQualifiers,
-                                                m_form.includeClassOrigin));
+                result.handle(found->cls.filter(m_filter));
             }
         }
         return m_at < m_names.size();
@@ -64,7 +58,7 @@ private:
     RepositoryStore& m_store;
     int64_t m_ns;
     Array<ClassName> m_names;
-    ClassForm m_form;
+    ModelSupport::ObjectFilter m_filter;
     size_t m_at = 0;
 };
 
@@ -106,13 +100,11 @@ private:
 
 }  // namespace
 
-EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openClasses(
-    const String& ns, const String& className, EDeepFlag deep, ELocalOnlyFlag localOnly,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin) {
-    const ClassForm form{localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                         includeClassOrigin == E_INCLUDE_CLASS_ORIGIN};
+EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openClasses(const String& ns,
+                                                            const String& className, EDeepFlag deep,
+                                                            const WantedParts& wanted) {
     const ReadOperation operation(m_repository->store());
-    return std::make_unique<ClassEnumeration>(operation.store(), ns, className, deep, form);
+    return std::make_unique<ClassEnumeration>(operation.store(), ns, className, deep, wanted);
 }
 
 EnumerationPtr<String> RepositoryCIMOMHandle::openClassNames(const String& ns,
@@ -136,7 +128,7 @@ void RepositoryCIMOMHandle::enumClass(const String& ns, const String& className,
                                       ELocalOnlyFlag localOnly,
                                       EIncludeQualifiersFlag includeQualifiers,
                                       EIncludeClassOriginFlag includeClassOrigin) {
-    exhaust(openClasses(ns, className, deep, localOnly, includeQualifiers, includeClassOrigin),
+    exhaust(openClasses(ns, className, deep, {localOnly, includeQualifiers, includeClassOrigin}),
             result);
 }
 

@@ -62,8 +62,8 @@ private:
 class InstanceEnumeration : public Enumeration<CIMInstance> {
 public:
     InstanceEnumeration(RepositoryStore& store, const String& ns, const String& className,
-                        EDeepFlag deep, InstanceForm form)
-        : m_walk(store, ns, className), m_form(std::move(form)) {
+                        EDeepFlag deep, const WantedParts& wanted)
+        : m_walk(store, ns, className), m_form(wanted) {
         if (deep != E_DEEP) {
             m_form.setOnlyPropertiesOf(m_walk.topClass());
         }
@@ -110,15 +110,12 @@ private:
 
 }  // namespace
 
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openInstances(
-    const String& ns, const String& className, EDeepFlag deep, ELocalOnlyFlag localOnly,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-    const StringArray* propertyList) {
-    InstanceForm form(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                      includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList);
+EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openInstances(const String& ns,
+                                                                 const String& className,
+                                                                 EDeepFlag deep,
+                                                                 const WantedParts& wanted) {
     const ReadOperation operation(m_repository->store());
-    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep,
-                                                 std::move(form));
+    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep, wanted);
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openInstanceNames(const String& ns,
@@ -133,8 +130,8 @@ void RepositoryCIMOMHandle::enumInstances(const String& ns, const String& classN
                                           EIncludeQualifiersFlag includeQualifiers,
                                           EIncludeClassOriginFlag includeClassOrigin,
                                           const StringArray* propertyList) {
-    exhaust(openInstances(ns, className, deep, localOnly, includeQualifiers, includeClassOrigin,
-                          propertyList),
+    exhaust(openInstances(ns, className, deep,
+                          {localOnly, includeQualifiers, includeClassOrigin, propertyList}),
             result);
 }
 

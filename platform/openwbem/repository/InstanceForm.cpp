@@ -27,12 +27,6 @@ CIMPropertyArray withClassParts(CIMPropertyArray properties, const CIMClass& cls
 
 }  // namespace
 
-InstanceForm::InstanceForm(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                           const StringArray* propertyList)
-    : m_needsClass(localOnly || includeQualifiers || includeClassOrigin),
-      m_includeQualifiers(includeQualifiers),
-      m_filter(localOnly, includeQualifiers, includeClassOrigin, propertyList) {}
-
 CIMInstance InstanceForm::of(CIMInstance stored, const CIMClass* cls) const {
     if (m_needsClass && cls != nullptr) {
         stored.setProperties(withClassParts(stored.getProperties(), *cls, m_includeQualifiers));

@@ -12,8 +12,12 @@ namespace OpenWBEM {
 /// instances of an operation.
 class InstanceForm {
 public:
-    InstanceForm(bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                 const StringArray* propertyList);
+    explicit InstanceForm(const WantedParts& wanted)
+        : m_needsClass(wanted.localOnly == E_LOCAL_ONLY ||
+                       wanted.qualifiers == E_INCLUDE_QUALIFIERS ||
+                       wanted.classOrigin == E_INCLUDE_CLASS_ORIGIN),
+          m_includeQualifiers(wanted.qualifiers == E_INCLUDE_QUALIFIERS),
+          m_filter(wanted) {}
 
     /// Leaves out what `cls`, which must outlive this, does not have.
     void setOnlyPropertiesOf(const CIMClass& cls) { m_onlyPropertiesOf = &cls; }

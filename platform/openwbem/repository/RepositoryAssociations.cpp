@@ -29,14 +29,14 @@ bool isMissing(const CIMException& e) {
 /// The objects at other ends that exist.
 class OtherEnds {
 public:
-    OtherEnds(AssociationQuery query, CIMOMHandleIFCRef handle,
-              EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-              const StringArray* propertyList)
+    OtherEnds(AssociationQuery query, CIMOMHandleIFCRef handle, const WantedParts& wanted)
         : m_query(std::move(query)),
           m_handle(std::move(handle)),
-          m_includeQualifiers(includeQualifiers),
-          m_includeClassOrigin(includeClassOrigin),
-          m_listed(false, true, true, propertyList) {}
+          m_wanted(wanted),
+          m_listed({E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN,
+                    wanted.propertyList}) {
+        m_wanted.propertyList = nullptr;
+    }
 
     template <class Visit>
     bool next(Visit visit) {
@@ -51,8 +51,8 @@ private:
     std::optional<CIMInstance> read(const CIMObjectPath& path) {
         try {
             return m_handle
-                ->getInstance(path.getNameSpace(), path, E_NOT_LOCAL_ONLY, m_includeQualifiers,
-                              m_includeClassOrigin, nullptr)
+                ->getInstance(path.getNameSpace(), path, m_wanted.localOnly, m_wanted.qualifiers,
+                              m_wanted.classOrigin, nullptr)
                 .filter(m_listed);
         } catch (const CIMException& e) {
             if (isMissing(e)) {
@@ -64,8 +64,7 @@ private:
 
     AssociationQuery m_query;
     CIMOMHandleIFCRef m_handle;
-    EIncludeQualifiersFlag m_includeQualifiers;
-    EIncludeClassOriginFlag m_includeClassOrigin;
+    WantedParts m_wanted;
     ModelSupport::ObjectFilter m_listed;  // once for all objects
 };
 
@@ -130,11 +129,8 @@ private:
 /// Classes are few, so they are found at once; only handing them over is done in portions.
 class FoundClasses : public Enumeration<CIMClass> {
 public:
-    FoundClasses(Array<CIMClass> classes, EIncludeQualifiersFlag includeQualifiers,
-                 EIncludeClassOriginFlag includeClassOrigin, const StringArray* propertyList)
-        : m_classes(std::move(classes)),
-          m_filter(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                   includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList) {}
+    FoundClasses(Array<CIMClass> classes, const WantedParts& wanted)
+        : m_classes(std::move(classes)), m_filter(wanted) {}
     bool next(CIMClassResultHandlerIFC& result) override {
         constexpr size_t IN_PORTION = 32;
         const size_t end = std::min(m_classes.size(), m_at + IN_PORTION);
@@ -157,34 +153,30 @@ CIMOMHandleIFCRef RepositoryCIMOMHandle::surroundings() {
                                                        ServiceEnvironmentIFC::E_BYPASS_PROVIDERS);
 }
 
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-    const StringArray* propertyList) {
+EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(const String& ns,
+                                                                   const CIMObjectPath& path,
+                                                                   const AssociationFilter& filter,
+                                                                   const WantedParts& wanted) {
     const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorEnumeration>(
-        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
-                  includeQualifiers, includeClassOrigin, propertyList));
+        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(), wanted));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
     const ReadOperation operation(m_repository->store());
     return std::make_unique<AssociatorNameEnumeration>(
-        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(),
-                  E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN, nullptr));
+        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(), {}));
 }
 
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-    const StringArray* propertyList) {
+EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(const String& ns,
+                                                                  const CIMObjectPath& path,
+                                                                  const AssociationFilter& filter,
+                                                                  const WantedParts& wanted) {
     const ReadOperation operation(m_repository->store());
     RepositoryStore& store = operation.store();
-    return std::make_unique<ReferenceEnumeration>(
-        store, AssociationQuery(store, ns, path, filter),
-        InstanceForm(false, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                     includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList));
+    return std::make_unique<ReferenceEnumeration>(store, AssociationQuery(store, ns, path, filter),
+                                                  InstanceForm(wanted));
 }
 
 EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
@@ -196,26 +188,22 @@ EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
 
 EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-    const StringArray* propertyList) {
+    const WantedParts& wanted) {
     Array<CIMClass> found;
     const ReadOperation operation(m_repository->store());
     ClassAssociationQuery(operation.store(), ns, path, filter)
         .forEachOtherEnd([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(std::move(found), includeQualifiers, includeClassOrigin,
-                                          propertyList);
+    return std::make_unique<FoundClasses>(std::move(found), wanted);
 }
 
 EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
     const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    EIncludeQualifiersFlag includeQualifiers, EIncludeClassOriginFlag includeClassOrigin,
-    const StringArray* propertyList) {
+    const WantedParts& wanted) {
     Array<CIMClass> found;
     const ReadOperation operation(m_repository->store());
     ClassAssociationQuery(operation.store(), ns, path, filter)
         .forEachReferring([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(std::move(found), includeQualifiers, includeClassOrigin,
-                                          propertyList);
+    return std::make_unique<FoundClasses>(std::move(found), wanted);
 }
 
 void RepositoryCIMOMHandle::associators(const String& ns, const CIMObjectPath& path,
@@ -224,8 +212,10 @@ void RepositoryCIMOMHandle::associators(const String& ns, const CIMObjectPath& p
                                         EIncludeQualifiersFlag includeQualifiers,
                                         EIncludeClassOriginFlag includeClassOrigin,
                                         const StringArray* propertyList) {
-    exhaust(openAssociators(ns, path, filter, includeQualifiers, includeClassOrigin, propertyList),
-            result);
+    exhaust(
+        openAssociators(ns, path, filter,
+                        {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
+        result);
 }
 
 void RepositoryCIMOMHandle::associatorNames(const String& ns, const CIMObjectPath& path,
@@ -240,7 +230,8 @@ void RepositoryCIMOMHandle::references(const String& ns, const CIMObjectPath& pa
                                        EIncludeQualifiersFlag includeQualifiers,
                                        EIncludeClassOriginFlag includeClassOrigin,
                                        const StringArray* propertyList) {
-    exhaust(openReferences(ns, path, filter, includeQualifiers, includeClassOrigin, propertyList),
+    exhaust(openReferences(ns, path, filter,
+                           {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
             result);
 }
 
@@ -256,8 +247,9 @@ void RepositoryCIMOMHandle::associatorsClasses(const String& ns, const CIMObject
                                                EIncludeQualifiersFlag includeQualifiers,
                                                EIncludeClassOriginFlag includeClassOrigin,
                                                const StringArray* propertyList) {
-    exhaust(openAssociatorsClasses(ns, path, filter, includeQualifiers, includeClassOrigin,
-                                   propertyList),
+    exhaust(openAssociatorsClasses(
+                ns, path, filter,
+                {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
             result);
 }
 
@@ -267,8 +259,9 @@ void RepositoryCIMOMHandle::referencesClasses(const String& ns, const CIMObjectP
                                               EIncludeQualifiersFlag includeQualifiers,
                                               EIncludeClassOriginFlag includeClassOrigin,
                                               const StringArray* propertyList) {
-    exhaust(openReferencesClasses(ns, path, filter, includeQualifiers, includeClassOrigin,
-                                  propertyList),
+    exhaust(openReferencesClasses(
+                ns, path, filter,
+                {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
             result);
 }
 

@@ -88,42 +88,29 @@ public:
     // The enumerations, for callers who pull the results. Failures that the enumerations above
     // begin with are thrown here. The repository must stay open for as long as there are any.
     EnumerationPtr<CIMClass> openClasses(const String& ns, const String& className, EDeepFlag deep,
-                                         ELocalOnlyFlag localOnly,
-                                         EIncludeQualifiersFlag includeQualifiers,
-                                         EIncludeClassOriginFlag includeClassOrigin);
+                                         const WantedParts& wanted);
     EnumerationPtr<String> openClassNames(const String& ns, const String& className,
                                           EDeepFlag deep);
     EnumerationPtr<CIMInstance> openInstances(const String& ns, const String& className,
-                                              EDeepFlag deep, ELocalOnlyFlag localOnly,
-                                              EIncludeQualifiersFlag includeQualifiers,
-                                              EIncludeClassOriginFlag includeClassOrigin,
-                                              const StringArray* propertyList);
+                                              EDeepFlag deep, const WantedParts& wanted);
     EnumerationPtr<CIMObjectPath> openInstanceNames(const String& ns, const String& className);
     EnumerationPtr<CIMQualifierType> openQualifierTypes(const String& ns);
     EnumerationPtr<CIMInstance> openAssociators(const String& ns, const CIMObjectPath& path,
                                                 const AssociationFilter& filter,
-                                                EIncludeQualifiersFlag includeQualifiers,
-                                                EIncludeClassOriginFlag includeClassOrigin,
-                                                const StringArray* propertyList);
+                                                const WantedParts& wanted);
     EnumerationPtr<CIMObjectPath> openAssociatorNames(const String& ns, const CIMObjectPath& path,
                                                       const AssociationFilter& filter);
     EnumerationPtr<CIMInstance> openReferences(const String& ns, const CIMObjectPath& path,
                                                const AssociationFilter& filter,
-                                               EIncludeQualifiersFlag includeQualifiers,
-                                               EIncludeClassOriginFlag includeClassOrigin,
-                                               const StringArray* propertyList);
+                                               const WantedParts& wanted);
     EnumerationPtr<CIMObjectPath> openReferenceNames(const String& ns, const CIMObjectPath& path,
                                                      const AssociationFilter& filter);
     EnumerationPtr<CIMClass> openAssociatorsClasses(const String& ns, const CIMObjectPath& path,
                                                     const AssociationFilter& filter,
-                                                    EIncludeQualifiersFlag includeQualifiers,
-                                                    EIncludeClassOriginFlag includeClassOrigin,
-                                                    const StringArray* propertyList);
+                                                    const WantedParts& wanted);
     EnumerationPtr<CIMClass> openReferencesClasses(const String& ns, const CIMObjectPath& path,
                                                    const AssociationFilter& filter,
-                                                   EIncludeQualifiersFlag includeQualifiers,
-                                                   EIncludeClassOriginFlag includeClassOrigin,
-                                                   const StringArray* propertyList);
+                                                   const WantedParts& wanted);
 
 private:
     /// Reads what associations lead to.

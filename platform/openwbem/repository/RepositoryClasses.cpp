@@ -2,6 +2,7 @@
 //
 // The operations on classes (DSP0200 5.3.2.1, 5.3.2.3, 5.3.2.5 and so on).
 #include "blocxx/Format.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/repository/ClassModification.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
@@ -49,8 +50,7 @@ CIMClass RepositoryCIMOMHandle::getClass(const String& ns, const String& classNa
     RepositoryStore& store = operation.store();
     const int64_t nsId = store.namespaces.require(ns).id;
     return store.classes.require(nsId, className, CIMException::NOT_FOUND)
-        .cls.filter(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                    includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList);
+        .cls.filter(WantedParts{localOnly, includeQualifiers, includeClassOrigin, propertyList});
 }
 
 void RepositoryCIMOMHandle::createClass(const String& ns, const CIMClass& cls) {

@@ -124,8 +124,7 @@ CIMInstance RepositoryCIMOMHandle::getInstance(const String& ns, const CIMObject
     const ReadOperation operation(m_repository->store());
     RepositoryStore& store = operation.store();
     const Found found = findClass(store, ns, path.getClassName());
-    const InstanceForm form(localOnly == E_LOCAL_ONLY, includeQualifiers == E_INCLUDE_QUALIFIERS,
-                            includeClassOrigin == E_INCLUDE_CLASS_ORIGIN, propertyList);
+    const InstanceForm form({localOnly, includeQualifiers, includeClassOrigin, propertyList});
     return form.of(requireInstance(store, found, inLine(path, found)).instance, &found.cls.cls);
 }
 

@@ -10,6 +10,7 @@
 
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMInstance.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
 
 namespace OpenWBEM {
 namespace {
@@ -52,7 +53,8 @@ TEST(CIMClassTest, NullObjectsHaveEmptyParts) {
     EXPECT_EQ(nullptr, CIMClass().getProperty("x"));
     EXPECT_TRUE(CIMInstance().getPropertyValue("x").isNull());
     EXPECT_EQ(0, CIMQualifierType().getScopes());
-    EXPECT_FALSE(CIMClass().filter(true, false, false));
+    EXPECT_FALSE(
+        CIMClass().filter(WantedParts{E_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN}));
     EXPECT_TRUE(CIMClass() == CIMClass());
 }
 
@@ -171,11 +173,16 @@ TEST(CIMClassTest, ANewInstanceHasEveryPropertyWithItsDefault) {
 
 TEST(FilterTest, KeepingAllSharesTheObject) {
     const CIMClass cls = sample();
-    EXPECT_EQ(cls.getProperties().data(), cls.filter(false, true, true).getProperties().data());
+    EXPECT_EQ(
+        cls.getProperties().data(),
+        cls.filter(WantedParts{E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN})
+            .getProperties()
+            .data());
 }
 
 TEST(FilterTest, LocalOnlyDropsWhatIsPropagated) {
-    const CIMClass cut = sample().filter(true, true, true);
+    const CIMClass cut =
+        sample().filter(WantedParts{E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN});
     ASSERT_EQ(1U, cut.getProperties().size());
     EXPECT_EQ("New", cut.getProperties()[0].getName());
     ASSERT_EQ(1U, cut.getProperties()[0].getQualifiers().size());
@@ -189,7 +196,8 @@ TEST(FilterTest, LocalOnlyDropsWhatIsPropagated) {
 }
 
 TEST(FilterTest, WithoutQualifiersNoElementHasAny) {
-    const CIMClass cut = sample().filter(false, false, true);
+    const CIMClass cut = sample().filter(
+        WantedParts{E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN});
     EXPECT_TRUE(cut.getQualifiers().empty());
     EXPECT_EQ(2U, cut.getProperties().size());
     for (const CIMProperty& p : cut.getProperties()) {
@@ -203,7 +211,8 @@ TEST(FilterTest, WithoutQualifiersNoElementHasAny) {
 }
 
 TEST(FilterTest, WithoutClassOriginNoFeatureTellsIt) {
-    const CIMClass cut = sample().filter(false, true, false);
+    const CIMClass cut = sample().filter(
+        WantedParts{E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN});
     EXPECT_EQ("", cut.getProperties()[0].getClassOrigin());
     EXPECT_EQ("", cut.getMethods()[0].getClassOrigin());
     EXPECT_EQ(2U, cut.getProperties()[0].getQualifiers().size());
@@ -211,21 +220,35 @@ TEST(FilterTest, WithoutClassOriginNoFeatureTellsIt) {
 
 TEST(FilterTest, APropertyListNamesWhatStays) {
     const StringArray one = {"NEW", "unknown", "new"};
-    const CIMClass cut = sample().filter(false, true, true, &one);
+    const CIMClass cut = sample().filter(
+        WantedParts{E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN, &one});
     ASSERT_EQ(1U, cut.getProperties().size());
     EXPECT_EQ("New", cut.getProperties()[0].getName());
     EXPECT_EQ(2U, cut.getMethods().size());
     const StringArray none;
-    EXPECT_TRUE(sample().filter(false, true, true, &none).getProperties().empty());
-    EXPECT_TRUE(sample().newInstance().filter(false, true, true, &none).getProperties().empty());
+    EXPECT_TRUE(sample()
+                    .filter(WantedParts{E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                        E_INCLUDE_CLASS_ORIGIN, &none})
+                    .getProperties()
+                    .empty());
+    EXPECT_TRUE(sample()
+                    .newInstance()
+                    .filter(WantedParts{E_NOT_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,
+                                        E_INCLUDE_CLASS_ORIGIN, &none})
+                    .getProperties()
+                    .empty());
 }
 
 TEST(FilterTest, InstancesAreCutTheSameWay) {
     CIMInstance instance("Foo");
     instance.setQualifiers({mark("Q")})
         .setProperties({property("Old", true), property("New", false)});
-    EXPECT_EQ(1U, instance.filter(true, true, true).getProperties().size());
-    const CIMInstance bare = instance.filter(false, false, false);
+    EXPECT_EQ(
+        1U, instance.filter(WantedParts{E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN})
+                .getProperties()
+                .size());
+    const CIMInstance bare = instance.filter(
+        WantedParts{E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS, E_EXCLUDE_CLASS_ORIGIN});
     EXPECT_TRUE(bare.getQualifiers().empty());
     EXPECT_TRUE(bare.getProperties()[0].getQualifiers().empty());
     EXPECT_EQ("", bare.getProperties()[0].getClassOrigin());

@@ -5,6 +5,7 @@
 
 #include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
 namespace OpenWBEM::MOF {
@@ -98,7 +99,8 @@ TEST(RendererTextTest, OnlyWhatTheClassItselfDeclaresIsWritten) {
 }
 
 TEST(RendererTextTest, ADerivedClassAndItsLocalPartHaveOneText) {
-    EXPECT_EQ(DERIVED_TEXT, toMOF(derivedClass().filter(true, true, true)));
+    EXPECT_EQ(DERIVED_TEXT, toMOF(derivedClass().filter(WantedParts{
+                                E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN})));
 }
 
 TEST(RendererTextTest, AQualifierTypeTellsEverything) {
