@@ -19,8 +19,8 @@
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
-#include "fennik/undo/FileCleanupActions.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
+#include "fennik/undo/FileCleanupActions.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 
