@@ -1,9 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The files that the measured products register themselves with."""
+"""The products that are measured: their providers, and the state of many of them."""
 
 import os
+import re
 
-from programs import WORK
+from programs import FENNIK, LIVE, WORK, run
 
 REGISTRATION = """instance of OpenWBEM_OOPProviderRegistration {{
     InstanceID = "{product}:{name}"; Process = "/bin/true"; Protocol = "owcpp1";
@@ -16,6 +17,8 @@ class Sample_{name} {{ [Key] string Id; string Text; uint32 Number; }};
 instance of Sample_{name} {{ Id = "one"; Text = "the first"; Number = {number}; }};
 """
 PRIVILEGES = "unpriv_user {{ nobody }}\nopen_r {{ /etc/sample/{name} }}\n"
+PATTERN = "pattern"
+PATTERN_INSTANCES = 10
 
 
 class Texts:
@@ -44,3 +47,32 @@ class Texts:
 def write(path, text):
     with open(path, "w", encoding="utf-8") as out:
         out.write(text)
+
+
+def write_pattern_state(path):
+    """Saves one product of the live installation, where the daemon is stopped, with everything that
+    a product may have."""
+    run(LIVE.fennik("register", "--name", PATTERN, "--username", "writer", "--username", "reader"))
+    texts = Texts(LIVE, PATTERN, 1)
+    run(LIVE.fennik("set-owcimomd-config", texts.snippet, "--name", PATTERN))
+    run(LIVE.fennik("register-namespace", PATTERN, "--name", PATTERN, "--username", "writer",
+                    "--ro-username", "reader"))
+    run(LIVE.fennik("register-providers", texts.list, "--name", PATTERN))
+    parts = WORK + "/parts.mof"
+    write(parts, "class Part { [Key] string Name; string Description; };\n" + "".join(
+        f'instance of Part {{ Name = "{number}"; Description = "A part of the product"; }};\n'
+        for number in range(PATTERN_INSTANCES)))
+    run(LIVE.owmofc(PATTERN, parts))
+    run([FENNIK, "--dump-product-state", path])
+
+
+def write_state(path, pattern_state, count):
+    """The state of so many products, each with what the pattern has."""
+    with open(pattern_state, encoding="utf-8", newline="") as text:
+        before, product, after = re.fullmatch(r"(.*?)( *<Product>.*</Product>\n)(.*)", text.read(),
+                                              re.DOTALL).groups()
+    with open(path, "w", encoding="utf-8", newline="") as out:
+        out.write(before)
+        for number in range(count):
+            out.write(product.replace(PATTERN, f"product{number:05}"))
+        out.write(after)

@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Prints what was measured as tables and judges it. Ends with status 1 when a limit is missed.
 
-usage: report.py [--write] figures MEASURED.json
+usage: report.py [--write] figures|scale MEASURED.json
 
-With --write the table also takes the place of the one in docs/performance.md.
+With --write the tables also take the place of those in docs/performance.md, and of the scale a plot
+that of docs/performance.svg.
 """
 
 import json
@@ -15,7 +16,16 @@ import subprocess
 import sys
 import time
 
+import growth
+import plot
+
 DOCS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../docs")
+QUANTITIES = {
+    "wall": ("Time", lambda value: f"{1000 * value:,.1f} ms"),
+    "memory": ("Peak memory", lambda value: f"{value / 1e6:.1f} MB"),
+    "bytes": ("Bytes written", lambda value: f"{value / 1000:,.0f} kB"),
+    "syncs": ("Syncs", lambda value: f"{value:,}"),
+}
 
 
 def table(head, rows):
@@ -32,6 +42,23 @@ def figures(rows):
               "ok" if value <= limit else "MISSED"] for what, measured, value, limit, unit in rows]
     return (table(["what / against what", "measured", "result", "limit", "verdict"], lines),
             all(value <= limit for _, _, value, limit, _ in rows))
+
+
+def scale(measured):
+    """The tables of all quantities, and whether nothing grows that may not."""
+    sizes, texts, kept = measured["sizes"], [], True
+    for quantity, (title, shown) in QUANTITIES.items():
+        lines = []
+        for name, costs in measured["operations"].items():
+            values, grows = [cost[quantity] for cost in costs], costs[0]["grows"]
+            breaks = growth.grows_too_fast(quantity, grows, sizes, values)
+            kept = kept and not breaks
+            steps = ", ".join("-" if step is None else f"{step:.1f}" for step in growth.steps(values))
+            lines.append([name, *map(shown, values), steps, grows, "GROWS" if breaks else "ok"])
+        head = ["operation", *(f"{size:,}" for size in sizes), "step by step", "may grow with",
+                "verdict"]
+        texts.append(f"### {title}\n\n{table(head, lines)}")
+    return "\n".join(texts), kept
 
 
 def surroundings():
@@ -61,11 +88,13 @@ def main():
     name, path = arguments[write:]
     with open(path, encoding="utf-8") as text:
         measured = json.load(text)
-    text, kept = {"figures": figures}[name](measured)
+    text, kept = {"figures": figures, "scale": scale}[name](measured)
     text = f"\n{surroundings()}\n\n{text}\n"
     print(text, end="")
     if write:
         put_into_page(name, text)
+        if name == "scale":
+            plot.draw(measured, os.path.join(DOCS, "performance.svg"))
     return 0 if kept else 1
 
 

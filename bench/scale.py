@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Measures every operation in installations of different sizes; to be run inside scripts/sandbox, on
+a state that holds nothing else:
+
+    scripts/sandbox --root DIR bench/scale.py RESULT.json SIZE...
+
+An installation is made by restoring the saved state of so many products. Each of them is a copy, under
+another name, of one that the tool has registered and saved.
+"""
+
+import filecmp
+import json
+import sys
+import time
+
+from growth import ALL, COPY, NOTHING
+from products import Texts, write, write_pattern_state, write_state
+from programs import INIT, LIVE, WORK, begin, best, fail, run
+from tracing import daemon_pid, traced
+
+# Of so many runs the quickest counts; long ones are not repeated any more after so many seconds.
+RUNS = 9
+SECONDS = 20
+PROVIDERS = 10
+
+
+class Measurement:
+    """The costs of the operations in an installation of one size."""
+
+    def __init__(self):
+        self.rows = {}
+
+    def measure(self, *steps):
+        """Runs the steps one after the other, again and again, and once more to count what they
+        write. A step is its name, what it may grow with, and a function from the number of the run
+        to the command; one without a name is only prepared by its function."""
+        costs, begun, number = {}, time.monotonic(), 0
+        while number < RUNS and (number == 0 or time.monotonic() - begun < SECONDS):
+            for name, _, command in steps:
+                argv = command(number)
+                if name:
+                    costs.setdefault(name, []).append(measured(argv))
+            number += 1
+        for name, grows, command in steps:
+            argv = command(number)
+            if name:
+                written, syncs = traced(argv)
+                least = best(costs[name])
+                self.rows[name] = {"grows": grows, "wall": least.wall, "memory": least.memory,
+                                   "bytes": written, "syncs": syncs}
+
+
+def measured(argv):
+    """The cost of a run. Of the daemon's start the memory is the daemon's."""
+    cost = run(argv)
+    if argv != [INIT, "start"]:
+        return cost
+    with open(f"/proc/{daemon_pid()}/status", encoding="ascii") as status:
+        peak = next(line.split()[1] for line in status if line.startswith("VmHWM"))
+    return cost._replace(memory=int(peak) * 1024)
+
+
+def product_steps(installation, where):
+    """What is done with one product and the listing of all, in the order that a product's scripts
+    have. Each run has a product of its own."""
+    names = [f"measured{number}" for number in range(RUNS + 1)]
+    texts = [Texts(installation, name, PROVIDERS) for name in names]
+
+    def step(operation, *arguments, grows=NOTHING, product=True):
+        def command(number):
+            words = [word.format(name=names[number], list=texts[number].list,
+                                 snippet=texts[number].snippet) for word in arguments]
+            return installation.fennik(operation, *words,
+                                       *(["--name", names[number]] if product else []))
+        return f"{operation}, {where}", grows, command
+
+    steps = [
+        step("register", "--username", "writer"),
+        step("set-owcimomd-config", "{snippet}"),
+        step("get-owcimomd-config"),
+        step("register-namespace", "{name}", "--username", "writer"),
+        step("list-namespaces"),
+        step("register-providers", "{list}"),
+        step("list-providers"),
+        step("list-registered-products", grows=ALL, product=False),
+        step("remove-owcimomd-config"),
+    ]
+    if installation.prefix:
+        return steps
+    # Deregistering works on an installed system only. The first namespace has the providers.
+    _, _, another = step("register-namespace", "{name}/another", "--username", "writer")
+    return [*steps, ("", None, lambda number: run(another(number))),
+            step("deregister-namespace", "{name}/another", grows=COPY),
+            step("deregister", grows=COPY)]
+
+
+def whole_state(measurement, fresh, path):
+    """Restoring all products into a new installation and saving them. Leaves them there."""
+    again = path + ".again"
+    measurement.measure(("", None, lambda _: fresh.put_back()),
+                        ("restore", ALL, lambda _: LIVE.fennik("restore-product-state", path)))
+    measurement.measure(("save", ALL, lambda _: LIVE.fennik("dump-product-state", again)))
+    if not filecmp.cmp(path, again, shallow=False):
+        fail("the state that was restored is not the one that was saved")
+
+
+def measure(fresh, pattern, size):
+    measurement, path = Measurement(), WORK + "/state.xml"
+    write_state(path, pattern, size)
+    whole_state(measurement, fresh, path)
+    measurement.measure(*product_steps(LIVE.copy_to(WORK + "/staged"), "staged"))
+    measurement.measure(("", None, lambda number: number and run([INIT, "stop"])),
+                        ("start of the daemon", ALL, lambda _: [INIT, "start"]))
+    measurement.measure(*product_steps(LIVE, "live"))
+    run([INIT, "stop"])
+    return measurement.rows
+
+
+def main():
+    result, sizes = sys.argv[1], sorted({int(size) for size in sys.argv[2:]})
+    fresh, pattern = begin(), WORK + "/pattern.xml"
+    write_pattern_state(pattern)
+    rows = {}
+    for size in sizes:
+        print(f"An installation of {size} products", flush=True)
+        for name, row in measure(fresh, pattern, size).items():
+            rows.setdefault(name, []).append(row)
+    fresh.put_back()
+    write(result, json.dumps({"sizes": sizes, "operations": rows}))
+
+
+if __name__ == "__main__":
+    main()
