@@ -11,7 +11,7 @@
 #include <iostream>
 
 #include "blocxx/Exception.hpp"
-#include "blocxx/File.hpp"
+#include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Printable.hpp"
 #include "blocxx/Process.hpp"
@@ -28,19 +28,6 @@ constexpr int FIRST_INHERITED = 3;
 /// When nobody listens any more, there is nobody to be told of it.
 void tell(int pipe, std::string_view text) noexcept {
     static_cast<void>(blocxx::writeAll(pipe, text));
-}
-
-String readAll(int fd) {
-    String text;
-    char buffer[512];
-    while (true) {
-        const ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count > 0) {
-            text.append(buffer, static_cast<size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            return text;
-        }
-    }
 }
 
 /// The standard streams lead nowhere, and the one end of the pipe is all that is left.
@@ -77,8 +64,8 @@ int beDaemon(int pipe,
     return 1;
 }
 
-int waitForDaemon(pid_t child, int pipe) {
-    const String told = readAll(pipe);
+int waitForDaemon(pid_t child, blocxx::File pipe) {
+    const String told = blocxx::FileSystem::readToEnd(pipe, "the pipe from the daemon");
     if (told == READY) {
         return 0;
     }
@@ -115,7 +102,7 @@ int runInBackground(const std::function<int(const std::function<void()>& ready)>
         ::_exit(status);
     }
     ::close(ends[1]);
-    return waitForDaemon(child, ends[0]);
+    return waitForDaemon(child, blocxx::File(ends[0]));
 }
 
 }  // namespace OwCimomd

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "blocxx/File.hpp"
+#include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 
 namespace OwCimomd {
@@ -58,23 +58,13 @@ bool slurp(const String& path, String& content, String& reason) {
         reason = "it is not a regular file";
         return false;
     }
-    content.resize(Configuration::MAX_FILE_SIZE + 1);
-    size_t size = 0;
-    ssize_t count = 1;
-    while (count > 0 && size < content.size()) {
-        count = file.read(content.data() + size, content.size() - size);
-        size += count > 0 ? static_cast<size_t>(count) : 0;
+    if (blocxx::FileSystem::readAll(file, content, Configuration::MAX_FILE_SIZE)) {
+        return true;
     }
-    if (count < 0) {
-        reason = std::strerror(errno);
-        return false;
-    }
-    content.resize(size);
-    if (size > Configuration::MAX_FILE_SIZE) {
-        reason = Format("it is larger than %1 bytes", Configuration::MAX_FILE_SIZE);
-        return false;
-    }
-    return true;
+    reason = errno == EFBIG
+                 ? String(Format("it is larger than %1 bytes", Configuration::MAX_FILE_SIZE))
+                 : String(std::strerror(errno));
+    return false;
 }
 
 }  // namespace

@@ -93,13 +93,15 @@ String FormatMsg(std::string_view message, int errnum);
 /// The same with a numeric error code.
 #define BLOCXX_THROW_ERR(TYPE, MESSAGE, CODE) \
     throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str(), (CODE))
-/// The same with the current errno: the message becomes FormatMsg's, the code the errno value.
-#define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                \
-    do {                                                                                 \
-        const int blocxxErrno = errno;                                                   \
-        throw TYPE(__FILE__, __LINE__,                                                   \
-                   ::blocxx::ExceptionDetail::FormatMsg((MESSAGE), blocxxErrno).c_str(), \
-                   blocxxErrno);                                                         \
+/// The same with the current errno, as it was before MESSAGE was built: the message becomes
+/// FormatMsg's, the code the errno value.
+#define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                         \
+    do {                                                                                          \
+        const int blocxxErrno = errno;                                                            \
+        throw TYPE(                                                                               \
+            __FILE__, __LINE__,                                                                   \
+            ::blocxx::ExceptionDetail::FormatMsg(::blocxx::String(MESSAGE), blocxxErrno).c_str(), \
+            blocxxErrno);                                                                         \
     } while (false)
 
 BLOCXX_DECLARE_EXCEPTION(OutOfBounds)

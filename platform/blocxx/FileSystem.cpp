@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 
@@ -42,10 +41,6 @@ const char* systemPath(const String& path) {
                          EINVAL);
     }
     return path.c_str();
-}
-
-File openFile(const String& path) {
-    return open(path, O_RDWR);
 }
 
 File createFile(const String& path) {
@@ -150,6 +145,38 @@ WriteStep writeDurably(File& file, std::string_view content) {
     return file.close() != 0 ? WriteStep::CLOSE : WriteStep::DONE;
 }
 
+bool readAll(File& file, String& contents, size_t limit) {
+    // What is read at a time of a file that does not tell its length, as those of /proc.
+    constexpr size_t PORTION = 65536;
+    const int fd = file.getFileDescriptor();
+    struct stat info = {};
+    const bool isRegular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    const size_t announced = isRegular ? static_cast<size_t>(info.st_size) : 0;
+    const size_t end = contents.size() + announced;
+    // With room for one byte more than announced, a read shows that there is no more.
+    size_t room = announced != 0 ? announced + 1 : PORTION;
+    const auto isTooLong = [limit](size_t size) {
+        errno = size > limit ? EFBIG : errno;
+        return size > limit;
+    };
+    if (isTooLong(end)) {
+        return false;
+    }
+    ssize_t count = 1;
+    while (count > 0 && contents.size() <= limit) {
+        isRegular ? Interruption::check() : Interruption::wait(fd, POLLIN);
+        const size_t done = contents.size();
+        contents.resize(done + room);
+        count = file.read(contents.data() + done, room);
+        contents.resize(done + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        if (contents.size() == end) {
+            break;
+        }
+        room = PORTION;
+    }
+    return count >= 0 && !isTooLong(contents.size());
+}
+
 namespace {
 
 [[noreturn]] void refuseLength(const String& nameForMessages, size_t limit) {
@@ -159,31 +186,14 @@ namespace {
         EFBIG);
 }
 
-/// What a file says of its length, which is 0 for those that do not know it.
-void checkLength(const File& file, const String& nameForMessages, size_t limit) {
-    struct stat info = {};
-    if (::fstat(file.getFileDescriptor(), &info) == 0 && S_ISREG(info.st_mode) &&
-        static_cast<uint64_t>(info.st_size) > limit) {
+void appendToEnd(String& contents, File& file, const String& nameForMessages, size_t limit) {
+    if (readAll(file, contents, limit)) {
+        return;
+    }
+    if (errno == EFBIG) {
         refuseLength(nameForMessages, limit);
     }
-}
-
-void appendToEnd(String& contents, File& file, const String& nameForMessages, size_t limit) {
-    std::array<char, 65536> buffer;
-    ssize_t count = 0;
-    do {
-        // It may be a pipe or a terminal.
-        Interruption::wait(file.getFileDescriptor(), POLLIN);
-        count = file.read(buffer.data(), buffer.size());
-        contents.append(buffer.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
-        if (contents.size() > limit) {
-            refuseLength(nameForMessages, limit);
-        }
-    } while (count > 0);
-    if (count < 0) {
-        BLOCXX_THROW_ERRNO(FileSystemException,
-                           Format("Cannot read \"%1\"", nameForMessages).toString());
-    }
+    BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot read \"%1\"", nameForMessages));
 }
 
 /// S_IFREG and so on; 0 when it cannot be told.
@@ -242,7 +252,6 @@ String getFileContents(const String& path, NamedBy namedBy, size_t limit) {
         requireRegularFile(file, path);
     }
     ::fcntl(file.getFileDescriptor(), F_SETFL, O_RDONLY);
-    checkLength(file, path, limit);
     appendToEnd(contents, file, path, limit);
     return contents;
 }

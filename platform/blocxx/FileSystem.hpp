@@ -22,8 +22,6 @@ namespace FileSystem {
 /// The path for a system call made elsewhere. Throws for one with a NUL.
 const char* systemPath(const String& path);
 
-/// Opens an existing file for reading and writing.
-File openFile(const String& path);
 /// Creates a file exclusively (an existing one, a link included, is an error) with mode 0666 less
 /// the umask, for reading and writing.
 File createFile(const String& path);
@@ -79,6 +77,9 @@ String getFileContents(const String& path, NamedBy namedBy = NamedBy::OTHERS,
                        size_t limit = MAX_CONTENT_SIZE);
 /// Everything from the current offset to the end. Throws FileSystemException as getFileContents.
 String readToEnd(File& file, const String& nameForMessages, size_t limit = MAX_CONTENT_SIZE);
+/// The same behind what `contents` has already, which counts for the limit. False with errno set;
+/// `contents` then holds what was read until then.
+[[nodiscard]] bool readAll(File& file, String& contents, size_t limit = MAX_CONTENT_SIZE);
 
 namespace Path {
 /// The last component of the path: "c" of "/a/b/c" and of "/a/b/c/".

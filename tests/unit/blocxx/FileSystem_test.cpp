@@ -67,11 +67,9 @@ TEST_F(Files, AreOpenedOrCreatedKeepingTheirContent) {
     EXPECT_EQ(FileSystem::getFileContents(m_dir / "f"), "abc");
 }
 
-TEST_F(Files, AreOpenedOnlyWhenTheyExist) {
-    EXPECT_FALSE(FileSystem::openFile(m_dir / "f"));
-    EXPECT_EQ(errno, ENOENT);
+TEST_F(Files, AreReadFromTheCurrentOffset) {
     write("f", "abc");
-    File file = FileSystem::openFile(m_dir / "f");
+    File file = FileSystem::openOrCreateFile(m_dir / "f");
     EXPECT_EQ(file.write("x", 1), 1);
     EXPECT_EQ(FileSystem::readToEnd(file, "f"), "bc");
     EXPECT_EQ(FileSystem::getFileContents(m_dir / "f"), "xbc");
@@ -79,8 +77,7 @@ TEST_F(Files, AreOpenedOnlyWhenTheyExist) {
 
 TEST_F(Files, CloseOnExec) {
     for (const File& file :
-         {FileSystem::createFile(m_dir / "f"), FileSystem::openOrCreateFile(m_dir / "f"),
-          FileSystem::openFile(m_dir / "f")}) {
+         {FileSystem::createFile(m_dir / "f"), FileSystem::openOrCreateFile(m_dir / "f")}) {
         EXPECT_TRUE(fcntl(file.getFileDescriptor(), F_GETFD) & FD_CLOEXEC);
     }
 }
@@ -130,7 +127,7 @@ TEST(FullDevice, MakesWritingFailWithItsReason) {
     if (access("/dev/full", W_OK) != 0) {
         GTEST_SKIP() << "there is no /dev/full";
     }
-    File file = FileSystem::openFile("/dev/full");
+    File file = FileSystem::openOrCreateFile("/dev/full");
     EXPECT_EQ(file.write("abc", 3), -1);
     EXPECT_EQ(errno, ENOSPC);
 }
@@ -161,7 +158,6 @@ TEST_F(Files, WithANulInTheirPathAreRefusedAndNotCutThere) {
     const String path = plain + String("\0/rest", 6);
     ASSERT_TRUE(FileSystem::createFile(plain));
     const std::function<void()> calls[] = {
-        [&] { FileSystem::openFile(path); },
         [&] { FileSystem::createFile(path); },
         [&] { FileSystem::openOrCreateFile(path); },
         [&] { FileSystem::exists(path); },
@@ -193,7 +189,7 @@ TEST_F(Files, AreLockedAgainstOtherProcesses) {
     ASSERT_EQ(file.getLock(File::E_WRITE_LOCK), 0);
     const auto tryLock = [&](File::ELockType type) {
         return inChild([&] {
-            File other = FileSystem::openFile(m_dir / "f");
+            File other = FileSystem::openOrCreateFile(m_dir / "f");
             return other.getLock(type, File::E_DONT_WAIT) == 0 ? 0 : errno;
         });
     };
@@ -208,10 +204,10 @@ TEST_F(Files, AreLockedAgainstOtherProcesses) {
 TEST_F(Files, OwnLockOutlivesOtherDescriptorsAndKeepsRecordLocksOut) {
     File file = FileSystem::createFile(m_dir / "f");
     ASSERT_EQ(file.getOwnLock(File::E_WRITE_LOCK), 0);
-    FileSystem::openFile(m_dir / "f").close();
+    FileSystem::openOrCreateFile(m_dir / "f").close();
     const auto errnoOf = [&](int (File::*lock)(File::ELockType, File::EWaitFlag)) {
         return inChild([&] {
-            File other = FileSystem::openFile(m_dir / "f");
+            File other = FileSystem::openOrCreateFile(m_dir / "f");
             return (other.*lock)(File::E_READ_LOCK, File::E_DONT_WAIT) == 0 ? 0 : errno;
         });
     };
@@ -229,7 +225,7 @@ TEST_F(Files, AreWaitedForEvenWhenASignalInterrupts) {
         struct sigaction action = {};  // no SA_RESTART
         action.sa_handler = [](int) {};
         sigaction(SIGALRM, &action, nullptr);
-        File other = FileSystem::openFile(m_dir / "f");
+        File other = FileSystem::openOrCreateFile(m_dir / "f");
         ualarm(20'000, 20'000);
         _exit(other.getLock(File::E_WRITE_LOCK) == 0 ? 0 : 1);
     }
@@ -248,6 +244,31 @@ TEST_F(Files, AreReadWholeWhateverTheirSize) {
     write("empty", "");
     EXPECT_EQ(FileSystem::getFileContents(m_dir / "big"), text);
     EXPECT_EQ(FileSystem::getFileContents(m_dir / "empty"), "");
+}
+
+TEST_F(Files, ThatAnnounceNoLengthAreReadWhole) {
+    EXPECT_THAT(FileSystem::getFileContents("/proc/self/status"),
+                HasSubstr("\nPid:\t" + std::to_string(getpid()) + "\n"));
+}
+
+TEST_F(Files, AreReadBehindWhatIsThereAlreadyUpToTheLimit) {
+    write("f", "abc");
+    for (const size_t limit : {4, 5}) {
+        String contents = "12";
+        File file = FileSystem::openOrCreateFile(m_dir / "f");
+        errno = 0;
+        EXPECT_EQ(FileSystem::readAll(file, contents, limit), limit == 5);
+        EXPECT_EQ(errno, limit == 5 ? 0 : EFBIG);
+        EXPECT_EQ(contents, limit == 5 ? "12abc" : "12");
+    }
+}
+
+TEST_F(Files, ReadingThatFailsKeepsItsReason) {
+    String contents = "12";
+    File directory(::open(m_dir.path().c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_FALSE(FileSystem::readAll(directory, contents));
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_EQ(contents, "12");
 }
 
 TEST_F(Files, ThatCannotBeReadAreNamed) {
