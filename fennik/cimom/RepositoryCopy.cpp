@@ -83,17 +83,6 @@ bool isRealDirectory(const String& path) {
                           cause);
 }
 
-[[noreturn]] void failSyncing(const String& path) {
-    BLOCXX_THROW_ERRNO(blocxx::FileSystemException,
-                       Format("Cannot put \"%1\" on the disk", path).toString());
-}
-
-void syncDirectory(const String& path) {
-    if (!FileSystem::syncDirectory(path)) {
-        failSyncing(path);
-    }
-}
-
 /// A failure of the step ends the run with the exit status that belongs to the step.
 template <class Step>
 void asStep(const char* message, int errorCode, Step step) {
@@ -324,7 +313,7 @@ void RepositoryCopy::exchange() {
     RenameFileOrDir(copy, live);
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(live, copy); });
     asStep("Unable to put the new names of the repository directories on the disk.",
-           ErrorCode::REPOSITORY_NOT_EXCHANGED, [&] { syncDirectory(parent); });
+           ErrorCode::REPOSITORY_NOT_EXCHANGED, [&] { FileSystem::syncEntries(parent); });
     m_undo.emplace_back([=] { kept->putBack(backup); });
     removeBackup(backup);
 }

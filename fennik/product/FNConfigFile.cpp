@@ -134,6 +134,7 @@ void writeAndClose(blocxx::File& file, const String& tempPath, const String& con
         case WriteStep::SYNC:
         case WriteStep::CLOSE:
             CleanupTempFile_ReportErrno("Error closing " + tempPath, tempPath, errno);
+        case WriteStep::CREATE:  // was done before
         case WriteStep::DONE:
             break;
     }

@@ -105,6 +105,7 @@ void writeAndClose(blocxx::File& file, const String& path, const String& content
             throwFileFailure("Failed to flush %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
         case WriteStep::CLOSE:
             throwFileFailure("Failed to close %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
+        case WriteStep::CREATE:  // was done before
         case WriteStep::DONE:
             break;
     }

@@ -57,15 +57,18 @@ String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist) {
 }
 
 void writeFile(const String& path, const String& contents) {
-    blocxx::File file = FileSystem::createFile(path);
-    if (!file) {
-        BLOCXX_THROW_ERRNO(blocxx::IOException, Format("createFile(%1) failed", path).toString());
-    }
-    const FileSystem::WriteStep failed = FileSystem::writeDurably(file, contents);
-    if (failed != FileSystem::WriteStep::DONE) {
-        const char* const text =
-            failed == FileSystem::WriteStep::CLOSE ? "close of %1 failed" : "write to %1 failed";
-        BLOCXX_THROW_ERRNO(blocxx::IOException, Format(text, path).toString());
+    using FileSystem::WriteStep;
+    switch (FileSystem::createNew(path, contents)) {
+        case WriteStep::CREATE:
+            BLOCXX_THROW_ERRNO(blocxx::IOException, Format("createFile(%1) failed", path));
+        case WriteStep::WRITE:
+        case WriteStep::WRITE_REST:
+        case WriteStep::SYNC:
+            BLOCXX_THROW_ERRNO(blocxx::IOException, Format("write to %1 failed", path));
+        case WriteStep::CLOSE:
+            BLOCXX_THROW_ERRNO(blocxx::IOException, Format("close of %1 failed", path));
+        case WriteStep::DONE:
+            break;
     }
 }
 

@@ -50,23 +50,17 @@ void reportUnrestored(const char* attempt, const String& path, const char* remed
                    remedy + contents);
 }
 
-void reportUnwritten(const String& path, const String& contents) {
-    reportUnrestored("The attempt to write to the file: ", path, "write the file with contents:\n",
-                     contents);
-}
-
 }  // namespace
 
 void cleanupWriteFile(const String& path, const String& contents) {
-    blocxx::File file = FileSystem::createFile(path);
-    if (!file) {
+    const FileSystem::WriteStep step = FileSystem::createNew(path, contents);
+    if (step == FileSystem::WriteStep::CREATE) {
         reportUnrestored("The attempt to open the file: ", path, "create the file with contents:\n",
                          contents);
-        return;
-    }
-    if (FileSystem::writeDurably(file, contents) != FileSystem::WriteStep::DONE ||
-        !FileSystem::syncDirectory(FileSystem::Path::dirname(path))) {
-        reportUnwritten(path, contents);
+    } else if (step != FileSystem::WriteStep::DONE ||
+               !FileSystem::syncDirectory(FileSystem::Path::dirname(path))) {
+        reportUnrestored("The attempt to write to the file: ", path,
+                         "write the file with contents:\n", contents);
     }
 }
 

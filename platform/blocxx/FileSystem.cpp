@@ -145,6 +145,11 @@ WriteStep writeDurably(File& file, std::string_view content) {
     return file.close() != 0 ? WriteStep::CLOSE : WriteStep::DONE;
 }
 
+WriteStep createNew(const String& path, std::string_view content) {
+    File file = createFile(path);
+    return file ? writeDurably(file, content) : WriteStep::CREATE;
+}
+
 bool readAll(File& file, String& contents, size_t limit) {
     // What is read at a time of a file that does not tell its length, as those of /proc.
     constexpr size_t PORTION = 65536;

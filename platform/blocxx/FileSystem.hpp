@@ -48,6 +48,7 @@ void syncName(const String& path);
 
 /// The steps of writing a file.
 enum class WriteStep {
+    CREATE,
     WRITE,
     WRITE_REST,  ///< the system wrote a part and then no more
     SYNC,
@@ -57,7 +58,10 @@ enum class WriteStep {
 /// Writes all of the content at the current offset, syncs the file and closes it. Returns the step
 /// that failed, with errno set, or DONE. What was written until then stays; the file stays open
 /// when it could not be written or synced.
-WriteStep writeDurably(File& file, std::string_view content);
+[[nodiscard]] WriteStep writeDurably(File& file, std::string_view content);
+/// Creates the file, as createFile() does, and writes it durably; its name is durable with
+/// syncName(). What was made until a failure stays.
+[[nodiscard]] WriteStep createNew(const String& path, std::string_view content);
 
 /// The most that is read as one content, in bytes, unless the caller says otherwise: far above
 /// every file of this system, and a bound on the memory that an endless one (a device, a pipe)

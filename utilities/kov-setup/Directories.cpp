@@ -117,19 +117,11 @@ void writeDefaultConfig(const String& path) {
     if (isTaken(path)) {
         return;
     }
-    blocxx::File file = FileSystem::createFile(path);
-    const bool written =
-        file && FileSystem::writeDurably(file, DEFAULT_CONFIG) == FileSystem::WriteStep::DONE &&
-        FileSystem::changeFileMode(path, CONFIG_FILE_MODE);
-    if (!written) {
+    if (FileSystem::createNew(path, DEFAULT_CONFIG) != FileSystem::WriteStep::DONE ||
+        !FileSystem::changeFileMode(path, CONFIG_FILE_MODE)) {
         failWithErrno(Format("cannot write \"%1\"", path));
     }
-}
-
-void syncDirectory(const String& path) {
-    if (!FileSystem::syncDirectory(path)) {
-        failWithErrno(Format("cannot put \"%1\" on the disk", path));
-    }
+    FileSystem::syncName(path);
 }
 
 bool isTaken(const String& path) {

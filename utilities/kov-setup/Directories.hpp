@@ -24,11 +24,9 @@ void makePrivateDirectory(const String& path);
 /// nobody but root can reach into it. Throws SetupException.
 void handOver(const String& directory, const blocxx::Process::Identity& account);
 
-/// Writes the default configuration file when there is none. Throws SetupException.
+/// Writes the default configuration file, durably, when there is none. Throws SetupException or
+/// FileSystemException.
 void writeDefaultConfig(const String& path);
-
-/// Puts the entries of a directory on the disk. Throws SetupException.
-void syncDirectory(const String& path);
 
 /// Whether anything has that name, a dangling link included. Throws SetupException when it cannot
 /// be told.

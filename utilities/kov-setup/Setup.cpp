@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "utilities/kov-setup/Account.hpp"
 #include "utilities/kov-setup/Directories.hpp"
@@ -42,7 +43,8 @@ public:
     /// Renames it; never over something that has the name.
     void moveTo(const String& target) {
         if (renameat2(AT_FDCWD, m_path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
-            failWithErrno(Format("cannot rename \"%1\" to \"%2\"", m_path, target));
+            failWithErrno(
+                               Format("cannot rename \"%1\" to \"%2\"", m_path, target));
         }
         m_done = true;
     }
@@ -87,13 +89,13 @@ void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
                     const std::optional<blocxx::Process::Identity>& account) {
     UnfinishedRepository repository(tree.path(Layout::UNFINISHED_REPOSITORY));
     buildRepository(tree.path(Layout::UNFINISHED_REPOSITORY), schemaDirectory);
-    syncDirectory(tree.path(Layout::UNFINISHED_REPOSITORY));
+    blocxx::FileSystem::syncEntries(tree.path(Layout::UNFINISHED_REPOSITORY));
     if (account) {
         handOver(tree.path(Layout::UNFINISHED_REPOSITORY), *account);
     }
     repository.moveTo(tree.path(Layout::REPOSITORY));
-    syncDirectory(tree.path(Layout::DATA_DIRECTORY));
-    syncDirectory(tree.path(Layout::STATE_DIRECTORY));
+    blocxx::FileSystem::syncEntries(tree.path(Layout::DATA_DIRECTORY));
+    blocxx::FileSystem::syncEntries(tree.path(Layout::STATE_DIRECTORY));
 }
 
 }  // namespace

@@ -70,6 +70,16 @@ TEST_F(DurableFile, TellsWhatCannotBeSynced) {
     EXPECT_EQ(errno, EINVAL);
 }
 
+TEST_F(DurableFile, IsCreatedOrNothingIsTouched) {
+    EXPECT_EQ(FileSystem::createNew(path(), "content"), WriteStep::DONE);
+    EXPECT_EQ(FileSystem::createNew(path(), "other"), WriteStep::CREATE);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(FileSystem::getFileContents(path()), "content");
+    ASSERT_EQ(::symlink("elsewhere", (m_directory.path() + "/link").c_str()), 0);
+    EXPECT_EQ(FileSystem::createNew(m_directory.path() + "/link", "content"), WriteStep::CREATE);
+    EXPECT_FALSE(FileSystem::exists(m_directory.path() + "/elsewhere"));
+}
+
 TEST_F(DurableFile, NamesTheDirectoryThatCannotBeSynced) {
     try {
         FileSystem::syncName(m_directory.path() + "/missing/file");
