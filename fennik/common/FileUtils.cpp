@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
 
 namespace KOVNS2 {
 
@@ -34,6 +36,13 @@ String FileUtils::readStandardInput() {
         BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to read standard input");
     }
     return blocxx::FileSystem::readToEnd(input, "standard input");
+}
+
+void FileUtils::throwFileFailure(const char* message, const String& path, int errorCode,
+                                 CallSite place) {
+    const int errnum = errno;
+    const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
+    throw FennikException(place, blocxx::Format(message, path), errorCode, &reason);
 }
 
 }  // namespace KOVNS2

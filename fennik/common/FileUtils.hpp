@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files that the tool does not find by a path of its own: the external programs that it runs and
-// its standard input. Programs are looked for in fixed system directories only, never in the
-// caller's PATH: the tool runs as root.
+// Files that the tool does not find by a path of its own, the external programs that it runs and
+// its standard input, and how failures on files are thrown. Programs are looked for in fixed system
+// directories only, never in the caller's PATH: the tool runs as root.
 #pragma once
 
 #include "blocxx/String.hpp"
+#include "fennik/common/FennikException.hpp"
 
 namespace KOVNS2 {
 
@@ -22,6 +23,11 @@ blocxx::String locateExecutable(const blocxx::String& name, const blocxx::String
 
 /// Everything on standard input to its end. Throws FileSystemException.
 blocxx::String readStandardInput();
+
+/// Throws FennikException `errorCode` with `message`, in which %1 stands for the path, and the
+/// system's reason, as errno has it, for its cause.
+[[noreturn]] void throwFileFailure(const char* message, const blocxx::String& path, int errorCode,
+                                   CallSite place = CallSite::here());
 }  // namespace FileUtils
 
 }  // namespace KOVNS2

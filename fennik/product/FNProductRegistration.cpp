@@ -10,6 +10,7 @@
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "fennik/common/FileUtils.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/common/UnitLog.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
@@ -23,6 +24,7 @@ namespace KOVNS2 {
 
 using namespace OpenWBEM::WBEMFlags;
 using blocxx::Format;
+using FileUtils::throwFileFailure;
 using OpenWBEM::CIMException;
 using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMOMHandleIFCRef;
@@ -61,14 +63,6 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
         throw FennikException(__FILE__, __LINE__, "The product has already been registered.",
                               ErrorCode::ALREADY_REGISTERED, &e);
     }
-}
-
-/// Throws that message with the system's reason, as errno has it, for its cause.
-[[noreturn]] void throwFileFailure(const char* message, const String& path, int errorCode,
-                                   CallSite place = CallSite::here()) {
-    const int errnum = errno;
-    const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
-    throw FennikException(place, Format(message, path), errorCode, &reason);
 }
 
 /// Before the first change: a name that the allowed users file, its name or a saved state cannot

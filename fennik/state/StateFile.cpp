@@ -17,6 +17,7 @@
 #include "blocxx/Interruption.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "fennik/common/FileUtils.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
 
@@ -30,11 +31,10 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-[[noreturn]] void failCreating(const String& fileName, int errnum,
-                               CallSite place = CallSite::here()) {
-    const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
-    throw FennikException(place, Format("Failed to create state file: \"%1\"", fileName),
-                          ErrorCode::STATE_FILE_NOT_WRITTEN, &reason);
+/// For the reason that errno has.
+[[noreturn]] void failCreating(const String& fileName, CallSite place = CallSite::here()) {
+    FileUtils::throwFileFailure("Failed to create state file: \"%1\"", fileName,
+                                ErrorCode::STATE_FILE_NOT_WRITTEN, place);
 }
 
 bool isFifo(const String& path) {
@@ -147,14 +147,15 @@ void write(const XMLNode& root, const String& fileName) {
     File file = openTruncated(fileName);
     struct stat opened = {};
     if (!file || ::fstat(file.getFileDescriptor(), &opened) != 0) {
-        failCreating(fileName, errno);
+        failCreating(fileName);
     }
     if (!writeDocument(file, root) || !flush(file) || file.close() != 0) {
         const int errnum = errno;
         if (isNew) {
             removeIfStillAt(fileName, opened);
         }
-        failCreating(fileName, errnum);
+        errno = errnum;
+        failCreating(fileName);
     }
 }
 

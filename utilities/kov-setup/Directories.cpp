@@ -43,7 +43,7 @@ void makeDirectory(const String& path) {
     if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
         // The umask has taken bits away.
         if (!FileSystem::changeFileMode(path, PUBLIC_MODE)) {
-            failWithErrno(Format("cannot set the mode of \"%1\"", path));
+            BLOCXX_THROW_ERRNO(SetupException, Format("cannot set the mode of \"%1\"", path));
         }
         return;
     }
@@ -52,7 +52,7 @@ void makeDirectory(const String& path) {
         return;
     }
     errno = error;
-    failWithErrno(Format("cannot make the directory \"%1\"", path));
+    BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
 }
 
 void makeDirectoryWithParents(const String& path) {
@@ -72,13 +72,15 @@ void letAccountReadNewFiles(const String& directory, const Identity& account) {
         Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);
     const Acl acl(acl_from_text(text.c_str()));
     if (!acl || acl_set_file(directory.c_str(), ACL_TYPE_DEFAULT, acl.get()) != 0) {
-        failWithErrno(Format("cannot set the default access list of \"%1\"", directory));
+        BLOCXX_THROW_ERRNO(SetupException,
+                           Format("cannot set the default access list of \"%1\"", directory));
     }
 }
 
 void changeOwner(const String& path, const Identity& account) {
     if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
-        failWithErrno(Format("cannot give \"%1\" to the account \"%2\"", path, Layout::ACCOUNT));
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot give \"%1\" to the account \"%2\"", path,
+                                                  Layout::ACCOUNT));
     }
 }
 
@@ -97,7 +99,7 @@ void makeDirectories(const Layout::Tree& tree, const std::optional<Identity>& ac
 
 void makePrivateDirectory(const String& path) {
     if (!FileSystem::makeDirectory(path, PRIVATE_MODE)) {
-        failWithErrno(Format("cannot make the directory \"%1\"", path));
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
     }
 }
 
@@ -108,7 +110,7 @@ void handOver(const String& directory, const Identity& account) {
     }
     if (failure) {
         errno = failure.value();
-        failWithErrno(Format("cannot list the directory \"%1\"", directory));
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot list the directory \"%1\"", directory));
     }
     changeOwner(directory, account);
 }
@@ -119,7 +121,7 @@ void writeDefaultConfig(const String& path) {
     }
     if (FileSystem::createNew(path, DEFAULT_CONFIG) != FileSystem::WriteStep::DONE ||
         !FileSystem::changeFileMode(path, CONFIG_FILE_MODE)) {
-        failWithErrno(Format("cannot write \"%1\"", path));
+        BLOCXX_THROW_ERRNO(SetupException, Format("cannot write \"%1\"", path));
     }
     FileSystem::syncName(path);
 }
@@ -132,7 +134,7 @@ bool isTaken(const String& path) {
     if (errno == ENOENT) {
         return false;
     }
-    failWithErrno(Format("cannot look at \"%1\"", path));
+    BLOCXX_THROW_ERRNO(SetupException, Format("cannot look at \"%1\"", path));
 }
 
 }  // namespace KovSetup

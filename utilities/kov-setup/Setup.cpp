@@ -43,7 +43,7 @@ public:
     /// Renames it; never over something that has the name.
     void moveTo(const String& target) {
         if (renameat2(AT_FDCWD, m_path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
-            failWithErrno(
+            BLOCXX_THROW_ERRNO(SetupException,
                                Format("cannot rename \"%1\" to \"%2\"", m_path, target));
         }
         m_done = true;

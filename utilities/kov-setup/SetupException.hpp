@@ -11,9 +11,4 @@ namespace KovSetup {
 
 BLOCXX_DECLARE_EXCEPTION(Setup)
 
-/// Throws SetupException with the text and what the system says of the current errno.
-[[noreturn]] inline void failWithErrno(const blocxx::String& attempt) {
-    BLOCXX_THROW_ERRNO(SetupException, attempt);
-}
-
 }  // namespace KovSetup
