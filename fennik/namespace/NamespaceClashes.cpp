@@ -9,7 +9,7 @@
 #include "fennik/namespace/NamespaceUtils.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/wire/Identifier.hpp"
+#include "openwbem/model/Identifier.hpp"
 
 namespace KOVNS2::NamespaceClashes {
 

@@ -7,6 +7,7 @@
 
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/ModelSupport.hpp"
 #include "openwbem/model/Utf8.hpp"
 
@@ -18,17 +19,8 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-bool isNameStart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-           static_cast<unsigned char>(c) >= 0x80;
-}
-
-bool isNameChar(char c) {
-    return isNameStart(c) || isDigit(c);
-}
-
 bool isNameSpaceChar(char c) {
-    return isNameChar(c) || c == '-' || c == '.';
+    return isIdentifierPart(c) || c == '-' || c == '.';
 }
 
 class PathParser {
@@ -127,10 +119,10 @@ private:
 
     String name(const char* wanted) {
         const size_t start = m_pos;
-        if (atEnd() || !isNameStart(peek())) {
+        if (atEnd() || !isIdentifierStart(peek())) {
             fail(m_pos, wanted);
         }
-        while (!atEnd() && isNameChar(peek())) {
+        while (!atEnd() && isIdentifierPart(peek())) {
             ++m_pos;
         }
         return String(m_text.substr(start, m_pos - start));
@@ -185,7 +177,7 @@ private:
 
     CIMValue boolean() {
         const size_t start = m_pos;
-        while (!atEnd() && isNameChar(peek())) {
+        while (!atEnd() && isIdentifierPart(peek())) {
             ++m_pos;
         }
         const std::string_view word = m_text.substr(start, m_pos - start);
@@ -260,7 +252,7 @@ private:
     CIMValue number() {
         const size_t start = m_pos;
         while (!atEnd() &&
-               (isNameChar(peek()) || peek() == '.' || peek() == '-' || peek() == '+')) {
+               (isIdentifierPart(peek()) || peek() == '.' || peek() == '-' || peek() == '+')) {
             ++m_pos;
         }
         std::string_view digits = m_text.substr(start, m_pos - start);

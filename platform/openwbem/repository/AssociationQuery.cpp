@@ -4,8 +4,8 @@
 #include <unordered_set>
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/repository/InstanceForm.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace OpenWBEM {
 

@@ -2,8 +2,8 @@
 #include "openwbem/repository/NamespaceTable.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/repository/Statement.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace OpenWBEM {
 

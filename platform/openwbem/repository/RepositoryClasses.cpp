@@ -2,11 +2,11 @@
 //
 // The operations on classes (DSP0200 5.3.2.1, 5.3.2.3, 5.3.2.5 and so on).
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/repository/ClassModification.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace OpenWBEM {
 

@@ -3,10 +3,10 @@
 // The operations on qualifier types (DSP0200 5.3.2.25 to 5.3.2.28). A type that classes use may be
 // changed only so that each class stays what it is, and not be deleted.
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace OpenWBEM {
 

@@ -2,10 +2,10 @@
 #include "openwbem/wire/CIMDecoder.hpp"
 
 #include "blocxx/Format.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/model/Utf8.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace OpenWBEM::Codec {
 

@@ -9,8 +9,8 @@
 
 #include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMException.hpp"
+#include "openwbem/model/Identifier.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
-#include "openwbem/wire/Identifier.hpp"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "openwbem/wire/Identifier.hpp"
+#include "openwbem/model/Identifier.hpp"
 
 #include <algorithm>
 
@@ -7,25 +7,11 @@
 
 namespace OpenWBEM {
 
-namespace {
-
-bool isDigit(char c) noexcept {
-    return c >= '0' && c <= '9';
-}
-
-bool isNameStart(char c) noexcept {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-           static_cast<unsigned char>(c) >= 0x80;
-}
-
-}  // namespace
-
 bool isIdentifier(std::string_view text) noexcept {
-    if (text.empty() || !isNameStart(text.front())) {
+    if (text.empty() || !isIdentifierStart(text.front())) {
         return false;
     }
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return isNameStart(c) || isDigit(c); }) &&
+    return std::all_of(text.begin(), text.end(), isIdentifierPart) &&
            Utf8::findInvalid(text) == std::string_view::npos;
 }
 
