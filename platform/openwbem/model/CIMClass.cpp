@@ -11,41 +11,6 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMClass::Rep : CowRep<Rep> {
-    String name;
-    String superClass;
-    CIMQualifierArray qualifiers;
-    CIMPropertyArray properties;
-    CIMMethodArray methods;
-    // A number tells two contents apart for good. A pointer to the superclass would keep all
-    // ancestors alive, or lead to what has since taken its place.
-    mutable Memo<uint64_t> id;   ///< of this content; 0 until somebody wants to know
-    Memo<uint64_t> derivedFrom;  ///< the superclass's, 0 when that is not known
-
-    void forgetMemo() noexcept {
-        id.value = 0;
-        derivedFrom.value = 0;
-    }
-    uint64_t getId() const noexcept {
-        static uint64_t last = ID_OF_NO_CLASS;
-        if (id.value == 0) {
-            id.value = ++last;
-        }
-        return id.value;
-    }
-    /// Of a superclass, or its absence; 0 of one without content.
-    static uint64_t idOf(const CIMClass* cls) noexcept {
-        if (cls == nullptr) {
-            return ID_OF_NO_CLASS;
-        }
-        return cls->m_rep ? cls->m_rep->getId() : 0;
-    }
-
-    static constexpr uint64_t ID_OF_NO_CLASS = 1;
-};
-
 namespace {
 
 /// A class as declared does not mark its keys yet; there the qualifier tells.
@@ -55,32 +20,10 @@ bool isKeyOfClass(const CIMProperty& property) noexcept {
 
 }  // namespace
 
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMClass)
-
 CIMClass::CIMClass(String name, String superClass) {
     Rep& rep = m_rep.write();
     rep.name = std::move(name);
     rep.superClass = std::move(superClass);
-}
-
-const String& CIMClass::getName() const noexcept {
-    return m_rep ? m_rep->name : emptyOf<String>();
-}
-
-const String& CIMClass::getSuperClass() const noexcept {
-    return m_rep ? m_rep->superClass : emptyOf<String>();
-}
-
-const CIMQualifierArray& CIMClass::getQualifiers() const noexcept {
-    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
-}
-
-const CIMPropertyArray& CIMClass::getProperties() const noexcept {
-    return m_rep ? m_rep->properties : emptyOf<CIMPropertyArray>();
-}
-
-const CIMMethodArray& CIMClass::getMethods() const noexcept {
-    return m_rep ? m_rep->methods : emptyOf<CIMMethodArray>();
 }
 
 CIMClass& CIMClass::setName(String name) {

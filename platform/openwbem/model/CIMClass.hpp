@@ -15,16 +15,16 @@ class ObjectFilter;
 
 class CIMClass {
 public:
-    CIMClass();
+    CIMClass() = default;
     explicit CIMClass(String name, String superClass = String());
 
-    const String& getName() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
     /// Empty for a class at the top.
-    const String& getSuperClass() const noexcept;
-    const CIMQualifierArray& getQualifiers() const noexcept;
+    const String& getSuperClass() const noexcept { return m_rep->superClass; }
+    const CIMQualifierArray& getQualifiers() const noexcept { return m_rep->qualifiers; }
     /// Properties and references, inherited ones first in a derived class.
-    const CIMPropertyArray& getProperties() const noexcept;
-    const CIMMethodArray& getMethods() const noexcept;
+    const CIMPropertyArray& getProperties() const noexcept { return m_rep->properties; }
+    const CIMMethodArray& getMethods() const noexcept { return m_rep->methods; }
 
     CIMClass& setName(String name);
     CIMClass& setSuperClass(String name);
@@ -57,20 +57,44 @@ public:
     void noteDerivedFrom(const CIMClass* superClass);
     bool isKnownDerivedFrom(const CIMClass* superClass) const noexcept;
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Names without regard to case; superclass, qualifiers, properties and methods in any order.
     friend bool operator==(const CIMClass& a, const CIMClass& b);
 
 private:
-    struct Rep;
-    CowReference<Rep> m_rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        String superClass;
+        CIMQualifierArray qualifiers;
+        CIMPropertyArray properties;
+        CIMMethodArray methods;
+        // A number tells two contents apart for good. A pointer to the superclass would keep all
+        // ancestors alive, or lead to what has since taken its place.
+        mutable Memo<uint64_t> id;   ///< of this content; 0 until somebody wants to know
+        Memo<uint64_t> derivedFrom;  ///< the superclass's, 0 when that is not known
 
-public:
-    CIMClass(const CIMClass&) noexcept;
-    CIMClass(CIMClass&&) noexcept;
-    CIMClass& operator=(const CIMClass&) noexcept;
-    CIMClass& operator=(CIMClass&&) noexcept;
-    ~CIMClass();
+        void forgetMemo() noexcept {
+            id.value = 0;
+            derivedFrom.value = 0;
+        }
+        uint64_t getId() const noexcept {
+            static uint64_t last = ID_OF_NO_CLASS;
+            if (id.value == 0) {
+                id.value = ++last;
+            }
+            return id.value;
+        }
+        /// Of a superclass, or its absence; 0 of one without content.
+        static uint64_t idOf(const CIMClass* cls) noexcept {
+            if (cls == nullptr) {
+                return ID_OF_NO_CLASS;
+            }
+            return cls->m_rep ? cls->m_rep->getId() : 0;
+        }
+
+        static constexpr uint64_t ID_OF_NO_CLASS = 1;
+    };
+    CowReference<Rep> m_rep;
 };
 
 }  // namespace OpenWBEM

@@ -10,30 +10,8 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMInstance::Rep : CowRep<Rep> {
-    String className;
-    CIMPropertyArray properties;
-    CIMQualifierArray qualifiers;
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMInstance)
-
 CIMInstance::CIMInstance(String className) {
     m_rep.write().className = std::move(className);
-}
-
-const String& CIMInstance::getClassName() const noexcept {
-    return m_rep ? m_rep->className : emptyOf<String>();
-}
-
-const CIMPropertyArray& CIMInstance::getProperties() const noexcept {
-    return m_rep ? m_rep->properties : emptyOf<CIMPropertyArray>();
-}
-
-const CIMQualifierArray& CIMInstance::getQualifiers() const noexcept {
-    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
 }
 
 CIMInstance& CIMInstance::setClassName(String className) {

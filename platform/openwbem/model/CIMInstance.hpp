@@ -14,12 +14,12 @@ class ObjectFilter;
 
 class CIMInstance {
 public:
-    CIMInstance();
+    CIMInstance() = default;
     explicit CIMInstance(String className);
 
-    const String& getClassName() const noexcept;
-    const CIMPropertyArray& getProperties() const noexcept;
-    const CIMQualifierArray& getQualifiers() const noexcept;
+    const String& getClassName() const noexcept { return m_rep->className; }
+    const CIMPropertyArray& getProperties() const noexcept { return m_rep->properties; }
+    const CIMQualifierArray& getQualifiers() const noexcept { return m_rep->qualifiers; }
 
     CIMInstance& setClassName(String className);
     CIMInstance& setProperties(CIMPropertyArray properties);
@@ -42,20 +42,17 @@ public:
     /// A copy with the wanted parts only.
     CIMInstance filter(const ModelSupport::ObjectFilter& cut) const;
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Class names without regard to case; properties and qualifiers in any order.
     friend bool operator==(const CIMInstance& a, const CIMInstance& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String className;
+        CIMPropertyArray properties;
+        CIMQualifierArray qualifiers;
+    };
     CowReference<Rep> m_rep;
-
-public:
-    CIMInstance(const CIMInstance&) noexcept;
-    CIMInstance(CIMInstance&&) noexcept;
-    CIMInstance& operator=(const CIMInstance&) noexcept;
-    CIMInstance& operator=(CIMInstance&&) noexcept;
-    ~CIMInstance();
 };
 
 }  // namespace OpenWBEM

@@ -8,55 +8,10 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMMethod::Rep : CowRep<Rep> {
-    String name;
-    CIMDataType returnType;
-    CIMParameterArray parameters;
-    CIMQualifierArray qualifiers;
-    String classOrigin;
-    mutable Memo<CIMMethod> inherited;
-
-    void forgetMemo() noexcept { inherited.value = CIMMethod(); }
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMMethod)
-
 CIMMethod::CIMMethod(String name, CIMDataType returnType) {
     Rep& rep = m_rep.write();
     rep.name = std::move(name);
     rep.returnType = std::move(returnType);
-}
-
-const String& CIMMethod::getName() const noexcept {
-    return m_rep ? m_rep->name : emptyOf<String>();
-}
-
-const CIMDataType& CIMMethod::getReturnType() const noexcept {
-    return m_rep ? m_rep->returnType : emptyOf<CIMDataType>();
-}
-
-const CIMParameterArray& CIMMethod::getParameters() const noexcept {
-    return m_rep ? m_rep->parameters : emptyOf<CIMParameterArray>();
-}
-
-const CIMQualifierArray& CIMMethod::getQualifiers() const noexcept {
-    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
-}
-
-const String& CIMMethod::getClassOrigin() const noexcept {
-    return m_rep ? m_rep->classOrigin : emptyOf<String>();
-}
-
-CIMMethod& CIMMethod::setName(String name) {
-    m_rep.write().name = std::move(name);
-    return *this;
-}
-
-CIMMethod& CIMMethod::setReturnType(CIMDataType type) {
-    m_rep.write().returnType = std::move(type);
-    return *this;
 }
 
 CIMMethod& CIMMethod::setParameters(CIMParameterArray parameters) {
@@ -84,9 +39,9 @@ CIMMethod CIMMethod::inherited() const {
                 parameter.setQualifiers(inheritableQualifiers(parameter.getQualifiers()));
             }
             result.setParameters(std::move(parameters));
-            m_rep->inherited.value = result;
+            m_rep->inherited.value = result.m_rep;
         }
-        result.m_rep = m_rep->inherited.value.m_rep;
+        result.m_rep = m_rep->inherited.value;
     }
     return result.setPropagated(true);
 }

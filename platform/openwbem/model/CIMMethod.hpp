@@ -9,19 +9,17 @@ namespace OpenWBEM {
 
 class CIMMethod {
 public:
-    CIMMethod();
+    CIMMethod() = default;
     explicit CIMMethod(String name, CIMDataType returnType = CIMDataType());
 
-    const String& getName() const noexcept;
-    const CIMDataType& getReturnType() const noexcept;
-    const CIMParameterArray& getParameters() const noexcept;
-    const CIMQualifierArray& getQualifiers() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
+    const CIMDataType& getReturnType() const noexcept { return m_rep->returnType; }
+    const CIMParameterArray& getParameters() const noexcept { return m_rep->parameters; }
+    const CIMQualifierArray& getQualifiers() const noexcept { return m_rep->qualifiers; }
     /// The class that introduced the method; empty when not known.
-    const String& getClassOrigin() const noexcept;
+    const String& getClassOrigin() const noexcept { return m_rep->classOrigin; }
     bool isPropagated() const noexcept { return m_propagated; }
 
-    CIMMethod& setName(String name);
-    CIMMethod& setReturnType(CIMDataType type);
     CIMMethod& setParameters(CIMParameterArray parameters);
     CIMMethod& setQualifiers(CIMQualifierArray qualifiers);
     CIMMethod& setClassOrigin(String className);
@@ -34,21 +32,23 @@ public:
     /// down. All that inherit it share one.
     CIMMethod inherited() const;
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Names without regard to case, return types, parameters in order, qualifiers in any order.
     friend bool operator==(const CIMMethod& a, const CIMMethod& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        CIMDataType returnType;
+        CIMParameterArray parameters;
+        CIMQualifierArray qualifiers;
+        String classOrigin;
+        mutable Memo<CowReference<Rep>> inherited;
+
+        void forgetMemo() noexcept { inherited.value = {}; }
+    };
     CowReference<Rep> m_rep;
     bool m_propagated = false;
-
-public:
-    CIMMethod(const CIMMethod&) noexcept;
-    CIMMethod(CIMMethod&&) noexcept;
-    CIMMethod& operator=(const CIMMethod&) noexcept;
-    CIMMethod& operator=(CIMMethod&&) noexcept;
-    ~CIMMethod();
 };
 
 using CIMMethodArray = Array<CIMMethod>;

@@ -13,17 +13,6 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMObjectPath::Rep : CowRep<Rep> {
-    String className;
-    String nameSpace;
-    String host;
-    CIMPropertyArray keys;
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMObjectPath)
-
 CIMObjectPath::CIMObjectPath(String className, String nameSpace) {
     Rep& rep = m_rep.write();
     rep.className = std::move(className);
@@ -39,22 +28,6 @@ CIMObjectPath::CIMObjectPath(String nameSpace, const CIMInstance& instance) {
             rep.keys.push_back(ModelSupport::withoutQualifiers(property));
         }
     }
-}
-
-const String& CIMObjectPath::getClassName() const noexcept {
-    return m_rep ? m_rep->className : emptyOf<String>();
-}
-
-const String& CIMObjectPath::getNameSpace() const noexcept {
-    return m_rep ? m_rep->nameSpace : emptyOf<String>();
-}
-
-const String& CIMObjectPath::getHost() const noexcept {
-    return m_rep ? m_rep->host : emptyOf<String>();
-}
-
-const CIMPropertyArray& CIMObjectPath::getKeys() const noexcept {
-    return m_rep ? m_rep->keys : emptyOf<CIMPropertyArray>();
 }
 
 CIMObjectPath& CIMObjectPath::setClassName(String className) {

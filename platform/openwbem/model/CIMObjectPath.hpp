@@ -15,16 +15,16 @@ namespace OpenWBEM {
 
 class CIMObjectPath {
 public:
-    CIMObjectPath();
+    CIMObjectPath() = default;
     explicit CIMObjectPath(String className, String nameSpace = String());
     /// The path of an instance: its class and the properties marked as keys.
     CIMObjectPath(String nameSpace, const CIMInstance& instance);
 
-    const String& getClassName() const noexcept;
-    const String& getNameSpace() const noexcept;
-    const String& getHost() const noexcept;
+    const String& getClassName() const noexcept { return m_rep->className; }
+    const String& getNameSpace() const noexcept { return m_rep->nameSpace; }
+    const String& getHost() const noexcept { return m_rep->host; }
     /// In the order given; only name, type and value of each matter.
-    const CIMPropertyArray& getKeys() const noexcept;
+    const CIMPropertyArray& getKeys() const noexcept { return m_rep->keys; }
     bool isClassPath() const noexcept { return getKeys().empty(); }
 
     CIMObjectPath& setClassName(String className);
@@ -53,21 +53,19 @@ public:
     /// empty. Namespace and host of the path itself are left out.
     String canonicalKey() const;
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Class, namespace and key names without regard to case; key values exactly; keys in any
     /// order.
     friend bool operator==(const CIMObjectPath& a, const CIMObjectPath& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String className;
+        String nameSpace;
+        String host;
+        CIMPropertyArray keys;
+    };
     CowReference<Rep> m_rep;
-
-public:
-    CIMObjectPath(const CIMObjectPath&) noexcept;
-    CIMObjectPath(CIMObjectPath&&) noexcept;
-    CIMObjectPath& operator=(const CIMObjectPath&) noexcept;
-    CIMObjectPath& operator=(CIMObjectPath&&) noexcept;
-    ~CIMObjectPath();
 };
 
 std::ostream& operator<<(std::ostream& out, const CIMObjectPath& path);

@@ -9,30 +9,25 @@ namespace OpenWBEM {
 
 class CIMParameter {
 public:
-    CIMParameter();
+    CIMParameter() = default;
     explicit CIMParameter(String name, CIMDataType type = CIMDataType());
 
-    const String& getName() const noexcept;
-    const CIMDataType& getDataType() const noexcept;
-    const CIMQualifierArray& getQualifiers() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
+    const CIMDataType& getDataType() const noexcept { return m_rep->type; }
+    const CIMQualifierArray& getQualifiers() const noexcept { return m_rep->qualifiers; }
 
-    CIMParameter& setName(String name);
-    CIMParameter& setDataType(CIMDataType type);
     CIMParameter& setQualifiers(CIMQualifierArray qualifiers);
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     friend bool operator==(const CIMParameter& a, const CIMParameter& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        CIMDataType type;
+        CIMQualifierArray qualifiers;
+    };
     CowReference<Rep> m_rep;
-
-public:
-    CIMParameter(const CIMParameter&) noexcept;
-    CIMParameter(CIMParameter&&) noexcept;
-    CIMParameter& operator=(const CIMParameter&) noexcept;
-    CIMParameter& operator=(CIMParameter&&) noexcept;
-    ~CIMParameter();
 };
 
 using CIMParameterArray = Array<CIMParameter>;

@@ -8,50 +8,11 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMProperty::Rep : CowRep<Rep> {
-    String name;
-    CIMDataType type;
-    CIMValue value;
-    CIMQualifierArray qualifiers;
-    String classOrigin;
-    mutable Memo<CIMProperty> inherited;
-    mutable Memo<CIMProperty> ofInstance;
-
-    void forgetMemo() noexcept {
-        inherited.value = CIMProperty();
-        ofInstance.value = CIMProperty();
-    }
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMProperty)
-
 CIMProperty::CIMProperty(String name, CIMDataType type, CIMValue value) {
     Rep& rep = m_rep.write();
     rep.name = std::move(name);
     rep.type = std::move(type);
     rep.value = std::move(value);
-}
-
-const String& CIMProperty::getName() const noexcept {
-    return m_rep ? m_rep->name : emptyOf<String>();
-}
-
-const CIMDataType& CIMProperty::getDataType() const noexcept {
-    return m_rep ? m_rep->type : emptyOf<CIMDataType>();
-}
-
-const CIMValue& CIMProperty::getValue() const noexcept {
-    return m_rep ? m_rep->value : emptyOf<CIMValue>();
-}
-
-const CIMQualifierArray& CIMProperty::getQualifiers() const noexcept {
-    return m_rep ? m_rep->qualifiers : emptyOf<CIMQualifierArray>();
-}
-
-const String& CIMProperty::getClassOrigin() const noexcept {
-    return m_rep ? m_rep->classOrigin : emptyOf<String>();
 }
 
 CIMProperty& CIMProperty::setName(String name) {
@@ -84,9 +45,9 @@ CIMProperty CIMProperty::inherited() const {
     if (m_rep && !areInherited(m_rep->qualifiers)) {
         if (!m_rep->inherited.value) {
             result.setQualifiers(inheritableQualifiers(m_rep->qualifiers));
-            m_rep->inherited.value = result;
+            m_rep->inherited.value = result.m_rep;
         }
-        result.m_rep = m_rep->inherited.value.m_rep;
+        result.m_rep = m_rep->inherited.value;
     }
     return result.setPropagated(true);
 }
@@ -95,9 +56,9 @@ CIMProperty CIMProperty::ofInstance() const {
     CIMProperty result = *this;
     if (m_rep && !m_rep->qualifiers.empty()) {
         if (!m_rep->ofInstance.value) {
-            m_rep->ofInstance.value = result.setQualifiers({});
+            m_rep->ofInstance.value = result.setQualifiers({}).m_rep;
         }
-        result.m_rep = m_rep->ofInstance.value.m_rep;
+        result.m_rep = m_rep->ofInstance.value;
     }
     return result;
 }

@@ -11,16 +11,16 @@ namespace OpenWBEM {
 
 class CIMProperty {
 public:
-    CIMProperty();
+    CIMProperty() = default;
     explicit CIMProperty(String name, CIMDataType type = CIMDataType(),
                          CIMValue value = CIMValue());
 
-    const String& getName() const noexcept;
-    const CIMDataType& getDataType() const noexcept;
-    const CIMValue& getValue() const noexcept;
-    const CIMQualifierArray& getQualifiers() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
+    const CIMDataType& getDataType() const noexcept { return m_rep->type; }
+    const CIMValue& getValue() const noexcept { return m_rep->value; }
+    const CIMQualifierArray& getQualifiers() const noexcept { return m_rep->qualifiers; }
     /// The class that introduced the property; empty when not known.
-    const String& getClassOrigin() const noexcept;
+    const String& getClassOrigin() const noexcept { return m_rep->classOrigin; }
     bool isPropagated() const noexcept { return m_propagated; }
     /// Whether the property is part of the key of its class.
     bool isKey() const noexcept { return m_key; }
@@ -50,22 +50,28 @@ public:
     /// qualifiers. All instances that keep the default share one.
     CIMProperty ofInstance() const;
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Names without regard to case, types, values and qualifiers (in any order).
     friend bool operator==(const CIMProperty& a, const CIMProperty& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        CIMDataType type;
+        CIMValue value;
+        CIMQualifierArray qualifiers;
+        String classOrigin;
+        mutable Memo<CowReference<Rep>> inherited;
+        mutable Memo<CowReference<Rep>> ofInstance;
+
+        void forgetMemo() noexcept {
+            inherited.value = {};
+            ofInstance.value = {};
+        }
+    };
     CowReference<Rep> m_rep;
     bool m_propagated = false;
     bool m_key = false;
-
-public:
-    CIMProperty(const CIMProperty&) noexcept;
-    CIMProperty(CIMProperty&&) noexcept;
-    CIMProperty& operator=(const CIMProperty&) noexcept;
-    CIMProperty& operator=(CIMProperty&&) noexcept;
-    ~CIMProperty();
 };
 
 using CIMPropertyArray = Array<CIMProperty>;

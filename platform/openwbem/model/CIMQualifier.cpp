@@ -7,38 +7,11 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMQualifier::Rep : CowRep<Rep> {
-    String name;
-    CIMValue value;
-    CIMFlavor flavor;
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMQualifier)
-
 CIMQualifier::CIMQualifier(String name, CIMValue value, CIMFlavor flavor) {
     Rep& rep = m_rep.write();
     rep.name = std::move(name);
     rep.value = std::move(value);
     rep.flavor = flavor;
-}
-
-const String& CIMQualifier::getName() const noexcept {
-    return m_rep ? m_rep->name : emptyOf<String>();
-}
-
-const CIMValue& CIMQualifier::getValue() const noexcept {
-    return m_rep ? m_rep->value : emptyOf<CIMValue>();
-}
-
-const CIMFlavor& CIMQualifier::getFlavor() const noexcept {
-    return m_rep ? m_rep->flavor : emptyOf<CIMFlavor>();
-}
-
-CIMQualifier& CIMQualifier::setName(String name) {
-    m_rep.write().name = std::move(name);
-    return *this;
 }
 
 CIMQualifier& CIMQualifier::setValue(CIMValue value) {

@@ -10,15 +10,14 @@ namespace OpenWBEM {
 
 class CIMQualifier {
 public:
-    CIMQualifier();
+    CIMQualifier() = default;
     CIMQualifier(String name, CIMValue value, CIMFlavor flavor = CIMFlavor());
 
-    const String& getName() const noexcept;
-    const CIMValue& getValue() const noexcept;
-    const CIMFlavor& getFlavor() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
+    const CIMValue& getValue() const noexcept { return m_rep->value; }
+    const CIMFlavor& getFlavor() const noexcept { return m_rep->flavor; }
     bool isPropagated() const noexcept { return m_propagated; }
 
-    CIMQualifier& setName(String name);
     CIMQualifier& setValue(CIMValue value);
     CIMQualifier& setFlavor(CIMFlavor flavor);
     CIMQualifier& setPropagated(bool propagated) noexcept {
@@ -26,21 +25,18 @@ public:
         return *this;
     }
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Names without regard to case, values and flavors.
     friend bool operator==(const CIMQualifier& a, const CIMQualifier& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        CIMValue value;
+        CIMFlavor flavor;
+    };
     CowReference<Rep> m_rep;
     bool m_propagated = false;
-
-public:
-    CIMQualifier(const CIMQualifier&) noexcept;
-    CIMQualifier(CIMQualifier&&) noexcept;
-    CIMQualifier& operator=(const CIMQualifier&) noexcept;
-    CIMQualifier& operator=(CIMQualifier&&) noexcept;
-    ~CIMQualifier();
 };
 
 using CIMQualifierArray = Array<CIMQualifier>;

@@ -7,40 +7,8 @@
 
 namespace OpenWBEM {
 
-using ModelSupport::emptyOf;
-
-struct CIMQualifierType::Rep : CowRep<Rep> {
-    String name;
-    CIMDataType type;
-    CIMValue defaultValue;
-    uint8_t scopes = 0;
-    CIMFlavor flavor;
-};
-
-OPENWBEM_DEFINE_SPECIAL_MEMBERS(CIMQualifierType)
-
 CIMQualifierType::CIMQualifierType(String name) {
     m_rep.write().name = std::move(name);
-}
-
-const String& CIMQualifierType::getName() const noexcept {
-    return m_rep ? m_rep->name : emptyOf<String>();
-}
-
-const CIMDataType& CIMQualifierType::getDataType() const noexcept {
-    return m_rep ? m_rep->type : emptyOf<CIMDataType>();
-}
-
-const CIMValue& CIMQualifierType::getDefaultValue() const noexcept {
-    return m_rep ? m_rep->defaultValue : emptyOf<CIMValue>();
-}
-
-uint8_t CIMQualifierType::getScopes() const noexcept {
-    return m_rep ? m_rep->scopes : 0;
-}
-
-const CIMFlavor& CIMQualifierType::getFlavor() const noexcept {
-    return m_rep ? m_rep->flavor : emptyOf<CIMFlavor>();
 }
 
 CIMQualifierType& CIMQualifierType::setName(String name) {

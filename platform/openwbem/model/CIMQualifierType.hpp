@@ -33,14 +33,14 @@ enum Bits : uint8_t {
 
 class CIMQualifierType {
 public:
-    CIMQualifierType();
+    CIMQualifierType() = default;
     explicit CIMQualifierType(String name);
 
-    const String& getName() const noexcept;
-    const CIMDataType& getDataType() const noexcept;
-    const CIMValue& getDefaultValue() const noexcept;
-    uint8_t getScopes() const noexcept;  ///< CIMScope bits
-    const CIMFlavor& getFlavor() const noexcept;
+    const String& getName() const noexcept { return m_rep->name; }
+    const CIMDataType& getDataType() const noexcept { return m_rep->type; }
+    const CIMValue& getDefaultValue() const noexcept { return m_rep->defaultValue; }
+    uint8_t getScopes() const noexcept { return m_rep->scopes; }  ///< CIMScope bits
+    const CIMFlavor& getFlavor() const noexcept { return m_rep->flavor; }
 
     CIMQualifierType& setName(String name);
     CIMQualifierType& setDataType(CIMDataType type);
@@ -48,19 +48,18 @@ public:
     CIMQualifierType& setScopes(uint8_t scopes);
     CIMQualifierType& setFlavor(CIMFlavor flavor);
 
-    explicit operator bool() const noexcept;
+    explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     friend bool operator==(const CIMQualifierType& a, const CIMQualifierType& b);
 
 private:
-    struct Rep;
+    struct Rep : CowRep<Rep> {
+        String name;
+        CIMDataType type;
+        CIMValue defaultValue;
+        uint8_t scopes = 0;
+        CIMFlavor flavor;
+    };
     CowReference<Rep> m_rep;
-
-public:
-    CIMQualifierType(const CIMQualifierType&) noexcept;
-    CIMQualifierType(CIMQualifierType&&) noexcept;
-    CIMQualifierType& operator=(const CIMQualifierType&) noexcept;
-    CIMQualifierType& operator=(CIMQualifierType&&) noexcept;
-    ~CIMQualifierType();
 };
 
 }  // namespace OpenWBEM

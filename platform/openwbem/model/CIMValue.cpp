@@ -103,14 +103,6 @@ CIMValue collect(CIMDataType::Type type, const Array<CIMValue>& values) {
 
 }  // namespace
 
-CIMValue::CIMValue() noexcept = default;
-CIMValue::CIMValue(const CIMValue&) noexcept = default;
-CIMValue::CIMValue(CIMValue&&) noexcept = default;
-CIMValue& CIMValue::operator=(const CIMValue&) noexcept = default;
-CIMValue& CIMValue::operator=(CIMValue&&) noexcept = default;
-CIMValue::~CIMValue() = default;
-
-CIMValue::CIMValue(const Rep* rep) noexcept : m_rep(rep) {}
 CIMValue::CIMValue(bool value) : m_rep(sharedBoolean(value)) {}
 CIMValue::CIMValue(uint8_t value) : m_rep(makeSingle(value)) {}
 CIMValue::CIMValue(int8_t value) : m_rep(makeSingle(value)) {}

@@ -4,11 +4,11 @@
 // of them whose elements may be null (DSP0004 5.2). Immutable and shared between copies.
 #pragma once
 
-#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <cstdint>
 
 #include "openwbem/model/CIMDataType.hpp"
 #include "openwbem/model/CIMFwd.hpp"
+#include "openwbem/model/CowReference.hpp"
 
 namespace OpenWBEM {
 
@@ -23,12 +23,7 @@ struct Char16 {
 class CIMValue {
 public:
     /// The null value: it has no type.
-    CIMValue() noexcept;
-    CIMValue(const CIMValue&) noexcept;
-    CIMValue(CIMValue&&) noexcept;
-    CIMValue& operator=(const CIMValue&) noexcept;
-    CIMValue& operator=(CIMValue&&) noexcept;
-    ~CIMValue();
+    CIMValue() noexcept = default;
 
     // Each constructor fixes the type. Reals must be finite and strings valid UTF-8 without U+0000,
     // since MOF has no form for anything else: CIMException INVALID_PARAMETER otherwise.
@@ -92,10 +87,32 @@ public:
     /// Whether a string could be held: valid UTF-8 without U+0000.
     static bool isStorableString(std::string_view text) noexcept;
 
-    class Rep;  // of the implementation
+    /// Of the implementation (CIMValueRep.hpp).
+    struct Rep : CowRep<Rep> {
+        Rep(CIMDataType::Type typeIn, bool isArrayIn, uint8_t depth = 0) noexcept
+            : type(typeIn), isArray(isArrayIn), nesting(depth) {}
+        Rep(const Rep&) = delete;
+        Rep& operator=(const Rep&) = delete;
+        virtual ~Rep() = default;
+
+        virtual size_t size() const noexcept { return 0; }
+        virtual bool isNullElement(size_t) const noexcept { return false; }
+        virtual CIMValue element(size_t) const { return CIMValue(); }
+        virtual void appendText(String& out) const = 0;
+        /// Of two representations of the same type and form.
+        virtual bool equals(const Rep& other) const = 0;
+
+        const CIMDataType::Type type;
+        const bool isArray;
+        /// How many references and embedded objects stand in each other, this value included.
+        const uint8_t nesting;
+        static uint8_t nestingIn(const CIMValue& value) noexcept {
+            return value.m_rep ? value.m_rep->nesting : 0;
+        }
+    };
 
 private:
-    explicit CIMValue(const Rep* rep) noexcept;
+    explicit CIMValue(const Rep* rep) noexcept : m_rep(rep) {}
     boost::intrusive_ptr<const Rep> m_rep;
 };
 

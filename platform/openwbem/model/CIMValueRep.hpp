@@ -12,35 +12,8 @@
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/CIMValue.hpp"
-#include "openwbem/model/CowReference.hpp"
 
 namespace OpenWBEM {
-
-class CIMValue::Rep : public CowRep<CIMValue::Rep> {
-public:
-    Rep(CIMDataType::Type typeIn, bool isArrayIn, uint8_t depth = 0) noexcept
-        : type(typeIn), isArray(isArrayIn), nesting(depth) {}
-    Rep(const Rep&) = delete;
-    Rep& operator=(const Rep&) = delete;
-    virtual ~Rep() = default;
-
-    virtual size_t size() const noexcept { return 0; }
-    virtual bool isNullElement(size_t) const noexcept { return false; }
-    virtual CIMValue element(size_t) const { return CIMValue(); }
-    virtual void appendText(String& out) const = 0;
-    /// Of two representations of the same type and form.
-    virtual bool equals(const Rep& other) const = 0;
-
-    const CIMDataType::Type type;
-    const bool isArray;
-    /// How many references and embedded objects stand in each other below this value, itself
-    /// included.
-    const uint8_t nesting;
-
-    static uint8_t nestingIn(const CIMValue& value) noexcept {
-        return value.m_rep ? value.m_rep->nesting : 0;
-    }
-};
 
 namespace ValueDetail {
 

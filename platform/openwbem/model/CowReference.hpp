@@ -12,7 +12,14 @@ namespace OpenWBEM {
 
 /// Base of a shared representation.
 template <class Derived>
-using CowRep = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
+struct CowRep : boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter> {
+    /// Not inlined: taking a representation apart is much code, and in some callers GCC mistakes
+    /// the count of one reference for a use of what another has deleted.
+    [[gnu::noinline]] friend void intrusive_ptr_release(const CowRep* rep) noexcept {
+        using Counter = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
+        boost::sp_adl_block::intrusive_ptr_release(static_cast<const Counter*>(rep));
+    }
+};
 
 /// Something worked out from a representation and kept with it. Copies start without it.
 template <class T>
@@ -30,11 +37,10 @@ template <class Rep>
 class CowReference {
 public:
     CowReference() noexcept = default;
-    explicit CowReference(Rep* rep) noexcept : m_rep(rep) {}
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
-    const Rep& operator*() const noexcept { return *m_rep; }
-    const Rep* operator->() const noexcept { return m_rep.get(); }
+    /// For reading: of a handle that has none, one that is as empty as can be.
+    const Rep* operator->() const noexcept { return m_rep ? m_rep.get() : &none(); }
     const Rep* get() const noexcept { return m_rep.get(); }
 
     /// The representation for writing, this handle's own from now on (made when there is none).
@@ -51,6 +57,11 @@ public:
     }
 
 private:
+    static const Rep& none() noexcept {
+        static const Rep empty = Rep();
+        return empty;
+    }
+
     boost::intrusive_ptr<Rep> m_rep;
 };
 

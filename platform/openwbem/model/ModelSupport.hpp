@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the implementation files of the model share: empty objects that getters of null handles
-// return, and the look-up and comparison of lists of named elements.
+// What the implementation files of the model share: the look-up and comparison of lists of named
+// elements.
 #pragma once
 
 #include <algorithm>
@@ -9,13 +9,6 @@
 #include "openwbem/model/CIMFwd.hpp"
 
 namespace OpenWBEM::ModelSupport {
-
-/// The same empty T every time.
-template <class T>
-const T& emptyOf() noexcept {
-    static const T value{};
-    return value;
-}
 
 /// The first element of that name (without regard to case), or null.
 template <class T>
@@ -70,19 +63,5 @@ template <class T>
 bool equalInAnyOrder(const Array<T>& a, const Array<T>& b) {
     return equalInAnyOrder(a, b, [](const T& x, const T& y) { return x == y; });
 }
-
-/// The special members of a model class, which need its complete Rep.
-// NOLINTBEGIN(bugprone-macro-parentheses): a class name cannot stand in parentheses.
-#define OPENWBEM_DEFINE_SPECIAL_MEMBERS(CLASS)                \
-    CLASS::CLASS() = default;                                 \
-    CLASS::CLASS(const CLASS&) noexcept = default;            \
-    CLASS::CLASS(CLASS&&) noexcept = default;                 \
-    CLASS& CLASS::operator=(const CLASS&) noexcept = default; \
-    CLASS& CLASS::operator=(CLASS&&) noexcept = default;      \
-    CLASS::~CLASS() = default;                                \
-    CLASS::operator bool() const noexcept {                   \
-        return static_cast<bool>(m_rep);                      \
-    }
-// NOLINTEND(bugprone-macro-parentheses)
 
 }  // namespace OpenWBEM::ModelSupport
