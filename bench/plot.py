@@ -1,10 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Draws how the operations' time grows with the installation: an SVG with three panels, for what may
-not grow, for what may grow with the copy and for what may grow with all products. Both axes are
+"""Draws how the operations' time grows with the installation: an SVG with three panels, for what
+may not grow, for what may grow with the copy and for what may grow with all products. Both axes are
 logarithmic, so that what grows linearly rises like the dashed line."""
 
 import math
-
 from xml.sax.saxutils import escape
 
 from growth import ALL, COPY, NOTHING
@@ -42,7 +41,8 @@ class Axes:
 
     def __init__(self, sizes, values, left):
         self.sizes, self.left = sizes, left
-        self.low, self.high = (math.log10(size) for size in (sizes[0], max(sizes[-1], sizes[0] + 1)))
+        self.low = math.log10(sizes[0])
+        self.high = math.log10(max(sizes[-1], sizes[0] + 1))
         self.bottom = math.floor(math.log10(min(values)))
         self.top = max(math.ceil(math.log10(max(values))), self.bottom + 1)
 
@@ -77,7 +77,8 @@ def panel(title, sizes, operations, left):
     for number, ((name, values), y) in enumerate(zip(operations, places)):
         colour = COLOURS[number % len(COLOURS)]
         dash = ' stroke-dasharray="2 2"' if name.endswith("staged") else ""
-        parts += [line(map(axes.point, sizes, values), f'stroke="{colour}" stroke-width="1.8"{dash}'),
+        parts += [line(map(axes.point, sizes, values),
+                       f'stroke="{colour}" stroke-width="1.8"{dash}'),
                   text(left + WIDTH + 8, y + 4, name, f'fill="{colour}"')]
     return parts
 

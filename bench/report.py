@@ -53,7 +53,8 @@ def scale(measured):
             values, grows = [cost[quantity] for cost in costs], costs[0]["grows"]
             breaks = growth.grows_too_fast(quantity, grows, sizes, values)
             kept = kept and not breaks
-            steps = ", ".join("-" if step is None else f"{step:.1f}" for step in growth.steps(values))
+            steps = ", ".join("-" if step is None else f"{step:.1f}"
+                              for step in growth.steps(values))
             lines.append([name, *map(shown, values), steps, grows, "GROWS" if breaks else "ok"])
         head = ["operation", *(f"{size:,}" for size in sizes), "step by step", "may grow with",
                 "verdict"]

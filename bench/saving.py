@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Saving and restoring the DMTF schema in a namespace, alone and with many instances, against loading
-the MOF that the saved file holds. Nothing but the syncs is waited for, so the processor's time
-counts, which leaves most of what else the machine does out."""
+"""Saving and restoring the DMTF schema in a namespace, alone and with many instances, against
+loading the MOF that the saved file holds. Nothing but the syncs is waited for, so the processor's
+time counts, which leaves most of what else the machine does out."""
 
 import filecmp
 import os
@@ -37,7 +37,8 @@ def saved_mof(path):
     small."""
     script = ("import re, sys; from xml.sax.saxutils import unescape; "
               "text = open(sys.argv[1], encoding='utf-8', newline='').read(); "
-              "mof = re.search('<ProductInstances>.*<InstanceMOF>(.*)</InstanceMOF>', text, re.S)[1]; "
+              "mof = re.search('<ProductInstances>.*<InstanceMOF>(.*)</InstanceMOF>', text, "
+              "re.S)[1]; "
               "open(sys.argv[2], 'w', encoding='utf-8').write(unescape(mof, {'&#13;': '\\r'}))")
     subprocess.run([sys.executable, "-c", script, STATE_FILE, path], check=True)
 
@@ -72,10 +73,11 @@ def schema_rows(fresh, name, *files):
     rows = []
     for what, costs, limit in (("save", saves, SAVING), ("restore", restores, RESTORING)):
         mine = best(costs)
-        rows.append(ratio(f"{what} {name} / owmofc, processor", mine.processor, load.processor, limit))
+        rows.append(ratio(f"{what} {name} / owmofc, processor", mine.processor, load.processor,
+                          limit))
         rows.append([f"{what} {name}, peak memory / file",
-                     f"{mine.memory / 1e6:.1f} MB / {size / 1e6:.1f} MB", mine.memory / size, MEMORY,
-                     ""])
+                     f"{mine.memory / 1e6:.1f} MB / {size / 1e6:.1f} MB", mine.memory / size,
+                     MEMORY, ""])
     return rows
 
 

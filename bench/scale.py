@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Measures every operation in installations of different sizes; to be run inside scripts/sandbox, on
-a state that holds nothing else:
+"""Measures every operation in installations of different sizes; to be run inside scripts/sandbox,
+on a state that holds nothing else:
 
     scripts/sandbox --root DIR bench/scale.py RESULT.json SIZE...
 
-An installation is made by restoring the saved state of so many products. Each of them is a copy, under
-another name, of one that the tool has registered and saved.
+An installation is made by restoring the saved state of so many products. Each of them is a copy,
+under another name, of one that the tool has registered and saved.
 """
 
 import filecmp
@@ -17,7 +17,7 @@ import time
 from growth import ALL, COPY, NOTHING
 from products import Texts, write, write_pattern_state, write_state
 from programs import INIT, LIVE, WORK, begin, best, fail, run
-from tracing import daemon_pid, traced
+from tracing import daemon_memory, traced
 
 # Of so many runs the quickest counts; long ones are not repeated any more after so many seconds.
 RUNS = 9
@@ -54,11 +54,7 @@ class Measurement:
 def measured(argv):
     """The cost of a run. Of the daemon's start the memory is the daemon's."""
     cost = run(argv)
-    if argv != [INIT, "start"]:
-        return cost
-    with open(f"/proc/{daemon_pid()}/status", encoding="ascii") as status:
-        peak = next(line.split()[1] for line in status if line.startswith("VmHWM"))
-    return cost._replace(memory=int(peak) * 1024)
+    return cost._replace(memory=daemon_memory()) if argv == [INIT, "start"] else cost
 
 
 def product_steps(installation, where):

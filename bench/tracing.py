@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Counts the bytes that a run writes into files and the syncs that it waits for, with strace: its own,
-those of the commands that it starts and those of the daemon that works for it."""
+"""The daemon, and what a run writes: counts the bytes that go into files and the syncs that are
+waited for, with strace, those of the commands that it starts and of the daemon included."""
 
 import os
 import re
@@ -30,6 +30,12 @@ def daemon_pid():
         return None
 
 
+def daemon_memory():
+    """The most that the daemon has taken so far."""
+    with open(f"/proc/{daemon_pid()}/status", encoding="ascii") as status:
+        return 1024 * next(int(line.split()[1]) for line in status if line.startswith("VmHWM"))
+
+
 def is_file(target):
     return target.startswith("/") and not target.startswith(("/dev/", "/proc/"))
 
@@ -57,22 +63,23 @@ def count(lines):
 
 def traced(argv):
     """Runs it; gives back its bytes and its syncs."""
-    trace, done = WORK + "/trace", WORK + "/done"
-    if os.path.exists(done):
-        os.remove(done)
+    trace, done, failed = (f"{WORK}/trace{ending}" for ending in ("", ".done", ".failed"))
+    for path in (done, failed):
+        if os.path.exists(path):
+            os.remove(path)
     daemon = daemon_pid()
     strace = subprocess.Popen(
-        ["strace", "-f", "-I", "2", "-y", "-qq", "-s", "0", "-e", "trace=" + ",".join(SYNCS + WRITES),
-         "-e", "signal=none", "-o", trace, *(["-p", str(daemon)] if daemon else []),
-         "sh", "-c", '"$@"; echo $? >"$0.new" && mv "$0.new" "$0"', done, *argv],
+        ["strace", "-f", "-I", "2", "-y", "-qq", "-s", "0", "-e",
+         "trace=" + ",".join(SYNCS + WRITES), "-e", "signal=none", "-o", trace,
+         *(["-p", str(daemon)] if daemon else []),
+         "sh", "-c", 'if "$@"; then : >"$0.done"; else : >"$0.failed"; fi', trace, *argv],
         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
     # It does not end by itself where a daemon goes on.
-    while not os.path.exists(done) and strace.poll() is None:
+    while strace.poll() is None and not os.path.exists(done) and not os.path.exists(failed):
         time.sleep(0.01)
     strace.send_signal(signal.SIGINT)
     strace.wait()
-    with open(done, encoding="ascii") as text:
-        if text.read().strip() != "0":
-            fail(f"{' '.join(argv)} failed while it was traced")
+    if not os.path.exists(done):
+        fail(f"{' '.join(argv)} failed, or cannot be traced here")
     with open(trace, encoding="ascii", errors="replace") as lines:
         return count(lines)

@@ -53,7 +53,8 @@ class Report(unittest.TestCase):
         text, kept = report.scale(measured(NOTHING, 0.1, 0.2, 0.4))
         self.assertFalse(kept)
         self.assertEqual(text.count("GROWS"), 1)
-        self.assertRegex(text, r"\| register +\| 100\.0 ms \| 200\.0 ms \| 400\.0 ms \| 2\.0, 2\.0 ")
+        self.assertRegex(text, r"\| register +\| 100\.0 ms +\| 200\.0 ms +\| 400\.0 ms +\| "
+                               r"2\.0, 2\.0 ")
 
     def test_what_does_not_grow_is_kept(self):
         text, kept = report.scale(measured(NOTHING, 0.1, 0.1, 0.1))
