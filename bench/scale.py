@@ -19,8 +19,9 @@ from products import Texts, write, write_pattern_state, write_state
 from programs import INIT, LIVE, WORK, begin, best, fail, run
 from tracing import daemon_memory, traced
 
-# Of so many runs the quickest counts; long ones are not repeated any more after so many seconds.
+# Of so many runs the quickest counts; of long ones, that of fewer, once so many seconds have gone.
 RUNS = 9
+LEAST_RUNS = 3
 SECONDS = 20
 PROVIDERS = 10
 
@@ -36,7 +37,7 @@ class Measurement:
         write. A step is its name, what it may grow with, and a function from the number of the run
         to the command; one without a name is only prepared by its function."""
         costs, begun, number = {}, time.monotonic(), 0
-        while number < RUNS and (number == 0 or time.monotonic() - begun < SECONDS):
+        while number < LEAST_RUNS or (number < RUNS and time.monotonic() - begun < SECONDS):
             for name, _, command in steps:
                 argv = command(number)
                 if name:
