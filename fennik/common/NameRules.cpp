@@ -11,9 +11,6 @@ using blocxx::String;
 
 namespace {
 
-/// What restoring takes off both ends of a name.
-constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
-
 constexpr const char* CONTROL = "has a control character in it";
 
 bool isControl(char c) {

@@ -13,6 +13,9 @@ BLOCXX_DECLARE_EXCEPTION(Name)
 
 namespace NameRules {
 
+/// What restoring a saved state takes off both ends of a name.
+inline constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
+
 /// What is wrong with the name, as the end of a sentence: "is empty". Empty when nothing is.
 blocxx::String problemOf(const blocxx::String& name);
 

@@ -7,20 +7,16 @@
 
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "fennik/common/NameRules.hpp"
 #include "fennik/provider/ProviderModel.hpp"
 #include "fennik/state/StateFormat.hpp"
 
 namespace KOVNS2 {
 
 using blocxx::Format;
+using NameRules::WHITE_SPACE;
 using OpenWBEM::CIMInstance;
 using OpenWBEM::CIMObjectPath;
-
-namespace {
-
-constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
-
-}  // namespace
 
 XMLNode createNamedNode(const char* name, String text) {
     XMLNode node(name);
