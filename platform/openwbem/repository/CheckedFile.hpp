@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The file layer under SQLite: every page of the repository file carries a checksum that is made
-// when the page is written and verified when it is read, so that a page that is not what was
-// written is an error (SQLITE_IOERR_DATA) and never wrong data. Pages that follow each other are
-// written in one call. Journals and write-ahead logs pass through untouched. It touches nothing but
-// a repository's own files, by the names that RepositoryDirectory gives them.
+// The file layer under SQLite. It writes a checksum with each page of the repository file and
+// verifies it when the page is read: a damaged page is an error (SQLITE_IOERR_DATA), never wrong
+// data. Adjacent pages are written with one call. Journals and write-ahead logs pass through
+// unchanged. The layer opens only a repository's own files, by the names that RepositoryDirectory
+// gives them.
 #pragma once
 
 #include <sqlite3.h>
 
 namespace OpenWBEM::CheckedFile {
 
-/// The result code for the name of any other file. SQLite itself gives it for none.
+/// The result code for any other file name. SQLite itself never returns it for a name.
 inline constexpr int FOREIGN_NAME = SQLITE_AUTH;
 
-/// The name of the file layer for sqlite3_open_v2(). It stands on what is SQLite's default layer at
-/// the first call.
+/// Registers the layer and returns its name for sqlite3_open_v2(). It delegates to the layer that
+/// is SQLite's default at the first call.
 const char* layerName();
 
 }  // namespace OpenWBEM::CheckedFile

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Changing a class that is there. A class with subclasses or instances may change only so that all
-// of them stay valid: its superclass stays, each subclass can still be derived, and where there are
+// Changes an existing class. A class with subclasses or instances may change only so that all of
+// them stay valid: its superclass stays, each subclass can still be derived, and where there are
 // instances their class keeps its properties, with their types and what may be embedded in them,
 // and its keys. Objects that are embedded elsewhere stay valid too. Properties that are added come
 // into the instances with their defaults.
@@ -16,7 +16,7 @@ public:
     ClassModification(RepositoryStore& store, int64_t ns) : m_store(store), m_ns(ns) {}
 
     /// Throws CIMException NOT_FOUND, INVALID_SUPERCLASS, CLASS_HAS_CHILDREN, CLASS_HAS_INSTANCES,
-    /// or what the declaration itself deserves. Nothing has been written then.
+    /// or what is wrong with the declaration itself. Then nothing has been written.
     void apply(const CIMClass& declared);
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The classes of the namespaces: stored as declared, handed out as derived. Derived classes are
-// kept, within a bound, as their subclasses need them again and again.
+// The classes of all namespaces. Classes are stored as declared and returned as derived. A bounded
+// cache keeps derived classes, which their subclasses need again.
 #pragma once
 
 #include <optional>
@@ -52,13 +52,13 @@ public:
         return m_uses.findUsers(ns, qualifier);
     }
 
-    /// Derives, turning what is wrong with the declaration into its CIMException.
+    /// Derives the class. Throws CIMException for an invalid declaration.
     CIMClass derive(const CIMClass& declared, const CIMClass* super,
                     const QualifierTypeLookup& qualifierTypes);
     /// False when a class of that name exists.
     [[nodiscard]] bool insert(int64_t ns, const CIMClass& derived, int64_t super);
     void replace(int64_t ns, int64_t id, const CIMClass& derived, int64_t super);
-    /// Of a class that has no subclasses.
+    /// The class must have no subclasses.
     void remove(int64_t ns, const StoredClass& cls);
 
     /// The classes that declare a reference to the class of that name, with the reference's name.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A connection to the repository file: opening it, the checks of what it is, and its statements.
-// Knows nothing of units of work.
+// A connection to the repository file: opens it, checks that it is a repository, and runs
+// statements. Transactions: see UnitOfWork.
 #pragma once
 
 #include <functional>
@@ -19,38 +19,38 @@ using blocxx::String;
 
 class Connection {
 public:
-    /// Opens the file in that directory; of what is in it, nothing is looked at. Throws
-    /// CIMException FAILED that names the path and the remedy, as all that follows does.
+    /// Opens the file in that directory without reading its content. All members throw CIMException
+    /// FAILED that names the path and the remedy.
     explicit Connection(const String& directory);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// That the file is a repository, and nothing but that.
+    /// Throws unless the file is a repository of this format with exactly our schema.
     void checkFormat();
-    /// That the file which is locked now is still the one at its place: whoever replaces the
-    /// repository holds it meanwhile, and what is written to the old one afterwards is lost.
+    /// Throws unless the open file is still the one at its path. Whoever replaces the repository
+    /// holds it meanwhile; changes written to the old file afterwards would be lost.
     void checkPlace();
-    /// The header of the file. Read through the open file: opening it once more would drop this
-    /// process's locks on it when it is closed. Empty when it cannot be read.
+    /// The header of the file; empty when it cannot be read. It is read through the open file:
+    /// closing a second descriptor would drop this process's locks.
     String header();
 
     /// `attempt` completes "cannot be ..." in the message of a failure.
     void execute(const char* sql, const char* attempt);
     /// Reads a number without keeping the statement.
     int64_t pragma(const char* sql);
-    /// Throws for `code`, after what onFailure() has set.
+    /// Runs the action of onFailure(), then throws for the SQLite result code `code`.
     [[noreturn]] void fail(int code, const char* attempt);
-    /// Closes the connection and throws for the result code of a step of the opening.
+    /// Closes the connection, then throws for the result code of a step of opening.
     [[noreturn]] void failOpening(int code);
-    /// What is done at each failure, before the exception is thrown.
+    /// Sets what is done at each failure before the exception is thrown.
     void onFailure(std::function<void()> action) { m_onFailure = std::move(action); }
 
-    /// Changes made so far, for telling whether there were any since.
+    /// The number of rows changed so far.
     int64_t changes() const noexcept;
     /// The id of the row inserted last.
     int64_t lastInserted() const noexcept;
-    /// Gives back the pages that are kept in memory and not in use.
+    /// Frees cached pages that are not in use.
     void releaseMemory() noexcept;
 
     sqlite3* raw() const noexcept { return m_db; }
@@ -69,7 +69,7 @@ private:
     RepositoryDirectory m_directory;
     std::function<void()> m_onFailure = [] {};
     sqlite3* m_db = nullptr;
-    /// By the address of their text; null while in use.
+    /// Prepared statements by the address of their text; null while in use.
     std::unordered_map<const char*, sqlite3_stmt*> m_idle;
 };
 

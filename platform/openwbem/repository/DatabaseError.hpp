@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one place where the failures of the repository file become ours: CIMException FAILED with
-// what was attempted, the file, the reason and the remedy.
+// Turns failures of the repository file into CIMException FAILED, which says what was attempted,
+// and names the file, the reason and the remedy.
 #pragma once
 
 #include <cstdint>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Guards the objects that are embedded in the instances and class defaults of a namespace. A class
-// or qualifier type that they need may be changed only so that all of them stay valid, and not be
-// deleted: as for instances that stand for themselves.
+// Guards objects that are embedded in the instances and class defaults of a namespace. A class or
+// qualifier type that they use may only change so that all of them stay valid, and cannot be
+// deleted, just as for stored instances.
 //
-// Which names they refer to is found by reading all that may hold them, once, and kept. What is
-// deleted stays among the names until one of them is asked for: then everything is read again.
+// The names that they use are collected by reading all holders once, and cached. Names of deleted
+// objects stay in the cache until one of them is looked up; then everything is read again.
 #pragma once
 
 #include <map>
@@ -38,7 +38,7 @@ public:
     /// in it completed. Throws CIMException (see completeEmbedded) unless that fits the namespace.
     /// Takes note of it.
     CIMInstance completeStored(int64_t ns, CIMInstance instance, const CIMClass& cls);
-    /// To be told of each class that is stored.
+    /// Must be called for each class that is stored.
     void noteClass(int64_t ns, const CIMClass& cls);
     void forget() noexcept { m_known.clear(); }
 

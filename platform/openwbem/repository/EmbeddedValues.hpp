@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects embedded in property values, held against the classes and qualifier types of their
-// namespace: what is embedded has to fit them as an object that stands for itself does, or its MOF
-// could not be compiled again.
+// Validates objects embedded in property values against the classes and qualifier types of their
+// namespace. An embedded object must be as valid as a stored one, or its MOF could not be compiled
+// again.
 #pragma once
 
 #include <optional>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An enumeration that its holder pulls portion by portion. It holds no lock and no statement
-// between portions, so it may wait for as long as its holder likes, and it costs little more than
-// the place where it stands.
+// An enumeration that its owner pulls in portions. Between portions it holds no lock and no
+// statement, only its position, so its owner may pause as long as it likes.
 #pragma once
 
 #include <memory>
@@ -15,7 +14,7 @@ template <class T>
 class Enumeration {
 public:
     virtual ~Enumeration() = default;
-    /// Hands over the next portion, which may be empty. False when it was the last one. After an
+    /// Passes the next portion, which may be empty, to `result`. False after the last one. After an
     /// exception there are no further portions.
     [[nodiscard]] virtual bool next(ResultHandlerIFC<T>& result) = 0;
 };
@@ -23,7 +22,7 @@ public:
 template <class T>
 using EnumerationPtr = std::unique_ptr<Enumeration<T>>;
 
-/// Hands over all of it.
+/// Passes all results to `result`.
 template <class T>
 void exhaust(const EnumerationPtr<T>& enumeration, ResultHandlerIFC<T>& result) {
     while (enumeration->next(result)) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The form in which instances are stored and in which they are handed out.
+// Converts instances between their stored form and the form in which they are returned.
 #pragma once
 
 #include "openwbem/model/ObjectFilter.hpp"

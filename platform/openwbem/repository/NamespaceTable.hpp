@@ -26,7 +26,7 @@ public:
     StringArray spellings();
     /// Throws CIMException ALREADY_EXISTS or INVALID_PARAMETER.
     void create(const String& ns);
-    /// With everything in it. Throws CIMException NOT_FOUND.
+    /// Deletes the namespace with everything in it. Throws CIMException NOT_FOUND.
     void remove(const String& ns);
 
     void forget() noexcept { m_known.clear(); }

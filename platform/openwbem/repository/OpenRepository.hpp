@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A repository that this process has opened itself, with everything that its handle needs.
+// Opens a repository in this process and owns everything that its handle needs.
 #pragma once
 
 #include "openwbem/repository/LocalEnvironment.hpp"
@@ -8,7 +8,7 @@
 
 namespace OpenWBEM {
 
-/// Stands for its handle. No handle on the repository may be used after it has gone.
+/// Dereferences to its handle. No handle on the repository may be used after its destruction.
 class OpenRepository {
 public:
     /// Throws CIMException FAILED when there is no repository in the directory, or it cannot be

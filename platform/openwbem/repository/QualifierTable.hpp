@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The qualifier types of the namespaces. Those of a namespace are few and needed together, so they
-// are read at once and kept.
+// The qualifier types of all namespaces. A namespace has few, which are used together: they are
+// read at once and cached.
 #pragma once
 
 #include <memory>

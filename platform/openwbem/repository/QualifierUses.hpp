@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which classes use which qualifiers. To find out, all classes of a namespace have to be read, so
-// what was found is kept, and classes that have changed since are read again.
+// Which classes use which qualifiers. All classes of a namespace must be read for that, so the
+// result is cached, and only classes that have changed are read again.
 #pragma once
 
 #include <map>
@@ -29,7 +29,8 @@ public:
     /// The names of all such classes, in lower case.
     StringArray findUsers(int64_t ns, std::string_view qualifier);
 
-    /// To be told of each class that is created, changed or deleted, by its name in lower case.
+    /// Must be called for each class that is created, changed or deleted, with its name in lower
+    /// case.
     void noteChange(int64_t ns, const String& className);
     void forget() noexcept { m_known.clear(); }
 

@@ -2,10 +2,9 @@
 //
 // The directory of a repository, held open, and the only names in it that SQLite may touch.
 //
-// The directory belongs to the daemon's account, and root works in it: whatever stands there may
-// have been put there, or be exchanged at any instant, to have root open, write or remove another
-// file. So every file is opened relative to the directory that is open, and what was opened is
-// looked at before it is used.
+// The directory belongs to the daemon's account, and root works in it. The account may plant or
+// exchange anything there at any time, to make root open, write or remove another file. So every
+// file is opened relative to the open directory and checked after it has been opened.
 #pragma once
 
 #include "blocxx/File.hpp"
@@ -33,7 +32,7 @@ public:
     bool makeFile() const;
     /// Removes what has that name beside the repository file, or with "" the file itself.
     bool remove(const char* ending) const noexcept;
-    /// Puts the names in the directory on the disk; false with errno set.
+    /// Syncs the directory; false with errno set.
     bool sync() const noexcept;
 
     /// Whether a name that SQLite uses is one of a repository's own.

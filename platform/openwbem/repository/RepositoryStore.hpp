@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An open repository file with its tables, and the frame in which operations on it run.
+// An open repository file with its tables, and the scopes in which operations on it run.
 #pragma once
 
 #include "openwbem/repository/ClassTable.hpp"
@@ -18,7 +18,7 @@ public:
     /// Checks the file, and starts its log when it is to be served. Throws CIMException FAILED.
     RepositoryStore(const String& directory, RepositoryUse use);
 
-    /// Forgets what was read before when it may be out of date. Each operation begins with it.
+    /// Drops the caches when they may be out of date. Each operation begins with this.
     void refresh();
 
     Connection connection;
@@ -31,8 +31,8 @@ public:
     EmbeddedObjects embedded;
 };
 
-/// Frames an operation that reads: it sees one state of the file, which is locked once for all of
-/// it. Nothing is handed to the caller inside, as nobody else can write while that lasts.
+/// The scope of an operation that reads: it sees one state of the file, which is locked for all of
+/// it. Results must not be passed to the caller inside, since nobody else can write meanwhile.
 class ReadOperation {
 public:
     explicit ReadOperation(RepositoryStore& store);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a repository file may hold besides rows. Whoever may write the file could put something into
-// its schema that runs when the file is used: the schema is compared with ours, to the letter,
-// before it is; and in a file that is changed afterwards, nothing of the kind can run.
+// Checks what a repository file holds besides rows. Whoever can write the file could plant
+// something in its schema that runs when the file is used. So the schema is compared with ours, to
+// the letter, before the file is used, and the connection runs nothing of the kind even when the
+// file changes afterwards.
 #pragma once
 
 #include "blocxx/String.hpp"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a repository asks of its surroundings: configuration, and a handle through which it reads
-// the objects that associations lead to.
+// What a repository needs from its environment: its configuration, and a handle for reading the
+// objects at the other end of associations.
 #pragma once
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One use of a prepared statement: bind in order, step through the rows, and at the end of the
-// scope it is reset, so that no lock outlives it but that of the transaction around it. What is
-// bound must live as long.
+// One use of a prepared statement: bind the parameters in order, then step through the rows. It is
+// reset at the end of its scope, so only the transaction's lock remains. Bound data must outlive
+// the statement.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace OpenWBEM {
 
 class Statement {
 public:
-    /// `sql` is a string literal: its address is what finds the prepared form again.
+    /// `sql` is a string literal: its address identifies the prepared statement.
     Statement(Connection& connection, const char* sql);
     ~Statement();
     Statement(const Statement&) = delete;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects to and from the bytes in the repository's rows. What cannot be encoded is the caller's
-// error, CIMException INVALID_PARAMETER; what cannot be decoded is a damaged repository, FAILED.
+// Encodes objects for the repository's rows and decodes them. Throws CIMException INVALID_PARAMETER
+// for an object that cannot be encoded, and FAILED, for a damaged repository, when a row cannot be
+// decoded.
 #pragma once
 
 #include "openwbem/wire/CIMCodec.hpp"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The transactions on a connection: the unit of work, and the frame in which reads see one state of
-// the file. What fails on the connection takes the unit of work that is open with it.
+// The transactions on a connection: the unit of work, and read transactions, which see one state of
+// the file. A failure of the connection rolls the open unit of work back.
 #pragma once
 
 #include "openwbem/repository/Connection.hpp"

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The file while the daemon serves it: locked from the opening to the end, with SQLite's
-// write-ahead log beside it. A commit appends the changed pages to the log and syncs nothing: it
-// outlives the death of the process. sync() makes it outlive that of the machine. A unit that was
-// not written to its end is none, and the units before it are there; whatever becomes of one that
-// fails, SQLite takes back that one only.
+// SQLite's write-ahead log beside the file while the daemon serves it. The file stays locked all
+// the time. A commit appends the changed pages to the log without a sync, so it survives the death
+// of the process; sync() makes it survive a power cut. A torn unit at the end of the log is
+// ignored; the units before it are kept.
 #pragma once
 
 #include "openwbem/repository/Connection.hpp"
@@ -16,18 +15,18 @@ public:
     /// Checks the file's format, locks it and starts the log. Throws CIMException FAILED, as all of
     /// these do.
     explicit WriteAheadLog(Connection& connection);
-    /// A daemon that was killed has left its log. What is in it was acknowledged, so it is merged
-    /// into the file before anything is read. One that was killed while it wrote the header that
-    /// speaks of no log has left a journal, which brings the header back that does.
+    /// Merges the log that a killed daemon left into the file before anything is read: its units
+    /// were acknowledged. A daemon that was killed while it wrote the header without a log left a
+    /// journal, which brings the former header back.
     static void mergeLeft(Connection& connection);
 
-    /// There is something new to be synced.
+    /// Must be called after each commit.
     void noteCommit() noexcept { m_isDurable = false; }
     /// Makes every unit that was committed durable, by one sync; none when nothing was committed
     /// since the last one. After a failure a later call tries again.
     void sync();
-    /// Brings the file back into its plain form: everything in the one file, on the disk, and no
-    /// lock. When that fails, the next opening does it.
+    /// Merges the log into the file, durably, and releases the lock. When that fails, the next
+    /// opening does it.
     void end();
 
 private:

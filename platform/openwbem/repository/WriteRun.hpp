@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Pieces that are written one after the other, in the order of the file, on their way to it: one
-// system call for many of them. What is held back is not in the file yet, so that it has to be
+// A buffer for adjacent pieces of a file, so that one system call writes many of them. It must be
 // written before anything else is done with the file.
 #pragma once
 
