@@ -26,7 +26,7 @@ public:
     kj::Promise<void> run();
 
 private:
-    /// Keeps its request's share of the budget: it may refer to the request.
+    /// Keeps its request's share of the budget: it may hold as much memory as the request did.
     struct OpenEnumeration {
         std::unique_ptr<EncodedEnumeration> results;
         RequestBudget::Share share;

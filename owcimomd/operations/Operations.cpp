@@ -8,6 +8,7 @@
 
 #include "blocxx/Format.hpp"
 #include "openwbem/model/ObjectStoring.hpp"
+#include "openwbem/wire/RpcLimits.hpp"
 #include "owcimomd/operations/Arguments.hpp"
 
 namespace OwCimomd {
@@ -186,10 +187,10 @@ void Operations::requireForStoring(const User& user, const String& ns,
                                    wire::Storing::Reader storing) {
     const unsigned classes = storing.getQualifierTypes().size() + storing.getClasses().size();
     const unsigned instances = storing.getInstances().size();
-    if (classes > MAX_LISTED || instances > MAX_LISTED - classes) {
-        OPENWBEM_THROW_CIM(
-            INVALID_PARAMETER,
-            blocxx::Format("there are more than %1 objects in the request", MAX_LISTED));
+    if (classes > RpcLimits::MAX_OBJECTS || instances > RpcLimits::MAX_OBJECTS - classes) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           blocxx::Format("there are more than %1 objects in the request",
+                                          RpcLimits::MAX_OBJECTS));
     }
     if (classes > 0) {
         m_access.require(user, ns, Right::WRITE_CLASSES);

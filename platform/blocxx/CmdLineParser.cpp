@@ -106,11 +106,12 @@ CmdLineParser::CmdLineParser(int argc, const char* const* argv, const Option* op
             reader.readLong(word);
         } else if (hasOptions && word.size() > 1 && word[0] == '-') {
             reader.readShort(word);
-        } else if (allowNonOptionArgs == E_NON_OPTION_ARGS_ALLOWED) {
-            m_nonOptionArgs.push_back(word);
         } else {
-            BLOCXX_THROW_ERR(CmdLineParserException, word, E_INVALID_NON_OPTION_ARG);
+            m_nonOptionArgs.push_back(word);
         }
+    }
+    if (allowNonOptionArgs != E_NON_OPTION_ARGS_ALLOWED && !m_nonOptionArgs.empty()) {
+        BLOCXX_THROW_ERR(CmdLineParserException, m_nonOptionArgs.front(), E_INVALID_NON_OPTION_ARG);
     }
 }
 

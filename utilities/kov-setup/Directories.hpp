@@ -24,7 +24,7 @@ void makePrivateDirectory(const String& path);
 /// nobody but root can reach into it. Throws SetupException.
 void handOver(const String& directory, const blocxx::Process::Identity& account);
 
-/// Writes the default configuration file, durably, when there is none. Throws SetupException or
+/// Writes the default configuration file when there is none. Throws SetupException or
 /// FileSystemException.
 void writeDefaultConfig(const String& path);
 

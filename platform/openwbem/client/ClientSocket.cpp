@@ -11,7 +11,6 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
-#include "layout/Layout.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -32,10 +31,7 @@ constexpr Timeout LOOK_AROUND = Timeout::relative(std::chrono::seconds(1));
 
 [[noreturn]] void failToReach(const String& path, const char* reason) {
     OPENWBEM_THROW_CIM(
-        FAILED,
-        Format(
-            "owcimomd cannot be reached at \"%1\": %2; is it running? Start it with \"%3 start\"",
-            path, reason, Layout::INIT_SCRIPT));
+        FAILED, Format("owcimomd cannot be reached at \"%1\": %2; %3", path, reason, REMEDY));
 }
 
 void limitConnecting(int fd, const Timeout& timeout) {

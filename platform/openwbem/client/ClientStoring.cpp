@@ -3,6 +3,7 @@
 // Part of ClientCIMOMHandle: storing many objects with few calls. Of a class only what it declares
 // itself is sent; the daemon has its superclass.
 #include "openwbem/client/ClientResults.hpp"
+#include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
 
@@ -22,7 +23,9 @@ public:
     void add(const Array<Object>& objects, StringArray ClientStoring::*list, Encode encode) {
         for (const Object& object : objects) {
             const String encoded = encodeArgument([&] { return encode(object); });
-            if (m_bytes > 0 && m_bytes + encoded.size() > CALL_BYTES) {
+            const bool isFull =
+                m_bytes + encoded.size() > CALL_BYTES || m_storing.size() == RpcLimits::MAX_OBJECTS;
+            if (m_bytes > 0 && isFull) {
                 send();
             }
             m_bytes += encoded.size();

@@ -31,7 +31,7 @@ CIMClass bus(const String& property) {
     return makeClass("Bus", "Car", {KovTest::property(property, CIMDataType::STRING)});
 }
 
-/// More than a few calls hold.
+/// More than one call holds.
 Objects manyObjects() {
     Objects objects;
     objects.qualifierTypes = {qualifierType("Fresh", CIMDataType::STRING, CIMScope::ANY)};
@@ -108,6 +108,17 @@ TEST_F(StoringThroughADaemon, CountsTheObjectsOfAllCallsAndKeepsThoseOfTheCallsB
                          CIMInstance("Nothing"), car(3)};
     EXPECT_EQ(3u, indexOfFailure(objects));
     EXPECT_EQ(1u, handle.enumInstanceNamesA("test", "Car").size());
+}
+
+TEST_F(StoringThroughADaemon, OfVeryManySmallObjectsTakesCallsThatTheDaemonAccepts) {
+    Objects objects;
+    for (int i = 0; i < 5000; ++i) {
+        objects.qualifierTypes.push_back(
+            qualifierType("Q" + std::to_string(i), CIMDataType::STRING, CIMScope::ANY));
+    }
+    store(objects);
+    EXPECT_EQ(CIMDataType::STRING,
+              handle.getQualifierType("test", "Q4999").getDataType().getType());
 }
 
 TEST_F(StoringThroughADaemon, GoesOnWhereTheDaemonHadToServeOthers) {

@@ -141,6 +141,13 @@ TEST_F(Requests, LargerThanTheLimitAreToldSo) {
     EXPECT_EQ(2u, daemon.connect()->enumInstanceNamesA("root", "Car").size());
 }
 
+TEST_F(Requests, OfStrangersThatStoreMuchAreToldThatTheyMayNotConnect) {
+    const Array<CIMInstance> instances{carWithNote(1, 200'000), carWithNote(2, 200'000)};
+    EXPECT_EQ(2, statusFor("nobody", "may not connect", [&](ClientCIMOMHandle& handle) {
+                  handle.store("root", {{}, {}, instances});
+              }));
+}
+
 TEST_F(Requests, LetAHandleGoOnAfterARefusal) {
     grant("games", "rw");
     EXPECT_EQ(0, statusFor("games", "", [](CIMOMHandleIFC& handle) {
