@@ -17,7 +17,7 @@ namespace {
 // EXTRA syncs the directory when the journal goes, so that a commit is permanent when it returns.
 // The cache is large enough for what most runs write, so that pages are written once, at the end;
 // its size bounds the memory.
-constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-8192;";
+constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-4096;";
 
 void tryTo(sqlite3* database, const char* sql) noexcept {
     sqlite3_exec(database, sql, nullptr, nullptr, nullptr);
