@@ -146,7 +146,7 @@ void ClientSession::store(wire::Storing::Reader storing, wire::Answer::Builder a
     }
 }
 
-bool ClientSession::putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer) {
+bool ClientSession::putPortion(PermittedEnumeration& enumeration, wire::Answer::Builder answer) {
     StringArray objects;
     size_t counted = 0;
     size_t bytes = 0;
@@ -172,7 +172,7 @@ void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Build
         OPENWBEM_THROW_CIM(FAILED, "too many enumerations are under way at once");
     }
     auto enumeration = m_operations.open(m_user, request);
-    if (putPortion(*enumeration, answer)) {
+    if (putPortion(enumeration, answer)) {
         answer.setEnumeration(++m_lastNumber);
         m_enumerations.insert_or_assign(m_lastNumber,
                                         OpenEnumeration{std::move(enumeration), m_share});
@@ -185,7 +185,7 @@ void ClientSession::next(uint32_t number, wire::Answer::Builder answer) {
     if (node.empty()) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, "the enumeration is over");
     }
-    if (putPortion(*node.mapped().results, answer)) {
+    if (putPortion(node.mapped().results, answer)) {
         answer.setEnumeration(number);
         m_enumerations.insert(std::move(node));
     }

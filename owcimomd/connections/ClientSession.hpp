@@ -28,7 +28,7 @@ public:
 private:
     /// Keeps its request's share of the budget: it may hold as much memory as the request did.
     struct OpenEnumeration {
-        std::unique_ptr<EncodedEnumeration> results;
+        PermittedEnumeration results;
         RequestBudget::Share share;
     };
 
@@ -44,7 +44,7 @@ private:
     void enumerate(wire::Request::Reader request, wire::Answer::Builder answer);
     void next(uint32_t number, wire::Answer::Builder answer);
     /// Returns whether there is more.
-    bool putPortion(EncodedEnumeration& enumeration, wire::Answer::Builder answer);
+    bool putPortion(PermittedEnumeration& enumeration, wire::Answer::Builder answer);
 
     kj::Own<PeerSocket> m_socket;
     Operations& m_operations;

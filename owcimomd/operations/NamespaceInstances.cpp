@@ -22,6 +22,21 @@ constexpr std::pair<const char*, const char*> SCOPING_KEYS[] = {
     {"ObjectManagerName", "owcimomd"},
     {"CreationClassName", NamespaceInstances::CLASS_NAME}};
 
+struct ClassNameOf {
+    String operator()(const String* name) const { return *name; }
+    String operator()(const CIMInstance* instance) const { return instance->getClassName(); }
+    String operator()(const CIMObjectPath* path) const { return path->getClassName(); }
+    template <class Other>
+    String operator()(const Other& /*other*/) const {
+        return {};
+    }
+};
+
+[[noreturn]] void refuseChange(const char* attempt) {
+    OPENWBEM_THROW_CIM(NOT_SUPPORTED,
+                       Format("a namespace cannot be %1 through the object manager", attempt));
+}
+
 /// There are few namespaces, so all of them are one portion.
 template <class T>
 class OnePortion : public Enumeration<T> {
@@ -69,14 +84,30 @@ CIMInstance cut(CIMInstance instance, const CIMClass& cls,
 
 }  // namespace
 
-bool NamespaceInstances::serves(const String& ns, const String& className) {
-    return blocxx::equalsIgnoreCase(ns, Layout::INTEROP_NS) &&
-           blocxx::equalsIgnoreCase(className, CLASS_NAME);
+bool NamespaceInstances::serves(const OperationCall& call) {
+    return traitsOf(call.operation).subject == OperationTraits::Subject::INSTANCES &&
+           call.filter == nullptr && blocxx::equalsIgnoreCase(call.ns, Layout::INTEROP_NS) &&
+           blocxx::equalsIgnoreCase(std::visit(ClassNameOf(), call.operand), CLASS_NAME);
 }
 
-void NamespaceInstances::refuseChange(const char* attempt) {
-    OPENWBEM_THROW_CIM(NOT_SUPPORTED,
-                       Format("a namespace cannot be %1 through the object manager", attempt));
+OperationResult NamespaceInstances::carryOut(const OperationCall& call) {
+    switch (call.operation) {
+        case Operation::GET_INSTANCE:
+            return getInstance(call.as<CIMObjectPath>(), call.wanted);
+        case Operation::CREATE_INSTANCE:
+            return createInstance(call.as<CIMInstance>());
+        case Operation::MODIFY_INSTANCE:
+            refuseChange("changed");
+        default:
+            refuseChange("deleted");
+    }
+}
+
+AnyEnumeration NamespaceInstances::open(const OperationCall& call) {
+    if (call.operation == Operation::ENUM_INSTANCES) {
+        return openInstances(call.wanted);
+    }
+    return openInstanceNames();
 }
 
 CIMClass NamespaceInstances::requireClass() {

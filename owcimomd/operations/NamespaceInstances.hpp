@@ -16,23 +16,25 @@ public:
 
     explicit NamespaceInstances(RepositoryCIMOMHandle& handle) : m_handle(handle) {}
 
-    /// Whether this class answers operations on instances of `className` in `ns`.
-    static bool serves(const String& ns, const String& className);
+    /// Whether the operation is on instances of CIM_Namespace in the interop namespace.
+    static bool serves(const OperationCall& call);
 
-    EnumerationPtr<CIMInstance> openInstances(const WantedParts& wanted);
-    EnumerationPtr<CIMObjectPath> openInstanceNames();
-    /// Throws CIMException NOT_FOUND.
-    CIMInstance getInstance(const CIMObjectPath& path, const WantedParts& wanted);
-    /// Creates the namespace of its key "Name". Throws CIMException ALREADY_EXISTS, or
-    /// INVALID_PARAMETER when the other keys are not those of this object manager.
-    CIMObjectPath createInstance(const CIMInstance& instance);
-    /// Throws CIMException NOT_SUPPORTED.
-    [[noreturn]] static void refuseChange(const char* attempt);
+    // These carry out such an operation. They throw its CIMExceptions.
+
+    /// createInstance creates the namespace of the key "Name". It throws ALREADY_EXISTS, or
+    /// INVALID_PARAMETER when the other keys are not those of this object manager. Namespaces can
+    /// neither be changed nor deleted: NOT_SUPPORTED.
+    OperationResult carryOut(const OperationCall& call);
+    AnyEnumeration open(const OperationCall& call);
 
 private:
     CIMClass requireClass();
     CIMInstance makeInstance(const CIMClass& cls, const String& name) const;
     Array<CIMInstance> all(const CIMClass& cls);
+    EnumerationPtr<CIMInstance> openInstances(const WantedParts& wanted);
+    EnumerationPtr<CIMObjectPath> openInstanceNames();
+    CIMInstance getInstance(const CIMObjectPath& path, const WantedParts& wanted);
+    CIMObjectPath createInstance(const CIMInstance& instance);
 
     RepositoryCIMOMHandle& m_handle;
 };

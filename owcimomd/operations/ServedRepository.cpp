@@ -11,16 +11,12 @@ class ServedRepository::VisibleObjects : public RepositoryCIMOMHandle {
 public:
     using RepositoryCIMOMHandle::RepositoryCIMOMHandle;
 
-    CIMInstance getInstance(const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly,
-                            EIncludeQualifiersFlag includeQualifiers,
-                            EIncludeClassOriginFlag includeClassOrigin,
-                            const StringArray* propertyList) override {
-        if (m_mayRead && !m_mayRead(ns)) {
-            OPENWBEM_THROW_CIM(NOT_FOUND,
-                               blocxx::Format("there is no instance %1", path.modelPath()));
+    OperationResult carryOut(const OperationCall& call) override {
+        if (call.operation == Operation::GET_INSTANCE && m_mayRead && !m_mayRead(call.ns)) {
+            OPENWBEM_THROW_CIM(NOT_FOUND, blocxx::Format("there is no instance %1",
+                                                         call.as<CIMObjectPath>().modelPath()));
         }
-        return RepositoryCIMOMHandle::getInstance(ns, path, localOnly, includeQualifiers,
-                                                  includeClassOrigin, propertyList);
+        return RepositoryCIMOMHandle::carryOut(call);
     }
     void setMayRead(MayRead mayRead) { m_mayRead = std::move(mayRead); }
 

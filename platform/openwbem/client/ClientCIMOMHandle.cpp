@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The handle itself and the operations on qualifier types. Those on classes, instances and
-// associations are in the sources named after them.
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 
 #include <optional>
@@ -9,11 +6,25 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
 #include "layout/Layout.hpp"
-#include "openwbem/client/ClientResults.hpp"
+#include "openwbem/client/ClientConnection.hpp"
+#include "openwbem/wire/CIMCodec.hpp"
 
 namespace OpenWBEM {
 
-using wire::Operation;
+namespace {
+
+/// Throws CIMException FAILED for a result that cannot be decoded.
+template <class T>
+T decodeResult(ClientConnection::Bytes bytes) {
+    try {
+        return Codec::decodeView<T>(bytes);
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(FAILED,
+                           String("The answer of owcimomd cannot be read: ") + e.getMessage());
+    }
+}
+
+}  // namespace
 
 ClientCIMOMHandleRef ClientCIMOMHandle::createFromURL(const String& url,
                                                       const ClientAuthCBIFCRef& authCallback,
@@ -49,44 +60,41 @@ void ClientCIMOMHandle::commit() {
     m_connection->sync(m_protocol->getTimeout());
 }
 
-namespace {
-
-bool isChange(Operation operation) {
-    return operation != Operation::GET_CLASS && operation != Operation::GET_INSTANCE &&
-           operation != Operation::GET_QUALIFIER_TYPE;
-}
-
-}  // namespace
-
-// A change must be waited for even after a signal: without its answer the caller cannot know
-// whether there is something to undo.
-String ClientCIMOMHandle::carryOut(const ClientCall& call) {
+OperationResult ClientCIMOMHandle::carryOut(const OperationCall& call) {
     blocxx::Interruption::check();
+    const OperationTraits& traits = traitsOf(call.operation);
+    if (traits.effect == OperationTraits::Effect::ENUMERATES) {
+        std::visit([&](auto* results) { enumerate(call, *results); }, call.results);
+        return {};
+    }
+    // A change must be waited for even after a signal: without its answer the caller cannot know
+    // whether there is something to undo.
     std::optional<blocxx::Interruption::Deferred> deferred;
-    if (isChange(call.operation)) {
+    if (traits.effect == OperationTraits::Effect::CHANGES) {
         deferred.emplace();
     }
-    return m_connection->carryOut(call, m_protocol->getTimeout());
+    const String answer = m_connection->carryOut(call, m_protocol->getTimeout());
+    const auto bytes = std::as_bytes(std::span(answer.data(), answer.size()));
+    switch (call.operation) {
+        case Operation::GET_CLASS:
+            return decodeResult<CIMClass>(bytes);
+        case Operation::GET_INSTANCE:
+            return decodeResult<CIMInstance>(bytes);
+        case Operation::GET_QUALIFIER_TYPE:
+            return decodeResult<CIMQualifierType>(bytes);
+        case Operation::CREATE_INSTANCE:
+            return decodeResult<CIMObjectPath>(bytes);
+        default:
+            return {};
+    }
 }
 
-CIMQualifierType ClientCIMOMHandle::getQualifierType(const String& ns, const String& name) {
-    const String answer = carryOut({Operation::GET_QUALIFIER_TYPE, ns, &name});
-    return decodeResult([&] { return Codec::decodeQualifierType(bytesOf(answer)); });
-}
-
-void ClientCIMOMHandle::enumQualifierTypes(const String& ns,
-                                           CIMQualifierTypeResultHandlerIFC& result) {
-    enumerate({Operation::ENUM_QUALIFIER_TYPES, ns}, result, Codec::decodeQualifierType);
-}
-
-void ClientCIMOMHandle::setQualifierType(const String& ns, const CIMQualifierType& qualifierType) {
-    ClientCall call{Operation::SET_QUALIFIER_TYPE, ns};
-    call.object = encodeArgument([&] { return Codec::encode(qualifierType); });
-    carryOut(call);
-}
-
-void ClientCIMOMHandle::deleteQualifierType(const String& ns, const String& name) {
-    carryOut({Operation::DELETE_QUALIFIER_TYPE, ns, &name});
+template <class T>
+void ClientCIMOMHandle::enumerate(const OperationCall& call, ResultHandlerIFC<T>& results) {
+    m_connection->enumerate(call, m_protocol->getTimeout(), [&](ClientConnection::Bytes bytes) {
+        blocxx::Interruption::check();
+        results.handle(decodeResult<T>(bytes));
+    });
 }
 
 }  // namespace OpenWBEM

@@ -18,7 +18,6 @@
 namespace OpenWBEM {
 
 class ClientConnection;
-struct ClientCall;
 
 /// The kernel identifies the user of the local transport, which encrypts nothing. References of
 /// these types are always null.
@@ -45,65 +44,7 @@ public:
     void ping();
 
     // CIMOMHandleIFC
-    void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
-                   EDeepFlag deep, ELocalOnlyFlag localOnly,
-                   EIncludeQualifiersFlag includeQualifiers,
-                   EIncludeClassOriginFlag includeClassOrigin) override;
-    void enumClassNames(const String& ns, const String& className, StringResultHandlerIFC& result,
-                        EDeepFlag deep) override;
-    CIMClass getClass(const String& ns, const String& className, ELocalOnlyFlag localOnly,
-                      EIncludeQualifiersFlag includeQualifiers,
-                      EIncludeClassOriginFlag includeClassOrigin,
-                      const StringArray* propertyList) override;
-    void createClass(const String& ns, const CIMClass& cls) override;
-    void modifyClass(const String& ns, const CIMClass& cls) override;
-    void deleteClass(const String& ns, const String& className) override;
-    void enumInstances(const String& ns, const String& className,
-                       CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
-                       ELocalOnlyFlag localOnly, EIncludeQualifiersFlag includeQualifiers,
-                       EIncludeClassOriginFlag includeClassOrigin,
-                       const StringArray* propertyList) override;
-    void enumInstanceNames(const String& ns, const String& className,
-                           CIMObjectPathResultHandlerIFC& result) override;
-    CIMInstance getInstance(const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly,
-                            EIncludeQualifiersFlag includeQualifiers,
-                            EIncludeClassOriginFlag includeClassOrigin,
-                            const StringArray* propertyList) override;
-    CIMObjectPath createInstance(const String& ns, const CIMInstance& instance) override;
-    void modifyInstance(const String& ns, const CIMInstance& instance,
-                        EIncludeQualifiersFlag includeQualifiers,
-                        const StringArray* propertyList) override;
-    void deleteInstance(const String& ns, const CIMObjectPath& path) override;
-    CIMQualifierType getQualifierType(const String& ns, const String& name) override;
-    void enumQualifierTypes(const String& ns, CIMQualifierTypeResultHandlerIFC& result) override;
-    void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) override;
-    void deleteQualifierType(const String& ns, const String& name) override;
-    void associators(const String& ns, const CIMObjectPath& path,
-                     CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
-                     EIncludeQualifiersFlag includeQualifiers,
-                     EIncludeClassOriginFlag includeClassOrigin,
-                     const StringArray* propertyList) override;
-    void associatorNames(const String& ns, const CIMObjectPath& path,
-                         CIMObjectPathResultHandlerIFC& result,
-                         const AssociationFilter& filter) override;
-    void references(const String& ns, const CIMObjectPath& path,
-                    CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
-                    EIncludeQualifiersFlag includeQualifiers,
-                    EIncludeClassOriginFlag includeClassOrigin,
-                    const StringArray* propertyList) override;
-    void referenceNames(const String& ns, const CIMObjectPath& path,
-                        CIMObjectPathResultHandlerIFC& result,
-                        const AssociationFilter& filter) override;
-    void associatorsClasses(const String& ns, const CIMObjectPath& path,
-                            CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
-                            EIncludeQualifiersFlag includeQualifiers,
-                            EIncludeClassOriginFlag includeClassOrigin,
-                            const StringArray* propertyList) override;
-    void referencesClasses(const String& ns, const CIMObjectPath& path,
-                           CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
-                           EIncludeQualifiersFlag includeQualifiers,
-                           EIncludeClassOriginFlag includeClassOrigin,
-                           const StringArray* propertyList) override;
+    OperationResult carryOut(const OperationCall& call) override;
     /// Makes the daemon sync everything that its calls have committed.
     void commit() override;
 
@@ -115,10 +56,8 @@ public:
 private:
     explicit ClientCIMOMHandle(const String& socketPath);
 
-    String carryOut(const ClientCall& call);
-    /// Passes each result, decoded by `decode`, to `result`.
-    template <class T, class Decode>
-    void enumerate(const ClientCall& call, ResultHandlerIFC<T>& result, Decode decode);
+    template <class T>
+    void enumerate(const OperationCall& call, ResultHandlerIFC<T>& results);
 
     WBEMProtocolHandlerRef m_protocol;
     std::unique_ptr<ClientConnection> m_connection;

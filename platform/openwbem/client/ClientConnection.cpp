@@ -6,6 +6,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
+#include "openwbem/client/ClientEncoding.hpp"
 #include "openwbem/client/ClientSocket.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
@@ -26,14 +27,22 @@ kj::ArrayPtr<const kj::byte> bytesOf(const String& encoded) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(encoded.data()), encoded.size());
 }
 
-void fill(wire::Request::Builder out, const ClientCall& call) {
-    out.setOperation(call.operation);
+void fillOperand(wire::Request::Builder /*out*/, std::monostate /*none*/) {}
+
+void fillOperand(wire::Request::Builder out, const String* name) {
+    setText(*name, [&](auto text) { out.setName(text); });
+}
+
+template <class Object>
+void fillOperand(wire::Request::Builder out, const Object* object) {
+    out.setObject(bytesOf(encodeArgument([&] { return Codec::encodeView(*object); })));
+}
+
+void fill(wire::Request::Builder out, const OperationCall& call) {
+    out.setOperation(static_cast<wire::Operation>(call.operation));
     setText(call.ns, [&](auto text) { out.setNameSpace(text); });
-    setText(call.name == nullptr ? String() : *call.name, [&](auto text) { out.setName(text); });
-    if (!call.object.empty()) {
-        out.setObject(bytesOf(call.object));
-    }
-    out.setDeep(call.deep);
+    std::visit([&](auto operand) { fillOperand(out, operand); }, call.operand);
+    out.setDeep(call.deep == E_DEEP);
     out.setLocalOnly(call.wanted.localOnly == E_LOCAL_ONLY);
     out.setIncludeQualifiers(call.wanted.qualifiers == E_INCLUDE_QUALIFIERS);
     out.setIncludeClassOrigin(call.wanted.classOrigin == E_INCLUDE_CLASS_ORIGIN);
@@ -270,7 +279,7 @@ void ClientConnection::call(const std::function<void(wire::Call::Builder)>& fill
     });
 }
 
-String ClientConnection::carryOut(const ClientCall& call, const Timeout& timeout) {
+String ClientConnection::carryOut(const OperationCall& call, const Timeout& timeout) {
     return guarded([&] {
         const uint64_t id =
             send([&](wire::Call::Builder out) { fill(out.initCarryOut(), call); }, timeout);
@@ -344,7 +353,7 @@ private:
     uint32_t m_number = 0;
 };
 
-void ClientConnection::enumerate(const ClientCall& call, const Timeout& timeout,
+void ClientConnection::enumerate(const OperationCall& call, const Timeout& timeout,
                                  const std::function<void(Bytes)>& visit) {
     guarded([&] {
         const uint64_t id =

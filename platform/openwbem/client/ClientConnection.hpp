@@ -17,17 +17,6 @@
 
 namespace OpenWBEM {
 
-/// An operation with its arguments (wire::Request).
-struct ClientCall {
-    wire::Operation operation;
-    const String& ns;
-    const String* name = nullptr;
-    String object{};
-    bool deep = false;
-    WantedParts wanted{};
-    const AssociationFilter* filter = nullptr;
-};
-
 /// Encoded objects to store (wire::Storing).
 struct ClientStoring {
     const String& ns;
@@ -64,13 +53,13 @@ public:
     /// Makes everything durable that the daemon has answered.
     void sync(const blocxx::Timeout& timeout);
     /// The encoded result.
-    String carryOut(const ClientCall& call, const blocxx::Timeout& timeout);
+    String carryOut(const OperationCall& call, const blocxx::Timeout& timeout);
     /// Stores objects from the beginning of the list, which is not empty. Returns how many were
     /// stored, at least one. Throws ObjectStoringException with the index of an object that cannot
     /// be stored; then none was stored.
     size_t store(const ClientStoring& storing, const blocxx::Timeout& timeout);
     /// Calls `visit` with each encoded result.
-    void enumerate(const ClientCall& call, const blocxx::Timeout& timeout,
+    void enumerate(const OperationCall& call, const blocxx::Timeout& timeout,
                    const std::function<void(Bytes)>& visit);
 
 private:

@@ -2,7 +2,10 @@
 //
 // Part of ClientCIMOMHandle: storing many objects with few calls. Of a class only what it declares
 // itself is sent; the daemon has its superclass.
-#include "openwbem/client/ClientResults.hpp"
+#include "blocxx/Interruption.hpp"
+#include "openwbem/client/ClientCIMOMHandle.hpp"
+#include "openwbem/client/ClientConnection.hpp"
+#include "openwbem/client/ClientEncoding.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {

@@ -6,114 +6,98 @@
 // case.
 #pragma once
 
-#include "openwbem/model/CIMClass.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/model/CIMInstance.hpp"
-#include "openwbem/model/CIMObjectPath.hpp"
-#include "openwbem/model/CIMQualifierType.hpp"
-#include "openwbem/model/ResultHandlerIFC.hpp"
-#include "openwbem/model/WantedParts.hpp"
+#include "openwbem/model/OperationCall.hpp"
 
 namespace OpenWBEM {
 
-/// What associators() and references() look for (DSP0200 5.3.2.17 to 5.3.2.20); an empty text is no
-/// filter. References use resultClass and role only.
-struct AssociationFilter {
-    String assocClass;
-    String resultClass;
-    String role;
-    String resultRole;
-};
-
 class CIMOMHandleIFC : public blocxx::IntrusiveCountableBase {
 public:
+    /// Carries out an operation. The functions below say what each one does.
+    virtual OperationResult carryOut(const OperationCall& call) = 0;
+
     // Classes. An enumeration delivers superclasses before their subclasses.
 
     /// `className` empty: from the top of the hierarchy. Shallow: its direct subclasses only.
-    virtual void enumClass(const String& ns, const String& className,
-                           CIMClassResultHandlerIFC& result, EDeepFlag deep = E_SHALLOW,
-                           ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
-                           EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
-                           EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN) = 0;
-    virtual void enumClassNames(const String& ns, const String& className,
-                                StringResultHandlerIFC& result, EDeepFlag deep = E_SHALLOW) = 0;
+    void enumClass(const String& ns, const String& className, CIMClassResultHandlerIFC& result,
+                   EDeepFlag deep = E_SHALLOW, ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+                   EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
+                   EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN);
+    void enumClassNames(const String& ns, const String& className, StringResultHandlerIFC& result,
+                        EDeepFlag deep = E_SHALLOW);
     /// A null property list means all properties.
-    virtual CIMClass getClass(const String& ns, const String& className,
-                              ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
-                              EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
-                              EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                              const StringArray* propertyList = nullptr) = 0;
-    virtual void createClass(const String& ns, const CIMClass& cls) = 0;
+    CIMClass getClass(const String& ns, const String& className,
+                      ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+                      EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
+                      EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                      const StringArray* propertyList = nullptr);
+    void createClass(const String& ns, const CIMClass& cls);
     /// Only for a class without subclasses and instances, or with changes that leave those valid.
-    virtual void modifyClass(const String& ns, const CIMClass& cls) = 0;
-    virtual void deleteClass(const String& ns, const String& className) = 0;
+    void modifyClass(const String& ns, const CIMClass& cls);
+    void deleteClass(const String& ns, const String& className);
 
     // Instances. Paths that are handed out hold the namespace.
 
     /// Deep only decides whether subclasses' own properties are included (DSP0200 5.3.2.9):
     /// instances of subclasses are always delivered.
-    virtual void enumInstances(const String& ns, const String& className,
-                               CIMInstanceResultHandlerIFC& result, EDeepFlag deep = E_DEEP,
-                               ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
-                               EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-                               EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                               const StringArray* propertyList = nullptr) = 0;
-    virtual void enumInstanceNames(const String& ns, const String& className,
-                                   CIMObjectPathResultHandlerIFC& result) = 0;
-    virtual CIMInstance getInstance(
-        const String& ns, const CIMObjectPath& path, ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
-        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-        const StringArray* propertyList = nullptr) = 0;
+    void enumInstances(const String& ns, const String& className,
+                       CIMInstanceResultHandlerIFC& result, EDeepFlag deep = E_DEEP,
+                       ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+                       EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+                       EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                       const StringArray* propertyList = nullptr);
+    void enumInstanceNames(const String& ns, const String& className,
+                           CIMObjectPathResultHandlerIFC& result);
+    CIMInstance getInstance(const String& ns, const CIMObjectPath& path,
+                            ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY,
+                            EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+                            EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                            const StringArray* propertyList = nullptr);
     /// Returns the path of the new instance.
-    virtual CIMObjectPath createInstance(const String& ns, const CIMInstance& instance) = 0;
+    CIMObjectPath createInstance(const String& ns, const CIMInstance& instance);
     /// Properties that the instance does not hold, or that a non-null list does not name, stay as
     /// they are.
-    virtual void modifyInstance(const String& ns, const CIMInstance& instance,
-                                EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
-                                const StringArray* propertyList = nullptr) = 0;
-    virtual void deleteInstance(const String& ns, const CIMObjectPath& path) = 0;
+    void modifyInstance(const String& ns, const CIMInstance& instance,
+                        EIncludeQualifiersFlag includeQualifiers = E_INCLUDE_QUALIFIERS,
+                        const StringArray* propertyList = nullptr);
+    void deleteInstance(const String& ns, const CIMObjectPath& path);
 
     // Qualifier types.
 
-    virtual CIMQualifierType getQualifierType(const String& ns, const String& name) = 0;
-    virtual void enumQualifierTypes(const String& ns, CIMQualifierTypeResultHandlerIFC& result) = 0;
+    CIMQualifierType getQualifierType(const String& ns, const String& name);
+    void enumQualifierTypes(const String& ns, CIMQualifierTypeResultHandlerIFC& result);
     /// Creates or replaces.
-    virtual void setQualifierType(const String& ns, const CIMQualifierType& qualifierType) = 0;
-    virtual void deleteQualifierType(const String& ns, const String& name) = 0;
+    void setQualifierType(const String& ns, const CIMQualifierType& qualifierType);
+    void deleteQualifierType(const String& ns, const String& name);
 
     // Associations of an instance. The path's namespace, when it has one, is that of the object;
     // `ns` is where the associations are looked for.
 
-    virtual void associators(const String& ns, const CIMObjectPath& path,
-                             CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
-                             EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-                             EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                             const StringArray* propertyList = nullptr) = 0;
-    virtual void associatorNames(const String& ns, const CIMObjectPath& path,
-                                 CIMObjectPathResultHandlerIFC& result,
-                                 const AssociationFilter& filter) = 0;
-    virtual void references(const String& ns, const CIMObjectPath& path,
-                            CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+    void associators(const String& ns, const CIMObjectPath& path,
+                     CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                     EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+                     EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                     const StringArray* propertyList = nullptr);
+    void associatorNames(const String& ns, const CIMObjectPath& path,
+                         CIMObjectPathResultHandlerIFC& result, const AssociationFilter& filter);
+    void references(const String& ns, const CIMObjectPath& path,
+                    CIMInstanceResultHandlerIFC& result, const AssociationFilter& filter,
+                    EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+                    EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                    const StringArray* propertyList = nullptr);
+    void referenceNames(const String& ns, const CIMObjectPath& path,
+                        CIMObjectPathResultHandlerIFC& result, const AssociationFilter& filter);
+    // The same for a class path: association classes and the classes that they reach.
+    void associatorsClasses(const String& ns, const CIMObjectPath& path,
+                            CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
                             EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
                             EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-                            const StringArray* propertyList = nullptr) = 0;
-    virtual void referenceNames(const String& ns, const CIMObjectPath& path,
-                                CIMObjectPathResultHandlerIFC& result,
-                                const AssociationFilter& filter) = 0;
-    // The same for a class path: association classes and the classes that they reach.
-    virtual void associatorsClasses(
-        const String& ns, const CIMObjectPath& path, CIMClassResultHandlerIFC& result,
-        const AssociationFilter& filter,
-        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-        const StringArray* propertyList = nullptr) = 0;
-    virtual void referencesClasses(
-        const String& ns, const CIMObjectPath& path, CIMClassResultHandlerIFC& result,
-        const AssociationFilter& filter,
-        EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
-        EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
-        const StringArray* propertyList = nullptr) = 0;
+                            const StringArray* propertyList = nullptr);
+    void referencesClasses(const String& ns, const CIMObjectPath& path,
+                           CIMClassResultHandlerIFC& result, const AssociationFilter& filter,
+                           EIncludeQualifiersFlag includeQualifiers = E_EXCLUDE_QUALIFIERS,
+                           EIncludeClassOriginFlag includeClassOrigin = E_EXCLUDE_CLASS_ORIGIN,
+                           const StringArray* propertyList = nullptr);
 
     /// Makes everything done through this handle durable: after it returns, it survives a power
     /// cut. Throws CIMException FAILED. A repository opened directly is one unit of work that is

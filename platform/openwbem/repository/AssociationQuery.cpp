@@ -47,11 +47,10 @@ CIMObjectPath targetPath(RepositoryStore& store, const String& ns, const CIMObje
 
 }  // namespace
 
-AssociationQuery::AssociationQuery(RepositoryStore& store, const String& ns,
-                                   const CIMObjectPath& path, const AssociationFilter& filter)
-    : m_store(store), m_ns(store.namespaces.require(ns)), m_filter(filter) {
-    checkFilter(filter);
-    m_target = InstanceTable::targetKey(targetPath(store, m_ns.spelling, path));
+AssociationQuery::AssociationQuery(RepositoryStore& store, const OperationCall& call)
+    : m_store(store), m_ns(store.namespaces.require(call.ns)), m_filter(*call.filter) {
+    checkFilter(m_filter);
+    m_target = InstanceTable::targetKey(targetPath(store, m_ns.spelling, call.as<CIMObjectPath>()));
     m_end = store.instances.nextId();
 }
 
@@ -127,14 +126,12 @@ bool AssociationQuery::nextOtherEnds(const std::function<void(const CIMObjectPat
                           [&](const ReferenceRow& row) { visitOtherEnds(row, visit); });
 }
 
-ClassAssociationQuery::ClassAssociationQuery(RepositoryStore& store, const String& ns,
-                                             const CIMObjectPath& path,
-                                             const AssociationFilter& filter)
+ClassAssociationQuery::ClassAssociationQuery(RepositoryStore& store, const OperationCall& call)
     : m_store(store),
-      m_ns(store.namespaces.require(ns).id),
-      m_className(path.getClassName()),
-      m_filter(filter) {
-    checkFilter(filter);
+      m_ns(store.namespaces.require(call.ns).id),
+      m_className(call.as<CIMObjectPath>().getClassName()),
+      m_filter(*call.filter) {
+    checkFilter(m_filter);
     if (!store.classes.find(m_ns, m_className)) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("there is no class \"%1\"", m_className));
     }

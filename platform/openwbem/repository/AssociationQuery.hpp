@@ -7,18 +7,18 @@
 #include <functional>
 #include <unordered_set>
 
-#include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "openwbem/model/OperationCall.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
 namespace OpenWBEM {
 
 class AssociationQuery {
 public:
-    /// Associations are looked for in `ns`; the object is in its path's namespace, or in `ns` when
-    /// the path names none. Throws CIMException INVALID_NAMESPACE, or INVALID_PARAMETER for a path
-    /// without keys, keys that its class does not have, or a filter that is no name.
-    AssociationQuery(RepositoryStore& store, const String& ns, const CIMObjectPath& path,
-                     const AssociationFilter& filter);
+    /// Associations are looked for in the call's namespace; the object is in its path's namespace,
+    /// or in that one when the path names none. Throws CIMException INVALID_NAMESPACE, or
+    /// INVALID_PARAMETER for a path without keys, keys that its class does not have, or a filter
+    /// that is no name.
+    AssociationQuery(RepositoryStore& store, const OperationCall& call);
 
     const NamespaceRow& nameSpace() const noexcept { return m_ns; }
 
@@ -52,8 +52,7 @@ private:
 /// The same among classes: which association classes can refer to a class, and what they lead to.
 class ClassAssociationQuery {
 public:
-    ClassAssociationQuery(RepositoryStore& store, const String& ns, const CIMObjectPath& path,
-                          const AssociationFilter& filter);
+    ClassAssociationQuery(RepositoryStore& store, const OperationCall& call);
 
     void forEachReferring(const std::function<void(const CIMClass&)>& visit);
     void forEachOtherEnd(const std::function<void(const CIMClass&)>& visit);

@@ -5,10 +5,9 @@
 #include <algorithm>
 
 #include "openwbem/model/ObjectFilter.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 namespace {
 
@@ -16,15 +15,15 @@ namespace {
 constexpr size_t CLASSES_IN_PORTION = 32;
 constexpr size_t SMALL_OBJECTS_IN_PORTION = 512;
 
-/// The classes that an enumeration from `className` delivers, as they are at its start.
-Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& className,
-                        EDeepFlag deep) {
+/// The classes that an enumeration delivers, as they are at its start.
+Array<ClassName> select(RepositoryStore& store, int64_t ns, const OperationCall& call) {
+    const String& className = call.as<String>();
     ClassName top{0, String()};
     if (!className.empty()) {
         const auto found = store.classes.require(ns, className, CIMException::INVALID_CLASS);
         top = {found.id, found.cls.getName()};
     }
-    if (deep == E_SHALLOW) {
+    if (call.deep == E_SHALLOW) {
         return store.classes.children(ns, top.id);
     }
     Array<ClassName> all = store.classes.descendants(ns, top);
@@ -36,12 +35,11 @@ Array<ClassName> select(RepositoryStore& store, int64_t ns, const String& classN
 
 class ClassEnumeration : public Enumeration<CIMClass> {
 public:
-    ClassEnumeration(RepositoryStore& store, const String& ns, const String& className,
-                     EDeepFlag deep, const WantedParts& wanted)
+    ClassEnumeration(RepositoryStore& store, const OperationCall& call)
         : m_store(store),
-          m_ns(store.namespaces.require(ns).id),
-          m_names(select(store, m_ns, className, deep)),
-          m_filter(wanted) {}
+          m_ns(store.namespaces.require(call.ns).id),
+          m_names(select(store, m_ns, call)),
+          m_filter(call.wanted) {}
 
     bool next(CIMClassResultHandlerIFC& result) override {
         const size_t end = std::min(m_names.size(), m_at + CLASSES_IN_PORTION);
@@ -100,46 +98,19 @@ private:
 
 }  // namespace
 
-EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openClasses(const String& ns,
-                                                            const String& className, EDeepFlag deep,
-                                                            const WantedParts& wanted) {
-    const ReadOperation operation(m_repository->store());
-    return std::make_unique<ClassEnumeration>(operation.store(), ns, className, deep, wanted);
+EnumerationPtr<CIMClass> openClasses(RepositoryStore& store, const OperationCall& call) {
+    return std::make_unique<ClassEnumeration>(store, call);
 }
 
-EnumerationPtr<String> RepositoryCIMOMHandle::openClassNames(const String& ns,
-                                                             const String& className,
-                                                             EDeepFlag deep) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
+EnumerationPtr<String> openClassNames(RepositoryStore& store, const OperationCall& call) {
     return std::make_unique<ClassNameEnumeration>(
-        select(store, store.namespaces.require(ns).id, className, deep));
+        select(store, store.namespaces.require(call.ns).id, call));
 }
 
-EnumerationPtr<CIMQualifierType> RepositoryCIMOMHandle::openQualifierTypes(const String& ns) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
+EnumerationPtr<CIMQualifierType> openQualifierTypes(RepositoryStore& store,
+                                                    const OperationCall& call) {
     return std::make_unique<QualifierTypeEnumeration>(
-        store.qualifiers.types(store.namespaces.require(ns).id));
+        store.qualifiers.types(store.namespaces.require(call.ns).id));
 }
 
-void RepositoryCIMOMHandle::enumClass(const String& ns, const String& className,
-                                      CIMClassResultHandlerIFC& result, EDeepFlag deep,
-                                      ELocalOnlyFlag localOnly,
-                                      EIncludeQualifiersFlag includeQualifiers,
-                                      EIncludeClassOriginFlag includeClassOrigin) {
-    exhaust(openClasses(ns, className, deep, {localOnly, includeQualifiers, includeClassOrigin}),
-            result);
-}
-
-void RepositoryCIMOMHandle::enumClassNames(const String& ns, const String& className,
-                                           StringResultHandlerIFC& result, EDeepFlag deep) {
-    exhaust(openClassNames(ns, className, deep), result);
-}
-
-void RepositoryCIMOMHandle::enumQualifierTypes(const String& ns,
-                                               CIMQualifierTypeResultHandlerIFC& result) {
-    exhaust(openQualifierTypes(ns), result);
-}
-
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <variant>
 
 #include "openwbem/model/ResultHandlerIFC.hpp"
 
@@ -21,6 +22,11 @@ public:
 
 template <class T>
 using EnumerationPtr = std::unique_ptr<Enumeration<T>>;
+
+/// The enumeration of any operation.
+using AnyEnumeration =
+    std::variant<EnumerationPtr<String>, EnumerationPtr<CIMClass>, EnumerationPtr<CIMInstance>,
+                 EnumerationPtr<CIMQualifierType>, EnumerationPtr<CIMObjectPath>>;
 
 /// Passes all results to `result`.
 template <class T>

@@ -2,11 +2,10 @@
 //
 // The instances and the instance names of a class (DSP0200 5.3.2.11, 5.3.2.12), in portions.
 #include "openwbem/repository/InstanceForm.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 namespace {
 
@@ -14,10 +13,10 @@ namespace {
 /// class, in the order of creation.
 class InstanceWalk {
 public:
-    InstanceWalk(RepositoryStore& store, const String& ns, const String& className)
+    InstanceWalk(RepositoryStore& store, const OperationCall& call)
         : m_store(store),
-          m_ns(store.namespaces.require(ns)),
-          m_top(store.classes.require(m_ns.id, className, CIMException::INVALID_CLASS)),
+          m_ns(store.namespaces.require(call.ns)),
+          m_top(store.classes.require(m_ns.id, call.as<String>(), CIMException::INVALID_CLASS)),
           m_classes(store.classes.descendants(m_ns.id, {m_top.id, m_top.cls.getName()})),
           m_end(store.instances.nextId()) {}
 
@@ -61,10 +60,9 @@ private:
 
 class InstanceEnumeration : public Enumeration<CIMInstance> {
 public:
-    InstanceEnumeration(RepositoryStore& store, const String& ns, const String& className,
-                        EDeepFlag deep, const WantedParts& wanted)
-        : m_walk(store, ns, className), m_form(wanted) {
-        if (deep != E_DEEP) {
+    InstanceEnumeration(RepositoryStore& store, const OperationCall& call)
+        : m_walk(store, call), m_form(call.wanted) {
+        if (call.deep != E_DEEP) {
             m_form.setOnlyPropertiesOf(m_walk.topClass());
         }
     }
@@ -92,8 +90,8 @@ private:
 
 class InstanceNameEnumeration : public Enumeration<CIMObjectPath> {
 public:
-    InstanceNameEnumeration(RepositoryStore& store, const String& ns, const String& className)
-        : m_walk(store, ns, className) {}
+    InstanceNameEnumeration(RepositoryStore& store, const OperationCall& call)
+        : m_walk(store, call) {}
 
     bool next(CIMObjectPathResultHandlerIFC& result) override {
         const auto portion = m_walk.nextPortion(InstanceTable::Column::PATH);
@@ -110,34 +108,12 @@ private:
 
 }  // namespace
 
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openInstances(const String& ns,
-                                                                 const String& className,
-                                                                 EDeepFlag deep,
-                                                                 const WantedParts& wanted) {
-    const ReadOperation operation(m_repository->store());
-    return std::make_unique<InstanceEnumeration>(operation.store(), ns, className, deep, wanted);
+EnumerationPtr<CIMInstance> openInstances(RepositoryStore& store, const OperationCall& call) {
+    return std::make_unique<InstanceEnumeration>(store, call);
 }
 
-EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openInstanceNames(const String& ns,
-                                                                       const String& className) {
-    const ReadOperation operation(m_repository->store());
-    return std::make_unique<InstanceNameEnumeration>(operation.store(), ns, className);
+EnumerationPtr<CIMObjectPath> openInstanceNames(RepositoryStore& store, const OperationCall& call) {
+    return std::make_unique<InstanceNameEnumeration>(store, call);
 }
 
-void RepositoryCIMOMHandle::enumInstances(const String& ns, const String& className,
-                                          CIMInstanceResultHandlerIFC& result, EDeepFlag deep,
-                                          ELocalOnlyFlag localOnly,
-                                          EIncludeQualifiersFlag includeQualifiers,
-                                          EIncludeClassOriginFlag includeClassOrigin,
-                                          const StringArray* propertyList) {
-    exhaust(openInstances(ns, className, deep,
-                          {localOnly, includeQualifiers, includeClassOrigin, propertyList}),
-            result);
-}
-
-void RepositoryCIMOMHandle::enumInstanceNames(const String& ns, const String& className,
-                                              CIMObjectPathResultHandlerIFC& result) {
-    exhaust(openInstanceNames(ns, className), result);
-}
-
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -7,9 +7,9 @@
 
 #include "openwbem/repository/AssociationQuery.hpp"
 #include "openwbem/repository/InstanceForm.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 namespace {
 
@@ -148,121 +148,42 @@ private:
 
 }  // namespace
 
-CIMOMHandleIFCRef RepositoryCIMOMHandle::surroundings() {
-    return m_repository->environment()->getCIMOMHandle(m_context,
-                                                       ServiceEnvironmentIFC::E_BYPASS_PROVIDERS);
-}
-
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openAssociators(const String& ns,
-                                                                   const CIMObjectPath& path,
-                                                                   const AssociationFilter& filter,
-                                                                   const WantedParts& wanted) {
-    const ReadOperation operation(m_repository->store());
+EnumerationPtr<CIMInstance> openAssociators(RepositoryStore& store, const OperationCall& call,
+                                            CIMOMHandleIFCRef handle) {
     return std::make_unique<AssociatorEnumeration>(
-        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(), wanted));
+        OtherEnds(AssociationQuery(store, call), std::move(handle), call.wanted));
 }
 
-EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openAssociatorNames(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
-    const ReadOperation operation(m_repository->store());
+EnumerationPtr<CIMObjectPath> openAssociatorNames(RepositoryStore& store, const OperationCall& call,
+                                                  CIMOMHandleIFCRef handle) {
     return std::make_unique<AssociatorNameEnumeration>(
-        OtherEnds(AssociationQuery(operation.store(), ns, path, filter), surroundings(), {}));
+        OtherEnds(AssociationQuery(store, call), std::move(handle), {}));
 }
 
-EnumerationPtr<CIMInstance> RepositoryCIMOMHandle::openReferences(const String& ns,
-                                                                  const CIMObjectPath& path,
-                                                                  const AssociationFilter& filter,
-                                                                  const WantedParts& wanted) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
-    return std::make_unique<ReferenceEnumeration>(store, AssociationQuery(store, ns, path, filter),
-                                                  InstanceForm(wanted));
+EnumerationPtr<CIMInstance> openReferences(RepositoryStore& store, const OperationCall& call) {
+    return std::make_unique<ReferenceEnumeration>(store, AssociationQuery(store, call),
+                                                  InstanceForm(call.wanted));
 }
 
-EnumerationPtr<CIMObjectPath> RepositoryCIMOMHandle::openReferenceNames(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter) {
-    const ReadOperation operation(m_repository->store());
-    return std::make_unique<ReferenceNameEnumeration>(
-        AssociationQuery(operation.store(), ns, path, filter));
+EnumerationPtr<CIMObjectPath> openReferenceNames(RepositoryStore& store,
+                                                 const OperationCall& call) {
+    return std::make_unique<ReferenceNameEnumeration>(AssociationQuery(store, call));
 }
 
-EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openAssociatorsClasses(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    const WantedParts& wanted) {
+EnumerationPtr<CIMClass> openAssociatorsClasses(RepositoryStore& store, const OperationCall& call) {
     Array<CIMClass> found;
-    const ReadOperation operation(m_repository->store());
-    ClassAssociationQuery(operation.store(), ns, path, filter)
-        .forEachOtherEnd([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(std::move(found), wanted);
+    ClassAssociationQuery(store, call).forEachOtherEnd([&](const CIMClass& cls) {
+        found.push_back(cls);
+    });
+    return std::make_unique<FoundClasses>(std::move(found), call.wanted);
 }
 
-EnumerationPtr<CIMClass> RepositoryCIMOMHandle::openReferencesClasses(
-    const String& ns, const CIMObjectPath& path, const AssociationFilter& filter,
-    const WantedParts& wanted) {
+EnumerationPtr<CIMClass> openReferencesClasses(RepositoryStore& store, const OperationCall& call) {
     Array<CIMClass> found;
-    const ReadOperation operation(m_repository->store());
-    ClassAssociationQuery(operation.store(), ns, path, filter)
-        .forEachReferring([&](const CIMClass& cls) { found.push_back(cls); });
-    return std::make_unique<FoundClasses>(std::move(found), wanted);
+    ClassAssociationQuery(store, call).forEachReferring([&](const CIMClass& cls) {
+        found.push_back(cls);
+    });
+    return std::make_unique<FoundClasses>(std::move(found), call.wanted);
 }
 
-void RepositoryCIMOMHandle::associators(const String& ns, const CIMObjectPath& path,
-                                        CIMInstanceResultHandlerIFC& result,
-                                        const AssociationFilter& filter,
-                                        EIncludeQualifiersFlag includeQualifiers,
-                                        EIncludeClassOriginFlag includeClassOrigin,
-                                        const StringArray* propertyList) {
-    exhaust(
-        openAssociators(ns, path, filter,
-                        {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
-        result);
-}
-
-void RepositoryCIMOMHandle::associatorNames(const String& ns, const CIMObjectPath& path,
-                                            CIMObjectPathResultHandlerIFC& result,
-                                            const AssociationFilter& filter) {
-    exhaust(openAssociatorNames(ns, path, filter), result);
-}
-
-void RepositoryCIMOMHandle::references(const String& ns, const CIMObjectPath& path,
-                                       CIMInstanceResultHandlerIFC& result,
-                                       const AssociationFilter& filter,
-                                       EIncludeQualifiersFlag includeQualifiers,
-                                       EIncludeClassOriginFlag includeClassOrigin,
-                                       const StringArray* propertyList) {
-    exhaust(openReferences(ns, path, filter,
-                           {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
-            result);
-}
-
-void RepositoryCIMOMHandle::referenceNames(const String& ns, const CIMObjectPath& path,
-                                           CIMObjectPathResultHandlerIFC& result,
-                                           const AssociationFilter& filter) {
-    exhaust(openReferenceNames(ns, path, filter), result);
-}
-
-void RepositoryCIMOMHandle::associatorsClasses(const String& ns, const CIMObjectPath& path,
-                                               CIMClassResultHandlerIFC& result,
-                                               const AssociationFilter& filter,
-                                               EIncludeQualifiersFlag includeQualifiers,
-                                               EIncludeClassOriginFlag includeClassOrigin,
-                                               const StringArray* propertyList) {
-    exhaust(openAssociatorsClasses(
-                ns, path, filter,
-                {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
-            result);
-}
-
-void RepositoryCIMOMHandle::referencesClasses(const String& ns, const CIMObjectPath& path,
-                                              CIMClassResultHandlerIFC& result,
-                                              const AssociationFilter& filter,
-                                              EIncludeQualifiersFlag includeQualifiers,
-                                              EIncludeClassOriginFlag includeClassOrigin,
-                                              const StringArray* propertyList) {
-    exhaust(openReferencesClasses(
-                ns, path, filter,
-                {E_NOT_LOCAL_ONLY, includeQualifiers, includeClassOrigin, propertyList}),
-            result);
-}
-
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -5,10 +5,9 @@
 #include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
 #include "openwbem/repository/ClassModification.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 using blocxx::Format;
 
@@ -41,25 +40,15 @@ void checkNames(const CIMClass& cls) {
 
 }  // namespace
 
-CIMClass RepositoryCIMOMHandle::getClass(const String& ns, const String& className,
-                                         ELocalOnlyFlag localOnly,
-                                         EIncludeQualifiersFlag includeQualifiers,
-                                         EIncludeClassOriginFlag includeClassOrigin,
-                                         const StringArray* propertyList) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
-    const int64_t nsId = store.namespaces.require(ns).id;
-    return store.classes.require(nsId, className, CIMException::NOT_FOUND)
-        .cls.filter(WantedParts{localOnly, includeQualifiers, includeClassOrigin, propertyList});
+CIMClass getClass(RepositoryStore& store, const OperationCall& call) {
+    const int64_t nsId = store.namespaces.require(call.ns).id;
+    return store.classes.require(nsId, call.as<String>(), CIMException::NOT_FOUND)
+        .cls.filter(call.wanted);
 }
 
-void RepositoryCIMOMHandle::createClass(const String& ns, const CIMClass& cls) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const int64_t nsId = store.namespaces.require(ns).id;
+void createClass(RepositoryStore& store, const OperationCall& call) {
+    const CIMClass& cls = call.as<CIMClass>();
+    const int64_t nsId = store.namespaces.require(call.ns).id;
     checkNames(cls);
     std::optional<StoredClass> super;
     if (!cls.getSuperClass().empty()) {
@@ -76,28 +65,17 @@ void RepositoryCIMOMHandle::createClass(const String& ns, const CIMClass& cls) {
         OPENWBEM_THROW_CIM(ALREADY_EXISTS, Format("the class %1 exists already", cls.getName()));
     }
     store.embedded.noteClass(nsId, derived);
-    operation.done();
 }
 
-void RepositoryCIMOMHandle::modifyClass(const String& ns, const CIMClass& cls) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const NamespaceRow row = store.namespaces.require(ns);
-    checkNames(cls);
-    ClassModification(store, row.id).apply(cls);
-    operation.done();
+void modifyClass(RepositoryStore& store, const OperationCall& call) {
+    const int64_t nsId = store.namespaces.require(call.ns).id;
+    checkNames(call.as<CIMClass>());
+    ClassModification(store, nsId).apply(call.as<CIMClass>());
 }
 
-void RepositoryCIMOMHandle::deleteClass(const String& ns, const String& className) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const int64_t nsId = store.namespaces.require(ns).id;
+void deleteClass(RepositoryStore& store, const OperationCall& call) {
+    const String& className = call.as<String>();
+    const int64_t nsId = store.namespaces.require(call.ns).id;
     const StoredClass found = store.classes.require(nsId, className, CIMException::NOT_FOUND);
     if (store.classes.hasChildren(nsId, found.id)) {
         OPENWBEM_THROW_CIM(CLASS_HAS_CHILDREN, Format("the class %1 has subclasses", className));
@@ -112,7 +90,6 @@ void RepositoryCIMOMHandle::deleteClass(const String& ns, const String& classNam
                            Format("the class %1 is needed for %2", className, invalid));
     }
     store.classes.remove(nsId, found);
-    operation.done();
 }
 
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -6,10 +6,9 @@
 #include "blocxx/Format.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/repository/InstanceForm.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 using blocxx::Format;
 
@@ -84,19 +83,18 @@ void checkPropertyList(const StringArray* list, const CIMClass& cls) {
     }
 }
 
-/// `stored` with the properties of `given` that the list names. The keys are those by which it was
+/// `stored` with the wanted properties of `given`. The keys are those by which it was
 /// found, so they stay.
-CIMInstance merge(const CIMInstance& stored, const CIMInstance& given, const StringArray* list,
-                  EIncludeQualifiersFlag includeQualifiers) {
+CIMInstance merge(const CIMInstance& stored, const CIMInstance& given, const WantedParts& wanted) {
     CIMInstance merged = stored;
     for (const CIMProperty& property : given.getProperties()) {
         const CIMProperty* old = stored.getProperty(property.getName());
         const bool isKey = old != nullptr && old->isKey();
-        if (!isKey && isNamed(list, property.getName())) {
+        if (!isKey && isNamed(wanted.propertyList, property.getName())) {
             merged.setProperty(property);
         }
     }
-    if (includeQualifiers == E_INCLUDE_QUALIFIERS) {
+    if (wanted.qualifiers == E_INCLUDE_QUALIFIERS) {
         merged.setQualifiers(given.getQualifiers());
     }
     return merged;
@@ -116,25 +114,16 @@ void checkCanHaveInstances(const CIMClass& cls) {
 
 }  // namespace
 
-CIMInstance RepositoryCIMOMHandle::getInstance(const String& ns, const CIMObjectPath& path,
-                                               ELocalOnlyFlag localOnly,
-                                               EIncludeQualifiersFlag includeQualifiers,
-                                               EIncludeClassOriginFlag includeClassOrigin,
-                                               const StringArray* propertyList) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
-    const Found found = findClass(store, ns, path.getClassName());
-    const InstanceForm form({localOnly, includeQualifiers, includeClassOrigin, propertyList});
+CIMInstance getInstance(RepositoryStore& store, const OperationCall& call) {
+    const CIMObjectPath& path = call.as<CIMObjectPath>();
+    const Found found = findClass(store, call.ns, path.getClassName());
+    const InstanceForm form(call.wanted);
     return form.of(requireInstance(store, found, inLine(path, found)).instance, &found.cls.cls);
 }
 
-CIMObjectPath RepositoryCIMOMHandle::createInstance(const String& ns, const CIMInstance& instance) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return CIMObjectPath(ns, instance);
-    }
-    const Found found = findClass(store, ns, instance.getClassName());
+CIMObjectPath createInstance(RepositoryStore& store, const OperationCall& call) {
+    const CIMInstance& instance = call.as<CIMInstance>();
+    const Found found = findClass(store, call.ns, instance.getClassName());
     checkCanHaveInstances(found.cls.cls);
     const CIMInstance complete = store.embedded.completeStored(
         found.ns.id,
@@ -145,42 +134,27 @@ CIMObjectPath RepositoryCIMOMHandle::createInstance(const String& ns, const CIMI
         OPENWBEM_THROW_CIM(ALREADY_EXISTS,
                            Format("the instance %1 exists already", path.modelPath()));
     }
-    operation.done();
     return path;
 }
 
-void RepositoryCIMOMHandle::modifyInstance(const String& ns, const CIMInstance& instance,
-                                           EIncludeQualifiersFlag includeQualifiers,
-                                           const StringArray* propertyList) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const Found found = findClass(store, ns, instance.getClassName());
-    checkPropertyList(propertyList, found.cls.cls);
+void modifyInstance(RepositoryStore& store, const OperationCall& call) {
+    const CIMInstance& instance = call.as<CIMInstance>();
+    const Found found = findClass(store, call.ns, instance.getClassName());
+    checkPropertyList(call.wanted.propertyList, found.cls.cls);
     const InstanceRow row = requireInstance(store, found, pathOf(instance, found));
     const CIMInstance merged = store.embedded.completeStored(
-        found.ns.id,
-        completeInstance(merge(row.instance, instance, propertyList, includeQualifiers),
-                         found.cls.cls),
+        found.ns.id, completeInstance(merge(row.instance, instance, call.wanted), found.cls.cls),
         found.cls.cls);
     store.instances.update(found.ns.id, row.id,
                            withResolvedReferences(store, merged, found.ns.spelling));
-    operation.done();
 }
 
-void RepositoryCIMOMHandle::deleteInstance(const String& ns, const CIMObjectPath& path) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const Found found = findClass(store, ns, path.getClassName());
+void deleteInstance(RepositoryStore& store, const OperationCall& call) {
+    const CIMObjectPath& path = call.as<CIMObjectPath>();
+    const Found found = findClass(store, call.ns, path.getClassName());
     const CIMObjectPath own = inLine(path, found);
     store.instances.remove(require(
         store, own, [&](const String& key) { return store.instances.findId(found.ns.id, key); }));
-    operation.done();
 }
 
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -5,10 +5,9 @@
 #include "blocxx/Format.hpp"
 #include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
-#include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/RepositoryOperations.hpp"
 
-namespace OpenWBEM {
+namespace OpenWBEM::RepositoryOperations {
 
 using blocxx::Format;
 
@@ -90,10 +89,9 @@ void checkReplacement(RepositoryStore& store, int64_t ns, const CIMQualifierType
 
 }  // namespace
 
-CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const String& name) {
-    const ReadOperation operation(m_repository->store());
-    RepositoryStore& store = operation.store();
-    const auto types = store.qualifiers.types(store.namespaces.require(ns).id);
+CIMQualifierType getQualifierType(RepositoryStore& store, const OperationCall& call) {
+    const String& name = call.as<String>();
+    const auto types = store.qualifiers.types(store.namespaces.require(call.ns).id);
     const CIMQualifierType* type = types->find(name);
     if (type == nullptr) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
@@ -101,27 +99,17 @@ CIMQualifierType RepositoryCIMOMHandle::getQualifierType(const String& ns, const
     return *type;
 }
 
-void RepositoryCIMOMHandle::setQualifierType(const String& ns,
-                                             const CIMQualifierType& qualifierType) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const int64_t nsId = store.namespaces.require(ns).id;
+void setQualifierType(RepositoryStore& store, const OperationCall& call) {
+    const CIMQualifierType& qualifierType = call.as<CIMQualifierType>();
+    const int64_t nsId = store.namespaces.require(call.ns).id;
     checkQualifierType(qualifierType);
     checkReplacement(store, nsId, qualifierType);
     store.qualifiers.put(nsId, qualifierType);
-    operation.done();
 }
 
-void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& name) {
-    RepositoryStore& store = m_repository->store();
-    WriteOperation operation(store);
-    if (operation.isVoid()) {
-        return;
-    }
-    const int64_t nsId = store.namespaces.require(ns).id;
+void deleteQualifierType(RepositoryStore& store, const OperationCall& call) {
+    const String& name = call.as<String>();
+    const int64_t nsId = store.namespaces.require(call.ns).id;
     if (store.qualifiers.types(nsId)->find(name) == nullptr) {
         OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no qualifier type \"%1\"", name));
     }
@@ -130,7 +118,6 @@ void RepositoryCIMOMHandle::deleteQualifierType(const String& ns, const String& 
     }
     checkEmbedded(store, nsId, "deleted", name, std::nullopt);
     store.qualifiers.remove(nsId, name);
-    operation.done();
 }
 
-}  // namespace OpenWBEM
+}  // namespace OpenWBEM::RepositoryOperations

@@ -26,9 +26,19 @@ String encode(const CIMInstance& instance);
 String encode(const CIMQualifierType& qualifierType);
 String encode(const CIMObjectPath& path);
 
-// The form in which results are sent: complete, with everything inherited or taken from the class.
+// The form in which operands and results are sent: complete, with everything inherited or taken
+// from the class.
 String encodeView(const CIMClass& cls);
 String encodeView(const CIMInstance& instance);
+inline String encodeView(const CIMQualifierType& qualifierType) {
+    return encode(qualifierType);
+}
+inline String encodeView(const CIMObjectPath& path) {
+    return encode(path);
+}
+inline String encodeView(const String& name) {
+    return name;
+}
 
 /// Decodes either form.
 CIMClass decodeClass(Bytes bytes);
@@ -42,5 +52,22 @@ CIMInstance decodeInstance(Bytes bytes);
 CIMInstance decodeInstanceView(Bytes bytes);
 CIMQualifierType decodeQualifierType(Bytes bytes);
 CIMObjectPath decodeObjectPath(Bytes bytes);
+
+/// Decodes a result that encodeView() made of a T.
+template <class T>
+T decodeView(Bytes bytes) {
+    if constexpr (std::is_same_v<T, CIMClass>) {
+        return decodeClass(bytes);
+    } else if constexpr (std::is_same_v<T, CIMInstance>) {
+        return decodeInstanceView(bytes);
+    } else if constexpr (std::is_same_v<T, CIMQualifierType>) {
+        return decodeQualifierType(bytes);
+    } else if constexpr (std::is_same_v<T, CIMObjectPath>) {
+        return decodeObjectPath(bytes);
+    } else {
+        static_assert(std::is_same_v<T, String>);
+        return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    }
+}
 
 }  // namespace OpenWBEM::Codec

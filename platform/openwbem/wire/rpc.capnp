@@ -14,8 +14,9 @@
 using Cxx = import "/capnp/c++.capnp";
 $Cxx.namespace("OpenWBEM::wire");
 
+# The operations of a handle, in the order and with the names of openwbem/model/Operation.hpp.
 enum Operation {
-  enumClasses @0;
+  enumClass @0;
   enumClassNames @1;
   getClass @2;
   createClass @3;

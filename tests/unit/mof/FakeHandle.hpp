@@ -25,49 +25,12 @@ public:
         qualifierTypes[blocxx::toLower(type.getName())] = type;
     }
 
-    CIMClass getClass(const String& ns, const String& className, ELocalOnlyFlag localOnly,
-                      EIncludeQualifiersFlag includeQualifiers,
-                      EIncludeClassOriginFlag includeClassOrigin,
-                      const StringArray* propertyList) override;
-    CIMQualifierType getQualifierType(const String& ns, const String& name) override;
-
-    void enumClass(const String&, const String&, CIMClassResultHandlerIFC&, EDeepFlag,
-                   ELocalOnlyFlag, EIncludeQualifiersFlag, EIncludeClassOriginFlag) override;
-    void enumClassNames(const String&, const String&, StringResultHandlerIFC&, EDeepFlag) override;
-    void createClass(const String&, const CIMClass&) override;
-    void modifyClass(const String&, const CIMClass&) override;
-    void deleteClass(const String&, const String&) override;
-    void enumInstances(const String&, const String&, CIMInstanceResultHandlerIFC&, EDeepFlag,
-                       ELocalOnlyFlag, EIncludeQualifiersFlag, EIncludeClassOriginFlag,
-                       const StringArray*) override;
-    void enumInstanceNames(const String&, const String&, CIMObjectPathResultHandlerIFC&) override;
-    CIMInstance getInstance(const String&, const CIMObjectPath&, ELocalOnlyFlag,
-                            EIncludeQualifiersFlag, EIncludeClassOriginFlag,
-                            const StringArray*) override;
-    CIMObjectPath createInstance(const String&, const CIMInstance&) override;
-    void modifyInstance(const String&, const CIMInstance&, EIncludeQualifiersFlag,
-                        const StringArray*) override;
-    void deleteInstance(const String&, const CIMObjectPath&) override;
-    void enumQualifierTypes(const String&, CIMQualifierTypeResultHandlerIFC&) override;
-    void setQualifierType(const String&, const CIMQualifierType&) override;
-    void deleteQualifierType(const String&, const String&) override;
-    void associators(const String&, const CIMObjectPath&, CIMInstanceResultHandlerIFC&,
-                     const AssociationFilter&, EIncludeQualifiersFlag, EIncludeClassOriginFlag,
-                     const StringArray*) override;
-    void associatorNames(const String&, const CIMObjectPath&, CIMObjectPathResultHandlerIFC&,
-                         const AssociationFilter&) override;
-    void references(const String&, const CIMObjectPath&, CIMInstanceResultHandlerIFC&,
-                    const AssociationFilter&, EIncludeQualifiersFlag, EIncludeClassOriginFlag,
-                    const StringArray*) override;
-    void referenceNames(const String&, const CIMObjectPath&, CIMObjectPathResultHandlerIFC&,
-                        const AssociationFilter&) override;
-    void associatorsClasses(const String&, const CIMObjectPath&, CIMClassResultHandlerIFC&,
-                            const AssociationFilter&, EIncludeQualifiersFlag,
-                            EIncludeClassOriginFlag, const StringArray*) override;
-    void referencesClasses(const String&, const CIMObjectPath&, CIMClassResultHandlerIFC&,
-                           const AssociationFilter&, EIncludeQualifiersFlag,
-                           EIncludeClassOriginFlag, const StringArray*) override;
+    OperationResult carryOut(const OperationCall& call) override;
     void commit() override;
+
+private:
+    CIMClass findClass(const OperationCall& call);
+    CIMQualifierType findQualifierType(const String& name);
 };
 
 }  // namespace OpenWBEM::MOF

@@ -23,9 +23,7 @@ protected:
 class Blind : public RepositoryCIMOMHandle {
 public:
     using RepositoryCIMOMHandle::RepositoryCIMOMHandle;
-    CIMInstance getInstance(const String&, const CIMObjectPath&, ELocalOnlyFlag,
-                            EIncludeQualifiersFlag, EIncludeClassOriginFlag,
-                            const StringArray*) override {
+    OperationResult carryOut(const OperationCall& /*call*/) override {
         OPENWBEM_THROW_CIM(NOT_FOUND, "not to be seen");
     }
 };
