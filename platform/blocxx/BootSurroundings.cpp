@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A service inherits from process 1, whose limits are the kernel's, or what the machine's
-// administrator or a container has set for everything. One is not for others: systemd raises its
-// own number of open files to a thousand million and gives services what it has stood for before.
+// A service inherits its limits from process 1, which has the kernel's, or those that the
+// administrator or a container has set. The exception is the number of open files: systemd raises
+// its own limit to a thousand million and starts services with lower ones.
 #include "blocxx/BootSurroundings.hpp"
 
 #include <fcntl.h>
@@ -20,10 +20,10 @@ namespace blocxx {
 namespace {
 
 constexpr pid_t INIT = 1;
-// What systemd gives to services, and what the kernel gives to everybody.
+// What systemd gives to services.
 constexpr rlim_t SOFT_OPEN_FILES = 1024;
 constexpr rlim_t HARD_OPEN_FILES = 512 * 1024;
-constexpr unsigned long TIMER_SLACK = 50'000;  // nanoseconds; the kernel's for process 1
+constexpr unsigned long TIMER_SLACK = 50'000;  // nanoseconds; what the kernel gives process 1
 constexpr mode_t FILE_MODE_MASK = 022;
 
 using Resource = __rlimit_resource;
@@ -31,7 +31,7 @@ using Resource = __rlimit_resource;
 void setLimit(Resource resource, rlimit limit) noexcept {
     rlimit current = {};
     if (setrlimit(resource, &limit) != 0 && getrlimit(resource, &current) == 0) {
-        // The hard limit may not be raised in every container.
+        // Some containers do not let root raise a hard limit.
         current.rlim_cur = std::min(limit.rlim_cur, current.rlim_max);
         setrlimit(resource, &current);
     }
@@ -65,7 +65,7 @@ void takePriorities() noexcept {
     }
 }
 
-/// The kernel then ends this process no sooner and no later than others when memory is short.
+/// When memory is short, the kernel then treats this process like any other.
 void takeOomScore() noexcept {
     const int fd = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
     if (fd >= 0) {

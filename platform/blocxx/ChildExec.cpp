@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The child's side of starting a program. Order matters: the standard streams are in place before
-// all other descriptors go, the groups go before the user id that may drop them, and the program
-// starts with every signal at its default.
+// the other descriptors are closed, and the groups change while the user id still permits it.
 #include "blocxx/ChildExec.hpp"
 
 #include <fcntl.h>
@@ -33,7 +32,7 @@ void resetSignals() noexcept {
     struct sigaction action = {};
     action.sa_handler = SIG_DFL;
     for (int signal = 1; signal < NSIG; ++signal) {
-        sigaction(signal, &action, nullptr);  // refused for a few, which have no handlers
+        sigaction(signal, &action, nullptr);  // fails for those that cannot have a handler
     }
     sigset_t none;
     sigemptyset(&none);
@@ -54,7 +53,7 @@ bool closeFrom(unsigned first) noexcept {
     return true;
 }
 
-/// Leaves standard streams and the error pipe, which moves to ERROR_PIPE, and nothing else.
+/// Sets up the standard streams, moves the error pipe to ERROR_PIPE and closes everything else.
 bool arrangeDescriptors(const ChildPlan& plan) noexcept {
     return dup2(plan.input, STDIN_FILENO) >= 0 && dup2(plan.output, STDOUT_FILENO) >= 0 &&
            dup2(plan.output, STDERR_FILENO) >= 0 &&
@@ -78,7 +77,7 @@ bool isExactly(const Process::Identity& identity) noexcept {
     return true;
 }
 
-/// Becomes the account for good: an identity that could go back to root is a failure.
+/// Changes to the account. Fails with errno set, also when the process could become root again.
 bool assume(const Process::Identity& identity) noexcept {
     if (setgroups(1, &identity.gid) != 0 ||
         setresgid(identity.gid, identity.gid, identity.gid) != 0 ||

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Private to Process: the way of a forked child to the program that it becomes. Only
-// async-signal-safe calls are made, everything they need was prepared before the fork.
+// Private to Process: turns a forked child into the program that it is to run. It makes only
+// async-signal-safe calls; everything they need was prepared before the fork.
 #pragma once
 
 #include <optional>
@@ -10,9 +10,9 @@
 
 namespace blocxx {
 
-/// What stopped a child on its way.
+/// Why a child could not become the program.
 struct ChildFailure {
-    const char* step;  ///< a literal; the child shares the parent's image
+    const char* step;  ///< a literal, which the parent has at the same address
     int errnum;
 };
 
@@ -27,7 +27,7 @@ struct ChildPlan {
 };
 
 /// Becomes the program, or reports a ChildFailure and ends the child. The descriptors of the plan
-/// are above 2. All signals are blocked on entry.
+/// must be above 2 and all signals blocked.
 [[noreturn]] void becomeProgram(const ChildPlan& plan) noexcept;
 
 }  // namespace blocxx

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The parent's side of running a program: start, collect, kill, wait.
+// The parent's side of running a program.
 #include "blocxx/ChildProcess.hpp"
 
 #include <fcntl.h>
@@ -24,7 +24,7 @@ namespace blocxx {
 
 namespace {
 
-// How often a kernel without pidfd is asked whether the child has ended.
+// How often to check whether the child has ended on a kernel without pidfd.
 constexpr std::chrono::milliseconds ASK_INTERVAL{10};
 constexpr size_t READ_SIZE = 65536;
 
@@ -32,8 +32,7 @@ constexpr size_t READ_SIZE = 65536;
     BLOCXX_THROW_ERRNO(ProcessException, purpose);
 }
 
-/// The descriptor, or a copy of it, out of the range of the standard streams, which the child fills
-/// anew.
+/// The file, or a copy of it above the standard streams, which the child replaces.
 File aboveStandardStreams(const File& file) {
     if (file.getFileDescriptor() > STDERR_FILENO) {
         return file;
@@ -60,8 +59,8 @@ struct Pipe {
     File writeSide;
 };
 
-/// The input as a file in memory: a program that never reads it blocks nobody, and nobody is sent
-/// SIGPIPE.
+/// A file in memory with the input. A program that does not read it neither blocks the caller nor
+/// causes SIGPIPE, as it would with a pipe.
 File inputFile(const String& input) {
     File file = aboveStandardStreams(File(::memfd_create("input", MFD_CLOEXEC)));
     if (!writeAll(file.getFileDescriptor(), input) ||
@@ -71,7 +70,7 @@ File inputFile(const String& input) {
     return file;
 }
 
-/// The array of pointers that execve wants; valid as long as the strings are.
+/// The array that execve takes. It points into `strings`.
 Array<char*> pointersTo(const StringArray& strings) {
     Array<char*> pointers;
     pointers.reserve(strings.size() + 1);
@@ -131,7 +130,7 @@ void ChildProcess::start(const Process::Command& command, int input, int output)
     if (m_pid < 0) {
         throwErrno("Cannot make a process for a program");
     }
-    // In the child, too: whoever comes first, the group exists before anybody kills it.
+    // The child does the same. Whichever comes first, the group exists before it can be killed.
     ::setpgid(m_pid, m_pid);
     static_cast<void>(errors.writeSide.close());
     try {
@@ -170,8 +169,8 @@ ChildProcess::~ChildProcess() {
 bool ChildProcess::collectUntil(Clock::time_point deadline, String& output) {
     while (true) {
         if (hasEnded()) {
-            // All that it wrote is in the pipe now. Others that keep the pipe open may go on
-            // writing, so only what is there is read.
+            // All that it wrote is in the pipe now. Other processes that hold the pipe may write
+            // without end, so this reads only what is there.
             int waiting = 0;
             if (m_output && ::ioctl(m_output.getFileDescriptor(), FIONREAD, &waiting) == 0) {
                 drain(output, static_cast<size_t>(waiting));
@@ -196,11 +195,11 @@ bool ChildProcess::hasEnded() const {
 }
 
 void ChildProcess::waitForEvent(Clock::time_point deadline) const {
-    // poll ignores descriptors that are negative, which closed files have.
+    // poll ignores the negative descriptors of closed files.
     std::array<pollfd, 3> events{pollfd{m_output.getFileDescriptor(), POLLIN, 0},
                                  pollfd{m_exitEvent.getFileDescriptor(), POLLIN, 0},
                                  pollfd{Interruption::descriptor(), POLLIN, 0}};
-    // Rounded up, so that the last millisecond is not spent asking again and again.
+    // Rounded up, so that the last millisecond is not a busy loop.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     const auto longest =
         m_exitEvent ? std::chrono::milliseconds(std::chrono::hours(1)) : ASK_INTERVAL;
@@ -231,7 +230,7 @@ void ChildProcess::drain(String& output, size_t limit) {
 }
 
 void ChildProcess::kill() noexcept {
-    // Not waited for yet, so the number still belongs to this child.
+    // The child has not been reaped, so the number still belongs to it.
     ::kill(-m_pid, SIGKILL);
     ::kill(m_pid, SIGKILL);
 }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Private to Process: a started child and the pipe that it writes to. Whatever happens, the child
-// has been killed and waited for when this object goes.
+// Private to Process: a started child and the pipe that it writes to. The destructor kills and
+// reaps a child that has not been reaped. The functions throw ProcessException when a system call
+// fails.
 #pragma once
 
 #include <chrono>
@@ -15,18 +16,18 @@ class ChildProcess {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Starts the program. Throws ProcessException.
+    /// Starts the program.
     explicit ChildProcess(const Process::Command& command);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Appends to `output` what the child writes, up to Process::MOST_OUTPUT bytes in all, until it
-    /// has ended, `deadline` has come or the run is interrupted. True when it has ended.
+    /// Appends what the child writes to `output`, up to Process::MOST_OUTPUT bytes in all, until
+    /// the child has ended, `deadline` has come or the run is interrupted. True when it has ended.
     bool collectUntil(Clock::time_point deadline, String& output);
     /// Kills the child and its whole process group.
     void kill() noexcept;
-    /// The wait status of the child, once it has ended.
+    /// Waits until the child has ended. Returns its wait status (waitpid(2)).
     int reap();
 
 private:
@@ -34,7 +35,7 @@ private:
     void throwUnlessStarted(const String& program, int errorPipe);
     bool hasEnded() const;
     void waitForEvent(Clock::time_point deadline) const;
-    /// Reads at most `limit` bytes.
+    /// Reads at most `limit` bytes, without waiting.
     void drain(String& output, size_t limit);
 
     pid_t m_pid = -1;

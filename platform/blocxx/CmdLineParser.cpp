@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
 #include "blocxx/CmdLineParser.hpp"
 
 #include <algorithm>
@@ -28,14 +27,14 @@ bool takesArgument(const Option& row) {
     BLOCXX_THROW_ERR(CmdLineParserException, word, CmdLineParser::E_INVALID_OPTION);
 }
 
-/// Consumes words from the front and adds what they say to the values of options.
+/// Takes words from the front and collects the values of options.
 class WordReader {
 public:
     WordReader(std::span<const Option> rows, std::deque<String>& words,
                std::map<int, StringArray>& values)
         : m_rows(rows), m_words(words), m_values(values) {}
 
-    /// Reads one option and the argument that it takes. `word` is "--..." and not just "--".
+    /// Reads one option and the argument that it takes. `word` begins with "--" and is longer.
     void readLong(const String& word) {
         const size_t equals = word.find('=');
         const String name = word.substr(2, equals - 2);

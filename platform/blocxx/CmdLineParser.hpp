@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Command lines against a fixed table of options, in the manner of getopt_long without
-// abbreviations: "--long value", "--long=value", "-s value", "-svalue". The word after an option
-// that requires an argument is its argument whatever it looks like; "--" ends the options.
+// Parses a command line by a table of options, as getopt_long does but without abbreviations:
+// "--long value", "--long=value", "-s value", "-svalue". The word after an option that requires an
+// argument is its argument, whatever it looks like; "--" ends the options.
 #pragma once
 
 #include <map>
@@ -18,7 +18,7 @@ class CmdLineParser {
 public:
     enum EArgumentType { E_NO_ARG, E_REQUIRED_ARG };
 
-    /// One row of the option table; an all-zero row ends it.
+    /// One row of the option table. A row without names ends it.
     struct Option {
         int id;
         char shortopt;        ///< 0 when there is none
@@ -45,17 +45,16 @@ public:
     bool isSet(int id) const;
     /// The last value given, the option's default, or `defaultValue`.
     String getOptionValue(int id, const String& defaultValue = String()) const;
-    /// All values in command-line order; empty when the option is absent.
+    /// All given values in their order; empty when the option is absent.
     StringArray getOptionValueList(int id) const;
-    /// As above, but an absent option without a default is E_MISSING_OPTION with `exceptionText` as
-    /// its message. A list has no default.
+    /// As above, but throws E_MISSING_OPTION with the message `exceptionText` for an absent option
+    /// without a default. A list has no default.
     String mustGetOptionValue(int id, const char* exceptionText = "") const;
     StringArray mustGetOptionValueList(int id, const char* exceptionText = "") const;
     const StringArray& getNonOptionArgs() const noexcept { return m_nonOptionArgs; }
 
-    /// One entry a row, in table order, descriptions wrapped and lined up, no line longer than
-    /// `maxColumns` where words allow it; an entry names the option as "-h, --help" or "--name
-    /// <arg>" and then its description.
+    /// Lists the options in table order. An entry is "-h, --help" or "--name <arg>", then the
+    /// description, aligned and wrapped. Only a word that is too long exceeds `maxColumns`.
     static String getUsage(const Option* options, unsigned maxColumns = 80);
 
 private:

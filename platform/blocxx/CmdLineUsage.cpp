@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Part of CmdLineParser.hpp: the listing of an option table for people, names on the left,
-// descriptions in a column of their own, wrapped between words.
+// Part of CmdLineParser: lists the options with the names on the left and the descriptions in a
+// column of their own.
 #include <algorithm>
 
 #include "blocxx/CmdLineParser.hpp"
@@ -12,7 +12,7 @@ namespace {
 
 using Option = CmdLineParser::Option;
 
-// Names wider than this share of a line get their description on the lines below.
+// Names may take 1/NAMES_SHARE of a line. The description of a wider one is on the lines below.
 constexpr size_t NAMES_SHARE = 2;
 
 String namesOf(const Option& row) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The base exception: its texts are shared and immutable, so that copying, cloning and rethrowing
-// never fail halfway. The one place where errno becomes a message is FormatMsg.
+// Only FormatMsg turns errno into a message.
 #include "blocxx/Exception.hpp"
 
 #include <sstream>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The base of all exceptions of the system: where it was thrown, what went wrong, a numeric code
-// and, where it wraps another failure, a copy of that failure. Library code throws; only the
-// outermost layer prints.
+// The base of all exceptions: the place of the throw, a message, a numeric code and, if it wraps
+// another exception, a copy of that one. Library code throws; only the outermost layer prints.
 #pragma once
 
 #include <exception>
@@ -34,7 +33,7 @@ public:
     int getLine() const noexcept;
     int getErrorCode() const noexcept { return m_errorCode; }
     int getSubClassId() const noexcept { return m_subClassId; }
-    /// The failure that this one wraps, or null.
+    /// The exception that this one wraps, or null.
     const Exception* getOtherException() const noexcept;
     /// The message (std::exception).
     const char* what() const noexcept override { return getMessage(); }
@@ -54,15 +53,15 @@ private:
     int m_subClassId;
 };
 
-/// Writes "FILE: LINE TYPE: [CODE: ]MESSAGE", and for a wrapped exception " <" that exception ">".
-/// Unknown parts (empty file, line 0, code -1) are left out.
+/// Writes "FILE: LINE TYPE: CODE: MESSAGE", and then a wrapped exception as " <EXCEPTION>". Leaves
+/// out unknown parts (empty file, line 0, code -1).
 std::ostream& operator<<(std::ostream& out, const Exception& e);
 
 /// The text that operator<< writes.
 String toString(const Exception& e);
 
 namespace ExceptionDetail {
-/// "MESSAGE: ERRNUM(TEXT)", TEXT being the system's for the errno value.
+/// "MESSAGE: ERRNUM(TEXT)" with the system's text for the errno value.
 String FormatMsg(std::string_view message, int errnum);
 }  // namespace ExceptionDetail
 
@@ -87,14 +86,14 @@ String FormatMsg(std::string_view message, int errnum);
 // NOLINTEND(bugprone-macro-parentheses)
 #define BLOCXX_DECLARE_EXCEPTION(NAME) BLOCXX_DECLARE_EXCEPTION2(NAME, ::blocxx::Exception)
 
-/// Throws TYPE with this place and MESSAGE (text or String).
+/// Throws TYPE with MESSAGE (text or String) and the current file and line.
 #define BLOCXX_THROW(TYPE, MESSAGE) \
     throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str())
 /// The same with a numeric error code.
 #define BLOCXX_THROW_ERR(TYPE, MESSAGE, CODE) \
     throw TYPE(__FILE__, __LINE__, ::blocxx::String(MESSAGE).c_str(), (CODE))
-/// The same with the current errno, as it was before MESSAGE was built: the message becomes
-/// FormatMsg's, the code the errno value.
+/// The same after a failed system call: FormatMsg adds errno to the message, and the code is errno.
+/// MESSAGE may change errno.
 #define BLOCXX_THROW_ERRNO(TYPE, MESSAGE)                                                         \
     do {                                                                                          \
         const int blocxxErrno = errno;                                                            \

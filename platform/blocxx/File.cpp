@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Open files over descriptors. errno is the callers' business, so nothing here disturbs it after a
-// failed call.
+// Callers read errno after a failed call, so closing in a destructor keeps it.
 #include "blocxx/File.hpp"
 
 #include <fcntl.h>
@@ -12,7 +11,7 @@
 
 namespace blocxx {
 
-/// The one owner of a descriptor.
+/// Owns a descriptor.
 class File::Descriptor {
 public:
     explicit Descriptor(int fd) noexcept : m_fd(fd) {}
@@ -25,7 +24,8 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
 
     int get() const noexcept { return m_fd; }
-    // Linux lets go of the descriptor even when close fails, so it is never closed twice.
+    // Linux releases the descriptor even when close fails, so a second close could hit another
+    // file.
     int close() noexcept { return m_fd < 0 ? 0 : ::close(std::exchange(m_fd, -1)); }
 
 private:

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An open file. Operations report failure through their result and errno, as the callers' messages
-// are built from errno. Copies share the one descriptor; it is closed by close() or with the last
-// copy. Descriptors are opened close-on-exec.
+// A file descriptor with an owner. Operations report failure through their result and errno. Copies
+// share one descriptor, which is closed by close() or with the last copy.
 #pragma once
 
 #include <sys/types.h>
@@ -21,10 +20,12 @@ public:
 
     /// A closed file.
     File() = default;
-    /// Takes over an open descriptor.
+    /// Takes ownership of an open descriptor. A negative one makes a closed file.
     explicit File(int fd);
 
+    /// Whether the file is open.
     explicit operator bool() const noexcept;
+    /// -1 when the file is closed.
     int getFileDescriptor() const noexcept;
 
     /// Writes at the current offset in one call (restarted only when a signal interrupted it).
@@ -32,16 +33,16 @@ public:
     ssize_t write(const void* data, size_t length);
     /// Reads at the current offset: the count, 0 at the end, -1 with errno set.
     ssize_t read(void* data, size_t length);
-    /// Puts what was written on the disk. 0, or -1 with errno set.
+    /// Makes everything written durable (fsync(2)). 0, or -1 with errno set.
     int flush();
-    /// 0, or -1 with errno set. The file counts as closed either way.
+    /// 0, or -1 with errno set. The file is closed either way.
     int close();
 
-    /// A POSIX record lock on the whole file: it goes when any descriptor of the file is closed in
-    /// this process. 0, or -1 with errno set.
+    /// Takes a POSIX record lock on the whole file. It is lost when this process closes any
+    /// descriptor of the file. 0, or -1 with errno set.
     int getLock(ELockType type, EWaitFlag wait = E_WAIT);
-    /// The same as a lock of the open file description: it goes with the last copy of this file,
-    /// whatever else is opened and closed. It keeps record locks out, and they keep it out.
+    /// Takes a lock of the open file description on the whole file, which lasts until this file is
+    /// closed. It conflicts with record locks. 0, or -1 with errno set.
     int getOwnLock(ELockType type, EWaitFlag wait = E_WAIT);
 
 private:
@@ -49,7 +50,7 @@ private:
     std::shared_ptr<Descriptor> m_descriptor;
 };
 
-/// Writes all of the text, in as many calls as it takes. False with errno set when it cannot.
+/// Writes all of the text, in as many calls as necessary. False with errno set on failure.
 [[nodiscard]] bool writeAll(int fd, std::string_view text) noexcept;
 
 }  // namespace blocxx

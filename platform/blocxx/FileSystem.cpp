@@ -86,7 +86,7 @@ bool changeFileMode(const String& path, mode_t mode) {
     if (::fchmodat(AT_FDCWD, systemPath(path), mode, AT_SYMLINK_NOFOLLOW) == 0) {
         return true;
     }
-    // Not following needs /proc, which a staging root may lack; a link is still refused.
+    // AT_SYMLINK_NOFOLLOW needs /proc, which a staging root may lack. A link is still refused.
     struct stat info = {};
     if (errno != EOPNOTSUPP || ::lstat(systemPath(path), &info) != 0) {
         return false;
@@ -126,7 +126,7 @@ WriteStep write(File& file, std::string_view content) {
     if (rest.empty()) {
         return WriteStep::DONE;
     }
-    // A short count leaves no reason in errno. The next byte meets what stopped this write.
+    // A short count sets no errno. Writing one more byte gets the reason.
     errno = ENOSPC;
     file.write(rest.data(), 1);
     return WriteStep::WRITE_REST;
@@ -151,14 +151,14 @@ WriteStep createNew(const String& path, std::string_view content) {
 }
 
 bool readAll(File& file, String& contents, size_t limit) {
-    // What is read at a time of a file that does not tell its length, as those of /proc.
+    // How much to read at once of a file that does not tell its length, such as those of /proc.
     constexpr size_t PORTION = 65536;
     const int fd = file.getFileDescriptor();
     struct stat info = {};
     const bool isRegular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
     const size_t announced = isRegular ? static_cast<size_t>(info.st_size) : 0;
     const size_t end = contents.size() + announced;
-    // With room for one byte more than announced, a read shows that there is no more.
+    // Room for one byte more than announced shows whether the file has grown.
     size_t room = announced != 0 ? announced + 1 : PORTION;
     const auto isTooLong = [limit](size_t size) {
         errno = size > limit ? EFBIG : errno;
@@ -201,14 +201,14 @@ void appendToEnd(String& contents, File& file, const String& nameForMessages, si
     BLOCXX_THROW_ERRNO(FileSystemException, Format("Cannot read \"%1\"", nameForMessages));
 }
 
-/// S_IFREG and so on; 0 when it cannot be told.
+/// S_IFREG and so on; 0 when fstat fails.
 mode_t typeOf(const File& file) {
     struct stat info = {};
     return ::fstat(file.getFileDescriptor(), &info) == 0 ? info.st_mode & S_IFMT : 0;
 }
 
-// Without waiting, an end of file before the first byte means that nobody has the FIFO open for
-// writing. A writer that has not written yet, or waits for a reader, shows as EAGAIN.
+// Reads without waiting: an end of file then means that nobody has the FIFO open for writing. If
+// there is a writer that has not written yet, the read fails with EAGAIN.
 void readFirstByteOfFifo(String& contents, File& file, const String& path) {
     char first = 0;
     const ssize_t count = file.read(&first, 1);
@@ -221,8 +221,7 @@ void readFirstByteOfFifo(String& contents, File& file, const String& path) {
     }
 }
 
-// Opening never waits: a FIFO's writer is waited for where a signal can end the wait, before the
-// first byte is read.
+// Opens without waiting. The wait for a FIFO's writer is in readAll(), where a signal can end it.
 File openForReading(const String& path, NamedBy namedBy) {
     const int links = namedBy == NamedBy::US ? O_NOFOLLOW : 0;
     File file = open(path, O_RDONLY | O_NONBLOCK | links);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one pass over a message template. Replaced text may come from anywhere, so it is copied and
-// never looked at.
+// Arguments may come from anywhere, so they are copied and never scanned.
 #include "blocxx/Format.hpp"
 
 #include <ostream>

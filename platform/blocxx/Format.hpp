@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Messages from a template with numbered placeholders, %1 to %9. The template is read once: what
-// replaces a placeholder is never searched for further placeholders. "%%" gives one percent sign; a
-// placeholder without an argument stays as it is.
+// Builds a message from a template with numbered placeholders, %1 to %9. Placeholders in arguments
+// are not replaced. "%%" gives one percent sign; a placeholder without an argument stays as it is.
 #pragma once
 
 #include <concepts>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The handler only notes the signal and makes a descriptor readable, so that a wait which begins
-// right after a look at the note does not miss it.
+// The handler only records the signal and makes a descriptor readable, so that a wait that begins
+// right after a check does not miss the signal.
 #include "blocxx/Interruption.hpp"
 
 #include <poll.h>
@@ -47,7 +47,7 @@ void catchSignals() noexcept {
         struct sigaction action = {};
         if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
             action.sa_handler = noteSignal;
-            // Libraries need not know of calls that are cut short; poll(2) is, even so.
+            // Libraries need not handle EINTR. poll(2) fails with it even so.
             action.sa_flags = SA_RESTART;
             ::sigaction(number, &action, nullptr);
         }

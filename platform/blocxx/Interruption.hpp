@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What makes a run fail at its next step although no step failed: SIGINT, SIGTERM or SIGHUP, or a
-// failure that was noticed where it must not be thrown, such as a log that cannot be written.
-// Whatever begins a step calls check(); what undoes a step, or must run to its end, holds a
-// Deferred; whatever waits for others watches descriptor(). For a program with one thread, and
-// without effect in one that neither catches signals nor calls failLater().
+// Makes a run fail at its next step: after SIGINT, SIGTERM or SIGHUP, or after a failure that must
+// not be thrown where it happens, such as a log that cannot be written. Code that begins a step
+// calls check(). Code that undoes a step, or must run to its end, holds a Deferred. Code that waits
+// watches descriptor(). Only for programs with one thread. Nothing interrupts a program that
+// neither catches signals nor calls failLater().
 #pragma once
 
 #include <exception>
@@ -18,27 +18,29 @@ BLOCXX_DECLARE_EXCEPTION(Interrupted)
 
 namespace Interruption {
 
-/// From now on these signals are noted instead of ending the process; those that the caller has the
-/// program ignore stay ignored. Only the first one counts.
+/// From now on these signals are recorded instead of ending the process. Ignored signals stay
+/// ignored. Only the first signal counts.
 void catchSignals() noexcept;
-/// Ends the process by the signal that has come, as it would have ended by it. Returns when none
-/// has.
+/// Ends the process with the default action of the recorded signal, so that the parent sees the
+/// signal. Returns when there is none.
 void endBySignal() noexcept;
 
 /// Makes check() throw `failure` from now on, unless there is one already.
 void failLater(std::exception_ptr failure) noexcept;
-/// Throws that failure, or InterruptedException when a signal has come, unless something defers it.
+/// Throws that failure, or InterruptedException after a signal. Does nothing while there is a
+/// Deferred.
 void check();
-/// What check() has thrown, or null: others may have wrapped it on its way.
+/// The exception that check() has thrown, or null. What a caller catches may wrap it.
 std::exception_ptr thrown() noexcept;
 /// Forgets everything. For tests, which are many runs in one process.
 void forget() noexcept;
 
-/// Whether a signal has come and nothing defers it.
+/// Whether a signal has come and there is no Deferred.
 bool isPending() noexcept;
-/// Readable once isPending(); -1, which poll(2) ignores, while that cannot be.
+/// Readable while isPending(); -1, which poll(2) ignores, while there is a Deferred or signals are
+/// not caught.
 int descriptor() noexcept;
-/// Waits until one of the `events` of poll(2) is there. Throws what check() throws.
+/// Waits for the `events` of poll(2) on `fd`. Throws what check() throws.
 void wait(int fd, short events);
 
 /// While there is one, nothing interrupts the run.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reference-counted handles over objects that carry their own count. The count is not atomic: an
-// object and all references to it belong to one thread.
+// References to objects that carry their own count. The count is not atomic: an object and all
+// references to it belong to one thread.
 #pragma once
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
@@ -26,13 +26,12 @@ protected:
 
 BLOCXX_DECLARE_EXCEPTION(NULLReference)
 
-/// A shared reference that refuses to be followed while it is null: `*` and `->` throw
-/// NULLReferenceException then.
+/// A shared reference. `*` and `->` throw NULLReferenceException when it is null.
 template <class T>
 class IntrusiveReference {
 public:
     IntrusiveReference() noexcept = default;
-    /// Takes a share in `object`; null is allowed.
+    /// Shares the ownership of `object`, which may be null.
     IntrusiveReference(T* object) noexcept
         : m_object(object) {}  // NOLINT(google-explicit-constructor)
     template <class U>
@@ -45,7 +44,7 @@ public:
     T* operator->() const { return checked(); }
     T& operator*() const { return *checked(); }
 
-    /// The same object seen as a U, or a null reference when it is not one.
+    /// The same object as a U, or a null reference when it is not one.
     template <class U>
     IntrusiveReference<U> castTo() const {
         return IntrusiveReference<U>(dynamic_cast<U*>(m_object.get()));

@@ -56,7 +56,7 @@ String fieldOf(char letter, const LogMessage& message) {
     }
 }
 
-/// The message in `format`, with its end of line.
+/// The message in `format`, with an end of line.
 String layOut(std::string_view format, const LogMessage& message) {
     String line;
     while (!format.empty()) {

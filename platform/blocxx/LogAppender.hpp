@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where log messages go. An appender takes the messages of the components and categories it was
-// made for and writes them in its message format: "%d" is the local date and time, "%t" the thread,
-// "%p" the category, "%c" the component and "%m" the message with control characters made visible;
-// "%-5p" fills the category up to five characters. Every message ends with an end of line.
+// An appender writes the log messages of certain components and categories in its message format:
+// "%d" is the local date and time, "%t" the thread, "%p" the category, "%c" the component and "%m"
+// the message with control characters made visible; "%-5p" pads the category to five characters.
+// Every message ends with an end of line.
 #pragma once
 
 #include "blocxx/File.hpp"
@@ -28,8 +28,8 @@ public:
     static LogAppenderRef getDefaultLogAppender();
 };
 
-/// Standard error. A message that cannot be written there is lost in silence: nobody is left to be
-/// told, and work that undoes a failure must not stop over it.
+/// Writes to standard error. Ignores failures: there is nowhere to report them, and they must not
+/// stop the undoing of another failure.
 class CerrAppender : public LogAppender {
 public:
     CerrAppender(StringArray components, StringArray categories, String messageFormat);
@@ -42,15 +42,15 @@ private:
     String m_format;
 };
 
-/// A file that is appended to, created with mode 0666 less the umask, flushed after every message.
+/// Appends to a file, which it creates with mode 0666 less the umask. Does not buffer messages.
 class FileAppender : public LogAppender {
 public:
     enum EOpening {
         E_GUARDED,  ///< a link at the end of the path, or a FIFO without a reader, is an error
-        E_AS_ANY_PROGRAM  ///< links are followed, a FIFO is waited for: the user named the file
+        E_AS_ANY_PROGRAM  ///< for a name from the user: follows links, waits for a FIFO's reader
     };
 
-    /// Throws LoggerException, naming the file, when it cannot be opened.
+    /// Throws a LoggerException that names the file when it cannot be opened.
     FileAppender(StringArray components, StringArray categories, String fileName,
                  String messageFormat, EOpening opening = E_GUARDED);
     bool accepts(std::string_view component, ELogLevel level) const override;
@@ -64,8 +64,7 @@ private:
     File m_file;
 };
 
-/// Hands each message to every one of a list of appenders. One that throws does not keep the
-/// message from the others; its exception is thrown in the end.
+/// Passes each message to all its appenders, even when one throws. Then throws the first exception.
 class MultiAppender : public LogAppender {
 public:
     explicit MultiAppender(Array<LogAppenderRef> appenders);

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Loggers: they decide nothing themselves but which appender they stand over.
 #include "blocxx/Logger.hpp"
 
 #include <utility>

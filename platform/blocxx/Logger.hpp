@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The front of the log: a Logger names its component and hands messages to an appender. A Logger
-// made without an appender uses the process-wide default appender of the moment it logs, or drops
-// the message while there is none.
+// A Logger passes the messages of a component to an appender. A Logger made without an appender
+// uses the process-wide default appender at the time of the message, and drops the message while
+// there is none.
 #pragma once
 
 #include "blocxx/IntrusiveReference.hpp"
@@ -19,7 +19,7 @@ struct LogMessage {
     String component;
     ELogLevel level;
     String text;
-    const char* file;  ///< source unit that logged, "" when unknown; must outlive the message
+    const char* file;  ///< the source file, "" when unknown; must outlive the message
     int line;
 };
 
@@ -28,9 +28,9 @@ using LogAppenderRef = IntrusiveReference<LogAppender>;
 
 class Logger {
 public:
-    /// A logger of `component` over the default appender.
+    /// Logs to the default appender.
     explicit Logger(String component);
-    /// A logger over `appender`; a null appender drops everything.
+    /// Logs to `appender`; a null appender drops everything.
     Logger(String component, LogAppenderRef appender);
     // Out of line, so that users need not know LogAppender.
     Logger(const Logger& other);
@@ -39,13 +39,12 @@ public:
     Logger& operator=(Logger&& other) noexcept;
     ~Logger();
 
-    /// Whether a message of this level would reach any appender: asked before building a costly
-    /// one.
+    /// Whether the appender takes messages of this level. Ask before building a costly one.
     bool isEnabled(ELogLevel level) const;
     bool isDebugEnabled() const { return isEnabled(ELogLevel::DEBUG); }
     bool isErrorEnabled() const { return isEnabled(ELogLevel::ERROR); }
 
-    /// Hands the message on. Throws LoggerException when an appender cannot write.
+    /// Passes the message on. Throws LoggerException when an appender cannot write.
     void log(ELogLevel level, std::string_view text, const char* file = "", int line = 0) const;
     void debug(std::string_view text, const char* file = "", int line = 0) const {
         log(ELogLevel::DEBUG, text, file, line);
@@ -68,8 +67,7 @@ private:
     bool m_useDefault;
 };
 
-/// Logs one message at debug level when made and another when destroyed. Never throws when
-/// destroyed.
+/// Logs a debug message when made and another when destroyed. The destructor does not throw.
 class ScopeLogger {
 public:
     ScopeLogger(const Logger& logger, std::string_view enterMessage, String exitMessage);
@@ -84,7 +82,7 @@ private:
 
 BLOCXX_DECLARE_EXCEPTION(Logger)
 
-/// Logs a debug message that is only built when some appender wants debug messages.
+/// Log a message that is built only when the appender takes messages of its level.
 #define BLOCXX_LOG_DEBUG(LOGGER, MESSAGE)                                      \
     do {                                                                       \
         const auto& blocxxLogger = (LOGGER);                                   \

@@ -16,8 +16,8 @@ struct Range {
     }
 };
 
-/// The sequences of UTF-8 (RFC 3629), by their first byte: how many bytes follow, and which ones
-/// may come second. Left out are the control characters U+0080 to U+009F.
+/// A sequence of UTF-8 (RFC 3629): its first byte, how many bytes follow, and the valid second
+/// bytes. The table leaves out the control characters U+0080 to U+009F.
 struct Sequence {
     Range lead;
     size_t following;
@@ -33,7 +33,7 @@ constexpr Sequence SEQUENCES[] = {
 constexpr Range CONTINUATION{0x80, 0xBF};
 constexpr Range PLAIN{0x20, 0x7E};
 
-/// The length of the character that `text` begins with, 0 when it is not to be shown as it is.
+/// The length of the first character of `text` in bytes, or 0 when it must be written out.
 size_t shownLength(std::string_view text) {
     const char first = text.front();
     if (PLAIN.contains(first) || first == '\n' || first == '\t') {

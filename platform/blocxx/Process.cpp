@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Running a program to its end, and how it ended.
 #include "blocxx/Process.hpp"
 
 #include <sys/wait.h>
@@ -61,8 +59,8 @@ std::ostream& operator<<(std::ostream& out, const Status& status) {
 
 namespace {
 
-/// A caller that ignores SIGCHLD, which a program inherits from whoever started it, would lose the
-/// exit statuses of its children.
+/// Sets SIGCHLD to its default for a scope. A process that ignores it, perhaps because its parent
+/// did, loses the exit statuses of its children.
 class ChildrenAreKept {
 public:
     ChildrenAreKept() {
@@ -87,7 +85,7 @@ private:
     bool m_changed = false;
 };
 
-// A NUL would cut a word short without a word.
+// A NUL would silently cut a word short.
 bool hasNul(const StringArray& words) {
     return std::ranges::any_of(words,
                                [](const String& word) { return word.find('\0') != String::npos; });

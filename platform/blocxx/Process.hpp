@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Running a program without a shell: as a chosen account, with a chosen environment, in a process
-// group of its own, with no descriptor of the caller but its standard streams.
+// Runs a program without a shell: as a chosen account, with a chosen environment, in a process
+// group of its own, with no descriptors but its standard streams.
 #pragma once
 
 #include <sys/types.h>
@@ -46,7 +46,7 @@ private:
 
 std::ostream& operator<<(std::ostream& out, const Status& status);
 
-/// The account that a program runs as: exactly these groups, no others.
+/// The account that a program runs as. It has no groups but `gid`.
 struct Identity {
     uid_t uid;
     gid_t gid;
@@ -58,27 +58,27 @@ struct Command {
     String input;                       ///< fed to standard input
     std::optional<Identity> identity;   ///< none: the caller's own
     std::chrono::seconds timeLimit{0};  ///< none when it is not positive
-    /// With the limits and the priority of a service that is started at boot, not the caller's.
-    /// Only root may give these; for others it changes nothing.
+    /// Gives the program the limits and priority of a service that is started at boot. Has no
+    /// effect unless the caller is root.
     bool asAtBoot = false;
 };
 
-/// What is kept of a program's output, in bytes. A program that runs as another account, or one of
-/// that account's that has taken its output over, may write without end.
+/// How much of a program's output is kept, in bytes. A program of another account may write without
+/// end.
 inline constexpr size_t MOST_OUTPUT = size_t{1} << 20;
 
-/// Runs the command and collects its standard output and error, together, into `output`; what comes
-/// after MOST_OUTPUT bytes is read and dropped. Waits until the program has ended, not for others
-/// that keep the pipe open; at the time limit, and when the run is interrupted (Interruption.hpp),
-/// its whole process group is killed. Throws ProcessException when it cannot be started (the
-/// message names the program and the reason).
+/// Runs the command and replaces `output` by its standard output and error together; drops what
+/// exceeds MOST_OUTPUT bytes. Waits for the end of the program, not for others that hold the pipe.
+/// Kills its whole process group at the time limit and when the run is interrupted
+/// (Interruption.hpp). Throws a ProcessException that names the program and the reason when it
+/// cannot be started.
 Status run(const Command& command, String& output);
 
 }  // namespace Process
 
 namespace WaitpidThreadFix {
-/// Children are always waited for by the thread that started them: there is nothing to switch off,
-/// and switching it on is refused with ProcessException.
+/// The thread that started a child always waits for it: false does nothing, and true throws
+/// ProcessException.
 void setWaitpidThreadFixEnabled(bool enabled);
 }  // namespace WaitpidThreadFix
 

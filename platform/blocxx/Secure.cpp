@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The environment and the account for programs that root starts. The caller's environment is
-// hostile: nothing of it is handed on but a time zone that can only name a zone.
+// The caller's environment is hostile: only a TZ that cannot name a file elsewhere is passed on.
 #include "blocxx/Secure.hpp"
 
 #include <pwd.h>

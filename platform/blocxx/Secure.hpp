@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a privileged program may hand to the programs that it starts.
+// The environment and the account for programs that root starts.
 #pragma once
 
 #include <optional>
@@ -10,12 +10,11 @@
 
 namespace blocxx::Secure {
 
-/// The environment for programs run from here: a fixed PATH, SHELL and IFS-free set, plus the
-/// caller's TZ when it is set to a plain value.
+/// Fixed values of PATH and SHELL, and the caller's TZ when it is a plain zone name or rule.
 StringArray minimalEnvironment();
 
-/// The account of that name in the system's user database, with its primary group; none when there
-/// is no such account. Throws ProcessException when the database cannot be read.
+/// The account of that name with its primary group, or none when it does not exist. Throws
+/// ProcessException when the system's user database cannot be read.
 std::optional<Process::Identity> lookupAccount(const String& name);
 
 }  // namespace blocxx::Secure

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations on strings that the standard library lacks. Letters are ASCII letters whatever the
-// locale: names compare alike on every system.
+// Letters are ASCII letters whatever the locale, so that names compare alike on every system.
 #include "blocxx/String.hpp"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The string and array types that the whole system uses, and the few operations on them that the
-// standard library lacks. They are the standard types: nothing here owns memory of its own.
+// The string and array types that the whole system uses, which are the standard ones, and the few
+// operations on them that the standard library lacks.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How long to wait for something: for ever, or for a time.
+// How long an operation may wait: without a limit, or for a given time.
 #pragma once
 
 #include <chrono>
@@ -15,7 +15,7 @@ public:
     static constexpr Timeout relative(std::chrono::milliseconds time) { return Timeout(time); }
 
     constexpr bool isInfinite() const noexcept { return !m_time; }
-    /// Only of a finite one.
+    /// Throws std::bad_optional_access when it is infinite.
     constexpr std::chrono::milliseconds time() const { return m_time.value(); }
 
 private:
