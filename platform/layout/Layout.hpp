@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where an installation has what, and what its account and its namespaces are called: the one place
-// for these names, for every program. Paths are those of the machine itself. A staged tree has the
-// same paths behind its prefix, which is put in front as plain text, with no slash between.
+// The paths of an installation and the names of its account and namespaces, for every program. The
+// paths are those of this machine. A staged tree has the same paths behind its prefix, which is put
+// in front as text, without a slash between.
 #pragma once
 
 #include <string>
@@ -27,7 +27,7 @@ inline constexpr const char* QUALIFIERS_FILE = "/opt/tarvo/kov/share/openwbem/qu
 
 // The configuration. Root owns it; the account may read it.
 inline constexpr const char* CONFIG_FILE = "/etc/opt/tarvo/kov/openwbem/openwbem.conf";
-// These two end with a slash: the names of their files come right behind it.
+// These two end with a slash; file names are appended without one.
 inline constexpr const char* DROP_IN_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/";
 /// For the privilege files that let the provider agent start the providers' processes.
 inline constexpr const char* AGENT_PRIVILEGES_DIRECTORY =
@@ -35,34 +35,34 @@ inline constexpr const char* AGENT_PRIVILEGES_DIRECTORY =
 /// For the privilege files of those processes.
 inline constexpr const char* PRIVILEGES_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/privileges";
 
-// What changes. Root owns STATE_DIRECTORY; DATA_DIRECTORY and everything in it is the account's,
-// which makes it hostile.
+// Variable data. Root owns STATE_DIRECTORY. The account owns DATA_DIRECTORY and everything in it,
+// which is therefore hostile.
 inline constexpr const char* STATE_DIRECTORY = "/var/opt/tarvo/kov";
 inline constexpr const char* LOCK_FILE = "/var/opt/tarvo/kov/fennik.lock";
-/// Where kov-setup makes a repository: where the account cannot put something else in its place.
+/// Where kov-setup makes a repository, because the account cannot write there.
 inline constexpr const char* UNFINISHED_REPOSITORY = "/var/opt/tarvo/kov/repository.kov-setup";
 inline constexpr const char* DATA_DIRECTORY = "/var/opt/tarvo/kov/openwbem";
 inline constexpr const char* SOCKET = "/var/opt/tarvo/kov/openwbem/owcimomd.sock";
 inline constexpr const char* PID_FILE = "/var/opt/tarvo/kov/openwbem/owcimomd.pid";
 inline constexpr const char* REPOSITORY = "/var/opt/tarvo/kov/openwbem/repository";
-// The working copy of the repository, and the repository of before while the copy is swapped in.
-// The odd endings keep them apart from what anybody else may put there.
+// The working copy of the repository, and the previous repository while the copy is swapped in. The
+// odd endings avoid clashes with other files.
 inline constexpr const char* REPOSITORY_COPY =
     "/var/opt/tarvo/kov/openwbem/repository-copy_QLkJ235";
 inline constexpr const char* REPOSITORY_BACKUP =
     "/var/opt/tarvo/kov/openwbem/repository-back_LKjs2354";
-/// Second names of the repository's files, for as long as the backup is being removed.
+/// Hard links to the files of the backup, for as long as the backup is being removed.
 inline constexpr const char* REPOSITORY_KEPT_FILES =
     "/var/opt/tarvo/kov/openwbem/repository-back_LKjs2354-files";
 
 /// One installation: this machine's, or a staged tree.
 class Tree {
 public:
-    /// `prefix` empty: this machine's.
+    /// An empty `prefix` stands for this machine.
     explicit Tree(std::string prefix) : m_prefix(std::move(prefix)) {}
 
     bool isLive() const noexcept { return m_prefix.empty(); }
-    /// Where the tree has one of the paths above.
+    /// One of the paths above, in this tree.
     std::string path(const char* installed) const { return m_prefix + installed; }
 
 private:
