@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Classes: their shared representation, look-ups, comparison, and the copies cut down for callers.
 #include "openwbem/model/CIMClass.hpp"
 
 #include <algorithm>
@@ -13,7 +11,7 @@ namespace OpenWBEM {
 
 namespace {
 
-/// A class as declared does not mark its keys yet; there the qualifier tells.
+/// A class as declared does not mark its keys; it only has the qualifier.
 bool isKeyOfClass(const CIMProperty& property) noexcept {
     return property.isKey() || hasTrueQualifier(property.getQualifiers(), "Key");
 }

@@ -51,10 +51,10 @@ public:
     /// A copy with the wanted parts only.
     CIMClass filter(const ModelSupport::ObjectFilter& cut) const;
 
-    /// For ClassDerivation: notes, until this class is changed, that it is what derivation from
-    /// `superClass` (null at the top) gives; and tells whether it is, from that very class as it is
-    /// now. False when nothing is known of it.
+    /// For ClassDerivation: records, until this class is changed, that it was derived from
+    /// `superClass` (null at the top).
     void noteDerivedFrom(const CIMClass* superClass);
+    /// Whether that is recorded for `superClass`, which has not changed since.
     bool isKnownDerivedFrom(const CIMClass* superClass) const noexcept;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
@@ -68,10 +68,10 @@ private:
         CIMQualifierArray qualifiers;
         CIMPropertyArray properties;
         CIMMethodArray methods;
-        // A number tells two contents apart for good. A pointer to the superclass would keep all
-        // ancestors alive, or lead to what has since taken its place.
-        mutable Memo<uint64_t> id;   ///< of this content; 0 until somebody wants to know
-        Memo<uint64_t> derivedFrom;  ///< the superclass's, 0 when that is not known
+        // An id is never used again. A pointer to the superclass would keep all ancestors alive, or
+        // could point to another class later.
+        mutable Memo<uint64_t> id;   ///< of this content; 0 until getId() assigns one
+        Memo<uint64_t> derivedFrom;  ///< the superclass's id, 0 when not known
 
         void forgetMemo() noexcept {
             id.value = 0;
@@ -84,7 +84,7 @@ private:
             }
             return id.value;
         }
-        /// Of a superclass, or its absence; 0 of one without content.
+        /// The id of a superclass, ID_OF_NO_CLASS for null, 0 for a class without content.
         static uint64_t idOf(const CIMClass* cls) noexcept {
             if (cls == nullptr) {
                 return ID_OF_NO_CLASS;

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The CIM data types: their MOF keywords and comparison.
 #include "openwbem/model/CIMDataType.hpp"
 
 #include <iterator>

@@ -30,9 +30,8 @@ public:
         STRING,
         DATETIME,
         REFERENCE,
-        EMBEDDEDINSTANCE,  ///< of values only: an element declared as string with EmbeddedInstance
-                           ///< or
-        EMBEDDEDCLASS      ///< EmbeddedObject may hold these (DSP0004 5.6.3.12, 5.6.3.13)
+        EMBEDDEDINSTANCE,  ///< only of values: the element is declared as a string (Embedding.hpp)
+        EMBEDDEDCLASS      ///< likewise
     };
 
     CIMDataType() = default;
@@ -60,7 +59,7 @@ public:
     /// The MOF keyword: "uint8", "string", "CIM_Foo REF"; without any array brackets.
     String toString() const;
     static const char* toString(Type type) noexcept;
-    /// The intrinsic type of that MOF keyword, in any case.
+    /// The intrinsic type of that MOF keyword, which is compared without regard to case.
     static std::optional<Type> fromKeyword(std::string_view keyword) noexcept;
 
     static bool isInteger(Type type) noexcept { return type >= UINT8 && type <= SINT64; }

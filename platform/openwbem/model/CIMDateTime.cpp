@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The check of datetime texts (DSP0004 5.2.4).
 #include "openwbem/model/CIMDateTime.hpp"
 
 #include <algorithm>
@@ -18,7 +16,7 @@ constexpr size_t UTC_SIGN = 21;
 constexpr size_t UTC_OFFSET = 22;
 constexpr int MAX_UTC_OFFSET = 720;
 
-/// A field that is given in whole or in whole by asterisks.
+/// A field has only digits or only asterisks.
 struct Field {
     size_t start;
     size_t length;
@@ -50,7 +48,7 @@ bool allAsterisks(std::string_view text) {
     return text.find_first_not_of('*') == std::string_view::npos;
 }
 
-/// The number that the digits make, or -1 when one of them is none.
+/// The number, or -1 when not all characters are digits.
 int number(std::string_view digits) {
     int value = 0;
     for (const char c : digits) {
@@ -62,7 +60,7 @@ int number(std::string_view digits) {
     return value;
 }
 
-/// Null when the fields and the microseconds are in order, otherwise what is wrong.
+/// Returns null for valid fields and microseconds, otherwise what is wrong.
 template <size_t N>
 const char* checkFields(std::string_view text, const Field (&fields)[N]) {
     bool significant = true;
@@ -116,7 +114,7 @@ const char* checkInterval(std::string_view text) {
     return text.substr(UTC_OFFSET) == "000" ? nullptr : "an interval must end in \":000\"";
 }
 
-/// Null for a datetime, otherwise what is wrong with the text.
+/// Returns null for a datetime, otherwise what is wrong with the text.
 const char* check(std::string_view text) {
     if (text.size() != CIMDateTime::LENGTH) {
         return "it must have 25 characters";

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A datetime value (DSP0004 5.2.4): a timestamp "yyyymmddhhmmss.mmmmmmsutc" or an interval
-// "ddddddddhhmmss.mmmmmm:000", with asterisks for what is not significant. Kept as its 25
-// characters so that it comes back exactly as it was given.
+// "ddddddddhhmmss.mmmmmm:000", with asterisks for what is not significant. Keeps the 25 characters
+// as they were given.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ public:
     /// Throws CIMException INVALID_PARAMETER, with the text and the reason, when it is not a
     /// datetime.
     explicit CIMDateTime(std::string_view text);
-    /// The same, with an ordinary outcome for a text that is not a datetime.
+    /// The same, but returns none for a text that is not a datetime.
     static std::optional<CIMDateTime> parse(std::string_view text) noexcept;
 
     bool isInterval() const noexcept { return m_text[21] == ':'; }

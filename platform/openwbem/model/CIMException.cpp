@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The exception of failed operations. Its message begins with what the status code means, so that
-// people who see only the message know the kind of failure.
 #include "openwbem/model/CIMException.hpp"
 
 #include <iterator>
@@ -31,8 +28,8 @@ constexpr const char* DESCRIPTIONS[] = {"unknown failure",
                                         "method not available",
                                         "method not found"};
 
-/// "DESCRIPTION: MESSAGE". A message that came from another CIMException, say through a connection,
-/// has its description already.
+/// "DESCRIPTION: MESSAGE". A message that comes from another CIMException, for example through a
+/// connection, already has its description.
 String compose(CIMException::ErrNoType code, const String& message) {
     const String description = CIMException::description(code);
     if (message.empty()) {

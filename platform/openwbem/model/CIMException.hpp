@@ -9,7 +9,7 @@ namespace OpenWBEM {
 
 class CIMException : public blocxx::Exception {
 public:
-    /// A connection may deliver any number.
+    /// A daemon may send other numbers.
     enum ErrNoType : int {
         FAILED = 1,
         ACCESS_DENIED = 2,
@@ -30,12 +30,13 @@ public:
         METHOD_NOT_FOUND = 17
     };
 
-    /// The message tells what failed; getErrorCode() is the CIM status code.
+    /// The message says what failed. description(code) is put in front of it, so that the message
+    /// alone shows the kind of failure. getErrorCode() is the CIM status code.
     CIMException(const char* file, int line, ErrNoType code, const String& message,
                  const blocxx::Exception* otherException = nullptr);
 
     ErrNoType getErrNo() const noexcept { return static_cast<ErrNoType>(getErrorCode()); }
-    /// "not found", "invalid namespace" ...: what the status code means.
+    /// The meaning of the status code: "not found", "invalid namespace" ...
     static const char* description(ErrNoType code) noexcept;
 
     const char* type() const noexcept override { return "CIMException"; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The names of the object model, for headers that only mention them.
+// Forward declarations of the object model.
 #pragma once
 
 #include "blocxx/IntrusiveReference.hpp"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Instances: their shared representation, look-ups, changes of single properties, comparison.
 #include "openwbem/model/CIMInstance.hpp"
 
 #include "openwbem/model/CIMException.hpp"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An instance of a class: its properties with their values. Which of them are keys is marked on the
-// properties themselves, so that an instance knows its path without its class.
+// An instance of a class: its properties with their values. Keys are marked on the properties, so
+// that the path of an instance can be made without its class.
 #pragma once
 
 #include "openwbem/model/CIMProperty.hpp"
@@ -27,13 +27,13 @@ public:
 
     /// The property of that name (without regard to case), or null.
     const CIMProperty* getProperty(std::string_view name) const noexcept;
-    /// Its value; null when it has none or the property is not there.
+    /// The value of that property; null when there is no such property, too.
     CIMValue getPropertyValue(std::string_view name) const;
     /// Replaces the property of that name, or appends it.
     CIMInstance& setProperty(CIMProperty property);
-    /// Sets the value of the property of that name, keeping its type and place. A property that is
-    /// not there is appended with the value's type. Throws CIMException TYPE_MISMATCH when a value
-    /// of another type is set.
+    /// Sets the value of the property of that name and keeps its type and place. Appends a missing
+    /// property with the value's type. Throws CIMException TYPE_MISMATCH when the property cannot
+    /// hold the value.
     CIMInstance& setProperty(std::string_view name, CIMValue value);
 
     /// The properties that are marked as keys.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Methods of classes: their shared representation and comparison.
 #include "openwbem/model/CIMMethod.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"

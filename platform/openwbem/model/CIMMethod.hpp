@@ -28,8 +28,8 @@ public:
         return *this;
     }
 
-    /// The method as a subclass inherits it: marked as propagated, with the qualifiers that pass
-    /// down. All that inherit it share one.
+    /// The method as a subclass inherits it: marked as propagated, with the qualifiers that
+    /// propagate. All subclasses share one representation.
     CIMMethod inherited() const;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Namespaces through their CIM_Namespace instances.
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 
 #include <utility>
@@ -11,8 +9,8 @@ namespace {
 
 constexpr const char* NAMESPACE_CLASS = "CIM_Namespace";
 
-// The keys that a namespace has from the object manager and the system that it stands on. There is
-// one of each here, so they are the same for every namespace.
+// The keys that name the object manager of a namespace and its system. There is one of each, so
+// every namespace has the same.
 constexpr std::pair<const char*, const char*> SCOPING_KEYS[] = {
     {"SystemCreationClassName", "CIM_ComputerSystem"},
     {"SystemName", "localhost"},

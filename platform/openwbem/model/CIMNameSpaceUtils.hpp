@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Namespaces through the operations on instances: each namespace is an instance of CIM_Namespace in
-// the interop namespace, so that a client can list and create them.
+// Lists and creates namespaces through operations on instances: each namespace is an instance of
+// CIM_Namespace in the interop namespace.
 #pragma once
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace OpenWBEM::CIMNameSpaceUtils {
 
-/// Creates a namespace by creating its CIM_Namespace instance in `interopNs`.
-/// `classInfo` and `descriptionOfClassInfo` fill the properties ClassInfo and
-/// DescriptionOfClassInfo. Throws CIMException ALREADY_EXISTS and whatever the handle throws.
+/// Creates a namespace by creating its CIM_Namespace instance in `interopNs`, with the properties
+/// ClassInfo and DescriptionOfClassInfo. Throws CIMException ALREADY_EXISTS and what the handle
+/// throws.
 void createCIM_Namespace(CIMOMHandleIFC& handle, const String& ns, uint16_t classInfo,
                          const String& descriptionOfClassInfo, const String& interopNs);
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Object paths: their parts, text form, comparison and canonical key.
 #include "openwbem/model/CIMObjectPath.hpp"
 
 #include <ostream>
@@ -109,9 +107,9 @@ bool sameKey(const CIMProperty& a, const CIMProperty& b) {
     return blocxx::equalsIgnoreCase(a.getName(), b.getName()) && a.getValue() == b.getValue();
 }
 
-/// The value of a key for canonicalKey(). A reference stands for the object that it names, so the
-/// spelling of the names in it does not count, nor whether its keys, whose class is not known here,
-/// were parsed from text: there a datetime is a string, and an integer or real is wider.
+/// The value of a key for canonicalKey(). References to the same object have the same text. It
+/// depends neither on the spelling of names nor on the types of the keys, which are different after
+/// parsing (a datetime is a string, a number is wider) and unknown here.
 String canonicalValue(const CIMValue& value, const String& nameSpace) {
     String text;
     if (value.getType() == CIMDataType::REFERENCE && !value.isArray()) {

@@ -4,9 +4,9 @@
 //
 // Text form:  [ "//" host "/" ] [ namespace ":" ] class [ "." key "=" value { "," key "=" value } ]
 // Values: strings, datetimes and references in double quotes with \ before \ and "; char16 in
-// single quotes likewise; numbers in decimal; TRUE and FALSE. A text cannot tell a string from a
-// datetime or a reference, nor a number's width: a parsed path has STRING, UINT64 or SINT64,
-// REAL64, BOOLEAN and CHAR16 keys until syncWithClass().
+// single quotes likewise; numbers in decimal; TRUE and FALSE. A text does not show the width of a
+// number, or whether a quoted value is a string, datetime or reference: until syncWithClass(), the
+// keys of a parsed path are STRING, UINT64, SINT64, REAL64, BOOLEAN and CHAR16.
 #pragma once
 
 #include "openwbem/model/CIMProperty.hpp"
@@ -23,7 +23,7 @@ public:
     const String& getClassName() const noexcept { return m_rep->className; }
     const String& getNameSpace() const noexcept { return m_rep->nameSpace; }
     const String& getHost() const noexcept { return m_rep->host; }
-    /// In the order given; only name, type and value of each matter.
+    /// In the order given. Only their names, types and values count.
     const CIMPropertyArray& getKeys() const noexcept { return m_rep->keys; }
     bool isClassPath() const noexcept { return getKeys().empty(); }
 
@@ -33,24 +33,24 @@ public:
     CIMObjectPath& setKeys(CIMPropertyArray keys);
     /// Replaces or appends one key.
     CIMObjectPath& setKeyValue(const String& name, CIMValue value);
-    /// The value of a key (name without regard to case); null when it is not there.
+    /// The value of a key (name without regard to case); null when there is no such key.
     CIMValue getKeyValue(std::string_view name) const;
 
     String toString() const;
     /// The text form without host and namespace.
     String modelPath() const;
-    /// Parses the text form. Throws CIMException INVALID_PARAMETER whose message tells the column
-    /// and what was expected there.
+    /// Parses the text form. Throws a CIMException INVALID_PARAMETER that names the column and what
+    /// was expected there.
     static CIMObjectPath parse(std::string_view text);
 
-    /// Brings the keys in line with a class: its key properties' spelling and order, each value in
-    /// the declared type. Throws CIMException INVALID_PARAMETER when a key is missing, unknown, or
-    /// has a value that its type cannot hold.
+    /// Gives the keys the spelling, order and types that they have in the class. Throws
+    /// CIMException INVALID_PARAMETER and changes nothing when a key is missing, unknown, given
+    /// twice, or has a value that its type cannot hold.
     CIMObjectPath& syncWithClass(const CIMClass& cls);
 
-    /// A text that two paths of the same instance share, for use as an index key: names in lower
-    /// case and sorted, values exact, namespaces of reference values filled from this path's when
-    /// empty. Namespace and host of the path itself are left out.
+    /// A text that all paths of the same instance share, for use as an index key: names in lower
+    /// case and sorted, values exact. A reference without a namespace gets that of this path, whose
+    /// own namespace and host are left out.
     String canonicalKey() const;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The parser of object path texts. It takes any bytes: whatever is not a path ends in one exception
-// that tells the column and what was expected there.
+// Parses the text form of object paths, which may be hostile.
 #include <algorithm>
 #include <charconv>
 
@@ -50,7 +49,7 @@ private:
     char peek() const { return atEnd() ? '\0' : m_text[m_pos]; }
 
     [[noreturn]] void fail(size_t offset, const String& wanted) const {
-        // Columns are counted in characters: every byte that does not continue one.
+        // Columns count characters: all bytes except continuation bytes.
         const auto columns =
             std::count_if(m_text.begin(), m_text.begin() + static_cast<std::ptrdiff_t>(offset),
                           [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; });
@@ -148,7 +147,7 @@ private:
         return result;
     }
 
-    /// A hostile text may hold any number of keys, so they are sorted, not compared each with each.
+    /// A hostile text may hold any number of keys, so they are sorted instead of compared pairwise.
     void checkUnique(const CIMPropertyArray& found, const Array<size_t>& offsets) const {
         const auto sorted = ModelSupport::sortedByName(found);
         const auto twice = std::adjacent_find(
@@ -285,8 +284,7 @@ private:
         if (magnitude.size() > 1 && magnitude.front() == '0') {
             fail(start, "a decimal number without leading zeros");
         }
-        // Of the two types only one holds a given number, so that each number has one value; "-0"
-        // is 0.
+        // Each number has one type: sint64 if it is negative, else uint64. "-0" is 0.
         return magnitude.size() != digits.size() && magnitude != "0"
                    ? CIMValue(exactly<int64_t>(digits, start))
                    : CIMValue(exactly<uint64_t>(magnitude, start));

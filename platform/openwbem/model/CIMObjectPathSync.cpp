@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bringing an object path in line with its class: a text does not tell the types of its keys, the
-// class does.
+// Part of CIMObjectPath: gives the keys of a path the types that they have in its class.
 #include <cmath>
 #include <utility>
 
@@ -67,8 +66,8 @@ CIMValue toReal(const CIMValue& value, CIMDataType::Type type) {
     if (type == CIMDataType::REAL64) {
         return CIMValue(number);
     }
-    // The first number that rounds to infinity, half a step above the greatest real32: the text of
-    // that greatest one may be a little above it.
+    // The least number that rounds to infinity, half a step above the greatest real32, whose
+    // shortest text reads as a slightly greater number.
     constexpr double TOO_BIG = 0x1.ffffffp127;
     if (std::fabs(number) >= TOO_BIG) {
         return CIMValue();
@@ -84,7 +83,7 @@ CIMValue fromText(const String& text, CIMDataType::Type type) {
     return type == CIMDataType::REFERENCE ? CIMValue(CIMObjectPath::parse(text)) : CIMValue();
 }
 
-/// The value in that type; null when the type cannot hold it.
+/// Converts a value to a type. Null when the type cannot hold it.
 CIMValue convert(const CIMValue& value, const CIMDataType& wanted) {
     const CIMDataType::Type type = wanted.getType();
     const CIMDataType::Type given = value.getType();
@@ -140,7 +139,7 @@ CIMObjectPath& CIMObjectPath::syncWithClass(const CIMClass& cls) {
         }
         keys.push_back(syncKey(cls, declared, getKeys()[*given].getValue()));
     }
-    // Every declared key was found, so a greater number tells that there is one more or one twice.
+    // Every declared key was found, so any further key is unknown or given twice.
     if (keys.size() != getKeys().size()) {
         const NameIndex known(declaredKeys);
         for (const CIMProperty& given : getKeys()) {

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Parameters of methods: their shared representation and comparison.
 #include "openwbem/model/CIMParameter.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"

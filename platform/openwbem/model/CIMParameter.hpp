@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A parameter of a method; whether it is IN or OUT is told by its qualifiers (DSP0004 5.6.3.20).
+// A parameter of a method. Its qualifiers In and Out (DSP0004) give its direction.
 #pragma once
 
 #include "openwbem/model/CIMQualifier.hpp"

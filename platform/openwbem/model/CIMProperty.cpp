@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Properties and references: their shared representation and comparison.
 #include "openwbem/model/CIMProperty.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"

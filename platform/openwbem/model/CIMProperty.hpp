@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A property or reference, of a class (its value is the default) or of an instance. "Propagated"
-// (inherited without being overridden), "key" and the class origin are kept beside its definition;
-// of these none is part of equality.
+// A property or reference of a class (its value is the default) or of an instance. "Propagated"
+// means inherited and not overridden. Equality ignores "propagated", "key" and the class origin.
 #pragma once
 
 #include "openwbem/model/CIMQualifier.hpp"
@@ -43,11 +42,11 @@ public:
         return findQualifier(getQualifiers(), name);
     }
 
-    /// The property as a subclass inherits it: marked as propagated, with the qualifiers that pass
-    /// down. All that inherit it share one.
+    /// The property as a subclass inherits it: marked as propagated, with the qualifiers that
+    /// propagate. All subclasses share one representation.
     CIMProperty inherited() const;
-    /// The property as an instance of its class has it, with the default for its value: without the
-    /// qualifiers. All instances that keep the default share one.
+    /// The property as a new instance has it: with the default as its value and without qualifiers.
+    /// All instances that keep the default share one representation.
     CIMProperty ofInstance() const;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Qualifiers on elements, and the look-ups in lists of them.
 #include "openwbem/model/CIMQualifier.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"

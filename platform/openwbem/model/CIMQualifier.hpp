@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A qualifier on an element, with the flavor that holds there. "Propagated" tells that the element
-// has it from the superclass; it is not part of equality.
+// A qualifier on an element, with its flavor there. "Propagated" means that the element inherits it
+// from the superclass. Equality ignores "propagated".
 #pragma once
 
 #include "openwbem/model/CIMQualifierType.hpp"
@@ -44,7 +44,7 @@ using CIMQualifierArray = Array<CIMQualifier>;
 /// The qualifier of that name in a list, or null.
 const CIMQualifier* findQualifier(const CIMQualifierArray& qualifiers,
                                   std::string_view name) noexcept;
-/// Whether a boolean qualifier of that name is there and true.
+/// Whether the list has a boolean qualifier of that name with the value true.
 bool hasTrueQualifier(const CIMQualifierArray& qualifiers, std::string_view name) noexcept;
 
 }  // namespace OpenWBEM

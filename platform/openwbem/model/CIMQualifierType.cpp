@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Qualifier declarations: their shared representation and comparison.
 #include "openwbem/model/CIMQualifierType.hpp"
 
 #include "openwbem/model/ModelSupport.hpp"

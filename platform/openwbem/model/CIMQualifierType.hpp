@@ -9,7 +9,7 @@
 
 namespace OpenWBEM {
 
-/// How a qualifier passes to subclasses (DSP0004 5.5.4.1, Flavor). The defaults of the standard.
+/// How a qualifier propagates to subclasses (DSP0004 5.5.4.1), with the defaults of the standard.
 struct CIMFlavor {
     bool overridable = true;  ///< EnableOverride, else DisableOverride
     bool toSubclass = true;   ///< ToSubclass, else Restricted
@@ -17,7 +17,7 @@ struct CIMFlavor {
     friend bool operator==(const CIMFlavor&, const CIMFlavor&) noexcept = default;
 };
 
-/// The kinds of element that a qualifier may stand on, as bits.
+/// The kinds of element that may have a qualifier, as bits.
 namespace CIMScope {
 enum Bits : uint8_t {
     CLASS = 1,

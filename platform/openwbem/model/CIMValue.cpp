@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Values: made, checked, taken apart and compared.
 #include "openwbem/model/CIMValue.hpp"
 
 #include <cmath>
@@ -16,7 +14,7 @@ using ValueDetail::Single;
 
 namespace {
 
-/// Throws for what MOF has no form for.
+/// Throws CIMException INVALID_PARAMETER for a value that MOF cannot express.
 template <class T>
 void checkStorable(const T& value) {
     if constexpr (std::is_floating_point_v<T>) {

@@ -25,8 +25,9 @@ public:
     /// The null value: it has no type.
     CIMValue() noexcept = default;
 
-    // Each constructor fixes the type. Reals must be finite and strings valid UTF-8 without U+0000,
-    // since MOF has no form for anything else: CIMException INVALID_PARAMETER otherwise.
+    // The argument decides the type. These throw CIMException INVALID_PARAMETER for what MOF cannot
+    // express: reals that are not finite, strings that are not valid UTF-8 or contain U+0000, null
+    // references and objects, and those that are nested too deep.
     explicit CIMValue(bool value);
     explicit CIMValue(uint8_t value);
     explicit CIMValue(int8_t value);
@@ -46,12 +47,12 @@ public:
     explicit CIMValue(const CIMInstance& value);
     explicit CIMValue(const CIMClass& value);
 
-    /// An array of T (any type above). `nulls[i]` true makes element i null, whatever stands in
-    /// `elements[i]`; `nulls` is empty or as long as `elements`.
+    /// An array of T (any type above). `nulls[i]` makes element i null, whatever `elements[i]` is;
+    /// `nulls` is empty or as long as `elements`. Throws as the constructors do.
     template <class T>
     static CIMValue array(Array<T> elements, Array<bool> nulls = {});
-    /// An array of `type` from single values: each is of that type or null. Throws
-    /// ValueCastException.
+    /// An array of `type` from single values. Throws ValueCastException for one that is neither of
+    /// that type nor null.
     static CIMValue arrayOf(CIMDataType::Type type, const Array<CIMValue>& elements);
 
     bool isNull() const noexcept { return !m_rep; }
@@ -72,7 +73,8 @@ public:
     template <class T>
     const Array<T>& getArray() const;
 
-    /// Any integer type as a number. Throws ValueCastException for other types.
+    /// A value of any integer type. Throws ValueCastException for other types and for a number out
+    /// of range.
     int64_t toSigned() const;
     uint64_t toUnsigned() const;
 
@@ -81,13 +83,14 @@ public:
     /// null as "".
     String toString() const;
 
-    /// Same type, same form, same elements; reals by their bits, references as object paths.
+    /// Whether both have the same type and form (single, array or null) and equal elements. Reals
+    /// compare by their bits, references as object paths.
     friend bool operator==(const CIMValue& a, const CIMValue& b);
 
-    /// Whether a string could be held: valid UTF-8 without U+0000.
+    /// Whether a value can hold the string: valid UTF-8 without U+0000.
     static bool isStorableString(std::string_view text) noexcept;
 
-    /// Of the implementation (CIMValueRep.hpp).
+    /// Private to the implementation (CIMValueRep.hpp).
     struct Rep : CowRep<Rep> {
         Rep(CIMDataType::Type typeIn, bool isArrayIn, uint8_t depth = 0) noexcept
             : type(typeIn), isArray(isArrayIn), nesting(depth) {}
@@ -99,12 +102,12 @@ public:
         virtual bool isNullElement(size_t) const noexcept { return false; }
         virtual CIMValue element(size_t) const { return CIMValue(); }
         virtual void appendText(String& out) const = 0;
-        /// Of two representations of the same type and form.
+        /// `other` must have the same type and form.
         virtual bool equals(const Rep& other) const = 0;
 
         const CIMDataType::Type type;
         const bool isArray;
-        /// How many references and embedded objects stand in each other, this value included.
+        /// How deep references and embedded objects are nested, this value included.
         const uint8_t nesting;
         static uint8_t nestingIn(const CIMValue& value) noexcept {
             return value.m_rep ? value.m_rep->nesting : 0;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The limit on references and embedded objects within each other. In text form each of them is a
-// quoted string in the text around it, and each level of quotes doubles the backslashes: without a
-// limit a few dozen nested objects would make a text that no memory holds.
+// Limits how deep references and embedded objects are nested. In text form each is a quoted string
+// in the text around it, and each level of quotes doubles the backslashes: a few dozen levels would
+// exhaust the memory.
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMValueRep.hpp"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How values are held: one representation for each type and form. For CIMValue.cpp only.
+// Private to CIMValue: the representations of values, one for each type and form.
 #pragma once
 
 #include <algorithm>
@@ -17,8 +17,8 @@ namespace OpenWBEM {
 
 namespace ValueDetail {
 
-/// Calls `f` with std::type_identity of the C++ type that holds values of `type`; INVALID: `f` of
-/// void.
+/// Calls `f` with std::type_identity of the C++ type that holds values of `type`, or of void for
+/// INVALID.
 template <class F>
 constexpr auto withType(CIMDataType::Type type, F f) {
     switch (type) {
@@ -91,8 +91,8 @@ void appendText(String& out, const CIMObjectPath& value);
 void appendText(String& out, const CIMInstance& value);
 void appendText(String& out, const CIMClass& value);
 
-/// The nesting of a value that holds that object. Throws CIMException INVALID_PARAMETER when there
-/// is too much of it (CIMValueNesting.cpp).
+/// The nesting of a value that holds that object. Throws CIMException INVALID_PARAMETER when it is
+/// too deep (CIMValueNesting.cpp).
 uint8_t nestingOf(const CIMObjectPath& path);
 uint8_t nestingOf(const CIMInstance& instance);
 uint8_t nestingOf(const CIMClass& cls);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text of values for people and for keys.
+// The text of single values, for CIMValue::toString().
 #include "openwbem/model/CIMValueRep.hpp"
 #include "openwbem/model/Utf8.hpp"
 #include "openwbem/model/ValueText.hpp"

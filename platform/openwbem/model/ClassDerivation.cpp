@@ -49,8 +49,8 @@ void refuseRepeated(const Array<Element>& elements, const DerivationPlace& place
     }
 }
 
-/// Gives an element its own and the inherited qualifiers. Most have their own only: they stay as
-/// they are, shared.
+/// Checks the qualifiers of an element and adds the inherited ones. Most elements inherit none and
+/// stay shared.
 template <class Element>
 void deriveQualifiers(Element& element, const Element* above, uint8_t scope,
                       const DerivationPlace& place, const QualifierTypeLookup& types) {
@@ -64,7 +64,7 @@ void deriveQualifiers(Element& element, const Element* above, uint8_t scope,
     }
 }
 
-/// The name that an Override qualifier gives, without a class in front; empty when there is none.
+/// The feature that an Override qualifier names, without its class; empty without that qualifier.
 std::string_view overriddenName(const CIMQualifierArray& qualifiers, std::string_view ownName) {
     const CIMQualifier* qualifier = findQualifier(qualifiers, "Override");
     if (qualifier == nullptr || qualifier->isPropagated()) {
@@ -173,8 +173,8 @@ CIMParameterArray declareParameters(const CIMMethod& declared, const CIMMethod* 
     return parameters;
 }
 
-/// An overriding method is called like the overridden one (DSP0004 5.6.3.34). Which classes its
-/// references lead to may be narrowed, like those of properties.
+/// An overriding method has the signature of the overridden one (DSP0004, Override). The classes of
+/// references are not compared; nor are those of properties.
 void checkSignature(const CIMMethod& declared, const CIMMethod& above,
                     const DerivationPlace& place) {
     if (!isSameType(declared.getReturnType(), above.getReturnType())) {
@@ -223,8 +223,7 @@ CIMMethod declareMethod(const CIMMethod& declared, const CIMMethod* above,
 
 // Classes
 
-/// Inherited features first, in the superclass's order, overridden ones in their place; then new
-/// ones.
+/// Inherited and overridden features in the superclass's order, then new ones.
 template <class Feature, class Declare>
 Array<Feature> mergeFeatures(const Array<Feature>& declared, const Array<Feature>& above,
                              Declare declare) {
@@ -305,7 +304,7 @@ void refuseSharedNames(const CIMPropertyArray& properties, const CIMMethodArray&
     }
 }
 
-/// What a derivation found right stays so, except that other qualifiers may be declared now.
+/// Repeats what may have changed since the derivation: other qualifiers may be declared now.
 void checkClassAgainstTypes(const CIMClass& derived, const CIMClass* superClass,
                             const QualifierTypeLookup& types) {
     const String& name = derived.getName();
@@ -375,8 +374,8 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
                                         return declareMethod(own, overridden, name, qualifierTypes);
                                     }));
     checkClass(result, superClass);
-    // All features of a class share one set of names (DSP0004 5.1.2); what is inherited was
-    // compared above.
+    // Properties and methods share one set of names (DSP0004 5.1.2). The inherited ones were
+    // compared with each other when the superclass was derived.
     refuseSharedNames(ownProperties, result.getMethods(), name);
     refuseSharedNames(result.getProperties(), ownMethods, name);
     result.noteDerivedFrom(superClass);

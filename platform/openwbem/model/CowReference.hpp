@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The sharing behind the object model's value types: copies share one representation until one of
-// them is changed. Not for use across threads.
+// Copy-on-write for the value types of the object model: copies share one representation until one
+// of them is changed. Not thread-safe.
 #pragma once
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
@@ -13,15 +13,15 @@ namespace OpenWBEM {
 /// Base of a shared representation.
 template <class Derived>
 struct CowRep : boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter> {
-    /// Not inlined: taking a representation apart is much code, and in some callers GCC mistakes
-    /// the count of one reference for a use of what another has deleted.
+    /// Not inlined: destroying a representation is much code, and in some callers GCC wrongly warns
+    /// of a use after free.
     [[gnu::noinline]] friend void intrusive_ptr_release(const CowRep* rep) noexcept {
         using Counter = boost::intrusive_ref_counter<Derived, boost::thread_unsafe_counter>;
         boost::sp_adl_block::intrusive_ptr_release(static_cast<const Counter*>(rep));
     }
 };
 
-/// Something worked out from a representation and kept with it. Copies start without it.
+/// Caches a value that is computed from a representation. Copies start without it.
 template <class T>
 class Memo {
 public:
@@ -39,12 +39,12 @@ public:
     CowReference() noexcept = default;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
-    /// For reading: of a handle that has none, one that is as empty as can be.
+    /// The representation for reading; an empty one when the handle has none.
     const Rep* operator->() const noexcept { return m_rep ? m_rep.get() : &none(); }
     const Rep* get() const noexcept { return m_rep.get(); }
 
-    /// The representation for writing, this handle's own from now on (made when there is none).
-    /// What it remembers about its content (forgetMemo(), where it has that) is forgotten.
+    /// The representation for writing, which this handle shares with no other from now on. Creates
+    /// it when there is none. Clears its caches (forgetMemo(), if it has that).
     Rep& write() {
         if (!m_rep) {
             m_rep.reset(new Rep());

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a string is declared to hold besides text (DSP0004 5.6.3.14, the qualifiers EmbeddedInstance
-// and EmbeddedObject).
+// Which objects a string may hold (DSP0004, the qualifiers EmbeddedInstance and EmbeddedObject).
 #pragma once
 
 #include "openwbem/model/CIMQualifier.hpp"
@@ -11,10 +10,10 @@ namespace OpenWBEM {
 struct Embedding {
     enum Kind : uint8_t { NOTHING, INSTANCE, OBJECT };
     Kind kind = NOTHING;
-    String className;  ///< of an INSTANCE
+    String className;  ///< the class of an INSTANCE
 };
 
-/// What the qualifiers of an element declared as a string say that it holds.
+/// What an element with these qualifiers may hold. It must be declared as a string.
 Embedding embeddingOf(const CIMQualifierArray& qualifiers);
 
 }  // namespace OpenWBEM

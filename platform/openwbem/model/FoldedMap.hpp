@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Hash maps whose keys are names: equal without regard to the case of ASCII letters.
+// Hash maps with names as keys, which compare without regard to the case of ASCII letters.
 #pragma once
 
 #include <cstring>
@@ -14,9 +14,9 @@ namespace OpenWBEM {
 struct FoldedHash {
     using is_transparent = void;
 
-    /// Eight bytes at a time. Setting 0x20 folds letters and a few other pairs, which only costs a
-    /// comparison. Not noexcept: that makes the library's maps keep the hashes instead of working
-    /// them out again for each key that they pass.
+    /// Hashes eight bytes at a time. Setting 0x20 folds letters and a few other pairs, which only
+    /// costs a comparison. Not noexcept, so that the standard library's maps store the hashes
+    /// instead of computing them again.
     size_t operator()(std::string_view text) const {
         constexpr uint64_t CASE = 0x2020202020202020U;
         constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15U;

@@ -40,7 +40,7 @@ bool takesEmbedded(const CIMProperty& declared) noexcept {
 
 void checkValue(const CIMProperty& declared, const CIMValue& value, const CIMClass& cls) {
     const CIMDataType& type = declared.getDataType();
-    // Elsewhere MOF would give the object's text back as a plain string.
+    // In other properties, MOF would read the object back as a plain string.
     if (!canHold(type, value) || (isEmbedded(value) && !takesEmbedded(declared))) {
         OPENWBEM_THROW_CIM(
             TYPE_MISMATCH,
@@ -66,7 +66,7 @@ CIMProperty completeProperty(const CIMProperty& declared, const CIMProperty* giv
                                                      declared.getName(), cls.getName()));
     }
     CIMProperty result = declared.ofInstance();
-    // Most properties of most instances are null, and cost nothing while they are left as they are.
+    // Most properties of most instances are null. They take no memory while they stay shared.
     if (given != nullptr && !(value.isNull() && declared.getValue().isNull())) {
         result.setValue(value);
     }

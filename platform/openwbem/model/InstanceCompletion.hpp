@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bringing an instance in line with its class: every property of the class, in class order and
-// spelling, with the declared type and, where the instance says nothing, the default.
+// Completes an instance from its class: it gets every property of the class, in the order, spelling
+// and type of the class, and with the default where it has no such property.
 #pragma once
 
 #include "openwbem/model/CIMClass.hpp"
@@ -12,11 +12,10 @@ namespace OpenWBEM {
 /// Whether key properties may be null: only in embedded instances, which have no path.
 enum class NullKeys { REFUSED, ALLOWED };
 
-/// Completes `instance` from the derived class `cls`. A property that the instance holds with a
-/// null value stays null; only absent ones take their default. Keys are marked; qualifiers of
-/// properties are dropped, those of the instance itself stay. Throws CIMException:
-/// NO_SUCH_PROPERTY, TYPE_MISMATCH (a value of another type or form, a fixed array of another
-/// length), INVALID_PARAMETER (a property twice; a null key).
+/// Completes `instance` from the derived class `cls`. Only absent properties get their default;
+/// null ones stay null. Marks keys, drops the qualifiers of properties and keeps those of the
+/// instance. Throws CIMException: NO_SUCH_PROPERTY, TYPE_MISMATCH (a value of another type or form,
+/// or a fixed array of another length), INVALID_PARAMETER (a property given twice, or a null key).
 CIMInstance completeInstance(const CIMInstance& instance, const CIMClass& cls,
                              NullKeys nullKeys = NullKeys::REFUSED);
 

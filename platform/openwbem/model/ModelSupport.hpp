@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the implementation files of the model share: the look-up and comparison of lists of named
-// elements.
+// Private to the model: look-up and comparison of lists of named elements.
 #pragma once
 
 #include <algorithm>
@@ -21,7 +20,8 @@ const T* findNamed(const Array<T>& elements, std::string_view name) noexcept {
     return nullptr;
 }
 
-/// Pointers to the elements in the order of their names; those of one name keep their order.
+/// Pointers to the elements in the order of their names. Elements with the same name keep their
+/// order.
 template <class T>
 Array<const T*> sortedByName(const Array<T>& elements) {
     Array<const T*> sorted;
@@ -35,14 +35,14 @@ Array<const T*> sortedByName(const Array<T>& elements) {
     return sorted;
 }
 
-/// Whether both lists hold equal elements, in any order; elements of one name in the same order, so
-/// that lists with a name twice have a defined outcome. `equal` also compares the names.
+/// Whether both lists have equal elements in any order. Elements with the same name must be in the
+/// same order. `equal` also compares the names.
 template <class T, class Equal>
 bool equalInAnyOrder(const Array<T>& a, const Array<T>& b, Equal equal) {
     if (a.size() != b.size()) {
         return false;
     }
-    // Nearly always the order is the same; only from the first different name on is it sorted out.
+    // The order is nearly always the same, so the lists are sorted only when a name differs.
     size_t i = 0;
     while (i < a.size() && blocxx::equalsIgnoreCase(a[i].getName(), b[i].getName())) {
         if (!equal(a[i], b[i])) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Finding an element of a list by its CIM name, which compares without regard to case. Short lists
-// are searched as they are; long ones, which only hostile or generated input has, get a hash table,
-// so that work on them stays in proportion to their length.
+// Finds an element of a list by its CIM name, without regard to case. Short lists are searched
+// linearly. Long ones, which only hostile or generated input has, get a hash table, so that the
+// time stays in proportion to their length.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@
 
 namespace OpenWBEM {
 
-/// Over a list of things with getName(). The list must outlive the index and keep its names.
+/// Indexes a list whose elements have getName(). The list must outlive the index and not change.
 template <class Element>
 class NameIndex {
 public:
@@ -29,7 +29,7 @@ public:
         }
     }
 
-    /// The place of the first element of that name.
+    /// The index of the first element of that name.
     std::optional<size_t> find(std::string_view name) const {
         if (!m_table.empty()) {
             const auto found = m_table.find(blocxx::toLower(name));
@@ -38,7 +38,7 @@ public:
         return findBefore(name, m_list.size());
     }
 
-    /// The place of an element whose name an earlier one has already.
+    /// The index of an element that has the name of an earlier one.
     std::optional<size_t> findDuplicate() const {
         if (!m_table.empty()) {
             return m_duplicate;

@@ -42,7 +42,7 @@ CIMPropertyArray ObjectFilter::properties(const CIMPropertyArray& all) const {
             continue;
         }
         kept.push_back(property);
-        // Only what changes is written, so that the rest stays shared with the whole object.
+        // Writes only what changes, so that the rest stays shared with the whole object.
         if (cutsQualifiers() && !property.getQualifiers().empty()) {
             kept.back().setQualifiers(qualifiers(property.getQualifiers()));
         }

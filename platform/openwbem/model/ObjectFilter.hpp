@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The cut that leaves the wanted parts of an object, made once for many of them; and small helpers
-// on properties and types that classes and instances share.
+// Reduces objects to their wanted parts. Also small helpers for properties and types.
 #pragma once
 
 #include <optional>
@@ -34,10 +33,10 @@ private:
     std::optional<std::unordered_set<String>> m_listed;  // in lower case
 };
 
-/// The property as an instance holds it.
+/// A copy without qualifiers, as instances hold it.
 CIMProperty withoutQualifiers(const CIMProperty& property);
 
-/// The type that a property has which holds `value`.
+/// The type of a property that holds `value`.
 CIMDataType typeOf(const CIMValue& value);
 
 /// A type for messages: "uint8[5]", "null".

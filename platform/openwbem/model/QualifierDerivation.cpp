@@ -41,7 +41,7 @@ void checkAgainstType(const CIMQualifier& qualifier, uint8_t scope, const Deriva
         place.fail(CIMException::INVALID_PARAMETER,
                    String(Format("qualifier \"%1\" is not declared", name)), name);
     }
-    // Associations and indications are kinds of class: what a class may bear, they may.
+    // Associations and indications are classes, so they may have the qualifiers of classes.
     const uint8_t accepted = (scope & (CIMScope::ASSOCIATION | CIMScope::INDICATION)) != 0
                                  ? static_cast<uint8_t>(scope | CIMScope::CLASS)
                                  : scope;
@@ -68,7 +68,7 @@ void refuseRepeated(const CIMQualifierArray& own, const DerivationPlace& place) 
     }
 }
 
-/// The qualifiers of `declared` that are its own, checked.
+/// Checks and returns the qualifiers of `declared` that are not propagated.
 CIMQualifierArray ownQualifiers(const CIMQualifierArray& declared, uint8_t scope,
                                 const DerivationPlace& place, const QualifierTypeLookup& types) {
     CIMQualifierArray own;

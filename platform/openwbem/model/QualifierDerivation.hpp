@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The qualifiers of an element in a derived class: its own, checked against their declarations, and
-// those that the superclass passes down (DSP0004 5.5.4). A part of ClassDerivation, for no other
-// use.
+// Private to ClassDerivation: makes the qualifiers of an element in a derived class from its own,
+// which are checked against their declarations, and those that propagate (DSP0004 5.5.4).
 #pragma once
 
 #include "openwbem/model/CIMException.hpp"
@@ -10,7 +9,7 @@
 
 namespace OpenWBEM {
 
-/// Where in the class the derivation stands: for messages.
+/// The element that is being derived, for messages.
 struct DerivationPlace {
     std::string_view className;
     std::string_view feature = {};
@@ -21,24 +20,25 @@ struct DerivationPlace {
                            std::string_view qualifier = {}) const;
 };
 
-/// What an element below inherits of these qualifiers, marked as propagated.
+/// The qualifiers that propagate to a subclass, marked as propagated.
 CIMQualifierArray inheritableQualifiers(const CIMQualifierArray& qualifiers);
-/// Whether they are what inheritableQualifiers() would make of them already.
+/// Whether all are marked as propagated.
 bool areInherited(const CIMQualifierArray& qualifiers) noexcept;
 
-/// Whether an element with these qualifiers, which overrides one with those `above` (null when it
-/// overrides nothing), has just its own.
+/// Whether an element with these qualifiers inherits none from the element that it overrides, which
+/// has those `above` (null when it overrides nothing).
 bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept;
-/// Checks the qualifiers that are the element's own against their declarations: that they are
-/// declared, in scope, and of their type.
+/// Throws ClassDerivationException unless each qualifier that is not propagated is declared, in
+/// scope and of its type.
 void checkAgainstTypes(const CIMQualifierArray& qualifiers, uint8_t scope,
                        const DerivationPlace& place, const QualifierTypeLookup& types);
-/// What mergeQualifiers() checks in an element that has its own qualifiers only.
+/// The same, and throws for a qualifier that is given twice.
 void checkQualifiers(const CIMQualifierArray& own, uint8_t scope, const DerivationPlace& place,
                      const QualifierTypeLookup& types);
 
-/// Own and inherited qualifiers of an element on which `scope` (one CIMScope bit) is; `above` is
-/// null when it overrides nothing. Throws ClassDerivationException.
+/// The own and inherited qualifiers of an element of the kind `scope` (one CIMScope bit). `above`
+/// is null when it overrides nothing. Throws as checkQualifiers() does, and when the element
+/// changes a qualifier that it must not override.
 CIMQualifierArray mergeQualifiers(const CIMQualifierArray& declared, const CIMQualifierArray* above,
                                   uint8_t scope, const DerivationPlace& place,
                                   const QualifierTypeLookup& types);

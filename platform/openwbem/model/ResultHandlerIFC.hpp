@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Receivers of enumerations: each result is handed over as it is found.
+// Receives the results of an enumeration one by one.
 #pragma once
 
 #include "openwbem/model/CIMFwd.hpp"
@@ -37,7 +37,7 @@ private:
     Array<T>& m_out;
 };
 
-/// Hands each result to a callable.
+/// Passes each result to a callable.
 template <class T, class F>
 class FunctionResultHandler : public ResultHandlerIFC<T> {
 public:

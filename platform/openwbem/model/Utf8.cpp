@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// UTF-8: validation, with a quick way through ASCII text, and conversion of single code points.
 #include "openwbem/model/Utf8.hpp"
 
 #include <array>
@@ -16,7 +14,7 @@ unsigned char byteAt(std::string_view text, size_t offset) noexcept {
     return static_cast<unsigned char>(text[offset]);
 }
 
-/// Goes on to the first block of `Words` words with a byte that is not ASCII, or to the rest.
+/// The offset of the first block of `Words` words that is not all ASCII or not whole.
 template <size_t Words>
 size_t skipAsciiBlocks(std::string_view text, size_t offset) noexcept {
     std::array<uint64_t, Words> block;
@@ -44,8 +42,8 @@ size_t skipAscii(std::string_view text, size_t offset) noexcept {
 }
 
 /// The length of the valid sequence at `offset`, which does not start with an ASCII byte; 0 when it
-/// is not valid. The second byte's range rules out overlong forms, surrogates and what is too big
-/// (RFC 3629, clause 4).
+/// is not valid. The second byte's range rules out overlong forms, surrogates and what is above
+/// U+10FFFF (RFC 3629, clause 4).
 size_t sequenceLength(std::string_view text, size_t offset) noexcept {
     const unsigned char lead = byteAt(text, offset);
     if (lead < 0xC2 || lead > 0xF4) {

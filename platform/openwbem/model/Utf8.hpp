@@ -12,7 +12,7 @@ namespace OpenWBEM::Utf8 {
 
 /// The offset of the first byte that is not part of valid UTF-8, or npos.
 size_t findInvalid(std::string_view text) noexcept;
-/// Appends the code point; false, and nothing appended, when it is no Unicode scalar value.
+/// Appends the code point. Returns false and appends nothing for one that is not a scalar value.
 bool append(String& out, uint32_t codePoint);
 /// Reads the code point at `offset` of valid UTF-8 and moves `offset` past it.
 uint32_t next(std::string_view text, size_t& offset) noexcept;

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The text of single values.
 #include "openwbem/model/ValueText.hpp"
 
 namespace OpenWBEM::ValueText {

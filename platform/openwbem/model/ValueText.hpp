@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text of single values that object paths, MOF and messages have in common. For the sources of
-// the model and of MOF.
+// The texts of single values that object paths, MOF and messages share.
 #pragma once
 
 #include <charconv>
@@ -26,7 +25,7 @@ void appendInteger(String& out, T value) {
 /// Appends "\x" and four hex digits.
 void appendHexEscape(String& out, char16_t unit);
 
-/// Appends the character in single quotes; one that is not printable ASCII as a hex escape.
+/// Appends the character in single quotes, as a hex escape unless it is printable ASCII.
 void appendQuotedChar(String& out, Char16 value);
 
 inline const char* textOf(bool value) noexcept {
