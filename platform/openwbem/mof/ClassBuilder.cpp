@@ -12,13 +12,13 @@ using blocxx::Format;
 
 namespace {
 
-// Every class holds what it inherits, which a short text can multiply: many features above many
-// classes. This is some fifty times what the largest published schema needs.
+// Every class holds what it inherits, so a short text with many features above many classes could
+// exhaust the memory. This is some fifty times what the largest published schema needs.
 constexpr size_t MOST_FEATURES = 4'000'000;
-// Longer ones are texts for people and do not repeat.
+// Longer qualifiers are texts for people, which do not repeat.
 constexpr size_t LONGEST_REPEATED = 64;
 
-/// Where the text that a derivation complains about stands.
+/// The place in the text that the exception is about.
 const char* findPlace(const Declaration& declaration, const ClassDerivationException& e) {
     const auto named = [](const auto& list, const String& name) -> decltype(list.first) {
         for (auto& node : list) {
@@ -30,7 +30,7 @@ const char* findPlace(const Declaration& declaration, const ClassDerivationExcep
     };
     const char* place = declaration.name.data;
     const List<Qualifier>* qualifiers = &declaration.qualifiers;
-    // The last of that name: of two that are the same, the second is the one too many.
+    // The last feature of that name: when it is declared twice, the second is at fault.
     for (const Feature& feature : declaration.features) {
         if (!e.feature().empty() && equalsIgnoreCase(feature.name.view(), e.feature())) {
             place = feature.name.data;
@@ -50,7 +50,7 @@ const char* findPlace(const Declaration& declaration, const ClassDerivationExcep
                                                             declaration.name.view()))};
 }
 
-/// Whether the feature's own qualifiers make it a key; an inherited key is one without them.
+/// Whether the feature's own qualifiers make it a key. An inherited key does not need them.
 bool isDeclaredKey(const Feature& feature) {
     for (const Qualifier& qualifier : feature.qualifiers) {
         if (equalsIgnoreCase(qualifier.name.view(), "Key")) {
@@ -62,8 +62,7 @@ bool isDeclaredKey(const Feature& feature) {
     return false;
 }
 
-/// Where the text says NULL, that replaces the inherited default; it is not the same as saying
-/// nothing.
+/// Replaces inherited defaults by null where the text says NULL.
 void applyNullDefaults(CIMClass& derived, const Declaration& declaration) {
     Array<std::string_view> names;
     for (const Feature& feature : declaration.features) {
@@ -85,7 +84,7 @@ void applyNullDefaults(CIMClass& derived, const Declaration& declaration) {
     derived.setProperties(std::move(properties));
 }
 
-/// How much text says everything about the qualifier; 0 for one that is not likely to be repeated.
+/// The length of the qualifier's text, or 0 when it is not likely to be repeated.
 size_t repeatableLength(const Qualifier& qualifier) {
     const char* end = qualifier.name.end();
     if (qualifier.value.form == Initializer::ARRAY) {
@@ -192,7 +191,7 @@ CIMClass ClassBuilder::buildUnnamed(const Declaration& declaration) {
     return derive(declaration, super != nullptr ? &super->cls : nullptr);
 }
 
-/// The superclass, built or not; null when there is none or nobody knows it.
+/// The superclass, built or not; null when there is none or it is unknown.
 ClassEntry* ClassBuilder::superOf(const ClassEntry& entry) {
     const std::string_view name = entry.declaration != nullptr
                                       ? entry.declaration->superClass.view()
@@ -202,7 +201,8 @@ ClassEntry* ClassBuilder::superOf(const ClassEntry& entry) {
 
 bool ClassBuilder::isWithin(std::string_view name, std::string_view className) {
     ClassEntry* entry = m_scope.findClass(name);
-    // What the handle has may inherit from what the text declares anew: no end may be in sight.
+    // The handle's classes may inherit from classes that the text declares anew, so there may be a
+    // cycle. The mark finds it, as in Brent's algorithm.
     size_t steps = 0;
     size_t nextMark = 1;
     const ClassEntry* mark = nullptr;
@@ -287,7 +287,7 @@ CIMClass ClassBuilder::declaredClass(const Declaration& declaration, const CIMCl
     CIMPropertyArray properties;
     CIMMethodArray methods;
     properties.reserve(countOf(declaration.features));
-    // Most features are new in their class: said here, it need not be written into a copy later.
+    // Most features originate in this class. Setting that before they are shared saves a copy.
     for (const Feature& feature : declaration.features) {
         if (feature.isMethod) {
             methods.push_back(buildMethod(feature));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From declarations of qualifier types and classes to the model's objects. Superclasses are built
-// on demand, wherever they stand in the text.
+// Builds qualifier types and classes from their declarations. Superclasses are built on demand,
+// wherever they are in the text.
 #pragma once
 
 #include "openwbem/model/ClassDerivation.hpp"
@@ -10,30 +10,31 @@
 
 namespace OpenWBEM::MOF {
 
+/// Throws CompileError.
 CIMQualifierType buildQualifierType(const Declaration& declaration, ObjectResolver& objects);
 
-/// Builds the classes of one namespace. Everything throws CompileError.
+/// Builds the classes of one namespace. All functions throw CompileError.
 class ClassBuilder {
 public:
     ClassBuilder(Scope& scope, ObjectResolver& objects);
 
-    /// The class of that name, built; null when nobody knows it.
+    /// Finds and builds the class of that name. Null when it is unknown.
     ClassEntry* find(std::string_view name);
-    /// Builds the class, unless it is built, after what it needs.
+    /// Builds the class and first its superclasses, unless they are built.
     void require(ClassEntry& wanted);
-    /// What a reference has to know of the class of that name: its superclass and the types of its
-    /// keys; null when nobody knows the class. Builds no class, so that a default value may refer
-    /// to the class that it stands in.
+    /// What references need of the class of that name: its superclass and the types of its keys.
+    /// Null when it is unknown. Builds no class, so that a default value may refer to the class
+    /// that declares it.
     const CIMClass* outline(std::string_view name);
-    /// A class that stands on its own, in an embedded object: nothing can refer to it.
+    /// Builds a class that is embedded in a value, which nothing can refer to.
     CIMClass buildUnnamed(const Declaration& declaration);
-    /// Qualifiers as they stand in the text, for elements of any kind.
+    /// Builds the qualifiers of an element of any kind.
     CIMQualifierArray buildQualifiers(const List<Qualifier>& qualifiers);
-    /// Whether the class `name` is the class `className` or below it, as far as its superclasses
-    /// are known: true where they are not. Neither has to be built.
+    /// Whether the class `name` is or inherits from `className`. True when a superclass is unknown.
+    /// Builds no class.
     bool isWithin(std::string_view name, std::string_view className);
 
-    /// The text's classes that were required, superclasses first.
+    /// The classes of the text that were built, superclasses first.
     const Array<const ClassEntry*>& built() const noexcept { return m_built; }
 
 private:
@@ -55,7 +56,7 @@ private:
     Scope& m_scope;
     ObjectResolver& m_objects;
     QualifierTypeLookup m_lookup;
-    /// Qualifiers that were met before, by their text: most are the same few.
+    /// Qualifiers by their text: most are repetitions of a few.
     std::unordered_map<String, CIMQualifier, TextHash, std::equal_to<>> m_repeated;
     Array<const ClassEntry*> m_built;
     size_t m_featureCount = 0;  ///< of the classes that are built, and of outlines

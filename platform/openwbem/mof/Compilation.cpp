@@ -12,13 +12,13 @@ using blocxx::Format;
 
 namespace {
 
-// Sources that include each other in turn would otherwise be read for ever, or, when each includes
-// the next one twice, for as long.
+// Chains of includes may be endless, and sources that each include the next one twice double in
+// number with each level.
 constexpr size_t DEEPEST_INCLUDE = 100;
 constexpr size_t MOST_SOURCES = 20'000;
 // A large file that is included again and again would otherwise take memory out of proportion.
 constexpr size_t MOST_INCLUDED_BYTES = 256U << 20U;
-// Each takes a few thousand bytes, its pragma only two dozen.
+// Each takes a few thousand bytes of memory, but its pragma only two dozen bytes of text.
 constexpr size_t MOST_NAMESPACES = 10'000;
 
 }  // namespace
@@ -155,7 +155,7 @@ void Compilation::enterNamespace(const String& name, const char* at) {
 }
 
 Array<NamespaceContent> Compilation::build() {
-    // All qualifier types first: a class of another namespace may be needed on the way.
+    // All qualifier types first: building a class may need one of another namespace.
     for (Namespace& ns : m_namespaces) {
         const Entered entered(*this, ns);
         for (const Declaration* declaration : ns.scope.qualifierTypes()) {

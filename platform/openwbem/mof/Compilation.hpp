@@ -19,8 +19,8 @@ public:
 
     /// Throws MOFCompilerException, and what the handle throws.
     Array<NamespaceContent> run(Source source, const String& ns);
-    /// The text that run() was given, or nothing when it was too large. What came out of run() may
-    /// not be asked for its place any more.
+    /// The text that was given to run(), or an empty one when it was too large. The places in what
+    /// run() returned are invalid after this.
     String takeText() {
         SourceText* const text = m_sources->first();
         return text != nullptr ? std::move(*text).take() : String();
@@ -46,9 +46,9 @@ private:
         const SourceText* source;
         const Declaration* next;
     };
-    /// Makes a namespace the one that names are looked up in, for as long as it lives.
+    /// Makes a namespace the current one for a scope.
     class Entered;
-    /// Resolves what stands in the values of instances.
+    /// Resolves the objects in the values of instances.
     class InstanceObjects;
 
     // Reading (Compilation.cpp)
@@ -78,7 +78,7 @@ private:
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
     Namespace* homeOf(const CIMObjectPath& path);
     Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
-    /// In what a class declares.
+    /// In default values.
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding, Defaults defaults);
     CIMObjectPath resolveAlias(const Text& name);
@@ -94,15 +94,15 @@ private:
     Defaults m_defaults;
     NodeArena m_arena;
     std::shared_ptr<SourceTexts> m_sources = std::make_shared<SourceTexts>();
-    std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their mention
+    std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their first mention
     FoldedMap<Namespace*> m_namespaceIndex;  ///< the same by name
-    FoldedMap<std::unique_ptr<Namespace>> m_elsewhere;  ///< that only paths lead into
+    FoldedMap<std::unique_ptr<Namespace>> m_elsewhere;  ///< those that only paths name
     Namespace* m_current = nullptr;
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;
     size_t m_includedBytes = 0;
-    unsigned m_depth = 0;       ///< of embedded objects in each other
-    unsigned m_aliasDepth = 0;  ///< of aliases in the keys of what aliases stand for
+    unsigned m_depth = 0;       ///< of nested embedded objects
+    unsigned m_aliasDepth = 0;  ///< of aliases in the keys of instances with aliases
 };
 
 class Compilation::Entered {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Part of MOFCompiler.hpp: files that a MOF text includes.
+// Part of MOFCompiler: reads the files that a MOF text includes.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -23,9 +23,10 @@ constexpr off_t LARGEST_FILE = SourceText::MAX_SIZE;
     BLOCXX_THROW(blocxx::FileSystemException, "Cannot read \"" + path + "\": " + why);
 }
 
-/// The whole file, which may have grown beyond the bytes that it announced.
+/// The whole file, which may have grown since its size was read.
 String readText(blocxx::File& file, const String& path, size_t announced) {
-    // Room for the two bytes that the scanner wants behind the text, so that it stays where it is.
+    // Room for the two bytes that the scanner needs behind the text, so that adding them copies
+    // nothing.
     String text;
     text.reserve(announced + 2);
     if (!blocxx::FileSystem::readAll(file, text,
@@ -35,7 +36,7 @@ String readText(blocxx::File& file, const String& path, size_t announced) {
     return text;
 }
 
-/// A schema has well over a thousand files; each is opened, measured and read once.
+/// Opens, measures and reads the file once: a schema has well over a thousand files.
 Source readFile(const String& path) {
     // O_NONBLOCK: opening a FIFO must not wait for its writer.
     blocxx::File file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));

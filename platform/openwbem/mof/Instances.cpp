@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Instances of the text: each value in the type that the class declares.
+// Part of Compilation: instances.
 #include <unordered_map>
 
 #include "blocxx/Format.hpp"
@@ -19,12 +19,13 @@ namespace {
 // Keys with aliases for values can be much longer than their text.
 constexpr size_t MOST_KEY_BYTES = 128U << 20U;
 
-/// Finds a second instance with the same path: the first would be lost unseen.
+/// Refuses a second instance with the same path, which would silently replace the first.
 class InstancePaths {
 public:
     explicit InstancePaths(const NamespaceContent& content) : m_content(content) {}
 
-    /// Takes the content's last instance, which is named `at`. Throws CompileError.
+    /// Adds the content's last instance, which is declared at `at`. Throws CompileError when its
+    /// path was added before.
     void addLast(const char* at) {
         const size_t last = m_content.instances.size() - 1;
         const CIMObjectPath path = pathOf(last);
@@ -57,11 +58,11 @@ private:
     }
 
     const NamespaceContent& m_content;
-    std::unordered_multimap<size_t, size_t> m_byHash;  ///< to places in the content's instances
+    std::unordered_multimap<size_t, size_t> m_byHash;  ///< to indexes of the content's instances
     size_t m_bytes = 0;
 };
 
-/// The complete instance without what it has from its class. Keys stay where they make its path.
+/// Removes the properties that were not given, except keys that are part of a path.
 CIMInstance withoutDefaults(CIMInstance complete, const CIMInstance& given, NullKeys nullKeys) {
     if (given.getProperties().size() == complete.getProperties().size()) {
         return complete;
@@ -138,7 +139,7 @@ CIMPropertyArray Compilation::assignedProperties(Namespace& ns, ClassEntry& entr
                 String(Format("the property \"%1\" is given twice", assignment.name.view()))};
         }
         assigned[static_cast<size_t>(declared - first)] = true;
-        // Instances do not keep qualifiers of their properties, but these must make sense.
+        // Instances do not keep the qualifiers of their properties. This only checks them.
         ns.classes.buildQualifiers(assignment.qualifiers);
         CIMValue value = assignedValue(*declared, assignment, defaults);
         if (declared->isKey() && value.isNull() && m_depth == 0) {
@@ -182,7 +183,7 @@ void Compilation::buildInstances(Namespace& ns, NamespaceContent& content) {
         content.instances.push_back(buildInstance(ns, *declaration, false, m_defaults));
         content.places.instances.push_back(declaration->name.data);
         paths.addLast(declaration->name.data);
-        // An alias may be looked up for as long as there is anything left to build.
+        // An alias may be looked up until everything is built.
         if (declaration->alias.empty()) {
             NodeArena::release(*declaration);
         }

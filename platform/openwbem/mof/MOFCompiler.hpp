@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compiling MOF (DSP0004 clause 7 and Annex A) into objects. Nothing is written anywhere: names are
-// looked up in the text being compiled first and through a handle second, and the result is handed
-// back. The order of declarations in a text does not matter, except for aliases and pragmas.
+// Compiles MOF (DSP0004 clause 7 and Annex A) into objects, and stores nothing. Names are looked up
+// in the text first and through a handle second. The order of declarations in a text does not
+// matter, except for pragmas.
 #pragma once
 
 #include <functional>
@@ -15,8 +15,8 @@ namespace OpenWBEM::MOF {
 
 /// A text that cannot be compiled. The message is "SOURCE:LINE:COLUMN: error: WHAT", then the
 /// source line and a line with a caret under the column (the line is shortened around it when
-/// long). Where the failure of an operation on a compiled object is told in this form, the error
-/// code is that operation's CIM status.
+/// long). If it reports that an operation on a compiled object failed, the error code is the CIM
+/// status of the operation.
 class MOFCompilerException : public blocxx::Exception {
 public:
     MOFCompilerException(const char* file, int line, const String& message, String source,
@@ -36,34 +36,34 @@ private:
     size_t m_sourceColumn;
 };
 
-/// Opens what `#pragma include ("name")` names: given the name as written and the including
-/// source's name. Its exceptions are reported at the pragma's place.
+/// Reads the text that `#pragma include ("name")` names. Gets the name as written and the name of
+/// the including source. Its exceptions are reported at the place of the pragma.
 using IncludeHandler = std::function<Source(const String& name, const String& includingSource)>;
 
 /// Reads included files relative to the directory of the including file. Throws
-/// blocxx::FileSystemException for what cannot be read, is no regular file, or goes on for more
-/// than blocxx::FileSystem::MAX_CONTENT_SIZE beyond the size that it tells.
+/// blocxx::FileSystemException for a file that cannot be read, is not a regular one, is larger than
+/// SourceText::MAX_SIZE, or grows by more than FileSystem::MAX_CONTENT_SIZE while it is read.
 Source includeFile(const String& name, const String& includingSource);
 
 class SourceTexts;
 
-/// Where the objects of a NamespaceContent are named in their texts, which are kept for it. Each
-/// list stands beside that of the objects.
+/// The places in the source texts that name the objects of a NamespaceContent, in the order of its
+/// lists. Keeps the texts.
 struct ContentPlaces {
-    const char* nameSpace = nullptr;  ///< of the first pragma; null where the caller named it
+    const char* nameSpace = nullptr;  ///< in the first pragma; null when the caller named it
     Array<const char*> qualifierTypes;
     Array<const char*> classes;
     Array<const char*> instances;
     std::shared_ptr<const SourceTexts> texts;
 
-    /// The failure `message` of what was done with the object that is named `at`.
+    /// The exception for an operation on the object at `at` that failed with `message`.
     MOFCompilerException failure(const char* at, const String& message, int errorCode) const;
 };
 
-/// Whether compiled instances hold the defaults of their classes. Who changes classes before
-/// writing the instances leaves them out, and the repository fills them in from the classes of that
-/// moment. Left out is what the text does not say (NULL is said), but not the default of a key, by
-/// which other objects of the text refer to the instance. Instances are checked in the same way.
+/// Whether compiled instances get the defaults of their classes. Use LEFT_OUT when classes may
+/// change before the instances are written: the repository then fills in the defaults. It leaves
+/// out the properties that the text does not set (NULL sets one), except keys, by which other
+/// objects of the text refer to the instance. Both check the instances alike.
 enum class Defaults { FILLED_IN, LEFT_OUT };
 
 /// What a text declares in one namespace, each list in an order in which it can be created:
@@ -86,15 +86,15 @@ Array<NamespaceContent> compile(const Source& source, const CIMOMHandleIFCRef& h
                                 const String& ns, const IncludeHandler& include,
                                 Defaults defaults = Defaults::FILLED_IN);
 
-/// Compiles one text for one namespace into arrays, in the order that NamespaceContent has.
-/// Includes are refused, and so is a namespace pragma that names another namespace than `ns`.
+/// Compiles one text for one namespace into arrays in the order of NamespaceContent. Throws as
+/// compile() does, and for an include or a pragma that names another namespace than `ns`.
 void compileMOF(String mof, const CIMOMHandleIFCRef& handle, const String& ns,
                 Array<CIMInstance>& instances, Array<CIMClass>& classes,
                 Array<CIMQualifierType>& qualifierTypes, const String& sourceName = "MOF",
                 Defaults defaults = Defaults::FILLED_IN);
 
-/// Compiles as compileMOF() does and forgets what comes out. For large texts: `mof` is not copied,
-/// and is given back, also when this throws, unless it is too large to be compiled.
+/// Compiles as compileMOF() does and drops the result. For large texts: does not copy `mof`, which
+/// is unchanged afterwards, also when this throws, but empty when it was too large to be compiled.
 void checkMOF(String& mof, const CIMOMHandleIFCRef& handle, const String& ns,
               const String& sourceName = "MOF");
 

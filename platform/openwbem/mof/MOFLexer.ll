@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0
 
-   The tokens of MOF (DSP0004 Annex A). The text is scanned in place; a token's value is a view of it.
+   The tokens of MOF (DSP0004 Annex A). The text is scanned in place; the value of a token is a view
+   of it.
 
-   No pattern of more than one byte contains a zero byte: the scanner starts a token afresh at each one
-   it meets, so that a long token full of them would take time out of proportion to its length. */
+   No pattern of more than one byte contains a zero byte: the scanner restarts a token at each one,
+   so that a long token full of them would take time out of proportion to its length. */
 %option reentrant bison-bridge noyywrap nodefault never-interactive nounput noinput nounistd
 %option 8bit full caseless
 %option prefix="openwbem_mof_"
@@ -127,7 +128,7 @@ ESCAPE  \\[^\n\r\0]
 \"[^"\\\n\r\0\x80-\xff]*\"      { TEXT_TOKEN(STRING); }
 \"([^"\\\n\r\0]|{ESCAPE})*\"    { checkUtf8(yytext, yyleng); TEXT_TOKEN(STRING); }
 '([^'\\\n\r\0]|{ESCAPE})*'      { checkUtf8(yytext, yyleng); TEXT_TOKEN(CHAR); }
-["']                            { // The scanner has cut the text behind the quote.
+["']                            { // The scanner has overwritten the byte behind the quote.
                                   *yyg->yy_c_buf_p = yyg->yy_hold_char;
                                   OpenWBEM::failQuoted(yytext, yyextra->end,
                                                        *yytext == '"' ? "a string literal"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects as MOF text. A qualifier's type declaration is not known here, so every flavor that its
-// element gives it is written out; what the text says does not depend on any default.
+// Qualifier types are not known here. All flavors are written out, so that the text does not depend
+// on the defaults of the types.
 #include "openwbem/mof/MOFRenderer.hpp"
 
 #include "openwbem/model/CIMDateTime.hpp"
@@ -14,16 +14,16 @@ namespace {
 
 constexpr const char* INDENT = "    ";
 
-/// Where the text stands. What is embedded is a text in a text itself, and old tools that mend
-/// embedded instances line by line (see fennik/mofrepair) take what they find behind "NAME =" up to
-/// the end of the line. So no line of it has both, and no string in it is taken for several lines.
+/// Whether the text becomes a string in another text. Old tools repair embedded instances line by
+/// line (see fennik/mofrepair) and take what follows "NAME =" up to the end of the line. So no line
+/// of an embedded text has both, and no string in it can be taken for several lines.
 enum class Form { PLAIN, EMBEDDED };
 
 String render(const CIMInstance& instance, Form form);
 String render(const CIMClass& cls, Form form);
 
-/// Appends one of the two codes that are no characters, which XML cannot hold, as an escape; gives
-/// back its size, or 0 for anything else.
+/// Appends U+FFFE or U+FFFF, which XML cannot hold, as an escape and returns its size in `text`.
+/// Returns 0 for anything else.
 size_t appendNonCharacter(String& out, std::string_view text) {
     constexpr std::string_view FFFE = "\xEF\xBF\xBE";
     constexpr std::string_view FFFF = "\xEF\xBF\xBF";
@@ -40,7 +40,7 @@ bool needsHexEscape(char c, Form form) {
 }
 
 void appendString(String& out, std::string_view text, Form form = Form::PLAIN) {
-    // Without the line feed and the backslash when that has to be a hex escape.
+    // In an embedded text, the line feed and the backslash are hex escapes instead.
     const std::string_view escaped = form == Form::PLAIN ? "\"\b\t\f\r\n\\" : "\"\b\t\f\r";
     constexpr std::string_view LETTERS = "\"btfrn\\";
     out += '"';
@@ -126,7 +126,7 @@ void appendValue(String& out, const CIMValue& value, Form form = Form::PLAIN) {
     }
 }
 
-/// Each flavor that MOF has a word for, with `separator` between them.
+/// Appends all flavors, with `separator` between them.
 void appendFlavors(String& out, const CIMFlavor& flavor, const char* separator) {
     out += flavor.overridable ? "EnableOverride" : "DisableOverride";
     out += separator;
@@ -152,8 +152,8 @@ void appendQualifier(String& out, const CIMQualifier& qualifier) {
     appendFlavors(out, qualifier.getFlavor(), " ");
 }
 
-/// The element's own qualifiers in brackets, each on a line of its own, then `end`. Nothing at all
-/// when there are none.
+/// Appends the element's own qualifiers in brackets, each on a line of its own, then `end`. Appends
+/// nothing when there are none.
 void appendQualifiers(String& out, const CIMQualifierArray& qualifiers, const String& indent,
                       std::string_view end) {
     const char* separator = "[";
@@ -177,7 +177,7 @@ void appendType(String& out, const CIMDataType& type) {
     out += ' ';
 }
 
-/// The brackets of an array, which stand behind the element's name.
+/// Appends the brackets of an array, which follow the element's name.
 void appendArrayBrackets(String& out, const CIMDataType& type) {
     if (type.isArray()) {
         out += '[';
@@ -188,7 +188,7 @@ void appendArrayBrackets(String& out, const CIMDataType& type) {
     }
 }
 
-/// Whether the property is also in a superclass, as far as it tells.
+/// Whether a superclass has the property, too, as far as the property shows it.
 bool isOverriding(const CIMProperty& property, const String& className) {
     const String& origin = property.getClassOrigin();
     const CIMQualifier* const qualifier = property.getQualifier("Override");
@@ -202,7 +202,7 @@ void appendProperty(String& out, const CIMProperty& property, const String& clas
     appendType(out, property.getDataType());
     out += property.getName();
     appendArrayBrackets(out, property.getDataType());
-    // Without a value the default of the superclass would hold.
+    // Without a value the property would inherit the default of the superclass.
     if (!property.getValue().isNull() || isOverriding(property, className)) {
         out += " = ";
         appendValue(out, property.getValue(), form);
@@ -285,7 +285,7 @@ String render(const CIMInstance& instance, Form form) {
     appendQualifiers(out, instance.getQualifiers(), "", "\n");
     out += "instance of " + instance.getClassName() + "\n{\n";
     for (const CIMProperty& property : instance.getProperties()) {
-        // Null too: a property that is left out would get the default of the class.
+        // Writes null, too: a property that is left out would get the default of the class.
         out += INDENT + property.getName();
         out += form == Form::EMBEDDED ? " =\n        " : " = ";
         appendValue(out, property.getValue(), form);

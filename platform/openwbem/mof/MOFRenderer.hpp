@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects as MOF text (DSP0004 Annex A). The text is exact: compiled again, with the same qualifier
-// types and classes known, it gives an equal object. Of a class only its own features and
-// qualifiers are written, not those propagated from its superclass.
+// Renders objects as MOF (DSP0004 Annex A). Compiling the text again, with the same qualifier types
+// and classes, gives an equal object. Features and qualifiers that a class inherits are left out.
 #pragma once
 
 #include "openwbem/model/CIMClass.hpp"

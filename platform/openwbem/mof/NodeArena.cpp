@@ -16,7 +16,7 @@ NodeArena::Block* NodeArena::endDeclaration() {
     return block;
 }
 
-// The block that is being filled may become empty, too, and be used again.
+// The block that is being filled may become empty, too; it is filled again.
 void NodeArena::release(const Declaration& declaration) noexcept {
     Block& block = *declaration.block;
     if (--block.m_declarations == 0) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values that lead to other objects: paths, aliases, and objects embedded as MOF in a string.
+// Part of Compilation: values that are paths, aliases, or objects embedded as MOF in a string.
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
@@ -13,11 +13,11 @@ using blocxx::Format;
 
 namespace {
 
-// Far more than can be written: each level doubles the backslashes of the one within.
+// More than any text can have: each level doubles the backslashes of the one within.
 constexpr unsigned DEEPEST_OBJECT = 16;
-// Keys that are references to each other; paths in paths have the same backslashes.
+// For aliases whose keys refer to other aliases, which need no backslashes.
 constexpr unsigned DEEPEST_ALIAS = 100;
-// Namespaces that only paths lead into, whose classes are kept for the next path.
+// How many namespaces that only paths name are kept for the next path.
 constexpr size_t MOST_REMEMBERED = 100;
 
 class Depth {
@@ -52,7 +52,7 @@ CIMObjectPath Compilation::resolveReference(const Literal& literal, const String
     return path;
 }
 
-/// The namespace of this text that the path leads into; null for one elsewhere.
+/// The namespace of the text that the path names; null for any other.
 Compilation::Namespace* Compilation::homeOf(const CIMObjectPath& path) {
     if (!path.getHost().empty()) {
         return nullptr;
@@ -64,8 +64,8 @@ Compilation::Namespace* Compilation::homeOf(const CIMObjectPath& path) {
     return found != m_namespaceIndex.end() ? found->second : nullptr;
 }
 
-/// The namespace whose classes tell the most about a path that stands in `from`. Another host most
-/// likely has the same.
+/// The namespace whose classes describe a path in `from`. Ignores the host, which most likely has
+/// the same classes.
 Compilation::Namespace& Compilation::namespaceOf(const CIMObjectPath& path, Namespace& from) {
     const String& name = path.getNameSpace();
     if (name.empty()) {
@@ -82,7 +82,7 @@ Compilation::Namespace& Compilation::namespaceOf(const CIMObjectPath& path, Name
     return *other;
 }
 
-/// What is known of the class decides: a reference may lead to an instance that is not there yet.
+/// Checks only the class, as far as it is known: the instance may not exist yet.
 void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& className,
                                       const char* at) {
     Namespace* const home = homeOf(path);
@@ -96,9 +96,9 @@ void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& c
     }
 }
 
-/// Gives the keys the types that the class says, where the class is known. Beyond this text's
-/// namespaces a path that does not fit its class stays as it is written: it may name what is not
-/// there.
+/// Gives the keys the types of the class, when it is known. A path that does not fit its class is
+/// an error in the namespaces of the text. Elsewhere it stays as it is written: it may name an
+/// object that does not exist.
 void Compilation::syncPath(CIMObjectPath& path, Namespace& from, unsigned depth) {
     if (path.isClassPath() || depth > DEEPEST_OBJECT) {
         return;
@@ -160,8 +160,8 @@ CIMObjectPath Compilation::resolveAlias(const Text& name) {
     return path;
 }
 
-/// The class of the instance that an alias stands for, whole or as much as its path needs: only
-/// the default of a key takes the whole class, which may just be being built.
+/// The class of an alias's instance, or its outline when the text gives all keys. Only the default
+/// of a key needs the whole class, which may be in the process of being built.
 const CIMClass& Compilation::classForPath(Alias& alias, const Assignments& assignments) {
     const Declaration& declaration = *alias.declaration;
     if (const CIMClass* const outline = alias.home->classes.outline(declaration.name.view())) {
@@ -176,8 +176,8 @@ const CIMClass& Compilation::classForPath(Alias& alias, const Assignments& assig
     return classOf(*alias.home, declaration).cls;
 }
 
-/// The path of what an alias stands for. Only the values of the keys are made, since the others may
-/// lead back here.
+/// The path of an alias's object. Makes only the values of the keys, since the others may refer to
+/// the alias again.
 CIMObjectPath Compilation::pathOf(Alias& alias) {
     const Declaration& declaration = *alias.declaration;
     CIMObjectPath path;

@@ -4,7 +4,7 @@
 #include "MOFGrammar.hpp"
 #include "openwbem/text/Scanner.hpp"
 
-// The scanner's header needs the name that the grammar's prefix changed.
+// The scanner's header uses YYSTYPE, which the grammar's prefix has renamed.
 #define YYSTYPE OPENWBEM_MOF_STYPE
 #include "MOFLexer.hpp"
 
@@ -54,7 +54,7 @@ Text currentToken(void* scanner) {
     return {openwbem_mof_get_text(scanner), static_cast<uint32_t>(openwbem_mof_get_leng(scanner))};
 }
 
-/// The same, empty and at the very end where the text is at its end.
+/// The current token, or an empty one at the end of the text.
 Text foundToken(void* scanner, const SourceText& source) {
     const Text found = currentToken(scanner);
     const bool atEnd = found.data >= source.end() || found.size == 0;
@@ -65,7 +65,7 @@ String describe(const Text& token) {
     return token.size == 0 ? String("the end of the text") : inQuotes(token.view());
 }
 
-/// The token before the one at `at`. Tokens do not remember their predecessors, as only errors ask.
+/// The token before the one at `at`. Scans the text again, since only errors need it.
 Text tokenBefore(SourceText& source, const char* at) {
     MofScanner scanner(source);
     OPENWBEM_MOF_STYPE value;

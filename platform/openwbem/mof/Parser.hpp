@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From a text to its syntax tree, and the pieces that the generated scanner and grammar share.
+// Parses a text into its syntax tree; also what the generated scanner and grammar share.
 #pragma once
 
 #include <new>
@@ -11,7 +11,7 @@
 
 namespace OpenWBEM::MOF {
 
-/// What the grammar's actions build with.
+/// Makes the nodes for the grammar's actions.
 class ParseContext {
 public:
     ParseContext(SourceText& source, NodeArena& arena) : m_source(source), m_arena(arena) {}
@@ -42,20 +42,19 @@ private:
 /// Parses `source`; the nodes live in `arena`. Throws CompileError.
 List<Declaration> parse(SourceText& source, NodeArena& arena);
 
-/// Runs the scanner alone over `source` and returns the number of its tokens: the measure of what
-/// compiling may cost. Throws CompileError.
+/// Counts the tokens of `source`, a measure of what compiling it may cost. Throws CompileError.
 size_t countTokens(SourceText& source);
 
-// For the grammar, which hands its scanner over.
+// For the grammar, which passes its scanner.
 
-/// Throws the CompileError for the scanner's current token, where one of `expected` should stand.
+/// Throws the CompileError for the scanner's current token, which should be one of `expected`.
 [[noreturn]] void failSyntax(void* scanner, SourceText& source,
                              const std::vector<const char*>& expected);
 
-/// Which token stands where a type should: the scanner's current one, or the one before it, which
-/// would be the class of a reference if "ref" followed.
+/// Which token should be a type: the scanner's current one, or the one before it, which would be
+/// the class of a reference if "ref" followed.
 enum class UnknownType { FOUND, BEFORE };
-/// Throws the CompileError for a name that is no type.
+/// Throws the CompileError for a name that is not a type.
 [[noreturn]] void failUnknownType(void* scanner, SourceText& source, UnknownType which);
 
 }  // namespace OpenWBEM::MOF

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Qualifiers and their types (DSP0004 5.5.4, 7.5.4, 7.8).
+// Builds qualifiers and qualifier types (DSP0004 5.5.4, 7.5.4, 7.8).
 #include <array>
 
 #include "blocxx/Format.hpp"
@@ -33,7 +33,7 @@ void applyFlavor(CIMFlavor& flavor, const Text& word) {
     }
 }
 
-/// Of words that exclude each other (DSP0004 7.8), the last one would win unseen.
+/// Refuses flavors that exclude each other (DSP0004 7.8): the last one would silently win.
 void refuseContradiction(const List<Word>& words, std::string_view one, std::string_view other) {
     bool foundOne = false;
     bool foundOther = false;

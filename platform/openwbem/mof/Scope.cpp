@@ -52,7 +52,8 @@ void Scope::define(const Declaration& declaration, CIMQualifierType qualifierTyp
     entry.known = true;
 }
 
-/// Whether the handle's failure says only that the object is not there.
+/// Whether the handle's failure only means that the object does not exist. Throws CompileError for
+/// a pragma that names a namespace that does not exist.
 bool Scope::isAbsence(const CIMException& e) const {
     switch (e.getErrNo()) {
         case CIMException::NOT_FOUND:

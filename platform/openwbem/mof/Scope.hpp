@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The names of one namespace: what the text declares in it, and behind that what the handle knows.
+// The names of one namespace: those that the text declares in it, then those of the handle.
 #pragma once
 
 #include <deque>
@@ -14,12 +14,11 @@
 
 namespace OpenWBEM::MOF {
 
-/// A class that is known by name: declared in the text and built when it is asked for, or the
-/// handle's.
+/// A class of the text, which is built on demand, or a class of the handle.
 struct ClassEntry {
     enum State : uint8_t { DECLARED, BEING_BUILT, BUILT };
-    const Declaration* declaration = nullptr;  ///< null for one of the handle's
-    ClassEntry* super = nullptr;               ///< null until it has been looked for
+    const Declaration* declaration = nullptr;  ///< null for a class of the handle
+    ClassEntry* super = nullptr;               ///< null until it has been looked up
     State state = DECLARED;
     CIMClass cls;                     ///< derived, once it is built
     std::optional<CIMClass> outline;  ///< see ClassBuilder::outline
@@ -29,17 +28,17 @@ struct ClassEntry {
     const CIMProperty* findProperty(std::string_view name);
 };
 
-/// How a namespace came up: that decides what it means when the handle does not have it.
+/// What named a namespace, which decides what it means when the handle does not have it.
 struct NamespaceMention {
     enum Kind : uint8_t { START, PRAGMA, PATH };
     Kind kind = START;
-    const char* at = nullptr;  ///< of a PRAGMA
+    const char* at = nullptr;  ///< the place of a PRAGMA
 };
 
 class Scope {
 public:
-    /// `handle` may be null. A namespace that the handle does not have, or does not let the caller
-    /// read, holds nothing when only a PATH leads into it.
+    /// `handle` may be null. A namespace that only a PATH names is empty when the handle does not
+    /// have it or denies access to it.
     Scope(String nameSpace, CIMOMHandleIFCRef handle, NamespaceMention mention = {});
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
@@ -47,14 +46,15 @@ public:
     const String& nameSpace() const noexcept { return m_nameSpace; }
     const NamespaceMention& mention() const noexcept { return m_mention; }
 
-    /// Enters what a text declares. Throws CompileError for what is declared already.
+    /// Adds a declaration of the text. Throws CompileError when the name is declared already.
     void declare(const Declaration& declaration);
     const std::deque<const Declaration*>& qualifierTypes() const { return m_qualifierTypeOrder; }
     const std::deque<ClassEntry*>& classes() const { return m_classOrder; }
     const std::deque<const Declaration*>& instances() const { return m_instances; }
 
+    /// Adds the qualifier type that was built from a declaration.
     void define(const Declaration& declaration, CIMQualifierType qualifierType);
-    /// The qualifier type of that name, or null. It stays where it is.
+    /// The qualifier type of that name, or null. The pointer stays valid.
     const CIMQualifierType* findQualifierType(std::string_view name);
     /// The class of that name, or null; not necessarily built.
     ClassEntry* findClass(std::string_view name);
@@ -73,7 +73,7 @@ private:
     CIMOMHandleIFCRef m_handle;
     NamespaceMention m_mention;
     FoldedMap<QualifierEntry> m_qualifierTypes;
-    FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: looked for, not there
+    FoldedMap<std::unique_ptr<ClassEntry>> m_classes;  ///< a null entry: does not exist
     std::deque<const Declaration*> m_qualifierTypeOrder;
     std::deque<ClassEntry*> m_classOrder;
     std::deque<const Declaration*> m_instances;

@@ -16,7 +16,8 @@ public:
     size_t size() const noexcept { return m_texts.size(); }
     /// The first, or null.
     SourceText* first() noexcept { return m_texts.empty() ? nullptr : &m_texts.front(); }
-    /// The exception for an error in one of them; one that stands in none is told at the beginning.
+    /// The exception for an error in one of the texts. Its place is the beginning of the first text
+    /// when the error is in none of them.
     MOFCompilerException describe(const CompileError& error,
                                   int errorCode = blocxx::Exception::UNKNOWN_ERROR_CODE) const;
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the grammar makes of a MOF text: plain nodes in an arena, linked in text order, whose texts
-// are views of the source. A node's place in the source is where its text points. Nodes are never
-// freed one by one and hold nothing that would have to be.
+// The syntax tree of a MOF text: plain nodes in an arena, linked in text order. Their texts are
+// views of the source, which also give their place in it. Nodes are freed without being destroyed,
+// so they own nothing.
 #pragma once
 
 #include "openwbem/model/CIMDataType.hpp"
@@ -36,13 +36,13 @@ struct List {
     Iterator end() const noexcept { return {nullptr}; }
 };
 
-/// A further literal of a string that is written in pieces, or a word of a list.
+/// A word of a list, or one of the further literals of a string.
 struct Word {
     Text text;
     Word* next;
 };
 
-/// One constant value; an element of an array.
+/// A constant value or an element of an array.
 struct Literal {
     enum Kind : uint8_t { NULL_VALUE, TRUE_VALUE, FALSE_VALUE, INTEGER, REAL, CHAR, STRING, ALIAS };
     Text text;        ///< the token, quotes included
@@ -53,7 +53,7 @@ struct Literal {
     const char* end() const noexcept { return more.empty() ? text.end() : more.last->text.end(); }
 };
 
-/// The value behind "=" or of a qualifier.
+/// The value after "=" or of a qualifier.
 struct Initializer {
     enum Form : uint8_t { NONE, SCALAR, ARRAY };
     Literal* first;  ///< null for an empty array
@@ -69,7 +69,7 @@ struct Qualifier {
     Qualifier* next;
 };
 
-/// A declared type: its keyword, or the class that a reference leads to.
+/// A declared type: its keyword, or the class of a reference.
 struct TypeName {
     const char* data;
     uint32_t size;
@@ -78,7 +78,7 @@ struct TypeName {
     std::string_view view() const noexcept { return {data, size}; }
 };
 
-/// "[]", "[5]" or nothing: then `data` is null.
+/// "[]", "[5]" or nothing, which has a null `size.data`.
 struct ArraySuffix {
     Text size;
 
@@ -113,8 +113,8 @@ struct Assignment {
     Assignment* next;
 };
 
-/// A production at the top of the text. The fields that a kind does not have are empty. Its parts
-/// live as long as it has not been released.
+/// A declaration or pragma at the top of the text. The fields that its kind does not have are
+/// empty. Its parts live until it is released (NodeArena).
 struct Declaration {
     enum Kind : uint8_t { PRAGMA, QUALIFIER_TYPE, CLASS, INSTANCE };
     Kind kind;
@@ -124,12 +124,12 @@ struct Declaration {
     Text superClass;
     List<Feature> features;
     List<Assignment> assignments;
-    TypeName type;  ///< the rest: of a qualifier type, `value` also of a pragma
+    TypeName type;  ///< the fields from here are of a qualifier type, `value` also of a pragma
     ArraySuffix array;
     Initializer value;
     List<Word> scopes;
     List<Word> flavors;
-    NodeArena::Block* block;  ///< of its parts
+    NodeArena::Block* block;  ///< holds its parts
     Declaration* next;
 };
 

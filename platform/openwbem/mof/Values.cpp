@@ -48,7 +48,7 @@ void require(const Literal& literal, Literal::Kind kind, const char* expected) {
                        inQuotes(literal.text.view()) + " is out of range for " + type};
 }
 
-// One literal as a C++ value of the declared type.
+// Convert a literal to a C++ value of the declared type. Throw CompileError.
 
 void convert(const Literal& literal, bool& value) {
     if (literal.kind != Literal::TRUE_VALUE && literal.kind != Literal::FALSE_VALUE) {
@@ -197,7 +197,7 @@ CIMValue makeObject(const Literal& literal, const CIMDataType& type, const Embed
         if (e.getErrNo() != CIMException::INVALID_PARAMETER) {
             throw;  // the handle's own failure
         }
-        // Objects nested too deep in each other.
+        // The objects are nested too deep.
         throw CompileError{literal.text.data, e.getMessage()};
     }
 }
@@ -220,7 +220,7 @@ CIMValue makeObjects(const Initializer& initializer, const CIMDataType& type,
         elementType = found != CIMDataType::INVALID ? found : elementType;
     }
     if (elementType == CIMDataType::INVALID) {
-        // Nothing in it tells what it holds; a declared string array holds none of anything.
+        // No element shows a type: the array is empty or has only nulls.
         elementType = type.getType();
     }
     try {

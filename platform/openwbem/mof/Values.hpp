@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From an initializer and a declared type to a value of that type.
+// Makes values of a declared type from initializers.
 #pragma once
 
 #include "openwbem/model/CIMValue.hpp"
@@ -12,10 +12,10 @@ namespace OpenWBEM::MOF {
 /// The text of a string, all its pieces joined. Throws CompileError.
 String readString(const Literal& literal);
 
-/// Makes the values that need to know other objects. Both throw CompileError.
+/// Makes the values that depend on other objects. Both functions throw CompileError.
 class ObjectResolver {
 public:
-    /// `className` is the class that the reference is declared to lead to.
+    /// `className` is the declared class of the reference.
     virtual CIMObjectPath resolveReference(const Literal& literal, const String& className) = 0;
     /// An instance or class from its MOF.
     virtual CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) = 0;
@@ -24,8 +24,8 @@ protected:
     ~ObjectResolver() = default;
 };
 
-/// The value of `initializer` in the declared `type`; the null value for none. `at` is where an
-/// empty array stands for messages. Throws CompileError.
+/// The value of `initializer` in the declared `type`; null when there is none. `at` is the place of
+/// an empty array, for messages. Throws CompileError.
 CIMValue makeValue(const Initializer& initializer, const CIMDataType& type,
                    const Embedding& embedding, ObjectResolver& objects, const char* at);
 
