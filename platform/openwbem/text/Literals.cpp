@@ -25,12 +25,12 @@ int digitOf(char c) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-/// Reads escape sequences of a literal's contents.
+/// Reads the escape sequences in a literal.
 class EscapeReader {
 public:
     explicit EscapeReader(const char* end) : m_end(end) {}
 
-    /// The UTF-16 code unit of the escape that begins at `at`, which is moved past it.
+    /// The UTF-16 code unit of the escape at `at`. Moves `at` past it.
     uint32_t next(const char*& at) const {
         const char* const begin = at;
         const char kind = at[1];
@@ -80,7 +80,7 @@ private:
     const char* m_end;
 };
 
-/// Appends the character that begins with the escape at `at`: two escapes may be one character.
+/// Appends the character of the escape at `at`, or of the two escapes of a surrogate pair.
 void appendEscaped(String& out, const EscapeReader& reader, const char*& at) {
     const char* const begin = at;
     uint32_t codePoint = reader.next(at);

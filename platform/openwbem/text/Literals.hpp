@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What single tokens of a text mean, as yet without a type: numbers, and what stands in quotes
-// (DSP0004 7.11 and Annex A).
+// The values of number tokens and quoted tokens (DSP0004 7.11 and Annex A).
 #pragma once
 
 #include "openwbem/text/SourceText.hpp"
@@ -22,10 +21,10 @@ void appendString(String& out, const Text& token);
 String readString(const Text& token);
 /// The code unit of a character literal. Throws CompileError.
 char16_t readChar(const Text& token);
-/// Throws the CompileError for the quote at `begin`, which begins nothing that the scanner knows:
-/// why is found in what follows, up to `end`. `what` has its article: "a string literal".
+/// Throws the CompileError for the quote at `begin`, which begins no valid token. Finds the reason
+/// in the text up to `end`. `what` is the token's name with its article: "a string literal".
 [[noreturn]] void failQuoted(const char* begin, const char* end, std::string_view what);
-/// A real number; integers are reals too. False when it is out of range.
+/// Reads a real number or an integer. False when it is out of range.
 bool readReal(std::string_view token, float& value) noexcept;
 bool readReal(std::string_view token, double& value) noexcept;
 

@@ -10,12 +10,12 @@ namespace OpenWBEM {
 
 namespace {
 
-// What is shown of a line on either side of its error.
+// How many characters are shown before and after an error in its line, and of a token.
 constexpr size_t SHOWN_BEFORE = 60;
 constexpr size_t SHOWN_AFTER = 40;
 constexpr size_t SHOWN_OF_TOKEN = 40;
 
-/// The length of the character at the beginning of `text`, 1 where that is not valid UTF-8.
+/// The length of the first character of `text`, or 1 when it is not valid UTF-8.
 size_t characterLength(std::string_view text, bool& valid) {
     for (size_t length = 1; length <= std::min<size_t>(4, text.size()); ++length) {
         if (Utf8::findInvalid(text.substr(0, length)) == std::string_view::npos) {
@@ -27,7 +27,7 @@ size_t characterLength(std::string_view text, bool& valid) {
     return 1;
 }
 
-/// Splits into characters that may be printed, each as its own text.
+/// Splits `text` into characters, with a replacement for those that must not be printed.
 StringArray printable(std::string_view text) {
     StringArray characters;
     while (!text.empty()) {
@@ -47,8 +47,8 @@ StringArray printable(std::string_view text) {
     return characters;
 }
 
-/// How many columns of a terminal a character takes that printable() made: most take one. Rows for
-/// the scripts that are in use, by Unicode's East_Asian_Width and General_Category.
+/// How many columns of a terminal a character from printable() takes. The table has the ranges of
+/// the scripts in use by Unicode's East_Asian_Width and General_Category; others take one column.
 size_t columnsOf(std::string_view character) {
     struct Range {
         uint32_t first;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A text that is being read by a scanner: its bytes stay where they are as long as it lives, so
-// that tokens can be views of it, and any pointer into it can be turned into a line and a column
-// when an error has to be told.
+// A text that a scanner reads. Its bytes do not move, so that tokens can be views of it and
+// messages can show a pointer into it as a line and a column.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +11,7 @@
 
 namespace OpenWBEM {
 
-/// Which file a text comes from, whatever name led there; all zero for a text from elsewhere.
+/// The file that a text comes from, whatever its name; all zero for a text from elsewhere.
 struct FileIdentity {
     uint64_t device = 0;
     uint64_t inode = 0;
@@ -21,14 +20,14 @@ struct FileIdentity {
     friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
 };
 
-/// A text and the name it has in messages.
+/// A text and its name in messages.
 struct Source {
     String name;
     String text;
     FileIdentity file{};
 };
 
-/// A piece of a text. A plain struct, since it has to live in a parser's union.
+/// A piece of a text. A plain struct, since it is a member of the parsers' unions.
 struct Text {
     const char* data;
     uint32_t size;
@@ -38,8 +37,8 @@ struct Text {
     bool empty() const noexcept { return size == 0; }
 };
 
-/// What is wrong, and where in a text. Internal to those who read texts: what leaves them is an
-/// exception of their own.
+/// An error at a place in a text. Internal to the readers of texts, which turn it into their own
+/// exceptions.
 struct CompileError {
     const char* at;
     String what;
@@ -47,31 +46,31 @@ struct CompileError {
 
 class SourceText {
 public:
-    /// A scanner counts in int.
+    /// In bytes, which a scanner counts in int.
     static constexpr size_t MAX_SIZE = size_t{1} << 30;
 
-    /// Takes the source over. Throws CompileError, at no place, when it is larger than MAX_SIZE.
+    /// Throws CompileError with a null place when the text is larger than MAX_SIZE.
     explicit SourceText(Source source);
     SourceText(const SourceText&) = delete;
     SourceText& operator=(const SourceText&) = delete;
 
     const String& name() const noexcept { return m_name; }
-    /// Whether `source` is the same text under this name or, as a file, another one.
+    /// Whether `source` has the same name or is the same file.
     bool isSameAs(const Source& source) const noexcept {
         return m_name == source.name || (m_file && m_file == source.file);
     }
-    /// Behind the byte order mark, when there is one.
+    /// After the byte order mark, when there is one.
     const char* begin() const noexcept { return m_text.data() + m_mark; }
     const char* end() const noexcept { return m_text.data() + m_size; }
-    /// The text and the two zero bytes behind it that a scanner needs; it writes to them while it
-    /// runs.
+    /// The text and the two zero bytes behind it that a scanner needs. The scanner writes to them
+    /// while it runs.
     char* scannerBuffer() noexcept { return m_text.data() + m_mark; }
     size_t scannerBufferSize() const noexcept { return m_text.size() - m_mark; }
 
     /// Whether `at` points into the text or to its end.
     bool contains(const char* at) const noexcept { return at >= begin() && at <= end(); }
 
-    /// The text as it was taken over; nothing may use this one any more.
+    /// The text as it was given. This object must not be used afterwards.
     String take() &&;
 
     struct Place {
@@ -91,8 +90,7 @@ private:
     size_t m_mark = 0;
 };
 
-/// A token for messages: in quotes, shortened when long, without anything that a terminal would
-/// obey.
+/// A token for messages: in quotes, shortened when long, without control characters.
 String inQuotes(std::string_view token);
 
 }  // namespace OpenWBEM
