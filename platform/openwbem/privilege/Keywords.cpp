@@ -12,8 +12,8 @@ struct Keyword {
     Form form;
 };
 
-// The path lists bear the names of the POSIX calls that they allow; open is three of them, since
-// what it allows depends on its mode.
+// Path lists have the names of the POSIX calls that they allow. open has three, one for each access
+// mode.
 constexpr Keyword KEYWORDS[] = {
     {"unpriv_user", Form::ONE_USER},
     {"include", Form::ONE_INCLUDE},

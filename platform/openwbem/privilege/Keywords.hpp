@@ -13,7 +13,7 @@ namespace OpenWBEM::PrivilegeConfig {
 /// The form of a statement's list.
 enum class Form { ONE_USER, ONE_INCLUDE, PATHS, MONITORED_COMMANDS, USER_COMMANDS };
 
-/// The form of the statements that `word` begins; nothing when it is no keyword.
+/// The form of the statements that `word` begins; none when it is not a keyword.
 std::optional<Form> findKeyword(std::string_view word) noexcept;
 
 /// All keywords, for messages.

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The privilege configuration: the text that says as which user a monitored process runs, which
-// paths it may use in which way, and which programs it may start with which arguments. Written for
-// those who check such texts; nothing here enforces them. docs/privilege-files.md describes the
-// language.
+// Parses privilege configurations. Such a text says as which user a monitored process runs, which
+// paths it may use in which way, and which programs it may start with which arguments. Nothing here
+// enforces it. docs/privilege-files.md describes the language.
 #pragma once
 
 #include <cstddef>
@@ -20,12 +19,12 @@ using blocxx::Array;
 using blocxx::String;
 using blocxx::StringArray;
 
-/// The most bytes that a text and everything that it includes may have together.
+/// The greatest size of a text together with everything that it includes, in bytes.
 constexpr size_t MAX_TEXT_SIZE = size_t{4} * 1024 * 1024;
 /// How deep includes may nest.
 constexpr unsigned MAX_INCLUDE_DEPTH = 16;
 
-/// A program with exactly the arguments that it may be started with: `path args... @ name`.
+/// A program that may be started with exactly these arguments: `path args... @ name`.
 struct CheckedCommand {
     String path;
     StringArray args;
@@ -34,7 +33,7 @@ struct CheckedCommand {
     friend bool operator==(const CheckedCommand&, const CheckedCommand&) = default;
 };
 
-/// What a text says, its includes taken in where they stand.
+/// The contents of a text, with its includes in their places.
 struct Privileges {
     String unpriv_user;  ///< empty when the text names none
     /// The items of the path lists in their order, by keyword ("open_r", "stat" ...).
@@ -45,20 +44,19 @@ struct Privileges {
     friend bool operator==(const Privileges&, const Privileges&) = default;
 };
 
-/// Where the text of an `include { name }` comes from. What the handler throws passes through the
-/// parser unchanged.
+/// Reads the texts that `include { name }` names. Its exceptions pass through the parser unchanged.
 class IncludeHandler {
 public:
     virtual ~IncludeHandler() = default;
-    /// The text of that name; it is read to its end before endInclude() is called. Never null.
+    /// The text of that name, or null when there is none, which is a ParseException.
     virtual std::unique_ptr<std::istream> getInclude(const String& name) = 0;
-    /// The text that getInclude() gave last, and that has not ended yet, has been parsed. Not
-    /// called after a failure.
+    /// Called when the innermost text from getInclude() has been parsed. Not called after a
+    /// failure.
     virtual void endInclude() = 0;
 };
 
-/// The text breaks the language. getMessage() says how; lines and columns count from one, columns
-/// in characters. Inside an included text the place is one of that text, and the message names it.
+/// A text is not valid; getMessage() says why. Lines and columns count from one, columns in
+/// characters. An error in an included text has its place there, and the message names that text.
 class ParseException : public blocxx::Exception {
 public:
     ParseException(const char* file, int line, const String& message, size_t textLine,
@@ -77,8 +75,8 @@ private:
     size_t m_textColumn;
 };
 
-/// Parses `text` into `privileges`, whose earlier contents go. Throws ParseException, and whatever
-/// the handler throws; `privileges` is then as before.
+/// Replaces `privileges` by the contents of `text`. Throws ParseException and what the handler
+/// throws; `privileges` is then unchanged.
 void openwbem_privconfig_parse(const String& text, IncludeHandler& handler, Privileges& privileges);
 
 }  // namespace OpenWBEM::PrivilegeConfig

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0
 
-   The tokens of a privilege configuration. The text is scanned in place; a token's value is a view of
-   it. What could be taken for something else than what was meant is refused, not guessed.
+   The tokens of a privilege configuration. The text is scanned in place; the value of a token is a
+   view of it. Ambiguous text is an error.
 
-   No pattern of more than one byte contains a zero byte: the scanner starts a token afresh at each one
-   it meets, so that a long token full of them would take time out of proportion to its length. */
+   No pattern of more than one byte contains a zero byte: the scanner restarts a token at each one,
+   so that a long token full of them would take time out of proportion to its length. */
 %option reentrant bison-bridge noyywrap nodefault never-interactive nounput noinput nounistd
 %option 8bit full
 %option prefix="openwbem_privgrammar_"
@@ -98,7 +98,7 @@ QUOTED  \"([^"\\\n\r\0]|\\[^\n\r\0])*\"
     "@"                 { return '@'; }
     "{"                 { return '{'; }
     "}"                 { BEGIN(INITIAL); return '}'; }
-    \"                  { // The scanner has cut the text behind the quote.
+    \"                  { // The scanner has overwritten the byte behind the quote.
                           *yyg->yy_c_buf_p = yyg->yy_hold_char;
                           OpenWBEM::failQuoted(yytext, yyextra->end, "an item"); }
     "\\"                { fail(yytext, "'\\' outside quotes: put the whole item into double "

@@ -9,7 +9,7 @@
 #include "openwbem/text/Literals.hpp"
 #include "openwbem/text/Scanner.hpp"
 
-// The scanner's header needs the name that the grammar's prefix changed.
+// The scanner's header uses YYSTYPE, which the grammar's prefix has renamed.
 #define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
 #include "PrivilegeLexer.hpp"
 
@@ -73,7 +73,7 @@ void Reader::include(const char* at, const String& name) {
 String Reader::contentsOf(const char* at, const String& name, std::istream& in) const {
     String text;
     std::array<char, 16384> block{};
-    // A stream that never ends is left once it is longer than what may be parsed.
+    // Stops reading when the text is too long to be parsed: the stream may be endless.
     while (in.good() && m_size + text.size() <= MAX_TEXT_SIZE) {
         in.read(block.data(), block.size());
         text.append(block.data(), static_cast<size_t>(in.gcount()));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the actions of the grammar and the scanner do. One Reader serves a text and everything that
-// it includes; each of these texts has a Statements of its own.
+// The actions of the grammar. One Reader serves a text and everything that it includes; each of
+// these texts has its own Statements.
 #pragma once
 
 #include "openwbem/privilege/PrivilegeConfig.hpp"
@@ -13,11 +13,11 @@ class Reader {
 public:
     Reader(IncludeHandler& handler, Privileges& out) : m_handler(handler), m_out(out) {}
 
-    /// Parses a text of which `where` says in messages what it is ("" for the outermost). Throws
+    /// Parses a text. Messages begin with `where`, which is "" for the outermost text. Throws
     /// ParseException and what the handler throws.
     void read(const String& text, const String& where);
 
-    /// The statement `include { name }` at `at`. Throws CompileError besides.
+    /// The statement `include { name }` at `at`. Throws as read() does, and CompileError.
     void include(const char* at, const String& name);
     /// The statement `unpriv_user { name }` at `at`. Throws CompileError.
     void setUser(const char* at, String name);
@@ -56,7 +56,7 @@ private:
     Array<CheckedCommand>* m_commands = nullptr;
 };
 
-/// What an item stands for: a bare one for itself, one in quotes for its unescaped contents. Throws
+/// The value of an item: a bare item itself, or the unescaped contents of a quoted one. Throws
 /// CompileError.
 String valueOf(const Text& item);
 
