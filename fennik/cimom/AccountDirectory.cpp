@@ -64,7 +64,7 @@ File open(const String& path) {
 
 blocxx::StringArray fileNames(const File& directory) {
     const int fd = directory.getFileDescriptor();
-    // A descriptor of its own, so that every listing begins at the beginning.
+    // A new descriptor, so that each listing starts at the first entry.
     const int own = ::openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, CloseListing> listing(own < 0 ? nullptr : ::fdopendir(own));
     if (!listing) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Work of root in directories that belong to the daemon's account, which may rename what is in them
-// and put other things in its place at any time: everything is done relative to directories that
-// are open, and no link is followed. All of it throws FileSystemException.
+// File access, as root, in directories that belong to the daemon's account. The account may rename
+// or replace their entries at any time, so every call is relative to an open directory and follows
+// no link. Every function throws FileSystemException.
 #pragma once
 
 #include "blocxx/File.hpp"
@@ -12,16 +12,15 @@ namespace KOVNS2::AccountDirectory {
 
 using blocxx::String;
 
-/// Opens the directory that the last name of the path stands in. Nobody but root can put anything
-/// in that one's place.
+/// Opens the parent directory of `path`. Only root may be able to replace the parent itself.
 blocxx::File openParentOf(const String& path);
-/// Opens the one that stands in `parent` under the last name of the path.
+/// Opens the directory in `parent` whose name is the last component of `path`.
 blocxx::File openIn(const blocxx::File& parent, const String& path);
-/// Opens the directory at the path.
+/// Opens the directory `path`.
 blocxx::File open(const String& path);
-/// The names of everything in it but its subdirectories.
+/// The names of all entries except subdirectories.
 blocxx::StringArray fileNames(const blocxx::File& directory);
-/// Puts the directory at the path, with its files, on the disk.
+/// Syncs the directory `path` and the regular files in it.
 void sync(const String& path);
 
 }  // namespace KOVNS2::AccountDirectory

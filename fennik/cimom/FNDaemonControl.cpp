@@ -17,7 +17,7 @@ using blocxx::Logger;
 
 namespace {
 
-// A daemon with a large repository may take long; a whole day means that it hangs.
+// A daemon with a large repository may take long. After a day it is assumed to hang. In seconds.
 constexpr int INIT_SCRIPT_TIME_LIMIT = 86400;
 
 void runOrThrow(const String& command, const char* messageHead, int errorCode) {
@@ -36,7 +36,7 @@ int runInitScript(const String& command, String& output) {
     BLOCXX_LOG_DEBUG(logger, Format("Runing init script with command \"%1\"", command));
     const String commandLine = Layout::INIT_SCRIPT + (" " + command);
     blocxx::Process::Status status;
-    // Half a start or a stop is worse than either.
+    // A signal must not interrupt the script halfway through a start or a stop.
     const blocxx::Interruption::Deferred deferred;
     executeUnprivileged(blocxx::tokenize(commandLine), output, "InitScript: ", "", &status,
                         INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment(),
@@ -75,7 +75,7 @@ void restartCimomIfRunning(bool buildSystem) {
 
 namespace {
 
-/// A message that cannot be logged must not make a guard's end throw.
+/// Ignores a failure to log: it is called from a destructor.
 void logError(const String& message) noexcept {
     try {
         Logger("fennik").error(message, __FILE__, __LINE__);

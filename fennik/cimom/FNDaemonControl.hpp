@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The daemon, managed through its init script only. A script that does not end by itself, or that
-// fails to stop, start or restart the daemon, is a FennikException.
+// Controls the daemon, through its init script only. Throws FennikException when the script is
+// killed, cannot be run, or fails to stop, start or restart the daemon.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -10,22 +10,22 @@ namespace KOVNS2 {
 
 using blocxx::String;
 
-/// Runs the init script with `command`, as at boot: a daemon that it starts outlives this run and
-/// must not have its caller's limits. What it prints goes to `output`. Returns its exit status.
+/// Runs the init script with `command` and returns its exit status; `output` receives what it
+/// prints. The script gets the resource limits of boot, because the daemon outlives this run.
 int runInitScript(const String& command, String& output);
-/// 0 when the daemon runs, anything else when it does not.
+/// 0 when the daemon is running, any other value when it is not.
 int cimomStatus();
 void stopOwcimomd();
 void startOwcimomd();
-/// Does nothing for a build system or when the daemon does not run.
+/// Does nothing for a build system, or when the daemon is not running.
 void restartCimomIfRunning(bool buildSystem);
 
-/// Starts the daemon when `wasStopped`. Never throws: a failure is logged and sets `startFailed`,
-/// which is cleared when there is nothing to start.
+/// Starts the daemon when `wasStopped`. Sets `startFailed` when that fails, otherwise clears it. A
+/// failure is logged.
 void StartCimomIfTrue(bool wasStopped, bool& startFailed) noexcept;
 
-/// Holds the daemon stopped during its life: stops it when it runs and, if so, starts it again in
-/// the end. Does nothing for a build system. `startFailed` must outlive the guard.
+/// Stops a running daemon and, on destruction, starts it again. Does nothing for a build system, or
+/// when the daemon is not running. `startFailed` must outlive the guard.
 class StopAndStartCimom {
 public:
     StopAndStartCimom(bool buildSystem, bool& startFailed);

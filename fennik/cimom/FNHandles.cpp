@@ -12,7 +12,7 @@ namespace {
 
 class ClientHandleWrapper : public CIMOMHandleWrapperIFC {
 public:
-    // A registration may take as long as the daemon needs, so there is no time limit.
+    // No time limit: a registration may take as long as the daemon needs.
     ClientHandleWrapper() {
         const auto handle = OpenWBEM::ClientCIMOMHandle::createFromURL(
             OpenWBEM::ClientCIMOMHandle::LOCAL_URL, OpenWBEM::ClientAuthCBIFCRef(),
@@ -22,7 +22,7 @@ public:
     }
 
     OpenWBEM::CIMOMHandleIFCRef GetHandle() override { return m_handle; }
-    /// Every call was committed when it returned.
+    /// The daemon has committed each call already.
     void Close() override {}
 
 private:

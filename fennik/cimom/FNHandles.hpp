@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the CIMOM handle of a run comes from: a connection to the running daemon, or the repository
-// files opened directly. Either comes behind one wrapper that owns what the handle needs; the
-// handle must not be used after its wrapper has gone.
+// Opens the CIMOM handle of a run: a connection to the running daemon, or the repository opened
+// directly. A wrapper owns what the handle needs and must outlive every use of the handle.
 #pragma once
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
@@ -14,8 +13,8 @@ using blocxx::String;
 class CIMOMHandleWrapperIFC : public blocxx::IntrusiveCountableBase {
 public:
     virtual OpenWBEM::CIMOMHandleIFCRef GetHandle() = 0;
-    /// Ends the use of the handle. A repository that was opened directly is committed and closed:
-    /// throws CIMException when that fails. A wrapper that goes without being closed rolls back.
+    /// Commits and closes a repository that was opened directly; throws CIMException when that
+    /// fails. Destroying the wrapper without Close() rolls back. No effect on a connection.
     virtual void Close() = 0;
 };
 using CIMOMHandleWrapperRef = blocxx::IntrusiveReference<CIMOMHandleWrapperIFC>;

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the operations ask of the CIMOM in common.
+// Lookups of a product, shared by the operations.
 #pragma once
 
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 
 namespace KOVNS2 {
 
-/// The path of the product's KOV_Product instance, without reading anything.
+/// The path of the product's KOV_Product instance, whether or not it exists.
 OpenWBEM::CIMObjectPath productPath(const OpenWBEM::String& productName);
 
-/// The path of the product's KOV_Product instance. Throws FennikException when there is none.
+/// The same. Throws FennikException NOT_REGISTERED when the instance does not exist, and
+/// REGISTRATION_UNKNOWN when it cannot be read.
 OpenWBEM::CIMObjectPath CheckProductRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle,
                                                  const OpenWBEM::String& productName);
 

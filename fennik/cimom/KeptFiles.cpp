@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The directories belong to the daemon's account, which may rename what is in them at any time:
-// everything is done relative to directories that are open.
+// The daemon's account may rename entries of these directories at any time, so every call is
+// relative to an open directory.
 #include "fennik/cimom/KeptFiles.hpp"
 
 #include <fcntl.h>
@@ -71,7 +71,7 @@ bool KeptFiles::makeKeeper() {
     return ::mkdirat(m_parent.getFileDescriptor(), m_name.c_str(), 0700) == 0;
 }
 
-/// Whatever a directory of anybody else's holds is not dropped.
+/// Refuses a directory of another owner, so that drop() never deletes somebody else's files.
 void KeptFiles::openKeeper() {
     blocxx::File keeper = AccountDirectory::openIn(m_parent, m_path);
     const uid_t owner = statusOf(keeper, m_path).st_uid;
@@ -94,7 +94,7 @@ void KeptFiles::open() {
         }
     }
     openKeeper();
-    // The account must be able to remove what a killed run leaves.
+    // The account must be able to remove a keeper that a killed run leaves behind.
     if (::geteuid() == 0 && ::fchown(m_keeper.getFileDescriptor(), m_uid, m_gid) != 0) {
         const int errnum = errno;
         drop();
@@ -113,7 +113,7 @@ void KeptFiles::linkFiles(const blocxx::File& from) {
     }
 }
 
-// What remains is recognised by its name and replaced by the next run.
+// The next run recognises what remains by its name and replaces it.
 void KeptFiles::drop() noexcept {
     if (!m_keeper) {
         return;
@@ -151,7 +151,7 @@ void KeptFiles::putBackFiles(const String& directory) {
     }
     const int from = m_keeper.getFileDescriptor();
     for (const String& name : fileNames(m_keeper)) {
-        // Renaming one name of a file to another name of it would do nothing.
+        // rename(2) does nothing when both names are links to the same file.
         if (!isSameFile(from, to, name) && ::renameat(from, name.c_str(), to, name.c_str()) != 0) {
             fail("Cannot put back \"%1\"", name);
         }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Second names (hard links) for the files of a directory, in a directory of their own. Whoever has
-// the directory removed by another program keeps them until that has succeeded: when it has removed
-// some files and then failed, they come back as they were, to the last byte.
+// Hard links to the files of a directory, kept in a second directory while another program removes
+// the first. When the removal fails halfway, putBack() restores the removed files.
 //
-// The repository directory has no subdirectories; what is in any is not kept.
+// Subdirectories are not kept; the repository directory has none.
 #pragma once
 
 #include <sys/types.h>
@@ -18,18 +17,17 @@ using blocxx::String;
 
 class KeptFiles {
 public:
-    /// Keeps the files of `directory` in the new directory `keeper` of the same owner, which stands
-    /// beside it. A keeper that a killed run has left is replaced. Throws FileSystemException; then
-    /// nothing is left behind.
+    /// Links the files of `directory` into the new directory `keeper`, which has the same parent
+    /// and the same owner. Replaces a keeper that a killed run left behind. Throws
+    /// FileSystemException after removing what it made.
     KeptFiles(const String& directory, const String& keeper);
-    /// Drops the second names, unless putting them back failed.
+    /// Removes the keeper, unless putBack() failed.
     ~KeptFiles();
     KeptFiles(const KeptFiles&) = delete;
     KeptFiles& operator=(const KeptFiles&) = delete;
 
-    /// Gives `directory`, by its name of now, beside the keeper, back what is missing in it, the
-    /// directory itself included. An undo step:
-    /// what cannot be put back is logged with what has to be done by hand.
+    /// Restores the missing files of `directory`, and the directory itself. `directory` is its
+    /// current path, beside the keeper. An undo step: a failure is logged with what to do by hand.
     void putBack(const String& directory);
 
 private:

@@ -36,7 +36,7 @@ constexpr const char* LIVE = Layout::REPOSITORY;
 constexpr const char* COPY = Layout::REPOSITORY_COPY;
 constexpr const char* BACKUP = Layout::REPOSITORY_BACKUP;
 
-// A large repository may take long; a whole day means that the program hangs.
+// A large repository may take long. After a day the program is assumed to hang. In seconds.
 constexpr int TIME_LIMIT = 86400;
 
 struct Outcome {
@@ -57,7 +57,7 @@ String locate(const char* program) {
     return FileUtils::locateExecutable(program, KOVConstants::EXECUTABLE_DEFAULT_PATH);
 }
 
-/// Whether there is anything of that name, a link that leads nowhere included.
+/// Whether the path exists, a dangling link included. Also true when that cannot be found out.
 bool isTaken(const String& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
@@ -83,7 +83,7 @@ bool isRealDirectory(const String& path) {
                           cause);
 }
 
-/// A failure of the step ends the run with the exit status that belongs to the step.
+/// Runs `step`; wraps its failure in a FennikException with the step's exit status.
 template <class Step>
 void asStep(const char* message, int errorCode, Step step) {
     try {
@@ -93,7 +93,7 @@ void asStep(const char* message, int errorCode, Step step) {
     }
 }
 
-/// What an administrator has to do when something stands where the backup should go.
+/// The cause to report when something is at the backup's path; none for other values of `errnum`.
 std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum) {
     if (errnum != ENOTEMPTY && errnum != EEXIST && errnum != ENOTDIR) {
         return std::nullopt;
@@ -129,9 +129,9 @@ bool isEmptyDirectory(const String& path) {
     return std::filesystem::is_empty(path.c_str(), failure) && !failure;
 }
 
-/// Tells what will be in the backup's way while nothing has been changed yet, here or by the
-/// operation. An empty directory will be replaced. Where there is no live repository, what stands
-/// there may be the only one.
+/// Refuses to start when something is at the backup's path, rather than fail after the operation.
+/// An empty directory is allowed: the rename replaces it. Without a live repository nothing is
+/// refused here: the copying fails, and the backup may be the only repository left.
 void checkBackupPlace(const String& live, const String& backup) {
     if (!isRealDirectory(live) || !isTaken(backup)) {
         return;
@@ -155,7 +155,7 @@ void removeBackup(const String& backup) {
     }
 }
 
-/// The name has no prefix.
+/// Its path has no prefix.
 class ReposCopyEnv : public OpenWBEM::LocalEnvironment {
 public:
     ReposCopyEnv() : LocalEnvironment(COPY) {}
@@ -205,19 +205,19 @@ void RepositoryCopy::Init() {
                          ErrorCode::REPOSITORY_NOT_COPIED);
     }
     const String command = Format("%1 -pR %2 %3", locate("cp"), live, copy);
-    // The words of a command cannot hold blanks: other directories would be copied, and removed.
+    // The command line is split at blanks: cp and rm would work on other directories.
     if (blocxx::tokenize(copy).size() != 1) {
         failCopying(command, {false, "The path has blanks in it.", {}});
     }
-    // Changes made through the copy of a link would be changes to the live repository.
+    // A copy of a link would lead to the live repository.
     if (isLink(live)) {
         failCopying(command,
                     {false, "Nothing was copied: the repository directory is a link.", {}});
     }
     checkBackupPlace(live, m_prefix + BACKUP);
     holdLive(command);
-    // From here on the copy is this run's, also when it remains half made. Anything else that has
-    // its name, such as a file, is not.
+    // From here on this run owns the copy, complete or not. Whatever had its name before, such as a
+    // file, is not this run's to remove.
     m_initialised = !isTaken(copy);
     Outcome outcome = execute(command);
     blocxx::Interruption::check();
@@ -231,11 +231,10 @@ void RepositoryCopy::Init() {
     openCopy();
 }
 
-// What anybody else did to the live repository from here on would be lost with it. The lock is that
-// of the file, whatever the directory's name is; cp only reads, and asks for none. It goes with
-// this object, and early when the file is opened and closed in this process by other means than
-// SQLite: nothing here does so. Below a prefix no daemon serves what is there, and the copy is not
-// opened.
+// Locks the live repository: changes that anybody else made from here on would be lost in the swap.
+// The lock belongs to the file and survives renames of its directory; cp takes no lock. It ends
+// with this object, or when this process opens and closes the file other than through SQLite, which
+// nothing here does. Not needed below a prefix: no daemon serves it, and opening the copy fails.
 void RepositoryCopy::holdLive(const String& command) {
     if (!m_prefix.empty()) {
         return;
@@ -252,8 +251,7 @@ void RepositoryCopy::holdLive(const String& command) {
 }
 
 void RepositoryCopy::openCopy() {
-    // The environment names the copy without the prefix. Whatever stands there is another
-    // repository, the machine's own, and must not be opened.
+    // The environment's path has no prefix, so it would open the machine's own working copy.
     if (!m_prefix.empty()) {
         OPENWBEM_THROW_CIM(
             FAILED, Format("The working copy of the repository cannot be opened: it was made at "
@@ -264,19 +262,18 @@ void RepositoryCopy::openCopy() {
     m_copy.emplace(new ReposCopyEnv);
 }
 
-// 1. The copy is committed, which closes its journal, and put on the disk. Then it is held, as the
-//    live repository is: it will be that, and whoever opens it before the end must not, as the
-//    renames may be undone. Not earlier, as putting it on the disk closes its file, which drops the
-//    locks on it. Until here, and after a crash, the live repository is untouched; a crash leaves
-//    the copy behind.
-// 2. The live repository gets its backup name. A crash from here leaves no live repository; the
-//    next opening tells to rename the backup.
-// 3. The copy gets the live name: the commit point. After a crash the live repository is the new
-//    one, complete, and the backup is left behind.
-// 4. The parent directory is synced, so that a power cut cannot bring the names of before back once
-//    the old files are gone.
-// 5. The backup is removed. Second names of its files are kept meanwhile: a removal that fails half
-//    way can be undone, too.
+// 1. Commit the copy, which closes its journal, and sync it. Then lock it: it is about to become
+//    the live repository, and nobody may open it while the renames can still be undone. The lock
+//    comes after the sync, because the sync closes the file, which drops its locks. A crash up to
+//    here leaves the live repository untouched and the copy behind.
+// 2. Rename the live repository to its backup name. A crash after this leaves no live repository;
+//    the next attempt to open it says to rename the backup.
+// 3. Rename the copy to the live name: the commit point. A crash after this leaves the new
+//    repository, complete, and the backup.
+// 4. Sync the parent directory, so that a power cut cannot bring back the old names once the old
+//    files are gone.
+// 5. Remove the backup. Hard links to its files are kept meanwhile, so that a removal that fails
+//    halfway can be undone as well.
 void RepositoryCopy::SwapInNewRepository() {
     const Logger logger("fennik");
     BLOCXX_LOG_DEBUG(logger, "Swapping in new repository.");
@@ -291,7 +288,7 @@ void RepositoryCopy::SwapInNewRepository() {
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();
-    // Too late to be undone, and harmless: at worst a power cut brings the backup's name back.
+    // A failure is ignored: at worst a power cut brings back the backup's name.
     FileSystem::syncDirectory(m_prefix + Layout::DATA_DIRECTORY);
 }
 
@@ -305,7 +302,7 @@ void RepositoryCopy::exchange() {
            ErrorCode::BACKUP_NOT_REMOVED, [&] {
                kept = std::make_shared<KeptFiles>(live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
            });
-    // An entry that cannot be pushed would leave its step without an undo.
+    // Allocated now: a push that failed later would leave its step without an undo.
     m_undo.reserve(4);
     m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });
     RenameFileOrDir(live, backup);

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A working copy of the repository for operations that delete much: they change the copy, and in
-// the end it takes the live repository's place. Until then the live repository is not touched. The
-// daemon must be stopped while there is a copy; from before the copy is made until all is over, the
-// live repository is held, so that nobody else can serve it, read it or change it.
+// A working copy of the repository, for operations that delete much. They change the copy, which
+// replaces the live repository at the end; until then the live repository is untouched. The daemon
+// must be stopped meanwhile, and a lock keeps everybody else from the live repository for as long
+// as this object lives.
 //
-// A copy left behind by a killed run is never used and never removed: the next one is refused with
-// a message that names it.
+// A copy that a killed run left behind is neither used nor removed. The next run is refused with a
+// message that names it.
 #pragma once
 
 #include <optional>
@@ -18,25 +18,25 @@ namespace KOVNS2 {
 
 class RepositoryCopy {
 public:
-    /// Copies the repository below `prefix` and opens the copy. Only the machine's own repository
-    /// can be worked on like this: with a prefix, opening fails. Throws FennikException or
-    /// CIMException; then no copy is left behind.
+    /// Copies the repository below `prefix` and opens the copy. Works on the machine's own
+    /// repository only: a prefix that is not empty always fails. Throws FennikException or
+    /// CIMException, and then removes the copy.
     explicit RepositoryCopy(const String& prefix);
     /// Removes the copy unless it was swapped in.
     ~RepositoryCopy();
     RepositoryCopy(const RepositoryCopy&) = delete;
     RepositoryCopy& operator=(const RepositoryCopy&) = delete;
 
-    /// The handle on the copy. It must not be used after the copy has gone.
+    /// The handle on the copy. Valid for the life of this object.
     OpenWBEM::CIMOMHandleIFCRef GetHandle() const noexcept { return m_copy->handle(); }
 
-    /// Commits the copy and makes it the live repository. When it throws, the live repository is as
-    /// it was before, to the byte. Nothing interrupts it.
+    /// Commits the copy and makes it the live repository. Signals are deferred meanwhile. Throws
+    /// FennikException or CIMException; then the live repository is what it was before.
     void SwapInNewRepository();
-    /// The copy will not be swapped in. It goes as a whole, so undo steps on what is in it have
-    /// nothing left to take back: from now on they do nothing and succeed.
+    /// Abandons the copy: it is deleted as a whole, so from now on writes to it, undo steps among
+    /// them, do nothing and succeed.
     void GiveUp() noexcept;
-    /// Closes the copy, which lets go of it. After a swap there is nothing left that could be lost.
+    /// Closes the copy and releases its lock. After a swap everything is committed already.
     void CloseRepository();
 
 private:
@@ -47,9 +47,9 @@ private:
     void discard() noexcept;
 
     std::optional<OpenWBEM::OpenRepository> m_copy;
-    std::optional<OpenWBEM::OpenRepository> m_live;  ///< only held
+    std::optional<OpenWBEM::OpenRepository> m_live;  ///< holds the lock
     String m_prefix;
-    bool m_initialised = false;  ///< what stands at the copy's place was put there by this run
+    bool m_initialised = false;  ///< this run made what is at the copy's path
     bool m_swapped = false;
     CleanupActions_t m_undo;
 };

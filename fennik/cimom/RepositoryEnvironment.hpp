@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The surroundings of an installation's repository that this process opens itself.
+// The environment of an installation's repository when this process opens it directly.
 #pragma once
 
 #include "layout/Layout.hpp"

@@ -26,14 +26,14 @@ pid_t lockerOf(const String& directory) {
     return isLocked ? lock.l_pid : 0;
 }
 
-/// What the system calls the process, with the blank and the brackets around it.
+/// The name of the process, as " (NAME)"; empty when it cannot be read.
 String nameOf(const String& number) {
     try {
         String name = blocxx::FileSystem::getFileContents("/proc/" + number + "/comm");
         name = name.substr(0, name.find('\n'));
         return name.empty() ? name : " (" + name + ")";
     } catch (const blocxx::FileSystemException&) {
-        return {};  // it has just ended
+        return {};  // the process has just ended
     }
 }
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Who holds a repository that is not to be had, for messages.
+// Finds the process that holds the lock on a repository, for messages.
 #pragma once
 
 #include "blocxx/String.hpp"
 
 namespace KOVNS2 {
 
-/// "process 4711 (owcimomd)" for the repository in that directory; empty when nobody holds it, or
-/// that cannot be told. Looking drops the locks that this process has on the file.
+/// The holder of the repository in `directory`, as "process 4711 (owcimomd)"; empty when there is
+/// none or it cannot be found out. Drops this process's own record locks on the file.
 blocxx::String holderOf(const blocxx::String& directory);
 
 }  // namespace KOVNS2
