@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What fennik's exit statuses mean: each failure has its error code from here, and install scripts
-// tell failures apart by it. The manual and the man page say the same words; a test compares them
-// with the comments below.
+// The exit statuses of fennik, which install scripts rely on: each failure's error code is one of
+// them. The manual and the man page use the same words; a test compares them with the comments
+// below.
 //
-// A failed getrlimit or setrlimit has the system's error number for its code instead.
+// The exception: a failed getrlimit or setrlimit has errno as its code.
 #pragma once
 
 namespace KOVNS2::ErrorCode {

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Choosing the account and running the program.
 #include "fennik/common/Execute.hpp"
 
 #include <unistd.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The tool's exception type: the base with a required error code.
 #include "fennik/common/FennikException.hpp"
 
 namespace KOVNS2 {

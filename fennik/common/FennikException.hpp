@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one exception type that the tool's own code throws. Its error code is the exit status of the
-// process, and install scripts test it: the code of every throw site is part of the tool's external
-// interface. A failure that wraps a caught exception carries a copy of it as its cause.
+// The exception type of the tool's own failures. Its error code becomes the exit status, which
+// install scripts test, so the code of every throw site is part of the tool's interface. A failure
+// that wraps a caught exception holds a copy of it as its cause.
 #pragma once
 
 #include "blocxx/Exception.hpp"
@@ -10,13 +10,13 @@
 
 namespace KOVNS2 {
 
-/// The place of a call, for functions that throw on behalf of their callers. std::source_location
-/// would do, but for the compilers that have none.
+/// The place of a call, for functions that throw on behalf of their callers. Stands in for
+/// std::source_location, which some of our compilers lack.
 struct CallSite {
     const char* file;
     int line;
 
-    /// As a function's default argument: the place where that function is called.
+    /// When used as a default argument: the place where the function is called.
     static constexpr CallSite here(const char* file = __builtin_FILE(),
                                    int line = __builtin_LINE()) {
         return {file, line};

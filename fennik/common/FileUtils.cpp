@@ -29,7 +29,7 @@ String FileUtils::locateExecutable(const String& name, const String& searchPath)
     return {};
 }
 
-// A descriptor of its own, since the file closes the one that it is given.
+// Duplicates the descriptor, because File closes the one that it is given.
 String FileUtils::readStandardInput() {
     blocxx::File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     if (!input) {

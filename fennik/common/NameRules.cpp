@@ -17,12 +17,12 @@ bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
 }
 
-/// Among the control characters XML holds these.
+/// The control characters that XML can represent.
 bool isHeldByXml(char c) {
     return std::string_view("\t\n\r\x7f").find(c) != std::string_view::npos;
 }
 
-/// U+FFFE and U+FFFF, which XML cannot hold.
+/// U+FFFE and U+FFFF, which XML cannot represent.
 bool hasNonCharacter(const String& name) {
     return name.find("\xEF\xBF\xBE") != String::npos || name.find("\xEF\xBF\xBF") != String::npos;
 }
@@ -43,7 +43,7 @@ String problemOf(const String& name) {
     return hasNonCharacter(name) ? "has a code in it that is no character" : "";
 }
 
-// The file of allowed users is one line, and the daemon leaves out one with a control character.
+// The allowed users file is one line, and the daemon ignores users with a control character.
 String problemOfUser(const String& name) {
     const String problem = problemOf(name);
     return problem.empty() && std::ranges::any_of(name, isControl) ? CONTROL : problem;

@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which names of products and users can be registered: those that a saved state gives back as they
-// are and, for users, that a line of the daemon's configuration can hold.
+// The rules for names of products and users: a saved state must restore them unchanged, and a user
+// name must fit on a line of the daemon's configuration.
 #pragma once
 
 #include "blocxx/Exception.hpp"
 
 namespace KOVNS2 {
 
-/// A name that cannot be used; the message is what is wrong with it.
+/// A name that cannot be used. The message says what is wrong with it.
 BLOCXX_DECLARE_EXCEPTION(Name)
 
 namespace NameRules {
 
-/// What restoring a saved state takes off both ends of a name.
+/// The characters that restoring a saved state strips from both ends of a name.
 inline constexpr std::string_view WHITE_SPACE = " \t\n\r\v\f";
 
-/// What is wrong with the name, as the end of a sentence: "is empty". Empty when nothing is.
+/// What is wrong with the name, as the end of a sentence such as "is empty"; empty for a good name.
 blocxx::String problemOf(const blocxx::String& name);
 
-/// The same for the name of a user, who may have no control character at all in it.
+/// The same for a user name, in which every control character is wrong.
 blocxx::String problemOfUser(const blocxx::String& name);
 
-/// Throws NameException for the first user name with which something is wrong.
+/// Throws NameException for the first user name that breaks a rule.
 void checkUsers(const blocxx::StringArray& userNames);
 
 }  // namespace NameRules

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Regular expressions over regcomp and regexec.
 #include "fennik/common/RegularExpression.hpp"
 
 #include <limits>
@@ -41,7 +39,7 @@ RegularExpression::RegularExpression(const String& pattern, int options)
     : RegularExpression(pattern.c_str(), options) {}
 
 bool RegularExpression::search(const String& text, regmatch_t& match) const {
-    // Offsets are ints: a longer text could not be reported rightly.
+    // regexec's offsets are ints.
     if (text.size() > static_cast<size_t>(std::numeric_limits<regoff_t>::max())) {
         BLOCXX_THROW(RegularExpressionException, "The text is too long for a regular expression");
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// POSIX extended regular expressions. The patterns are the tool's own: one that does not compile is
-// a mistake in the program and throws RegularExpressionException.
+// POSIX extended regular expressions. The patterns are the tool's own; one that does not compile is
+// a bug and throws RegularExpressionException.
 #pragma once
 
 #include <regex.h>
@@ -28,17 +28,17 @@ private:
     regex_t m_compiled;
 };
 
-/// A pattern that is searched for anywhere in a text. `options` are regcomp's flags. The text is
-/// searched to its end, NUL characters included.
+/// Searches texts for a pattern. `options` are regcomp's flags. A text may contain NULs. Searching
+/// throws RegularExpressionException for a text that is too long or exhausts regexec's memory.
 class RegularExpression {
 public:
     RegularExpression(const char* pattern, int options);
     RegularExpression(const blocxx::String& pattern, int options);
 
     bool matches(const blocxx::String& text) const;
-    /// The leftmost longest part that matches; empty when nothing does.
+    /// The leftmost longest match; empty when there is none.
     blocxx::String matching_substring(const blocxx::String& text) const;
-    /// The indexes of the lines in which the pattern is found, in order.
+    /// The indexes of the lines that match, in ascending order.
     blocxx::Array<size_t> find_matching_line_numbers(const blocxx::StringArray& lines) const;
 
 private:

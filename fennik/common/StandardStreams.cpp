@@ -17,18 +17,18 @@ namespace KOVNS2::StandardStreams {
 
 namespace {
 
-/// Whether the caller wants to hear of a broken pipe by the error alone.
+/// Whether the caller ignored SIGPIPE.
 bool g_pipeSignalIsIgnored = false;
 
 }  // namespace
 
 void prepare() {
     g_pipeSignalIsIgnored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
-    // Past a limit on file sizes a write fails, and the run is undone, as for a full disk.
+    // A write past the file size limit then fails like one to a full disk, and the run is undone.
     std::signal(SIGXFSZ, SIG_IGN);
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (::fcntl(fd, F_GETFD) == -1 && errno == EBADF) {
-            // The lowest free number is fd. Using it fails as it would have failed without us.
+            // Gets the number fd, the lowest free one. The wrong access mode makes every use fail.
             ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
@@ -48,7 +48,7 @@ void writeOut(std::string_view text) {
 
 namespace {
 
-/// What standard output gets of a text with names of others in it.
+/// Escapes unprintable characters when standard output is a terminal.
 blocxx::String forOutput(std::string_view text) {
     return ::isatty(STDOUT_FILENO) == 1 ? blocxx::printable(text) : blocxx::String(text);
 }
@@ -64,7 +64,7 @@ void writeProgress(std::string_view text) noexcept {
         blocxx::Interruption::wait(STDOUT_FILENO, POLLOUT);
         static_cast<void>(blocxx::writeAll(STDOUT_FILENO, forOutput(text)));
     } catch (const std::exception&) {
-        return;  // when it was interrupted, the next step fails
+        return;  // after an interruption the next step fails
     }
 }
 
@@ -72,7 +72,7 @@ void writeError(std::string_view text) noexcept {
     try {
         static_cast<void>(blocxx::writeAll(STDERR_FILENO, blocxx::printable(text)));
     } catch (const std::exception&) {
-        return;  // no memory is left for it
+        return;  // out of memory
     }
 }
 

@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tool writes to its standard streams, apart from the log.
+// Output to the standard streams, apart from the log.
 #pragma once
 
 #include "blocxx/String.hpp"
 
 namespace KOVNS2::StandardStreams {
 
-/// Keeps the numbers 0 to 2 from being given to files that the run opens, where the caller closed
-/// them, and lets a broken pipe be an error instead of a sudden end between a change and its undo.
+/// Opens /dev/null for each standard stream that the caller closed, so that no file of the run gets
+/// its number. Ignores SIGPIPE and SIGXFSZ: a broken pipe or a file size limit must not kill the
+/// process between a change and its undo. Call once, first thing in main.
 void prepare();
 
-/// Writes to standard output as it is. Throws IOException. When the reader has gone, the process
-/// ends quietly by SIGPIPE, unless its caller had it ignored: only for operations that have nothing
-/// to undo.
+/// Writes the bytes unchanged to standard output. Throws IOException. When the reader has gone,
+/// the process ends by SIGPIPE, unless its caller ignored that signal. Only for operations that
+/// have nothing to undo.
 void writeOut(std::string_view text);
-/// Writes a line of a listing in the same way. At a terminal it is printable; a program gets the
-/// names as they are.
+/// The same for one line of a listing. Unprintable characters are escaped for a terminal, but not
+/// for a program.
 void writeLine(const blocxx::String& line);
-/// Writes to standard output what is of use only while a change is being made. A failure is
-/// ignored: that nobody can read how far the change has come is no reason to stop half way.
+/// Writes a progress message to standard output. A failure is ignored: a change must not stop
+/// halfway because nobody reads its progress.
 void writeProgress(std::string_view text) noexcept;
-/// Writes to standard error, printable; a failure is ignored, as there is nowhere left to report
-/// it.
+/// Writes to standard error, with unprintable characters escaped. A failure is ignored.
 void writeError(std::string_view text) noexcept;
 
 }  // namespace KOVNS2::StandardStreams

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Creating the temporary file under a name that nobody can foresee, and removing it again.
 #include "fennik/common/TempFile.hpp"
 
 #include <cerrno>
@@ -18,8 +16,7 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-// With 36^8 names even one collision is out of the ordinary; a hundred mean that something else
-// is wrong.
+// There are 36^8 names, so even one collision is unusual; a hundred mean that something is wrong.
 constexpr int MAX_ATTEMPTS = 100;
 constexpr int RANDOM_CHARACTERS = 8;
 
@@ -37,7 +34,7 @@ String randomName() {
 }  // namespace
 
 TempFile::TempFile(const String& directory) {
-    errno = ENOENT;  // what an empty path is to the system; "/" would be taken for it below
+    errno = ENOENT;  // for an empty path, which would otherwise become "/" below
     for (int attempt = directory.empty() ? MAX_ATTEMPTS : 0; attempt < MAX_ATTEMPTS; ++attempt) {
         const String path = directory + (directory.ends_with('/') ? "" : "/") + randomName();
         if (File file = FileSystem::createFile(path)) {

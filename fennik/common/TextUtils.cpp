@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Joining, replacing and comparing texts.
 #include "fennik/common/TextUtils.hpp"
 
 #include <boost/algorithm/string/join.hpp>

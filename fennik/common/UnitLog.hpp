@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The debug lines of one source unit: a fixed prefix and a message that is only built when debug
-// messages are wanted. Steps of a unit may log under a component and a source name of their own.
+// Writes the debug messages of one source unit: a fixed prefix and a text, which is formatted only
+// when debug messages are enabled. `prefix` and `file` must outlive it.
 #pragma once
 
 #include "blocxx/Format.hpp"
