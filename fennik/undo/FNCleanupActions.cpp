@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Running the undo list, and the undo steps on CIM objects.
 #include "fennik/undo/FNCleanupActions.hpp"
 
 #include "blocxx/Interruption.hpp"
@@ -47,7 +45,7 @@ void modifyInstance(CIMOMHandleIFC& handle, const String& ns,
 }
 
 void deleteInstance(CIMOMHandleIFC& handle, const String& ns, const OpenWBEM::CIMObjectPath& path) {
-    // "namspace", without a blank before it: administrators' scripts know the message so.
+    // "namspace", without a blank before it: administrators' scripts look for this text.
     runUndoStep([&] { handle.deleteInstance(ns, path); },
                 {[&] {
                      return "The attempt to delete the instance:\n" + path.toString() +

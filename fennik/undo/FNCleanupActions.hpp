@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The undo list and the steps that it is made of. An operation pushes, right after a step
-// succeeded, a closure over one of the primitives below and copies of its arguments; when a later
-// step fails, its caller runs the list from the last to the first.
+// The undo list and the undo steps on CIM objects. Right after a step succeeds, the operation
+// pushes a closure of one of the functions below with copies of its arguments. When a later step
+// fails, the operation's caller runs the list from last to first.
 //
-// A primitive never throws for the failure of its own undo: it logs what could not be restored and
-// what has to be done by hand, and the remaining steps still run. Handles are bound by reference
-// and must outlive the list.
+// An undo step does not throw when it fails: it logs what could not be restored and what to do by
+// hand, and the remaining steps still run. Handles are bound by reference and must outlive the
+// list.
 #pragma once
 
 #include <boost/function.hpp>
@@ -19,11 +19,11 @@ using blocxx::String;
 
 using CleanupActions_t = std::vector<boost::function<void()>>;
 
-/// Calls every closure, from the last pushed to the first; nothing interrupts them. Leaves the list
-/// as it is.
+/// Calls every closure, from the last pushed to the first, with signals deferred. Does not empty
+/// the list.
 void executeCleanupActions(CleanupActions_t& list);
 
-/// Runs `operation`; when it throws, runs the list and lets the same exception go on.
+/// Runs `operation`. When it throws, runs the list and rethrows the same exception.
 template <class Operation>
 void undoOnFailure(CleanupActions_t& list, Operation operation) {
     try {
@@ -34,17 +34,16 @@ void undoOnFailure(CleanupActions_t& list, Operation operation) {
     }
 }
 
-/// What an undo step that fails tells the administrator.
+/// The texts for the message about an undo step that failed.
 struct UndoReport {
-    boost::function<String()> attempt;  ///< "The attempt to ...", built only when it is needed
+    boost::function<String()> attempt;  ///< returns "The attempt to ..."; called on failure only
     const char* remedy;                 ///< what to do by hand
 };
-/// Runs the undo step `operation`. A blocxx::Exception out of it is logged with `report` and goes
-/// no further; other exceptions pass.
+/// Runs the undo step `operation`. Logs a blocxx::Exception that it throws, with `report`; other
+/// exceptions pass through.
 void runUndoStep(const boost::function<void()>& operation, const UndoReport& report);
 
-/// The fixed frame of every message about an undo step that failed, and the way it is logged. For
-/// the units that hold undo steps only.
+/// The fixed parts of the message about an undo step that failed. For sources with undo steps only.
 namespace UndoMessages {
 
 inline constexpr const char* HEAD =
@@ -54,8 +53,8 @@ inline constexpr const char* LEAD_IN =
 /// The same without the newline before it.
 inline constexpr const char* LEAD_IN_LINE = LEAD_IN + 1;
 
-/// Logs at error level. The message has reached standard error even when the debug log cannot be
-/// written: that must not keep the remaining undo steps from running.
+/// Logs at error level. Ignores a failure of the debug log, so that the remaining undo steps run;
+/// the message has reached standard error by then.
 void logUndoFailure(const blocxx::String& message) noexcept;
 
 }  // namespace UndoMessages

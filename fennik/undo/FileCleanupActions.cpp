@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The messages are built from errno as the failed call left it.
+// Each message uses errno as the failed call left it.
 #include "fennik/undo/FileCleanupActions.hpp"
 
 #include <cerrno>
@@ -80,7 +80,7 @@ std::optional<RestoreFailure> tryRestoreFile(const String& backupPath, const Str
     if (!FileSystem::exists(backupPath)) {
         return RestoreFailure{Format("Backup file: %1 did not exist.", backupPath), std::nullopt};
     }
-    // It is the target's base name that is looked for and made, below the working directory.
+    // Looks for, and creates, the target's base name in the working directory.
     const String base = FileSystem::Path::basename(targetPath);
     if (!FileSystem::exists(base) && !FileSystem::makeDirectory(base, 0755)) {
         return failedNow(Format("Could not create parent directory: %1", base));
@@ -88,7 +88,7 @@ std::optional<RestoreFailure> tryRestoreFile(const String& backupPath, const Str
     if (!FileSystem::renameFile(backupPath, targetPath)) {
         return failedNow(Format("Could not rename: %1 to %2", backupPath, targetPath));
     }
-    // A mode that cannot be set is reported in the words of an owner that cannot be.
+    // A failure to set the mode is reported as a failure to set the owner.
     if (!FileSystem::changeFileOwner(targetPath, uid, gid) ||
         !FileSystem::changeFileMode(targetPath, mode)) {
         return failedNow(
@@ -126,7 +126,7 @@ void RenameFileOrDir_Cleanup(const String& from, const String& to) {
 }
 
 void RemoveReposWorkCopyDir(const String& directory) {
-    // A large repository may take long; a whole day means that the removal hangs.
+    // A large repository may take long. After a day the removal is assumed to hang. In seconds.
     constexpr int TIME_LIMIT = 86400;
     const String rm = FileUtils::locateExecutable("rm", KOVConstants::EXECUTABLE_DEFAULT_PATH);
     String output;

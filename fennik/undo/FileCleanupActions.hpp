@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The undo steps on files. They report their own failure and do not throw for it.
+// The undo steps on files. A step that fails logs what to do by hand; it does not throw.
 #pragma once
 
 #include <sys/types.h>
@@ -12,16 +12,16 @@ namespace KOVNS2 {
 using blocxx::String;
 
 void deleteFile(const String& path);
-/// Closes the file if it is still open and deletes it in any case.
+/// Closes the file if it is open, then deletes it even if closing failed.
 void closeAndDeleteAllowedUsersFile(blocxx::File file, const String& path);
-/// Creates the file with these contents.
+/// Creates the file, which must not exist, with `contents`, and makes it durable.
 void cleanupWriteFile(const String& path, const String& contents);
-/// Moves a backup back into place, with that owner and mode.
+/// Renames a backup back into place and sets its owner and mode.
 void restoreFile(const String& backupPath, const String& targetPath, uid_t uid, gid_t gid,
                  mode_t mode);
-/// Takes back a rename.
+/// Renames `from` to `to`, to take back a rename.
 void RenameFileOrDir_Cleanup(const String& from, const String& to);
-/// Removes a working copy of the repository with everything in it.
+/// Deletes a working copy of the repository with everything in it.
 void RemoveReposWorkCopyDir(const String& directory);
 
 }  // namespace KOVNS2
