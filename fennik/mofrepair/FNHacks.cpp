@@ -14,7 +14,7 @@ using blocxx::StringArray;
 namespace {
 
 constexpr std::string_view BLANKS = " \t";
-/// A quote and a line feed as they stand within a string of MOF.
+/// A quote and a line feed, escaped as in a MOF string.
 constexpr const char* ESCAPED_QUOTE = "\\\"";
 constexpr const char* ESCAPED_LINE_FEED = "\\n";
 
@@ -22,7 +22,7 @@ UnitLog log() {
     return UnitLog("fixBrokenEmbeddedInstances: ", "kov.fennikx.hacks", "FNHacks");
 }
 
-/// The pieces between separators, empty ones too.
+/// The pieces between separators, empty ones included.
 StringArray split(const String& text, char separator) {
     StringArray pieces;
     size_t begin = 0;
@@ -46,8 +46,8 @@ size_t backOverBlanks(std::string_view text, size_t end) {
     return last == std::string_view::npos ? 0 : last + 1;
 }
 
-// The two endings are looked for from behind. As regular expressions they would be tried anew at
-// each of a long run of blanks.
+// The two functions search backwards: a regular expression would try again at each of a long run of
+// blanks.
 
 /// Where "[ \t]*;[ \t]*$" matches in `text`; its size when it does not.
 size_t findSemicolonEnding(std::string_view text) {
@@ -61,14 +61,14 @@ size_t findQuoteEnding(std::string_view text) {
     return at < text.size() && at > 0 && text[at - 1] == '"' ? at - 1 : text.size();
 }
 
-/// One entry of an embedded instance in its three parts; the first and the last may be empty.
+/// The three parts of an entry of an embedded instance. `start` and `end` may be empty.
 struct Entry {
     String start;
     String data;
     String end;
 };
 
-/// The beginning of a line that assigns a string to one of the properties, up to its quote.
+/// Matches the start of a line that assigns a string to one of the properties, up to the quote.
 RegularExpression assignmentOf(const StringArray& embeddedProperties) {
     return withNames("^[ \t]*(%1)[ \t]*=[ \t]*\"", embeddedProperties);
 }
@@ -76,7 +76,6 @@ RegularExpression assignmentOf(const StringArray& embeddedProperties) {
 /// The property that earlier versions rendered wrongly.
 constexpr const char* PROCESS = "Process";
 
-/// Repairs the lines of one text.
 class EmbeddedInstanceRepair {
 public:
     EmbeddedInstanceRepair(const StringArray& strings, const StringArray& arrays)
@@ -84,7 +83,7 @@ public:
           m_arrayEntry(withNames("^[ \t]*(%1)[ \t]*=[ \t]*.*;[ \t]*$", arrays)),
           m_entryStart("^[ \t]*[^ \t=]+[ \t]*=[ \t]*", 0) {}
 
-    /// `line` with its entries repaired; `start` is its beginning up to the opening quote.
+    /// Returns `line` with its entries repaired. `start` is its text up to the opening quote.
     String repairLine(const String& line, const String& start) const;
 
 private:
@@ -101,7 +100,7 @@ private:
 
 String EmbeddedInstanceRepair::repairLine(const String& line, const String& start) const {
     log().debug("Fixing bad embedded instance on line: %1", line);
-    // The opening quote is not taken for the closing one too.
+    // Skips the opening quote, which must not be taken for the closing one.
     const String rest = line.substr(start.size());
     const size_t endAt = findQuoteEnding(rest);
     const String end = rest.substr(endAt);
@@ -133,7 +132,7 @@ String EmbeddedInstanceRepair::repairEntry(const String& entry) const {
 Entry EmbeddedInstanceRepair::takeApart(const String& entry) const {
     const String start = m_entryStart.matching_substring(entry);
     const size_t endAt = findSemicolonEnding(entry);
-    // Without a value both parts cover the blanks before the semicolon.
+    // When there is no value, both `start` and `end` include the blanks before the semicolon.
     const size_t size = endAt > start.size() ? endAt - start.size() : 0;
     return {start, entry.substr(start.size(), size), entry.substr(endAt)};
 }
@@ -162,7 +161,7 @@ String EmbeddedInstanceRepair::repairOther(const String& entry, const Entry& par
         return entry;
     }
     String repaired = parts.start + parts.data + ";" + parts.end;
-    // With its semicolon it would be a value to be put into quotes the next time.
+    // With a semicolon the next repair would take it for a value and put it into quotes.
     if (m_stringEntry.matches(repaired) || m_arrayEntry.matches(repaired)) {
         return entry;
     }

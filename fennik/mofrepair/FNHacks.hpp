@@ -1,31 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Repairs of MOF that was rendered wrongly when it was saved, made in the text before it is
-// compiled again. They know two faults, leave everything else as it is, byte for byte, and change
-// nothing when they are applied again.
+// Repairs MOF that an earlier version rendered wrongly, in the text, before it is compiled again.
+// Two faults are known. Everything else stays as it is, byte for byte. The repairs are idempotent.
 #pragma once
 
 #include "blocxx/String.hpp"
 
 namespace KOVNS2 {
 
-/// Repairs embedded instances that stand as strings in the properties named by
-/// `embeddedProperties`: values of their `stringProperties` get quotes, those of their
-/// `arrayProperties` braces and quotes, and a closing brace gets its semicolon. The names are put
-/// into regular expressions as they are.
+/// Repairs embedded instances, which are string values of the properties `embeddedProperties`. Puts
+/// quotes around values of their `stringProperties`, braces and quotes around values of their
+/// `arrayProperties`, and a semicolon after a closing brace. The names go into regular expressions
+/// unescaped.
 void fixBrokenEmbeddedInstances(blocxx::String& mof, const blocxx::StringArray& embeddedProperties,
                                 const blocxx::StringArray& stringProperties,
                                 const blocxx::StringArray& arrayProperties);
 
-/// The same for the property "Process" and the names of a process's properties.
+/// The same for the property "Process" and the properties of a process.
 void fixBrokenEmbeddedInstances(blocxx::String& mof);
 
-/// Writes rendered MOF so that the repair above leaves it as it is: where it would take an assigned
-/// string for a broken embedded instance, the string begins on a line of its own. The meaning
-/// stays.
+/// Makes the repair above leave `mof` unchanged: moves each assigned string that it would take for
+/// a broken embedded instance to a line of its own. The meaning stays the same.
 void keepFromRepair(blocxx::String& mof);
 
-/// Replaces each carriage return by the escape sequence that should have been written.
+/// Replaces each carriage return by its escape sequence.
 void fixImproperlyEscapedCharacters(blocxx::String& mof);
 
 }  // namespace KOVNS2
