@@ -27,7 +27,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-/// One registration: what it is for, and where its undo steps go.
+/// Registers namespaces for one product.
 class Registration {
 public:
     Registration(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
@@ -91,7 +91,7 @@ private:
         }
     }
 
-    /// Compiled for the first namespace; the declarations are the same in every other.
+    /// Compiled for the first namespace and used for all: the declarations are the same.
     const OpenWBEM::Array<CIMQualifierType>& standardQualifiers(const String& ns) {
         if (!m_qualifiersRead) {
             OpenWBEM::Array<CIMInstance> instances;

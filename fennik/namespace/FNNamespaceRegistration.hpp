@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The namespaces that a product owns: created with the access rights of its users and the standard
-// qualifier types, and marked in namespace "kov" as reserved by the product.
+// Registers, deregisters and lists the namespaces of a product. A registered namespace has the
+// access rights of the product's users and the standard qualifier types, and is marked in namespace
+// "kov" as reserved by the product.
 #pragma once
 
 #include "fennik/undo/FNCleanupActions.hpp"
@@ -10,24 +11,24 @@ namespace KOVNS2 {
 
 using blocxx::StringArray;
 
-/// Registers each namespace, all of whose names must begin with the product's. Every change is
-/// followed by its undo step on `undo`, which the caller runs when this throws. root is always
-/// given read/write access once, and is skipped in both lists. What is named twice or is there
-/// already is refused before the first change.
+/// Registers the namespaces, whose names must begin with the product's. Pushes an undo step after
+/// each change; when this throws, the caller runs `undo`. root always gets read/write access and is
+/// skipped in both lists. Names given twice and objects that exist already are refused before the
+/// first change.
 void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                         const StringArray& userNames, const StringArray& readOnlyUserNames,
                         const StringArray& namespaces, const String& prefix,
                         CleanupActions_t& undo);
 
-/// Removes the namespaces with everything that registering made. What was done before a failure
-/// stays done.
+/// Removes the namespaces and everything that registering created for them. Has no undo steps: what
+/// was done before a failure stays done.
 void deregisterNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                           const StringArray& namespaces);
 
-/// The product's namespaces, in the order in which the CIMOM delivers them.
+/// The product's namespaces, in the CIMOM's order.
 StringArray listNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName);
 
-/// Appends the name of every user who has access to exactly that namespace.
+/// Appends the names of the users with access to `ns`, which is compared case-sensitively.
 void loadNamespaceUsers(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& ns,
                         StringArray& userNames);
 

@@ -22,7 +22,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-/// The text of a namespace that cannot be created, whoever finds that out.
+/// Throws what a failed attempt to create the namespace would throw.
 [[noreturn]] void refuseNamespace(CIMException::ErrNoType code, const String& reason,
                                   CallSite place = CallSite::here()) {
     const CIMException cause(place.file, place.line, code, reason);
@@ -30,7 +30,7 @@ namespace {
     throw NamespaceUtilsException(place.file, place.line, message.c_str());
 }
 
-// A name that is none has no namespace either, so that any class will do to ask for.
+// Asks for an arbitrary class: INVALID_NAMESPACE means that the namespace does not exist.
 bool exists(CIMOMHandleIFC& handle, const String& ns) {
     try {
         handle.getClass(ns, RESERVED_NAMESPACE);
@@ -45,8 +45,8 @@ bool exists(CIMOMHandleIFC& handle, const String& ns) {
     return true;
 }
 
-/// Who has reserved the namespace, as the end of a message; empty for nobody. Names of namespaces
-/// are the same in any letter case.
+/// Who has reserved the namespace, as the end of a message; empty for nobody. Namespace names are
+/// compared without regard to case.
 String reservedBy(CIMOMHandleIFC& handle, const String& ns) {
     const auto isFor = [&](const CIMValue& name) {
         return blocxx::equalsIgnoreCase(name.toString(), ns);
@@ -73,7 +73,7 @@ bool belongsToTheInstallation(const String& ns) {
            blocxx::equalsIgnoreCase(ns, Layout::INTEROP_NS);
 }
 
-/// What an administrator should know of a namespace that is in the way, as the end of a message.
+/// What the administrator should know about a namespace that exists, as the end of a message.
 String circumstances(CIMOMHandleIFC& handle, const String& ns) {
     if (belongsToTheInstallation(ns)) {
         return "; every installation has it";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The CIM names that registering, deregistering and listing namespaces have in common.
+// CIM names, paths and the log that the sources of this room share.
 #pragma once
 
 #include "fennik/common/UnitLog.hpp"
@@ -20,12 +20,12 @@ inline constexpr const char* PRODUCT_RESERVED_NAMESPACE = "KOV_ProductReservedNa
 
 UnitLog log();
 
-// The paths of what registering creates for a namespace.
+// The paths of the instances that registering creates for a namespace.
 OpenWBEM::CIMObjectPath accessPath(const String& ns, const String& user);
 OpenWBEM::CIMObjectPath reservationPath(const String& ns);
 OpenWBEM::CIMObjectPath reservedByPath(const String& productName, const String& ns);
 
-/// A list in a log line that puts it in quotes: "a" "b".
+/// Prints as a" "b, for a log message that adds the outer quotes.
 struct Quoted {
     const StringArray& list;
 };

@@ -15,7 +15,7 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-// What the daemon is told about the classes in a new namespace: nothing.
+// A new namespace is created without information about its classes.
 constexpr uint16_t CLASS_INFO_UNKNOWN = 0;
 
 template <class HandleRef>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Creating, deleting and finding CIM namespaces, whatever kind of handle there is, and the undo
-// steps on them.
+// Operations on CIM namespaces through either kind of handle, and the undo steps for them.
 #pragma once
 
 #include "fennik/undo/FNCleanupActions.hpp"
@@ -17,9 +16,9 @@ class NamespaceUtils : public blocxx::IntrusiveCountableBase {
 public:
     /// Throws NamespaceUtilsException.
     virtual void CreateNamespace(const String& ns) = 0;
-    /// A namespace that is not there is logged, not an error. Throws NamespaceUtilsException.
+    /// A missing namespace is logged; any other failure throws NamespaceUtilsException.
     virtual void DeleteNamespace(const String& ns) = 0;
-    /// Whether there is a namespace of exactly that name, letter case included.
+    /// Whether the namespace exists. The name is compared case-sensitively.
     virtual bool NamespaceExists(const String& ns) = 0;
 };
 using NamespaceUtilsRef = blocxx::IntrusiveReference<NamespaceUtils>;
@@ -39,12 +38,12 @@ private:
 };
 
 /// The namespaces of the running daemon. Deleting one does nothing and succeeds: the daemon has no
-/// such operation, and callers rely on what they undo staying harmless.
+/// such operation, and undo steps must not fail because of that.
 class CimomNSUtils : public NamespaceUtils {
 public:
     using HandleRef = OpenWBEM::ClientCIMOMHandleRef;
 
-    /// Without a handle every operation but DeleteNamespace is refused.
+    /// With a null handle every operation except DeleteNamespace throws NamespaceUtilsException.
     explicit CimomNSUtils(HandleRef handle = {});
     void CreateNamespace(const String& ns) override;
     void DeleteNamespace(const String& ns) override;
@@ -54,11 +53,11 @@ private:
     HandleRef m_handle;
 };
 
-/// The namespace operations for that kind of handle. Throws NamespaceUtilsException for a null
-/// handle and for a kind that has none.
+/// The namespace operations for the kind of `handle`. Throws NamespaceUtilsException for a null
+/// handle and for any other kind.
 NamespaceUtilsRef GetNSUtils(const OpenWBEM::CIMOMHandleIFCRef& handle);
 
-// Undo steps. They report their own failure and do not throw for it.
+// Undo steps. A step that fails logs what to do by hand; it does not throw.
 void deleteNamespace(const NamespaceUtilsRef& namespaces, const String& ns);
 void createNamespace(const NamespaceUtilsRef& namespaces, const String& ns);
 
