@@ -31,7 +31,7 @@ UnitLog log() {
     return UnitLog("");
 }
 
-/// There is something else in the snippet's place. Only the administrator knows what it is for.
+/// Something other than a file is in the snippet's place. Only the administrator knows why.
 FileSystemException somethingElse(const String& path, const char* what, int errnum,
                                   CallSite place = CallSite::here()) {
     const String message = blocxx::Format(
@@ -54,8 +54,8 @@ void requireRegularFile(const blocxx::File& file, const String& path) {
     }
 }
 
-/// The snippet's whole content, however long; none when there is no snippet. A link in its place is
-/// not followed: the file that it leads to is not the product's to show or to restore.
+/// The snippet's content, of any size; nullopt when there is no snippet. Does not follow a link in
+/// its place: the product may not show or restore the file that it leads to.
 std::optional<String> readSnippet(const String& productName, const String& path) {
     if (!ProductPaths::canNameSnippet(productName)) {
         return std::nullopt;
@@ -109,7 +109,7 @@ TempFile::Released createTempFile(const String& directory) {
     }
 }
 
-/// Removes the temporary file and throws what went wrong with it, for that reason if there is one.
+/// Removes the temporary file and throws FennikException with `message`; `reason` is its cause.
 [[noreturn]] void CleanupTempFile_ReportErrno(const String& message, const String& tempPath,
                                               int errnum,
                                               const FileSystemException* reason = nullptr,
@@ -122,7 +122,7 @@ TempFile::Released createTempFile(const String& directory) {
     throw FennikException(place, details, ErrorCode::CONFIG_NOT_WRITTEN, reason);
 }
 
-/// Durable before the rename: after a power cut the snippet's name must not stand over nothing.
+/// Makes the content durable before the rename, so that a power cut cannot leave an empty snippet.
 void writeAndClose(blocxx::File& file, const String& tempPath, const String& content) {
     using FileSystem::WriteStep;
     switch (FileSystem::writeDurably(file, content)) {
@@ -134,7 +134,7 @@ void writeAndClose(blocxx::File& file, const String& tempPath, const String& con
         case WriteStep::SYNC:
         case WriteStep::CLOSE:
             CleanupTempFile_ReportErrno("Error closing " + tempPath, tempPath, errno);
-        case WriteStep::CREATE:  // was done before
+        case WriteStep::CREATE:  // not part of writeDurably
         case WriteStep::DONE:
             break;
     }
@@ -173,8 +173,8 @@ void setConfigFile(const String& productName, const String& source, const String
     setConfigFileFromString(productName, readSource(source, prefix), prefix);
 }
 
-// The rename is the commit point: before it an old snippet is untouched, and a run that dies leaves
-// only the temporary file.
+// The rename is the commit point. A run killed before it leaves the old snippet untouched, and the
+// temporary file.
 void setConfigFileFromString(const String& productName, const String& content,
                              const String& prefix) {
     const String path = ProductPaths::configSnippet(productName, prefix);

@@ -34,7 +34,7 @@ namespace {
 
 using Layout::KOV_NS;
 constexpr const char* PRODUCT_CLASS = "KOV_Product";
-/// The infrastructure itself, which must not be deregistered.
+/// The infrastructure's own product, which must not be deregistered.
 constexpr const char* KOV_PRODUCT_NAME = "kov";
 
 UnitLog log() {
@@ -65,8 +65,8 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
     }
 }
 
-/// Before the first change: a name that the allowed users file, its name or a saved state cannot
-/// hold is a file that cannot be created.
+/// Called before the first change. A name that the allowed users file, its file name or a saved
+/// state cannot hold is reported as a failure to create that file.
 void checkNames(const String& productName, const StringArray& userNames, const String& prefix) {
     try {
         if (const String problem = ProductPaths::problemOfProduct(productName); !problem.empty()) {
@@ -99,7 +99,7 @@ void writeAndClose(blocxx::File& file, const String& path, const String& content
             throwFileFailure("Failed to flush %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
         case WriteStep::CLOSE:
             throwFileFailure("Failed to close %1", path, ErrorCode::ALLOWED_USERS_NOT_WRITTEN);
-        case WriteStep::CREATE:  // was done before
+        case WriteStep::CREATE:  // not part of writeDurably
         case WriteStep::DONE:
             break;
     }
@@ -123,7 +123,7 @@ void writeAllowedUsersFile(const String& productName, const StringArray& userNam
     writeAndClose(file, path, allowedUsersLine(userNames));
 }
 
-/// Appends the key of each product's path, its name.
+/// Appends the name of each product, the only key of its path.
 class ProductNameOutputter : public OpenWBEM::CIMObjectPathResultHandlerIFC {
 public:
     explicit ProductNameOutputter(StringArray& names) : m_names(names) {}
@@ -139,9 +139,8 @@ private:
 
 }  // namespace
 
-// 1. the instance, uncommitted; 2. the file; 3. the commit, which is the commit point of the whole
-// registration: a run that dies before it leaves at most a file that the next attempt to register
-// names in its error.
+// 1. Create the instance, uncommitted. 2. Write the file. 3. Commit: the commit point. A run killed
+// before it leaves at most the file, which the next attempt to register names in its error.
 void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
                      const StringArray& userNames, const String& prefix, Permanence permanence) {
     log().debug("Registering product \"%1\"", productName);
@@ -182,7 +181,7 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
     if (!ProductPaths::canNameFile(productName) || !blocxx::FileSystem::removeFile(path)) {
         throwFileFailure("Failed to remove %1", path, ErrorCode::ALLOWED_USERS_NOT_REMOVED);
     }
-    // There is no way back from here, so that this is no failure.
+    // The removal cannot be undone, so a failed sync is logged, not thrown.
     if (!blocxx::FileSystem::syncDirectory(blocxx::FileSystem::Path::dirname(path))) {
         const String message = Format(
             "Failed to sync the directory of %1: %2. If a power cut brings the file back, remove "
@@ -194,10 +193,9 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
 
 }  // namespace
 
-// The caller's swap of the working copy is the commit point for what is in the repository. The
-// files go at once; all but the last are put back by the undo list. The allowed users file is
-// removed last and has no undo: when the swap fails after it, the administrator writes it again.
-// From there on nothing interrupts the run.
+// The caller's swap of the working copy is the commit point for the repository. Files are removed
+// at once; the undo list restores all except the allowed users file, which is removed last, after
+// the last check for signals. When the swap then fails, the administrator has to write it again.
 void deregisterProduct(const CIMOMHandleIFCRef& handle, const String& productName,
                        const String& prefix, CleanupActions_t& undo) {
     log().debug("Deregistering product \"%1\"", productName);
