@@ -34,11 +34,11 @@ namespace {
 // A provider registration keeps many MOF and privilege files open at a time.
 constexpr rlim_t DESCRIPTOR_FLOOR = 256;
 
-/// Open and locked for the life of the process.
+/// Keeps the lock for the life of the process.
 blocxx::File g_lockFile;
 
-/// A debug log. One that cannot be written makes the run fail, but at its next step: the step that
-/// is being logged has succeeded and must get its undo, and undoing must not stop over a log.
+/// A debug log. A failure to write it fails the run, but at the next step: the step being logged
+/// has succeeded and its undo must still be pushed, and undo steps must run to the end.
 class DebugLog : public LogAppender {
 public:
     explicit DebugLog(const blocxx::LogAppenderRef& file) : m_file(file) {}
@@ -60,7 +60,7 @@ private:
 
 }  // namespace
 
-// Standard error comes first: an error is seen there even when the log file cannot be written.
+// Standard error comes first, so an error reaches it even when the log file cannot be written.
 void SetupLogging(const blocxx::CmdLineParser& parser) {
     blocxx::Array<blocxx::LogAppenderRef> appenders;
     appenders.push_back(new blocxx::CerrAppender(LogAppender::ALL_COMPONENTS,
@@ -81,7 +81,7 @@ void validateUserContext() {
     }
 }
 
-// The hard limit is lowered to the floor, too: cp and rm get no more than the tool.
+// Also sets the hard limit to the floor, so that cp and rm get no more than the tool.
 void CheckUlimit() {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
@@ -98,8 +98,8 @@ void CheckUlimit() {
 
 namespace {
 
-/// The number of the process that holds the lock, or "". A lock of an open file is nobody's, so the
-/// file says whose it is; a record lock is that of a process.
+/// The id of the process that holds the lock; empty when unknown. The kernel names the holder of a
+/// record lock, but not of an open file description lock: that one's id is in the file.
 String lockHolder() {
     struct flock lock = {};
     lock.l_type = F_WRLCK;
@@ -116,8 +116,8 @@ String lockHolder() {
 void noteLockHolder() {
     const String number = std::to_string(::getpid()) + "\n";
     struct stat info = {};
-    // In a staged tree of others the file may be a second name of another one. Without the number,
-    // those who wait are not told for whom: no reason to fail.
+    // In somebody else's staged tree the file may be a hard link to another file. Without the id,
+    // waiting runs cannot name the holder; that is no failure.
     if (::fstat(g_lockFile.getFileDescriptor(), &info) == 0 && info.st_nlink == 1 &&
         ::ftruncate(g_lockFile.getFileDescriptor(), 0) == 0) {
         g_lockFile.write(number.data(), number.size());

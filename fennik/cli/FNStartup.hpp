@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What has to hold before any operation: errors reach the user, the user is root, enough files may
-// be open, and no other run is under way. Failures are FennikException; a log file that cannot be
-// opened is LoggerException.
+// Start-up steps of a run: set up the log, check for root, raise the descriptor limit, take the
+// lock. Failures are FennikException, except where noted.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
 
 namespace KOVNS2 {
 
-/// Errors as bare text to standard error and, with --log-file, everything to that file.
+/// Sends errors as bare text to standard error and, with --log-file, all messages to that file.
+/// Throws LoggerException when the file cannot be opened.
 void SetupLogging(const blocxx::CmdLineParser& parser);
 /// Throws unless the effective user is root.
 void validateUserContext();
-/// Makes sure that at least 256 files may be open.
+/// Raises the limit of open files to 256 when it is lower.
 void CheckUlimit();
-/// Takes the lock below `prefix` and holds it until the process ends; the lock file then holds this
-/// process's number. Waits while another run has it; a caller at a terminal is told so.
+/// Takes the lock below `prefix` until the process ends, and writes the process id into the lock
+/// file. Waits while another run holds it; says so when standard error is a terminal.
 void acquireLock(const blocxx::String& prefix);
 
 }  // namespace KOVNS2

@@ -34,7 +34,7 @@ void reportDetails(const blocxx::Logger& logger, const blocxx::String& details) 
     BLOCXX_LOG_ERROR(logger, blocxx::Format("An error has occurred.\nDetails: %1", details));
 }
 
-/// What has interrupted the run is told as it is, whatever it was wrapped in on its way.
+/// Rethrows what interrupted the run, even when it was wrapped in another exception since.
 [[noreturn]] void rethrow() {
     if (const std::exception_ptr interruption = blocxx::Interruption::thrown()) {
         std::rethrow_exception(interruption);
@@ -52,7 +52,7 @@ int reportCurrent(const blocxx::Logger& logger) {
         return e.getErrorCode();
     } catch (const blocxx::LoggerException& e) {
         reportLogger(e);
-    } catch (const blocxx::Exception& e) {  // CIM failures among them
+    } catch (const blocxx::Exception& e) {  // CIMException among them
         reportDetails(logger, toString(e));
     } catch (const std::exception& e) {
         reportDetails(logger, e.what());

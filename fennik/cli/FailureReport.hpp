@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a run that failed tells it: the one place where failures become messages and exit statuses.
+// Turns failures into messages and exit statuses; nothing else does.
 #pragma once
 
 #include "blocxx/Logger.hpp"
 
 namespace KOVNS2 {
 
-/// Reports the exception that is being handled and returns the exit status that it stands for.
+/// Reports the exception that is being handled and returns its exit status.
 int reportFailure(const blocxx::Logger& logger) noexcept;
 
-/// Tells of what could not make a run fail any more because its operation was complete.
+/// After a complete operation: reports a signal, or a failure of the debug log, that came too late
+/// to make the run fail.
 void reportWhatCameTooLate() noexcept;
 
 }  // namespace KOVNS2

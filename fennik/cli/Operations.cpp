@@ -34,9 +34,9 @@ void printLines(const StringArray& lines) {
     }
 }
 
-/// Calls `operation(handle, undo)` on a working copy of the repository and swaps the copy in, with
-/// the daemon stopped meanwhile. The order of the declarations is the order of the steps; in the
-/// end the copy goes before the daemon is started again.
+/// Stops the daemon, calls `operation(handle, undo)` on a working copy of the repository, swaps the
+/// copy in and starts the daemon again. The declarations are in this order, so the copy is closed
+/// before the daemon starts.
 template <class Operation>
 void workOnCopy(Run& run, Operation operation) {
     const StopAndStartCimom guard(run.buildSystem, run.startFailed);
@@ -48,8 +48,8 @@ void workOnCopy(Run& run, Operation operation) {
                 operation(copy.GetHandle(), undo);
                 copy.SwapInNewRepository();
             } catch (...) {
-                // Before the undo steps: what they would put back into the copy goes with it, and
-                // the namespace that it stood in may be gone already.
+                // Before the undo steps, which would otherwise write to the copy: it is deleted
+                // anyway, and their namespace may no longer exist in it.
                 copy.GiveUp();
                 throw;
             }
@@ -58,8 +58,8 @@ void workOnCopy(Run& run, Operation operation) {
     copy.CloseRepository();
 }
 
-/// Calls `operation(handle)` on the repository opened directly, with the daemon stopped meanwhile.
-/// The repository is closed before the daemon is started again.
+/// Stops the daemon, calls `operation(handle)` on the repository opened directly, closes it and
+/// starts the daemon again.
 template <class Operation>
 void workDirectly(Run& run, Operation operation) {
     const StopAndStartCimom guard(run.buildSystem, run.startFailed);
@@ -97,7 +97,7 @@ void getConfigOperation(Run& run) {
     StandardStreams::writeOut(getConfigFile(productName(run), run.prefix));
 }
 
-// The commit stands inside the guarded region: where it fails, the undo steps still run.
+// The commit is inside undoOnFailure(), so the undo steps run when it fails.
 void registerNamespaceOperation(Run& run) {
     const String name = productName(run);
     const StringArray namespaces = values(run, REGISTER_NAMESPACE_OPT);
@@ -130,7 +130,7 @@ void deregisterOperation(Run& run) {
     });
 }
 
-// The commit stands inside the guarded region: where it fails, the undo steps still run.
+// The commit is inside undoOnFailure(), so the undo steps run when it fails.
 void registerProvidersOperation(Run& run) {
     const String name = productName(run);
     const String list = value(run, REGISTER_PROVIDERS_OPT);

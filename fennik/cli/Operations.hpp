@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The operations of the command line as rows of one table. A handler reads its values from the
-// command line, calls the operation, prints its result and sees to the daemon.
+// The table of operations. A handler reads its operands from the command line, calls the operation,
+// prints the result and stops, starts or restarts the daemon as needed.
 #pragma once
 
 #include <span>
@@ -12,22 +12,22 @@
 
 namespace KOVNS2 {
 
-/// What a run knows when its operation starts.
+/// The context of a run, passed to its handler.
 struct Run {
     const blocxx::CmdLineParser& parser;
-    bool buildSystem;       ///< a staged tree: the daemon is left alone
+    bool buildSystem;       ///< works on a staged tree and leaves the daemon alone
     blocxx::String prefix;  ///< put in front of every absolute path
     OpenWBEM::CIMOMHandleIFCRef handle;
-    bool startFailed = false;  ///< the daemon could not be started again
+    bool startFailed = false;  ///< set when the daemon could not be started again
 };
 
 struct Operation {
     OptionId option;
     void (*handler)(Run&);
-    bool isChange;  ///< there may be something to undo
+    bool isChange;  ///< has undo steps, so signals must not end the process at once
 };
 
-/// In the order in which they are looked for: the first one whose option is set is carried out.
+/// In order of precedence: a run carries out the first operation whose option is set.
 std::span<const Operation> operations();
 
 }  // namespace KOVNS2

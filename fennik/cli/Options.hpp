@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The option table: parsing, dispatch and the usage text read the same rows.
+// The option table, for parsing, dispatch and the usage text.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
@@ -30,7 +30,7 @@ enum OptionId {
     RO_USERNAME_OPT = 19
 };
 
-/// In the order of the usage text, ended by an all-zero row.
+/// In the order of the usage text; an all-zero row ends it.
 extern const blocxx::CmdLineParser::Option g_options[];
 
 /// Writes the usage text to standard error.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The entry point: one run carries out one operation.
+// The entry point. A run carries out one operation.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -30,8 +30,7 @@ void logCommandLine(const Logger& logger, int argc, const char* const* argv) {
                                     untokenize(blocxx::StringArray(argv, argv + argc), "\" \"")));
 }
 
-/// Words that belong to no option are ignored; a list after an option that takes one value shows
-/// here.
+/// Logs ignored arguments, such as further values after an option that takes one.
 void logExtraWords(const Logger& logger, const CmdLineParser& parser) {
     const blocxx::StringArray& words = parser.getNonOptionArgs();
     if (!words.empty()) {
@@ -70,7 +69,7 @@ int runOperation(const CmdLineParser& parser, const Logger& logger) {
         Usage();
         return ErrorCode::FAILURE;
     }
-    // Until here, and in an operation that changes nothing, a signal ends the process at once.
+    // Before this, and in an operation that changes nothing, a signal ends the process at once.
     if (operation->isChange) {
         blocxx::Interruption::catchSignals();
     }
@@ -79,7 +78,7 @@ int runOperation(const CmdLineParser& parser, const Logger& logger) {
     return run.startFailed ? ErrorCode::FAILURE : ErrorCode::DONE;
 }
 
-/// The guarded part of a run. `logger` is replaced as soon as there is a log to write to.
+/// A run; main reports what it throws. Replaces `logger` once the log is set up.
 int runFennik(int argc, const char* const* argv, Logger& logger) {
     const CmdLineParser parser(argc, argv, g_options, CmdLineParser::E_NON_OPTION_ARGS_ALLOWED);
     SetupLogging(parser);
