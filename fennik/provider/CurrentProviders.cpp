@@ -26,7 +26,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-/// A property that registering always sets.
+/// The value of a property that registering always sets. Throws FennikException when it is NULL.
 CIMValue requireValue(const CIMInstance& provider, const char* property,
                       CallSite place = CallSite::here()) {
     CIMValue value = provider.getPropertyValue(property);
@@ -36,8 +36,8 @@ CIMValue requireValue(const CIMInstance& provider, const char* property,
     return value;
 }
 
-/// What is left of a registration instance by its record and, where one is in its place, by its
-/// privilege file: enough to remove both.
+/// A replacement for a missing registration instance, made from its path and its privilege file, if
+/// that exists: enough to remove the provider.
 CIMInstance substitute(const CIMObjectPath& path, const String& destDir) {
     CIMInstance instance = keysOnly(path);
     const String file = PrivilegeFiles::providerPrivilegeFile(instance);
@@ -47,7 +47,8 @@ CIMInstance substitute(const CIMObjectPath& path, const String& destDir) {
     return instance;
 }
 
-/// The objects that a record names, read through a handle; what is gone is told with its repair.
+/// Reads the objects and files that a record names. An exception for a missing one says how to
+/// repair that.
 struct Reader {
     CIMOMHandleIFC& handle;
     ProviderRepair repair;
@@ -113,7 +114,7 @@ bool isOneOf(const Array<CIMInstance>& instances, const CIMInstance& instance) {
     });
 }
 
-/// Reads the instances of the provider's namespace, and those that came with the registration.
+/// Reads the instances of the provider's namespace, and the unconnected ones of the registration.
 void readListedInstances(const Reader& reader, const CIMValue& names, OOP1ProviderParts& parts) {
     const String& ns = parts.providerMofNamespace;
     for (const String& name : names.getArray<String>()) {

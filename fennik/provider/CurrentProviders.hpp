@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From what the CIMOM and the privilege files hold to registration records.
+// Reads the providers of a product back from the CIMOM and the privilege files.
 #pragma once
 
 #include "fennik/provider/ProviderModel.hpp"
@@ -8,13 +8,12 @@
 
 namespace KOVNS2::CurrentProviders {
 
-/// The records of the product's providers in namespace "kov", in the order in which the CIMOM
-/// delivers them.
+/// The records of the product's providers in namespace "kov", in the CIMOM's order.
 Array<OpenWBEM::CIMInstance> records(const ProviderTarget& target);
 
-/// The registration that a record stands for. Throws FennikException for a record of an unknown
-/// kind and for one without its lists. When something that it names is gone, the exception of the
-/// handle or of the file says how to mend that.
+/// The registration that `record` describes. Throws FennikException for a record of an unknown
+/// class or without its lists. When an object or a file that it names is missing, the message of
+/// the CIMException or FileSystemException says how to repair that.
 ProviderRegistrationRef registrationOf(const ProviderTarget& target,
                                        const OpenWBEM::CIMInstance& record);
 

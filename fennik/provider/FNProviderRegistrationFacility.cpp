@@ -24,7 +24,7 @@ using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
 
-/// Unlike the files that a list names, the list itself is not looked for below the prefix.
+/// The list's own path has no prefix, unlike the paths of the files that it names.
 String readList(const String& fileName) {
     if (fileName == "-") {
         return FileUtils::readStandardInput();
@@ -163,8 +163,8 @@ ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistra
                                                     regMofFile, privilegeFile, providerMofFile);
 }
 
-// A list's entry arrives with the privilege file as path2 and the provider MOF as path3, so that
-// messages about the one name the other: administrators know them like that.
+// For a list entry, path2 is the privilege file and path3 the provider MOF, so messages about one
+// name the other. Kept: administrators know the messages like that.
 ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistrationFromString(
     const String& regMof, const String& providerMof, const String& privileges,
     const String& oopPrivileges, const String& path1, const String& path2, const String& path3) {
@@ -210,7 +210,7 @@ void ProviderRegistrationFacility::validateOOP1ProviderRegistration(const CIMIns
 }
 
 StringArray ProviderRegistrationFacility::getRegisteredNamespaces() {
-    // Each provider of a list asks, and no command that has providers changes the namespaces.
+    // Cached: called for each provider, and no command that uses this changes the namespaces.
     if (!m_namespaces) {
         m_namespaces = listNamespaces(m_target.handle, m_target.productName);
     }
@@ -236,8 +236,8 @@ void ProviderRegistrationFacility::verifyPrivilegesContent(const String& privile
     verifyPrivileges(privileges, path, m_target.destDir);
 }
 
-// Replacing is removing all and adding all: a provider that stays is made afresh. What the list
-// says is known to be right before the first change.
+// Removes all providers, then adds those of the list, so a provider that stays is created anew. The
+// list has been checked before the first change.
 void ProviderRegistrationFacility::registerProviders(const String& list) {
     const Array<ProviderRegistrationRef> added = parseInputData(list);
     try {

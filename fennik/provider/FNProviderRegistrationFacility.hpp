@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The providers of a product: registered from a list, replaced, listed and removed. Every change is
-// followed by its undo step on the caller's list, which the caller runs when an operation throws.
+// Registers, replaces, lists and removes the providers of a product. Each change pushes its undo
+// step on the caller's list; the caller runs the list when an operation throws.
 #pragma once
 
 #include <optional>
@@ -11,30 +11,30 @@
 
 namespace KOVNS2 {
 
-/// Replaces the product's providers by those of a list: a file, or standard input when `fileName`
-/// is "-". The whole list is read and checked before anything changes. Throws FennikException, and
-/// CIMException or IOException as they come while the list is read.
+/// Replaces the product's providers by those of the list in the file `fileName`, or on standard
+/// input when it is "-". Reads and checks the whole list before the first change. Throws
+/// FennikException; while the list is read, also CIMException and IOException.
 void RegisterProviders(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                        const String& fileName, const String& prefix, CleanupActions_t& undo);
 /// Removes all providers of the product.
 void DeregisterProviders(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                          const String& prefix, CleanupActions_t& undo);
-/// One line for each provider, in the order in which the CIMOM delivers them.
+/// One line per provider, in the CIMOM's order.
 StringArray ListProviders(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                           const String& prefix);
-/// The registrations as the CIMOM and the privilege files hold them, in the same order.
+/// The registrations, read from the CIMOM and the privilege files, in the same order.
 Array<ProviderRegistrationRef> GetCurrentProviderRegistrations(
     const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName, const String& prefix);
-/// Adds registrations to those that the product has.
+/// Registers further providers; the product keeps those that it has.
 void registerProviders(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                        const Array<ProviderRegistrationRef>& registrations, CleanupActions_t& undo,
                        const String& prefix);
 
-/// The face of the steps of these operations, each of which has a source of its own. A facility
-/// serves one command; its list and its handle must outlive it and the undo steps.
+/// The steps of these operations; each is implemented in a source of its own. A facility serves one
+/// command. The undo list must outlive it, the handle must outlive the undo steps.
 class ProviderRegistrationFacility {
 public:
-    /// Whether the provider has no privilege file of its own.
+    /// Whether the provider has a privilege file of its own (E_MONITORED).
     enum EMonitoredFlag { E_MONITORED = 0, E_NOT_MONITORED = 1 };
 
     ProviderRegistrationFacility(const OpenWBEM::CIMOMHandleIFCRef& handle, String productName,
@@ -46,7 +46,7 @@ public:
     virtual void registerProvider(const OOP1ProviderRegistration& registration);
     virtual void deRegisterProvider(const OOP1ProviderRegistration& registration);
 
-    // The steps of registering, in their order; ProviderSteps.hpp says what each does.
+    // The steps of registering, in order. See ProviderSteps.hpp.
     /// Leaves `privilegeFilePath` as it is when the registration has no privilege text.
     virtual void createPrivilegeFiles(const OOP1ProviderRegistration& registration,
                                       String& privilegeFilePath);
@@ -56,14 +56,15 @@ public:
         const OOP1ProviderRegistration& registration);
     virtual void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration);
 
-    /// Builds the registrations of a list; changes nothing. Throws for the first bad entry.
+    /// Builds the registrations of the list with the text `list`. Changes nothing. Throws for the
+    /// first bad entry.
     virtual Array<ProviderRegistrationRef> parseInputData(const String& list);
-    /// Messages name path1 for the registration MOF, path2 for the provider MOF and path3 for the
-    /// privileges. An empty `oopPrivileges` is generated.
+    /// Messages about the registration MOF name path1, about the provider MOF path2 and about the
+    /// privileges path3. An empty `oopPrivileges` is generated.
     virtual ProviderRegistrationRef createOOP1ProviderRegistrationFromString(
         const String& regMof, const String& providerMof, const String& privileges,
         const String& oopPrivileges, const String& path1, const String& path2, const String& path3);
-    /// The paths as a list has them; an empty one for the privilege file means that there is none.
+    /// The paths are those of a list entry. An empty `privilegeFilePath`: no privilege file.
     virtual ProviderRegistrationRef createOOP1ProviderRegistration(const String& regMofPath,
                                                                    const String& providerMofPath,
                                                                    const String& privilegeFilePath);
@@ -89,7 +90,7 @@ public:
 private:
     const ProviderTarget m_target;
     ProviderDeregistration m_deregistration;
-    std::optional<StringArray> m_namespaces;  ///< once they are known
+    std::optional<StringArray> m_namespaces;  ///< cache of getRegisteredNamespaces()
 };
 
 }  // namespace KOVNS2

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the privilege files of a provider lie. This is the only place that turns the identifier of
-// a registration, which comes from outside, into a path: it always names a file in one of the two
-// privilege directories. All paths are those of the installed system.
+// The paths of a provider's privilege files. Only this source turns the identifier of a
+// registration, which is untrusted, into a path; that path is always a file in one of the two
+// privilege directories. Paths are without prefix, except where noted.
 #pragma once
 
 #include "openwbem/model/CIMInstance.hpp"
@@ -11,8 +11,8 @@ namespace KOVNS2::PrivilegeFiles {
 
 using blocxx::String;
 
-/// `text` with an underscore for each character that has a meaning in paths, shells or the
-/// privilege language.
+/// Replaces each character that is special in paths, shells or the privilege language by an
+/// underscore.
 String safeFileName(const String& text);
 
 /// The base name of a registration's privilege files.
@@ -23,15 +23,14 @@ String oopPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance);
 String providerPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance);
 
 /// The privilege file of an interface for scripted providers. Throws FennikException when the path
-/// is too long, and with `mustNotExist` when there is such a file.
+/// is too long, and with `mustNotExist` when the file exists.
 String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist);
 
-/// Creates the file, which must not be there, with these contents, and syncs it. Its name is
-/// durable with syncNames(). Throws IOException with errno as its code; what was written until then
-/// stays.
+/// Creates the file `path` (with its prefix), which must not exist, with `contents`, and syncs it;
+/// syncNames() makes its name durable. Throws IOException with errno as its code; what was written
+/// before the failure stays.
 void writeFile(const String& path, const String& contents);
-/// Makes durable which privilege files there are below `prefix`, all at once. Throws
-/// FileSystemException.
+/// Syncs both privilege directories below `prefix`. Throws FileSystemException.
 void syncNames(const String& prefix);
 
 }  // namespace KOVNS2::PrivilegeFiles

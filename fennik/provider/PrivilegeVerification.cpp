@@ -18,8 +18,7 @@ namespace PrivilegeConfig = OpenWBEM::PrivilegeConfig;
 
 namespace {
 
-/// Looks for included files and leaves their contents alone: whoever owns them has had them
-/// checked.
+/// Checks that included files exist. Does not read them: their owner has had them checked.
 class FNIncludeHandler : public PrivilegeConfig::IncludeHandler {
 public:
     FNIncludeHandler(const String& path, const String& destDir)

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The check of a privilege text that a product supplied, before anything is written.
+// Checks a privilege text that a product supplied, before anything is written.
 #pragma once
 
 #include "blocxx/String.hpp"
 
 namespace KOVNS2 {
 
-/// Passes for an empty text, and for one that the privilege language knows and that names a user
-/// other than root; the files that it includes have to exist below `destDir`. Throws
-/// FennikException, which names `path`.
+/// Accepts an empty text. Any other must parse, name a user other than root, and include only files
+/// that exist below `destDir`. Otherwise throws FennikException; `path` is the text's name in
+/// messages.
 void verifyPrivileges(const blocxx::String& privileges, const blocxx::String& path,
                       const blocxx::String& destDir);
 

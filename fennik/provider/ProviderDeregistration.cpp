@@ -64,8 +64,8 @@ void removeRecord(const ProviderTarget& target, const String& id) {
     removeInstance(target, KOV_NS, record);
 }
 
-/// The instances go in the reverse order of their creation. One that is not there any more went
-/// with the class of a provider that was removed before.
+/// Removes the instances in the reverse order of their creation. A missing one is ignored: it was
+/// removed with the class of another provider.
 void removeProviderInstances(const ProviderTarget& target,
                              const OOP1ProviderRegistration& registration) {
     const String& ns = registration.providerMofNamespace();
@@ -84,7 +84,7 @@ void removeProviderInstances(const ProviderTarget& target,
     }
 }
 
-/// Instances of subclasses are enumerated, too. They go with their own class.
+/// Skips instances of subclasses, which are enumerated too: they are removed with their own class.
 void removeInstancesOfClass(const ProviderTarget& target, const String& ns,
                             const String& className) {
     stepLog().debug("Iterating through instances of class: %1:%2", ns, className);
@@ -95,8 +95,8 @@ void removeInstancesOfClass(const ProviderTarget& target, const String& ns,
     }
 }
 
-/// Undoes the removal of a privilege file. What stands in its place by now is what a registration
-/// of the same name wrote before its writing failed: a whole file has been removed by its own undo.
+/// Undoes the removal of a privilege file. A file in its place is the partial one of a registration
+/// of the same name that failed; a complete one has been removed by its own undo step.
 void putFileBack(const String& path, const String& contents) {
     blocxx::FileSystem::removeFile(path);
     cleanupWriteFile(path, contents);
@@ -123,7 +123,7 @@ void removePrivilegeFiles(const ProviderTarget& target,
     }
 }
 
-/// Calls `removal`, or puts it off when it fails with one of these statuses.
+/// Calls `removal`. Appends it to `putOff` when it fails with one of the codes `inUse`.
 void removeOrPutOff(const boost::function<void()>& removal,
                     std::initializer_list<CIMException::ErrNoType> inUse,
                     Array<boost::function<void()>>& putOff) {
@@ -137,13 +137,13 @@ void removeOrPutOff(const boost::function<void()>& removal,
     }
 }
 
-/// Calls every removal; those that fail are tried again as long as that helps. Throws the failure
-/// of one that stays.
+/// Calls every removal, and again those that failed, until none is left or none succeeds. Then
+/// throws one of the failures.
 void removeRest(Array<boost::function<void()>>& removals) {
     while (!removals.empty()) {
         const size_t before = removals.size();
         std::exception_ptr failure;
-        // From the last: what was put off later tends to use what was put off before.
+        // From the last: later ones tend to use earlier ones.
         for (size_t i = removals.size(); i-- > 0;) {
             try {
                 removals[i]();
@@ -173,7 +173,7 @@ void ProviderDeregistration::remove(const OOP1ProviderRegistration& registration
     removePrivilegeFiles(m_target, registration);
 }
 
-// Superclasses stand before their subclasses in a registration, so classes go from the last.
+// Removes classes from the last, because a registration lists superclasses before subclasses.
 void ProviderDeregistration::removeSchema(const OOP1ProviderRegistration& registration) {
     const String& ns = registration.providerMofNamespace();
     const ProviderRepair repair(m_target.productName, registration.instanceID(), m_target.destDir);
@@ -182,7 +182,7 @@ void ProviderDeregistration::removeSchema(const OOP1ProviderRegistration& regist
         removeInstancesOfClass(m_target, ns, cls->getName());
         stepLog().debug("Deleting class: %1:%2", ns, cls->getName());
         removeOrPutOff(boost::bind(&removeClass, boost::cref(m_target), ns, *cls, repair),
-                       // Instances of it may be embedded in others that are still to go.
+                       // Its instances may be embedded in instances that are not removed yet.
                        {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES},
                        m_classes);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The steps of removing providers, each change with its undo.
+// The steps of removing providers. Each change pushes its undo step.
 #pragma once
 
 #include "fennik/provider/ProviderModel.hpp"
@@ -8,23 +8,23 @@
 
 namespace KOVNS2 {
 
-/// One provider's classes may use those of another, so the classes and qualifier types that are
-/// still in use when their provider goes wait until all of them are gone.
+/// Removes providers. One provider's classes may use those of another, so classes and qualifier
+/// types that are still in use are kept until finish().
 class ProviderDeregistration {
 public:
     /// The target must outlive it.
     explicit ProviderDeregistration(const ProviderTarget& target) : m_target(target) {}
 
-    /// Removes one provider, except for what has to wait.
+    /// Removes one provider, except for classes and qualifier types that are still in use.
     void remove(const OOP1ProviderRegistration& registration);
-    /// Removes what had to wait. Throws the failure of what is in use for good.
+    /// Removes what remove() kept. Throws the CIMException for what is still in use.
     void finish();
 
 private:
     void removeSchema(const OOP1ProviderRegistration& registration);
 
     const ProviderTarget& m_target;
-    // What has to wait.
+    // The removals that are left to finish().
     Array<boost::function<void()>> m_classes;
     Array<boost::function<void()>> m_qualifierTypes;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text of a provider registration list.
+// Parses provider registration lists.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -9,14 +9,15 @@ namespace KOVNS2::ProviderList {
 
 using blocxx::String;
 
-/// The paths that one line names, as the line has them.
+/// The paths in one line of the list, unchanged.
 struct Entry {
     String registrationMof;
     String providerMof;
     String privileges;  ///< empty when the provider has no privilege file of its own
 };
 
-/// Reads a line that is not empty. Throws FennikException for one that is not an entry.
+/// Parses "oop1,REGISTRATION_MOF,PROVIDER_MOF[,PRIVILEGES]". Throws FennikException for any other
+/// line.
 Entry parseEntry(const String& line);
 
 }  // namespace KOVNS2::ProviderList

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the units of this room have in common: what they work on, CIM names, their log, and what
-// they read alike.
+// Shared by the sources of this room: the target of the steps, CIM names, paths and the log.
 #pragma once
 
 #include "fennik/common/ErrorCode.hpp"
@@ -12,7 +11,7 @@
 
 namespace KOVNS2 {
 
-/// What the steps of registering and removing providers work on.
+/// The target of the steps of registering and removing providers.
 struct ProviderTarget {
     OpenWBEM::CIMOMHandleIFCRef handle;  ///< must outlive the undo steps
     String productName;
@@ -40,20 +39,20 @@ UnitLog log();
 /// The log of one step of registering or deregistering; `component` is a literal.
 UnitLog log(const char* component);
 
-/// The value of a property as text; empty when it has none.
+/// The value of a property as text; empty for NULL.
 String text(const OpenWBEM::CIMInstance& instance, const char* property);
 
-/// An instance that has nothing but its class and its keys.
+/// The instance of that path with its keys and no other property.
 OpenWBEM::CIMInstance keysOnly(const OpenWBEM::CIMObjectPath& path);
 
-/// The path of the record of that product's provider, in namespace "kov".
+/// The path of the provider's record in namespace "kov".
 OpenWBEM::CIMObjectPath providerPath(const String& productName, const String& instanceID);
 /// The path of the association between a product and its provider.
 OpenWBEM::CIMObjectPath productProviderPath(const String& productName,
                                             const OpenWBEM::CIMObjectPath& provider);
 
-/// What a process in "root" serves, and then the associations that connect it: they were registered
-/// with it and have to go and come back with it.
+/// The capabilities of a process in "root", followed by the associations between them and the
+/// process. They were registered with it, and are removed and restored with it.
 blocxx::Array<OpenWBEM::CIMInstance> capabilitiesOf(OpenWBEM::CIMOMHandleIFC& handle,
                                                     const OpenWBEM::CIMObjectPath& process);
 

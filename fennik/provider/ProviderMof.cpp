@@ -31,7 +31,7 @@ struct NamespacePragma {
     size_t end;  ///< where the text after the pragma begins
 };
 
-/// Applies the expression to one line of the text.
+/// Matches the line from `begin` to `end`.
 std::optional<NamespacePragma> matchLine(const String& text, size_t begin, size_t end) {
     static const RE expression("^[ \t]*#pragma[ \t]+namespace\\(\"([^\"]+)\"\\)", REG_NEWLINE);
     regmatch_t matches[2] = {};
@@ -48,8 +48,8 @@ std::optional<NamespacePragma> matchLine(const String& text, size_t begin, size_
     return found;
 }
 
-// The expression cannot match across the end of a line, and only lines that begin with a pragma can
-// match at all: a large text is not given to it whole, which would take many times its memory.
+// Matches only lines that begin with "#", one at a time: matching a large text as a whole would
+// take many times its memory.
 std::optional<NamespacePragma> findNamespacePragma(const String& text, size_t begin = 0) {
     while (begin < text.size()) {
         const size_t end = std::min(text.find('\n', begin), text.size());
@@ -64,14 +64,14 @@ std::optional<NamespacePragma> findNamespacePragma(const String& text, size_t be
     return std::nullopt;
 }
 
-/// Where the objects of a compilation go.
+/// The output of a compilation.
 struct CompiledContent {
     Array<CIMInstance>& instances;
     Array<OpenWBEM::CIMClass>& classes;
     Array<OpenWBEM::CIMQualifierType>& qualifierTypes;
 };
 
-/// `kind` is what the compiler calls the text: `path` may be that of another file.
+/// `kind` is the compiler's name for the text, because `path` may be that of another file.
 void compile(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof, const String& ns,
              const char* kind, const String& path, CompiledContent content,
              OpenWBEM::MOF::Defaults defaults) {
@@ -104,7 +104,7 @@ void checkLeadingInstance(const Array<CIMInstance>& instances, const String& pat
     }
 }
 
-/// The instances of a registration MOF, which its associations may lead to.
+/// The instances of a registration MOF, to which its associations may lead.
 class Declared {
 public:
     explicit Declared(const Array<CIMInstance>& instances) {
@@ -123,7 +123,7 @@ private:
     std::set<String> m_keys;
 };
 
-/// The paths that the reference properties of an instance hold; an association is what has any.
+/// The values of an instance's reference properties. Only associations have any.
 Array<CIMObjectPath> referencesOf(const CIMInstance& instance) {
     Array<CIMObjectPath> paths;
     for (const auto& property : instance.getProperties()) {
@@ -144,8 +144,8 @@ Array<CIMObjectPath> referencesOf(const CIMInstance& instance) {
     return paths;
 }
 
-/// What an association leads to goes with its process when that is removed. It must be the
-/// process's own: another's would be deleted with it, or keep it from being removed.
+/// Removing a process removes what its associations lead to. That must belong to the process:
+/// anything else would be deleted with it, or prevent its removal.
 void checkAssociations(const Array<CIMInstance>& instances, const String& path) {
     const Declared declared(instances);
     for (const CIMInstance& instance : instances) {
@@ -220,7 +220,8 @@ ProviderMof compileProviderMof(const OpenWBEM::CIMOMHandleIFCRef& handle, const 
     if (findNamespacePragma(mof, pragma->end)) {
         refuse(Format("%1 must contain only one #pragma namespace", path));
     }
-    // The classes of other providers of the list are replaced before these instances are written.
+    // Defaults are left out: classes of other providers of the list may be replaced before these
+    // instances are written.
     compile(handle, mof, result.nameSpace, "provider MOF", path,
             {result.instances, result.classes, result.qualifierTypes},
             OpenWBEM::MOF::Defaults::LEFT_OUT);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two MOF texts of a provider, compiled into objects. Nothing is written: the handle is only
-// asked for what the texts refer to. Every function throws FennikException for the first rule that
-// the text breaks; the message names `path`.
+// Compiles the two MOF texts of a provider into objects. Writes nothing: the handle only looks up
+// what the texts refer to. Every function throws FennikException for the first rule that the text
+// breaks; the message names `path`.
 #pragma once
 
 #include <functional>
@@ -26,7 +26,7 @@ struct RegistrationMof {
     OpenWBEM::CIMInstance registrationInstance;  ///< the first of `instances`
 };
 
-/// What a provider MOF declares; nothing when the text is empty.
+/// What a provider MOF declares. Everything is empty for an empty text.
 struct ProviderMof {
     String nameSpace;
     Array<OpenWBEM::CIMInstance> instances;
@@ -34,16 +34,17 @@ struct ProviderMof {
     Array<OpenWBEM::CIMQualifierType> qualifierTypes;
 };
 
-/// Compiles a registration MOF. Its registration instance leads, and has still to be held against
-/// the rules for registration instances.
+/// Compiles a registration MOF and checks that its first instance is a registration instance, which
+/// the caller then has to validate with validateRegistrationInstance().
 RegistrationMof compileRegistrationMof(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof,
                                        const String& path);
-/// Checks what stands behind the registration instance.
+/// Checks the instances after the registration instance: none is another registration instance, and
+/// associations connect instances of the same text.
 void checkInstancesOfRegistration(const Array<OpenWBEM::CIMInstance>& instances,
                                   const String& path);
 
-/// Compiles a provider MOF. `registeredNamespaces` is asked for the namespaces of the product once
-/// the text has named one.
+/// Compiles a provider MOF. `registeredNamespaces` returns the namespaces of the product; it is
+/// called only when the text names one.
 ProviderMof compileProviderMof(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& mof,
                                const String& path,
                                const std::function<StringArray()>& registeredNamespaces);

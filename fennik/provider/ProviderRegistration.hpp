@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One provider as a product registers it: the record is built once, from a product's files, from
-// the CIMOM or from a saved state, and is only read after that. The facility does the work; a
-// record just tells it of which kind it is.
+// The registration of one provider, built from a product's files, from the CIMOM or from a saved
+// state, and immutable after that. The facility does the work; a registration only dispatches to
+// the operation for its kind.
 #pragma once
 
 #include "openwbem/model/CIMClass.hpp"
@@ -22,24 +22,23 @@ public:
     /// Calls the facility's operation for this kind of registration.
     virtual void registerProvider(ProviderRegistrationFacility* facility) const = 0;
     virtual void deRegisterProvider(ProviderRegistrationFacility* facility) const = 0;
-    /// The class that the provider serves and the path of its registration instance, with a comma
-    /// between them.
+    /// The class that the provider serves, a comma, and the path of its registration instance.
     virtual String listProviderInfo() const = 0;
 };
 using ProviderRegistrationRef = blocxx::IntrusiveReference<ProviderRegistration>;
 
 /// What an OOP1ProviderRegistration is built from.
 struct OOP1ProviderParts {
-    /// The first is the provider's registration; what follows belongs to it.
+    /// The registration instance, then the instances that belong to it.
     Array<OpenWBEM::CIMInstance> registrationInstances;
-    /// Where the objects of the provider MOF live; empty when there are none.
+    /// The namespace of the provider MOF's objects; empty when there are none.
     String providerMofNamespace;
     Array<OpenWBEM::CIMInstance> providerInstances;
     Array<OpenWBEM::CIMClass> providerClasses;
     Array<OpenWBEM::CIMQualifierType> providerQualifiers;
     /// The provider's own privilege file; empty when it has none.
     String providerPrivileges;
-    /// What lets the provider agent start the provider's process.
+    /// The privilege text that lets the provider agent start the provider's process.
     String providerOOPPrivileges;
 };
 
@@ -72,10 +71,10 @@ public:
     const String& providerPrivileges() const noexcept { return m_parts.providerPrivileges; }
     const String& providerOOPPrivileges() const noexcept { return m_parts.providerOOPPrivileges; }
     const String& registrationClassName() const noexcept { return m_registrationClassName; }
-    /// The registration instance's key, as text.
+    /// The key of the registration instance.
     String instanceID() const;
 
-    /// The same registration with other qualifier types and provider instances.
+    /// A copy with these qualifier types and provider instances.
     OOP1ProviderRegistration asCreated(Array<OpenWBEM::CIMQualifierType> qualifiers,
                                        Array<OpenWBEM::CIMInstance> instances) const;
 

@@ -15,7 +15,7 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-/// The text as one word of a shell's command line: names come from products.
+/// Quotes the text for a shell: names come from products.
 String shellWord(const String& text) {
     constexpr std::string_view PLAIN =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:-";

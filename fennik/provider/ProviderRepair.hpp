@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What an administrator is told when something that belongs to a provider is gone or cannot go: the
-// failure as it is, and then the provider, the object and the commands that mend it.
+// Adds repair instructions to failures caused by an object of a provider that is missing or cannot
+// be removed: the provider, the object and the commands that repair it.
 #pragma once
 
 #include "blocxx/FileSystem.hpp"
@@ -12,13 +12,13 @@ namespace KOVNS2 {
 
 using blocxx::String;
 
-/// Each function throws `failure` again, of the same type and code, with the repair behind its
-/// text. A failure that is of another kind than the name of the function says is thrown as it is.
+/// Each function throws `failure` again, with the same type and code, and the instructions after
+/// its text. A failure with a code that does not fit the function's name is thrown unchanged.
 class ProviderRepair {
 public:
     ProviderRepair(String productName, String instanceID, String destDir);
 
-    /// `substitute` has what the instance needs at least for the provider to be removed.
+    /// `substitute` is a minimal instance with which the provider can be removed.
     [[noreturn]] void throwMissingInstance(const OpenWBEM::CIMException& failure, const String& ns,
                                            const OpenWBEM::CIMInstance& substitute) const;
     /// `kind` is "class" or "qualifier type".
@@ -35,11 +35,11 @@ public:
 private:
     [[noreturn]] void throwMissingNamespace(const OpenWBEM::CIMException& failure,
                                             const String& ns) const;
-    /// The command with the prefix, where there is one.
+    /// The command line, with --dest-dir when there is a prefix.
     String command(const char* tool, const String& arguments) const;
     String fennik(const String& arguments) const;
     String who() const;
-    /// What is left to do when the object is there again.
+    /// The last instruction, for when the object exists again.
     String then() const;
 
     String m_productName;

@@ -47,8 +47,8 @@ CIMInstance newInstance(CIMOMHandleIFC& handle, const char* className) {
         .newInstance();
 }
 
-/// The names of classes or qualifier types, as a property value. None at all is an empty array, not
-/// NULL: NULL would say that the record is damaged.
+/// The names of classes or qualifier types, as a property value. Without any, an empty array rather
+/// than NULL, which would mark the record as damaged.
 template <class Object>
 CIMValue names(const Array<Object>& objects) {
     StringArray result;
@@ -64,8 +64,8 @@ void appendPaths(const String& ns, const Array<CIMInstance>& instances, StringAr
     }
 }
 
-/// The instances that came behind a process and that it does not lead to. Its record has to name
-/// them, or nobody would find them again.
+/// The instances after the registration instance that cannot be found through its associations, so
+/// the record has to name them.
 Array<CIMInstance> unconnected(CIMOMHandleIFC& handle, const Array<CIMInstance>& instances) {
     Array<CIMInstance> rest;
     if (instances.size() == 1) {
@@ -77,7 +77,7 @@ Array<CIMInstance> unconnected(CIMOMHandleIFC& handle, const Array<CIMInstance>&
         connected.push_back(CIMObjectPath(INTEROP_NS, instance));
     }
     for (size_t i = 1; i < instances.size(); ++i) {
-        // Read back, so that both sides write the paths in their keys alike.
+        // Read back, so that paths in keys have the same form on both sides.
         const CIMInstance created =
             handle.getInstance(INTEROP_NS, CIMObjectPath(INTEROP_NS, instances[i]));
         if (std::ranges::count(connected, CIMObjectPath(INTEROP_NS, created)) == 0) {
@@ -87,7 +87,7 @@ Array<CIMInstance> unconnected(CIMOMHandleIFC& handle, const Array<CIMInstance>&
     return rest;
 }
 
-/// What the record names: the instances of the provider MOF and the unconnected ones.
+/// The instances that the record lists: those of the provider MOF and the unconnected ones.
 CIMValue instanceNames(CIMOMHandleIFC& handle, const OOP1ProviderRegistration& registration) {
     StringArray result;
     appendPaths(registration.providerMofNamespace(), registration.providerInstances(), result);
@@ -143,8 +143,8 @@ OOP1ProviderRegistration createProviderObjects(const ProviderTarget& target,
     const String id = registration.instanceID();
     CIMOMHandleIFC& handle = *target.handle;
 
-    // Types that were there before belong to the namespace or to another provider, and stay when
-    // this one goes.
+    // Qualifier types that exist already belong to the namespace or to another provider. They stay
+    // when this provider is removed.
     Array<CIMQualifierType> own;
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         const auto earlier = findQualifierType(handle, ns, qualifierType.getName());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The steps of registering one provider, each change with its undo.
+// The steps of registering one provider. Each change pushes its undo step.
 #pragma once
 
 #include "fennik/provider/ProviderModel.hpp"
@@ -8,24 +8,25 @@
 
 namespace KOVNS2::ProviderSteps {
 
-/// Writes the privilege files. Returns the path of the provider's own as the installed system sees
-/// it; empty when the registration has no privilege text.
+/// Writes the privilege files. Returns the path, without prefix, of the provider's own one; empty
+/// when the registration has no privilege text.
 String writePrivilegeFiles(const ProviderTarget& target,
                            const OOP1ProviderRegistration& registration);
 
-/// Creates the registration instance, which names the privilege file where there is one, and those
-/// that belong to it.
+/// Creates the registration instance and the instances that belong to it. `privilegeFilePath` goes
+/// into the registration instance unless it is empty.
 void createRegistrationInstances(const ProviderTarget& target,
                                  const OOP1ProviderRegistration& registration,
                                  const String& privilegeFilePath);
 
 /// Creates the qualifier types, classes and instances of the provider MOF. Returns the registration
-/// with what the record has to name: the qualifier types that were not in the namespace before, and
-/// the instances by the keys that they have there.
+/// to pass to createRecord(): only the qualifier types that were new to the namespace, and the
+/// instances with only the keys that they got.
 OOP1ProviderRegistration createProviderObjects(const ProviderTarget& target,
                                                const OOP1ProviderRegistration& registration);
 
-/// Writes the record of the provider, which lists what the registration names.
+/// Creates the provider's record, which lists the objects of the registration, and associates it
+/// with the product.
 void createRecord(const ProviderTarget& target, const OOP1ProviderRegistration& registration);
 
 }  // namespace KOVNS2::ProviderSteps

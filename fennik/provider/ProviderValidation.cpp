@@ -17,7 +17,7 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-/// The infrastructure itself: only it may register its own programs.
+/// The infrastructure's own product, the only one that may register the infrastructure's programs.
 constexpr const char* INFRASTRUCTURE_PRODUCT = "kov";
 constexpr const char* PROTOCOL = "owcpp1";
 
@@ -28,7 +28,6 @@ constexpr uint64_t INDICATION_EXPORT = 7;
 constexpr const char* UNPRIVILEGED = "3";
 constexpr const char* MONITORED = "4";
 
-/// A registration instance under examination.
 class Examination {
 public:
     explicit Examination(const CIMInstance& instance)
@@ -108,9 +107,9 @@ private:
         }
     }
 
-    /// The text of a rule with the place where it was broken.
+    /// The text of a rule and the place of the check.
     struct Rule {
-        // Implicit, so that the place is that of the call with the text.
+        // Implicit, so that the place is that of the call of refuse().
         Rule(const char* text, CallSite place = CallSite::here()) : pattern(text), where(place) {}
 
         const char* pattern;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rules that a registration instance has to obey.
+// The rules for registration instances.
 #pragma once
 
 #include <functional>
@@ -9,12 +9,12 @@
 
 namespace KOVNS2 {
 
-/// Whose registration instance it is, and what the rules depend on.
+/// What the rules depend on.
 struct ValidationContext {
     const blocxx::String& productName;
     bool isMonitored;       ///< the provider has a privilege file of its own
-    bool programMustExist;  ///< a staged tree has the programs of another machine
-    /// Asked for the namespaces of the product when the instance names some.
+    bool programMustExist;  ///< false for a staged tree: its programs are for another machine
+    /// Returns the namespaces of the product. Not called for a process, which names none.
     std::function<blocxx::StringArray()> registeredNamespaces;
 };
 

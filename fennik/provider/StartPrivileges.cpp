@@ -25,10 +25,10 @@ struct Statement {
     bool monitored;
     String process;
     CIMValue args;
-    String name;  ///< of the privilege file or of the user
+    String name;  ///< the privilege file when monitored, otherwise the user
 };
 
-/// Each argument as a MOF string with a blank after it.
+/// Each argument as a MOF string, followed by a blank.
 String argumentText(const CIMValue& args) {
     String text;
     for (size_t i = 0; i < args.getArraySize(); ++i) {
@@ -45,7 +45,7 @@ String render(const Statement& statement) {
                                                statement.process, args));
 }
 
-/// What the text has to say, and nothing else.
+/// The privileges that the text must grant, and no others.
 PrivilegeConfig::Privileges meaningOf(const Statement& statement) {
     PrivilegeConfig::CheckedCommand command{statement.process, {}, statement.name};
     for (size_t i = 0; i < statement.args.getArraySize(); ++i) {
@@ -74,7 +74,7 @@ bool saysWhatItMeans(const Statement& statement) {
     return found == meaningOf(statement);
 }
 
-/// Of a statement that says something else: the property that is to blame.
+/// The property that makes the text of a statement mean something else.
 String misreadProperty(const Statement& statement) {
     if (!saysWhatItMeans({statement.monitored, statement.process, {}, AGENT_USER})) {
         return "Process";
@@ -92,8 +92,8 @@ const char* remedy(const String& property) {
 
 }  // namespace
 
-// Process and name stand in the text without quotes. One that holds more than a single item could
-// end the statement and begin another: a product would then have a program started as any user.
+// Process and name are not quoted in the text. One that is more than a single token could end the
+// statement and begin another, with which a product could have a program started as any user.
 String generate(const CIMInstance& registrationInstance, bool monitored) {
     using ProviderModel::text;
     const Statement statement{

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The privilege text that lets the provider agent start a provider's process. It is made from what
-// a product wrote into its registration, and read by those who start programs for it.
+// Generates the privilege text that lets the provider agent start a provider's process, from the
+// product's registration.
 #pragma once
 
 #include "openwbem/model/CIMInstance.hpp"
@@ -10,9 +10,9 @@ namespace KOVNS2::StartPrivileges {
 
 using blocxx::String;
 
-/// One statement with the process and the arguments of the registration. It is read back: throws
-/// FennikException, naming the property, when it would not say exactly that. `monitored`: the
-/// process runs with a privilege file of its own.
+/// One statement with the process and the arguments of the registration. `monitored`: the process
+/// has a privilege file of its own. Throws FennikException that names the property when the
+/// statement, parsed again, would mean anything else.
 String generate(const OpenWBEM::CIMInstance& registrationInstance, bool monitored);
 
 }  // namespace KOVNS2::StartPrivileges
