@@ -25,7 +25,7 @@ void logError(const String& message) {
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
 }
 
-/// Logs what failed with the reason, and throws it with the reason for its cause.
+/// Logs "WHAT: REASON" and throws FennikException `what` with `reason` as its cause.
 [[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode,
                            CallSite place = CallSite::here()) {
     logError(Format("%1: %2", what, reason));

@@ -20,8 +20,7 @@ namespace {
 
 constexpr std::string_view INSTANCE = "instance of ";
 
-/// The objects of a saved namespace: each has its own lines, and an empty one behind it. No string
-/// goes over several lines.
+/// One object of a saved namespace. An empty line follows each object; strings never span lines.
 struct Declaration {
     std::string_view text;
     size_t instancesBefore;
@@ -41,7 +40,7 @@ Declaration declarationAt(std::string_view mof, size_t line) {
     }
 }
 
-/// The word behind `keyword` at the beginning of a line.
+/// The word after `keyword` on the first line that starts with it.
 std::optional<String> wordBehind(std::string_view keyword, std::string_view text) {
     const String wanted = "\n" + String(keyword);
     const String lines = "\n" + String(text);
@@ -53,7 +52,7 @@ std::optional<String> wordBehind(std::string_view keyword, std::string_view text
     return lines.substr(begin, lines.find_first_of(" \n", begin) - begin);
 }
 
-/// The path of the instance of that number, in the order in which they are saved.
+/// The path of the instance at index `number` in the order of saving.
 std::optional<CIMObjectPath> pathOfInstance(size_t number, const String& ns,
                                             CIMOMHandleIFC& handle) {
     std::optional<CIMObjectPath> path;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which object a line of a namespace's saved MOF belongs to. For the sources of this room only.
+// Finds the object to which a line of a namespace's saved MOF belongs. Internal to this room.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -9,11 +9,12 @@
 namespace KOVNS2 {
 
 struct SavedObject {
-    blocxx::String name;    ///< as in "the class NS:NAME"
-    blocxx::String repair;  ///< what its administrator can do, without a full stop
+    blocxx::String name;    ///< as "the class NS:NAME"
+    blocxx::String repair;  ///< what the administrator can do, without a full stop
 };
 
-/// `line` counts from 1. `mof` is what dumpNamespace() has made of the namespace.
+/// `mof` is the result of dumpNamespace(); `line` counts from 1. Returns the namespace itself when
+/// the line belongs to no object.
 SavedObject findSavedObject(const blocxx::String& mof, size_t line, const blocxx::String& ns,
                             OpenWBEM::CIMOMHandleIFC& handle);
 

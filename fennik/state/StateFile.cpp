@@ -31,7 +31,7 @@ namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-/// For the reason that errno has.
+/// Throws with the reason in errno.
 [[noreturn]] void failCreating(const String& fileName, CallSite place = CallSite::here()) {
     FileUtils::throwFileFailure("Failed to create state file: \"%1\"", fileName,
                                 ErrorCode::STATE_FILE_NOT_WRITTEN, place);
@@ -42,9 +42,8 @@ bool isFifo(const String& path) {
     return ::stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode);
 }
 
-/// The caller named the file, so it is opened as any program opens it, links included. Opening
-/// never waits: a FIFO's reader is waited for where a signal ends the wait, as the daemon is
-/// stopped.
+/// Follows links, because the caller named the file. Waits for a FIFO's reader with poll() instead
+/// of open(), so that a signal ends the wait: the daemon is stopped meanwhile.
 File openTruncated(const String& fileName) {
     constexpr int FLAGS = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     constexpr mode_t MODE = 0666;
@@ -60,7 +59,7 @@ File openTruncated(const String& fileName) {
     }
 }
 
-/// Removes the file unless the path has become another one, or is a link to it: the link is the
+/// Removes `path` if it still is `file`. Keeps another file, and a link to `file`, which is the
 /// caller's.
 void removeIfStillAt(const String& path, const struct stat& file) {
     struct stat found = {};
@@ -70,8 +69,8 @@ void removeIfStillAt(const String& path, const struct stat& file) {
     }
 }
 
-/// Writes to a file in pieces: the text of a large state is not held a second time. After a failure
-/// the stream is bad and errno says why.
+/// Writes to a file piece by piece, so that a large state is not in memory twice. After a failure
+/// the stream is bad and errno is set.
 class FileBuffer : public std::streambuf {
 public:
     explicit FileBuffer(File& file) : m_file(file) { empty(); }
@@ -109,7 +108,7 @@ private:
     std::array<char, size_t{64} * 1024> m_piece;
 };
 
-/// False with errno set.
+/// False, with errno set, on failure.
 bool writeDocument(File& file, const XMLNode& root) {
     FileBuffer buffer(file);
     std::ostream out(&buffer);
@@ -132,15 +131,15 @@ void checkReadable(const XMLNode& root) {
     }
 }
 
-/// Only regular files can be put on the disk.
+/// Succeeds for files that cannot be synced, such as FIFOs.
 bool flush(File& file) {
     return file.flush() == 0 || errno == EINVAL || errno == EROFS;
 }
 
 }  // namespace
 
-// That the tree can be written, and that what is written can be read, is known before the file is
-// touched, so that only the disk can interrupt the writing.
+// Checks that the document can be written and read again before touching the file, so that only I/O
+// can fail after that.
 void write(const XMLNode& root, const String& fileName) {
     checkReadable(root);
     const bool isNew = !FileSystem::exists(fileName);

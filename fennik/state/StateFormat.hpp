@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The form of the state file: the names of its elements and what stands before them; and the log of
-// this room. docs/state-file.md describes the file for its readers.
+// The format of the state file, which docs/state-file.md describes: its header and the names of its
+// elements. Also the log of this room.
 #pragma once
 
 #include "fennik/common/UnitLog.hpp"
@@ -12,8 +12,8 @@ inline UnitLog log() {
     return UnitLog("");
 }
 
-/// From the XML declaration to the end of the document type, which declares the elements. To the
-/// byte: whoever compares two state files finds the same lines in front.
+/// The XML declaration and the document type, which declares the elements. Must not change by a
+/// byte, so that comparing two state files shows no difference here.
 inline constexpr const char* HEADER =
     "<?xml version=\"1.0\"?>\n"
     "<!DOCTYPE SavedProductState [\n"
@@ -48,7 +48,7 @@ inline constexpr const char* HEADER =
     "<!ELEMENT InstanceMOF (#PCDATA)>\n"
     "]>\n";
 
-/// What every file that this tool writes says of its version.
+/// The version in every file that this tool writes.
 inline constexpr const char* WRITER_VERSION = "1.4.0Release.824";
 
 inline constexpr const char* SAVED_PRODUCT_STATE = "SavedProductState";

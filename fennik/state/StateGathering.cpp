@@ -33,7 +33,7 @@ namespace {
 
 using Layout::KOV_NS;
 using Layout::SECURITY_NS;
-/// The infrastructure registers itself when it is installed.
+/// Not saved: the infrastructure registers itself when it is installed.
 constexpr const char* INFRASTRUCTURE = "kov";
 
 /// Logs the beginning and the end of a step.
@@ -45,8 +45,8 @@ XMLNode framed(const char* step, const String& productName, Gather gather) {
     return node;
 }
 
-/// The instances of a class whose property has that value as text; all of them when the property's
-/// name is empty.
+/// The instances of a class whose `property` has that value as text. All instances when `property`
+/// is empty.
 Array<CIMInstance> runQuery(CIMOMHandleIFC& handle, const char* ns, const char* className,
                             const char* property, const String& value) {
     Array<CIMInstance> found;
@@ -76,8 +76,7 @@ XMLNode gatherAllowedUsers(const CIMOMHandleIFCRef& handle, const String& produc
     });
 }
 
-/// The snippet is looked for in its place on this machine also when the repository is that of a
-/// staged tree.
+/// Reads this machine's snippet, even when the repository is that of a staged tree.
 XMLNode gatherConfigFiles(const String& productName) {
     return framed("gatherConfigFiles", productName,
                   [&] { return createNamedNode(CONFIG_FILE, getConfigFile(productName, "")); });
@@ -93,8 +92,8 @@ XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
     return entry;
 }
 
-/// The access rights of all namespaces, read once, when the first is asked for: asked for a
-/// namespace at a time, saving many products would take a time that grows with their square.
+/// The access rights of all namespaces, read once at the first call of of(). Reading them for each
+/// namespace would take time quadratic in the number of namespaces.
 class AccessRights {
 public:
     explicit AccessRights(CIMOMHandleIFC& handle) : m_handle(handle) {}
@@ -135,8 +134,7 @@ XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const Strin
     });
 }
 
-/// The class that the provider serves. A process serves those of its capabilities, and may have
-/// none of its own.
+/// The provider's own class; empty when it has none, as a process that serves its capabilities'.
 String servedClass(const OOP1ProviderRegistration& registration) {
     const CIMValue name = registration.registrationInstances().at(0).getPropertyValue("ClassName");
     return name.isNull() ? String() : name.toString();
@@ -172,8 +170,7 @@ XMLNode createProviderRegistrationNode(const ProviderRegistration& registration)
     BLOCXX_THROW_ERR(FennikException, message, ErrorCode::INVALID_INPUT);
 }
 
-// Privilege files are looked for in their places on this machine also when the repository is that
-// of a staged tree.
+// Reads this machine's privilege files, even when the repository is that of a staged tree.
 XMLNode gatherProviderRegistration(const CIMOMHandleIFCRef& handle, const String& productName) {
     return framed("gatherProviderRegistration", productName, [&] {
         XMLNode providers(REGISTERED_PROVIDERS);
@@ -207,7 +204,7 @@ XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& product
         product.addChild(gatherNamespaceRegistration(handle, productName, rights));
         product.addChild(gatherProviderRegistration(handle, productName));
         product.addChild(gatherProductInstances(handle, productName));
-        // Here, while an earlier state file is still as it was.
+        // Before an earlier state file is overwritten.
         StateProof::prove(product, productName, handle);
         return product;
     });
@@ -245,7 +242,7 @@ void forEachSavedInstance(const String& ns, CIMOMHandleIFC& handle,
 String dumpNamespace(const String& ns, CIMOMHandleIFC& handle) {
     String mof = "#pragma namespace(\"" + ns + "\")\n";
     mof += arrayToMOF(handle.enumQualifierTypesA(ns));
-    // One at a time, since a namespace may hold a whole schema, and many more instances.
+    // Classes and instances one at a time, because there may be many.
     auto appendClass = OpenWBEM::makeResultHandler<CIMClass>(
         [&](const CIMClass& cls) { mof += objectToMOF(cls); });
     handle.enumClass(ns, String(), appendClass, E_DEEP, E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS,

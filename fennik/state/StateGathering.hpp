@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The registration state of products as elements of a state file. Gathering only reads. For the
-// sources of this room only.
+// Gathers the registration state of products into elements of a state file. Changes nothing.
+// Internal to this room.
 #pragma once
 
 #include <functional>
@@ -11,15 +11,16 @@
 
 namespace KOVNS2 {
 
-/// The whole state: every registered product but the infrastructure itself.
+/// The state of every registered product except the infrastructure's own. Prints its progress.
+/// Throws FennikException for a product that could not be restored.
 XMLNode createStateDump(const OpenWBEM::CIMOMHandleIFCRef& handle);
 
-/// Calls `visit` for each instance of the namespace, in the order in which they are saved.
+/// Calls `visit` for each instance of the namespace, in the order of saving.
 void forEachSavedInstance(const String& ns, OpenWBEM::CIMOMHandleIFC& handle,
                           const std::function<void(const OpenWBEM::CIMInstance&)>& visit);
 
-/// Everything that a namespace holds as one MOF text that can be compiled in one pass: qualifier
-/// types, classes with superclasses first, instances.
+/// The content of a namespace as a MOF text that compiles in one pass: qualifier types, classes
+/// with superclasses first, then instances.
 String dumpNamespace(const String& ns, OpenWBEM::CIMOMHandleIFC& handle);
 
 }  // namespace KOVNS2

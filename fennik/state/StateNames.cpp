@@ -15,8 +15,6 @@ using blocxx::Format;
 
 namespace {
 
-/// That of a product that cannot be registered.
-
 String spaceFault(const String& name) {
     if (trimmed(name) == name) {
         return {};
@@ -24,7 +22,7 @@ String spaceFault(const String& name) {
     return String(withoutLeadingSpace(name) == name ? "ends" : "begins") + " with white space";
 }
 
-/// The name in a saved state without the white space that lays the file out.
+/// `text` without white space that is layout.
 String laidOut(const String& text) {
     const String name = trimmed(text);
     const size_t begin = text.find(name);
@@ -34,6 +32,7 @@ String laidOut(const String& text) {
     return (isLayout(before) ? String() : before) + name + (isLayout(after) ? String() : after);
 }
 
+/// Throws with the exit status of registering a product with a bad name, unless `fault` is empty.
 void refuse(const String& productName, const String& fault, CallSite place = CallSite::here()) {
     if (!fault.empty()) {
         throw FennikException(
@@ -75,7 +74,7 @@ String productFault(const String& name) {
     if (const String fault = spaceFault(name); !fault.empty()) {
         return "its name " + fault;
     }
-    // Its snippet would be the allowed users file of another product.
+    // Such a product's snippet would be the allowed users file of another product.
     if (ProductPaths::canNameFile(name) && !ProductPaths::canNameSnippet(name)) {
         return "its name ends in \".allowed_users\"";
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Making and reading the elements of a state file.
+// Makes and reads the elements of a state file.
 #pragma once
 
 #include "fennik/common/FennikException.hpp"
@@ -19,11 +19,9 @@ using blocxx::String;
 using blocxx::StringArray;
 using OpenWBEM::XMLNode;
 
-// Making.
-
 XMLNode createNamedNode(const char* name, String text);
 
-/// One child for each class or qualifier type, with its name.
+/// An element with one child per class or qualifier type, which holds its name.
 template <class Object>
 XMLNode createCIMObjectNameNode(const char* name, const Array<Object>& objects,
                                 const char* childName) {
@@ -34,16 +32,15 @@ XMLNode createCIMObjectNameNode(const char* name, const Array<Object>& objects,
     return node;
 }
 
-/// One child for each instance, with its object path in the namespace.
+/// An element with one child per instance, which holds its object path in `ns`.
 XMLNode createCIMInstanceNameNode(const char* name, const String& ns,
                                   const Array<OpenWBEM::CIMInstance>& instances,
                                   const char* childName);
-/// One child for each instance, with its MOF.
+/// An element with one child per instance, which holds its MOF.
 XMLNode createInstanceMOFNode(const char* name, const Array<OpenWBEM::CIMInstance>& instances,
                               const char* childName);
 
-/// The MOF of an object with a line feed after it, so written that restoring does not take it for
-/// what it has to repair.
+/// The MOF of an object and a line feed, in a form that the repairs of restoring leave unchanged.
 template <class Object>
 String objectToMOF(const Object& object) {
     String mof = OpenWBEM::MOF::toMOF(object) + "\n";
@@ -51,7 +48,7 @@ String objectToMOF(const Object& object) {
     return mof;
 }
 
-/// The MOF of all objects, each with a line feed after it.
+/// The MOF of all objects, each followed by a line feed.
 template <class Object>
 String arrayToMOF(const Array<Object>& objects) {
     String mof;
@@ -61,15 +58,13 @@ String arrayToMOF(const Array<Object>& objects) {
     return mof;
 }
 
-// Reading.
-
-/// Throws FennikException, whose message begins with `prefix`, when the node is null or has another
-/// name; its place is the caller's.
+/// Throws FennikException, with a message that begins with `prefix`, when the node is null or has
+/// another name. `place` is the caller's.
 void checkNodeName(const XMLNode& node, const char* name, const char* prefix,
                    CallSite place = CallSite::here());
-/// The first child of that name, or a null node.
+/// The first child of that name; a null node when there is none.
 XMLNode findChildByName(const XMLNode& node, const char* name);
-/// The children of that name, in document order.
+/// All children of that name, in document order.
 Array<XMLNode> childrenByName(const XMLNode& node, const char* name);
 /// The texts of the children of that name, in document order.
 StringArray extractChildInstanceArrays(const XMLNode& container, const char* childName);
@@ -77,12 +72,12 @@ StringArray extractChildInstanceArrays(const XMLNode& container, const char* chi
 /// The node as XML, for messages.
 String toString(const XMLNode& node);
 
-/// Without white space at both ends.
+/// `text` without white space at both ends.
 String trimmed(String text);
-/// Without white space at the front.
+/// `text` without white space at the front.
 String withoutLeadingSpace(String text);
 
-/// Classes or qualifier types that have nothing but their names.
+/// Classes or qualifier types with a name and nothing else.
 template <class Object>
 Array<Object> createFakeCIMObjectArray(const StringArray& names) {
     Array<Object> objects;
@@ -92,8 +87,8 @@ Array<Object> createFakeCIMObjectArray(const StringArray& names) {
     return objects;
 }
 
-/// Instances that have nothing but their class and their keys, from object paths. Throws
-/// CIMException for a text that is none.
+/// Instances with a class and keys and nothing else, from object paths. Throws CIMException for a
+/// text that is not an object path.
 Array<OpenWBEM::CIMInstance> createFakeInstanceArray(const StringArray& paths);
 
 }  // namespace KOVNS2

@@ -18,11 +18,10 @@ using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
 
-/// From here on what the handle keeps of a namespace is worth giving back before its MOF is
-/// compiled.
+/// From this size on, the handle's caches are released before the MOF is compiled.
 constexpr size_t LARGE_MOF = size_t{1024} * 1024;
 
-/// The identifier of a provider as its registration instance was rendered.
+/// The identifier of a provider, as in the MOF of its registration instance.
 String instanceID(const XMLNode& provider) {
     const StringArray mofs =
         extractChildInstanceArrays(provider.mustFindChild(REGISTRATION_INSTANCES), INSTANCE_MOF);
@@ -34,14 +33,14 @@ String instanceID(const XMLNode& provider) {
                : mof.substr(at + BEFORE.size(), mof.find(';', at) - at - BEFORE.size());
 }
 
-/// Every repair changes the size, so that two of them would have to meet for the hash to matter.
+/// Size and hash. Every repair changes the size; the hash is for repairs that cancel out.
 using Fingerprint = std::pair<size_t, size_t>;
 
 Fingerprint fingerprint(const String& mof) {
     return {mof.size(), std::hash<String>()(mof)};
 }
 
-/// The proof of one product.
+/// Proves one product.
 class Proof {
 public:
     Proof(const String& name, const CIMOMHandleIFCRef& handle) : m_name(name), m_handle(handle) {}
@@ -79,7 +78,7 @@ void Proof::refuseFault(const String& fault, CallSite place) const {
 
 void Proof::prove(const XMLNode& product) const {
     try {
-        // XML has no form for most control characters and for bytes that are not UTF-8.
+        // XML cannot represent most control characters, or bytes that are not UTF-8.
         if (!product.comesBack()) {
             refuse("it would be read as another");
         }
@@ -144,8 +143,8 @@ void Proof::proveProviders(const XMLNode& providers) const {
     }
 }
 
-// The MOF is taken from its element meanwhile: held twice beside what is compiled from it, it would
-// be what a large save takes the most memory for.
+// Moves the MOF out of its element meanwhile. A second copy, beside the compiled objects, would be
+// the largest use of memory of a large save.
 void Proof::proveContent(const XMLNode& content) const {
     const String& ns = content.mustFindChild(NAME).getText();
     XMLNode text = content.mustFindChild(INSTANCE_MOF);

@@ -18,14 +18,14 @@ using OpenWBEM::CIMQualifierType;
 
 namespace {
 
-/// The namespace whose saved instances have embedded instances that were rendered wrongly.
+/// The namespace in which earlier versions rendered embedded instances wrongly.
 constexpr const char* BROKEN_EMBEDDED_INSTANCES = "zeb/SoftwareMeteringAgent";
 
 String textOf(const XMLNode& node, const char* name) {
     return node.mustFindChild(name).getText();
 }
 
-/// The names in one of the lists of what a provider's MOF created.
+/// The names in `list`, one of the lists of objects of a provider MOF.
 StringArray readNames(const XMLNode& node, const char* list, const char* message) {
     StringArray names;
     for (const String& name : extractChildInstanceArrays(node.mustFindChild(list), NAME)) {
@@ -50,8 +50,8 @@ Array<CIMInstance> readRegistrationInstances(const XMLNode& node,
     return instances;
 }
 
-/// Classes, qualifier types and instances of the provider's MOF have only their names: they are in
-/// their namespace already, and the record of the provider just lists them.
+/// The provider MOF's objects have only names or keys: they are in their namespace already, and the
+/// provider's record only lists them.
 OOP1ProviderParts readParts(const XMLNode& node, const OpenWBEM::CIMOMHandleIFCRef& handle) {
     OOP1ProviderParts parts;
     parts.providerMofNamespace = trimmed(textOf(node, PROVIDER_MOF_NAMESPACE));

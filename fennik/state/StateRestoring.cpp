@@ -45,8 +45,8 @@ void restoreNamespaceRegistration(const XMLNode& node, const String& productName
     }
 }
 
-/// Hands each object to `write` and forgets it: what has been written is in the repository's
-/// memory, and may be large.
+/// Passes each object to `write` and releases it: the repository holds what was written, and that
+/// may be large.
 template <class Object, class Write>
 void writeAll(Array<Object> objects, Write write) {
     for (Object& object : objects) {
@@ -54,7 +54,7 @@ void writeAll(Array<Object> objects, Write write) {
     }
 }
 
-// No undo: the namespace is new, and goes as a whole with the working copy.
+// No undo steps: the namespace is new and is dropped with the working copy.
 void writeNamespaceContent(const String& ns, String mof, const RestoreTarget& target) {
     Array<CIMInstance> instances;
     Array<CIMClass> classes;
@@ -69,7 +69,7 @@ void writeNamespaceContent(const String& ns, String mof, const RestoreTarget& ta
              [&](const CIMInstance& instance) { target.handle->createInstance(ns, instance); });
 }
 
-/// Whether the node has a child of that name; logs when it has none.
+/// Whether the node has a child of that name; logs `message` when it has none.
 bool hasChild(const XMLNode& node, const char* name, const char* message) {
     if (findChildByName(node, name)) {
         return true;
@@ -124,7 +124,7 @@ void installRegistrationFromNode(const XMLNode& node, const String& productName,
     log().debug("createRegistrationFromNode() done");
 }
 
-/// The classes and instances of the providers are in place already.
+/// The providers' classes and instances have been restored already.
 void restoreProviderRegistration(const XMLNode& node, const String& productName,
                                  const RestoreTarget& target) {
     checkNodeName(node, REGISTERED_PROVIDERS, "Invalid provider registration node: ");
@@ -144,8 +144,8 @@ void restoreIfPresent(const XMLNode& node, const char* name, const char* absent,
     }
 }
 
-// The namespaces' contents come before the providers, which are recorded only: their classes and
-// instances are part of the contents.
+// Restores the contents of the namespaces before the providers. Providers are only recorded: their
+// classes and instances are part of those contents.
 void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
     checkNodeName(node, PRODUCT, "Invalid product node: ");
     const XMLNode nameNode = findChildByName(node, NAME);
@@ -186,7 +186,7 @@ void restoreStateDump(const XMLNode& root, const RestoreTarget& target) {
         tell("Nothing to do.  No products exist in the saved state.");
         return;
     }
-    // Nothing has changed yet: files of products that were registered before would stay behind.
+    // Before the first change: a later failure would leave the files of earlier products behind.
     StateNames::checkSavedNames(products);
     for (const XMLNode& product : products.getChildren()) {
         restoreProductDump(product, target);

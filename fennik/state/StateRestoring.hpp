@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Registering what a state file describes. For the sources of this room only.
+// Registers the products of a state file. Internal to this room.
 #pragma once
 
 #include "fennik/state/StateNodes.hpp"
@@ -8,14 +8,14 @@
 
 namespace KOVNS2 {
 
-/// Where a restore writes to.
 struct RestoreTarget {
     const OpenWBEM::CIMOMHandleIFCRef& handle;
     const String& prefix;
     CleanupActions_t& undo;
 };
 
-/// Registers every product of the document element.
+/// Registers every product below the document element `root`. Prints its progress. Throws
+/// blocxx::Exception; the caller then runs the undo list.
 void restoreStateDump(const XMLNode& root, const RestoreTarget& target);
 
 }  // namespace KOVNS2
