@@ -7,7 +7,7 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-/// What the exception says behind the meaning of its status code: the new one says that again.
+/// The message without the description of its status code, which the new exception adds again.
 String reasonOf(const CIMException& e) {
     const String message = e.getMessage();
     const String prefix = String(CIMException::description(e.getErrNo())) + ": ";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Failures of operations on a repository, told with what was attempted.
+// Adds what was attempted to the failures of operations on a repository. `what` is a verb phrase,
+// such as "delete the namespace \"x\"".
 #pragma once
 
 #include "openwbem/model/CIMException.hpp"
@@ -12,10 +13,10 @@ using blocxx::String;
 /// "cannot WHAT: REASON".
 String describeAttempt(const String& what, const OpenWBEM::CIMException& e);
 
-/// Throws CIMException with the status code of `e`: "cannot WHAT: REASON".
+/// Throws CIMException "cannot WHAT: REASON" with the status code of `e`.
 [[noreturn]] void failAttempt(const String& what, const OpenWBEM::CIMException& e);
 
-/// Runs `action`; a CIMException of it tells what was attempted.
+/// Runs `action`. Passes a CIMException that it throws to failAttempt().
 template <class Action>
 void attempt(const String& what, Action action) {
     try {

@@ -19,10 +19,10 @@ using blocxx::Format;
 
 namespace {
 
-// A daemon with a large repository may take long; a whole day means that it hangs.
+// A daemon with a large repository may take long. After a day it is assumed to hang.
 constexpr std::chrono::hours TIME_LIMIT{24};
 
-/// Holds back the signals by which a user or the system ends a process.
+/// Blocks the signals by which a user or the system ends a process, for a scope.
 class SignalsHeld {
 public:
     SignalsHeld() {
@@ -41,7 +41,7 @@ private:
     sigset_t m_before = {};
 };
 
-/// A script of the account's must never run as root.
+/// The account that runs the init script, which must never run as root.
 blocxx::Process::Identity accountIdentity() {
     const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
     if (!account || account->uid == 0 || account->gid == 0) {
@@ -70,7 +70,7 @@ void control(const char* command) {
     }
 }
 
-/// What kept the daemon from being started, as the end of a message; empty when it was started.
+/// Starts the daemon. Returns why it failed, as the end of a message; empty on success.
 String failureToStart() {
     try {
         control("start");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Work on this machine's own repository that the daemon cannot do: it is stopped through its init
-// script meanwhile, and no run of fennik gets in between.
+// Stops the daemon, through its init script, for work on this machine's repository that it cannot
+// do itself, and keeps fennik from running meanwhile.
 #pragma once
 
 #include <functional>
@@ -16,13 +16,14 @@ using blocxx::String;
 
 BLOCXX_DECLARE_EXCEPTION(DaemonControl)
 
-/// The lock of fennik below `prefix`, held until the file is closed. Throws DaemonControlException
-/// when it cannot be had at once.
+/// Takes fennik's lock below `prefix`; closing the returned file releases it. Throws
+/// DaemonControlException when its file cannot be opened or locked at once.
 blocxx::File takeRunLock(const String& prefix);
 
-/// Calls `work` while the daemon is stopped and starts it again, whatever `work` threw. Signals
-/// that would end the process wait until then. Throws DaemonControlException when the daemon cannot
-/// be stopped, and then nothing was done, or not be started again.
+/// Stops the daemon, calls `work` and starts the daemon again, even when `work` throws. Blocks
+/// SIGHUP, SIGINT and SIGTERM meanwhile. Only for root. Throws what `work` throws, and
+/// DaemonControlException when the daemon cannot be stopped (`work` is not called then) or cannot
+/// be started again.
 void withDaemonStopped(const std::function<void()>& work);
 
 }  // namespace OwUtilities

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The repository of an installation, opened directly. Everything done through it is one unit of
-// work: permanent with close(), undone by anything else.
+// work: close() commits it, destruction without close() rolls it back.
 #pragma once
 
 #include "openwbem/repository/OpenRepository.hpp"
@@ -11,7 +11,7 @@ namespace OwUtilities {
 
 class LocalRepository : public Repository {
 public:
-    /// Throws CIMException when there is none in the directory, or it cannot be used.
+    /// Throws CIMException when there is no repository in the directory, or it cannot be opened.
     explicit LocalRepository(const String& directory) : m_opened(directory) {}
 
     CIMOMHandleIFCRef handle() const override { return m_opened.handle(); }
@@ -20,9 +20,9 @@ public:
         storeObjects(*m_opened, ns, objects);
     }
     bool isUnitOfWork() const override { return true; }
-    /// Throws CIMException; then nothing was done.
+    /// Commits. Throws CIMException; then nothing has changed.
     void close() override { m_opened.repository().close(); }
-    /// The same handle, with the operations on namespaces.
+    /// The same handle, with its operations on namespaces.
     RepositoryCIMOMHandle& namespaces() const { return *m_opened; }
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the main programs of the utilities share: the options that several of them have, their
-// command lines and their failures. A failure is one text on standard error and exit status 1.
+// The main program of the utilities: common options, the command line, and failures. A failure is
+// one text on standard error and exit status 1.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
@@ -16,7 +16,7 @@ enum OptionId { HELP, VERSION, NAMESPACE, DEST_DIR, CHECK, RESERVED, SCHEMA_DIR 
 
 inline constexpr const char* DEFAULT_NAMESPACE = Layout::INTEROP_NS;
 
-// Rows for a program's option table.
+// Rows for a program's table of options.
 inline constexpr CmdLineParser::Option HELP_OPTION = {
     HELP, 'h', "help", CmdLineParser::E_NO_ARG, nullptr, "Show this help."};
 inline constexpr CmdLineParser::Option VERSION_OPTION = {
@@ -31,20 +31,20 @@ inline constexpr CmdLineParser::Option END_OF_OPTIONS = {
 struct Program {
     const char* name;
     const char* version;
-    /// The words after the name.
+    /// The usage line after the program's name.
     const char* synopsis;
     const char* description;
-    /// What is said when there is no operand. Null: the program takes none.
+    /// The error text for a missing operand. Null: the program takes no operands.
     const char* missingOperand;
     const CmdLineParser::Option* options;
     /// Does the work and returns the exit status. Failures are exceptions, except those not printed
     /// as "error: TEXT".
     int (*work)(const CmdLineParser& parser);
-    /// The exit status for a command line that cannot be read.
+    /// The exit status for a usage error.
     int usageErrorStatus = 2;
 };
 
-/// Reads the command line and does what it says. Returns the exit status; throws nothing.
+/// Parses the command line and carries it out. Returns the exit status.
 int runProgram(const Program& program, int argc, const char* const* argv) noexcept;
 
 }  // namespace OwUtilities

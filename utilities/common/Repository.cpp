@@ -39,18 +39,19 @@ bool ServedRepository::hasNameSpace(const String& name) const {
         if (e.getErrNo() != CIMException::ACCESS_DENIED) {
             throw;
         }
-        // A user of one namespace only need not see the others; its operations will tell.
+        // A user with rights in one namespace only may not list them. The operation itself fails
+        // when the namespace does not exist.
         return true;
     }
 }
 
-/// A handle on this machine's daemon; null when none answers.
+/// A handle on this machine's daemon; null when no daemon answers.
 ClientCIMOMHandleRef connect() {
     ClientCIMOMHandleRef handle = ClientCIMOMHandle::createFromURL(ClientCIMOMHandle::LOCAL_URL);
     try {
         handle->ping();
     } catch (const CIMException&) {
-        // Opening directly tells more: there is no repository, or a daemon holds it.
+        // Opening the repository directly gives a better message: it is missing, or in use.
         return {};
     }
     return handle;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The repository of an installation, for a utility: that of this machine through the daemon when it
-// answers, any other and any that no daemon serves opened directly.
+// The repository of an installation, for a utility. Uses the daemon for this machine's repository
+// when one answers; otherwise opens the repository directly.
 #pragma once
 
 #include <memory>
@@ -20,16 +20,18 @@ public:
     Repository(const Repository&) = delete;
     Repository& operator=(const Repository&) = delete;
 
-    /// `prefix` empty: this machine's. Throws CIMException when there is none, or it cannot be
-    /// used.
+    /// Opens the repository below `prefix`; an empty one means this machine's. Throws CIMException
+    /// when there is no repository or it cannot be opened.
     static std::unique_ptr<Repository> open(const String& prefix);
 
     virtual CIMOMHandleIFCRef handle() const = 0;
+    /// Compares names without regard to case. Also true when the daemon does not let the user list
+    /// the namespaces.
     virtual bool hasNameSpace(const String& name) const = 0;
-    /// Creates the objects, or changes them where they exist. Throws ObjectStoringException.
+    /// Creates the objects, or modifies those that exist. Throws ObjectStoringException.
     virtual void store(const String& ns, const ObjectsToStore& objects) = 0;
-    /// Whether everything done through the handle is undone unless close() succeeds. Otherwise each
-    /// operation stays, whatever fails afterwards.
+    /// True: everything done through the handle is rolled back unless close() succeeds. False: each
+    /// operation is committed when it returns.
     virtual bool isUnitOfWork() const = 0;
     /// Makes everything durable. Throws CIMException.
     virtual void close() = 0;

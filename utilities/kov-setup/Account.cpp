@@ -13,14 +13,14 @@ namespace KovSetup {
 namespace {
 
 constexpr const char* USERADD = "/usr/sbin/useradd";
-// useradd waits for the locks of the user database, and not for long.
+// useradd may wait for the locks of the user database, but not for long.
 constexpr std::chrono::seconds USERADD_TIME_LIMIT{60};
 
 blocxx::Process::Command useraddCommand() {
     blocxx::Process::Command command;
     command.argv = {USERADD,        "--system", "--no-create-home", "--home-dir",
                     "/nonexistent", "--shell",  "/usr/sbin/nologin"};
-    // useradd refuses to make the account's own group when there is one of that name already.
+    // With --user-group, useradd fails when a group of that name exists.
     if (getgrnam(Layout::ACCOUNT) != nullptr) {
         command.argv.insert(command.argv.end(), {"--gid", Layout::ACCOUNT});
     } else {

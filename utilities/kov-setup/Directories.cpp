@@ -41,7 +41,7 @@ using Acl = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
 
 void makeDirectory(const String& path) {
     if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
-        // The umask has taken bits away.
+        // mkdir applied the umask.
         if (!FileSystem::changeFileMode(path, PUBLIC_MODE)) {
             BLOCXX_THROW_ERRNO(SetupException, Format("cannot set the mode of \"%1\"", path));
         }
@@ -65,8 +65,8 @@ void makeDirectoryWithParents(const String& path) {
     makeDirectory(path);
 }
 
-/// Files that root makes in the drop-in directory under a umask of 077 must be readable to the
-/// account: a default ACL takes the place of the umask there.
+/// Sets a default ACL, which replaces the umask for new files: the account must be able to read
+/// what root writes into the drop-in directory under a umask of 077.
 void letAccountReadNewFiles(const String& directory, const Identity& account) {
     const String text =
         Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);

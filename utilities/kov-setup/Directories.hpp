@@ -12,24 +12,24 @@ namespace KovSetup {
 
 using blocxx::String;
 
-/// Makes what is missing. Owners and access lists are set when there is an account. Throws
+/// Makes the missing directories. Sets owners and access lists when `account` is given. Throws
 /// SetupException.
 void makeDirectories(const Layout::Tree& tree,
                      const std::optional<blocxx::Process::Identity>& account);
 
-/// Makes a directory that must not be there yet, open to its owner only. Throws SetupException.
+/// Makes a directory, which must not exist, with mode 0700. Throws SetupException.
 void makePrivateDirectory(const String& path);
 
-/// Gives a private directory and the files in it to the account, the directory last: until then
-/// nobody but root can reach into it. Throws SetupException.
+/// Gives a private directory and its files to the account. The directory comes last: until then
+/// only root can reach the files. Throws SetupException.
 void handOver(const String& directory, const blocxx::Process::Identity& account);
 
-/// Writes the default configuration file when there is none. Throws SetupException or
+/// Writes the default configuration file unless `path` exists. Throws SetupException or
 /// FileSystemException.
 void writeDefaultConfig(const String& path);
 
-/// Whether anything has that name, a dangling link included. Throws SetupException when it cannot
-/// be told.
+/// Whether the path exists, a dangling link included. Throws SetupException when that cannot be
+/// found out.
 [[nodiscard]] bool isTaken(const String& path);
 
 }  // namespace KovSetup

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An empty repository with the namespaces that an installation starts with and the schema in them.
+// Builds the repository of a new installation: its namespaces with the schema, and no instances.
 #pragma once
 
 #include "blocxx/String.hpp"
 
 namespace KovSetup {
 
-/// Makes the repository in an existing, empty directory, with the MOF files of the other one as its
-/// schema; when it returns, it is complete and on the disk. Throws what the compiler, the
-/// repository and the reading of the schema files throw; what was made by then is left for the
-/// caller to remove.
+/// Creates the repository in `directory`, which must exist and be empty, from the MOF files in
+/// `schemaDirectory`, and commits it. Throws MOFCompilerException, CIMException or
+/// FileSystemException; the caller then removes what was made.
 void buildRepository(const blocxx::String& directory, const blocxx::String& schemaDirectory);
 
 }  // namespace KovSetup

@@ -25,7 +25,7 @@ void refuse(const Format& why) {
     BLOCXX_THROW(SetupException, why.toString());
 }
 
-/// A directory that is removed with what is in it unless it was put into its final place.
+/// A directory that is removed, with its content, unless it was moved into its final place.
 class UnfinishedRepository {
 public:
     explicit UnfinishedRepository(String path) : m_path(std::move(path)) {
@@ -40,7 +40,7 @@ public:
     UnfinishedRepository(const UnfinishedRepository&) = delete;
     UnfinishedRepository& operator=(const UnfinishedRepository&) = delete;
 
-    /// Renames it; never over something that has the name.
+    /// Renames it. Throws SetupException, also when `target` exists.
     void moveTo(const String& target) {
         if (renameat2(AT_FDCWD, m_path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
             BLOCXX_THROW_ERRNO(SetupException,
@@ -81,10 +81,10 @@ void checkMayRun(const Layout::Tree& tree) {
     }
 }
 
-/// 1. The repository is made beside its final place, committed and synced; a run that dies here
-///    leaves a directory that nothing uses and that the next run names.
-/// 2. One rename makes it the repository: before it there is none, after it there is all of it.
-/// 3. The directories of both names are synced, so that the rename outlives a power failure.
+/// 1. Make the repository beside its final place, commit and sync it. A run killed here leaves a
+///    directory that nothing uses; the next run refuses to start and names it.
+/// 2. Rename it: the commit point.
+/// 3. Sync the directories of both names, so that the rename survives a power failure.
 void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
                     const std::optional<blocxx::Process::Identity>& account) {
     UnfinishedRepository repository(tree.path(Layout::UNFINISHED_REPOSITORY));

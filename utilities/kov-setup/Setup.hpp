@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Making an installation ready for use: account, directories, default configuration and an empty
-// repository with the schema. Carries out nothing where a repository is already.
+// Sets up an installation: account, directories, default configuration and an empty repository with
+// the schema. Changes nothing when there is a repository already.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -9,8 +9,9 @@
 
 namespace KovSetup {
 
-/// The schema is that of the MOF files in `schemaDirectory`. Throws blocxx::Exception; the
-/// directories made by then stay, a repository does not.
+/// Sets up `tree` with the schema in the MOF files of `schemaDirectory`. Throws blocxx::Exception;
+/// then the directories, the account and the configuration file made so far stay, but no repository
+/// does.
 void setUp(const Layout::Tree& tree, const blocxx::String& schemaDirectory);
 
 }  // namespace KovSetup

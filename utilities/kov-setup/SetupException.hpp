@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What kov-setup fails with: one text for the operator, printed by main alone.
+// A failure of kov-setup: one text for the operator, which main prints.
 #pragma once
 
 #include <cerrno>

@@ -25,8 +25,8 @@ constexpr CmdLineParser::Option OPTIONS[] = {
      "destination."},
     END_OF_OPTIONS};
 
-/// The value of an option that must not be given as an empty text: it would name the machine
-/// itself.
+/// The value of an option; empty when it is absent. Refuses an empty value, which would mean this
+/// machine.
 String directoryOption(const CmdLineParser& parser, OptionId id, const char* name) {
     if (!parser.isSet(id)) {
         return {};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// owdeleteinstance: deletes instances from the repository of an installation, given with their
-// object paths. Either all of them are gone afterwards, or nothing has changed.
+// owdeleteinstance: deletes instances, given by their object paths, from the repository of an
+// installation. Either all of them are gone afterwards, or nothing has changed.
 #include <vector>
 
 #include "utilities/common/Attempt.hpp"
@@ -32,7 +32,7 @@ CIMObjectPath readPath(const String& text, const String& defaultNamespace) {
     return path;
 }
 
-/// Instances that are being deleted, with what it takes to bring them back.
+/// Instances to delete, with copies from which they can be created again.
 class Deletion {
 public:
     explicit Deletion(Repository& repository) : m_repository(repository) {}
@@ -64,7 +64,7 @@ private:
         CIMInstance instance;
     };
 
-    /// What was deleted by itself would stay so.
+    /// Creates the deleted instances again where no rollback does that.
     void bringBack() {
         while (!m_repository.isUnitOfWork() && m_deleted > 0) {
             const Kept& kept = m_instances[--m_deleted];

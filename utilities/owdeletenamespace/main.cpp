@@ -21,7 +21,7 @@ constexpr CmdLineParser::Option RESERVED_OPTION = {
 constexpr CmdLineParser::Option OPTIONS[] = {HELP_OPTION, VERSION_OPTION, DEST_DIR_OPTION,
                                              RESERVED_OPTION, END_OF_OPTIONS};
 
-// Without these an installation is none; they cannot be brought back but by setting it up anew.
+// No installation works without these, and only setting it up anew restores them.
 constexpr const char* NEEDED[] = {Layout::INTEROP_NS, Layout::SECURITY_NS, Layout::KOV_NS};
 
 void refuseNeeded(const String& ns) {
@@ -32,7 +32,7 @@ void refuseNeeded(const String& ns) {
     }
 }
 
-/// The instances of a class of this system; none when the repository does not know the class.
+/// The instances of a class in namespace "kov"; none when the class or the namespace is missing.
 Array<CIMObjectPath> instancesOf(const Repository& repository, const char* className) {
     try {
         return repository.handle()->enumInstanceNamesA(Layout::KOV_NS, className);
@@ -97,8 +97,8 @@ void deleteFrom(LocalRepository& repository, const Request& request) {
     repository.close();
 }
 
-// Not through the daemon: no operation of CIM deletes a namespace with what is in it. It is asked
-// what can be deleted before it is stopped, so that a refusal interrupts nobody.
+// Opens the repository directly, because no CIM operation deletes a namespace with its content.
+// Asks the daemon what can be deleted before stopping it, so that a refusal interrupts nobody.
 int deleteNamespaces(const CmdLineParser& parser) {
     const String prefix = parser.getOptionValue(DEST_DIR);
     const Request request{parser.getNonOptionArgs(), parser.isSet(RESERVED)};

@@ -10,7 +10,7 @@ using blocxx::Format;
 
 namespace {
 
-/// The words for an operation on an object.
+/// Describes an operation on an object.
 String on(const char* what, const String& name, const String& ns) {
     return Format("%1 \"%2\" in the namespace \"%3\"", what, name, ns);
 }
@@ -19,7 +19,7 @@ bool isEmpty(const MOF::NamespaceContent& content) {
     return content.qualifierTypes.empty() && content.classes.empty() && content.instances.empty();
 }
 
-/// The failure at the place of the object that could not be stored, with what was attempted.
+/// The failure to store an object, with the object's place and what was attempted.
 MOF::MOFCompilerException failureOf(const MOF::NamespaceContent& content,
                                     const ObjectStoringException& e) {
     const String& ns = content.nameSpace;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Brings what was compiled into a repository: what is there already in the same form is left alone,
-// what is there in another form is changed.
+// Writes compiled objects into a repository. Objects that exist in the same form stay, others that
+// exist are modified.
 #pragma once
 
 #include <map>
@@ -17,12 +17,13 @@ class ContentWriter {
 public:
     explicit ContentWriter(Repository& repository) : m_repository(repository) {}
 
-    /// Throws MOFCompilerException that tells the place, the object and the namespace, with the CIM
-    /// status as its error code.
+    /// Creates or modifies the objects. Throws MOFCompilerException, which names the place, the
+    /// object and the namespace, with the CIM status as its error code.
     void write(const MOF::NamespaceContent& content);
-    /// The part of it that writes nothing.
+    /// Checks that the namespace exists, unless `content` is empty. Throws MOFCompilerException, or
+    /// CIMException when no pragma names the namespace.
     void requireNameSpace(const MOF::NamespaceContent& content) const;
-    /// One line for each namespace that something was declared in.
+    /// One line, with counts, for each namespace that was written to.
     String summary() const;
 
 private:

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// owmofc: compiles MOF files into the repository of an installation. Either everything that all the
-// files declare is in the repository afterwards, or nothing has changed; only where the daemon
-// serves the repository, what was written before a failure stays. Failures are one text on
-// standard error and exit status 1; a command line that cannot be read has exit status 2.
+// owmofc: compiles MOF files into the repository of an installation. A repository that it opens
+// directly has all objects of all files afterwards, or is unchanged. Through the daemon, what was
+// written before a failure stays. A failure is one text on standard error and exit status 1, or 2
+// for a usage error.
 #include <cstdio>
 #include <deque>
 #include <filesystem>
@@ -29,7 +29,7 @@ constexpr CmdLineParser::Option OPTIONS[] = {
     DEST_DIR_OPTION,
     END_OF_OPTIONS};
 
-/// Whether there is a pipe or a device. The user named it, so it is read as any program reads it.
+/// Whether the file is a pipe, a device or a socket: read to its end, because the user named it.
 bool isSpecial(const String& file) {
     std::error_code failure;
     const std::filesystem::file_status status = std::filesystem::status(file, failure);
@@ -42,7 +42,7 @@ Source open(const String& file) {
                                                   file, blocxx::FileSystem::NamedBy::CALLER)}
                                : MOF::includeFile(file, String());
     }
-    // Standard input belongs to the caller: it is read, not closed.
+    // Standard input belongs to the caller, so it is not closed.
     String text;
     char buffer[65536];
     for (;;) {
@@ -60,8 +60,7 @@ Source open(const String& file) {
 
 void compileInto(Repository& repository, ContentWriter& writer, const String& ns,
                  const String& file, bool checkOnly) {
-    // What was compiled stays until the process ends: taking a schema apart, object by object,
-    // would cost a tenth of the whole run.
+    // Never freed: destroying a schema object by object would take a tenth of the run.
     static auto* const compiled = new std::deque<Array<MOF::NamespaceContent>>;
     compiled->push_back(MOF::compile(open(file), repository.handle(), ns, MOF::includeFile,
                                      MOF::Defaults::LEFT_OUT));
@@ -87,7 +86,7 @@ int compileFiles(const CmdLineParser& parser) {
             compileInto(repository, writer, ns, file, parser.isSet(CHECK));
         }
     } catch (const MOF::MOFCompilerException& e) {
-        // It begins with its place, as editors expect.
+        // The message begins with its place, as editors expect.
         std::cerr << blocxx::printable(e.getMessage()) << "\n";
         return 1;
     }
