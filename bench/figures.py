@@ -1,13 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Measures what a user would notice, against what it could cost at least; to be run inside
-scripts/sandbox, on a state that holds nothing else:
+"""Measures what a user would notice, against a lower bound of its cost. Run it inside
+scripts/sandbox on a new state:
 
     scripts/sandbox --root DIR bench/figures.py RESULT.json SCHEMA_FLOOR DMTF_SCHEMA_DIR
 
-A ratio compares two things measured in the same run on the same machine, in turn, so that it means
-the same on a slow and on a fast one. Of repeated runs the quickest counts: everything slower is the
-machine.
+A ratio compares two measurements taken in turn in the same run, so it means the same on a slow and
+on a fast machine. Of repeated runs the quickest counts; anything slower is noise of the machine.
 """
 
 import json
@@ -23,7 +22,7 @@ from programs import INIT, LIVE, WORK, begin, best, fail, output, ratio, run
 from tracing import daemon_memory, daemon_pid
 
 TOP_FILE = "cim_schema_2.41.0.mof"
-# Where a process happens to lie in memory decides how quick all of it is.
+# The address layout of a process affects its speed, so each process is measured this many times.
 TURNS = 3
 LOADS = 10
 ROUNDS = 8
@@ -54,7 +53,7 @@ def register_providers(installation, path, product):
 
 
 def load_rows(fresh, floor, top):
-    """Loading the schema into new namespaces, of a staged tree and through the daemon."""
+    """Loads the schema into new namespaces of a staged tree, and through the daemon."""
     floors, direct, live, daemon = [], [], [], []
     for _ in range(TURNS):
         floors.append([float(word) for word in output([floor, top, WORK + "/floor.db"]).split()])
@@ -82,7 +81,7 @@ def load_rows(fresh, floor, top):
 
 
 def plain_database(installation):
-    """A database of the repository's size whose one table has a row for each product."""
+    """Makes a database of the repository's size. Its only table has a row for each product."""
     path = WORK + "/plain.db"
     row = os.path.getsize(installation.repository + "/repository.db") // PRODUCTS
     script = ("CREATE TABLE products(name TEXT, data BLOB);"
@@ -117,7 +116,7 @@ def listing_rows(fresh):
 
 
 def product_rows(fresh):
-    """Registering one product and its namespace, staged and live, and deregistering it."""
+    """Registers a product and its namespace, staged and live, and deregisters it live."""
     steps = {"register": lambda installation: register(installation, "sample"),
              "register-namespace":
                  lambda installation: register_namespace(installation, "sample", "sample")}
@@ -161,7 +160,7 @@ def product_rows(fresh):
 
 
 def copy_rows(fresh):
-    """Removing an empty namespace of a large repository: on a copy that is swapped in."""
+    """Removes an empty namespace of a large repository, on a copy that is swapped in."""
     fresh.put_back()
     run(register(LIVE, "large"))
     run(register_namespace(LIVE, "large/data", "large"))
@@ -187,8 +186,9 @@ def copy_rows(fresh):
 
 
 def provider_times(fresh, count):
-    """The quickest seconds of what is done with so many providers: of writing and compiling what
-    they have, registering them staged and live, listing, replacing and removing them."""
+    """The shortest times, in seconds, of the work on `count` providers in a staged tree: compiling
+    their texts and writing their rows and files; registering, listing, replacing and removing them.
+    Also returns the tree without them."""
     base = staged(fresh, f"base{count}")
     run(register(base, "sample"))
     run(register_namespace(base, "sample", "sample"))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The least that an operation could cost: what it has written, written and synced again."""
+"""Lower bounds for the cost of an operation: writing and syncing again what it has written."""
 
 import os
 import sqlite3
@@ -12,13 +12,13 @@ from programs import INIT, LIVE, PLACES, run
 
 
 class Written(NamedTuple):
-    """The sizes of rows and of files."""
+    """The sizes of rows and files, in bytes."""
     rows: list
     files: list
 
 
 def written(before, after):
-    """What the installation `after` has that `before`, which was the same one once, has not."""
+    """What has been added to the installation `after` since it was a copy of `before`."""
     new = files(after)
     for path, content in files(before).items():
         if new.get(path) == content:
@@ -28,7 +28,7 @@ def written(before, after):
 
 
 def files(installation):
-    """The content of each file but those of the repository, by its path below the prefix."""
+    """The content of each file outside the repository, by its path below the prefix."""
     contents = {}
     for place in PLACES:
         for directory, _, names in os.walk(f"{installation.prefix}/{place}"):
@@ -40,7 +40,7 @@ def files(installation):
 
 
 def row_sizes(installation):
-    """How many rows of which size each table has."""
+    """The number of rows of each size, over all tables."""
     database = sqlite3.connect(f"file:{installation.repository}/repository.db?mode=ro", uri=True)
     tables = [name for (name,) in
               database.execute("SELECT name FROM sqlite_master WHERE type = 'table'")]
@@ -51,15 +51,15 @@ def row_sizes(installation):
 
 
 def size(value):
-    """The bytes that a value takes in a row."""
+    """The size of a value in a row, in bytes."""
     if isinstance(value, str):
         return len(value.encode())
     return 0 if value is None else len(value) if isinstance(value, bytes) else 8
 
 
 def write_again(parts, directory):
-    """The seconds of writing that into a new directory: the rows in one transaction, each file with
-    a sync of its own, and the directory."""
+    """Writes `parts` into a new directory: the rows in one transaction, then each file, synced by
+    itself, then the directory's sync. Returns the seconds."""
     os.makedirs(directory)
     os.sync()
     start = time.perf_counter()
@@ -87,7 +87,7 @@ def sync(path):
 
 
 def copy_and_remove():
-    """The seconds of copying the live repository, syncing the copy, and removing it."""
+    """Copies the live repository, syncs the copy and removes it. Returns the seconds."""
     copy = LIVE.repository + ".bench"
     os.sync()
     start = time.perf_counter()
@@ -99,5 +99,5 @@ def copy_and_remove():
 
 
 def restart():
-    """The seconds of stopping and starting the daemon."""
+    """Stops and starts the daemon. Returns the seconds."""
     return run([INIT, "stop"]).wall + run([INIT, "start"]).wall

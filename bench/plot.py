@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Draws how the operations' time grows with the installation: an SVG with three panels, for what
-may not grow, for what may grow with the copy and for what may grow with all products. Both axes are
-logarithmic, so that what grows linearly rises like the dashed line."""
+"""Plots the time of the operations against the size of the installation, as an SVG with three
+panels: operations that may not grow, that may grow with the copy, and that may grow with all
+products. Both axes are logarithmic; the dashed line is linear growth."""
 
 import math
 from xml.sax.saxutils import escape
@@ -29,7 +29,7 @@ def duration(milliseconds):
 
 
 def spread(heights):
-    """Moves labels down until none stands on another."""
+    """Moves labels down until none overlap."""
     places, last = [0.0] * len(heights), -math.inf
     for index in sorted(range(len(heights)), key=heights.__getitem__):
         last = places[index] = max(heights[index], last + TEXT_HEIGHT)
@@ -37,7 +37,7 @@ def spread(heights):
 
 
 class Axes:
-    """The places of sizes and milliseconds in a panel that begins at x = `left`."""
+    """The coordinates of sizes and milliseconds in a panel that begins at x = `left`."""
 
     def __init__(self, sizes, values, left):
         self.sizes, self.left = sizes, left
@@ -62,7 +62,7 @@ class Axes:
             ends = [self.point(size, 10**power) for power in (self.bottom, self.top)]
             parts += [line(ends, grey),
                       text(ends[0][0], ends[0][1] + 16, f"{size:,}", 'text-anchor="middle"')]
-        # As steep as what grows linearly, from the lower left.
+        # Linear growth, from the lower left corner.
         reach = min(self.high - self.low, self.top - self.bottom)
         begin = (10**self.low, 10**self.bottom)
         parts.append(line([self.point(*begin), self.point(*(10**reach * end for end in begin))],

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The products that are measured: their providers, and the state of many of them."""
+"""Makes the products that are measured: their providers, and a saved state with many of them."""
 
 import os
 import re
@@ -22,8 +22,8 @@ PATTERN_INSTANCES = 10
 
 
 class Texts:
-    """The files that a product registers itself with, below an installation: a snippet of
-    configuration, and so many providers with a class, an instance and a privilege file each."""
+    """The files with which a product registers, written below an installation: a configuration
+    snippet, and `providers` providers, each with a class, an instance and a privilege file."""
 
     def __init__(self, installation, product, providers):
         directory = f"{WORK}/texts/{product}"
@@ -50,8 +50,8 @@ def write(path, text):
 
 
 def write_pattern_state(path):
-    """Saves one product of the live installation, where the daemon is stopped, with everything that
-    a product may have."""
+    """Registers a product that has everything a product may have in the live installation, whose
+    daemon is stopped, and saves it."""
     run(LIVE.fennik("register", "--name", PATTERN, "--username", "writer", "--username", "reader"))
     texts = Texts(LIVE, PATTERN, 1)
     run(LIVE.fennik("set-owcimomd-config", texts.snippet, "--name", PATTERN))
@@ -67,7 +67,7 @@ def write_pattern_state(path):
 
 
 def write_state(path, pattern_state, count):
-    """The state of so many products, each with what the pattern has."""
+    """Writes the state of `count` products, each a copy of the pattern under another name."""
     with open(pattern_state, encoding="utf-8", newline="") as text:
         before, product, after = re.fullmatch(r"(.*?)( *<Product>.*</Product>\n)(.*)", text.read(),
                                               re.DOTALL).groups()

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The installed programs, the installations that they work on, and what a run of one costs. For the
-inside of scripts/sandbox."""
+"""The installed programs, the installations that they work on, and the cost of a run. For use
+inside scripts/sandbox."""
 
 import os
 import shutil
@@ -16,7 +16,7 @@ STATE = "var/opt/tarvo/kov"
 PLACES = (STATE, "etc/opt/tarvo/kov")
 WORK = "/var/opt/tarvo/bench"
 
-# A program's peak memory counts what it was forked from, so a small process starts it.
+# A program's peak memory includes that of the process that forked it, so a small process starts it.
 LAUNCHER = """
 import posix, sys, time
 start = time.perf_counter()
@@ -29,7 +29,7 @@ with open(sys.argv[1], "w") as report:
 
 
 class Cost(NamedTuple):
-    """Seconds by the wall clock and by the processor, and the bytes of the largest process."""
+    """Wall clock and processor seconds, and the peak memory of the largest process in bytes."""
     wall: float
     processor: float
     memory: int
@@ -40,7 +40,7 @@ def fail(message):
 
 
 def launch(argv):
-    """Gives back the cost of a run and its wait status. Its standard output goes nowhere."""
+    """Runs a command and discards its standard output. Returns its cost and its wait status."""
     report = os.path.join(WORK, "report")
     subprocess.run([sys.executable, "-I", "-S", "-c", LAUNCHER, report, *argv],
                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, check=True)
@@ -61,18 +61,18 @@ def output(argv):
 
 
 def best(costs):
-    """The quickest: everything slower is the machine. Of the memory the most."""
+    """The shortest times, as anything slower is noise of the machine, and the most memory."""
     wall, processor, memory = zip(*costs)
     return Cost(min(wall), min(processor), max(memory))
 
 
 def ratio(what, value, against, limit):
-    """A row of the table: two measured times, the one by the other, and the limit."""
+    """A row of the table: two measured times in seconds, their ratio, and its limit."""
     return [what, f"{1000 * value:.1f} ms / {1000 * against:.1f} ms", value / against, limit, ""]
 
 
 class Installation:
-    """The live one, or one staged below a prefix."""
+    """The live installation, or one staged below a prefix."""
 
     def __init__(self, prefix=""):
         self.prefix = prefix
@@ -87,8 +87,8 @@ class Installation:
         return [OWMOFC, *staged, "-n", namespace, *arguments]
 
     def copy_to(self, prefix):
-        """Makes another installation of this one's state, in the place of what is there. The daemon
-        is stopped."""
+        """Replaces the installation below `prefix` by a copy of this one, and returns it. The
+        daemon must be stopped."""
         for place in PLACES:
             shutil.rmtree(os.path.join(prefix, place), ignore_errors=True)
             os.makedirs(os.path.dirname(os.path.join(prefix, place)), exist_ok=True)
@@ -101,7 +101,7 @@ class Installation:
         return Installation(prefix)
 
     def put_back(self):
-        """Makes this one's state the live one's."""
+        """Replaces the live installation by a copy of this one."""
         self.copy_to("/")
 
 
@@ -109,7 +109,7 @@ LIVE = Installation()
 
 
 def begin():
-    """An empty working directory, and a copy of the live installation as kov-setup made it."""
+    """Empties the working directory. Returns a copy of the live installation, made by kov-setup."""
     shutil.rmtree(WORK, ignore_errors=True)
     os.makedirs(WORK, mode=0o755)
     return LIVE.copy_to(WORK + "/fresh")

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Prints what was measured as tables and judges it. Ends with status 1 when a limit is missed.
+"""Prints measurements as tables and judges them. Ends with status 1 when a limit is missed.
 
 usage: report.py [--write] figures|scale MEASURED.json
 
-With --write the tables also take the place of those in docs/performance.md, and of the scale a plot
-that of docs/performance.svg.
+--write also replaces the tables in docs/performance.md and, for scale, the plot
+docs/performance.svg.
 """
 
 import json
@@ -29,7 +29,7 @@ QUANTITIES = {
 
 
 def table(head, rows):
-    """Markdown that can be read on a terminal as well."""
+    """A Markdown table that is readable on a terminal as well."""
     widths = [max(map(len, column)) for column in zip(head, *rows)]
     lines = [head, ["-" * width for width in widths], *rows]
     return "".join(f"| {' | '.join(cell.ljust(width) for cell, width in zip(line, widths))} |\n"
@@ -37,7 +37,7 @@ def table(head, rows):
 
 
 def figures(rows):
-    """The table, and whether all limits are kept."""
+    """The table, and whether every limit is kept."""
     lines = [[what, measured, f"{value:.2f}{unit}", f"{limit:.1f}{unit}",
               "ok" if value <= limit else "MISSED"] for what, measured, value, limit, unit in rows]
     return (table(["what / against what", "measured", "result", "limit", "verdict"], lines),
@@ -45,7 +45,7 @@ def figures(rows):
 
 
 def scale(measured):
-    """The tables of all quantities, and whether nothing grows that may not."""
+    """The tables of all quantities, and whether no cost grows too fast."""
     sizes, texts, kept = measured["sizes"], [], True
     for quantity, (title, shown) in QUANTITIES.items():
         lines = []

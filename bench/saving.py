@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Saving and restoring the DMTF schema in a namespace, alone and with many instances, against
-loading the MOF that the saved file holds. Nothing but the syncs is waited for, so the processor's
-time counts, which leaves most of what else the machine does out."""
+"""Measures saving and restoring a namespace with the DMTF schema, alone and with many instances,
+against loading the MOF of the saved file. Compares processor time: these operations wait only for
+syncs, and processor time excludes most of the machine's noise."""
 
 import filecmp
 import os
@@ -16,7 +16,7 @@ STATE_FILE = WORK + "/state.xml"
 INSTANCES = 10_000
 RUNS = 5
 SAVING, RESTORING, MEMORY = 4.0, 6.0, 6.0
-# Their instances have 57 properties on average, most of them null.
+# Instances of these have 57 properties on average, most of them null.
 DEVICES = ("CIM_LogicalDisk", "CIM_EthernetPort", "CIM_Fan", "CIM_Processor", "CIM_Memory",
            "CIM_StorageVolume", "CIM_NumericSensor", "CIM_PowerSupply")
 
@@ -33,7 +33,7 @@ def instances():
 
 
 def saved_mof(path):
-    """Writes the MOF that the state file holds. In a process of its own, so that this one stays
+    """Writes the MOF of the state file to `path`. Uses another process, so that this one stays
     small."""
     script = ("import re, sys; from xml.sax.saxutils import unescape; "
               "text = open(sys.argv[1], encoding='utf-8', newline='').read(); "
@@ -44,7 +44,7 @@ def saved_mof(path):
 
 
 def schema_rows(fresh, name, *files):
-    """Saving, loading the same MOF with owmofc and restoring, taken in turn."""
+    """Measures saving, then loading the same MOF with owmofc and restoring in turn."""
     registered = [LIVE.fennik("register", "--name", "dmtf", "--username", "root"),
                   LIVE.fennik("register-namespace", NAMESPACE, "--name", "dmtf", "--username",
                               "root")]

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Measures every operation in installations of different sizes; to be run inside scripts/sandbox,
-on a state that holds nothing else:
+"""Measures every operation in installations of different sizes. Run it inside scripts/sandbox on a
+new state:
 
     scripts/sandbox --root DIR bench/scale.py RESULT.json SIZE...
 
-An installation is made by restoring the saved state of so many products. Each of them is a copy,
+An installation of SIZE products is made by restoring a state file. Each product in it is a copy,
 under another name, of one that the tool has registered and saved.
 """
 
@@ -19,7 +19,7 @@ from products import Texts, write, write_pattern_state, write_state
 from programs import INIT, LIVE, WORK, begin, best, fail, run
 from tracing import daemon_memory, traced
 
-# Of so many runs the quickest counts; of long ones, that of fewer, once so many seconds have gone.
+# The quickest of RUNS runs counts. After SECONDS seconds, LEAST_RUNS are enough.
 RUNS = 9
 LEAST_RUNS = 3
 SECONDS = 20
@@ -33,9 +33,9 @@ class Measurement:
         self.rows = {}
 
     def measure(self, *steps):
-        """Runs the steps one after the other, again and again, and once more to count what they
-        write. A step is its name, what it may grow with, and a function from the number of the run
-        to the command; one without a name is only prepared by its function."""
+        """Runs the sequence of steps repeatedly, and once more to count what they write. A step is
+        a name, what its cost may grow with, and a function from the number of the run to the
+        command. A step without a name is a preparation: only its function is called."""
         costs, begun, number = {}, time.monotonic(), 0
         while number < LEAST_RUNS or (number < RUNS and time.monotonic() - begun < SECONDS):
             for name, _, command in steps:
@@ -53,14 +53,14 @@ class Measurement:
 
 
 def measured(argv):
-    """The cost of a run. Of the daemon's start the memory is the daemon's."""
+    """The cost of a run. For the start of the daemon, the memory is the daemon's."""
     cost = run(argv)
     return cost._replace(memory=daemon_memory()) if argv == [INIT, "start"] else cost
 
 
 def product_steps(installation, where):
-    """What is done with one product and the listing of all, in the order that a product's scripts
-    have. Each run has a product of its own."""
+    """The operations on one product, and the listing of all, in the order in which a product's
+    scripts use them. Each run uses another product."""
     names = [f"measured{number}" for number in range(RUNS + 1)]
     texts = [Texts(installation, name, PROVIDERS) for name in names]
 
@@ -85,7 +85,8 @@ def product_steps(installation, where):
     ]
     if installation.prefix:
         return steps
-    # Deregistering works on an installed system only. The first namespace has the providers.
+    # Deregistering works on an installed system only. Removes a second namespace, because the first
+    # one has the providers.
     _, _, another = step("register-namespace", "{name}/another", "--username", "writer")
     return [*steps, ("", None, lambda number: run(another(number))),
             step("deregister-namespace", "{name}/another", grows=COPY),
@@ -93,7 +94,7 @@ def product_steps(installation, where):
 
 
 def whole_state(measurement, fresh, path):
-    """Restoring all products into a new installation and saving them. Leaves them there."""
+    """Measures restoring all products into a new installation, and saving them. They stay there."""
     again = path + ".again"
     measurement.measure(("", None, lambda _: fresh.put_back()),
                         ("restore", ALL, lambda _: LIVE.fennik("restore-product-state", path)))

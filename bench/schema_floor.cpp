@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The least that loading a schema could cost:
+// Measures a lower bound for the cost of loading a schema:
 //
 //   schema_floor TOP_FILE DATABASE
 //
-// passes the scanner over the bytes of the schema, which are in memory by then, and inserts its
-// objects in their stored form into a new database, in one transaction that is on the disk when it
-// ends. Prints the quickest seconds of each.
+// Scans the texts of the schema, which are in memory, and inserts its encoded objects into a new
+// database, in one synced transaction. Prints the shortest time of each, in seconds.
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -29,7 +28,7 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
 constexpr int ROUNDS = 10;
 
-/// The schema's texts as a compilation meets them, and its objects as they are stored.
+/// The texts of the schema in the order of compilation, and its objects as they are stored.
 struct Schema {
     explicit Schema(const String& topFile) {
         const Source top = MOF::includeFile(topFile, "");
@@ -111,7 +110,7 @@ void measure(const String& topFile, const String& path) {
     }
     const auto clear = [&] {
         std::filesystem::remove(path);
-        ::sync();  // nothing is left to write, as before the load that is compared with this
+        ::sync();  // so that nothing else is left to write
     };
     const double inserted = quickest(clear, [&] { insertSynced(path, schema.objects); });
     std::filesystem::remove(path);

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The daemon, and what a run writes: counts the bytes that go into files and the syncs that are
-waited for, with strace, those of the commands that it starts and of the daemon included."""
+"""Observes the daemon, and what a run writes: counts, with strace, the bytes written to files and
+the syncs of a command, of the commands that it starts and of the daemon."""
 
 import os
 import re
@@ -14,13 +14,13 @@ SYNCS = ("fsync", "fdatasync", "syncfs", "sync", "sync_file_range")
 WRITES = ("write", "pwrite64", "writev", "pwritev", "pwritev2", "copy_file_range", "sendfile")
 PID_FILE = f"/{STATE}/openwbem/owcimomd.pid"
 CALL = re.compile(r"(\d+) +(<\.\.\. )?(\w+)")
-# The descriptor that is written to is the first; copying has another one before it.
+# The target is the first descriptor; copying has a source and its offset before it.
 TARGET = re.compile(r"^[^(]*\((?:\d+<[^>]*>, (?:NULL|\[\d+\]), )?\d+<([^>]*)>")
 RESULT = re.compile(r"= (\d+)$")
 
 
 def daemon_pid():
-    """None where no daemon runs."""
+    """The daemon's process id; None when it is not running."""
     try:
         with open(PID_FILE, encoding="ascii") as text:
             pid = int(text.read())
@@ -31,7 +31,7 @@ def daemon_pid():
 
 
 def daemon_memory():
-    """The most that the daemon has taken so far."""
+    """The daemon's peak memory so far, in bytes."""
     with open(f"/proc/{daemon_pid()}/status", encoding="ascii") as status:
         return 1024 * next(int(line.split()[1]) for line in status if line.startswith("VmHWM"))
 
@@ -41,8 +41,8 @@ def is_file(target):
 
 
 def count(lines):
-    """Bytes and syncs in the lines of a trace. A call that another process interrupts has two: the
-    first tells where it writes, the second what it returns."""
+    """The bytes and the syncs in a trace. A call that is interrupted by another process has two
+    lines: the first has the target, the second the result."""
     written, syncs, targets = 0, 0, {}
     for line in lines:
         call = CALL.match(line)
@@ -62,7 +62,7 @@ def count(lines):
 
 
 def traced(argv):
-    """Runs it; gives back its bytes and its syncs."""
+    """Runs a command. Returns the bytes that it writes and its syncs."""
     trace, done, failed = (f"{WORK}/trace{ending}" for ending in ("", ".done", ".failed"))
     for path in (done, failed):
         if os.path.exists(path):
@@ -74,7 +74,7 @@ def traced(argv):
          *(["-p", str(daemon)] if daemon else []),
          "sh", "-c", 'if "$@"; then : >"$0.done"; else : >"$0.failed"; fi', trace, *argv],
         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
-    # It does not end by itself where a daemon goes on.
+    # strace does not end by itself while the daemon runs.
     while strace.poll() is None and not os.path.exists(done) and not os.path.exists(failed):
         time.sleep(0.01)
     strace.send_signal(signal.SIGINT)
