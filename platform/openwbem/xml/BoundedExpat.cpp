@@ -13,14 +13,14 @@ namespace {
 
 using XMLLimits::MAX_MARKUP_MEMORY;
 
-/// In front of each block: how much of it counts, and as much room as keeps the block aligned.
+/// Precedes each block and keeps it aligned. `size` is how much of the block counts.
 struct alignas(std::max_align_t) Header {
     size_t size;
 };
 
-/// Of all parsers of the thread; Expat hands its allocator nothing to tell them apart by.
+/// The total of all parsers in this thread: Expat does not tell its allocator which one calls.
 thread_local size_t allocated = 0;
-/// Whether what is allocated now is the document's.
+/// Whether the current allocation is for the document, which does not count.
 thread_local bool isDocument = false;
 
 Header* headerOf(void* block) noexcept {

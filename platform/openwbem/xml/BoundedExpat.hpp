@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An Expat parser whose own memory is limited. For the sources of this room only.
+// Private to this folder: an Expat parser with a limit on its memory.
 #pragma once
 
 #include <expat.h>
 
 namespace OpenWBEM {
 
-/// What Expat may allocate besides the document is XMLLimits::MAX_MARKUP_MEMORY.
+/// Expat may allocate XMLLimits::MAX_MARKUP_MEMORY bytes besides the document.
 class BoundedExpat {
 public:
     /// Throws std::bad_alloc.
@@ -17,7 +17,7 @@ public:
     BoundedExpat& operator=(const BoundedExpat&) = delete;
 
     XML_Parser get() const noexcept { return m_parser; }
-    /// Room for a document of `size` bytes, which XML_ParseBuffer() takes from there. Throws
+    /// The buffer for a document of `size` bytes, which XML_ParseBuffer() parses. Throws
     /// std::bad_alloc.
     char* documentBuffer(int size);
 

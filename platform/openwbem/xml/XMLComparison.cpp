@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Holds an element against what is read of it, while it is written.
+// Compares an element with what a parser reads while the element is being written.
 #include <algorithm>
 #include <array>
 #include <exception>
@@ -16,7 +16,7 @@ using blocxx::Array;
 
 namespace {
 
-/// Follows the tree with Expat's events.
+/// Compares Expat's events with a tree.
 class Comparison {
 public:
     explicit Comparison(const XMLNode& root) : m_root(root) {
@@ -25,7 +25,7 @@ public:
         XML_SetCharacterDataHandler(m_expat.get(), onText);
     }
 
-    /// What was written next; the last piece may be empty.
+    /// Parses the next piece of the written text. The last piece may be empty.
     void read(const char* piece, size_t size, bool isLast) {
         m_same = m_same && XML_Parse(m_expat.get(), piece, static_cast<int>(size),
                                      isLast ? XML_TRUE : XML_FALSE) == XML_STATUS_OK;
@@ -40,11 +40,11 @@ public:
 private:
     struct Step {
         const XMLNode* node;
-        size_t begun = 0;  ///< of its children
-        size_t read = 0;   ///< of its text
+        size_t begun = 0;  ///< how many of its children have begun
+        size_t read = 0;   ///< how much of its text has been read
     };
 
-    // No exception passes through Expat.
+    // Exceptions must not pass through Expat.
     static void XMLCALL onStart(void* self, const XML_Char* name,
                                 const XML_Char** attributes) noexcept {
         auto& comparison = *static_cast<Comparison*>(self);
@@ -77,7 +77,7 @@ private:
         m_path.push_back({node});
     }
 
-    /// The element that has to begin now; null when none has to.
+    /// The element that must begin next, or null.
     const XMLNode* next() {
         if (m_path.empty()) {
             return &m_root;
@@ -120,7 +120,7 @@ private:
     std::exception_ptr m_failure;
 };
 
-/// Hands what is written to a comparison, in pieces.
+/// Passes what is written to a comparison, in pieces.
 class ComparingBuffer : public std::streambuf {
 public:
     explicit ComparingBuffer(Comparison& comparison) : m_comparison(comparison) { empty(); }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What an XMLNode refers to. For the sources of this room only.
+// Private to this folder: the element that an XMLNode refers to.
 #pragma once
 
 #include "openwbem/xml/XMLNode.hpp"
@@ -10,7 +10,7 @@ namespace OpenWBEM {
 struct XMLNode::Element : blocxx::IntrusiveCountableBase {
     Element(String elementName, Array<XMLAttribute> elementAttributes)
         : name(std::move(elementName)), attributes(std::move(elementAttributes)) {}
-    /// Takes the tree apart from the top, so that its depth costs no stack.
+    /// Destroys the tree without recursion, so that a deep tree does not exhaust the stack.
     ~Element() override;
 
     String name;

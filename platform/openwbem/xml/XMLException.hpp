@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How the XML library fails.
+// The exceptions of the XML library.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 
 namespace OpenWBEM {
 
-/// A tree does not hold what is asked for, or cannot be written.
+/// A tree does not have the requested element, or cannot be changed or written.
 BLOCXX_DECLARE_EXCEPTION(XMLNode)
 
-/// A text is no XML document, or none that is accepted. The message begins with the place, "line
-/// LINE, column COLUMN: ", both from one.
+/// A text is not an XML document, or not one that is accepted. The message begins with the place,
+/// "line LINE, column COLUMN: ", both from one.
 BLOCXX_DECLARE_EXCEPTION(XMLParse)
 
 }  // namespace OpenWBEM

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The largest documents that are read, and so the largest that are worth writing.
+// Limits on the documents that are read, and so on those that are worth writing.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +11,8 @@ namespace OpenWBEM::XMLLimits {
 inline constexpr size_t MAX_DOCUMENT_SIZE = size_t{1024} * 1024 * 1024;
 /// The most elements and attributes of a document.
 inline constexpr size_t MAX_ITEMS = 4000000;
-/// What the parser may allocate besides the document: names, attribute values and open elements
-/// take from it, text does not.
+/// How much the parser may allocate besides the document, in bytes: for names, attribute values and
+/// open elements, but not for text.
 inline constexpr size_t MAX_MARKUP_MEMORY = size_t{64} * 1024 * 1024;
 
 }  // namespace OpenWBEM::XMLLimits

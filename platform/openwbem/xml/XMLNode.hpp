@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// An element of an XML document: its name, its attributes, its text and the elements in it. Made by
-// XMLParserDOM, or by hand to be printed. An element belongs to one thread.
+// An element of an XML document: its name, attributes, text and children. XMLParserDOM makes
+// elements, and callers make them to print them. An element belongs to one thread.
 #pragma once
 
 #include <iosfwd>
@@ -19,9 +19,9 @@ struct XMLAttribute {
     friend bool operator==(const XMLAttribute&, const XMLAttribute&) = default;
 };
 
-/// A reference to an element: copies are the same element, which lives as long as one of them or
-/// the element that it is in. A null node holds nothing, and all but testing it and assigning to it
-/// throws NULLReferenceException.
+/// A reference to an element, which copies share. The element lives as long as a reference or its
+/// parent. A null node refers to none: everything but testing and assigning it throws
+/// NULLReferenceException.
 class XMLNode {
 public:
     using String = blocxx::String;
@@ -44,18 +44,18 @@ public:
 
     const String& getName() const;
     const Array<XMLAttribute>& getAttributes() const;
-    /// All text that stands directly in the element, joined. White space is as in the document,
-    /// save that an element with children has no text when there is only white space between them.
+    /// All text directly in the element, joined. White space is as in the document, but an element
+    /// with children has no text when there is only white space between them.
     const String& getText() const;
     void setText(String text);
     void appendText(std::string_view text);
-    /// The text; the element has none after it. For one that is large and needed elsewhere.
+    /// Moves the text out of the element, to save copying a large one.
     String takeText();
 
     /// In document order.
     const Array<XMLNode>& getChildren() const;
-    /// Appends. Throws XMLNodeException when `child` is null, is in an element already, or has this
-    /// element in it.
+    /// Appends a child. Throws XMLNodeException when `child` is null, already has a parent, or
+    /// contains this element.
     void addChild(const XMLNode& child);
 
     /// The first child of that name, or a null node.
@@ -64,20 +64,20 @@ public:
     XMLNode mustFindChild(std::string_view name) const;
 
     /// Throws XMLNodeException when the element or one in it cannot be written: XML 1.0 (clause
-    /// 2.2) has no way to hold most control characters, and no bytes that are not UTF-8. The
-    /// message names the element by its path from this one, and the place in its text.
+    /// 2.2) cannot hold most control characters, nor bytes that are not UTF-8. The message names
+    /// the element by its path from this one, and the place in its text.
     void checkPrintable() const;
-    /// Throws XMLNodeException as checkPrintable() does, and when XMLParserDOM would refuse the
-    /// document of this element for its size or its number of items (XMLLimits), which has
-    /// `sizeBefore` bytes in front of it.
+    /// Throws XMLNodeException as checkPrintable() does, and when XMLParserDOM would refuse a
+    /// document of `sizeBefore` bytes and this element for its size or its number of items
+    /// (XMLLimits).
     void checkReadable(size_t sizeBefore) const;
-    /// Whether the element is the same when it has been written and read again, which is tried
-    /// without holding it a second time. Throws XMLNodeException as checkPrintable() does.
+    /// Whether the element reads back as it is. Writes and parses it without holding the text or a
+    /// second tree in memory. Throws XMLNodeException as checkPrintable() does.
     bool comesBack() const;
-    /// Writes the element as it is read again, line breaks and carriage returns included. Elements
-    /// that hold only elements have a line for each of them. Throws XMLNodeException as
-    /// checkPrintable() does, before anything is written; whether the stream took it is the
-    /// caller's to test.
+    /// Writes the element so that it reads back as it is, line breaks and carriage returns
+    /// included. When an element has only children and no text, each child begins a line. Throws
+    /// XMLNodeException as checkPrintable() does, before it writes anything. The caller must check
+    /// the stream.
     void printNode(std::ostream& out) const;
 
 private:

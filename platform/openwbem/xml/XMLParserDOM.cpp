@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The document is handed to Expat as a whole, in Expat's own buffer: fed piece by piece, a token
-// that is longer than a piece would be scanned again from its beginning with each of them.
+// Expat gets the document as a whole, in its own buffer. If it got pieces, it would scan a token
+// that is longer than a piece again from its beginning with each of them.
 #include "openwbem/xml/XMLParserDOM.hpp"
 
 #include <algorithm>
@@ -21,12 +21,12 @@ using blocxx::Array;
 using blocxx::Format;
 using blocxx::String;
 
-/// Builds the tree from Expat's events. No exception passes through Expat: the first one stops it
-/// and is thrown when it has returned.
+/// Builds the tree from Expat's events. Exceptions must not pass through Expat: the first one stops
+/// it and is thrown again when it has returned.
 class XMLTreeBuilder {
 public:
     XMLTreeBuilder();
-    /// Where a document of that size has to be put before build().
+    /// The buffer for a document of that size, which must be filled before build().
     char* buffer(size_t size) {
         return m_document = m_expat.documentBuffer(static_cast<int>(size));
     }
@@ -138,8 +138,8 @@ void XMLTreeBuilder::end() {
     m_open.pop_back();
 }
 
-/// Whether the text that Expat has just found stands in the document as a carriage return that no
-/// line feed follows. Expat makes a line feed of it.
+/// Whether the text that Expat has just found is a carriage return without a line feed in the
+/// document. Expat turns it into a line feed.
 bool XMLTreeBuilder::isLoneCarriageReturn() const {
     XML_Parser parser = m_expat.get();
     const std::string_view bytes(m_document + XML_GetCurrentByteIndex(parser),
@@ -199,7 +199,7 @@ namespace {
                                         std::to_string(XMLLimits::MAX_DOCUMENT_SIZE) + " bytes");
 }
 
-/// How much is left in the stream, 0 where it cannot tell.
+/// How many bytes are left in the stream, or 0 when it cannot seek.
 size_t sizeLeft(std::istream& in) {
     const std::streamoff here = in.tellg();
     if (here < 0) {
@@ -213,14 +213,14 @@ size_t sizeLeft(std::istream& in) {
     return end > here ? static_cast<size_t>(end - here) : 0;
 }
 
-/// A document as it comes, in blocks that are never copied while it grows.
+/// A document read from a stream, in blocks, so that it is not copied while it grows.
 class Blocks {
 public:
     /// Reads all that is left. Throws XMLParseException.
     explicit Blocks(std::istream& in);
 
     size_t size() const noexcept { return m_size; }
-    /// Moves the document to `out`. What has been moved is given back at once.
+    /// Copies the document to `out` and frees each block once it has been copied.
     void moveTo(char* out);
 
 private:

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads an XML document into a tree of XMLNode. A document is taken as hostile: nothing outside of
-// it is ever opened, and what it may cost is limited (XMLLimits). So some well-formed documents are
-// refused: those that declare entities or attributes, or whose document type is defined elsewhere.
-// All other declarations are read over; nothing is validated.
+// Reads an XML document into a tree of XMLNode. Documents are hostile: nothing outside of them is
+// opened, and their cost is limited (XMLLimits). Well-formed documents are refused, too, when they
+// declare entities or attributes, or when their document type is defined elsewhere. All other
+// declarations are ignored; nothing is validated.
 //
-// In one point it deviates from XML 1.0 (2.11): a carriage return that no line feed follows stays
-// one in an element's text. Old files hold such, and mean them. A carriage return with a line feed
-// is a line feed, and in attributes and markup all is as the standard has it.
+// It deviates from XML 1.0 (2.11) in one point: a carriage return that no line feed follows stays
+// one in an element's text, because old files have them as data. A carriage return with a line feed
+// becomes a line feed, and attributes and markup follow the standard.
 #pragma once
 
 #include <iosfwd>
@@ -19,12 +19,11 @@ namespace OpenWBEM {
 
 class XMLParserDOM {
 public:
-    /// The document element of the document that is the rest of `in`. Comments and processing
-    /// instructions are left out. Throws XMLParseException.
+    /// Parses the rest of `in` and returns the document element. Ignores comments and processing
+    /// instructions. Throws XMLParseException.
     static XMLNode parse(std::istream& in);
     static XMLNode parse(std::string_view document);
-    /// The same for a document that is needed no more: its memory is given back before the tree is
-    /// built, so that less is held at once.
+    /// The same, but frees `document` before it builds the tree, which takes less memory.
     static XMLNode consume(blocxx::String document);
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writing a tree. Walks keep their own stack: the depth of a tree is limited by memory only.
+// Writes a tree. walk() keeps its own stack, so that only memory limits the depth of a tree.
 #include <algorithm>
 #include <cstdio>
 #include <ostream>
@@ -20,20 +20,20 @@ using blocxx::Array;
 using blocxx::Format;
 using blocxx::String;
 
-// A deep tree shall not be written as mostly blanks.
+// Without a limit, the text of a deep tree would be mostly blanks.
 constexpr size_t DEEPEST_INDENTATION = 16;
-// What is told of the path to an element.
+// How much messages show of the path to an element.
 constexpr size_t SHOWN_OF_PATH = 10;
 constexpr size_t SHOWN_OF_NAME = 100;
 
-/// An element that has been begun, and how many of its children have.
+/// An element that has begun, and how many of its children have.
 struct Step {
     const XMLNode* node;
     size_t begun;
 };
 using Path = Array<Step>;
 
-/// "Product[2]": the element and which one of its name it is in its parent.
+/// "Product[2]": the name of the element and its number among the siblings of that name.
 String describeStep(const Path& path, size_t depth) {
     const String& name = path[depth].node->getName();
     String text = XMLText::isName(name) ? name.substr(0, SHOWN_OF_NAME) : String("?");
@@ -103,8 +103,8 @@ void checkElement(const Path& path) {
     checkText(path, "its text", node.getText());
 }
 
-/// Visits `root` and all below it in document order: `begin(path)` before the children of the last
-/// element of the path, `end(path)` after them.
+/// Visits `root` and all elements in it in document order: calls `begin(path)` before the children
+/// of the last element of the path and `end(path)` after them.
 template <class Begin, class End>
 void walk(const XMLNode& root, const Begin& begin, const End& end) {
     Path path{{&root, 0}};
@@ -122,7 +122,7 @@ void walk(const XMLNode& root, const Begin& begin, const End& end) {
     }
 }
 
-/// Only called where a line break does not become part of a text.
+/// Must only be called where a line break does not become part of a text.
 void breakLine(std::ostream& out, size_t depth) {
     out << '\n' << String(2 * std::min(depth, DEEPEST_INDENTATION), ' ');
 }
@@ -167,7 +167,7 @@ void print(const XMLNode& root, std::ostream& out) {
     out << '\n';
 }
 
-/// Counts what is written to it.
+/// Counts the bytes that are written to it.
 class CountingBuffer : public std::streambuf {
 public:
     size_t size() const noexcept { return m_size; }

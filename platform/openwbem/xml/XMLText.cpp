@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view WHITE_SPACE = " \t\r\n";
 
-/// What a byte is written as; empty where it stands for itself.
+/// What each byte is written as; empty for a byte that is written as it is.
 using Replacements = std::array<std::string_view, 128>;
 
 constexpr Replacements textReplacements() {

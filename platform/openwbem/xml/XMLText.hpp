@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which characters XML can hold, and how they are written (XML 1.0, clauses 2.2 to 2.4, 2.11 and
-// 3.3.3). For the sources of this room only.
+// Private to this folder: which characters XML can hold, and how they are written (XML 1.0, clauses
+// 2.2 to 2.4, 2.11 and 3.3.3).
 #pragma once
 
 #include <iosfwd>
@@ -11,19 +11,21 @@
 
 namespace OpenWBEM::XMLText {
 
-/// The offset of the first byte of what XML cannot hold, or npos.
+/// The offset of the first character or byte that XML cannot hold, or npos.
 size_t findUnprintable(std::string_view text) noexcept;
-/// Whether `name` may name an element or an attribute. Beyond ASCII all characters pass.
+/// Whether `name` can be the name of an element or an attribute. Accepts all printable characters
+/// above ASCII.
 bool isName(std::string_view name) noexcept;
-/// Whether there is only white space in `text`, or nothing.
+/// Whether `text` is empty or only white space.
 bool isBlank(std::string_view text) noexcept;
 
-/// Whether the white space between the elements in it means nothing.
+/// Whether the element has children and no text but white space, which means nothing then.
 bool holdsOnlyElements(const XMLNode& node);
 
-/// Writes text that is read again as it is: markup as entities, carriage returns as references.
+/// Writes text so that it reads back as it is: markup as entities, carriage returns as character
+/// references.
 void writeText(std::ostream& out, std::string_view text);
-/// The same between double quotes, where all white space but blanks takes references.
+/// The same for a value in double quotes, with tabs and line feeds as references, too.
 void writeAttributeValue(std::ostream& out, std::string_view text);
 
 }  // namespace OpenWBEM::XMLText
