@@ -27,7 +27,7 @@ bool fits(const String& filter, std::string_view name) {
     return filter.empty() || equalsIgnoreCase(filter, name);
 }
 
-/// The object's path as the index has it.
+/// The object's path in the form of the index.
 CIMObjectPath targetPath(RepositoryStore& store, const String& ns, const CIMObjectPath& path) {
     if (path.isClassPath()) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER,
@@ -80,7 +80,7 @@ bool AssociationQuery::nextReferences(const String& assocClass,
 }
 
 bool AssociationQuery::nextReferring(const std::function<void(const InstanceRow&)>& visit) {
-    // The references of one instance follow each other.
+    // The references of one instance are adjacent.
     return nextReferences(m_filter.resultClass, [&](const ReferenceRow& row) {
         if (std::exchange(m_lastReferring, row.instance) == row.instance) {
             return;
@@ -144,8 +144,8 @@ bool ClassAssociationQuery::isA(const String& className, const String& ancestor)
 }
 
 void ClassAssociationQuery::forEachReference(const String& assocClass, const Visit& visit) {
-    // A reference to a superclass can refer to this class too, and subclasses of an association
-    // have the references that it declares, though they may have narrowed them.
+    // A reference to a superclass can also refer to this class. Subclasses of an association have
+    // its references, too, but may have narrowed them.
     for (String target = m_className; !target.empty();) {
         const auto cls = m_store.classes.find(m_ns, target);
         for (const auto& [declaring, role] : m_store.classes.declaringReferencesTo(m_ns, target)) {

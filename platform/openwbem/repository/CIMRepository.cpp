@@ -27,7 +27,7 @@ void CIMRepository::close() {
     if (!isOpen()) {
         return;
     }
-    // Closed either way: what cannot be stored now is rolled back.
+    // The repository is closed even when the commit fails, which rolls back the changes.
     const std::unique_ptr<RepositoryStore> closing = std::move(m_store);
     m_environment = ServiceEnvironmentIFCRef();
     closing->unit.commit();

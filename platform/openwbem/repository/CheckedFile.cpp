@@ -30,10 +30,9 @@ uint64_t step(uint64_t sum, uint64_t word) noexcept {
     return std::rotl((sum ^ word) * MULTIPLIER, 29);
 }
 
-/// Each step is a bijection, so that a change confined to one word is always seen; the rotation
-/// spreads it over all bits of the next ones. The place of the page is part of the sum. The words
-/// are dealt out to several sums, as one alone would have the processor wait for each
-/// multiplication.
+/// Each step is a bijection, so that a change in one word is always detected; the rotation spreads
+/// it over all bits in the next steps. The offset of the page is part of the sum. Several sums take
+/// the words in turn: with a single one, the processor would wait for each multiplication.
 uint64_t checksum(const void* page, sqlite3_int64 offset) noexcept {
     constexpr int LANES = 4;
     std::array<uint64_t, LANES> lanes;
@@ -67,12 +66,12 @@ struct File {
     WriteRun unwritten;
 };
 
-// The real file stands behind ours in the memory that SQLite provides.
+// The file of the layer below follows ours in the memory that SQLite provides.
 sqlite3_file* real(sqlite3_file* file) noexcept {
     return reinterpret_cast<sqlite3_file*>(reinterpret_cast<File*>(file) + 1);
 }
 
-/// To be called before anything but writing is done with the file.
+/// Writes the pages that xWrite() holds back.
 int writeHeldBack(sqlite3_file* file) noexcept {
     return reinterpret_cast<File*>(file)->unwritten.write(real(file));
 }
@@ -81,8 +80,8 @@ bool isPage(int amount, sqlite3_int64 offset) noexcept {
     return amount == PAGE_SIZE && offset % PAGE_SIZE == 0;
 }
 
-/// While a unit of work grows the file, pages that it no longer needs may be holes in it or lie
-/// beyond its end.
+/// Whether the page may lack a checksum: while a unit of work grows the file, pages that it no
+/// longer needs may be holes in the file or beyond its end.
 bool mayBeHole(sqlite3_file* file, const void* page) noexcept {
     return reinterpret_cast<File*>(file)->lockLevel >= SQLITE_LOCK_RESERVED && isAllZero(page);
 }
@@ -90,8 +89,8 @@ bool mayBeHole(sqlite3_file* file, const void* page) noexcept {
 int readPage(sqlite3_file* file, void* buffer, sqlite3_int64 offset) noexcept {
     const int rc = real(file)->pMethods->xRead(real(file), buffer, PAGE_SIZE, offset);
     if (rc == SQLITE_IOERR_SHORT_READ) {
-        // SQLite would take a page that is cut off as one that ends in zeros. Only a file that is
-        // just being made has nothing at its beginning.
+        // SQLite would read a truncated page as one that ends in zeros. Only a file that is being
+        // created is empty.
         const bool isEmpty = offset == 0 && isAllZero(buffer);
         return isEmpty || mayBeHole(file, buffer) ? rc : SQLITE_IOERR_DATA;
     }
@@ -111,8 +110,8 @@ int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
     if (isPage(amount, offset)) {
         return readPage(file, buffer, offset);
     }
-    // SQLite looks at the header before it knows the page size, and under no lock; whatever it
-    // takes from there is confirmed by the first read of the whole page.
+    // SQLite reads the header before it knows the page size, and without a lock. The first read of
+    // the whole page verifies what it found there.
     if (offset == 0 && amount == static_cast<int>(HEADER_SIZE)) {
         return real(file)->pMethods->xRead(real(file), buffer, amount, offset);
     }
@@ -132,7 +131,8 @@ void copyWithChecksum(char* target, const void* page, sqlite3_int64 offset) noex
     std::memcpy(target + DATA_SIZE, &sum, sizeof sum);
 }
 
-/// Where to put a piece that is held back; null when it is to be written by itself.
+/// Where to put a page that is held back; null when it must be written at once, or when `rc` says
+/// that the pages before it cannot be written.
 char* placeFor(sqlite3_file* file, sqlite3_int64 offset, int size, int& rc) noexcept {
     WriteRun& unwritten = reinterpret_cast<File*>(file)->unwritten;
     char* place = unwritten.next(offset, size);
@@ -143,7 +143,7 @@ char* placeFor(sqlite3_file* file, sqlite3_int64 offset, int size, int& rc) noex
     return place;
 }
 
-// Pages are held back until xSync() at the latest: SQLite relies on nothing before.
+// Holds pages back until xSync() at the latest. SQLite does not rely on them before.
 int xWrite(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 offset) {
     if (!isPage(amount, offset)) {
         return SQLITE_IOERR_WRITE;
@@ -227,14 +227,14 @@ const sqlite3_io_methods METHODS = {1,
                                     nullptr,
                                     nullptr};
 
-/// The layer that this one stands on.
+/// The layer below: SQLite's default.
 sqlite3_vfs& below() {
     static sqlite3_vfs* const found = sqlite3_vfs_find(nullptr);
     return *found;
 }
 
-/// A journal may name another file, which SQLite would open, and remove in the end. Temporary files
-/// have no name of their own, and nothing here needs any.
+/// The kinds of file that may be opened. A journal may name another file, which SQLite would open
+/// and finally remove. Temporary files have no names and are not needed.
 constexpr int KINDS = SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_MAIN_JOURNAL | SQLITE_OPEN_WAL;
 
 int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
@@ -257,9 +257,9 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
     return rc;
 }
 
-/// Removing the journal is the commit point. When its directory cannot be synced afterwards, the
-/// unit of work is done and can no longer be taken back; that failure is deliberately ignored: at
-/// worst a power cut brings the journal and with it the whole old state back.
+/// Removing the journal is the commit point. After it the unit of work can no longer be rolled
+/// back, so a failure to sync the directory is deliberately ignored. At worst a power cut brings
+/// back the journal and with it the whole old state.
 int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
     if (!RepositoryDirectory::isOwn(name)) {
         return FOREIGN_NAME;
@@ -268,15 +268,14 @@ int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
     return rc == SQLITE_IOERR_DIR_FSYNC ? SQLITE_OK : rc;
 }
 
-/// The first that is asked about a file that a journal names: an error here leaves everything as it
-/// is.
+/// The first call for a file that a journal names. An error here leaves everything as it is.
 int xAccess(sqlite3_vfs*, const char* name, int flags, int* result) {
     *result = 0;
     return RepositoryDirectory::isBeside(name) ? below().xAccess(&below(), name, flags, result)
                                                : FOREIGN_NAME;
 }
 
-/// The names are whole, and the links in them are the open directory's.
+/// The names are complete and must not be resolved.
 int xFullPathname(sqlite3_vfs*, const char* name, int size, char* result) {
     if (!RepositoryDirectory::isOwn(name) || std::strlen(name) >= static_cast<size_t>(size)) {
         return SQLITE_CANTOPEN;

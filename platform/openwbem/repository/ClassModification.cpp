@@ -13,7 +13,7 @@ using blocxx::toLower;
 
 namespace {
 
-/// Whether strings of both properties may hold the same objects, or both only text.
+/// Whether both may hold the same embedded objects, or none. True when `a` is not a string.
 bool holdTheSame(const CIMProperty& a, const CIMProperty& b) {
     const Embedding inA = embeddingOf(a.getQualifiers());
     const Embedding inB = embeddingOf(b.getQualifiers());

@@ -14,7 +14,7 @@ using blocxx::toLower;
 
 namespace {
 
-/// A whole schema with room to spare; beyond that memory counts for more.
+/// More than a whole schema; the limit bounds the memory.
 constexpr size_t MAX_KNOWN = 4000;
 
 constexpr const char* REMOVE_REFERENCES = "DELETE FROM class_reference WHERE class=?";
@@ -47,7 +47,7 @@ std::optional<ClassTable::Declared> ClassTable::read(int64_t ns, const String& n
 }
 
 std::optional<StoredClass> ClassTable::find(int64_t ns, std::string_view name) {
-    // Up to an ancestor that is known, then down again, deriving.
+    // Goes up to a known ancestor, then derives the classes on the way down.
     Array<Declared> chain;
     std::optional<StoredClass> derived;
     for (String next = toLower(name); !next.empty();
@@ -205,7 +205,7 @@ void ClassTable::remove(int64_t ns, const StoredClass& cls) {
     Statement(m_connection, "DELETE FROM class WHERE id=? AND ns=?").bind(cls.id).bind(ns).run();
     const String name = toLower(cls.cls.getName());
     m_uses.noteChange(ns, name);
-    // Nothing was derived from it; its id may be that of another class soon.
+    // No class was derived from it. Another class may get its id.
     m_known.erase(Key(ns, name));
     m_supers.erase(cls.id);
 }

@@ -17,7 +17,7 @@ namespace OpenWBEM {
 
 namespace {
 
-// What the messages name is the file itself, whatever links stand on the way to its directory.
+// Messages name the file itself, without the links on the path to its directory.
 String resolved(const String& directory) {
     const std::unique_ptr<char, decltype(&std::free)> path(::realpath(directory.c_str(), nullptr),
                                                            &std::free);

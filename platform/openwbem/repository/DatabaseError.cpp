@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* RESTORE = "put a backup of it back, or move it away and run kov-setup";
 
-/// The reason for an SQLite result code and what can be done.
+/// The reason for an SQLite result code, and the remedy.
 String explain(int code, int systemError) {
     const String system = systemError == 0 ? String() : Format(" (%1)", std::strerror(systemError));
     if (code == SQLITE_IOERR_DATA || code == SQLITE_IOERR_SHORT_READ) {
@@ -116,7 +116,7 @@ void raiseForMissing(const String& directory, const String& file) {
     }
 }
 
-/// What makes a file unfit to be opened, if anything does; the same tests as when it is opened.
+/// Why the file must not be opened, or null. Makes the same tests as opening it.
 const char* unfitness(const String& directory, const String& file) {
     struct stat status {};
     struct stat owner {};

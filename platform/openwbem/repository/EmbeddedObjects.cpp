@@ -13,7 +13,7 @@ using blocxx::toLower;
 
 namespace {
 
-/// Namespaces.
+/// How many namespaces are remembered.
 constexpr size_t MAX_KNOWN = 8;
 
 bool refersTo(const EmbeddedNames& names, const EmbeddedObjects::Change& change) {
@@ -123,7 +123,7 @@ String EmbeddedObjects::findInvalid(int64_t ns, const Change& change) {
     forEachHolder(ns, [&](const Holder& holder) {
         const auto changed = change.classes.find(toLower(holder.cls.getName()));
         if (changed != change.classes.end() && !changed->second) {
-            return;  // it goes itself
+            return;  // the class is being removed
         }
         for (const CIMProperty& property : holder.properties) {
             EmbeddedNames own;
@@ -147,7 +147,7 @@ String EmbeddedObjects::findInvalid(int64_t ns, const Change& change) {
 
 CIMInstance EmbeddedObjects::completeStored(int64_t ns, CIMInstance instance, const CIMClass& cls) {
     static const Change NONE;
-    CIMPropertyArray completed;  // only where anything is embedded
+    CIMPropertyArray completed;  // empty while no embedded object has been found
     for (size_t i = 0; i < instance.getProperties().size(); ++i) {
         const CIMProperty& property = instance.getProperties()[i];
         const CIMProperty* declared =
@@ -179,7 +179,7 @@ CIMInstance EmbeddedObjects::completeStored(int64_t ns, CIMInstance instance, co
 }
 
 void EmbeddedObjects::noteClass(int64_t ns, const CIMClass& cls) {
-    // Its instances may take over what is embedded in its defaults.
+    // Its instances may get the objects embedded in its defaults.
     if (const auto known = m_known.find(ns); known != m_known.end()) {
         add(namesIn(cls.getProperties()), known->second);
     }

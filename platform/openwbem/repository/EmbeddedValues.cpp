@@ -90,8 +90,8 @@ CIMInstance completeEmbedded(const CIMInstance& instance, const Embedding& embed
     CIMPropertyArray properties = complete.getProperties();
     const NameIndex<CIMProperty> ownNames(instance.getProperties());
     for (size_t i = 0; i < properties.size(); ++i) {
-        // A default is as its class has it: one that embeds an instance of its own class would
-        // otherwise be completed for ever.
+        // Defaults stay as they are: completing one that embeds an instance of its own class would
+        // never end.
         if (!properties[i].getValue().isNull() && ownNames.find(properties[i].getName())) {
             CIMValue value =
                 completeEmbedded(cls.getProperties()[i], properties[i].getValue(), schema);

@@ -10,7 +10,7 @@ bool isReference(const CIMProperty& property) {
            !property.getValue().isArray();
 }
 
-/// Stored instances leave out what every instance has from its class.
+/// Adds what every instance has from its class, which stored instances leave out.
 CIMPropertyArray withClassParts(CIMPropertyArray properties, const CIMClass& cls,
                                 bool includeQualifiers) {
     for (CIMProperty& property : properties) {
@@ -52,7 +52,7 @@ CIMObjectPath resolvedReference(RepositoryStore& store, CIMObjectPath path, cons
             try {
                 path.syncWithClass(cls->cls);
             } catch (const CIMException&) {
-                // It cannot name an instance of that class, which a reference is free to do.
+                // The path cannot name an instance of that class. References may have such paths.
             }
         }
     }

@@ -10,11 +10,11 @@ using blocxx::toLower;
 
 namespace {
 
-/// A portion of an enumeration ends after so many rows or bytes: enough to make the cost of
-/// starting one small, little enough to hold.
+/// A portion of an enumeration ends after this many rows or bytes: large enough that starting a
+/// portion costs little, small enough to hold in memory.
 constexpr size_t PORTION_ROWS = 256;
 constexpr size_t PORTION_BYTES = 256 * 1024;
-/// Each reference leads to objects that are read one by one.
+/// Fewer, since the objects of each reference are read one by one.
 constexpr size_t PORTION_REFERENCES = 64;
 
 constexpr const char* REMOVE_REFERENCES = "DELETE FROM reference WHERE instance=?";

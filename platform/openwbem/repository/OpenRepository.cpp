@@ -10,7 +10,8 @@ OpenRepository::OpenRepository(LocalEnvironmentRef environment, RepositoryUse us
 }
 
 OpenRepository::~OpenRepository() {
-    // The handle holds the repository, that its environment, and that the handle.
+    // Breaks a cycle: the handle holds the repository, the repository its environment, and the
+    // environment the handle.
     m_environment->setHandle({});
 }
 

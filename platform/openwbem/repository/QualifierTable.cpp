@@ -72,14 +72,15 @@ void QualifierTable::put(int64_t ns, const CIMQualifierType& type) {
     }
 }
 
-// Read again for each of the many types that a new namespace gets, they would cost their square.
+// Updates the known types: reading them again for each type that a new namespace gets would take
+// quadratic time.
 QualifierTable::Types* QualifierTable::known(int64_t ns) {
     const auto found = m_known.find(ns);
     if (found == m_known.end()) {
         return nullptr;
     }
     if (found->second.use_count() > 1) {
-        // Whoever holds the types has them as they were.
+        // Others hold these types and must not see the change.
         found->second = std::make_shared<Types>(*found->second);
     }
     return found->second.get();

@@ -8,7 +8,7 @@ namespace OpenWBEM {
 
 namespace {
 
-/// Namespaces: what is known of each takes memory in proportion to its classes.
+/// How many namespaces are remembered. Each takes memory in proportion to its classes.
 constexpr size_t MAX_KNOWN = 8;
 
 }  // namespace
@@ -54,7 +54,7 @@ void QualifierUses::noteChange(int64_t ns, const String& className) {
         Uses& uses = known->second;
         uses.changed.insert(className);
         if (uses.changed.size() > uses.qualifiers.size()) {
-            // Reading all of them anew is no more work, and a daemon that nobody asks lives long.
+            // Reading all classes again is no more work, and bounds the memory in a daemon.
             m_known.erase(known);
         }
     }

@@ -20,7 +20,7 @@ using blocxx::Format;
 
 namespace {
 
-/// Removes the file unless it is complete.
+/// Creates the file. Removes it unless it is complete.
 class NewFile {
 public:
     NewFile(const RepositoryDirectory& directory, const String& path) : m_directory(directory) {
@@ -80,11 +80,11 @@ private:
 
 }  // namespace
 
-// 1. The file is made, exclusively and empty. A crash leaves a file that is refused as not a
-// repository.
-// 2. One transaction writes the tables; a crash leaves that same empty file with or without a
+// 1. The file is created, exclusively and empty. A crash leaves a file that is refused because it
+// is not a repository.
+// 2. One transaction writes the tables. A crash leaves the same empty file, with or without a
 // journal.
-// 3. The directory is synced: from here on the repository is there for good.
+// 3. The directory is synced. From here on the repository is durable.
 void createRepository(const String& directory) {
     const RepositoryDirectory opened(directory);
     const String path = directory + "/" + CIMRepository::FILE_NAME;

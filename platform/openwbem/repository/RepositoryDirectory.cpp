@@ -24,8 +24,8 @@ using blocxx::String;
 
 namespace {
 
-// SQLite knows files by name only. This one tells the descriptor that it is to be looked up in,
-// wherever the directory is moved and whatever takes its place; the system never sees it.
+// SQLite knows files by name only. A name with this prefix holds the descriptor of the directory,
+// so that the directory may be moved or replaced. The system never sees such a name.
 constexpr std::string_view DESCRIPTORS = "/proc/self/fd/";
 
 struct Place {
@@ -94,22 +94,22 @@ int unlinkOwn(const char* path) noexcept {
     return place ? ::unlinkat(place->directory, place->name, 0) : ::unlink(path);
 }
 
-/// The directory of a file, to be synced.
+/// Opens the directory of a file to sync it.
 int openDirectoryOf(const char* path, int* directory) noexcept {
     const std::optional<Place> place = placeOf(path);
     *directory = place ? ::openat(place->directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
     return *directory >= 0 ? SQLITE_OK : SQLITE_CANTOPEN;
 }
 
-/// SQLite gives each journal that it opens to the owner of the repository file. One that was there
-/// may hold what is not his to read.
+/// SQLite gives each journal that it opens to the owner of the repository file. This leaves a
+/// journal that is not empty: the owner may not be allowed to read it.
 int giveNewFile(int file, uid_t uid, gid_t gid) noexcept {
     struct stat status {};
     const bool isNew = ::fstat(file, &status) == 0 && status.st_size == 0;
     return isNew ? ::fchown(file, uid, gid) : 0;
 }
 
-/// What the link says, seen from where it stands; empty when that cannot be told.
+/// The target of a link, resolved against the directory of the link; empty on failure.
 String targetOf(int link, const String& path) {
     std::array<char, PATH_MAX> target;
     const ssize_t size = ::readlinkat(link, "", target.data(), target.size());

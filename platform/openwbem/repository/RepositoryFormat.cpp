@@ -4,8 +4,9 @@
 namespace OpenWBEM::RepositoryFormat {
 
 // Columns called "name" hold names in lower case, for comparison; "spelling" is the name as given.
-// The bodies stand last in their rows, so that the other columns are read without them. These texts
-// are in every repository and are compared to the letter: a changed one is another format.
+// The bodies are the last columns, so that the other columns are read without them. Every
+// repository contains these texts, and they are compared to the letter: a changed one is another
+// format.
 const char* const SCHEMA = R"sql(
 CREATE TABLE namespace (
   id INTEGER PRIMARY KEY,

@@ -55,7 +55,7 @@ void ReadOperation::end() noexcept {
 
 namespace {
 
-/// The store, unless the run is to fail before the operation begins.
+/// Returns the store, or throws what Interruption::check() throws.
 RepositoryStore& uninterrupted(RepositoryStore& store) {
     blocxx::Interruption::check();
     return store;
@@ -67,7 +67,8 @@ WriteOperation::WriteOperation(RepositoryStore& store)
     : m_store(uninterrupted(store)),
       m_void(!store.unit.beginWrite()),
       m_changesBefore(store.connection.changes()) {
-    // Looking for others' changes reads the file, and a long undo list is all void.
+    // Looking for changes by others reads the file, which would slow down a long undo list whose
+    // operations are all void.
     if (!m_void || store.unit.wasRolledBackSinceAsked()) {
         store.refresh();
     }

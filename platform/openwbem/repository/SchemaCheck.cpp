@@ -17,7 +17,7 @@ using blocxx::String;
 
 namespace {
 
-/// An object in the order of sqlite_schema's columns.
+/// A row of sqlite_schema, in the order of its columns.
 struct Object {
     String type;
     String name;
@@ -40,8 +40,8 @@ String takeWord(std::string_view& text) {
     return word;
 }
 
-/// What SQLite makes of "CREATE TABLE [IF NOT EXISTS] NAME (...)" and "CREATE [UNIQUE] INDEX NAME
-/// ON TABLE (...)".
+/// The row that SQLite makes of "CREATE TABLE [IF NOT EXISTS] NAME (...)" or "CREATE [UNIQUE] INDEX
+/// NAME ON TABLE (...)".
 Object objectOf(std::string_view statement) {
     std::string_view rest = statement;
     String head = takeWord(rest) + " ";
@@ -73,7 +73,7 @@ Objects ours() {
         objects.insert(objectOf(rest.substr(begin, end - begin)));
         rest.remove_prefix(end + 1);
     }
-    // The index behind the UNIQUE of a column.
+    // The index that SQLite makes for a UNIQUE column.
     objects.insert({"index", "sqlite_autoindex_namespace_1", "namespace", ""});
     return objects;
 }
@@ -92,7 +92,8 @@ String described(const Object& object) {
     return blocxx::Format("the %1 \"%2\"", object.type, object.name);
 }
 
-/// Takes what is found off `missing`; stops at what is not in there.
+/// Removes the rows that it finds from `missing`. Stops at the first that is not there and sets
+/// `deviation`. Returns an SQLite result code.
 int takeFound(sqlite3* database, Objects& missing, String& deviation) {
     sqlite3_stmt* prepared = nullptr;
     int rc = sqlite3_prepare_v2(database, "SELECT type, name, tbl_name, sql FROM sqlite_schema", -1,
@@ -111,8 +112,8 @@ int takeFound(sqlite3* database, Objects& missing, String& deviation) {
     return rc == SQLITE_DONE ? SQLITE_OK : rc;
 }
 
-/// A schema of ours takes a few hundred steps to read. A greater one would fill the memory before
-/// anything of it could be compared.
+/// Reading our schema takes a few hundred steps. A much larger one would exhaust the memory before
+/// it could be compared.
 constexpr int MOST_STEPS = 20000;
 constexpr int LONGEST_TEXT = 10000;
 

@@ -14,9 +14,9 @@ using blocxx::Format;
 
 namespace {
 
-// EXTRA syncs the directory when the journal goes, so that a commit is permanent when it returns.
-// The cache is large enough for what most runs write, so that pages are written once, at the end;
-// its size bounds the memory.
+// EXTRA syncs the directory after the journal is removed, so that a commit is durable when it
+// returns. The cache holds what most runs write, so that pages are written once, at the end; its
+// size bounds the memory.
 constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-4096;";
 
 void tryTo(sqlite3* database, const char* sql) noexcept {
@@ -65,7 +65,7 @@ void UnitOfWork::endRead() noexcept {
     try {
         Statement(m_connection, "COMMIT").run();
     } catch (...) {
-        // What was read has been checked already; only the lock must not stay.
+        // What was read is valid. Only the lock must be released.
         tryTo(m_connection.raw(), "ROLLBACK");
     }
 }
@@ -97,16 +97,15 @@ void UnitOfWork::hold() {
     }
 }
 
-// The unit of work becomes permanent in these steps, all inside COMMIT:
-//  1. The journal (the pages as they were) is synced, then its directory. A crash before leaves the
-//     file as it was: nothing has been written to it.
+// The unit of work becomes durable in these steps, all inside COMMIT:
+//  1. The journal (the old pages) is synced, then its directory. A crash before that leaves the
+//     file unchanged: nothing has been written to it.
 //  2. The changed pages are written and the file is synced. A crash from here on leaves a hot
-//     journal, from which the next opening puts the old pages back: the old state.
+//     journal, from which the next opening restores the old state.
 //  3. The journal is removed: the commit point. After a crash the next opening finds the new state.
-//  4. The directory is synced. A power cut before may bring the journal back, and with it the whole
-//     old state; after it the new state is permanent.
-// A failure in 1 to 3 leaves the transaction open or SQLite has rolled it back; either way it is
-// gone when this throws.
+//  4. The directory is synced. A power cut before that may bring back the journal, and with it the
+//     whole old state; after it the new state is durable.
+// After a failure in 1 to 3, the transaction has been rolled back when this throws.
 bool UnitOfWork::commit() {
     if (m_state == State::NONE) {
         return false;
@@ -130,10 +129,10 @@ void UnitOfWork::rollBack(bool failed) noexcept {
         }
         if (failed) {
             // When pages had been written before, a failed write may leave the journal, from which
-            // the next reader rolls back. Being that reader leaves the directory as it was.
+            // the next reader rolls back. Reading here removes the journal at once.
             tryTo(m_connection.raw(), "SELECT count(*) FROM sqlite_master");
         }
-        // Served operations are not one another's undo steps: the next one starts afresh.
+        // The next operation of a served repository is no undo step of this one: it starts afresh.
         const bool isLost = failed && !m_isServed;
         m_state = isLost ? State::ROLLED_BACK : State::NONE;
     }

@@ -10,8 +10,8 @@ namespace OpenWBEM {
 
 namespace {
 
-/// The log is merged into the file when it has grown to so many pages (16 MiB): often enough to
-/// keep the end short, seldom enough that the syncs do not count.
+/// The log is merged into the file when it has this many pages (16 MiB): often enough that end() is
+/// quick, rarely enough that the syncs do not matter.
 constexpr const char* SERVING_PRAGMAS =
     "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=4096; PRAGMA cache_size=-32768;";
 
@@ -22,7 +22,7 @@ bool isLogged(Connection& connection) {
            begin[RepositoryFormat::HEADER_READ_FORMAT_AT] == RepositoryFormat::LOGGED;
 }
 
-/// Lets go of the lock that is held from one read to the next.
+/// Releases the lock that is held between reads.
 void stopHolding(Connection& connection) {
     connection.execute("PRAGMA locking_mode=NORMAL", "opened");
     connection.pragma("PRAGMA user_version");
@@ -31,9 +31,9 @@ void stopHolding(Connection& connection) {
 // 1. The log is synced, its pages are written to the file, and the file is synced. A crash before
 //    the end of this leaves the log, from which the next opening does it again.
 // 2. The log is removed and the header is written to say that there is none. A crash between the
-//    two leaves a header that speaks of a log that is not there, which counts as an empty one.
-//    One while the header is written leaves a journal that brings that header back.
-// 3. With the first read after the change of the locking mode the lock goes.
+//    two leaves a header that names a missing log, which counts as an empty one. A crash while the
+//    header is written leaves a journal that restores that header.
+// 3. The first read after the change of the locking mode releases the lock.
 void endLog(Connection& connection) {
     connection.execute("PRAGMA synchronous=EXTRA; PRAGMA journal_mode=DELETE", "written");
     if (isLogged(connection)) {
@@ -48,15 +48,15 @@ void endLog(Connection& connection) {
 WriteAheadLog::WriteAheadLog(Connection& connection) : m_connection(connection) {
     connection.execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
     connection.checkFormat();
-    // The journal of the header's change must be gone for good before there is a log: a journal
-    // that a power cut brings back would make the header deny the log beside it.
+    // The removal of the header's journal must be durable before there is a log: if a power cut
+    // brought back the journal, the header would deny the log beside it.
     connection.execute("PRAGMA synchronous=EXTRA; PRAGMA journal_mode=WAL", "opened");
     if (!isLogged(connection)) {
         OPENWBEM_THROW_CIM(FAILED, "The repository \"" + connection.file() +
                                        "\" cannot be opened: no log can be kept beside it");
     }
     connection.execute(SERVING_PRAGMAS, "opened");
-    // The first transaction opens the log and takes the lock for good.
+    // The first transaction opens the log and takes the lock, which is then held all the time.
     connection.execute("BEGIN IMMEDIATE; COMMIT", "opened");
     connection.checkPlace();
     if (!connection.directory().sync()) {

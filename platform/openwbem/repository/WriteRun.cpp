@@ -8,7 +8,7 @@ namespace OpenWBEM::CheckedFile {
 
 namespace {
 
-/// SQLite's largest page: more at a time the layer below need not be able to write.
+/// SQLite's largest page. The layer below need not be able to write more at once.
 constexpr int MOST_BYTES = 64 << 10;
 
 }  // namespace
