@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// Only FormatMsg turns errno into a message.
 #include "blocxx/Exception.hpp"
 
 #include <sstream>
