@@ -1,14 +1,13 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: Apache-2.0
-# What the scripts of this folder share: the root of the checkout, headings, and the one way to
-# configure and build. Sourced, never run.
+# Shared by the scripts of this folder: the root of the checkout, headings, configuring, building
+# and comparing states. Sourced, never run.
 
 # Absolute, so that a script may be called from anywhere.
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 JOBS=$(nproc)
 readonly ROOT JOBS
 
-# A heading, so that a long run can be read from far away.
 heading() { printf '\n== %s\n' "$*"; }
 
 die() {
@@ -16,7 +15,7 @@ die() {
     exit 1
 }
 
-# configure DIR [CMAKE_OPTION...]: an existing build directory is brought up to date.
+# configure DIR [CMAKE_OPTION...]: creates or updates a build directory.
 configure() {
     local dir=$1
     shift
@@ -35,7 +34,7 @@ build() {
     if [[ -t 1 ]]; then
         ninja -C "$dir" -j "$JOBS" "$@"
     else
-        # Into a log: a thousand progress lines help nobody who reads the output later.
+        # Progress lines go to a log: nobody watches them.
         ninja -C "$dir" -j "$JOBS" "$@" >"$log" 2>&1 || {
             tail -n 100 "$log" >&2
             die "the build in $dir failed; the whole output is in $log"
@@ -44,8 +43,8 @@ build() {
     fi
 }
 
-# same_state BEFORE AFTER: compares two outputs of scripts/state and tells how much is the same. A
-# difference ends everything.
+# same_state BEFORE AFTER: compares two outputs of scripts/state and prints how many lines they
+# have. Ends the script when they differ.
 same_state() {
     printf '\n$ diff %s %s\n' "$(basename "$1")" "$(basename "$2")"
     diff "$1" "$2" || die "that should be the same"
@@ -55,8 +54,8 @@ same_state() {
         "configuration tree]"
 }
 
-# added_state BEFORE AFTER: what the second has and the first has not, for the eye: without hashes,
-# without the qualifiers that every namespace has, and without the ends of long lines.
+# added_state BEFORE AFTER: prints the lines that were added, for a human reader: without hashes,
+# without the qualifiers that every namespace has, and with long lines cut.
 added_state() {
     local standard
     standard=$(sed -nE 's/^kov(: qualifier type [^ ]+ ).*/\1/p' "$1")
