@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
-# Where the programs of an installation stand. The places are absolute, as the programs know each
-# other by them; DESTDIR puts the whole tree below another directory:
+# Installs the programs. The paths are absolute, because the programs find each other by them;
+# DESTDIR puts the whole tree below another directory:
 #
 #   DESTDIR=/tmp/stage cmake --install build
 #
-# The target "programs" builds what is installed and nothing else.
+# The target "programs" builds only what is installed.
 add_custom_target(programs)
 foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace)
   if(TARGET ${PROGRAM})
@@ -19,7 +19,7 @@ foreach(PROGRAM owcimomd kov-setup)
   endif()
 endforeach()
 install(PROGRAMS packaging/init/tarvo-owcimomd_init DESTINATION /opt/tarvo/kov/sbin)
-# A package that runs under systemd puts it where systemd looks; here it is for reference.
+# systemd does not look here: a package for a system with systemd copies the unit to its place.
 install(FILES packaging/systemd/tarvo-owcimomd.service
         DESTINATION /opt/tarvo/kov/share/systemd)
 install(FILES packaging/man/owmofc.1 packaging/man/owdeleteinstance.1

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
-# The one way to declare a room of the house: a static library whose links are its arrows.
+# Declares a room: a static library. LINKS are the rooms and libraries that it may use.
 #
 #   kov_room(NAME SOURCES a.cpp b.cpp LINKS other_room Boost::headers)
 #
 # Rooms below platform/ include each other as "blocxx/..." and "openwbem/...", the rooms of the
-# tool as "fennik/...". The links are PUBLIC for rooms, so that an arrow that is not declared
-# neither finds its headers' dependencies nor links.
+# tool as "fennik/...". LINKS are PUBLIC. A room that is not in LINKS is not linked, and the include
+# directories of its dependencies are missing.
 function(kov_room NAME)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
   add_library(${NAME} STATIC ${ROOM_SOURCES})

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-# SQLite, Expat and Cap'n Proto, linked dynamically as everything else is: a security update of the
-# library reaches the tool, which runs as root, without a new build of it.
+# SQLite, Expat and Cap'n Proto, linked dynamically like everything else, so that a security update
+# of a library reaches the tool, which runs as root, without rebuilding it.
 #
-# CapnProto's own CMake package is not used: it wants OpenSSL and a C compiler's libatomic, neither
-# of which is needed here.
+# Cap'n Proto's own CMake package is not used, because it requires OpenSSL and libatomic, which
+# nothing here needs.
 
 function(kov_imported NAME HEADER)
   cmake_parse_arguments(I "" "" "LIBRARIES;LINKS" ${ARGN})
@@ -30,8 +30,8 @@ kov_imported(kov_capnp_async capnp/serialize-async.h LIBRARIES capnp-rpc capnp k
 find_program(CAPNP_TOOL capnp REQUIRED)
 find_program(CAPNPC_CXX_TOOL capnpc-c++ REQUIRED)
 
-# kov_capnp_schema(TARGET schema.capnp): compiles a schema of this directory into TARGET, in whose
-# sources it is included as "schema.capnp.h".
+# kov_capnp_schema(TARGET schema.capnp): compiles a schema in the current directory into TARGET,
+# whose sources include it as "schema.capnp.h".
 function(kov_capnp_schema TARGET SCHEMA)
   set(OUT "${CMAKE_CURRENT_BINARY_DIR}/${SCHEMA}")
   add_custom_command(

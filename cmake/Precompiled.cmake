@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-# The headers that nearly every source includes, parsed once, as most of a build goes into reading
-# them. Sources still include what they use; KOV_PCH=OFF shows whether they do.
+# Precompiles the headers that nearly every source includes: parsing them is most of a build.
+# Sources still include what they use; building with KOV_PCH=OFF checks that.
 
 option(KOV_PCH "Precompile the headers of the libraries" ON)
 
-# kov_precompiled_headers(NAME HEADERS...) makes NAME, from which targets take their headers. It has
-# to be compiled with the options and definitions of those targets; Boost's libraries bring one to
-# whatever links them.
+# kov_precompiled_headers(NAME HEADERS...): makes the target NAME, whose precompiled headers other
+# targets reuse. It must have the same compile options and definitions as they have; linking Boost's
+# libraries adds the definition BOOST_ALL_NO_LIB.
 function(kov_precompiled_headers NAME)
   if(KOV_PCH)
     set(SOURCE "${CMAKE_BINARY_DIR}/${NAME}.cpp")
@@ -23,8 +23,8 @@ function(kov_use_precompiled TARGET NAME)
   endif()
 endfunction()
 
-# When it optimises, GCC 12 warns of overflows inside precompiled headers of std::string that are
-# none (GCC bug 105329). Those warnings are left to builds without (KOV_PCH=OFF) and to clang.
+# With optimisation, GCC 12 gives false warnings of overflows inside a precompiled std::string (GCC
+# bug 105329). Builds with KOV_PCH=OFF and with clang keep these warnings.
 function(kov_use_precompiled_product TARGET)
   kov_use_precompiled(${TARGET} kov_precompiled)
   if(KOV_PCH)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# How every target is compiled: the language, the warnings, the hardening and the sanitizers.
+# Compile options of all targets: the language, the warnings, the hardening and the sanitizers.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -8,22 +8,21 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
-# Debug information for every line costs more build time than it is worth here; line tables keep
-# stack traces readable.
+# Full debug information would take too much build time; line tables keep stack traces readable.
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
 
 add_compile_options(-Wall -Wextra -Werror -Wnon-virtual-dtor -Woverloaded-virtual
                     -fstack-protector-strong -fno-omit-frame-pointer
-                    # Messages name the source below the project, not where it was built.
+                    # Messages name sources relative to the project, not to the build machine.
                     -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
-# At -O3 GCC 12 sees overlapping copies inside std::string where there are none (GCC bug 105651).
+# At -O3, GCC 12 gives false warnings of overlapping copies inside std::string (GCC bug 105651).
 add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 if(KOV_SANITIZE)
-  # Full optimisation of instrumented code takes its time, and finds no more.
+  # Full optimisation of instrumented code takes longer and finds no more.
   set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1")
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
   add_link_options(-fsanitize=address,undefined)
-  # GCC's name for it, which tests of memory look at.
+  # Defined by GCC, but not by clang; tests of memory use check it.
   add_compile_definitions($<$<CXX_COMPILER_ID:Clang>:__SANITIZE_ADDRESS__>)
 else()
   add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
