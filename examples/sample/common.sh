@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: Apache-2.0
-# What the install and the uninstall script of the sample product share. Sourced, never run.
+# Shared by the install and the uninstall script of the sample product. Sourced, never run.
 # shellcheck disable=SC2034 # used by whoever sources this
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -11,7 +11,7 @@ stage=${STAGE:-}
 fennik=("$stage/opt/tarvo/kov/bin/fennik")
 [[ -z $stage ]] || fennik+=(--kov-build-system-dest-dir "$stage")
 
-# fennik's exit statuses that these scripts can do something about.
+# The exit statuses of fennik that these scripts handle.
 readonly ALREADY_REGISTERED=2 NOT_REGISTERED=3 PRAGMA_IN_REGISTRATION=4 NOT_ROOT=8 NO_LOCK_FILE=9
 readonly BAD_PROVIDERS=14 NO_PROVIDER_LIST=24 NO_ALLOWED_USERS_FILE=25 BAD_MOF=33
 
@@ -19,7 +19,8 @@ say() { echo "$product: $*"; }
 
 fennik_is_there() { [[ -x ${fennik[0]} ]]; }
 
-# Ends the script after a step that failed. fennik has told why, and has undone that step.
+# give_up STEP STATUS: ends the script after a failed step. fennik has printed why and undone the
+# step.
 give_up() {
     local step=$1 status=$2
     case $status in

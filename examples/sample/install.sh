@@ -1,9 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# What the sample product's package runs: puts the product's files into place and registers the
-# product, its configuration, its namespaces and its providers. It may be run again, after an update
-# or after a run that failed half way: what is registered already stays as it is, apart from the
-# configuration and the providers, which are replaced by what is here now.
+# The sample product's package runs this after unpacking. It puts the product's files into place and
+# registers the product, its configuration, its namespaces and its providers. It can be run again,
+# after an update or after a run that failed halfway: it replaces the configuration and the
+# providers, and keeps everything else that is registered already.
 #
 #   install.sh                     on this machine, as root
 #   STAGE=/tmp/stage install.sh    in a staged tree that kov-setup has set up
@@ -12,7 +12,8 @@ set -euo pipefail
 # shellcheck source=examples/sample/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-# Repeats an option for each value: options --username a b gives --username a --username b.
+# Appends an option, once for each value, to the array "arguments": options --username a b appends
+# --username a --username b.
 options() {
     local option=$1 value
     shift
@@ -21,7 +22,7 @@ options() {
     done
 }
 
-# A package manager would have unpacked them.
+# With a real package, the package manager does this.
 install_files() {
     install -d -m 755 "$stage$home/bin" "$stage$home/share"
     install -m 755 "$here"/bin/* "$stage$home/bin"
@@ -32,7 +33,7 @@ install_files() {
 register_product() {
     local arguments=() status=0
     options --username "${users[@]}"
-    # The one refusal that is no failure is told by its status; other messages are shown.
+    # A product that is registered already is no failure; any other message is shown.
     local errors
     errors=$("${fennik[@]}" --register --name "$product" "${arguments[@]}" 2>&1) || status=$?
     case $status in
@@ -46,7 +47,7 @@ register_product() {
 }
 
 set_configuration() {
-    # From standard input: a path would be taken below the stage.
+    # From standard input, because fennik would look for a path below the stage.
     "${fennik[@]}" --set-owcimomd-config - --name "$product" <"$here/sample.conf" ||
         give_up "setting the configuration" $?
     say "configuration set"
@@ -69,7 +70,7 @@ register_namespaces() {
     say "namespaces registered"
 }
 
-# Replaces whatever providers the product had by those of the list.
+# Replaces the product's providers by those of the list.
 register_providers() {
     local status=0
     "${fennik[@]}" --register-providers "$stage$home/share/providers.list" --name "$product" ||

@@ -1,15 +1,15 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# What the sample product's package runs before it is removed: takes back all registrations of the
-# product and removes its files. It may be run again after a run that failed: what is gone already is
-# no failure. As root, on an installed system only.
+# The sample product's package runs this before it is removed. It deregisters the product with
+# everything that belongs to it and removes its files. It can be run again after a run that failed:
+# it ignores what is gone already. As root, on an installed system only.
 set -euo pipefail
 
 # shellcheck source=examples/sample/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 if [[ -n $stage ]]; then
-    # fennik deregisters on a working copy of the repository, which it makes on an installed system
+    # fennik needs a working copy of the repository for this, and makes one on an installed system
     # only.
     say "a product cannot be deregistered in a staged tree; nothing was changed." \
         "Make the tree again without it" >&2
@@ -39,7 +39,7 @@ remove_files() {
     for file in "$here"/providers/* "$here/providers.list"; do
         rm -f "$home/share/${file##*/}"
     done
-    # Directories go when nobody else has put anything into them.
+    # Keeps directories into which somebody else has put files.
     rmdir "$home/bin" "$home/share" "$home" 2>/dev/null || true
     say "files removed from $home"
 }
