@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# What scripts/bench concludes from what it has measured.
+# How scripts/bench judges what it has measured.
 if(NOT Python3_FOUND)
   return()
 endif()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The suite of operations once more, through a connection, and what only connections have.
+# The tests of operations through a connection, and the tests of connections.
 kov_unit_test(client_test
   SOURCES
     unit/client/ClientEnumeration_test.cpp

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Stories of the operations that work on a copy of the repository, each told on a machine of its own
-# (scripts/sandbox). The installed tree is the one of system.cmake.
+# Stories of the operations that work on a copy of the repository, each in a sandbox of its own
+# (scripts/sandbox). They use the installed tree of system.cmake.
 if(NOT Python3_FOUND)
   return()
 endif()

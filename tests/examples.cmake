@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The install and uninstall scripts of the examples, run with the installed tool.
+# Runs the install and uninstall scripts of the examples with the installed tool.
 if(TARGET fennik AND TARGET kov-setup)
   add_test(NAME examples.sample
     COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/system/examples/sample_test.sh"

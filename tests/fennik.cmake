@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The staged tree with its repository that tests and fuzz targets work in.
+# A staged tree with a repository, for tests and fuzz targets.
 add_library(fennik_testing STATIC unit/fennik/StagedTree.cpp unit/fennik/TemporaryDirectory.cpp)
 target_link_libraries(fennik_testing PUBLIC openwbem_mof openwbem_mofrenderer openwbem_repository)
 target_include_directories(fennik_testing PUBLIC "${CMAKE_SOURCE_DIR}")

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Stories of the live system: the installed programs at their real places, in a sandbox. Skipped
-# where there can be none.
+# Stories of the live system: the installed programs at their real places, in a sandbox. They are
+# skipped where sandboxes cannot be made.
 if(NOT Python3_FOUND)
   return()
 endif()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# The daemon, as a process that each test starts in a tree of its own.
+# Tests of the daemon, which each test starts in a tree of its own.
 kov_unit_test(owcimomd_test
   SOURCES
     unit/client/LiveDaemon.cpp

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-# Stories of kov-setup and of the schema, told with the built program in trees of their own.
+# Tests of kov-setup and of the schema, with the built program in trees of their own.
 if(TARGET kov-setup)
   kov_unit_test(setup_test
     SOURCES

@@ -7,7 +7,7 @@ kov_unit_test(state_test
     unit/state/StateSaving_test.cpp
   LINKS fennik_state fennik_testing)
 
-# Stories of saving and restoring, each told on a machine of its own (scripts/sandbox).
+# Stories of saving and restoring, each in a sandbox of its own (scripts/sandbox).
 if(NOT Python3_FOUND)
   return()
 endif()

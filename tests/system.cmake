@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Stories of the installed tool, one CTest test each. The tree that "cmake --install" makes is made
-# once, by the test that the stories need.
+# Stories of the installed tool, one CTest test each. A test that the stories require runs
+# "cmake --install" once.
 find_package(Python3 3.9 COMPONENTS Interpreter)
 if(NOT Python3_FOUND)
   message(WARNING "No Python 3: the stories of the installed tool are left out")

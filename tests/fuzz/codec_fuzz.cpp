@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes are an object or a refusal, and an object that was decoded can be encoded and decoded
-// again.
+// Any bytes decode to an object or are refused. A decoded object can be encoded and decoded again.
 #include <cstdlib>
 
 #include "openwbem/wire/CIMCodec.hpp"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any text as a configuration file of the daemon: it is read to its end, what is kept is plain
-// text, and complaints are bounded.
+// Any text as a configuration file of the daemon: it is read to its end, the kept values are plain
+// text, and the number of complaints is bounded.
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes compile or fail with the compiler's own exception; what compiles and is rendered
-// compiles again to equal objects.
+// Any bytes compile or fail with the compiler's own exception. Compiled objects are rendered, and
+// the text compiles to equal objects.
 #include <cstdio>
 #include <cstdlib>
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as MOF to repair: what has been repaired is not changed again, no carriage return is
-// left, and lines of which the repairs know nothing come back as they were, as does what is kept
-// from the repair.
+// Any bytes as MOF to repair: repaired text is not changed again, no carriage return is left, lines
+// that do not concern the repairs are unchanged, and so is text that is protected from the repair.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -38,7 +37,7 @@ std::string escaped(std::string text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string input(reinterpret_cast<const char*>(data), size);
-    // The input as a text, and as what is in an embedded instance.
+    // The input as a text, and as the content of an embedded instance.
     for (const std::string& text : {input, "Process = \"" + input + "\";"}) {
         const std::string once = repaired(text);
         check(repaired(once) == once, "repaired twice is not repaired once", text);

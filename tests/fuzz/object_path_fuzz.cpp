@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as an object path: refused with an exception, or a path whose own text gives it again.
+// Any bytes as an object path: they are refused with an exception, or the path's own text parses to
+// the same path.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
         return 0;
     }
-    // Not in the block above: the path's own text must never be refused.
+    // Outside the block above, because the path's own text must never be refused.
     const auto text = path.toString();
     const CIMObjectPath again = CIMObjectPath::parse(text);
     if (!(again == path) || again.toString() != text ||

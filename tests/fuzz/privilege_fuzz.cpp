@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as a privilege configuration, which may include parts of itself: they parse or fail
-// with the parser's own exception at a place that the text has, and what parses, written out in
-// quotes, parses again to the same.
+// Any bytes as a privilege configuration, which may include parts of itself: they parse, or fail
+// with the parser's own exception at a place within the text. Parsed privileges, written out as a
+// text, parse to the same privileges.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -17,7 +17,7 @@ namespace {
 using namespace OpenWBEM;
 using namespace OpenWBEM::PrivilegeConfig;
 
-/// Serves what stands behind the last occurrence of the name.
+/// Serves, as an included text, what follows the last occurrence of its name in the input.
 class PartOfItself : public IncludeHandler {
 public:
     explicit PartOfItself(const String& text) : m_text(text) {}
@@ -37,7 +37,7 @@ private:
     int m_open = 0;
 };
 
-/// Strings that are no UTF-8 cannot be written in quotes; they stand for themselves.
+/// `text` as an item: bare where possible, since quotes cannot hold what is not UTF-8; else quoted.
 String item(const String& text) {
     const bool plain =
         !text.empty() && text[0] != '#' && text[0] != '@' &&

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as a provider registration list: each line becomes an entry with whole paths, or the
-// list is refused with one of its three messages; and any bytes as an identifier make a name that
-// cannot leave its directory.
+// Any bytes as a provider list: each line becomes an entry with whole paths, or the list is refused
+// with one of three messages. Any bytes as an identifier make a file name that cannot leave its
+// directory.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

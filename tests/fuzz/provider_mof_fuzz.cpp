@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as the three texts of a provider, with a line "====" between them: they make a
-// registration that its own list entry could have been, or are refused with the tool's own error;
-// nothing is written either way. The repository is opened once.
+// Any bytes as the three texts of a provider, separated by lines "====": they make a valid
+// registration, or are refused with the tool's own error. Neither writes anything. The repository
+// is opened once.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +28,7 @@ void check(bool holds, const char* what) {
     }
 }
 
-/// A product "sample" with a namespace of its name.
+/// A repository with the product "sample" and its namespace "sample".
 struct Scene {
     Scene() : repository(tree) {
         CleanupActions_t undo;
@@ -42,7 +42,7 @@ struct Scene {
     OpenRepository repository;
 };
 
-/// Cuts the text before the next separator off.
+/// Removes the text before the next separator, and the separator, from `rest`. Returns the text.
 String cut(String& rest) {
     static const String separator = "====\n";
     const size_t at = rest.find(separator);
@@ -57,7 +57,7 @@ public:
     void endInclude() override {}
 };
 
-/// Whether the text allows one command, and nothing besides.
+/// Whether the text allows one command and nothing else.
 bool isOneCommand(const String& text, bool monitored) {
     OpenWBEM::PrivilegeConfig::Privileges found;
     NoIncludes includes;

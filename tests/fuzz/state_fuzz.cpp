@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Any bytes as a state file: they are restored or refused with an exception of the libraries or the
-// tool. What was restored is saved, and what was saved is restored as the same state. Whatever
-// happens, nothing outside of the tree is written, and the repository is not: it is opened for each
-// document, and closed without a commit.
+// tool. A restored state is saved, and the saved file restores the same state. Nothing outside the
+// tree is written, and the repository is not changed: it is opened for each document and closed
+// without a commit.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +31,7 @@ class Machine {
 public:
     Machine() : m_repository(readFile(database())) {}
 
-    /// Whether the file was restored; the undo list was run if not.
+    /// Restores the file. On failure runs the undo list and returns false.
     bool restore(OpenRepository& repository, const fs::path& file) {
         KOVNS2::CleanupActions_t undo;
         try {
@@ -45,8 +45,8 @@ public:
         }
     }
 
-    /// False when the state cannot be saved: privilege files are looked for on this machine, and
-    /// XML cannot hold every text.
+    /// Saves the state. False when that is not possible: privilege files are read from this
+    /// machine, and XML cannot hold every text.
     static bool save(OpenRepository& repository, const fs::path& file) {
         try {
             KOVNS2::saveProductStatesToFile(repository.handle(), file.string());
@@ -56,7 +56,7 @@ public:
         }
     }
 
-    /// Takes away what was written; the repository has to be as it was.
+    /// Removes the written files, and checks that the repository is unchanged.
     void reset() {
         for (const fs::path& directory : {m_tree.configDirectory(), m_tree.privilegeDirectory(),
                                           m_tree.privilegeDirectory() / "owcimomd"}) {
@@ -90,13 +90,13 @@ private:
     String m_repository;
 };
 
-/// A machine for the whole run: making one takes much longer than a document.
+/// One machine for the whole run, because making one takes much longer than a document.
 Machine& machine() {
     static Machine instance;
     return instance;
 }
 
-/// Restores `from` and saves to `to`; false when one of them is refused.
+/// Restores `from` and saves to `to`. False when either is refused.
 bool restoreAndSave(const char* from, const char* to) {
     Machine& m = machine();
     bool saved = false;
@@ -111,7 +111,7 @@ bool restoreAndSave(const char* from, const char* to) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // A line for each product is of no use here.
+    // Drops the progress lines.
     if (std::freopen("/dev/null", "w", stdout) == nullptr) {
         std::abort();
     }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as what a client sends: the daemon's side of a connection, over a real repository,
-// takes them all and comes to an end, and serves the next client. The input is what goes over the
-// connection, as messages one after another.
+// Any bytes as the messages of a client: the daemon's side of a connection, on a real repository,
+// reads them all, ends, and the next client is served. The input is a sequence of messages.
 #include <capnp/message.h>
 #include <kj/async-io.h>
 #include <sys/socket.h>
@@ -20,7 +19,7 @@ namespace {
 
 using namespace OwCimomd;  // NOLINT(google-build-using-namespace)
 
-/// A repository in a directory that goes with the process.
+/// A repository in a temporary directory that is removed when the process ends.
 class Repository {
 public:
     Repository() : m_directory(make()), m_repository(m_directory), m_operations(m_repository, {}) {
@@ -74,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[1]));
     auto session = kj::heap<ClientSession>(kj::heap<PeerSocket>(io.unixEventPort, ends[0]),
                                            repository.operations(), root, budget);
-    // Takes the answers for as long as there are any.
+    // Reads and drops the answers until the connection ends.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {
         return client->tryRead(sink, 1, sizeof sink).then([&](size_t count) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as a document: they parse or fail with the parser's own exception, and a tree that was
-// read is printed and read again as the same tree. The same bytes as a text are read as they were
-// printed, or refused before anything is written.
+// Any bytes as a document: they parse or fail with the parser's own exception. A parsed tree is
+// printed and parses to the same tree. The same bytes as a text are read as they were printed, or
+// refused before anything is written.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +20,7 @@ using OpenWBEM::XMLParserDOM;
     std::abort();
 }
 
-/// Fuzzed documents are small: their depth is no trouble here.
+/// Recursive, because fuzzed documents are small.
 bool equal(const XMLNode& a, const XMLNode& b) {
     if (a.getName() != b.getName() || a.getText() != b.getText() ||
         a.getAttributes() != b.getAttributes() ||

@@ -64,7 +64,7 @@ void SetupTree::setUpTreeInjecting(const String& injection, Outcome& outcome) co
         GTEST_SKIP() << "programs cannot be traced here (strace)";
     }
     const String log = m_directory + "/strace.log";
-    // Leaks are not looked for under ptrace: LeakSanitizer cannot work there.
+    // LeakSanitizer does not work under ptrace.
     StringArray argv = {strace, "-qq",
                         "-E",   "ASAN_OPTIONS=detect_leaks=0",
                         "-o",   log,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A directory of its own for each test, in which the built kov-setup makes an installation.
+// A temporary directory for each test, in which kov-setup makes an installation.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,13 +16,13 @@ namespace KovSetupTest {
 using blocxx::String;
 using blocxx::StringArray;
 
-/// How a program ended and what it wrote, both streams together.
+/// How a program ended, and what it wrote to both streams together.
 struct Outcome {
     blocxx::Process::Status status;
     String output;
 };
 
-/// Runs a program given with its absolute path.
+/// Runs a program, given by its absolute path, as this user or as `identity`.
 Outcome runProgram(const StringArray& argv,
                    std::optional<blocxx::Process::Identity> identity = std::nullopt);
 
@@ -31,10 +31,10 @@ protected:
     SetupTree();
     ~SetupTree() override;
 
-    /// kov-setup on this tree with this repository's schema, and with further arguments.
+    /// Runs kov-setup on this tree with the schema of this checkout and further arguments.
     Outcome setUpTree(const StringArray& arguments = {}) const;
-    /// The same under strace with an injection such as "fsync:error=EIO". Skips the test where
-    /// programs may not be traced.
+    /// Runs kov-setup like setUpTree() under strace, with an injection such as "fsync:error=EIO".
+    /// Skips the test when programs cannot be traced.
     void setUpTreeInjecting(const String& injection, Outcome& outcome) const;
 
     String path(const String& below) const { return m_stage + below; }
@@ -42,7 +42,7 @@ protected:
     String repository() const { return path("/var/opt/tarvo/kov/openwbem/repository"); }
     String leftover() const { return path("/var/opt/tarvo/kov/repository.kov-setup"); }
 
-    /// Opens the tree's repository directly and hands its handle to `use`.
+    /// Opens the tree's repository directly and calls `use` with a handle.
     void withRepository(const std::function<void(OpenWBEM::RepositoryCIMOMHandle&)>& use) const;
 
 private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A fresh tree, and what kov-setup makes of it.
+// What kov-setup makes in a new tree.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where kov-setup refuses or fails: it says why in one text, and leaves no repository behind that
-// is not complete.
+// When kov-setup refuses or fails, it says why in one message and leaves no incomplete repository.
 #include <gmock/gmock.h>
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The schema in a fresh repository: what the tool and the object manager rely on is there.
+// A new repository has the schema that the tool and the object manager need.
 #include <gmock/gmock.h>
 
 #include "tests/system/setup/SetupTree.hpp"
@@ -12,7 +12,7 @@ using OpenWBEM::CIMClass;
 using OpenWBEM::CIMOMHandleIFC;
 using ::testing::UnorderedElementsAreArray;
 
-/// A class and the MOF type of each of its properties; keys come first.
+/// A class and the MOF types of its properties, keys first.
 struct ClassRow {
     const char* nameSpace;
     const char* name;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The command line parser: how words become options, and what is refused with which code.
+// The command line parser: how words become options, and which code each refusal has.
 #include "blocxx/CmdLineParser.hpp"
 
 #include <gmock/gmock.h>
@@ -59,7 +59,7 @@ TEST_P(CmdLineParserValues, AreTakenFromTheWords) {
     EXPECT_EQ(parser.getNonOptionArgs(), GetParam().plain);
 }
 
-// Each row: the words, an option that is set by them, its values, the words left over.
+// Each row: the words, an option that they set, its values, the remaining words.
 INSTANTIATE_TEST_SUITE_P(
     Rows, CmdLineParserValues,
     testing::Values(

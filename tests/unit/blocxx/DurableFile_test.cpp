@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writing a file and its name so that they are there after a power cut: each step tells when it
-// fails.
+// Writing a file and its name so that they survive a power cut. The failure of each step is
+// reported.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -61,7 +61,7 @@ TEST_F(DurableFile, TellsWhatStoppedItHalfWay) {
 }
 
 TEST_F(DurableFile, TellsWhatCannotBeSynced) {
-    // A pipe takes what is written and cannot be synced.
+    // A pipe can be written and cannot be synced.
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const File reading(ends[0]);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Exceptions: what they keep, how they print, how they are copied; and references that are null.
+// Exceptions: what they keep, how they print and are copied; null references.
 #include "blocxx/Exception.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files and the calls on the file system: what is created, what is refused, what errno says.
+// Calls on files and directories: what they create and refuse, and which errno they leave.
 #include "blocxx/FileSystem.hpp"
 
 #include <fcntl.h>
@@ -141,7 +141,7 @@ TEST(ClosingFile, ReportsErrno) {
     EXPECT_FALSE(file);
 }
 
-/// The exit status of `body` in a child process.
+/// Runs `body` in a child. Returns the child's exit status.
 template <class Body>
 int inChild(Body body) {
     const pid_t pid = fork();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What interrupts a run and what it spares. Signals are caught in children: how a process treats
-// them belongs to all of it.
+// What interrupts a run, and what is not interrupted. Signals are caught in children, because
+// signal handlers belong to the whole process.
 #include "blocxx/Interruption.hpp"
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ using blocxx::String;
 
 namespace {
 
-/// How a child ended that ran `body`.
+/// Runs `body` in a child. Returns the child's wait status.
 int waitStatusOf(const std::function<int()>& body) {
     const pid_t child = fork();
     if (child == 0) {
@@ -39,7 +39,7 @@ int exitStatusOf(const std::function<int()>& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-/// A signal to this process in a moment.
+/// Sends a signal to this process in a moment.
 void signalSoon(int number) {
     const pid_t target = getpid();
     if (fork() == 0) {

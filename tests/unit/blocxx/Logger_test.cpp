@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Loggers and appenders: who gets which message, in which form, and what happens to files that
+// Loggers and appenders: which appender gets a message, in which form, and what happens when a file
 // cannot be written.
 #include "blocxx/Logger.hpp"
 
@@ -34,7 +34,7 @@ using testing::MatchesRegex;
 
 namespace {
 
-/// Remembers what it was given; takes one level only.
+/// Records the messages of one level.
 class Recorder : public LogAppender {
 public:
     explicit Recorder(ELogLevel level) : m_level(level) {}
@@ -175,7 +175,7 @@ TEST_P(LogFormats, LayMessagesOut) {
     EXPECT_THAT(contents(), MatchesRegex(GetParam().pattern)) << GetParam().format;
 }
 
-// Each row: a message format and what the log file must look like.
+// Each row: a message format and the expected content of the log file.
 INSTANTIATE_TEST_SUITE_P(
     Rows, LogFormats,
     testing::Values(FormatRow{"%m", "te%nxt\n"}, FormatRow{"%p/%c", "ERROR/comp\n"},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What reaches a terminal of texts that others wrote.
+// Texts from outside, made safe for a terminal.
 #include "blocxx/Printable.hpp"
 
 #include <gtest/gtest.h>

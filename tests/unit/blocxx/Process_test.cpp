@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Running programs: what they are given, how their end is told, and that nothing they or their
-// children do can hold the caller up.
+// Running programs: what they are given, how their end is reported, and that neither they nor their
+// children can hold the caller up.
 #include "blocxx/Process.hpp"
 
 #include <fcntl.h>
@@ -57,10 +57,10 @@ bool isAlive(pid_t pid) {
     return kill(pid, 0) == 0;
 }
 
-/// Whether the process is gone within some seconds; a killed orphan takes a moment to be reaped.
+/// Whether the process ends within some seconds; a killed orphan takes a moment to be reaped.
 bool goesAway(pid_t pid) {
     for (int i = 0; i < 300; ++i) {
-        // An orphan of a container without an init stays as a zombie, which does nothing any more.
+        // In a container without an init an orphan stays a zombie. That counts as gone.
         const String stat = "/proc/" + std::to_string(pid) + "/stat";
         if (!isAlive(pid) ||
             (blocxx::FileSystem::exists(stat) &&
@@ -272,7 +272,7 @@ TEST(Daemon, ThatFloodsThePipeIsNotListenedToForEver) {
     }
 }
 
-/// Runs `body` in a child of its own; a non-zero exit status is a failure.
+/// Runs `body` in a child, whose exit status must be 0.
 template <class Body>
 void expectInChild(Body body) {
     const pid_t pid = fork();
@@ -320,7 +320,7 @@ TEST(Caller, MayBeInterruptedAllTheTime) {
     });
 }
 
-/// Lets the kernel answer ENOSYS to one system call of this process from now on.
+/// Makes a system call of this process fail with ENOSYS from now on. False when it cannot.
 bool withoutSystemCall(unsigned number) {
     sock_filter code[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 1),

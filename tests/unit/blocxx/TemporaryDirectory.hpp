@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A directory for one test, removed with everything in it at the test's end.
+// A directory that is removed with its content when the object is destroyed.
 #pragma once
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What can be told below a prefix, where a copy is never opened. The swap is told by the stories of
-// the installed tool.
+// The part of a copy's life that a staged tree shows: the copy is never opened there. The stories
+// of the installed tool test the swap.
 #include "fennik/cimom/RepositoryCopy.hpp"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The guards, each in a process of its own: limits and locks belong to the process.
+// The checks at start-up. Each runs in a child, because limits and locks belong to a process.
 #include "fennik/cli/FNStartup.hpp"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 namespace KOVNS2::Testing {
 namespace {
 
-/// The exit status of a child that runs `body`.
+/// Runs `body` in a child. Returns the child's exit status.
 int inChild(const std::function<int()>& body) {
     const pid_t child = ::fork();
     if (child == 0) {

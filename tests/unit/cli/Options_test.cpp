@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The option table and the table of operations belong together.
+// The option table and the table of operations fit each other.
 #include "fennik/cli/Options.hpp"
 
 #include <gtest/gtest.h>

@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t MANY = 200000;
 
-/// The most memory that the process has had, in KiB.
+/// The peak memory of the process in KiB. `process` is an id or "self".
 size_t peakMemory(const String& process) {
     std::ifstream status("/proc/" + process + "/status");
     String word;
@@ -26,7 +26,7 @@ size_t peakMemory(const String& process) {
     return 0;
 }
 
-/// Cars with a text each, put in before the daemon starts.
+/// Stores `count` cars with a note in the repository. Call it before the daemon starts.
 void fill(LiveDaemon& daemon, uint32_t count) {
     OpenRepository opened(daemon.repository());
     addSchema(*opened);
@@ -53,7 +53,7 @@ TEST(ClientEnumeration, OfManyInstancesBuildsThemWholeOnNeitherSide) {
     handle->enumInstances("test", "Car", receiver, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
                           E_EXCLUDE_CLASS_ORIGIN, nullptr);
     EXPECT_EQ(MANY, expected);
-    // Some 100 MB of messages went over; the page cache of the daemon is bounded by 32 MiB.
+    // About 100 MB of messages were sent. The page cache of the daemon is limited to 32 MiB.
     if (MEMORY_COUNTS) {
         EXPECT_LT(peakMemory(std::to_string(daemon.pid())) - daemonBefore, 48u * 1024);
         EXPECT_LT(peakMemory("self") - ownBefore, 16u * 1024);
@@ -65,7 +65,7 @@ TEST(ClientEnumeration, MayBeLeftByItsReceiver) {
     fill(daemon, 5000);
     daemon.start();
     const auto handle = daemon.connect();
-    // More than a connection may have under way at once, so leaving must end them.
+    // More than a connection may have open, so an enumeration must end when its receiver throws.
     for (int i = 0; i < 600; ++i) {
         auto leaver = makeResultHandler<CIMObjectPath>(
             [](const CIMObjectPath&) { throw std::runtime_error("enough"); });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What callers are told when an operation fails, the daemon is not there or goes away.
+// The errors that callers get when an operation fails, and when the daemon does not run or ends.
 #include <capnp/message.h>
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
@@ -91,7 +91,7 @@ TEST(ClientErrors, SignalDispositionsStayTheCallers) {
     EXPECT_EQ(SIG_DFL, action.sa_handler);
 }
 
-/// A socket that accepts connections into its queue and never answers.
+/// A listening socket whose connections get no answer.
 class SilentSocket {
 public:
     explicit SilentSocket(const String& path) : m_fd(::socket(AF_UNIX, SOCK_STREAM, 0)) {
@@ -122,7 +122,7 @@ TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
     EXPECT_THAT(message, HasSubstr("no reply came in time"));
 }
 
-/// A daemon that answers each connection with what nobody has asked for.
+/// A daemon that sends a client answers that it has not asked for, without end.
 class BabblingDaemon {
 public:
     explicit BabblingDaemon(const String& path) : m_socket(path) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Storing many objects through the daemon: what it leaves is what storing them directly leaves, and
-// each call is carried out as a whole or not at all.
+// Storing many objects through the daemon gives the same result as storing them directly, and each
+// call is carried out as a whole or not at all.
 #include <gmock/gmock.h>
 
 #include "openwbem/client/ClientConnection.hpp"
@@ -31,7 +31,7 @@ CIMClass bus(const String& property) {
     return makeClass("Bus", "Car", {KovTest::property(property, CIMDataType::STRING)});
 }
 
-/// More than one call holds.
+/// More objects than fit into one call.
 Objects manyObjects() {
     Objects objects;
     objects.qualifierTypes = {qualifierType("Fresh", CIMDataType::STRING, CIMScope::ANY)};
@@ -51,7 +51,7 @@ protected:
 
     String content() { return dump(handle, {"test"}); }
     void store(const Objects& objects) { m_live.store("test", objects); }
-    /// The index of the object that cannot be stored; its text is in m_message.
+    /// Expects that storing fails. Returns the index of the object; the message is in m_message.
     size_t indexOfFailure(const Objects& objects) {
         try {
             store(objects);
@@ -125,7 +125,7 @@ TEST_F(StoringThroughADaemon, GoesOnWhereTheDaemonHadToServeOthers) {
     addCars(handle, "test", 500, 100);
     Objects objects;
     CIMPropertyArray properties{property("Number", CIMDataType::UINT32, true)};
-    // Each change is held against every car.
+    // Each change checks every car.
     for (int i = 0; i < 10; ++i) {
         properties.push_back(property("New" + std::to_string(i), CIMDataType::STRING));
         objects.classes.push_back(makeClass("Car", "Root", properties));

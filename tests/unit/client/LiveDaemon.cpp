@@ -130,7 +130,7 @@ int asUser(uid_t uid, const std::function<int()>& action) {
         int status = 125;
         try {
             status = action();
-        } catch (...) {  // NOLINT(bugprone-empty-catch): the status tells
+        } catch (...) {  // NOLINT(bugprone-empty-catch): the status reports it
         }
         ::_exit(status);
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The built daemon as a process of its own, on a tree in a temporary directory with a repository
-// that holds the namespaces root (with CIM_Namespace) and root/security (with OpenWBEM_UserACL).
+// The daemon as a child process, on a tree in a temporary directory. Its repository has the
+// namespaces root (with CIM_Namespace) and root/security (with OpenWBEM_UserACL).
 #pragma once
 
 #include <sys/types.h>
@@ -11,7 +11,7 @@
 
 namespace KovTest {
 
-/// Whether the memory of processes tells anything: AddressSanitizer keeps what was freed.
+/// Whether memory can be compared with limits. AddressSanitizer keeps what was freed.
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr bool MEMORY_COUNTS = false;
 #elif defined(__has_feature)
@@ -24,17 +24,17 @@ class LiveDaemon {
 public:
     enum class Start { NOW, LATER };
     explicit LiveDaemon(Start start = Start::NOW);
-    /// Kills it when it still runs.
+    /// Kills the daemon if it still runs.
     ~LiveDaemon();
     LiveDaemon(const LiveDaemon&) = delete;
     LiveDaemon& operator=(const LiveDaemon&) = delete;
 
-    /// How many descriptors a daemon that is started from now on may have.
+    /// Limits the descriptors of a daemon that is started from now on.
     void limitDescriptors(unsigned count) { m_descriptors = count; }
-    /// Starts it in the foreground and waits until it answers. Throws std::runtime_error with what
-    /// it logged when it does not.
+    /// Starts the daemon in the foreground and waits until it answers. If it does not, throws
+    /// std::runtime_error with its log.
     void start();
-    /// Sends the signal and waits for the end; returns the wait status.
+    /// Sends the signal and waits until the daemon ends. Returns the wait status.
     int end(int signal);
     bool isRunning() const { return m_pid > 0; }
     pid_t pid() const { return m_pid; }
@@ -58,8 +58,9 @@ private:
 
 void writeFile(const String& path, const String& content);
 
-/// Runs `action` in a child process with that user id; returns its exit status, which is what
-/// `action` returns. No connection may be open meanwhile: the child would share its event loop.
+/// Runs `action` in a child with that user id. Returns what `action` returns, 125 when it throws,
+/// 126 when the user cannot be changed, -1 when the child is killed. No connection may be open
+/// meanwhile: the child would share its event loop.
 int asUser(uid_t uid, const std::function<int()>& action);
 
 }  // namespace KovTest

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The suite of operations through a connection to a running daemon.
+// Runs the tests of operations through a connection to a running daemon.
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 #include "tests/unit/client/LiveDaemon.hpp"
 
@@ -15,7 +15,7 @@ public:
     void createNameSpace(const String& ns) override {
         CIMNameSpaceUtils::createCIM_Namespace(*m_handle, ns, 0, "", "root");
     }
-    /// Without those that every daemon has.
+    /// The namespaces without those that every daemon has.
     StringArray nameSpaces() override {
         StringArray found = CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, "root");
         std::erase(found, "root");

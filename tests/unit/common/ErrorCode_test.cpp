@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The documents that tell what the exit statuses mean, held against the table of error codes.
+// The documents that explain the exit statuses agree with the table of error codes.
 #include "fennik/common/ErrorCode.hpp"
 
 #include <gmock/gmock.h>
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// What each exit status means, in plain words.
+/// The meaning of each exit status, without markup.
 using Meanings = std::map<int, std::string>;
 
 /// The part of a file from the line `first` to the next line that begins with `end`.
@@ -29,13 +29,13 @@ std::string sectionOf(const std::string& name, const std::string& first, const s
                : text.substr(begin + 1, text.find("\n" + end, begin + 1) - begin);
 }
 
-/// Without marks of the format, and with single blanks.
+/// Removes markup, and puts one blank in the place of each white space.
 std::string plain(const std::string& marked) {
     const std::string words = std::regex_replace(marked, std::regex("[`\"]"), "");
     return std::regex_replace(words, std::regex("\\s+(/// )?\\s*"), " ");
 }
 
-/// The matches of an expression whose groups are a status and its meaning.
+/// The meanings in the matches of `row`. The two groups are a status and its meaning.
 Meanings meaningsIn(const std::string& section, const std::regex& row, int statusGroup,
                     int meaningGroup) {
     Meanings meanings;
@@ -46,7 +46,7 @@ Meanings meaningsIn(const std::string& section, const std::regex& row, int statu
     return meanings;
 }
 
-/// Every line of the table belongs to one of its rows.
+/// The table of error codes. Fails when it has a line that belongs to no row.
 Meanings table() {
     std::string section = sectionOf("fennik/common/ErrorCode.hpp", "enum Value : int {", "};");
     section.erase(0, section.find('\n'));

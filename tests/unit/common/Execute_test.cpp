@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Running programs without root's rights: as whom, and what happens when there is nobody to be.
-// The account database is replaced in a mount namespace of the test's own.
+// Running programs as the account instead of root, and what happens when the account is missing.
+// Each test replaces the account database in a mount namespace of its own.
 #include "fennik/common/Execute.hpp"
 
 #include <gmock/gmock.h>
@@ -126,7 +126,7 @@ TEST_F(Unprivileged, MeansTheCallerWhenItIsNotRoot) {
     EXPECT_EQ(status, 0);
 }
 
-/// The rest does not depend on the account, so it runs as an ordinary user.
+/// Tests that do not depend on the account. They run as an ordinary user.
 class Executing : public Unprivileged {
 protected:
     void asOrdinaryUser(const std::function<bool()>& body) {

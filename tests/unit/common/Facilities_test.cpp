@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tool's exception and its small facilities: texts, regular expressions, temporary files and
-// the search for programs.
+// The tool's exception, text functions, regular expressions, temporary files and the search for
+// programs.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -179,7 +179,7 @@ TEST_F(TempFiles, AreReadableToWhomTheDirectorysAclNames) {
     const mode_t before = umask(077);
     TempFile temp(m_dir.path());
     umask(before);
-    // Where a default ACL decides, the group bits show its mask: the named user's right to read.
+    // With a default ACL the group bits show its mask: here the named user's right to read.
     struct stat info = {};
     ASSERT_EQ(stat(temp.release().path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0070U, 0040U);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Keeps what is logged while it lives.
+// Replaces the default log appender while it lives, and keeps what the tool logs.
 #pragma once
 
 #include <vector>
@@ -18,7 +18,7 @@ public:
     CapturedLog(const CapturedLog&) = delete;
     CapturedLog& operator=(const CapturedLog&) = delete;
 
-    /// The texts logged at that level, in order.
+    /// The texts logged at `level`, in order.
     blocxx::StringArray texts(blocxx::ELogLevel level) const {
         blocxx::StringArray found;
         for (const auto& message : m_messages) {
@@ -30,7 +30,7 @@ public:
     }
     blocxx::StringArray errors() const { return texts(blocxx::ELogLevel::ERROR); }
     blocxx::StringArray debugLines() const { return texts(blocxx::ELogLevel::DEBUG); }
-    /// All of them, with their components and source names.
+    /// All messages, with their components and source names.
     const std::vector<blocxx::LogMessage>& messages() const { return m_messages; }
     void clear() { m_messages.clear(); }
 

@@ -20,7 +20,7 @@ struct Plan {
     Write write = Write::NOTHING;
     String failedCall;
     String failedFile;
-    std::map<int, String> open;  ///< the descriptors of files of the directory
+    std::map<int, String> open;  ///< paths by descriptor, of the open files below the directory
 };
 
 Plan& plan() {
@@ -28,7 +28,7 @@ Plan& plan() {
     return only;
 }
 
-/// Whether this call is the one that fails.
+/// Counts a call on a file below the directory. True, with errno EIO, if it has to fail.
 bool fails(const char* call, const String& path) {
     Plan& current = plan();
     if (current.failAt == 0 || !path.starts_with(current.directory)) {

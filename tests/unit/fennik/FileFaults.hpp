@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Makes the n-th call on the files of a directory fail, as the system would fail it. The program is
-// linked so that the calls of this project's own code come by here first; those of other libraries
-// do not.
+// Makes the n-th call on the files below a directory fail with EIO. The linker redirects the calls
+// of this project's own code to the functions here; calls of other libraries are not affected.
 #pragma once
 
 #include <filesystem>
@@ -13,15 +12,15 @@ namespace KOVNS2::Testing::FileFaults {
 
 using blocxx::String;
 
-/// What becomes of a write that fails.
+/// How much a failing write writes.
 enum class Write { NOTHING, HALF };
 
-/// Only the n-th call from now on fails, counted from 1, among those that open, read, write, sync,
-/// close, rename or remove a file below `directory`. A descriptor whose close fails is closed.
+/// Makes the n-th call from now on (from 1) fail, among those that open, read, write, sync, close,
+/// rename or remove a file below `directory`. When close fails, the descriptor is closed.
 void failCall(unsigned n, const std::filesystem::path& directory, Write write = Write::NOTHING);
 void failNothing();
 
-/// The call that has failed since failures were last asked for, and its file; empty when none has.
+/// The call that has failed since the last failCall(), and its file; empty when none has.
 const String& failedCall();
 const String& failedFile();
 

@@ -12,14 +12,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What a product's namespaces get: few enough to fail at each of them in turn.
+// The qualifiers of a product's namespaces: so few that a test can fail at each of them.
 constexpr const char* QUALIFIERS = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
 Qualifier Description : string = null, Scope(any), Flavor(EnableOverride, ToSubclass, Translatable);
 )";
 
-/// The content of a file that comes with the infrastructure.
+/// The content of a file of the schema.
 String schema(const char* name) {
     return readFile(fs::path(KOV_SCHEMA) / name);
 }
@@ -85,7 +85,7 @@ std::map<String, String> StagedTree::files() const {
         if (entry.is_symlink()) {
             description += " -> " + fs::read_symlink(entry.path()).string();
         } else if (entry.is_regular_file()) {
-            // A hash of the content: a failure is told by names, not by pages of a repository file.
+            // A hash instead of the content, so that the message of a failure can be read.
             const String content = readFile(entry.path());
             description += " " + std::to_string(content.size()) + " bytes, hash " +
                            std::to_string(std::hash<String>()(content));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A staged tree in a temporary directory with a repository as a new installation has it, for tests
-// of the tool's operations; and the comparison of whole states.
+// A staged tree in a temporary directory, with the repository of a new installation, and the whole
+// state of it for comparison. For tests of the tool's operations.
 #pragma once
 
 #include <map>
@@ -21,8 +21,8 @@ public:
     std::filesystem::path privilegeDirectory() const;
     std::filesystem::path qualifiersFile() const;
 
-    /// Every file and directory with its type, mode and content. To be asked for while no
-    /// repository is open: its journal is a file, too.
+    /// Type, mode and content of every file and directory below the prefix, by path. Call it while
+    /// no repository is open: the journal is a file, too.
     std::map<String, String> files() const;
 
 private:
@@ -31,8 +31,8 @@ private:
     TemporaryDirectory m_directory;
 };
 
-/// The tree's repository, opened directly, with a handle that can be made to fail. What is not
-/// committed is gone when it is.
+/// The tree's repository, opened directly, with a handle that can be made to fail. Destroying it
+/// drops uncommitted changes.
 class OpenRepository {
 public:
     explicit OpenRepository(const StagedTree& tree);

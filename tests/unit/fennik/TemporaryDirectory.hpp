@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A directory that lives as long as the test, and whole files in it.
+// A directory that is removed with its content when the object is destroyed; reading and writing
+// whole files.
 #pragma once
 
 #include <filesystem>

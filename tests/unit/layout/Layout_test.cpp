@@ -23,7 +23,7 @@ std::string sourceOf(const std::string& name) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// The paths of an installation that stand in a text.
+/// The paths of an installation that a text mentions.
 std::set<std::string> pathsIn(const std::string& text) {
     const std::regex path("/(?:etc/|var/)?opt/tarvo[-A-Za-z0-9_./]*");
     return {std::sregex_token_iterator(text.begin(), text.end(), path), {}};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Classes, instances and their parts: sharing, comparison, look-up, and the copies cut down for
-// callers.
+// Classes, instances and their parts: sharing, comparison, look-up, and the reduced copies that
+// callers get.
 #include "openwbem/model/CIMClass.hpp"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Datetime texts: which are accepted, and that they come back as they were.
+// Datetime texts: which are accepted, and that they are kept as they were.
 #include "openwbem/model/CIMDateTime.hpp"
 
 #include <gtest/gtest.h>

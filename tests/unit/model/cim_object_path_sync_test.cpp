@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Object paths in line with their classes: every type comes back from text, nothing is lost
-// silently.
+// Adapting the keys of an object path to its class: values of every type are read from text, and
+// nothing is lost silently.
 #include <gtest/gtest.h>
 
 #include <bit>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Object paths: text form both ways, hostile texts, comparison and canonical keys.
+// Object paths: conversion to text and back, hostile texts, comparison and canonical keys.
 #include "openwbem/model/CIMObjectPath.hpp"
 
 #include <gtest/gtest.h>
@@ -202,7 +202,7 @@ TEST(CIMObjectPathTest, CanonicalKeysLookThroughReferences) {
     EXPECT_NE(link("Foo.a=1", "ns"), link("Foo.a=1", "other"));
     EXPECT_NE(link("Foo.a=\"x\"", "ns"), link("Foo.a=\"X\"", "ns"));
     EXPECT_NE(link("//h/Foo.a=1", "ns"), link("Foo.a=1", "ns"));
-    // A reference in a reference gets the namespace of the path around it.
+    // A reference within a reference gets the namespace of the path that contains it.
     CIMObjectPath middle("Mid", "m");
     middle.setKeyValue("r", CIMValue(CIMObjectPath::parse("Foo.a=1")));
     CIMObjectPath middleFull("Mid", "m");

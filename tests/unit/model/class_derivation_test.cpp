@@ -57,7 +57,7 @@ protected:
         return deriveClass(declared, superClass, lookup, nullDefaults);
     }
 
-    /// The message and status of a refused derivation.
+    /// The message and status of a derivation that must be refused.
     std::pair<String, int> refusal(const CIMClass& declared, const CIMClass* superClass = nullptr,
                                    NullDefaults nullDefaults = NullDefaults::INHERIT) const {
         try {

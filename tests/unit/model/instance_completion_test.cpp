@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Instances brought in line with their class.
+// Completing instances from their class.
 #include "openwbem/model/InstanceCompletion.hpp"
 
 #include <gtest/gtest.h>

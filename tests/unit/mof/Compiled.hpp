@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tests of the compiler share: compiling a text, and the message when that fails.
+// Shared by the tests of the compiler: compiling a text, and the message when that fails.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 
 namespace OpenWBEM::MOF {
 
-/// Declarations that most texts need.
+/// Qualifier types that most texts need.
 inline const String PRELUDE = R"(
 Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride, ToSubclass);
 Qualifier Association : boolean = false, Scope(association), Flavor(DisableOverride, ToSubclass);
@@ -45,12 +45,12 @@ inline Compiled compileText(const String& mof, const CIMOMHandleIFCRef& handle =
     return result;
 }
 
-/// The same with the declarations in front.
+/// Compiles the PRELUDE and `mof`.
 inline Compiled compileWith(const String& mof) {
     return compileText(PRELUDE + mof);
 }
 
-/// The message of the failure, "" when there is none.
+/// The message of the failure to compile, or "".
 inline String failureOf(const String& mof, const CIMOMHandleIFCRef& handle = {}) {
     try {
         compileText(mof, handle);
@@ -60,7 +60,7 @@ inline String failureOf(const String& mof, const CIMOMHandleIFCRef& handle = {})
     }
 }
 
-/// The first line of the failure with the declarations in front, without its place.
+/// The first line of the message for the PRELUDE and `mof`, without the place, or "".
 inline String complaintOf(const String& mof) {
     const String message = failureOf(PRELUDE + mof);
     const size_t begin = message.find("error: ");

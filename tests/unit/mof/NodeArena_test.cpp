@@ -17,7 +17,7 @@ using namespace OpenWBEM::MOF;
 
 constexpr size_t PART = 1000;
 
-/// A declaration with that many parts, all of them filled.
+/// A declaration with that many parts of PART bytes, all of them written.
 Declaration declare(NodeArena& arena, int parts) {
     for (int i = 0; i < parts; ++i) {
         std::memset(arena.allocate(PART, alignof(void*)), 'p', PART);
@@ -30,7 +30,7 @@ Declaration declare(NodeArena& arena, int parts) {
 TEST(NodeArena, ADeclarationsPartsAreInOneBlock) {
     NodeArena arena;
     std::set<NodeArena::Block*> blocks;
-    size_t size = NodeArena::BLOCK_BYTES;  // of the parts in the last block
+    size_t size = NodeArena::BLOCK_BYTES;  // bytes of the parts in the last block
     for (int i = 0; i < 1000; ++i) {
         const bool begins = size >= NodeArena::BLOCK_BYTES;
         const int parts = i % 7;
@@ -52,7 +52,7 @@ TEST(NodeArena, ABlockThatWasReleasedIsUsedAgainWhileItIsTheLast) {
     EXPECT_EQ(1u, blocks.size());
 }
 
-/// Counts what is taken from the heap and not given back.
+/// Counts the bytes that are allocated and not freed. It is the default resource while it lives.
 class CountedHeap : public std::pmr::memory_resource {
 public:
     CountedHeap() : m_before(std::pmr::set_default_resource(this)) {}

@@ -42,7 +42,7 @@ TEST(MofReferencesTest, AReferenceLeadsToItsClassOrOneBelow) {
               "expected a reference to \"C\"; found one to \"X\"");
     EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = $D; many = { $D, $X }; };"),
               "expected a reference to \"C\"; found one to \"X\"");
-    // Another server's classes are not known here.
+    // The classes of another host are not known.
     EXPECT_EQ(complaintOf(MODEL + others + "instance of L { a = $D; b = \"//h/root:X.id=1\"; };"),
               "");
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What instances hold when the defaults of their classes are left to whoever writes them.
+// The properties of instances when the compiler does not fill in the defaults of their classes.
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "tests/unit/mof/Compiled.hpp"
 

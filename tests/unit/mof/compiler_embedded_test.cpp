@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects in strings.
+// Embedded objects.
 #include "tests/unit/mof/Compiled.hpp"
 
 namespace OpenWBEM::MOF {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Each mistake and the whole message that it gets.
+// Each mistake and its whole message.
 #include "tests/unit/mof/Compiled.hpp"
 
 namespace OpenWBEM::MOF {
@@ -166,8 +166,7 @@ TEST(MofErrorsTest, TheExceptionKnowsItsPlace) {
     }
 }
 
-/// The place "LINE:COLUMN" of the failure with the declarations in front, lines counted behind
-/// them.
+/// "LINE:COLUMN" of the failure for the PRELUDE and `mof`, with lines counted from `mof`.
 String placeOf(const String& mof) {
     try {
         compileWith(mof);

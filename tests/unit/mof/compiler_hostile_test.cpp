@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whatever comes in ends in a result or in one error, in time and memory in proportion to it.
+// Any input gives a result or one error, in time and memory in proportion to its size.
 #include <chrono>
 #include <random>
 
@@ -70,7 +70,7 @@ TEST(MofHostileTest, LongTokensTakeTimeInProportion) {
     EXPECT_NE(failureOf("class A { string s = \"" + String(size, 'x')), "");
     EXPECT_NE(failureOf("class A { uint8 n = " + String(size, '9') + "; };"), "");
     EXPECT_NE(failureOf(String(size, '[')), "");
-    // Half a minute is a hundred times what it takes; what is quadratic would take days.
+    // About a hundred times what linear work takes; quadratic work would take days.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
 }
 
@@ -130,7 +130,7 @@ TEST(MofHostileTest, FeaturesCannotBeMultipliedWithoutEnd) {
         text += "class C" + std::to_string(i) + ":Top{};";
     }
     EXPECT_NE(failureOf(text).find("features together"), String::npos);
-    // What is built while the rest is read does not come before the mistakes that precede it.
+    // An earlier mistake is reported although the limit is noticed first.
     EXPECT_NE(
         failureOf("class First : Last { uint8 x = 300; };" + text + "class Last {};").find("300"),
         String::npos);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Texts of several sources and for several namespaces.
+// Texts from several sources and for several namespaces.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -153,7 +153,7 @@ TEST_F(MofIncludeFileTest, AFileThatTellsNoSizeIsReadToItsEnd) {
     ASSERT_EQ(status.st_size, 0);
     std::ifstream file("/proc/self/maps");
     const String expected{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    // Memory that is taken meanwhile may change the lines in between.
+    // Memory that is allocated meanwhile may change the lines between these.
     EXPECT_EQ(includeFile("/proc/self/maps", "").text.substr(0, 200), expected.substr(0, 200));
     EXPECT_NE(includeFile("/proc/self/maps", "").text.find("[stack]"), String::npos);
 }

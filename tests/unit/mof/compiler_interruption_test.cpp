@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A run that is interrupted does not compile a long text to its end.
+// An interrupted run does not compile a text to its end.
 #include <stdexcept>
 
 #include "blocxx/Interruption.hpp"
@@ -11,7 +11,7 @@ namespace {
 
 TEST(CompilerInterruption, EndsBeforeTheNextDeclarationIsRead) {
     blocxx::Interruption::failLater(std::make_exception_ptr(std::runtime_error("interrupted")));
-    // The last line would be a syntax error.
+    // Without the interruption the last line would be a syntax error.
     EXPECT_THROW(compileText(PRELUDE + "class {"), std::runtime_error);
     blocxx::Interruption::forget();
     EXPECT_NE(failureOf(PRELUDE + "class {"), "");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What each construct of the language means.
+// The meaning of each construct of the language.
 #include <limits>
 
 #include "openwbem/model/CIMDateTime.hpp"
@@ -234,7 +234,7 @@ TEST(MofLanguageTest, NullReplacesAnInheritedDefaultAndNothingLeavesIt) {
     EXPECT_TRUE(compiled.cls("B").getProperty("a")->getValue().isNull());
     EXPECT_EQ(compiled.cls("B").getProperty("s")->getValue(), CIMValue("t"));
     EXPECT_TRUE(compiled.cls("C").getProperty("x")->getValue().isNull());
-    // The text of each class says the same again.
+    // The rendered text of each class compiles to an equal class.
     String text = PRELUDE;
     for (const CIMClass& cls : compiled.classes) {
         text += toMOF(cls);

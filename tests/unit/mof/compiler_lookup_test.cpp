@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where names are looked up, and in which order results come.
+// Where names are looked up, and the order of the results.
 #include <algorithm>
 #include <numeric>
 #include <random>
@@ -92,7 +92,7 @@ TEST(MofLookupTest, TheTextGoesBeforeTheHandleAlsoWhereItFollows) {
     EXPECT_TRUE(handle->asked.empty());
 }
 
-/// Declarations that depend on each other in each way that there is.
+/// Declarations that depend on each other in every possible way.
 const Array<String> DECLARATIONS = {
     "Qualifier Key : boolean = false, Scope(property, reference), Flavor(DisableOverride);",
     "Qualifier Mark : string[], Scope(any);",
@@ -184,7 +184,7 @@ TEST(MofLookupTest, APathIsInLineWithTheClassOfTheNamespaceThatItNames) {
         CIMObjectPath(other).setHost("h"));
     EXPECT_EQ(referenceIn("instance of L { id = 1; r = \"A.k=1\"; };", handle),
               CIMObjectPath("A").setKeyValue("k", CIMValue(uint8_t{1})));
-    // A path in the key of a path starts from there.
+    // A path in a key of a path is relative to the namespace of that path.
     EXPECT_EQ(referenceIn("instance of L { id = 1; "
                           "r = \"other:L.a=\\\"A.k=\\\\\\\"1\\\\\\\",n=2\\\"\"; };",
                           handle)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whole schemas: the DMTF's where it is there, and one of our own with every construct.
+// Whole schemas: the DMTF's, if it is present, and one of our own with every construct.
 #include <bit>
 #include <cmath>
 #include <filesystem>
@@ -22,7 +22,7 @@ void expectSame(const Array<Object>& before, const Array<Object>& after) {
     }
 }
 
-/// Renders everything, compiles the text and compares.
+/// Renders everything, compiles the text and expects equal objects.
 void expectRoundTrip(const NamespaceContent& content) {
     String text;
     for (const auto& qualifierType : content.qualifierTypes) {
@@ -63,7 +63,7 @@ TEST(MofSchemaTest, OurOwnSchemaComesBackFromItsText) {
     expectRoundTrip(contents[0]);
 }
 
-/// Values that are hard to write down, the same ones in each run.
+/// Random values that are hard to render, the same in each run.
 class Generator {
 public:
     uint64_t number() {

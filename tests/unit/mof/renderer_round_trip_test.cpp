@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Rendered text compiled again gives equal objects: for values at the edges of their types and for
-// the whole DMTF schema.
+// Rendered and compiled again, objects are equal: values at the limits of their types, and the
+// whole DMTF schema.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -68,7 +68,7 @@ const CIMClass& schemaClass(const String& name) {
     throw std::runtime_error("no class " + name);
 }
 
-/// All properties null but the given ones.
+/// An instance with these values. Its other properties are null.
 CIMInstance instanceOf(const String& className, const Array<std::pair<String, CIMValue>>& values) {
     CIMInstance instance = schemaClass(className).newInstance();
     for (const CIMProperty& property : schemaClass(className).getProperties()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text that the renderer writes, to the letter.
+// The exact text that the renderer writes.
 #include <gtest/gtest.h>
 
 #include "openwbem/model/CIMDateTime.hpp"
@@ -21,7 +21,7 @@ TEST(RendererTextTest, StringsAreEscapedOnOneLine) {
         {"plain", R"("plain")"},
         {"\b\t\n\f\r\"\\", R"("\b\t\n\f\r\"\\")"},
         {"\x01\x1F\x7F", R"("\x0001\x001F\x007F")"},
-        // XML holds neither of the two codes that are no characters.
+        // U+FFFE and U+FFFF are escaped, because XML cannot hold them.
         {"\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF", "\"\xEF\xBF\xBD\\xFFFE\\xFFFF\""},
         {"\x01"
          "a",

@@ -14,7 +14,7 @@ namespace {
 using blocxx::String;
 using blocxx::StringArray;
 
-/// Keeps the debug lines of the repair.
+/// Captures the debug lines of the repair.
 class RepairLog {
 public:
     RepairLog() { blocxx::LogAppender::setDefaultLogAppender(new Appender(m_lines)); }
@@ -48,7 +48,7 @@ String repaired(String mof) {
     return mof;
 }
 
-/// What becomes of `entry` as the only entry of an embedded instance.
+/// `entry` after the repair of an embedded instance that has no other entry.
 String repairedEntry(const String& entry) {
     const String line = repaired("Process = \"" + entry + "\";");
     EXPECT_EQ(line.substr(0, 11) + line.substr(line.size() - 2), "Process = \"\";");
@@ -131,7 +131,7 @@ TEST(EmbeddedInstanceRepair, AQuoteAtOneEndGetsAFurtherPair) {
 TEST(EmbeddedInstanceRepair, AnEmptyValueGetsQuotes) {
     EXPECT_EQ(repairedEntry("Name =;"), "Name =\\\"\\\";");
     EXPECT_EQ(repairedEntry("Parameters =;"), "Parameters ={ \\\"\\\" };");
-    // The blank belongs to what is in front of the value and to what is behind it.
+    // The blank counts as white space before the value and as white space after it.
     EXPECT_EQ(repairedEntry("Name = ;"), "Name = \\\"\\\" ;");
 }
 
@@ -230,7 +230,7 @@ TEST(EmbeddedInstanceRepair, TellsEveryStep) {
     EXPECT_EQ(log.lines(), expected);
 }
 
-/// `size` pieces of what the repair looks for.
+/// A text of `size` random pieces that matter to the repair.
 String randomText(std::mt19937& random, size_t size) {
     static const StringArray PIECES{"Process = \"",
                                     "Name",
@@ -275,7 +275,7 @@ TEST(EmbeddedInstanceRepair, ASecondTimeChangesNothing) {
     EXPECT_GT(changed, 100U);
 }
 
-// The endings are looked for without the patterns that define them.
+// The code finds the endings without regular expressions; here it is compared with these.
 TEST(EmbeddedInstanceRepair, EndingsAreThoseOfTheirPatterns) {
     const RegularExpression entryStart("^[ \t]*[^ \t=]+[ \t]*=[ \t]*", 0);
     const RegularExpression entryEnd("[ \t]*;[ \t]*$", 0);

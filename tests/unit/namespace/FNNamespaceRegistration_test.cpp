@@ -35,7 +35,7 @@ protected:
         });
     }
 
-    /// "user capability" of everybody with access to the namespace, sorted.
+    /// "user capability" for each user with access to the namespace, sorted.
     static StringArray access(OpenRepository& repository, const String& ns) {
         StringArray found;
         for (const auto& acl :
@@ -60,8 +60,8 @@ protected:
         }
     }
 
-    /// Registering them fails with the text of a namespace that cannot be created, and has done
-    /// nothing that would have to be undone.
+    /// Expects that registering fails with the message about a namespace that cannot be created,
+    /// and leaves nothing to undo.
     void expectClash(const StringArray& namespaces, const String& reason,
                      OpenRepository& repository) {
         expectFailure<NamespaceUtilsException>(-1, reason,
@@ -320,8 +320,8 @@ TEST_F(NamespaceRegistration, ClassesInTheQualifiersFileAreIgnored) {
     EXPECT_TRUE(repository.handle()->enumClassNamesA("sample", "").empty());
 }
 
-// The same operation fails in turn at each of its calls, until none fails; each time the undo list
-// brings the repository back to what it was.
+// Each call of the operation fails in turn, until a run meets no failure. Each time the undo list
+// restores the repository.
 TEST_F(NamespaceRegistration, FaultAtAnyCallIsUndone) {
     const auto filesBefore = m_tree.files();
     unsigned faults = 0;

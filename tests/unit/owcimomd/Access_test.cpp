@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Who may connect and who may do what, tried by processes of other users. Only root can be them.
+// Who may connect and who may do what, tried by processes of other users. Needs root.
 #include <gmock/gmock.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 namespace KovTest {
 namespace {
 
-/// A user of every Debian system, none of whose rights matter here.
+/// A user that every Debian system has.
 struct Stranger {
     explicit Stranger(const char* n) : name(n), uid(getpwnam(n)->pw_uid) {}
     String name;
@@ -47,7 +47,7 @@ protected:
         acl.setProperty("capability", CIMValue(capability));
         m_daemon.connect()->createInstance("root/security", acl);
     }
-    /// The status that the operation has for that user.
+    /// Runs `action` on a new connection as that user. Returns the status.
     template <class Action>
     int statusFor(const Stranger& user, Action action) {
         return asUser(user.uid, [&] {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Becoming another account, for good and with nothing kept of root.
+// Becoming another account, for good and without any rights of root.
 #include "owcimomd/process/Account.hpp"
 
 #include <gmock/gmock.h>

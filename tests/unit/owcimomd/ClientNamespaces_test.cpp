@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tool's namespace operations through a connection to the daemon, where namespaces cannot be
-// deleted.
+// The tool's namespace operations through the daemon, which deletes no namespaces.
 #include <gmock/gmock.h>
 
 #include <csignal>
@@ -17,7 +16,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using T = CIMDataType;
 
-/// The text of the NamespaceUtilsException that `action` throws; none: "nothing".
+/// The text of the NamespaceUtilsException that `action` throws, or "nothing".
 template <class Action>
 String failureOf(Action action) {
     try {
@@ -64,7 +63,7 @@ TEST_F(ClientNamespaces, NeedAHandleAndADaemon) {
     EXPECT_EQ(CIMException::FAILED, statusOf([&] { namespaces->NamespaceExists("x"); }));
 }
 
-/// With the product "sample" and the classes that registrations are kept in.
+/// A daemon with the product "sample" and the classes for registrations.
 class ClientRegistration : public ClientNamespaces {
 protected:
     ClientRegistration() {
@@ -93,7 +92,7 @@ protected:
         KOVNS2::registerNamespaces(handle, "sample", users, {"reader"}, {"sample/a"},
                                    daemon.prefix(), undo);
     }
-    /// How many instances there are that speak of registered namespaces.
+    /// The number of instances that registering namespaces has created.
     size_t traces() {
         return handle->enumInstanceNamesA("root/security", "OpenWBEM_UserACL").size() +
                handle->enumInstanceNamesA("kov", "KOV_ReservedNamespace").size() +

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many clients, and those that behave badly: whatever one does, the others are served.
+// Many clients, and clients that misbehave: whatever one does, the others are served.
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
 #include <pwd.h>
@@ -45,7 +45,7 @@ protected:
 
 TEST_F(Clients, ThatSendGarbageAreSentAway) {
     const String rows[] = {
-        String(4096, '\xff'),                      // more segments than there can be
+        String(4096, '\xff'),                      // too many segments
         words({0, 0x7fffffff}) + String(64, 'x'),  // a message of 16 GiB
         words({0, 1, 0, 0}) + String(64, '\xee'),  // an empty message, then nonsense
         words({0, 2, 0xfffffffc, 0xffff, 0, 0}),   // a pointer out of the message
@@ -87,7 +87,7 @@ TEST_F(Clients, ThatSendHalfAMessageWaitAloneAndCostNothing) {
     expectServed();
 }
 
-/// A call with a long argument, which comes back in the text of its failure.
+/// A call with a long argument, which is repeated in the message of its failure.
 String longCall() {
     capnp::MallocMessageBuilder message;
     auto request = message.initRoot<wire::Call>().initCarryOut();
@@ -102,7 +102,7 @@ TEST_F(Clients, ThatDoNotTakeTheirAnswersAreNotReadFrom) {
     const size_t before = residentKiB(daemon.pid());
     RawClient deaf(daemon.socket());
     size_t sent = 0;
-    // Until nothing has been taken for half a second.
+    // Sends until the daemon has not read for half a second.
     for (int idle = 0; idle < 500 && sent < 256U << 20U;) {
         const ssize_t count = deaf.send(call, false);
         ASSERT_TRUE(count > 0 || errno == EAGAIN) << "it is not sent away either";
@@ -126,7 +126,7 @@ TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
         addSchema(*handle, "root");
         addCars(*handle, "root", 3000, 1000);
     }
-    // It begins an enumeration of some megabytes and is stopped in the middle.
+    // This client begins an enumeration of some megabytes and is stopped in the middle.
     const pid_t hanging = ::fork();
     if (hanging == 0) {
         auto stop = makeResultHandler<CIMInstance>([](const CIMInstance&) { ::raise(SIGSTOP); });
@@ -164,7 +164,7 @@ TEST_F(Clients, AreServedAHundredAtOnceWhileOneHangs) {
     EXPECT_EQ(0, statusOf([&] { daemon.connect()->ping(); }));
 }
 
-/// Processes that end with it.
+/// Child processes. The destructor kills them.
 class Children {
 public:
     ~Children() {
@@ -173,7 +173,7 @@ public:
             ::waitpid(child, nullptr, 0);
         }
     }
-    /// A process that does `work` again and again.
+    /// Starts a child that repeats `work` until a CIMException ends it.
     void startRepeating(const std::function<void()>& work) {
         const pid_t child = ::fork();
         while (child == 0) {
@@ -194,7 +194,7 @@ private:
 
 TEST_F(Clients, ThatCallWithoutAPauseLeaveOthersTheirTurn) {
     Children children;
-    // One waits for each answer, one has the next calls there already.
+    // One waits for each answer, the other has always sent its next calls.
     children.startRepeating([handle = daemon.connect()] { handle->ping(); });
     auto flooding = std::make_shared<RawClient>(daemon.socket());
     children.startRepeating([flooding, call = pingCall()] {
@@ -229,7 +229,7 @@ protected:
         }
         holders.clear();
     }
-    /// Makes so many connections as that user, in a process of its own that keeps them.
+    /// Starts a child that makes `count` connections as that user and keeps them.
     void hold(uid_t uid, int count) {
         int ready[2];
         ASSERT_EQ(0, ::pipe(ready));
@@ -267,16 +267,16 @@ protected:
 TEST_F(FewPlaces, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
     const uid_t one = getpwnam("daemon")->pw_uid;
     const uid_t another = getpwnam("games")->pw_uid;
-    hold(one, 200);  // and gets 128
+    hold(one, 200);  // gets 128
     EXPECT_EQ(1, pingAs(one)) << "one of its own must go first";
     EXPECT_EQ(0, pingAs(another));
-    hold(getpwnam("nobody")->pw_uid, 100);  // and gets what is left, but for root
+    hold(getpwnam("nobody")->pw_uid, 100);  // gets the rest, except root's
     EXPECT_EQ(1, pingAs(another));
     EXPECT_EQ(0, pingAs(0));
     EXPECT_EQ(1u, daemon.connect()->enumClassNamesA("root", "").size());
     EXPECT_EQ(1u, refusalsInLog());
     TearDown();
-    // The daemon hears of a new client before it hears of the ends of two hundred old ones.
+    // The daemon may accept a new client before it notices that two hundred old ones have ended.
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     int status = 1;
     while (status != 0 && std::chrono::steady_clock::now() < limit) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Configuration files: what counts, and that nothing in them is a failure.
+// Configuration files: which values count. Nothing in them makes reading fail.
 #include "owcimomd/process/Configuration.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How connections are shared out, and how often the log tells of those that were refused.
+// How connections are divided between users, and how often refusals are logged.
 #include "owcimomd/connections/ConnectionQuota.hpp"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ using OwCimomd::User;
 
 using Taken = std::vector<ConnectionQuota::Slot>;
 
-/// Takes as many as the user gets.
+/// Takes as many connections as the user gets.
 Taken takeAll(ConnectionQuota& quota, uid_t uid, bool isStranger = false) {
     Taken taken;
     while (auto slot = quota.take(User{uid, "somebody"}, isStranger)) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The daemon as a process: how it starts, what it holds, how it ends and what it keeps.
+// The daemon as a process: its start, what it locks and keeps open, its end, and what survives it.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -26,7 +26,7 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using Clock = std::chrono::steady_clock;
 
-/// Runs the daemon's program to its end and returns its exit status; a started daemon stays.
+/// Runs the daemon's program until it ends or has started a daemon. Returns its exit status.
 int runProgram(const StringArray& arguments, String& output) {
     blocxx::Process::Command command;
     command.argv = {KOV_OWCIMOMD};
@@ -98,7 +98,7 @@ TEST_F(BackgroundDaemon, IsReadyWhenItsStarterEnds) {
 
 TEST_F(BackgroundDaemon, HoldsNothingOfItsStarter) {
     int ends[2];
-    ASSERT_EQ(0, ::pipe(ends));  // inheritable, as a careless starter has it
+    ASSERT_EQ(0, ::pipe(ends));  // inheritable, as in a careless program
     const pid_t starter = ::fork();
     if (starter == 0) {
         ::dup2(ends[1], STDOUT_FILENO);
@@ -191,7 +191,7 @@ TEST_F(Daemon, LosesNothingThatItHasAcknowledgedWhenItIsKilled) {
     addSchema(*tree.connect(), "root");
     uint32_t acknowledged = 0;
     for (int round = 0; round < 5; ++round) {
-        // Killed by another process in the middle of the work.
+        // Another process kills the daemon in the middle of its work.
         const pid_t killer = ::fork();
         if (killer == 0) {
             ::usleep(50000 + 20000U * static_cast<unsigned>(round));
@@ -204,7 +204,7 @@ TEST_F(Daemon, LosesNothingThatItHasAcknowledgedWhenItIsKilled) {
         }
         ::waitpid(killer, nullptr, 0);
         tree.end(SIGKILL);
-        // Whoever opens it next finds it all: a tool here, the daemon there.
+        // In turn, a tool and the daemon open the repository next. Both find everything.
         size_t found = 0;
         if (round % 2 == 0) {
             OpenRepository opened(tree.repository());

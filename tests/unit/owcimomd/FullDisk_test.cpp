@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The daemon on a file system of its own that is full.
+// The daemon on a full file system.
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -20,8 +20,8 @@ class FullDisk : public ::testing::Test {
 protected:
     FullDisk() : daemon(LiveDaemon::Start::LATER) {}
 
-    /// The repository moves to a small file system, in a mount namespace that only this process and
-    /// those that it starts see.
+    /// Moves the repository to a small file system, in a mount namespace of this process and its
+    /// children.
     void SetUp() override {
         if (::unshare(CLONE_NEWNS) != 0 ||
             ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
@@ -41,7 +41,7 @@ protected:
         ASSERT_EQ(0, ::mount("small", daemon.repository().c_str(), "tmpfs", flags, size));
     }
     String file() const { return daemon.repository() + "/" + CIMRepository::FILE_NAME; }
-    /// Creates instances until one is refused; the number of all that were acknowledged.
+    /// Creates instances, numbered from `first`, until one is refused. Returns that one's number.
     uint32_t fill(uint32_t first = 0) {
         const auto handle = daemon.connect();
         uint32_t number = first;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The namespaces as the daemon's own instances.
+// Namespaces as instances of CIM_Namespace, which the daemon provides.
 #include <gmock/gmock.h>
 
 #include "openwbem/model/CIMNameSpaceUtils.hpp"

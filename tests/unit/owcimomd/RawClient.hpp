@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A bare connection to the daemon, and what can be sent through it.
+// A connection to the daemon through which any bytes can be sent, and bytes to send.
 #pragma once
 
 #include <sys/types.h>
@@ -24,12 +24,12 @@ public:
 
     ssize_t send(std::string_view bytes, bool isWaiting = true);
     void takeWhatIsThere();
-    /// Whether the daemon ends the connection, after whatever it has to say.
+    /// Reads until the daemon sends no more. Returns whether it has ended the connection.
     bool isEnded();
 
-    /// Pings; returns whether the answer is one to this ping, and no failure.
+    /// Pings. Returns whether the next message is the answer to that, and not a failure.
     bool ping();
-    /// The text of the failure that the next answer tells of; empty when there is none.
+    /// Reads the next answer. Returns the message of its failure, empty when it has none.
     String failure();
 
 private:
@@ -40,7 +40,7 @@ private:
     uint64_t m_lastId = 0;
 };
 
-/// 32 bit numbers in the order of the wire.
+/// The bytes of 32-bit numbers, as in a Cap'n Proto message.
 String words(std::initializer_list<uint32_t> halves);
 String toBytes(capnp::MessageBuilder& message);
 String pingCall(uint64_t id = 0);

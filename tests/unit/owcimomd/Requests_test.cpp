@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Requests that are larger, longer or more than anybody needs: they are refused with a reason, and
-// what they cost has an end.
+// Requests that are too large, too long or too many are refused with a reason, and their cost is
+// bounded.
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
 #include <pwd.h>
@@ -65,7 +65,7 @@ protected:
         acl.setProperty("capability", CIMValue(capability));
         daemon.connect()->createInstance("root/security", acl);
     }
-    /// What that user is told, when it is told anything.
+    /// Runs `action` as that user. Returns the status, or 100 when the message lacks `text`.
     template <class Action>
     int statusFor(const char* user, const String& text, Action action) {
         return asUser(getpwnam(user)->pw_uid, [&] {
@@ -157,7 +157,7 @@ TEST_F(Requests, LetAHandleGoOnAfterARefusal) {
               }));
 }
 
-/// The beginning of a message of so many bytes.
+/// The beginning of a message of `bytes` bytes.
 String begun(size_t bytes) {
     return words({0, static_cast<uint32_t>(bytes / 8)}) + "half";
 }
@@ -207,14 +207,14 @@ TEST_F(Requests, OfOneUserWhoFillsItsShareKeepNobodyElseOut) {
 
 TEST_F(Requests, OfThoseWithoutTheRightAreRefusedBeforeTheyAreUnpacked) {
     grant("games", "r");
-    // Its own faults are not looked at.
+    // The list of properties is too long as well, but the right is checked first.
     const StringArray names(5000, "Note");
     EXPECT_EQ(2, statusFor("mail", "may not read instances",
                            [&](CIMOMHandleIFC& handle) { enumerateCars(handle, names); }));
 }
 
 TEST_F(Requests, ThatUnpackToMuchMoreThanTheyAreAreRefused) {
-    // Qualifiers without a name or a value take little on the way.
+    // Qualifiers without a name or a value take few bytes in a message.
     capnp::MallocMessageBuilder inner;
     auto properties = inner.initRoot<wire::Class>().initProperties(1000);
     for (auto property : properties) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What owmofc does to a repository that holds some of it already.
+// What owmofc does with objects that are in the repository already.
 #include "utilities/owmofc/ContentWriter.hpp"
 #include "utilities/common/LocalRepository.hpp"
 
@@ -28,7 +28,7 @@ protected:
     }
     ~ContentWriterTest() override { std::filesystem::remove_all(m_directory); }
 
-    /// Compiles the texts one after the other in one unit of work; gives back the summary.
+    /// Compiles and writes the texts one after the other in one unit of work. Returns the summary.
     String write(const StringArray& texts) {
         LocalRepository repository(m_directory);
         ContentWriter writer(repository);
@@ -42,7 +42,7 @@ protected:
         repository.close();
         return writer.summary();
     }
-    /// The CIM status of the failure; its text is in m_message.
+    /// The CIM status of the failure to write the texts. The message is in m_message.
     int failure(const StringArray& texts) {
         try {
             write(texts);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parsing privilege texts in tests: includes come from a map, and what goes wrong is a value.
+// Parsing privilege texts in tests: includes come from a map, and failures are values.
 #pragma once
 
 #include <map>
@@ -12,7 +12,7 @@
 
 namespace OpenWBEM::PrivilegeConfig {
 
-/// Serves the texts of a map, and writes down what it is asked.
+/// Serves included texts from a map by name, and records the calls.
 class MapIncludes : public IncludeHandler {
 public:
     explicit MapIncludes(std::map<String, String> texts = {}) : m_texts(std::move(texts)) {}
@@ -40,7 +40,7 @@ inline Privileges parsed(const String& text, std::map<String, String> includes =
     return result;
 }
 
-/// "LINE:COLUMN: MESSAGE", or "parsed".
+/// "LINE:COLUMN: MESSAGE" of the failure to parse, or "parsed".
 inline String errorOf(const String& text, std::map<String, String> includes = {}) {
     try {
         parsed(text, std::move(includes));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Texts made to hurt: each gives a result or one error, soon.
+// Hostile texts: each gives a result or one error, soon.
 #include <gtest/gtest.h>
 
 #include "tests/unit/privilege/Parsing.hpp"
@@ -73,7 +73,7 @@ TEST(PrivilegeHostile, IncludesThatDoubleAreBounded) {
               "4194304 bytes");
 }
 
-/// Gives the same byte for ever.
+/// Never ends.
 class EndlessBuffer : public std::streambuf {
 protected:
     int_type underflow() override {
@@ -152,7 +152,7 @@ TEST(PrivilegeHostile, CutAtEveryLengthItParsesOrExplainsItself) {
         parsedCount += error == "parsed" ? 1 : 0;
         EXPECT_NE(error, "");
     }
-    // Only where a statement has ended, or a comment or a white space is cut.
+    // It parses only after a whole statement, and within a comment or white space between those.
     EXPECT_EQ(parsedCount, 11U);
 }
 

@@ -26,7 +26,7 @@ protected:
             std::distance(fs::directory_iterator(m_configs), fs::directory_iterator()));
     }
 
-    /// Setting the snippet fails before anything was made; the cause tells what is wrong.
+    /// Expects that setting the snippet fails before anything is created, for that reason.
     void expectNameRefused(const String& name, const String& problem) {
         try {
             setConfigFileFromString(name, "x", prefix());
@@ -47,7 +47,7 @@ protected:
     CapturedLog m_log;
 };
 
-/// Calls `operation` and expects a FennikException of that code and message.
+/// Calls `operation` and expects a FennikException with this code and message.
 template <class Operation>
 void expectFennik(int code, const String& message, Operation operation) {
     try {
@@ -197,7 +197,7 @@ TEST_F(ConfigFile, NameThatIsNoFileNameStaysInsideTheDirectory) {
     EXPECT_EQ(readFile(m_configs.parent_path() / "x.conf"), "not a snippet");
 }
 
-/// Reading and removing the snippet say that there is something else in its place, and leave it.
+/// Expects that reading and removing the snippet say what is in its place, and leave that there.
 void expectUntouched(const String& prefix, const fs::path& snippet, const String& what) {
     const String message = "\"" + snippet.string() + "\" is " + what +
                            " and not a file: fennik neither reads nor removes it. Remove it, or "

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Removing a product with everything that was ever registered for it.
+// Removing a product with everything that is registered for it.
 #include <gmock/gmock.h>
 
 #include "fennik/namespace/FNNamespaceRegistration.hpp"

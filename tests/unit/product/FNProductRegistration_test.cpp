@@ -24,7 +24,7 @@ protected:
         registerProduct(repository.handle(), product, users, m_tree.prefix());
     }
 
-    /// Registers and expects a FennikException of that code and message.
+    /// Registers and expects a FennikException with this code and message.
     void expectFailure(OpenRepository& repository, const String& product, int code,
                        const String& message) {
         try {
@@ -134,7 +134,7 @@ const BadName BAD_NAMES[] = {
     {"a\xef\xbf\xbf!", "has a code in it that is no character"},
 };
 
-// The message is that of a file that cannot be created; what is wrong with the name is its cause.
+// The message says that a file cannot be created; its cause says what is wrong with the name.
 TEST_F(ProductRegistration, NameThatCannotBeUsedIsRefusedBeforeTheFirstChange) {
     Array<BadName> rows{{".", "stands for a directory"},
                         {"..", "stands for a directory"},
@@ -196,8 +196,8 @@ TEST_F(ProductRegistration, LongNamesAndThoseThatXmlHoldsCanBeRegistered) {
     EXPECT_EQ(products().size(), 4U);
 }
 
-// Each operation on the handle fails in turn, until a registration meets no fault: each time the
-// repository, as the handle sees it and as it is on disk, and all files are as before.
+// Each call of the handle fails in turn, until a registration meets no fault. Each time the
+// repository, as the handle shows it and as it is on disk, and all files are as before.
 TEST_F(ProductRegistration, FaultAtAnyCallLeavesEverythingAsItWas) {
     const auto filesBefore = m_tree.files();
     unsigned faults = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Rebuilding registration records from what the repository and the privilege files hold.
+// Rebuilding registration records from the repository and the privilege files.
 #include <gmock/gmock.h>
 
 #include "openwbem/mof/MOFRenderer.hpp"

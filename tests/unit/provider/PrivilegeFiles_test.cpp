@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where privilege files lie, how they are written, and the check of what goes into them.
+// The paths of privilege files, writing them, and the check of their content.
 #include "fennik/provider/PrivilegeFiles.hpp"
 
 #include <sys/resource.h>

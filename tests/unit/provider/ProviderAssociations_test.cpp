@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the associations of a registration MOF may lead to: the process and the capabilities of that
-// file and nothing else.
+// Associations in a registration MOF may lead to the process and the capabilities of that file and
+// to nothing else.
 #include "openwbem/mof/MOFCompiler.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 #include "tests/unit/provider/ProviderFixture.hpp"
@@ -55,7 +55,7 @@ protected:
         EXPECT_EQ(m_repository.content(), before);
     }
 
-    /// One between the two that is the last of the text.
+    /// Expects that an association between these is refused when it is the last instance of a MOF.
     void refuseBetween(const String& process, const String& capabilities, const String& foreign) {
         CIMObjectPath path("OpenWBEM_OOPProviderProcessCapabilities");
         path.setKeyValue("ManagedElement", CIMValue(CIMObjectPath::parse(process)))
@@ -81,7 +81,7 @@ TEST_F(ProviderAssociations, MayLeadToWhatTheFileDeclaresInAnySpelling) {
             SCOPED_TRACE(association);
             EXPECT_NO_THROW(
                 compile(processMof("Proc") + capabilitiesMof("sample:caps") + association));
-            // The order of declarations does not matter behind the process.
+            // After the process, the order of declarations does not matter.
             EXPECT_NO_THROW(
                 compile(processMof("Proc") + association + capabilitiesMof("sample:caps")));
         }
@@ -131,7 +131,7 @@ TEST_F(ProviderAssociations, MayNotLeadOutOfTheNamespaceOrTheHost) {
     refuseBetween("//host/root:" + PROCESS, CAPABILITIES, "//host/root:" + PROCESS);
 }
 
-// Which class says that the instance is an association does not matter.
+// Associations of any class are checked.
 TEST_F(ProviderAssociations, OfAnyClassMayNotLeadElsewhere) {
     create(
         "[Association] class Sample_Use : OpenWBEM_OOPProviderProcessCapabilities {};\n"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Replacing providers whose classes change: an instance of one provider gets the defaults of the
-// class that another provider of the same list brings, not of the one that it replaces.
+// Replacing providers whose classes change: an instance gets the defaults of the class that another
+// provider of the same list declares, not those of the replaced class.
 #include <gmock/gmock.h>
 
 #include "tests/unit/provider/ProviderFixture.hpp"
@@ -15,14 +15,14 @@ String disk(const String& body) {
 
 class ProviderDefaults : public ProviderFixture {
 protected:
-    /// The class comes with one provider and its instances with another, which is compiled against
-    /// the class that is there.
+    /// Registers the class with one provider and `rest` with another, which is compiled against the
+    /// class that is in the repository.
     void replace(const String& classBody, const String& rest) {
         registerList(m_repository, entry("disk", registrationMof("Disk"), disk(classBody)) +
                                        entry("more", registrationMof("More"), providerMof(rest)));
         m_undo.clear();
     }
-    /// The class alone, so that it is there.
+    /// Registers the class alone.
     void begin(const String& classBody) {
         registerList(m_repository, entry("disk", registrationMof("Disk"), disk(classBody)));
         m_undo.clear();

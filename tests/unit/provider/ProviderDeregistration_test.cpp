@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Removing and replacing providers, alone and where they depend on each other, and what the undo
-// list brings back.
+// Removing and replacing providers, alone and when they depend on each other, and what the undo
+// list restores.
 #include <gmock/gmock.h>
 
 #include "blocxx/FileSystem.hpp"
@@ -31,8 +31,8 @@ protected:
         EXPECT_EQ(privilegeFiles(), expected.files);
     }
 
-    /// Removes all providers, which leaves the state that the test began with; then the undo brings
-    /// everything back.
+    /// Removes all providers and expects the state from before they were registered. Then runs the
+    /// undo list and expects the registered state.
     void expectRemovalAndUndo() {
         const State registered = state();
         m_undo.clear();
@@ -45,7 +45,7 @@ protected:
         m_undo.clear();
     }
 
-    /// What somebody else needs stops the removal, which changes nothing.
+    /// Expects that the removal fails with that message and changes nothing.
     void expectStopped(const ::testing::Matcher<String>& message) {
         const State registered = state();
         m_undo.clear();
@@ -73,7 +73,7 @@ protected:
         }
     }
 
-    /// Removes the product's providers in an order of the test's own.
+    /// Removes the product's providers in that order.
     void removeInOrder(const std::vector<size_t>& order) {
         class Ordered : public ProviderRegistrationFacility {
         public:
@@ -97,14 +97,14 @@ protected:
         });
     }
 
-    /// Adds a provider to those that are there.
+    /// Adds a provider to the registered ones.
     void add(const String& line) {
         ProviderRegistrationFacility facility(m_repository.handle(), "sample", m_tree.prefix(),
                                               m_undo);
         facility.parseInputData(line).front()->registerProvider(&facility);
     }
 
-    /// Removes the two providers that are there in either order, with an undo of each.
+    /// Removes the two registered providers in either order, and undoes that.
     void expectEitherOrderOfRemoval() {
         const State registered = state();
         const std::vector<std::vector<size_t>> orders = {{0, 1}, {1, 0}};
@@ -119,7 +119,7 @@ protected:
         }
     }
 
-    /// How the text of every repair ends.
+    /// The end of every message that says how to repair something.
     String then() const {
         return "Then register the providers of the product again, or remove them:\n"
                "    fennik --kov-build-system-dest-dir " +
@@ -313,7 +313,7 @@ TEST_F(ProviderDeregistering, OtherProductsKeepTheirProviders) {
     EXPECT_EQ(listed(m_repository).size(), 1U);
 }
 
-// Two providers of one product that lean on each other.
+// Two providers of one product that depend on each other.
 
 TEST_F(ProviderDeregistering, SharedQualifierType) {
     const String qualifier = "Qualifier Shared : boolean = false, Scope(any);\n";

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Every step of replacing a product's providers, and of deregistering the product, fails once, by
-// number, until a run meets no failure. Each time everything is as it was before the command: the
-// repository, all files with their modes and contents, the list of providers.
+// Replacing a product's providers and deregistering the product, with each call failing in turn
+// until a run meets no failure. Each time everything is as before the command: the repository, all
+// files with their modes and contents, the list of providers.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -57,7 +57,8 @@ protected:
     }
     ~ProviderFaults() override { ::umask(m_umask); }
 
-    /// Its class can go before or after its superclass, which belongs to another provider.
+    /// Adds a provider whose class has a superclass of another provider. Their order on removal is
+    /// free.
     void addProviderThatLeansOnAnother(OpenRepository& repository) {
         ProviderRegistrationFacility facility(repository.handle(), "sample", m_tree.prefix(),
                                               m_undo);
@@ -81,7 +82,7 @@ protected:
                entry("plain", registrationMof("Plain"), "");
     }
 
-    /// The list that replaces them: one provider stays, one goes and two come.
+    /// Writes the replacement list: two providers stay, two go and one is new.
     void registerListFile() {
         writeFile(m_tree.prefix() + "/replacement",
                   entry("disk", registrationMof("Disk", MONITORED),
@@ -100,7 +101,7 @@ protected:
 
     using Command = std::function<void(OpenRepository&)>;
 
-    /// One run of the command with its commit; the failure that ended it, empty when none did.
+    /// Runs the command and commits. Returns the failure that ended it, empty when there was none.
     String run(OpenRepository& repository, const Command& command) {
         m_undo.clear();
         m_log.clear();
@@ -115,7 +116,7 @@ protected:
         return {};
     }
 
-    /// What an undisturbed run leaves; the tree is then as before.
+    /// The content and the files that a run without failure leaves. Restores the tree afterwards.
     std::pair<Files, Files> undisturbed(const Command& command) {
         std::pair<Files, Files> after;
         {
@@ -129,7 +130,7 @@ protected:
         return after;
     }
 
-    /// A successful run's repository file differs from another's in nothing that can be seen.
+    /// Leaves out the repository file: its bytes differ between successful runs, not its content.
     static Files withoutRepository(Files files) {
         std::erase_if(files,
                       [](const auto& file) { return file.first.ends_with("repository.db"); });
@@ -150,7 +151,7 @@ protected:
         EXPECT_EQ(m_tree.files(), m_filesBefore);
     }
 
-    /// As a later command finds everything.
+    /// Compares the files, and the list of providers through a new handle.
     void expectAsBefore() {
         EXPECT_EQ(m_tree.files(), m_filesBefore);
         OpenRepository repository(m_tree);
@@ -169,11 +170,11 @@ protected:
     StringArray m_listedBefore;
 };
 
-/// What is the same for both commands, and what each of them promises.
+/// What a command promises.
 struct Promise {
     const char* name;
-    bool undoneInTheRepository;  ///< false where the caller throws a working copy away
-    unsigned least;              ///< fewer failures would mean that steps went missing
+    bool undoneInTheRepository;  ///< false when the caller drops the working copy instead
+    unsigned least;              ///< fewer failures than this mean that steps are missing
 };
 
 constexpr unsigned MOST = 2000;
@@ -199,14 +200,14 @@ protected:
                 SCOPED_TRACE(failed);
                 if (succeeded) {
                     EXPECT_EQ(repository.content(), after.first);
-                    // Such a failure may mean that the type is in use; it is tried again later.
+                    // It may mean that the type is in use, so the tool tries again later.
                     EXPECT_TRUE(!met || failed == "deleteQualifierType") << "ignored";
                 } else if (promise.undoneInTheRepository && failed != "commit") {
                     EXPECT_EQ(repository.content(), m_contentBefore);
                     EXPECT_TRUE(m_log.errors().empty()) << m_log.errors().front();
                 }
                 if (!succeeded && failed == "commit" && !promise.undoneInTheRepository) {
-                    // The last step but one has no undo: this file stays away.
+                    // The step before the commit has no undo: this file stays removed.
                     putBackAllowedUsersFile();
                 }
                 m_undo.clear();
@@ -224,7 +225,7 @@ protected:
             ++rolledBack;
             expectAsBefore();
             if (HasFailure()) {
-                return;  // one failure in full is worth more than hundreds
+                return;  // one failure is enough to read
             }
         }
         report(promise.name, rolledBack);
@@ -281,8 +282,7 @@ TEST_F(EveryHandleCall, FailsOnceWhileDeregistering) {
          {"deregistering, each call on the repository", false, 60});
 }
 
-// The undo meets the failures, too. What is not committed is gone; the files come back all the
-// same.
+// The undo fails, too. Uncommitted changes are dropped, and the files are restored nevertheless.
 TEST_F(EveryHandleCall, FailsWithAllAfterItWhileReplacing) {
     walkOnwards([this](OpenRepository& repository) { replace(repository); },
                 "replacing, each call on the repository and all after it");
@@ -325,8 +325,8 @@ protected:
                 if (call.empty()) {
                     break;
                 }
-                // What was read already may be let go of badly, and there is no way back from
-                // removing the last file, so that its directory need not be synced.
+                // Closing a file that was read may fail. So may the sync after removing the last
+                // file, since that is not undone.
                 EXPECT_TRUE(call == "close" || fs::path(file) == m_tree.configDirectory())
                     << call << " " << file;
                 ++harmless;
@@ -346,8 +346,8 @@ protected:
     }
 
 private:
-    /// A new privilege file whose writing failed half way stays, and the message names it: only the
-    /// administrator knows whether a file that is not whole is worth keeping.
+    /// Removes a new privilege file that could not be written completely. It stays on purpose, and
+    /// the message names it: the administrator decides whether to keep it.
     void removeKnownLeftOver(const String& call, const fs::path& file, const String& failure) {
         const String relative = fs::relative(file, m_tree.prefix()).string();
         if ((call != "write" && call != "fsync" && call != "close") ||

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tests of providers have in common: a staged tree in which the product "sample" has the
-// namespaces "sample" and "sample/two", and the files that a product hands over for its providers.
+// Shared by the tests of providers: a staged tree in which the product "sample" has the namespaces
+// "sample" and "sample/two", and the files that a product needs to register providers.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,8 +19,7 @@ namespace KOVNS2::Testing {
 using MofProperties = std::map<String, String>;
 
 String instanceMof(const String& className, const MofProperties& properties);
-/// A registration instance that is right, with some properties changed. `name` is what follows the
-/// product and the colon in its InstanceID.
+/// A valid registration instance with some properties changed. Its InstanceID is "sample:NAME".
 String registrationMof(const String& name, const MofProperties& changed = {});
 String processMof(const String& name, const MofProperties& changed = {});
 /// A process with capabilities "NAME-caps" and the association between them.
@@ -33,7 +32,7 @@ String classMof(const String& name);
 inline const MofProperties MONITORED{{"UserContext", "4"}};
 inline const char* const PRIVILEGES = "unpriv_user { nobody }\n";
 
-/// Calls `operation` and expects an exception of that type, code and message.
+/// Calls `operation` and expects an exception of this type, code and message.
 template <class Exception = FennikException, class Operation>
 void expectFailure(int code, const String& message, Operation operation) {
     try {
@@ -45,7 +44,7 @@ void expectFailure(int code, const String& message, Operation operation) {
     }
 }
 
-/// The file and the line that the exception out of `operation` carries.
+/// Calls `operation`, which must throw. Returns the exception's source file and line.
 template <class Operation>
 std::pair<String, int> placeOf(Operation operation) {
     try {
@@ -61,19 +60,19 @@ class ProviderFixture : public ::testing::Test {
 protected:
     ProviderFixture();
 
-    /// Writes the files of one provider below the prefix; gives back its line of a list. Without a
-    /// privilege text there is no such file.
+    /// Writes the files of one provider below the prefix; without a privilege text no privilege
+    /// file. Returns the provider's line of a list.
     String entry(const String& name, const String& regMof, const String& provMof,
                  const String& privileges = String()) const;
-    /// Replaces the product's providers by those of the list and runs the undo list on failure.
+    /// Replaces the product's providers by those of the list. Runs the undo list on failure.
     void registerList(OpenRepository& repository, const String& list,
                       const String& product = "sample");
     void deregisterAll(OpenRepository& repository, const String& product = "sample");
     StringArray listed(OpenRepository& repository, const String& product = "sample") const;
 
-    /// The file that lets the agent start the provider "sample:NAME".
+    /// The path of the file that lets the agent start the provider "sample:NAME".
     std::filesystem::path oopFile(const String& name) const;
-    /// The privilege file of its own of the provider "sample:NAME".
+    /// The path of the own privilege file of the provider "sample:NAME".
     std::filesystem::path ownFile(const String& name) const;
     /// The content of every privilege file, by its path below the privilege directory.
     std::map<String, String> privilegeFiles() const;

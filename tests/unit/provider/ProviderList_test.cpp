@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From the text of a provider registration list to registration records.
+// Reading a provider list into registration records.
 #include <gmock/gmock.h>
 
 #include "blocxx/FileSystem.hpp"
@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 
 constexpr int INVALID_INPUT = 14;
 
-/// Keeps the paths of each entry instead of reading them.
+/// Records the paths of each entry instead of reading the files.
 class EntryReader : public ProviderRegistrationFacility {
 public:
     explicit EntryReader(CleanupActions_t& undo)
@@ -117,7 +117,7 @@ TEST_F(ProviderList, LogsEveryLine) {
     }
 }
 
-/// Keeps what an entry's files hold instead of compiling it.
+/// Records the content of an entry's files instead of compiling it.
 class TextReader : public ProviderRegistrationFacility {
 public:
     TextReader(const String& destDir, CleanupActions_t& undo)

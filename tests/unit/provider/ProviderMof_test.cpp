@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compiling and checking what a list's entry names, before anything changes.
+// Compiling and checking the files of a list's entry before anything changes.
 #include <gmock/gmock.h>
 
 #include <set>
@@ -175,7 +175,7 @@ TEST_F(ProviderMof, FirstBrokenRuleOfARegistrationMofIsTold) {
     const MofProperties wrong{{"Protocol", "\"other\""}};
     refuse(registrationMof("A", wrong) + processMof("B"),
            "\"ProviderRegistration\" types must contain only that instance.  PATH has 2.");
-    // The leading instance is examined before those behind it.
+    // The first instance is checked before those after it.
     refuse(processMof("A", wrong) + processMof("B"),
            "Instance sample:A: Protocol property must be owcpp1");
 }
@@ -253,8 +253,8 @@ TEST_F(ProviderMof, FirstBrokenRuleOfAProviderMofIsTold) {
                    "PATH must contain only one #pragma namespace");
 }
 
-// A pragma behind another on one line does not begin its line, but the text after the first match
-// does: "^" matches where that text begins.
+// A second pragma on one line is not at the beginning of the line, but the search goes on after the
+// first match, and "^" matches there.
 TEST_F(ProviderMof, SecondPragmaOnTheLineOfTheFirst) {
     refuseProvider("#pragma namespace(\"sample\")#pragma namespace(\"sample\")\n",
                    "PATH must contain only one #pragma namespace");
@@ -352,7 +352,7 @@ TEST_F(ProviderMof, StartPrivilegesToTheByte) {
     }
 }
 
-// Each of these would be read as something else than the one command that is meant.
+// Each of these would be parsed as something other than the one intended command.
 TEST_F(ProviderMof, StartPrivilegesThatWouldSayMoreAreRefused) {
     const String plain =
         " property cannot be written into a privilege file: it must be a text without blanks, "
@@ -419,7 +419,7 @@ TEST_F(ProviderMof, LogsTheRegistrationMof) {
               "ProviderRegistration: Provider mof contains:\n" + registrationMof("Disk"));
 }
 
-// The pragma has to be found in the size of text that a whole schema has.
+// The pragma must be found in a text as large as a whole schema.
 TEST_F(ProviderMof, LargeTextsAreSearchedLineByLine) {
     String text = "#pragma namespace(\"sample\")\n";
     for (int i = 0; i < 200000; ++i) {

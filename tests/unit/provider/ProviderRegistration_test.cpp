@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Registering: what one provider leaves in the repository and in the privilege directory, and how
-// the undo list takes it back.
+// Registering: what one provider adds to the repository and the privilege directory, and how the
+// undo list removes it.
 #include <gmock/gmock.h>
 
 #include "fennik/provider/ProviderModel.hpp"
@@ -69,7 +69,7 @@ TEST_F(ProviderRegistering, RecordTellsWhatBelongsToTheProvider) {
     EXPECT_EQ(value(made, "ProductName"), "\"sample\"");
     EXPECT_EQ(value(made, "RegistrationInstanceID"), "\"sample:Disk\"");
     EXPECT_EQ(value(made, "RegistrationClassName"), "\"OpenWBEM_OOPProviderRegistration\"");
-    // Empty, not NULL: a listing takes NULL for damage.
+    // Empty, not NULL: a listing refuses NULL as damage.
     EXPECT_EQ(value(made, "ProviderMofNamespace"), "\"\"");
     EXPECT_EQ(value(made, "ProviderMofInstanceNames"), "{}");
     EXPECT_EQ(value(made, "ProviderMofClassNames"), "{}");
@@ -101,7 +101,7 @@ TEST_F(ProviderRegistering, PrivilegeTextBecomesAFileThatTheRegistrationNames) {
                             Pair("owcimomd/oop1-sample_Disk",
                                  "monitored_exec_check_args { /usr/lib/sample/provider  @ "
                                  "oop1-sample_Disk }\n")));
-    // As the installed system will see it, without the prefix.
+    // The path on the installed system, without the prefix.
     EXPECT_EQ(
         read(m_repository, "root", R"(OpenWBEM_OOPProviderRegistration.InstanceID="sample:Disk")")
             .getPropertyValue("MonitorPrivilegesFile")
@@ -262,7 +262,7 @@ TEST_F(ProviderRegistering, HostileIdentifiersDoNoHarm) {
     EXPECT_EQ(m_repository.content(), m_before);
 }
 
-// Two identifiers may differ in nothing but characters that become underscores.
+// Two identifiers may differ only in characters that become underscores.
 TEST_F(ProviderRegistering, IdentifiersWithTheSameFileNameAreRefusedByTheFile) {
     const String list =
         entry("a", registrationMof("x y"), "") + entry("b", registrationMof("x_y"), "");
@@ -337,7 +337,7 @@ TEST_F(ProviderRegistering, GivenRegistrationsAreAdded) {
     EXPECT_THAT(privilegeFiles(), IsEmpty());
 }
 
-// The undo itself fails: every step that is left is still tried, and told.
+// When undo steps fail, the remaining ones still run, and each failure is reported.
 TEST_F(ProviderRegistering, UndoThatFailsTellsWhatToDoByHand) {
     registerList(m_repository,
                  entry("disk", registrationMof("Disk"),

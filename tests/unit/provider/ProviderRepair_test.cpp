@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What belongs to a provider and is gone: what is told, and that doing it mends it.
+// When something of a provider is gone, the message says how to repair it, and that works.
 #include <gmock/gmock.h>
 
 #include "blocxx/FileSystem.hpp"
@@ -21,7 +21,8 @@ class ProviderRepair : public ProviderFixture {
 protected:
     ProviderRepair() : m_before(m_repository.content()) {}
 
-    /// What listing fails with; replacing and removing fail with the same, and change nothing.
+    /// The message that listing fails with. Replacing and removing fail with it, too, and change
+    /// nothing.
     String failure(int code) {
         const auto before = m_repository.content();
         m_undo.clear();
@@ -45,7 +46,7 @@ protected:
         return message;
     }
 
-    /// Compiles the MOF that stands in the message between the text and the command.
+    /// Compiles the MOF in the message, between the explanation and the command.
     void follow(const String& ns, const String& message) {
         const size_t begin = message.find("compile it:\n") + String("compile it:\n").size();
         const size_t end = message.find("    owmofc --dest-dir " + m_tree.prefix() + " -n " + ns);
@@ -54,7 +55,7 @@ protected:
         compile(ns, message.substr(begin, end - begin));
     }
 
-    /// As owmofc does: what is there already stays.
+    /// Adds what the MOF declares to the repository.
     void compile(const String& ns, const String& mof) {
         const auto handle = m_repository.handle();
         Array<CIMInstance> instances;

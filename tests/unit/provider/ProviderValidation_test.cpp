@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rules that a registration instance has to obey, each with its message, and their order.
+// The rules for a registration instance, each with its message, and their order.
 #include <set>
 
 #include "tests/unit/provider/ProviderFixture.hpp"
@@ -17,7 +17,7 @@ protected:
     static constexpr Flag PLAIN = ProviderRegistrationFacility::E_NOT_MONITORED;
     static constexpr Flag WITH_PRIVILEGES = ProviderRegistrationFacility::E_MONITORED;
 
-    /// The facility of that product, in the staged tree or on the living system.
+    /// Checks `mof` for that product, below a prefix or, when it is empty, on the live system.
     void build(const String& mof, Flag monitored, const String& product, const String& prefix) {
         ProviderRegistrationFacility(m_repository.handle(), product, prefix, m_undo)
             .buildInstancesForOOPRegistration(mof, "PATH", monitored);
@@ -159,7 +159,7 @@ TEST_F(ProviderValidation, ProviderTypesLieBetweenOneAndEight) {
         "Disk", {{"ProviderTypes", "{7}"}, {"IndicationExportHandlerClassNames", "{\"X\"}"}}));
     accept(registrationMof(
         "Disk", {{"ProviderTypes", "{7}"}, {"IndicationExportHandlerClassNames", "{}"}}));
-    // In the order of the values.
+    // Values are checked in their order.
     refuse({{"ProviderTypes", "{7, 9}"}},
            "Instance sample:Disk: Indication Export providers must set the "
            "IndicationExportHandlerClassNames property");
@@ -205,7 +205,7 @@ TEST_F(ProviderValidation, PrivilegeFileIsNotForTheProductToName) {
     accept(registrationMof("Disk", {{"MonitorPrivilegesFile", "NULL"}}));
 }
 
-// Everything is wrong at first; each round puts right what was told.
+// All properties are wrong at first. Each round corrects the one that the message names.
 TEST_F(ProviderValidation, RulesAreCheckedInTheirOrder) {
     MofProperties all{{"InstanceID", "\"other:Disk\""},
                       {"Process", "\"/opt/tarvo/kov/x\""},

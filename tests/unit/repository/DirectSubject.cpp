@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The suite of operations on a repository opened directly.
+// Runs the tests of operations on a repository opened directly.
 #include "tests/unit/repository/RepositoryFixture.hpp"
 
 namespace KovTest {

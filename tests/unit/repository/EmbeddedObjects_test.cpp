@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Embedded objects stay valid: what would make one of them invalid is refused, wherever it stands,
-// and is allowed once it is gone.
+// Embedded objects stay valid: a change that would make one of them invalid is refused, wherever
+// the object is, and is allowed once the object is gone.
 #include <gtest/gtest.h>
 
 #include "tests/unit/repository/RepositoryFixture.hpp"
@@ -139,7 +139,7 @@ TEST_F(EmbeddedObjectsTest, EmbeddedInstancesAreCompletedWhenTheyAreWritten) {
     expectStored();
 }
 
-// Each instance of it brings the default with it, and that one as well.
+// Each instance of the class has the default, and so has the instance in the default.
 TEST_F(EmbeddedObjectsTest, DefaultThatEmbedsItsOwnClassIsNoEndlessWork) {
     handle.createClass("test",
                        makeClass("Ring", "",
@@ -326,7 +326,7 @@ TEST_F(EmbeddedObjectsTest, OtherNamespacesAreNotAffected) {
     expectDeletable("Lone", false);
 }
 
-/// With a second handle on the same repository.
+/// Two handles on one repository.
 class EmbeddedObjectsElsewhere : public RepositoryTest {
 protected:
     static int deletion(OpenRepository& opened) {
@@ -338,7 +338,7 @@ TEST_F(EmbeddedObjectsElsewhere, WhatAnotherHasWrittenCounts) {
     const auto first = openWithSchema();
     addHolders(**first);
     (*first)->createClass("test", makeClass("Free", "", {}));
-    (*first)->deleteClass("test", "Free");  // looks for the names
+    (*first)->deleteClass("test", "Free");  // makes it look up which classes are embedded
     (*first)->commit();
     OpenRepository second(m_directory.path());
     second->createInstance("test", holding("Any", CIMValue(CIMInstance("Lone"))));

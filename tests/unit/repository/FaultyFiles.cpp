@@ -20,12 +20,13 @@ struct State {
     int left = 0;
     std::unique_ptr<PowerCut> powerCut;
 };
-State state;  // NOLINT: the layer below a library has nobody to hand it in
+State state;  // NOLINT: SQLite calls the layer without an argument for it
 
 sqlite3_vfs layer;            // NOLINT
 sqlite3_vfs* real = nullptr;  // NOLINT
 
-/// Counts one operation; the result code that it fails with, or SQLITE_OK.
+/// Counts an operation. Returns `failure` or SQLITE_FULL if it has to fail, otherwise SQLITE_OK.
+/// May end the process instead.
 int strike(int failure) {
     if (!state.armed) {
         return SQLITE_OK;
@@ -62,7 +63,7 @@ int xRead(sqlite3_file* f, void* b, int n, sqlite3_int64 o) {
 }
 int xWrite(sqlite3_file* f, const void* b, int n, sqlite3_int64 o) {
     if (const int rc = strike(SQLITE_IOERR_WRITE); rc != SQLITE_OK) {
-        // Half of it reaches the file, as it may in life.
+        // Half of it reaches the file, as a real failure may leave it.
         below(f)->pMethods->xWrite(below(f), b, n / 2, o);
         return rc;
     }
@@ -152,7 +153,7 @@ int xDelete(sqlite3_vfs*, const char* name, int sync) {
     if (rc != SQLITE_OK || sync == 0) {
         return rc;
     }
-    // The file is gone, its directory is synced in an operation of its own.
+    // The sync of the directory counts as an operation of its own.
     const int synced = strike(SQLITE_IOERR_DIR_FSYNC);
     if (state.powerCut) {
         state.powerCut->directorySynced();

@@ -10,10 +10,10 @@ enum class Kind { FAIL_ONCE, FAIL_FOR_EVER, NO_SPACE, DIE, POWER_CUT };
 
 /// Installs the layer; call it before the first repository is opened in this process.
 void install();
-/// From now on the n-th operation (from 1) and, depending on the kind, those after it fail. `seed`
+/// From now on the n-th operation (from 1) and, except for FAIL_ONCE, those after it fail. `seed`
 /// chooses what a power cut leaves.
 void arm(Kind kind, int n, unsigned seed = 0);
-/// No more faults. True when the fault was reached.
+/// Ends the faults. Returns whether one was reached.
 bool disarm();
 
 }  // namespace KovTest::FaultyFiles

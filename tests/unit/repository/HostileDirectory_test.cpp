@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What somebody who may write the repository directory puts there to have whoever opens the
-// repository touch another file, wait, or carry something out.
+// An attacker who can write the repository directory cannot make a process that opens the
+// repository touch another file, hang, or run code.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sqlite3.h>
@@ -29,7 +29,7 @@ String bigEndian(uint32_t number) {
     return bytes;
 }
 
-/// A journal without a page that names a super-journal
+/// A rollback journal without page content that names `file` as its super-journal
 /// (https://www.sqlite.org/fileformat2.html#the_rollback_journal).
 String journalNaming(const String& file, uint32_t pages) {
     const String magic("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
@@ -56,7 +56,7 @@ protected:
         std::ifstream in(precious());
         EXPECT_EQ(String(std::istreambuf_iterator<char>(in), {}), "precious");
     }
-    /// Writing or opening, in whatever use, fails; the message has `text`.
+    /// Expects that opening the repository or writing to it fails; the message has `text`.
     void expectRefusal(const String& text, RepositoryUse use = RepositoryUse::UNIT_OF_WORK) const {
         String message;
         const int status = statusOf(
@@ -69,7 +69,7 @@ protected:
         EXPECT_EQ(CIMException::FAILED, status);
         EXPECT_THAT(message, HasSubstr(text));
     }
-    /// As somebody who knows how to make the checksums.
+    /// Runs SQL on the file and updates the checksums, as an attacker can.
     void change(const String& sql) const {
         const RepositoryDirectory directory(m_directory.path());
         sqlite3* database = nullptr;
@@ -110,7 +110,7 @@ TEST_F(HostileDirectory, APipeThatAJournalNamesIsNotOpened) {
     expectRefusal("names another file");
 }
 
-/// Whether a lock of another process keeps this one, a child of it, from writing to the file.
+/// Whether a lock of this process keeps a child from writing to the file.
 bool isLockedForOthers(const String& file) {
     const pid_t child = ::fork();
     if (child == 0) {

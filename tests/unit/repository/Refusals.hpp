@@ -15,7 +15,7 @@ struct Refusal {
     std::function<void()> action;
 };
 
-/// For a subject with the schema in it, to which this adds what is needed. It must outlive them.
+/// The refusals for a subject with the schema, to which this adds objects. It must outlive them.
 Array<Refusal> refusals(Subject& subject);
 
 }  // namespace KovTest

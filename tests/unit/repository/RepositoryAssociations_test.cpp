@@ -112,7 +112,7 @@ TEST_F(RepositoryAssociations, AClassIsNotTakenForADeletedOne) {
     handle.deleteClass("test", "Truck");
     EXPECT_EQ(CIMException::NOT_FOUND, statusOf([&] { handle.getClass("test", "Truck"); }));
 
-    // It is given the number that the deleted one had.
+    // The new class reuses the number of the deleted one in the file.
     put("Bike", "Car", {});
     EXPECT_THAT(ends(personPath("ann"), vans), IsEmpty());
     handle.createClass("test", makeClass("truck", "Van", {property("Height", T::UINT8)}));
@@ -167,7 +167,7 @@ TEST_F(RepositoryAssociations, PathsFromTextFindWhatTypedPathsFind) {
     EXPECT_THAT(ends(carPath(3)), ElementsAre(ANN));
 }
 
-/// An association of associations, whose keys are references all the way down.
+/// Associations of associations: each has a reference to another one as a key.
 class NestedReferences : public RepositoryAssociations {
 protected:
     static constexpr const char* CLASSES[] = {"Owns", "Link1", "Link2", "Link3"};
@@ -189,7 +189,7 @@ protected:
             .setProperty("Inner", CIMValue(inner))
             .setProperty("Number", CIMValue(uint8_t{7}));
     }
-    /// The path of the outermost of `levels` links, with references for references.
+    /// Creates `levels` links, each around the one before. Returns the path of the outermost.
     CIMObjectPath create(size_t levels) {
         CIMObjectPath inner = CIMObjectPath(
             "test",

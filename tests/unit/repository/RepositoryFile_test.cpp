@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Opening: what is wrong with the file is told with its name and what to do; damage is never data.
+// Opening a file: the message about a problem names the file and what to do. Damage is never read
+// as data.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -29,7 +30,7 @@ void write(const String& file, const String& content) {
 
 class RepositoryFile : public RepositoryTest {
 protected:
-    /// Commits a schema and some instances.
+    /// Commits the schema and some instances.
     void fill() {
         const auto opened = openWithSchema();
         for (uint32_t i = 0; i < 40; ++i) {
@@ -44,7 +45,7 @@ protected:
         opened->repository().close();
     }
 
-    /// Opening fails with FAILED; the message names the file and has `text`.
+    /// Expects that opening fails with FAILED; the message names the file and has `text`.
     void expectRefusal(const String& text, const String& named = String()) {
         String message;
         EXPECT_EQ(CIMException::FAILED,
@@ -61,7 +62,7 @@ protected:
         }
     }
 
-    /// The outcome of reading everything, whatever is in the file: its dump, or "" when refused.
+    /// The dump of the file, or "" when it is refused. Expects FAILED and the file's name then.
     String readOrRefusal() {
         String result;
         String message;
@@ -163,7 +164,7 @@ TEST_F(RepositoryFile, NoiseAnywhereIsAnErrorOrWithoutEffect) {
         ++tried;
         refused += found.empty() ? 1 : 0;
     }
-    // What is not read cannot be refused: pages of indexes that no query here uses.
+    // The rest are bytes in pages that are not read, such as those of indexes.
     EXPECT_GT(refused, tried / 2);
 }
 
@@ -196,7 +197,7 @@ TEST_F(RepositoryFile, WritingToADamagedFileFailsAndLeavesNoUnitOfWork) {
     EXPECT_TRUE(noisy == contentOf(file()));
 }
 
-/// Runs `test` in a process of the account 65534 and hands on its outcome.
+/// Runs `test` in a child with the user id 65534. Returns its result.
 bool asNobody(const std::function<bool()>& test) {
     const pid_t child = ::fork();
     if (child == 0) {

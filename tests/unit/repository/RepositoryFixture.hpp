@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A repository in a directory of its own, opened as the tool opens it, with a small schema:
-// associations between people and cars, in the namespace "test".
+// A repository in a temporary directory, and a small schema for it: associations between people and
+// cars, in the namespace "test".
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace KovTest {
 
 using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 
-/// A directory that goes with everything in it.
+/// A directory that is removed with its content when the object is destroyed.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();
@@ -27,21 +27,21 @@ private:
     std::filesystem::path m_path;
 };
 
-/// What the operations are tried on: a repository opened directly, or a daemon that serves one.
+/// What the tests of operations work on: a repository opened directly, or a daemon that serves one.
 class Subject {
 public:
     virtual ~Subject() = default;
     virtual CIMOMHandleIFC& handle() = 0;
     virtual void createNameSpace(const String& ns) = 0;
     virtual StringArray nameSpaces() = 0;
-    /// False when there is no such operation.
+    /// False, and does nothing, if the subject has no such operation.
     virtual bool deleteNameSpace(const String& ns) = 0;
 };
 
-/// The kind that this test program is for, over an empty repository in a directory of its own.
+/// A new subject of this test program's kind, on an empty repository. Each program defines it.
 std::unique_ptr<Subject> makeSubject();
 
-/// The same over a repository opened directly.
+/// A new subject on an empty repository opened directly.
 std::unique_ptr<Subject> makeDirectSubject();
 
 /// Everything in these namespaces as text.
@@ -54,8 +54,8 @@ inline String dump(Subject& subject) {
 String dump(RepositoryCIMOMHandle& handle);
 String dump(const String& directory);
 
-/// The status of the CIMException that `action` throws, 0 when it throws none; `message` gets its
-/// text.
+/// Runs `action`. Returns the status of the CIMException that it throws, or 0; `message` gets the
+/// text of the exception.
 template <class Action>
 int statusOf(Action action, String* message = nullptr) {
     try {
@@ -84,13 +84,13 @@ void addSchema(RepositoryCIMOMHandle& handle, const String& ns = "test");
 void addSchema(Subject& subject, const String& ns = "test");
 CIMInstance person(const String& name, const String& className = "Person");
 CIMInstance car(uint32_t number);
-/// Cars from 0 on, each with a note of that size.
+/// Creates `count` cars, numbered from 0, each with a note of `noteSize` bytes.
 void addCars(CIMOMHandleIFC& handle, const String& ns, uint32_t count, size_t noteSize);
 CIMObjectPath personPath(const String& name, const String& className = "Person");
 CIMObjectPath carPath(uint32_t number);
 CIMInstance owns(const CIMObjectPath& owner, const CIMObjectPath& thing);
 
-/// The operations on a subject with the schema in it.
+/// Tests of operations on a subject with the schema.
 class SubjectTest : public ::testing::Test {
 protected:
     SubjectTest() : subject(makeSubject()), handle(subject->handle()) { addSchema(*subject); }
@@ -102,7 +102,7 @@ protected:
 class RepositoryTest : public ::testing::Test {
 protected:
     RepositoryTest() { CIMRepository::create(m_directory.path()); }
-    /// Opens it and adds the schema.
+    /// Opens the repository and adds the schema.
     std::unique_ptr<OpenRepository> openWithSchema();
     String file() const { return m_directory.path() + "/" + CIMRepository::FILE_NAME; }
 

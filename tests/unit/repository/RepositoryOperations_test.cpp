@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the operations on classes, instances and qualifier types do and which status each refusal
-// has.
+// Operations on classes, instances and qualifier types: what they do, and the status of each
+// refusal.
 #include <gmock/gmock.h>
 
 #include "tests/unit/repository/Refusals.hpp"
@@ -224,7 +224,7 @@ TEST_F(RepositoryOperations, AQualifierTypeCanBeDeletedOnceNoClassUsesIt) {
     EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "mark"); }));
     EXPECT_EQ(6, statusOf([&] { handle.getQualifierType("test", "Mark"); }));
     EXPECT_EQ(0, statusOf([&] { handle.getQualifierType("test", "Key"); }));
-    // One of that name that was deleted before counts no more than its classes do.
+    // The classes that used the deleted qualifier type do not count for a new one of the same name.
     handle.setQualifierType("test", qualifierType("Mark", T::UINT8, CIMScope::ANY));
     EXPECT_EQ(0, statusOf([&] { handle.deleteQualifierType("test", "Mark"); }));
 }

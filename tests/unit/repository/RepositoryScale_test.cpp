@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Large objects and many objects: results are streamed, memory does not grow with them.
+// Large objects and many objects: results are streamed, so memory does not grow with them.
 #include <sys/resource.h>
 
 #include "tests/unit/repository/RepositoryFixture.hpp"

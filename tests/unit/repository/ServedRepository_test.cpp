@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The repository while it is served, with its log beside it: what was committed outlives the
-// process, wherever it dies, and power cuts, but for the last commits before one.
+// The repository while it is served, with its log. Commits survive the death of the process at any
+// point. They survive a power cut, too, apart from the last ones before it.
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -16,7 +16,7 @@ namespace {
 using FaultyFiles::Kind;
 
 constexpr uint32_t REQUESTS = 3;
-/// What a power cut leaves is chosen anew for each of these.
+/// Each power cut is tried with this many random outcomes.
 constexpr unsigned SEEDS = 3;
 
 class FaultyEnvironment : public ::testing::Environment {
@@ -26,7 +26,7 @@ public:
 const auto* const ENVIRONMENT =  // NOLINT
     ::testing::AddGlobalTestEnvironment(new FaultyEnvironment);
 
-/// One request of some pages: what belongs together is there or not.
+/// Stores a car and its association in one unit of work of some pages.
 void request(RepositoryCIMOMHandle& handle, uint32_t number, size_t size = 9000) {
     CIMInstance instance = car(number);
     instance.setProperty("Note", CIMValue(String(size, 'n')));
@@ -35,7 +35,7 @@ void request(RepositoryCIMOMHandle& handle, uint32_t number, size_t size = 9000)
     handle.commit();
 }
 
-/// What a child process tells its parent while it lives.
+/// Memory that a child shares with its parent.
 struct Shared {
     uint32_t acknowledged;
     bool closed;
@@ -82,8 +82,8 @@ protected:
         }
         *m_shared = {0, false};
     }
-    /// Runs `action` in a process that meets its end at the n-th operation on a file; false when it
-    /// was not reached.
+    /// Runs `action` in a child that dies at the n-th operation on a file. False if it ended
+    /// before that.
     template <class Action>
     bool diesAt(int n, unsigned seed, Action action) {
         const pid_t child = ::fork();
@@ -97,7 +97,8 @@ protected:
         EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << "at " << n;
         return WIFSIGNALED(status);
     }
-    /// Opens it as a tool or as the daemon does, and counts the requests, which must be whole.
+    /// Opens the repository as a tool (even `n`) or as the daemon does. Returns the number of
+    /// requests in it, and expects that each is complete.
     uint32_t requestsThere(int n) {
         OpenRepository opened(m_directory.path(),
                               n % 2 == 0 ? RepositoryUse::UNIT_OF_WORK : RepositoryUse::SERVED);
@@ -239,8 +240,8 @@ INSTANTIATE_TEST_SUITE_P(OfEachKind, ServedRepositoryDeath,
 
 class ServedRepositoryFault : public ServedRepositoryDeath {};
 
-/// Of a request that fails nothing stays, and of those before it everything: for whoever goes on
-/// with the same connection, and for the next opening.
+/// A failed request leaves nothing, and the ones before it stay, both on the same connection and
+/// after reopening.
 TEST_P(ServedRepositoryFault, TakesBackOneRequestAndNoOther) {
     for (const size_t size : {size_t(10), size_t(70'000)}) {
         for (const uint32_t before : {0U, 2U}) {

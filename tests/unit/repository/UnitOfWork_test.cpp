@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The unit of work: all or nothing, whatever fails and whenever the process dies.
+// The unit of work is atomic, whatever fails and whenever the process dies.
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-/// The layer must be there before anything else opens a repository.
+/// Installs the layer before anything opens a repository.
 class FaultyEnvironment : public ::testing::Environment {
 public:
     void SetUp() override { FaultyFiles::install(); }
@@ -35,7 +35,7 @@ protected:
     }
 };
 
-/// Some of every kind of change, more than a few pages of it.
+/// Makes changes of every kind, on more than a few pages.
 void change(RepositoryCIMOMHandle& handle) {
     handle.createNameSpace("second");
     for (uint32_t i = 100; i < 160; ++i) {
@@ -113,7 +113,7 @@ TEST_F(UnitOfWork, SeesTheUsersOfAQualifierThatOthersCommitted) {
     first->setQualifierType("test", mark);
     first->commit();
     first->setQualifierType("test", qualifierType("Mark", CIMDataType::UINT8, CIMScope::ANY));
-    first->setQualifierType("test", mark);  // all users of it are known by now
+    first->setQualifierType("test", mark);  // by now it has looked up the users of the qualifier
     first->commit();
     {
         OpenRepository second(m_directory.path());
@@ -209,7 +209,7 @@ protected:
         reader = std::make_unique<OpenRepository>(m_directory.path());
         writer = std::make_unique<OpenRepository>(m_directory.path());
     }
-    /// Fails unless nothing is locked.
+    /// Commits a change, which fails when the reader holds a lock.
     void write() {
         EXPECT_EQ(0, statusOf([&] {
                       (*writer)->createInstance("test", car(next++));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The write-ahead log that a served repository leaves when its process dies: which units of work
-// the next opening finds in it.
+// The write-ahead log that a process leaves when it dies while it serves a repository: which units
+// of work the next opening finds in it.
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,12 +16,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr uint32_t UNITS = 3;
-/// Each opening syncs, so that not every byte is tried. A page is no multiple of it.
+/// Only every so many bytes are tried, because each opening syncs. STEP does not divide a page.
 constexpr uintmax_t STEP = 331;
 
 class LeftRepository {
 public:
-    /// Served by a process that dies after so many units of work.
+    /// A repository whose process dies after `units` units of work.
     explicit LeftRepository(uint32_t units) {
         openWithSchema();
         serve(units);
@@ -43,7 +43,7 @@ public:
     }
     String file() const { return m_directory.path() + "/repository.db"; }
     String log() const { return file() + "-wal"; }
-    /// The cars that an opening finds.
+    /// The number of cars that the next opening finds.
     size_t cars() const {
         OpenRepository opened(m_directory.path());
         return opened->enumInstanceNamesA("test", "Car").size();

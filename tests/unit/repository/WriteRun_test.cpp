@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is held back reaches the file in one call, whole and where it belongs.
+// Adjacent writes are held back and reach the file in one call, complete and at the right offset.
 #include "openwbem/repository/WriteRun.hpp"
 
 #include <gmock/gmock.h>
@@ -16,7 +16,7 @@ using OpenWBEM::CheckedFile::WriteRun;
 using ::testing::ElementsAre;
 using Calls = std::vector<std::pair<sqlite3_int64, std::string>>;
 
-/// A file that keeps what it was asked to write.
+/// A file that records the writes.
 struct RecordingFile {
     sqlite3_file base;
     Calls* calls;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is saved needs no repair: both repairs leave it as it is, to the byte, even where texts,
-// embedded or not, look like the broken ones. And it means what it meant.
+// Saved MOF needs no repair: both repairs leave it unchanged to the byte, even when texts in it,
+// embedded or not, look like broken ones. Compiled, it gives the same objects.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -49,7 +49,7 @@ TEST(NoRepair, OfNullsAndNumbersInEmbeddedInstances) {
     }
 }
 
-/// Texts of what the repairs look for, the same in every run.
+/// Random texts with what the repairs look for, the same in every run.
 class Texts {
 public:
     String next() {
@@ -115,7 +115,7 @@ TEST(NoRepair, OfEmbeddedClasses) {
     expectUntouched(held(CIMValue(classes.at(0))));
 }
 
-// Namespaces as they are saved.
+// Whole namespaces.
 
 void expectRestoredAsItWas(CIMOMHandleIFC& handle, const String& ns) {
     const String saved = dumpNamespace(ns, handle);
@@ -138,7 +138,7 @@ void expectRestoredAsItWas(CIMOMHandleIFC& handle, const String& ns) {
     }
 }
 
-/// A class with everything that a line of MOF can begin with "Process", its texts generated.
+/// Classes in which "Process" begins a line in every way that MOF has, with generated texts.
 String schemaWith(Texts& texts) {
     const String text = MOF::toMOFString(texts.next());
     return "Qualifier Process : string = " + text +

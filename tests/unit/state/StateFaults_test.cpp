@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Restoring with each call to the repository failing in turn. What stays behind are files only, and
-// for the repository, which is a working copy that is dropped, the products' own instances.
+// Restoring with each call of the handle failing in turn. Only documented files stay, and in the
+// repository, which would be a working copy that is dropped, the instances of the products.
 #include "tests/unit/provider/ProviderFixture.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
@@ -51,10 +51,9 @@ protected:
         return content.contains("kov: kov:KOV_Product.Name=\"" + product + "\"");
     }
 
-    /// The files that a failed restore may leave: the allowed users file and the snippet of the
-    /// products it had begun, since registering a product and setting a snippet are complete in
-    /// themselves and have no undo step. The administrator removes them before the next attempt.
-    /// Neither privilege files nor temporary ones are among them.
+    /// Expects that the restore left at most the allowed users files and snippets of the products
+    /// that it had begun, because creating these is not undone. The administrator removes them
+    /// before the next attempt. Privilege files and temporary files must be gone.
     void expectDocumentedFiles(const std::map<String, String>& content) {
         StringArray left = newFiles();
         for (const String& product : PRODUCTS) {
@@ -67,9 +66,9 @@ protected:
         EXPECT_EQ(left, StringArray());
     }
 
-    /// Besides the failure itself only qualifier types may be told of: those that the restored
-    /// classes use cannot go before the namespace does. In the tool the copy has been given up by
-    /// then, and its undo steps do nothing.
+    /// Expects that, besides the failure itself, only qualifier types are logged: those that
+    /// restored classes use cannot be deleted before the namespace. In the tool the copy is
+    /// already closed then, and these undo steps do nothing.
     void expectOneFailure() {
         StringArray others = m_log.errors();
         ASSERT_FALSE(others.empty());
@@ -83,7 +82,7 @@ protected:
         EXPECT_EQ(others, StringArray());
     }
 
-    /// Puts the tree back to where the test began.
+    /// Removes the files that a failed restore leaves.
     void reset() {
         for (const String& product : PRODUCTS) {
             fs::remove(usersFile(product));
@@ -98,7 +97,7 @@ TEST_F(StateFaults, OneCallThatFailsLeavesOnlyTheProductsThatWereBegun) {
     unsigned failures = 0;
     for (;; ++failures) {
         SCOPED_TRACE("call " + std::to_string(failures + 1));
-        // The handle keeps what was written only when it is committed, which ends with the tree.
+        // Each restore gets a new repository.
         const StagedTree tree;
         OpenRepository repository(tree);
         const auto before = repository.content();
@@ -153,7 +152,7 @@ TEST_F(StateFaults, CallsThatFailForEverStillTakePrivilegeFilesAway) {
     std::printf("%u injected failures\n", failures);
 }
 
-/// The place of each file that restoring writes is taken, in turn.
+/// Each file that restoring creates exists already, in turn.
 TEST_F(StateFaults, EveryFileThatIsInTheWayIsKeptAndTold) {
     const auto privileges = m_tree.privilegeDirectory();
     const struct {

@@ -13,24 +13,24 @@
 
 namespace KOVNS2::Testing {
 
-/// "<NAME>content</NAME>", where the content is XML already.
+/// "<NAME>content</NAME>"; `content` is XML.
 String element(const String& name, const String& content);
-/// The same around a text.
+/// "<NAME>text</NAME>" with `text` escaped.
 String textElement(const String& name, const String& text);
-/// A product with these users, and what else is in it.
+/// A Product element with these users; `rest` is more XML in it.
 String productElement(const String& name, const StringArray& users, const String& rest = "");
-/// A state with these products.
+/// A state file; `products` are Product elements.
 String document(const String& products);
 
-/// A namespace's registration with "user=capability" entries.
+/// The registration of a namespace. The entries are "user=capability".
 String namespaceElement(const String& ns, const StringArray& entries);
-/// A namespace's content.
+/// The content of a namespace.
 String contentElement(const String& ns, const String& mof);
 
-/// Adds what that MOF declares.
+/// Adds what the MOF declares to the namespace.
 void load(CIMOMHandleIFC& handle, const String& ns, const String& mof);
 
-/// The header to the letter, ended by the line before the document element.
+/// The expected text of a saved file before the document element.
 extern const char* const EXPECTED_HEADER;
 
 class StateFixture : public ::testing::Test {
@@ -48,23 +48,23 @@ protected:
         Testing::load(*repository.handle(), ns, mof);
     }
 
-    /// Saves to file(); gives back what was printed.
+    /// Saves to file(). Returns what was printed.
     String save(OpenRepository& repository);
     String save();
-    /// What follows the header in file(), which must begin with it.
+    /// The content of file() after the header, which it must begin with.
     String savedBody() const;
 
-    /// Restores file() and runs the undo list on failure; gives back what was printed.
+    /// Restores file(), and runs the undo list on failure. Returns what was printed.
     String restore(OpenRepository& repository);
     String restore(const String& content);
-    /// Restores a state in a repository of its own; gives back that repository's content.
+    /// Restores a state into a new repository. Returns that repository's content.
     std::map<String, String> restored(const String& content);
-    /// Restoring the state fails with that message and code.
+    /// Expects that restoring `content` fails with this code and message.
     void expectRefused(const String& content, int code, const String& message);
 
-    /// The files below the prefix that are not the infrastructure's own or the state file.
+    /// The files that have been added below the prefix since the test began.
     StringArray newFiles() const;
-    /// Expects these debug lines in this order; others may stand between them.
+    /// Expects these debug lines in this order; other lines may be between them.
     void expectLogged(const StringArray& lines) const;
 
     StagedTree m_tree;
@@ -78,7 +78,7 @@ private:
     StringArray m_filesBefore;
 };
 
-/// Calls `operation`, which must throw an exception of that type, and gives that back as text.
+/// Calls `operation`, which must throw an exception of this type. Returns the exception as text.
 template <class Exception, class Operation>
 String thrownBy(Operation operation) {
     try {

@@ -90,7 +90,7 @@ TEST_F(StateNodes, WhiteSpaceIsTakenFromTheEndsThatAreNamed) {
     EXPECT_EQ(trimmed(" \n"), "");
     EXPECT_EQ(withoutLeadingSpace(" \n"), "");
     EXPECT_EQ(trimmed(""), "");
-    // Wider spaces are part of a text.
+    // A no-break space belongs to the text.
     EXPECT_EQ(trimmed("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");
 }
 

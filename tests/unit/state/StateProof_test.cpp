@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What could not be restored is not saved: the save names it, and an earlier file stays. Where the
-// repository guards itself or a registration refuses, the damage is made behind its back.
+// A state that could not be restored is not saved: the save says why, and an earlier file stays.
+// Damage that the repository or a registration would refuse is written around their checks.
 #include "fennik/state/StateProof.hpp"
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/state/StateFormat.hpp"
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 class StateProving : public StateFixture {
 protected:
-    /// The message of the save that is refused; the earlier file stays.
+    /// Expects that saving is refused and leaves the earlier file. Returns the message.
     String refusal(OpenRepository& repository) {
         writeFile(file(), "earlier state");
         String message;
@@ -48,7 +48,7 @@ protected:
         operation.done();
     }
 
-    /// What proving a Product element of product "sample" with that in it says.
+    /// The message about a Product element of "sample" with that child; empty when it is accepted.
     String proofOf(const XMLNode& child) {
         OpenRepository repository(m_tree);
         XMLNode product(StateFormat::PRODUCT);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is read from a state file, whatever its form, and what is refused.
+// What restoring reads from a state file in any form, and what it refuses.
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
@@ -19,7 +19,7 @@ constexpr const char* KEY =
 
 class StateRestoring : public StateFixture {
 protected:
-    /// What a repository holds that was made by the operations that restoring stands for.
+    /// The content of a new repository on which `make` has run.
     template <class Make>
     static std::map<String, String> contentOf(Make make) {
         const StagedTree tree;
@@ -28,7 +28,7 @@ protected:
         return repository.content();
     }
 
-    /// The same when nothing but a product without users is registered.
+    /// The content of a repository in which only a product without users is registered.
     static std::map<String, String> onlyProduct(const String& name) {
         return contentOf([&](OpenRepository& repository, const String& prefix) {
             registerProduct(repository.handle(), name, {}, prefix);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is saved, and how saving fails.
+// Saving a state, and how it fails.
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 class StateSaving : public StateFixture {
 protected:
-    /// Saving fails with that message and code, and the earlier state file is as it was.
+    /// Expects that saving fails with this code and message and leaves the earlier state file.
     void expectRefused(OpenRepository& repository, int code, const String& message) {
         writeFile(file(), "earlier state");
         m_log.clear();
@@ -255,7 +255,7 @@ TEST_F(StateSaving, FailureOfTheLibraryIsTheCauseOfTheToolsOwn) {
         << thrown;
 }
 
-/// Records a product with names that registering refuses, as any other client can.
+/// Records a product with names that registering refuses. Other clients can do that.
 void record(OpenRepository& repository, const String& name, const StringArray& users) {
     CIMInstance product = repository.handle()->getClass("kov", "KOV_Product").newInstance();
     product.setProperty("Name", CIMValue(name));
@@ -433,7 +433,7 @@ TEST_F(StateSaving, WhatWouldBeTooLargeToBeReadLeavesTheEarlierFile) {
     EXPECT_EQ(readFile(file()), "earlier state");
 }
 
-/// The status of a child that saves into a FIFO: 1 when it was interrupted.
+/// Saves into a FIFO in a child. Returns the child's exit status: 1 when it was interrupted.
 int savingInto(const fs::path& fifo, const XMLNode& root, const std::function<void()>& before) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -489,7 +489,7 @@ TEST_F(StateSaving, FileThatALinkLeadsToIsWritten) {
     EXPECT_EQ(readFile(target), saved);
 }
 
-/// What saving to that path throws while no file may be longer than 1000 bytes.
+/// Saves to `path` while no file may be longer than 1000 bytes. Returns the exception as text.
 String thrownOnFullDisk(OpenRepository& repository, const fs::path& path) {
     rlimit before{};
     ::getrlimit(RLIMIT_FSIZE, &before);

@@ -12,7 +12,7 @@ Text tokenOf(const String& token) {
     return {token.data(), static_cast<uint32_t>(token.size())};
 }
 
-/// What reading the token fails with, and where in it: "OFFSET: WHAT".
+/// "OFFSET: MESSAGE" of the failure to read the token, or "nothing".
 template <class Read>
 String failureOf(const String& token, Read read) {
     try {

@@ -17,7 +17,7 @@ TEST(SourceText, CountsLinesAndCharactersFromOne) {
                         {"ab\n", 2, 1},
                         {"\n\nx", 3, 2},
                         {"\xC3\xA4\xE2\x82\xAC", 1, 3},  // two characters, five bytes
-                        {"\xFF\xFE", 1, 3}};             // what is no UTF-8 counts by bytes
+                        {"\xFF\xFE", 1, 3}};             // bytes that are not UTF-8 count singly
     for (const Row& row : rows) {
         const String before = row.before;
         SourceText text({"T", before + "here"});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The undo list, and what its steps on CIM objects and namespaces do and say.
+// The undo list, and what its steps on CIM objects and namespaces do and log.
 #include "fennik/undo/FNCleanupActions.hpp"
 
 #include <gtest/gtest.h>
@@ -73,7 +73,7 @@ protected:
 
     FaultyHandle& handle() { return m_repository.faults(); }
 
-    /// The one error that the step logs when the operation under it fails.
+    /// The one error that `step` logs when this operation of the handle fails.
     String failureOf(const char* operation, const std::function<void()>& step) {
         handle().failOperation(operation);
         m_log.clear();
@@ -153,7 +153,7 @@ TEST_F(UndoSteps, CreateInstanceShowsTheInstance) {
             "create the instance. The owmofc utility can be used.\n");
 }
 
-/// Namespace failures carry the place in the tool where they were thrown: cut off here.
+/// Cuts off the source file and line that the message of a namespace failure has.
 String withoutPlaces(const String& text) {
     const size_t begin = text.find("failed with error:\n") + sizeof "failed with error:";
     return text.substr(0, begin) + text.substr(text.find("NamespaceUtilsException", begin));
@@ -209,7 +209,7 @@ TEST_F(UndoSteps, FailingStepLetsTheRemainingOnesRun) {
     EXPECT_EQ(m_log.errors().size(), 1U);
 }
 
-/// A log on a full disk.
+/// A log that cannot be written.
 class BrokenAppender : public blocxx::LogAppender {
 public:
     bool accepts(std::string_view, blocxx::ELogLevel) const override { return true; }

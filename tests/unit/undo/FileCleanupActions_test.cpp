@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The undo steps on files: what they do, and the exact text when they fail.
+// The undo steps on files: what they do, and the exact message when they fail.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -134,8 +134,8 @@ TEST_F(RestoreFile, RenameThatFailsIsReported) {
     EXPECT_TRUE(fs::is_directory(path("target")));
 }
 
-/// Does what follows as a user who owns the directory and has no privileges. As root, external
-/// programs run as the daemon's account and files can be given away.
+/// Makes the process a user without privileges who owns the directory, while it lives. As root the
+/// tests would run external programs as the daemon's account and could change owners.
 class Unprivileged {
 public:
     explicit Unprivileged(const fs::path& directory) {

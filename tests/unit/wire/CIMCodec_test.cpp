@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Objects come back as they were encoded; any other bytes are refused.
+// Decoding gives the object that was encoded, and refuses all other bytes.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -152,7 +152,7 @@ TEST(CIMCodec, BytesNeedNoAlignment) {
     }
 }
 
-/// Decodes as everything; bytes that do not make an object must say so and nothing else.
+/// Decodes as each kind of object. Each attempt succeeds or throws a CodecException.
 void decodeAll(const String& bytes) {
     const auto attempt = [&](auto decode) {
         try {
@@ -193,7 +193,7 @@ TEST(CIMCodec, NoiseNeverMakesAnythingButAnObjectOrARefusal) {
 }
 
 TEST(CIMCodec, ManyPointersToOnePlaceDoNotMultiply) {
-    // The names of 250 qualifiers all lead to the same long text.
+    // The names of 250 qualifiers all point to the same long text.
     constexpr size_t COUNT = 250;
     constexpr size_t LENGTH = 1000;
     CIMQualifierArray qualifiers(COUNT, CIMQualifier("Q", CIMValue()));
@@ -206,12 +206,12 @@ TEST(CIMCodec, ManyPointersToOnePlaceDoNotMultiply) {
         std::memcpy(&value, bytes.data() + i * 8, 8);
         return value;
     };
-    // The pointer to a list (1) of as many bytes as the text and its terminator have.
+    // The pointer to a list (kind 1) with as many bytes as the text and its terminator.
     size_t first = 0;
     while ((word(first) & 3) != 1 || word(first) >> 35 != LENGTH + 1) {
         ASSERT_LT(++first, bytes.size() / 8);
     }
-    // Pointers are relative to their own place; a qualifier has three words.
+    // Pointers are relative to their own position. A qualifier has three words.
     const size_t target = first + 1 + (static_cast<uint32_t>(word(first)) >> 2);
     for (size_t i = first + 3; i < first + COUNT * 3; i += 3) {
         const uint64_t pointer =
@@ -227,18 +227,18 @@ TEST(CIMCodec, ManyPointersToOnePlaceDoNotMultiply) {
 }
 
 TEST(CIMCodec, WhatTheModelRefusesIsRefused) {
-    // A string that is not UTF-8, found in the bytes by its neighbours.
+    // A string that is not UTF-8.
     CIMInstance instance("A");
     instance.setProperty("P", CIMValue("MARKER"));
     String bytes = Codec::encode(instance);
     bytes.replace(bytes.find("MARKER"), 1, "\xFF");
     EXPECT_THROW(Codec::decodeInstance(bytesOf(bytes)), Codec::CodecException);
-    // A name that is none.
+    // A name that is not an identifier.
     CIMInstance named("MARKER");
     bytes = Codec::encode(named);
     bytes.replace(bytes.find("MARKER"), 1, "1");
     EXPECT_THROW(Codec::decodeInstance(bytesOf(bytes)), Codec::CodecException);
-    // A value of another type than its property, which an encoder can be made to write.
+    // A value of another type than its property.
     CIMInstance mixed("A");
     mixed.setProperties({property("P", T::UINT8, CIMValue("text"))});
     EXPECT_THROW(Codec::decodeInstance(bytesOf(Codec::encode(mixed))), Codec::CodecException);

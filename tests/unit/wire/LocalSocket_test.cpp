@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Descriptors that the peer of a socket passes: nobody takes them, and nobody waits for the end of
-// what they are of. The one that is passed here is a TCP socket whose last close takes a minute.
+// Descriptors that the peer of a socket passes are not accepted, and nobody waits for their close.
+// The one that is passed here is a TCP socket whose last close takes a minute.
 #include "openwbem/wire/LocalSocket.hpp"
 
 #include <arpa/inet.h>
@@ -26,10 +26,10 @@ using Guard = LocalSocket::Guard;
 using Clock = std::chrono::steady_clock;
 
 constexpr int LINGER_SECONDS = 60;
-/// What is no waiting, on a machine with other things to do.
+/// Anything shorter counts as not waiting, even on a busy machine.
 constexpr std::chrono::seconds SOON{20};
 
-/// A connection to itself with data on the way that nobody reads.
+/// A TCP connection of this process to itself, with data in flight that nobody reads.
 class LingeringSocket {
 public:
     LingeringSocket() {
@@ -60,7 +60,7 @@ public:
     LingeringSocket(const LingeringSocket&) = delete;
     LingeringSocket& operator=(const LingeringSocket&) = delete;
 
-    /// Sends it with the bytes. Returns false, with errno, when that is refused.
+    /// Sends `bytes` and the descriptor of the connection. False, with errno, if that is refused.
     bool sendTo(int socket, std::string bytes, int flags = 0) const {
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))]{};
         iovec data{bytes.data(), bytes.size()};
@@ -77,7 +77,7 @@ public:
         return ::sendmsg(socket, &message, MSG_NOSIGNAL | flags) ==
                static_cast<ssize_t>(bytes.size());
     }
-    /// Leaves the last reference to whoever has it; its connection lasts for as long as this does.
+    /// Closes this process's own descriptor, so that the one that was passed is the last.
     void letGo() { ::close(std::exchange(m_fd, -1)); }
 
 private:
@@ -85,7 +85,7 @@ private:
     int m_peer;
 };
 
-/// A connection: the one side is guarded, the other one is a stranger's.
+/// A connection of which one end is a LocalSocket and the other a hostile peer's.
 class Connection {
 public:
     explicit Connection(Guard guard) {
@@ -101,7 +101,7 @@ public:
     int stranger() const { return m_stranger; }
     LocalSocket& guarded() { return *m_guarded; }
     void closeGuarded() { m_guarded.reset(); }
-    /// All that can be received, and the error that ends it.
+    /// Everything that can be received, and the errno that ends it.
     std::pair<std::string, int> receiveAll() {
         std::string all;
         char buffer[100];

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Short ways to parse and to print in tests.
+// Parsing and printing in tests.
 #pragma once
 
 #include <sstream>
@@ -15,7 +15,7 @@ inline std::string printed(const XMLNode& node) {
     return out.str();
 }
 
-/// "parsed", or the message.
+/// The message of the failure to parse, or "parsed".
 inline std::string parseError(std::string_view document) {
     try {
         XMLParserDOM::parse(document);
@@ -25,7 +25,7 @@ inline std::string parseError(std::string_view document) {
     }
 }
 
-/// What makes printing `node` impossible, or "printed". Nothing may have been written then.
+/// The message of the failure to print, or "printed". A failure after writing is marked.
 inline std::string printError(const XMLNode& node) {
     std::ostringstream out;
     try {

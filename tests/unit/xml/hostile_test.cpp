@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Documents made to hurt: each gives a tree or one error, soon, and no more memory than it is
-// large.
+// Hostile documents: each gives a tree or one error, soon, with memory in proportion to its size.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -41,7 +40,7 @@ TEST(XMLHostile, EntitiesAreRefusedWhereTheyAreDeclared) {
               "line 1,");
 }
 
-// To open a pipe for reading would hang, as nobody writes to it.
+// Opening the pipe would hang, because nobody writes to it.
 TEST(XMLHostile, NothingIsOpened) {
     const std::string pipe = ::testing::TempDir() + "xml_hostile_pipe." + std::to_string(getpid());
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -113,7 +112,7 @@ TEST(XMLHostile, ManyElementsAreCounted) {
     }
 }
 
-/// The message of checkReadable(), or nothing.
+/// The message of checkReadable(), or "".
 std::string readableError(const XMLNode& node, size_t sizeBefore = 0) {
     try {
         node.checkReadable(sizeBefore);
@@ -193,7 +192,7 @@ TEST(XMLHostile, ATooLargeFileIsRefusedUnread) {
     }
 }
 
-/// Cannot tell its size, and gives blanks for ever.
+/// Blanks without end; the stream cannot tell its size.
 class EndlessBuffer : public std::streambuf {
 public:
     EndlessBuffer() { std::fill(std::begin(m_block), std::end(m_block), ' '); }

@@ -70,7 +70,7 @@ TEST(XMLParsing, ALoneCarriageReturnIsKeptInOtherEncodings) {
     }
     EXPECT_EQ(XMLParserDOM::parse(little).getText(), "1\r2\n3\n\r\r4");
     EXPECT_EQ(XMLParserDOM::parse(big).getText(), "1\r2\n3\n\r\r4");
-    // These characters have a carriage return and a line feed for one of their bytes.
+    // The bytes of this character are those of a carriage return and a line feed.
     EXPECT_EQ(
         XMLParserDOM::parse(std::string("\xFF\xFE<\0a\0>\0\x0d\x0a<\0/\0a\0>\0", 18)).getText(),
         "\xe0\xa8\x8d");
