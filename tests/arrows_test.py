@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Every room includes only what its target links, directly or through others.
+"""Checks that every room includes only what its target links, directly or through others.
 
-A static library would also build with an arrow up, as long as it takes nothing but headers.
-Prints each include that breaks the rule, and ends with 1 if there is one.
+A static library with an include upwards also builds if it uses headers only. Prints each include
+that breaks the rule, and ends with 1 if there is one.
 """
 import pathlib
 import re
@@ -14,7 +14,7 @@ HOUSES = ("fennik", "owcimomd", "platform", "utilities")
 
 
 def targets():
-    """Yields each library of the houses with its folder and what it links."""
+    """Yields each library with its folder and the libraries that it links."""
     for house in HOUSES:
         for path in sorted((ROOT / house).rglob("CMakeLists.txt")):
             text = path.read_text()

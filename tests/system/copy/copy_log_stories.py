@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A debug log that cannot be written any more while the daemon is stopped for an operation: the
-daemon is started again, and no copy stays, whichever line is the last."""
+"""The debug log cannot be written any more while an operation holds the daemon stopped. Whichever
+line is the last one, the daemon is started again and no copy stays."""
 
 import os
 import shutil
@@ -13,7 +13,7 @@ from machine import DATA, PLAY
 from providers import without_repository_file
 
 SETTINGS = "/etc/opt/tarvo"
-# The tool's handle is one of its own on the repository; then it hears that the daemon runs.
+# The first answer makes the tool open the repository directly. Then the daemon seems to run.
 ANSWERS = b"3\n0\n" + b"0\n" * 10
 
 
@@ -84,6 +84,6 @@ class EveryLogLine(LogWalk, WholeProduct):
         self.assertEqual(self.fennik("--dump-product-state", file).status, 0)
         self.assertEqual(self.fennik("--deregister", "--name", "sample").status, 0)
         self.save_machine()
-        # Registering a product and setting its configuration are complete in themselves.
+        # Registering a product and setting its configuration are not undone.
         self.left_over = (self.tree.users_file("sample"), self.tree.snippet("sample"))
         self.walk("--restore-product-state", file, least=40, stride=3)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""An operation on a working copy of the repository from its beginning to its end."""
+"""An operation on a working copy of the repository, from beginning to end."""
 
 import os
 import re
@@ -93,7 +93,7 @@ class Order(MachineStory):
             self.assertIsNotNone(match, f"{pattern}\n{trace}")
             steps.append(match.start())
         self.assertEqual(steps, sorted(steps), trace)
-        # Nothing is written to the copy any more once it has been renamed.
+        # Nothing is written to the copy once the renames have begun.
         after = trace[trace.index(f'rename("{LIVE}"'):]
         self.assertNotIn("-journal", after)
 
@@ -160,7 +160,7 @@ class Daemon(MachineStory):
 
 
 class BelowAPrefix(MachineStory):
-    """There the copy is looked for at the machine's own place."""
+    """With a prefix, the copy is looked for at the place on the machine."""
 
     def staged(self):
         prefix = "/var/opt/tarvo/stage"

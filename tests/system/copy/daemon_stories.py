@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Operations on a working copy while the real daemon runs, with its real init script."""
+"""Operations on a working copy while the real daemon runs, with the real init script."""
 
 import os
 import signal
@@ -12,7 +12,7 @@ REGISTER = (FENNIK, "--register-namespace", "sample/a", "--name", "sample", "--u
 
 class RealDaemon(DaemonStory):
     def owners_and_modes(self):
-        """Of the repository; what the daemon keeps beside it comes and goes."""
+        """Those of the repository, without the files that come and go with the daemon."""
         paths = (DATA, LIVE, LIVE + "/repository.db")
         return [describe(path).split()[:2] for path in paths]
 

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The tool is killed at every instant of a swap. The live repository is the old one, or the new one,
-each complete, or there is none and the next start tells how to put it back."""
+"""The tool is killed at every point of a swap. The live repository is then the old one or the new
+one, and complete; or there is none, and the next run says how to put it back."""
 
 import os
 import shutil
@@ -21,7 +21,7 @@ class Death(MachineStory):
         self.outcomes = set()
 
     def look(self):
-        """What the next start finds: "old", "new" or "none"; repairs by hand as it is told."""
+        """Returns what the next run finds: "old", "new" or "none". Repairs "none" as it is told."""
         self.not_running()
         result = run([FENNIK, "--list-namespaces", "--name", "sample"])
         if result.status == 0:
@@ -35,7 +35,7 @@ class Death(MachineStory):
         return "none"
 
     def clean_up_as_told(self):
-        """Runs the operation until it is done, removing by hand what its messages name."""
+        """Runs the operation until it succeeds, and removes what its messages name."""
         told = []
         for _ in range(4):
             self.not_running()
@@ -83,7 +83,7 @@ class Death(MachineStory):
         self.assertEqual(self.outcomes, {"old"})
 
     def test_when_it_waits_for_other_programs(self):
-        # Init script twice, cp, rm: killed while each of them runs or has just ended.
+        # The programs are the init script (twice), cp and rm. Each runs or has just ended.
         self.killed_at_every("waitid")
         self.killed_at_every("wait4")
         self.assertEqual(self.outcomes, {"old", "new"})
@@ -95,5 +95,5 @@ class Death(MachineStory):
                 self.reset()
                 result = self.with_calls(f"{call}:signal=KILL:when={first}")
                 self.assertEqual(result.status, -9)
-                # Before the files are back, the new repository is the live one, complete.
+                # Until the files are put back, the live repository is the new one, and complete.
                 self.assertEqual(self.look(), "none" if first == 4 else "new")

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Every call on a file of the product fails once while the product is deregistered; each time
-everything is as it was before."""
+"""Every call on a file of the product fails once while the product is deregistered. Each time
+everything is as before."""
 
 from deregister_stories import WholeProduct
 from file_walk import FileWalk
@@ -16,7 +16,7 @@ class EveryFileCall(FileWalk, WholeProduct):
         self.listed_before = self.listed()
 
     def assert_done(self):
-        """The run that no call failed, which is the last."""
+        """The last run, in which no call failed, has deregistered the product."""
         self.assertEqual(self.listed(), "")
 
     def assert_as_before(self, file, result):

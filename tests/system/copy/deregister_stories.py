@@ -17,7 +17,7 @@ NOT_RUNNING = b"3\n" * 1000
 
 
 class MachineTree(Tree):
-    """The machine itself: the working copy is one of the repository at its real place."""
+    """The machine itself. The working copy is made of the repository at its real place."""
 
     def __init__(self):  # kov-setup has been here
         self.prefix = ""
@@ -51,7 +51,7 @@ class ProductStory(ProviderStory):
 
 
 class WholeProduct(ProductStory):
-    """The product has a snippet, two namespaces and three providers."""
+    """A product with a snippet, two namespaces and three providers."""
 
     PROVIDERS = (
         live_provider("disk", privileges=USER),
@@ -99,7 +99,7 @@ class Deregistering(WholeProduct):
             position = found
 
     def test_leaves_other_products_alone(self):
-        self.register("samples", "bob")  # a name that begins like ours
+        self.register("samples", "bob")  # a name that begins with that of the product
         write(self.tree.snippet("samples"), SNIPPET)
         self.give_namespace("samples", product="samples")
         theirs = Provider("x", registration=registration("x", "samples", Process=PROGRAM),
@@ -154,7 +154,7 @@ class Deregistering(WholeProduct):
 
 
 class FailingDeregistration(WholeProduct):
-    """Ends with everything as it was; only the allowed users file is not put back."""
+    """Leaves everything as it was, apart from the allowed users file, which is not put back."""
 
     def assert_undone(self, result, status, message, without=()):
         self.assert_fennik_failure(result, status, message)
@@ -221,7 +221,7 @@ class FailingDeregistration(WholeProduct):
 
 
 class HostileNames(ProductStory):
-    """Of products: each is a product like any other, or refused with a text that names it."""
+    """Odd names of products. Each works like any other, or the message names what is refused."""
 
     NAMES = ('with "quotes"', "{braces}", "'", "a\nb", "$(reboot)", "%1%2", "-x", "a,b", "a:b",
              "<x>", "\\", "sample.Name=\"x\"")
@@ -246,7 +246,7 @@ class HostileNames(ProductStory):
                 )
 
     def test_that_lead_elsewhere_stay_inside(self):
-        """None can be a product; what needs no namespace comes and goes without one."""
+        """None of these can be registered. Providers that need no namespace can be, and removed."""
         for name in ("..", "../../../../../tmp/x", "a/b", "/etc", "\n", "x" * 5000):
             with self.subTest(name=name):
                 text = registration("x", product=name, NamespaceNames=[],

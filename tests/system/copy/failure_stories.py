@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Every step of a copy and its swap fails once; the live repository is then as it was, to the byte,
+"""Every step of a copy and its swap fails once. The live repository is then as it was, to the byte,
 and nothing is left behind."""
 
 import errno
@@ -96,7 +96,7 @@ class MakingACopy(MachineStory):
         subprocess.run(["mount", "--bind", PLAY + "/passwd", "/etc/passwd"], check=True)
         self.addCleanup(subprocess.run, ["umount", "/etc/passwd"], check=True)
         result = run(DEREGISTER)
-        self.assertEqual(result.status, 21)  # the init script is the first that is not run
+        self.assertEqual(result.status, 21)  # the first program that fails is the init script
         self.assertIn('The account "owcimomd" does not exist', result.err)
         self.assert_as_before()
 
@@ -204,10 +204,10 @@ class RemovingTheBackup(MachineStory):
 
 
 class EverySystemCall(MachineStory):
-    """Fails in turn: the operation is done, or everything is as it was."""
+    """Every system call of a kind fails in turn. The run succeeds, or everything is as it was."""
 
     def check(self, call, error):
-        """The statuses of the runs that failed."""
+        """Fails each such call in turn. Returns the statuses of the failed runs."""
         failures = set()
         for number, result in self.every(call, f"error={error}"):
             with self.subTest(call=call, number=number):
@@ -221,7 +221,7 @@ class EverySystemCall(MachineStory):
         return failures
 
     def test_that_syncs(self):
-        # The changes, the copy and the new names.
+        # These sync the changes, the copy and the new names.
         statuses = self.check("fsync", "EIO") | self.check("fdatasync", "EIO")
         self.assertEqual(statuses, {1, 26, 27})
 
@@ -242,6 +242,6 @@ class EverySystemCall(MachineStory):
             for number, result in self.every(call, "error=EAGAIN"):
                 with self.subTest(call=call, number=number):
                     if result.status != 0:
-                        # A removal of the copy that cannot be started is told, and may stay.
+                        # When rm cannot be started, the copy may stay, and the message says so.
                         self.assertEqual(read(LIVE + "/repository.db"),
                                          read(SAVED + "/repository/repository.db"))

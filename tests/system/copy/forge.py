@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""What somebody who has taken over the daemon's account makes of its repository. Knows the formats
-(docs/repository-format.md), the checksums too.
+"""Changes the repository like an attacker who has taken over the daemon's account. Writes correct
+formats (docs/repository-format.md) and checksums.
 
 usage: forge.py REPOSITORY.DB journal PATH    a hot journal that names PATH as its super-journal
        forge.py REPOSITORY.DB sql STATEMENT   changes the file
@@ -52,7 +52,7 @@ def write(path, content):
 
 
 def journal(path, other):
-    """No page, and the name of the other file at the end."""
+    """Writes a journal without pages that ends with the name of the other file."""
     name = other.encode()
     pages = os.path.getsize(path) // PAGE
     begin = (JOURNAL_MAGIC + struct.pack(">5I", 0, 7, pages, 512, PAGE)).ljust(512, b"\0")

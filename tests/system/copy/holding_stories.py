@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Nobody else has the repository while an operation works on a copy of it: a daemon that somebody
-starts meanwhile does not come up, or the operation is refused, and nothing that was done to the
-repository is lost."""
+"""The repository is locked while an operation works on a copy of it. A daemon that is started
+meanwhile does not come up, or the operation is refused. No change to the repository is lost."""
 
 import fcntl
 import os
@@ -12,15 +11,15 @@ from harness import PATIENCE, read, run, write
 from machine import COPY, DATA, DEREGISTER, FENNIK, LIVE, PLAY, SCRIPT, DaemonStory, MachineStory
 
 HAND = PLAY + "/hand"
-# What the account does that starts the daemon by hand; its status is kept.
+# Starts the daemon by hand and records the status.
 START = f"{SCRIPT} start > {HAND}.out 2>&1; echo $? > {HAND}"
-# What SQLite locks of a file for reading: https://www.sqlite.org/src/file/src/os.h
+# The bytes of a file that SQLite locks for reading: https://www.sqlite.org/src/file/src/os.h
 SHARED_FIRST, SHARED_SIZE = 0x40000002, 510
 
 
 class DaemonStartedByHand(DaemonStory):
     def assert_nothing_is_lost(self, *namespaces):
-        """The daemon serves the repository that is there, and keeps what it is given."""
+        """The daemon serves the live repository, and what it stores survives a restart."""
         self.assertEqual(self.namespaces(), list(namespaces))
         self.assert_nothing_left()
         words = ["--register-namespace", "sample/c", "--name", "sample", "--username", "al"]
@@ -78,7 +77,7 @@ class DaemonStartedByHand(DaemonStory):
         self.assert_nothing_is_lost("sample/b")
 
     def test_that_asks_for_the_lock_when_all_is_over_never_serves_the_old_one(self):
-        """It has opened the old one before the swap."""
+        """The daemon has opened the old repository before the swap."""
         self.need_strace()
         self.assertEqual(run([SCRIPT, "stop"]).status, 0)
         late = f"strace -f -qq -o {PLAY}/late -P {LIVE}/repository.db " \

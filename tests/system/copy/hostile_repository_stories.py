@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Root works on a repository that somebody has forged who has taken over the daemon's account: no
-file elsewhere is touched, nothing is waited for, and the message tells what to do."""
+"""Root works on a repository that an attacker with the daemon's account has forged. No other file
+is touched, no run hangs, and the message says what to do."""
 
 import os
 import shutil
@@ -87,13 +87,13 @@ class Journal(Forged):
 
 def listen(path):
     with socket.socket(socket.AF_UNIX) as listening:
-        os.chdir(os.path.dirname(path))  # the name of a socket is short
+        os.chdir(os.path.dirname(path))  # the name of a socket must be short
         listening.bind(os.path.basename(path))
         os.chdir("/")
 
 
 class Names(Forged):
-    """Of the files that belong to a repository, with something else under them."""
+    """Something else has the name of a file that belongs to a repository."""
 
     def each_name(self):
         for ending in ("", *BESIDE):
@@ -133,7 +133,7 @@ class Names(Forged):
         self.assert_each_refused(listen, "regular file")
 
     def test_second_names_of_roots_files(self):
-        # As on a machine that lets everybody make them (fs.protected_hardlinks=0).
+        # A machine with fs.protected_hardlinks=0 lets everybody make them.
         for name in self.each_name():
             with self.subTest(name=name):
                 os.link(PRECIOUS, name)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the stories on a machine of their own have in common: the daemon's init script that follows a
-plan, programs that are played by others, whole states, and system calls that fail or kill.
+"""Shared by the stories on a machine of their own: an init script that follows a plan, replaced
+programs, whole states, and system calls that fail or kill.
 
 Runs inside the sandbox only (run_copy_story.py)."""
 
@@ -59,17 +59,17 @@ class MachineStory(harness.Story):
         self.plan(3, 3)
 
     def running(self, *answers):
-        """The tool is told first that the daemon does not run, so that it has a handle of its own
-        on the repository; then that it does. `answers` are those of stop and start."""
+        """Tells the tool first that the daemon does not run, so that it opens the repository
+        directly, and then that it runs. `answers` are the statuses of stop and start."""
         self.plan(3, 0, *answers)
 
     def calls(self):
         return [line.split()[0] for line in read(PLAY + "/calls").decode().splitlines()]
 
-    # Programs played by others.
+    # Replaced programs.
 
     def play(self, program, body):
-        """`body` takes the program's place; "$REAL" in it is the real one."""
+        """Replaces the program by the shell script `body`, in which "$REAL" is the real program."""
         place = os.path.realpath(shutil.which(program, path="/bin:/usr/bin"))
         shutil.copy2(place, f"{PLAY}/real-{program}")
         script = f"#!/bin/sh\nREAL={PLAY}/real-{program}\n{body}\n"
@@ -79,13 +79,13 @@ class MachineStory(harness.Story):
         self.addCleanup(subprocess.run, ["umount", place], check=True)
 
     def play_rm(self, for_the_backup):
-        """rm that does something else with the backup and nothing else with anything else."""
+        """Replaces rm by a script that differs for the backup only."""
         self.play("rm", f'case "$2" in *-back_*) {for_the_backup};; *) exec "$REAL" "$@";; esac')
 
     # States.
 
     def state(self):
-        """All that stands in the data directory and below: types, modes, owners, content."""
+        """Type, mode, owner and content of everything below the data directory."""
         found = {}
         for parent, directories, files in os.walk(DATA):
             for name in [*directories, *files]:
@@ -94,7 +94,7 @@ class MachineStory(harness.Story):
         return found
 
     def reset(self):
-        """Puts the machine back to where the story began."""
+        """Puts the machine back into the state in which the story began."""
         for name in os.listdir(DATA):
             path = os.path.join(DATA, name)
             if os.path.isdir(path) and not os.path.islink(path):
@@ -118,7 +118,7 @@ class MachineStory(harness.Story):
         return result.out.splitlines()
 
     def assert_done(self):
-        """The namespace is gone, nothing is left behind, and everything is still the account's."""
+        """The namespace is gone, nothing is left behind, and modes and owners are as before."""
         after = self.state()
         self.assertEqual(sorted(after), sorted(self.before))
         for path, description in after.items():
@@ -134,8 +134,8 @@ class MachineStory(harness.Story):
         return run(["strace", *follow, "-qq", "-o", TRACE, *words, *argv])
 
     def every(self, call, effect):
-        """Runs the tool once for each of its calls of that name, which meets `effect`; gives the
-        number of the call and the result."""
+        """Runs the tool once for each of its calls of that name, with `effect` on that call. Yields
+        the number of the call and the result."""
         self.need_strace()
         number = 0
         while True:
@@ -150,7 +150,7 @@ class MachineStory(harness.Story):
             yield number, result
 
     def wait_for_orphans(self):
-        """What a killed tool has started runs on to its end."""
+        """Waits until the programs that a killed tool has started have ended."""
         self.wait_for_the_end_of("cp", "rm", "real-cp", "real-rm", "tarvo-owcimomd_")
 
     def wait_for_the_end_of(self, *programs):

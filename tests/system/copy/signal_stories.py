@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A run that is told to end by a signal: what it has done is undone, the daemon runs again, and the
-process ends by that signal; or the operation is complete by then, and the status 0."""
+"""A signal interrupts a run. What the run has done is undone, the daemon runs again, and the
+process ends by that signal. Or the operation is complete by then, and the status is 0."""
 
 import contextlib
 import os
@@ -18,7 +18,7 @@ MOST = 1000
 
 
 def interrupted_by(number):
-    """All that the run tells."""
+    """A pattern for everything that an interrupted run prints."""
     name = signal.Signals(number).name
     return re.compile(
         r"(.*\n)?An error has occurred\.\nDetails: \S+ \d+ InterruptedException: "
@@ -32,8 +32,8 @@ def too_late(number):
 
 
 def wait_for_programs():
-    """A run that has changed nothing yet is ended at once, and leaves the script running that it has
-    just called: it would be counted with the next run's."""
+    """Waits until no program of the last run is running. A run that has changed nothing yet ends at
+    once; the init script that it has called goes on and would be counted for the next run."""
     def is_one(pid):
         with contextlib.suppress(OSError):
             words = read(f"/proc/{pid}/cmdline")
@@ -49,11 +49,11 @@ def wait_for_programs():
 
 
 class SignalWalk:
-    """For a MachineStory. `self.reset()` puts the machine back before each run; `self.assert_done()`
-    and `self.assert_as_before()` look at it after one."""
+    """A mix-in for a MachineStory. It calls `self.reset()` before each run, and afterwards
+    `self.assert_done()` or `self.assert_as_before()`."""
 
     def check(self, result, number, daemon_runs=True):
-        """The run was ended by the signal, or it was complete; true for the latter."""
+        """Checks a run that got the signal. True when the operation was complete by then."""
         self.assertNotIn(UNDO_HEAD, result.err)
         if daemon_runs:
             self.assert_daemon_runs()
@@ -62,14 +62,14 @@ class SignalWalk:
             self.assert_done()
             return True
         self.assertEqual(result.status, -number)
-        if result.err:  # nothing is told of a run that has not begun
+        if result.err:  # a run that has not begun prints nothing
             self.assertRegex(result.err, rf"\A{interrupted_by(number).pattern}\Z")
         self.assert_as_before()
         return False
 
     def walk(self, call, argv, stdin=""):
-        """The signal comes at the first such call, at the second, and so on; the number of runs
-        that were undone, and of those that were complete."""
+        """Sends the signal at the first such call, at the second, and so on. Returns the number of
+        runs that were undone and of those that were complete."""
         self.need_strace()
         outcomes = []
         for count in range(1, MOST):
@@ -91,8 +91,8 @@ class SignalWalk:
                                      ["status", "status", "stop", "start"]))
 
     def signal_when(self, happens, argv, *numbers, group=None, **options):
-        """Runs the tool and sends it these signals, one after the other, once `happens()`; `group`
-        goes to its process group."""
+        """Runs the tool. Once `happens()` is true, sends it these signals one after the other, and
+        the signal `group` to its process group."""
         child = subprocess.Popen(argv, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                  stderr=subprocess.PIPE, text=True, **options)
         deadline = time.monotonic() + PATIENCE
@@ -170,7 +170,7 @@ class WorkingCopy(SignalWalk, MachineStory):
     def test_ends_the_calling_shell_too(self):
         self.play("cp", f"touch {PLAY}/copying; exec sleep 600")
         self.reset()
-        # A shell that waits for the tool gets the signal too, and goes on unless the tool ended by it.
+        # The shell gets the signal, too. It runs its trap only if the tool ended by the signal.
         script = f"trap 'echo hears it' INT; {' '.join(DEREGISTER)}; echo $?"
         result = self.signal_when(lambda: os.path.exists(PLAY + "/copying"),
                                   ["bash", "-c", script], start_new_session=True, group=signal.SIGINT)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Deregistering a product whose working copy cannot be swapped in, or after which the daemon does
-not start: everything is put back, the allowed users file alone stays away."""
+"""Deregistering a product when the swap fails or the daemon does not stop or start. After a failed
+swap everything is put back, apart from the allowed users file."""
 
 import errno
 import os
@@ -19,7 +19,7 @@ PLACES = ("/etc/opt/tarvo", "/var/opt/tarvo/kov")
 
 
 class ProductStory(MachineStory):
-    """The product has a snippet, two namespaces, and three providers."""
+    """A product with a snippet, two namespaces and three providers."""
 
     def setUp(self):
         super().setUp()
@@ -63,7 +63,7 @@ class ProductStory(MachineStory):
         return found
 
     def assert_put_back(self):
-        """All but the allowed users file."""
+        """Everything but the allowed users file is as before."""
         now = self.everything()
         self.assertNotIn(USERS_FILE, now)
         self.assertEqual(
@@ -73,7 +73,7 @@ class ProductStory(MachineStory):
         self.assertEqual(self.namespaces(), ["sample/a", "sample/b"])
 
     def write_users_file(self):
-        """As an administrator does it."""
+        """Makes the file of allowed users again, as an administrator does."""
         write(USERS_FILE, b"owcimomd.allowed_users = al\n")
         os.chmod(USERS_FILE, int(self.before[USERS_FILE].split()[0][-3:], 8))
 
@@ -166,7 +166,7 @@ class Daemon(ProductStory):
 
 
 class RealDaemon(DaemonStory, ProductStory):
-    """It answers again, on the repository that it had."""
+    """The daemon answers again after the operation."""
 
     def assert_answers(self, listed):
         self.assertEqual(run([SCRIPT, "status"]).status, 0)

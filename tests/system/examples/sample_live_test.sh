@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# The sample product's scripts on a live system, in a sandbox: what the install script registers, the
-# uninstall script takes back to the last object and file, with the daemon running and without. Ends
-# with status 77 where there can be no sandbox.
+# The sample product's scripts on a live system, in a sandbox. The uninstall script removes every
+# object and file that the install script has made, with the daemon running and without. Ends with
+# status 77 where sandboxes cannot be made.
 #
 #   sample_live_test.sh SOURCE_DIR INSTALLED_DIR
 set -euo pipefail
@@ -17,18 +17,18 @@ outside() {
     chmod 755 "$work"
     mkdir "$work/live"
     cp -R "$installed/." "$work/live"
-    # A leak check cannot run in every namespace; leaks are looked for elsewhere.
+    # LeakSanitizer does not work in every namespace. Other tests look for leaks.
     ASAN_OPTIONS=detect_leaks=0 "$source_dir/scripts/sandbox" --root "$work/live" \
         "${BASH_SOURCE[0]}" --inside "$source_dir" "$work"
 }
 
-# The state while the daemon is stopped.
+# The state of the installation. The daemon must be stopped.
 state() { "$source_dir/scripts/state"; }
 install_sample() { "$source_dir/examples/sample/install.sh" 2>&1; }
 uninstall_sample() { "$source_dir/examples/sample/uninstall.sh" 2>&1; }
 providers() { fennik --list-providers --name sample; }
 init() { tarvo-owcimomd_init "$@" >/dev/null; }
-# What stands in the directories beside the configuration, which scripts/state tells of.
+# The files outside of the configuration, which scripts/state lists.
 places() { { find /opt/sample /var/opt/tarvo/kov -maxdepth 2 2>/dev/null || true; } | LC_ALL=C sort; }
 
 install_and_uninstall() {
@@ -52,7 +52,7 @@ sample: files removed from /opt/sample" "$(uninstall_sample)"
 sample: files removed from /opt/sample" "$(uninstall_sample)"
 }
 
-# The daemon is stopped.
+# The daemon must be stopped.
 refuse_and_recover() {
     install_sample >/dev/null
     state >"$work/installed"
@@ -78,7 +78,7 @@ sample: files removed from /opt/sample" "$(uninstall_sample)"
 
 inside() {
     source_dir=$1 work=$2
-    # Made by the first run of fennik, and kept.
+    # The first run of fennik makes this file, and it stays.
     touch /var/opt/tarvo/kov/fennik.lock
     local places
     places=$(places)

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# The sample product's scripts in a staged tree: the install script registers everything, may be
-# repeated, finishes what an earlier run left half done, and passes fennik's exit status on; the
+# The sample product's scripts in a staged tree. The install script registers everything, may be
+# repeated, completes what an earlier run left half done, and passes fennik's exit status on. The
 # uninstall script refuses.
 #
 #   sample_test.sh SOURCE_DIR INSTALLED_DIR
@@ -14,7 +14,7 @@ source_dir=$1 installed=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# new_stage NAME: a stage with the installed programs, not yet set up.
+# new_stage NAME: makes a stage with the installed programs, not yet set up.
 new_stage() {
     STAGE=$work/$1
     export STAGE
@@ -68,7 +68,7 @@ sample: namespaces were registered already
 sample: providers registered" "$(install_sample)"
 expect "and then everything is as it was" "$(<"$work/state")" "$(state)"
 
-# An update whose providers have a mistake.
+# An update with a mistake in its providers.
 cp -R "$source_dir/examples/sample" "$work/broken"
 sed -i 's/^class SAMPLE_Service/clas SAMPLE_Service/' "$work/broken/providers/services.mof"
 refused "a mistake in a provider's MOF is told by fennik's status" 33 \

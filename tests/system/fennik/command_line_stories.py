@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The command line: what is read, what is carried out, what is written where, how runs end."""
+"""The command line: how it is read, what a run carries out and prints, and how it ends."""
 
 import os
 import signal

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A product's configuration snippet: set, read, removed."""
+"""Setting, reading and removing a product's configuration snippet."""
 
 import os
 import re
@@ -190,7 +190,7 @@ class Removing(Story):
 
 
 class FailingSetting(Story):
-    """Each leaves the old snippet and no temporary file."""
+    """Each failure leaves the old snippet and no temporary file."""
 
     SET = ("--set-owcimomd-config", "-", "--name", "sample")
 

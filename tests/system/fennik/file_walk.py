@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Walking a failure through every call on some files, by number, until a run meets none."""
+"""Makes every call on some files fail in turn, until a run meets no failure."""
 
 import re
 
@@ -9,11 +9,11 @@ MOST = 1000
 
 
 class FileWalk:
-    """For a Story. After a failed run `self.assert_as_before()` is to hold."""
+    """A mix-in for a Story. It calls `self.assert_as_before()` after each failed run."""
 
     def failing_in_turn(self, calls, error, files, *arguments, stdin=""):
-        """Runs the tool with the first, the second ... of these calls on the files failing; gives
-        each Result and the line of the trace that tells the failed call, None for the last run."""
+        """Runs the tool with the first, the second, ... of these calls on the files failing. Yields
+        each Result and the failed call's line of the trace, None for the last run."""
         self.need_strace()
         paths = [word for path in files for word in ("-P", path)]
         for number in range(1, MOST):
@@ -29,9 +29,9 @@ class FileWalk:
         self.fail("there is no end to the calls")
 
     def walk(self, calls, error, files, *arguments, least, overcome=(), stdin=""):
-        """Every one of these calls fails once, and the run with it; those whose name is in
-        `overcome` may fail without harm. `self.assert_done()` is to hold after a run that
-        succeeded; it puts everything back to where it was."""
+        """Makes each of these calls fail once, which must fail the run unless the call is one of
+        `overcome`. At least `least` runs must fail. Calls `self.assert_done()` after a successful
+        run, which must also restore the state of before."""
         injected = 0
         for result, failed in self.failing_in_turn(calls, error, files, *arguments, stdin=stdin):
             with self.subTest(failed=failed):
@@ -52,5 +52,5 @@ class FileWalk:
 
     @staticmethod
     def file_of(line):
-        """The file that the call in a line of a trace was about."""
+        """The file of the call in a line of a trace."""
         return re.search(r'\(\d+<(/[^>]*)>|"(/[^"]*)"', line).group(1, 2)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the stories of the installed tool have in common: a staged tree of their own, running the
-tool in it, comparing whole states, and making system calls fail.
+"""Shared by the stories of the installed tool: a staged tree of their own, running the tool in it,
+comparing whole states, and making system calls fail.
 
 The programs come from the tree that KOV_INSTALLED names (made by "cmake --install")."""
 
@@ -29,7 +29,7 @@ UNDO_LEAD_IN = (
 
 @dataclass
 class Result:
-    """How a run ended and what it wrote, standard output and error apart."""
+    """The status of a run, and what it wrote to standard output and error."""
 
     status: int
     out: str
@@ -40,19 +40,19 @@ def run(argv, stdin="", **options):
     done = subprocess.run(
         argv, input=stdin.encode(), capture_output=True, timeout=PATIENCE, check=False, **options
     )
-    # Bytes that are not UTF-8 are kept apart from each other, so that texts can be compared.
+    # Different bytes that are not UTF-8 stay different, so that texts can be compared.
     texts = [t.decode("utf-8", "surrogateescape") for t in (done.stdout, done.stderr)]
     return Result(done.returncode, *texts)
 
 
 @functools.cache
 def usage():
-    """The usage text, from the tool itself; its content has a story of its own."""
+    """The usage text that the tool prints. Another story checks its content."""
     return run([FENNIK, "--help"]).err
 
 
 class Tree:
-    """A staged tree below `prefix`, with an empty repository, as kov-setup makes it."""
+    """A staged tree below `prefix` as kov-setup makes it, with an empty repository."""
 
     def __init__(self):
         self.directory = tempfile.mkdtemp(prefix="fennik-story-")
@@ -92,15 +92,15 @@ class Tree:
         return run(self.command(*arguments), stdin, **options)
 
     def give_to(self, uid):
-        """Makes the tree another user's."""
+        """Makes that user the owner of the tree."""
         os.chmod(self.directory, 0o755)
         for parent, directories, files in os.walk(self.prefix):
             for name in [".", *directories, *files]:
                 os.chown(os.path.join(parent, name), uid, uid, follow_symlinks=False)
 
     def state(self):
-        """Everything that a failed operation must leave as it was: each file's type, mode, owner
-        and content, and the repository's rows. The lock file is no state."""
+        """Everything that a failed operation must leave as it was: type, mode, owner and content of
+        each file, without the lock file, and the rows of the repository."""
         found = {}
         for parent, directories, files in os.walk(self.prefix):
             for name in [*directories, *files]:
@@ -111,7 +111,7 @@ class Tree:
         return found
 
     def rows(self):
-        """The repository's rows as SQL text."""
+        """The rows of the repository as SQL text."""
         with sqlite3.connect(
             f"file:{self.repository}/repository.db?mode=ro", uri=True
         ) as connection:
@@ -131,7 +131,7 @@ def describe(path):
 
 
 def is_sanitized(program):
-    """Whether the program was built with the sanitizers, which have needs of their own."""
+    """Whether the program was built with the sanitizers."""
     return b"__ubsan" in read(program)
 
 
@@ -152,7 +152,7 @@ def can_trace():
 
 
 class Story(unittest.TestCase):
-    """A story told in a tree of its own. `self.fennik` runs the tool there."""
+    """A story in a tree of its own. `self.fennik` runs the tool there."""
 
     maxDiff = None
     TREE = Tree
@@ -175,8 +175,8 @@ class Story(unittest.TestCase):
         self.assertEqual(result, Result(1, "", usage()))
 
     def assert_fennik_failure(self, result, status, message, before=""):
-        """An error of the tool's own: its message to the letter, its code as exit status.
-        `before` is what the undo reported first."""
+        """Expects an error of the tool with exactly this message, and its code as exit status.
+        `before` is what the undo must have printed first."""
         self.assertEqual((result.status, result.out), (status, ""), result.err)
         self.assertEqual(result.err[: len(before)], before)
         details = re.compile(
@@ -188,7 +188,7 @@ class Story(unittest.TestCase):
         self.assertEqual(match[2].split(" <")[0], message)
 
     def assert_other_failure(self, result, *parts):
-        """A failure of something below the tool: exit status 1 and these words in the message."""
+        """Expects a failure that is not the tool's own: status 1 and `parts` in the message."""
         self.assertEqual((result.status, result.out), (1, ""), result.err)
         self.assertTrue(result.err.startswith("An error has occurred.\nDetails: "), result.err)
         for part in parts:
@@ -201,7 +201,7 @@ class Story(unittest.TestCase):
             self.skipTest("programs cannot be traced here (strace)")
 
     def traced(self, argv, *options, **run_options):
-        """Runs under strace with these options. A leak check cannot run while traced."""
+        """Runs `argv` under strace with these options. LeakSanitizer does not work there."""
         environment = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")
         return run(
             ["strace", "-f", "-qq", "-o", self.tree.directory + "/trace", *options, *argv],
@@ -210,8 +210,8 @@ class Story(unittest.TestCase):
         )
 
     def failing(self, injections, *arguments, path=None, **options):
-        """Runs the tool while system calls fail. `injections` are strace's, "write:error=ENOSPC";
-        `path` restricts them to calls on that path."""
+        """Runs the tool while system calls fail. `injections` are those of strace, such as
+        "write:error=ENOSPC"; `path` restricts them to calls on that path."""
         self.need_strace()
         words = [word for injection in injections for word in ("-e", "inject=" + injection)]
         if path is not None:
@@ -219,8 +219,8 @@ class Story(unittest.TestCase):
         return self.traced(self.tree.command(*arguments), *words, **options)
 
     def nth_call(self, call, fragment, *arguments):
-        """The number, among the calls of that name, of the first one whose line in the trace holds
-        `fragment`. Runs the tool with these arguments."""
+        """Runs the tool with these arguments. Returns the number, among the calls of that name, of
+        the first one whose line in the trace contains `fragment`."""
         self.need_strace()
         self.traced(self.tree.command(*arguments), "-y", "-e", "trace=" + call)
         lines = read(self.tree.directory + "/trace").decode(errors="replace").splitlines()
@@ -232,7 +232,8 @@ class Story(unittest.TestCase):
     # Other users.
 
     def as_nobody(self, *argv):
-        """The command as an unprivileged user; as ourselves when we are one."""
+        """The command line that runs `argv` as an unprivileged user. Root gives the tree to that
+        user; any other user runs it as himself."""
         if os.geteuid() != 0:
             return list(argv)
         prefix = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"]

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The tool on a live system: root, limits, and the daemon's init script. Told in a private mount
-namespace in which the tree stands at its real places and the account owcimomd exists; the daemon is
-played by a script that follows a plan."""
+"""The tool on a live system: root, limits, and the daemon's init script. The stories run in a mount
+namespace of their own in which the tree is at its real places and the account owcimomd exists. A
+script that follows a plan replaces the daemon."""
 
 import errno
 import os
@@ -204,7 +204,7 @@ class DescriptorLimit(LiveStory):
         )
 
     def nofile_call(self, fragment):
-        """Which call of prlimit64 that is."""
+        """The number of the call of prlimit64 whose line in the trace contains `fragment`."""
         self.need_strace()
         self.plan(3)
         self.inside(

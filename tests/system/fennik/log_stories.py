@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A debug log that cannot be written any more: the operation fails and is undone, or it is complete.
-Those on a working copy are told in copy/copy_log_stories.py."""
+"""A debug log that cannot be written any more: the operation fails and is undone, or it is
+complete. copy/copy_log_stories.py has the operations on a working copy."""
 
 import shutil
 

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Walking a disk that fills up through the debug log of a run, line by line: from the n-th line on
-nothing can be written, until a run has fewer lines."""
+"""Makes the disk full from the n-th line of a run's debug log on, for each n until a run has fewer
+lines."""
 
 import os
 import re
@@ -19,12 +19,12 @@ TOO_LATE = re.compile(
 
 
 class LogWalk:
-    """For a Story. `self.assert_as_before()` is to hold after a run that failed, and
-    `self.assert_done()` after one that did not; it puts everything back to where it was."""
+    """A mix-in for a Story. It calls `self.assert_as_before()` after a failed run, and
+    `self.assert_done()` after a successful one, which must also restore the state of before."""
 
     def walk_the_log(self, *arguments, stdin="", output="", least, stride=1):
-        """Every run fails as long as it can be undone; later it is complete, and says what is
-        missing. `least` runs fail. A `stride` above 1 leaves out lines of a long log."""
+        """Expects that a run fails as long as it can be undone, and is complete later and says that
+        the log is not. At least `least` runs must fail. A `stride` above 1 skips lines."""
         self.need_strace()
         log = self.tree.directory + "/log"
         outcomes = []

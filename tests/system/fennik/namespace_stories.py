@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Registering and listing a product's namespaces."""
+"""Registering and listing the namespaces of a product."""
 
 import os
 
@@ -35,7 +35,7 @@ class NamespaceStory(Story):
         return result.out.splitlines()
 
     def log_of(self, *words):
-        """The lines that the run logs below its prefix, without time and place."""
+        """Runs the tool. Returns the texts that its log has after "NamespaceRegistration: "."""
         log = self.tree.directory + "/log"
         result = self.fennik("--log-file", log, *words)
         self.assertEqual(result.status, 0, result.err)
@@ -120,7 +120,7 @@ class ListingNamespaces(NamespaceStory):
 
 
 class FailingNamespaces(NamespaceStory):
-    """Each ends with everything as it was, and without a false alarm of the undo."""
+    """Each failure leaves everything as it was, and the undo reports no failure of its own."""
 
     def setUp(self):
         super().setUp()
@@ -204,12 +204,12 @@ class FailingNamespaces(NamespaceStory):
         self.fail_in_turn("fdatasync:error=EIO")
 
     def test_full_disk_at_the_commit_of_many_namespaces(self):
-        """At the journal's writes first, then at the commit's, when the list of what to undo is long
-        and there is nothing left to do for it."""
+        """The disk is full at the writes of the journal and then of the commit. The undo list is
+        long then, and its steps find nothing to undo."""
         self.fill_disk_while_registering(500, (1, 30, 100))
 
     def test_full_disk_before_the_commit_of_many_namespaces(self):
-        """They are more than the repository keeps in memory."""
+        """These changes are larger than the repository's page cache."""
         self.fill_disk_while_registering(3000, (400,))
 
     def fill_disk_while_registering(self, count, failing_writes):
@@ -222,7 +222,7 @@ class FailingNamespaces(NamespaceStory):
             self.assertEqual(self.tree.state(), self.before)
 
     def fail_in_turn(self, injection):
-        """The commit's calls fail, each of the first ones in turn."""
+        """Makes each of the first calls of the commit fail in turn."""
         for number in range(1, 6):
             result = self.failing([f"{injection}:when={number}"], *self.words("sample"))
             if result.status == 0:

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Privilege files: what they may hold, where they are written, and names that would lead
-elsewhere."""
+"""Privilege files: their content, where they are written, and names that would lead elsewhere."""
 
 import os
 import stat
@@ -12,7 +11,7 @@ from providers import (
 
 
 class PrivilegeText(ProviderStory):
-    """Its messages name the provider MOF: the two paths change places in them."""
+    """Messages about a privilege file name the provider MOF: the two paths are exchanged there."""
 
     def refuse(self, text, message):
         provider = Provider("disk", mof="", privileges=text)
@@ -120,7 +119,7 @@ class Files(ProviderStory):
                 self.assertEqual(os.listdir(directory), [])
 
     def refuse(self, instance_id, properties, privileges=None):
-        """The registration would be written as something else than one command."""
+        """Expects that a registration is refused that would not be written as one command."""
         provider = Provider(
             "odd", mof="", privileges=privileges,
             registration=registration("odd", UserContext=4 if privileges else 3, **properties),
@@ -135,7 +134,7 @@ class Files(ProviderStory):
                                           f"written into a privilege file: {rule}")
 
     def test_let_nothing_be_started_but_the_process(self):
-        """A program may have any name, and the name may read like a second statement."""
+        """The name of a program may look like a second statement."""
         self.assert_used(Provider("disk", privileges=USER))
         for path in (
             "/x @ root } user_exec_check_args { /bin/sh", "/x @ root /bin/sh", "/x } include { y",
@@ -186,7 +185,7 @@ class FilesThatCannotBeWritten(ProviderStory):
         self.assertEqual(self.tree.state(), self.before)
 
     def test_because_something_is_there(self):
-        """An earlier run's file, a link to a file, a link to nothing, a directory."""
+        """In turn a file of an earlier run, a link to a file, a dangling link, a directory."""
         elsewhere = self.tree.directory + "/elsewhere"
         for path in (self.start_file("fan"), self.privilege_file("fan")):
             for make in (
@@ -242,7 +241,7 @@ class FilesThatCannotBeWritten(ProviderStory):
                         stdin=self.fan.line(),
                     )
                     self.assert_failed(result, path, what, reason)
-                    # What has been written so far stays, and the message has named it.
+                    # The incomplete file stays, and the message has named it.
                     os.unlink(path)
                     self.assertEqual(self.tree.state(), self.before)
 
@@ -255,7 +254,7 @@ def remove(path):
 
 
 class FilesThatAreChanged(ProviderStory):
-    """Whoever edits or removes a file by hand meets it again."""
+    """Privilege files that were edited or removed by hand."""
 
     def setUp(self):
         super().setUp()
@@ -267,7 +266,7 @@ class FilesThatAreChanged(ProviderStory):
         bad = Provider("bad", mof='#pragma namespace("sample")\nclass Sample_Bad : Sample_Disk {};')
         bad.write_below(self.tree.prefix)
         before = self.tree.state()
-        result = self.use_list(bad.line())  # its superclass goes before it comes
+        result = self.use_list(bad.line())  # its superclass is removed before it is added
         self.assertEqual(result.status, FENNIK_ERROR, result.err)
         self.assertIn("Provider registration failed: ", result.err)
         self.assertIn("Sample_Disk", result.err)

@@ -64,7 +64,7 @@ class Listing(Story):
 
 
 class FailingRegistration(Story):
-    """Each ends with everything as it was."""
+    """Each failure leaves everything as it was."""
 
     REGISTER = ("--register", "--name", "sample", "--username", "alice")
 
@@ -207,7 +207,7 @@ class FailingRegistration(Story):
 
 
 class FailingCommit(Story):
-    """The repository's own writes and syncs fail, each in turn, until none does."""
+    """Each write and sync of the repository fails in turn, until a run meets no failure."""
 
     REGISTER = ("--register", "--name", "sample", "--username", "alice")
 
@@ -233,7 +233,7 @@ class FailingCommit(Story):
         self.assertGreater(self.fail_in_turn("fdatasync", "EIO"), 0)
 
     def test_killed_at_any_write_leaves_the_repository_as_it_was(self):
-        """The users file may stay behind; the repository is old or new, never between."""
+        """The users file may stay. The repository is the old or the new one, and complete."""
         self.fennik("--list-registered-products")
         old = self.tree.rows()
         for number in range(1, 200):

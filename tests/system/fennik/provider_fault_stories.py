@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Every call on a privilege file fails once while a product's providers are replaced; each time
-everything is as it was before, hand edits of privilege files included."""
+"""Every call on a privilege file fails once while a product's providers are replaced. Each time
+everything is as before, including privilege files that were edited by hand."""
 
 import os
 import shutil
@@ -48,8 +48,8 @@ class EveryFileCall(FileWalk, ProviderStory):
         self.reset()
 
     def assert_as_before(self, file, result):
-        """What had been written of a new privilege file when its writing failed is known to stay;
-        the message names it."""
+        """Everything is as before, apart from an incomplete new privilege file, which stays. The
+        message names it."""
         path = file[0]
         if path is not None and path not in self.before and os.path.exists(path):
             self.assertIn(path, result.err)
@@ -72,7 +72,7 @@ class EveryFileCall(FileWalk, ProviderStory):
         self.fail_every("write", "ENOSPC", 5)
 
     def test_closing(self):
-        """What has been read may be let go of badly."""
+        """Closing a file that was read may fail."""
         self.fail_every("close", "EIO", 5, overcome=("close",))
 
     def test_removing(self):

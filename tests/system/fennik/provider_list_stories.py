@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The provider registration list: its lines, the files that they name, and what becomes of them."""
+"""The provider list: its lines, the files that they name, and what registering makes of them."""
 
 import os
 
@@ -61,7 +61,7 @@ class Lines(ProviderStory):
                 )
 
     def test_are_refused_as_a_whole(self):
-        """The last one is wrong: what the first ones name is not registered either."""
+        """The last entry is wrong, and the earlier ones are not registered either."""
         self.assert_used(Provider("gone"))
         fan = Provider("fan")
         fan.write_below(self.tree.prefix)
@@ -131,7 +131,7 @@ class Files(ProviderStory):
         self.assert_list_fails(f"oop1,{name},b\n", "File name too long")
 
     def test_may_hold_classes_beside_the_registration(self):
-        """They help to compile it, and are not created."""
+        """Such classes are used to compile the registration, and not created."""
         text = "class Sample_Aside { [Key] string Id; };\n" + registration("disk")
         self.assert_used(Provider("disk", registration=text, mof=""))
         self.assertFalse(self.stored("Sample_Aside"))
@@ -217,7 +217,7 @@ class List(ProviderStory):
             f"Loading privileges from {full[2]}",
             f"Building OOP registration instances from {full[0]}",
             f"Provider mof contains:\n{disk.registration}",
-            # The two paths change places from here.
+            # From here on the two paths are exchanged.
             f"Building OOP provider instances from {full[2]}",
             "Found 2 provider instances and 2 classes",
             f"Verifying privileges for {full[1]}",
@@ -241,7 +241,7 @@ class StartPrivileges(ProviderStory):
         self.assert_start("a", "user_exec_check_args { /usr/lib/sample/a  @ owprovdr }\n")
 
     def test_name_the_privilege_file(self):
-        """No arguments: two blanks stand where they would be."""
+        """Without arguments, two blanks are in their place."""
         self.assert_start(
             "b", "monitored_exec_check_args { /usr/lib/sample/b  @ oop1-sample_b }\n", USER
         )

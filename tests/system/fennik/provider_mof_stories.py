@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a provider's two MOF texts must hold, and the rules that its registration obeys."""
+"""The rules for a provider's two MOF texts and for its registration."""
 
 import re
 
@@ -18,7 +18,7 @@ CAPS = instance(CAPABILITIES, InstanceID="sample:caps", ClassName="Sample_Disk")
 
 class MofStory(ProviderStory):
     def assert_mof_error(self, provider, path, *parts):
-        """The compiler's complaint, under that file's name."""
+        """Expects an error of the compiler under the name of that file."""
         provider.write_below(self.tree.prefix)
         before = self.tree.state()
         result = self.use_list(provider.line())
@@ -111,7 +111,7 @@ class RegistrationMof(MofStory):
         )
 
     def test_must_not_take_the_capabilities_of_others(self):
-        """Removing the process would remove them, or would never work again."""
+        """Otherwise removing the process would remove them, or would always fail."""
         self.register("other", "bob")
         self.give_namespace("other", product="other")
         theirs = process("theirs", "other")
@@ -134,7 +134,7 @@ class RegistrationMof(MofStory):
 
 
 class Registration(ProviderStory):
-    """Each refusal names the InstanceID."""
+    """Rules for the registration instance. Each refusal names the InstanceID."""
 
     def refuse(self, message, of=REGISTRATION, privileges=None, **changed):
         if privileges:
@@ -264,7 +264,7 @@ class Registration(ProviderStory):
                     self.refuse(message, of, USER, MonitorPrivilegesFile=name)
 
     def test_is_examined_in_order(self):
-        """Each repair shows the next error."""
+        """Correcting an error shows the next one."""
         wrong = {
             "InstanceID": "x:disk", "Process": "/opt/tarvo/kov/p", "Protocol": "x",
             "NamespaceNames": ["x"], "ProviderTypes": [7, 9], "UserContext": 9,
@@ -292,7 +292,7 @@ class Registration(ProviderStory):
 
 
 class ProviderMof(MofStory):
-    """Its messages name the privilege file, or the prefix when there is none."""
+    """Messages about a provider MOF name the privilege file, or the prefix when there is none."""
 
     def assert_mof_refused(self, mof, message, privileges=USER):
         provider = Provider("disk", mof=mof, privileges=privileges)
@@ -359,7 +359,7 @@ class ProviderMof(MofStory):
         self.assert_mof_error(provider, self.full(provider, ""), "Sample_None")
 
     def test_may_use_what_an_earlier_provider_declared(self):
-        """It is there when the second list is read; the first provider stays on that list."""
+        """The class exists when the second list is read, which has the first provider, too."""
         disk = Provider("disk")
         self.assert_used(disk)
         sub = '#pragma namespace("sample")\nclass Sample_Sub : Sample_Disk { string More; };\n'
@@ -371,7 +371,7 @@ class ProviderMof(MofStory):
         self.assertFalse(self.stored("Sample_"))
 
     def test_must_not_include_files(self):
-        """It is compiled as a text, which has no directory."""
+        """The provider MOF is compiled as a text, which has no directory."""
         write(f"{self.tree.prefix}/opt/tarvo/sample/more.mof", b"class Sample_More {};\n")
         provider = Provider(
             "disk", mof='#pragma namespace("sample")\n#pragma include("more.mof")\n'

@@ -17,7 +17,7 @@ class Replacing(ProviderStory):
         self.empty = self.tree.state()
 
     def assert_empty(self):
-        """Only what the product handed over is there beside what was there before."""
+        """Everything is as before the registration, apart from the product's own files."""
         state = self.tree.state()
         handed_over = self.tree.prefix + "/opt/tarvo/sample/"
         kept = {path: text for path, text in state.items() if not path.startswith(handed_over)}
@@ -75,7 +75,7 @@ class Replacing(ProviderStory):
         )
 
     def test_that_fails_brings_everything_back(self):
-        """The second of the new ones has a class that the first has, too."""
+        """The two new providers declare the same class."""
         self.assert_used(Provider("disk", privileges=USER), Provider("fan"))
         twice = [Provider("a", mof=schema("x")), Provider("b", mof=schema("x"))]
         for provider in twice:
@@ -94,7 +94,7 @@ class Replacing(ProviderStory):
         self.assertEqual(self.tree.state(), before)
 
     def assert_wrapped(self, result, what, *parts):
-        """A failure of something below the tool, in its own words."""
+        """Expects that `what` failed, with `parts` in the message of the wrapped failure."""
         self.assertEqual((result.status, result.out), (FENNIK_ERROR, ""), result.err)
         self.assertRegex(
             result.err, r"\AAn error has occurred\.\nDetails: \S+: \d+ FennikException: 14: "
@@ -149,7 +149,7 @@ class Replacing(ProviderStory):
 
 
 class Schema(ProviderStory):
-    """What the provider's MOF declares comes and goes with it."""
+    """What the provider MOF declares is created and removed with the provider."""
 
     def setUp(self):
         super().setUp()
@@ -170,7 +170,7 @@ class Schema(ProviderStory):
         self.assertEqual(self.tree.rows(), self.rows)
 
     def break_a_replacement(self):
-        """All providers are removed, and brought back when the new one fails."""
+        """All providers are removed, and put back when adding the new one fails."""
         bad = Provider("bad", mof="", registration=registration("x" * 300))
         bad.write_below(self.tree.prefix)
         result = self.use_list(bad.line())
@@ -194,7 +194,7 @@ class Schema(ProviderStory):
         )
 
     def test_associations_of_associations(self):
-        """Their names in the record are texts, which do not tell what in them is a path."""
+        """The record has their names as texts, which do not show what in them is a path."""
         links = Provider("links", mof=linked_schema())
         self.assert_used(links)
         there = self.tree.rows()
@@ -223,7 +223,7 @@ class Schema(ProviderStory):
         )
 
     def test_qualifier_types_that_were_there(self):
-        """They stay when the provider goes, and come back as they were when it fails."""
+        """They stay when the provider is removed, and are restored when registering fails."""
         mof = 'Qualifier Description : string = "changed", Scope(any), Flavor(Translatable);\n'
         self.assert_used(Provider("d", mof='#pragma namespace("sample")\n' + mof))
         self.assertTrue(self.stored("changed"))
@@ -240,7 +240,7 @@ class Schema(ProviderStory):
         self.assertEqual(self.tree.state(), before)
 
     def test_instances_that_came_later(self):
-        """What the provider itself has put into its class goes with the class."""
+        """Instances that the provider itself has created are removed with their class."""
         self.use_mof('class A { [Key] string Id; };\ninstance of A { Id = "a"; };\n')
         later = self.tree.directory + "/later.mof"
         write(later, b'instance of A { Id = "later"; };\n')
@@ -262,7 +262,7 @@ class Schema(ProviderStory):
         there = self.tree.rows()
         self.break_a_replacement()
         self.assertEqual(self.tree.rows(), there)
-        # Alone it cannot be: what it uses goes before it comes.
+        # It cannot be registered alone: the class that it uses is removed first.
         result = self.use(user)
         self.assertEqual(result.status, FENNIK_ERROR)
         self.assertIn("Provider registration failed: ", result.err)
@@ -271,7 +271,7 @@ class Schema(ProviderStory):
         self.assertEqual(self.tree.rows(), self.rows)
 
     def test_defaults_that_another_provider_brings_arrive_at_once(self):
-        """The instance is compiled while the class is still the old one."""
+        """The instance is compiled against the old class."""
         pragma = '#pragma namespace("sample")\n'
 
         def base(text):
@@ -312,7 +312,7 @@ class Process(ProviderStory):
         self.assertEqual(self.tree.rows(), before)
 
     def test_takes_along_what_it_is_not_connected_with(self):
-        """Other instances may stand behind it; nothing leads from it to them."""
+        """Other instances may follow the process without an association to it."""
         before = self.tree.rows()
         lonely = instance(CAPABILITIES, InstanceID="sample:lonely", ClassName="X")
         for mof in ("", schema("proc")):
@@ -354,7 +354,7 @@ class Process(ProviderStory):
 
 
 class DamagedRecord(ProviderStory):
-    """What only somebody else can have put there."""
+    """Records that the tool does not write."""
 
     def setUp(self):
         super().setUp()
@@ -368,7 +368,7 @@ class DamagedRecord(ProviderStory):
         self.assertEqual(done.status, 0, done.err)
 
     def record(self, missing=None, **values):
-        """A second record, for the same registration."""
+        """Adds a second record for the same registration."""
         values = {
             "CreationClassName": "KOV_OOP1Provider", "Name": "sample:x", "ProductName": "sample",
             "RegistrationInstanceID": "sample:disk", "RegistrationClassName": REGISTRATION,

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the stories of providers have in common: the files that a product hands over for them, and a
-staged tree in which the product "sample" is registered."""
+"""Shared by the stories of providers: the files that a product needs to register them, and a staged
+tree in which the product "sample" is registered."""
 
 import os
 from dataclasses import dataclass
@@ -8,19 +8,19 @@ from dataclasses import dataclass
 from harness import Result, Story, write
 
 PRIVILEGES = "/etc/opt/tarvo/kov/openwbem/privileges"
-FILES = "opt/tarvo/sample"  # where a product keeps what it hands over, below the prefix
+FILES = "opt/tarvo/sample"  # the product's own files, below the prefix
 REGISTRATION = "OpenWBEM_OOPProviderRegistration"
 PROCESS = "OpenWBEM_OOPProviderProcess"
 CAPABILITIES = "OpenWBEM_OOPProviderCapabilities"
 PROCESS_CAPABILITIES = "OpenWBEM_OOPProviderProcessCapabilities"
-PROGRAM = "/bin/true"  # one that every machine has
+PROGRAM = "/bin/true"  # every machine has it
 USER = "unpriv_user { nobody }\n"
 FENNIK_ERROR = 14
 MOF_ERROR = 33
 
 
 def literal(value):
-    """A MOF value."""
+    """The MOF of a value."""
     if isinstance(value, list):
         return "{" + ", ".join(literal(item) for item in value) + "}"
     if not isinstance(value, str):
@@ -30,14 +30,14 @@ def literal(value):
 
 
 def instance(class_name, **properties):
-    """The MOF of an instance; properties that are None are left out."""
+    """The MOF of an instance, without the properties that are None."""
     lines = [f" {name} = {literal(value)};\n" for name, value in properties.items()
              if value is not None]
     return f"instance of {class_name} {{\n{''.join(lines)}}};\n"
 
 
 def registration(name="disk", product="sample", of=REGISTRATION, **changed):
-    """A registration instance that is right, with some properties changed."""
+    """A valid registration instance with some properties changed."""
     values = {
         "InstanceID": f"{product}:{name}", "Process": f"/usr/lib/{product}/{name}",
         "Protocol": "owcpp1", "ClassName": "Sample_" + name.capitalize(), "UserContext": 3,
@@ -48,7 +48,7 @@ def registration(name="disk", product="sample", of=REGISTRATION, **changed):
 
 
 def process(name="proc", product="sample", **changed):
-    """A process with one class that it serves."""
+    """A process that serves one class."""
     capabilities = f'{CAPABILITIES}.InstanceID="{product}:{name}-caps"'
     served = f'{PROCESS}.InstanceID="{product}:{name}"'
     return (
@@ -60,7 +60,7 @@ def process(name="proc", product="sample", **changed):
 
 
 def schema(name="disk", namespace="sample"):
-    """A provider's MOF: a qualifier type, a class and its subclass, and instances of both."""
+    """A provider MOF: a qualifier type, a class and its subclass, and instances of both."""
     upper = "Sample_" + name.capitalize()
     return (
         f'#pragma namespace("{namespace}")\n'
@@ -73,8 +73,8 @@ def schema(name="disk", namespace="sample"):
 
 
 def linked_schema():
-    """A schema in which associations connect associations: keys that are references to instances
-    whose keys are references, three deep."""
+    """A provider MOF with associations of associations: their keys are references to instances
+    whose keys are references, three levels deep."""
     link = f"L.One={literal('A.Id=1')},Other={literal('A.Id=2')}"
     link_of_link = f"M.Of={literal(link)},Number=3"
     return (
@@ -90,7 +90,7 @@ def linked_schema():
 
 @dataclass
 class Provider:
-    """The three files of a provider. Without privileges there are only two."""
+    """The three files of a provider, or two when it has no privilege file."""
 
     name: str = "disk"
     registration: str = None
@@ -121,7 +121,7 @@ class Provider:
 
 
 def live_provider(name="disk", **details):
-    """A provider whose program is there."""
+    """A provider whose program exists."""
     context = 4 if details.get("privileges") else 3
     details.setdefault(
         "registration", registration(name, Process=PROGRAM, UserContext=context)
@@ -130,7 +130,7 @@ def live_provider(name="disk", **details):
 
 
 def file_name(instance_id):
-    """The name of a registration's privilege files."""
+    """The file name of a registration's privilege files."""
     unsafe = " \"'()/:<>[]\\^`{}|"
     return "oop1-" + "".join("_" if c in unsafe else c for c in instance_id)
 
@@ -144,12 +144,12 @@ def listing(*providers):
 
 
 def without_repository_file(state):
-    """A state in which only the repository's rows count, not how its file keeps them."""
+    """`state` without the bytes of the repository file, so that only its rows count."""
     return {path: text for path, text in state.items() if not path.endswith("/repository.db")}
 
 
 class ProviderStory(Story):
-    """A story of the product "sample", which owns the namespace of its name."""
+    """A story of the product "sample", which owns the namespace "sample"."""
 
     def setUp(self):
         super().setUp()
@@ -168,11 +168,11 @@ class ProviderStory(Story):
         return f"{self.tree.prefix}{PRIVILEGES}/oop1-{product}_{name}"
 
     def start_file(self, name, product="sample"):
-        """The file that lets the provider agent start the process."""
+        """The path of the file that lets the provider agent start the process."""
         return f"{self.tree.prefix}{PRIVILEGES}/owcimomd/oop1-{product}_{name}"
 
     def use(self, *providers, product="sample"):
-        """Registers exactly these providers; the Result."""
+        """Replaces the product's providers by these. Returns the Result."""
         for provider in providers:
             provider.write_below(self.tree.prefix)
         return self.use_list("".join(provider.line() for provider in providers), product)
@@ -184,7 +184,7 @@ class ProviderStory(Story):
         self.assert_silent_success(self.use(*providers, product=product))
 
     def stored(self, text):
-        """Whether the repository holds that text, in a value or in a name."""
+        """Whether the repository contains that text, in a value or in a name."""
         rows = "".join(self.tree.rows())
         return text in rows or text.encode().hex().upper() in rows
 
@@ -194,11 +194,11 @@ class ProviderStory(Story):
         return result.out
 
     def full(self, provider, kind):
-        """The name of a provider's file in messages."""
+        """The path of a provider's file as messages show it."""
         return f"{self.tree.prefix}/{provider.path(kind) if kind else ''}"
 
     def assert_refused(self, provider, message, status=FENNIK_ERROR):
-        """The provider cannot be registered, for that reason, and nothing changes."""
+        """Expects that the provider is refused with that message, and that nothing changes."""
         provider.write_below(self.tree.prefix)
         self.assert_list_refused(provider.line(), message, status)
 
@@ -208,7 +208,7 @@ class ProviderStory(Story):
         self.assertEqual(self.tree.state(), before)
 
     def assert_list_fails(self, text, *parts):
-        """Something below the tool fails; nothing changes."""
+        """Expects a failure that is not the tool's own, and that nothing changes."""
         before = self.tree.state()
         self.assert_other_failure(self.use_list(text), *parts)
         self.assertEqual(self.tree.state(), before)
@@ -217,7 +217,7 @@ class ProviderStory(Story):
         return self.fennik("--deregister", "--name", product)
 
     def log_of(self, *arguments, **options):
-        """The debug log of a run, and its Result."""
+        """Runs the tool. Returns its debug log and its Result."""
         path = self.tree.directory + "/log"
         result = self.fennik("--log-file", path, *arguments, **options)
         with open(path, encoding="utf-8") as file:

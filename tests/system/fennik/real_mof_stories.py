@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A provider that brings fifty classes of the DMTF schema, with all that they are derived from and
-refer to. KOV_MOF_CORPUS names the directory that holds the schema."""
+"""A provider that declares fifty classes of the DMTF schema, their superclasses and what they refer
+to. KOV_MOF_CORPUS names the directory that has the schema."""
 
 import os
 import re
@@ -15,7 +15,7 @@ LEAVES = 50
 
 
 def classes_of_the_schema():
-    """Each class's name, its MOF and the classes that it needs."""
+    """The name of each class, its MOF and the classes that it needs."""
     found = {}
     for parent, _, files in os.walk(SCHEMA):
         for name in files:
@@ -28,8 +28,8 @@ def classes_of_the_schema():
 
 
 def leaves_and_what_they_need(classes):
-    """Fifty classes without subclasses, spread over the schema; and these with all they need, in
-    an order in which everything comes before its use."""
+    """Fifty classes without subclasses from all over the schema; and these with the classes that
+    they need, each before its use."""
     parents = {superclass for _, superclass, _ in classes.values()}
     leaves = sorted(set(classes) - parents)
     leaves = leaves[:: len(leaves) // LEAVES][:LEAVES]
@@ -88,7 +88,7 @@ class FiftyClasses(ProviderStory):
         self.assertEqual(self.tree.state(), before)
 
     def test_divided_among_providers_that_use_each_other(self):
-        """Every tenth of the classes is a provider of its own."""
+        """Each of ten providers declares a tenth of the classes."""
         before = self.tree.rows()
         classes = classes_of_the_schema()
         size = -(-len(self.names) // 10)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What has to hold before an operation: the lock, the log. Root and limits are in live_stories."""
+"""The checks before an operation: the lock and the log. live_stories.py has root and limits."""
 
 import contextlib
 import fcntl
@@ -83,7 +83,7 @@ class Lock(Story):
         )
         configs = os.listdir(self.tree.configs)
         deadline = time.monotonic() + 60
-        while os.listdir(self.tree.configs) == configs:  # the temporary file comes after the reading
+        while os.listdir(self.tree.configs) == configs:  # it makes the temporary file after reading
             self.assertLess(time.monotonic(), deadline)
             time.sleep(0.01)
         with open(self.tree.lock_file, "r+b") as file:
@@ -92,7 +92,7 @@ class Lock(Story):
         self.assertEqual(run.wait(timeout=60), 0)
 
     def wait_at_a_terminal(self, holder):
-        """What a run says at a terminal that `holder` holds up for a while; ends the holder."""
+        """What a run prints at a terminal while it waits. `holder` ends the holder of the lock."""
         ours, theirs = pty.openpty()
         waiting = subprocess.Popen(self.tree.command("--list-registered-products"), stderr=theirs)
         os.close(theirs)

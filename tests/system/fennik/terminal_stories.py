@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Names that would control the terminal of whoever reads them."""
+"""Names that would control the terminal of their reader."""
 
 import contextlib
 import os
@@ -8,8 +8,8 @@ import subprocess
 
 from harness import Story, read, run, write
 
-# The screen is erased, the line written over, the title changed, by sequences of seven and of eight
-# bits, in UTF-8 and not.
+# Sequences that erase the screen, overwrite the line and change the title, of seven and of eight
+# bits.
 NAME = "x\x1b[2J\rgone\x1b]0;t\x07\x08\x7f\u009b31m"
 RAW = NAME.encode() + b"\x9b1m"
 SHOWN = rb"x\x1b[2J\rgone\x1b]0;t\x07\x08\x7f\xc2\x9b31m\x9b1m".decode()
@@ -22,7 +22,7 @@ class Terminal(Story):
                          [])
 
     def at_terminal(self, *words):
-        """What the tool writes to a terminal, its own ends of lines undone."""
+        """What the tool writes to a terminal, with the terminal's line ends changed back."""
         ours, theirs = pty.openpty()
         done = subprocess.Popen(self.tree.command(*words), stdout=theirs, stderr=theirs)
         os.close(theirs)
@@ -64,7 +64,7 @@ class Terminal(Story):
         self.assert_shown(read(log).decode("utf-8", "surrogateescape"))
 
     def test_listing_shows_them_at_a_terminal_and_leaves_them_for_a_program(self):
-        # Of these, a product's name may hold some.
+        # A product's name may have these.
         name = "x\rgone\x7f\u009b31m"
         self.register(name)
         self.assertEqual(self.fennik("--list-registered-products").out, name + "\n")

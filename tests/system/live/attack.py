@@ -1,18 +1,19 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a hostile process does to the other end of the local socket. The stories run this inside the
-sandbox, as a stranger, as a user who may connect or as the account of the daemon:
+"""Attacks on the other end of the local socket. The stories run this inside the sandbox, as a user
+who may not connect, as one who may, or as the account of the daemon:
 
     attack.py pass SOCKET KIND...      connects once for each kind and passes a descriptor
     attack.py serve SOCKET KIND        takes the daemon's place and passes one with an answer
-    attack.py hold SOCKET SIZE COUNT   so many connections with a message of that size each, of
-                                       which the last bytes never come
-    attack.py ask SOCKET               sends standard input and prints what is readable of the
-                                       answer
+    attack.py hold SOCKET SIZE COUNT   makes COUNT connections and sends a message of SIZE bytes on
+    each, without the last bytes
+    attack.py ask SOCKET               sends standard input and prints the readable parts of the
+    answer
     attack.py go-on SOCKET CALL CALL   sends the first call, waits for a line on standard input,
                                        and sends the second one
 
 The descriptor is that of a TCP socket whose last close takes a minute, and the receiver has the
-last reference. It prints "ready" when everything is sent, and goes on until it is killed."""
+last reference. "pass" and "hold" print "ready" when everything is sent, "serve" when it listens.
+They run until they are killed."""
 
 import array
 import os
@@ -55,10 +56,10 @@ def pass_to(connection, kind):
         rights = array.array("i", [passed.fileno()])
         connection.sendmsg([b"\0"], [(socket.SOL_SOCKET, socket.SCM_RIGHTS, rights)], flags)
     except OSError as error:
-        # The kernel refuses it, or the other end has gone already.
+        # The kernel refuses the descriptor, or the other end has gone already.
         print(kind, error.strerror)
         connection.close()
-    # Where the receiver has been quicker, this is the close that takes a minute.
+    # If the receiver has closed its descriptor already, this close takes the minute.
     threading.Thread(target=passed.close, daemon=True).start()
 
 
@@ -90,7 +91,7 @@ def readable(answer):
 
 
 def send_unfinished(connection, size):
-    """What the connection is told about it; nothing when all but the last bytes are taken."""
+    """Sends a message without its last bytes. Returns the readable answer, or "" for none."""
     rest = struct.pack("<II", 0, size // 8) + bytes(size - 16)
     try:
         connection.sendall(rest)
@@ -120,7 +121,7 @@ def ask(path):
 
 
 def receive(connection):
-    """One message: the number of segments less one, their sizes in words, and the segments."""
+    """Reads a message: the number of segments minus one, their sizes in words, and the segments."""
     more = struct.unpack("<I", connection.recv(4, socket.MSG_WAITALL))[0]
     numbers = more + 1 + more % 2
     sizes = struct.unpack(f"<{numbers}I", connection.recv(4 * numbers, socket.MSG_WAITALL))

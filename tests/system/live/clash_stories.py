@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Registering namespaces through the daemon, where a namespace that was created is not taken back:
-what clashes is found before the first one is made."""
+"""Registering namespaces through the daemon, which cannot undo the creation of one. Clashes are
+found before the first namespace is created."""
 
 from live import INIT, LiveStory
 
@@ -15,7 +15,7 @@ class Clashes(LiveStory):
         self.assertEqual(self.shell("fennik --register --name sample --username alice"), "")
 
     def assert_refused(self, *rows):
-        """Rows of a command and what it says; the repository is as it was."""
+        """Expects that each command fails with its text. The repository is as before."""
         before = self.rows()
         steps = self.steps(f"{INIT} start", *[command for command, _ in rows], f"{INIT} stop")
         for (command, text), step in zip(rows, steps[1:]):

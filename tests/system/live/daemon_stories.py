@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The daemon as the machine has it: started by root, with the system's log, with system calls that
+"""The daemon on an installed system: started by root, with the system's log, with system calls that
 fail, and over many runs of the tool."""
 
 import shutil
@@ -9,7 +9,7 @@ from live import AS_ACCOUNT, DAEMON, DROP_INS, INIT, PID_FILE, STATE, LiveStory
 
 NO_RIGHTS = "0000000000000000"
 
-# A directory of its own in place of /dev, with a log in it that prints what it is sent.
+# Replaces /dev by a directory with a log socket, and prints what is sent to it.
 SYSLOG = f"""
 import os, socket, subprocess
 def run(*words):

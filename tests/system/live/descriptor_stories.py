@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Descriptors that somebody passes through the local socket, with a socket behind them whose end
-takes a minute: to the daemon as a stranger, to root's programs as the account of the daemon. Each
-story is told with the kernel that there is, and with one that cannot refuse descriptors."""
+"""Attackers pass descriptors of a socket whose close takes a minute through the local socket: a
+user who may not connect to the daemon, and the account of the daemon to root's programs. Each story
+runs with the machine's kernel, and with one that cannot refuse descriptors."""
 
 import os
 import shutil
@@ -14,10 +14,10 @@ ATTACK = f"{sys.executable} {os.path.dirname(os.path.abspath(__file__))}/attack.
 AS_STRANGER = f"setpriv --reuid={NOBODY} --regid={NOBODY} --clear-groups --"
 SOCKET = f"{STATE}/owcimomd.sock"
 KINDS = ("first", "behind", "out-of-band", "out-of-band-behind")
-# Well below the minute.
+# Seconds; well below the minute.
 SOON = 25
 
-# The first of the two options that a socket gets is unknown to an older kernel.
+# An older kernel does not know the first of the two options that a socket gets.
 OLD_KERNEL = "strace -f -qq -o /dev/null -e inject=setsockopt:error=ENOPROTOOPT:when=1+2"
 
 
@@ -35,7 +35,7 @@ class Descriptors(LiveStory):
             self.skipTest("strace is not installed")
 
     def served_while_attacked(self, start, stop):
-        """The statuses of what others do while a stranger attacks, and of the stop."""
+        """The statuses of commands during the attack and of `stop`, and the attack's output."""
         out = self.shell(
             f"""{start}
             {AS_STRANGER} {ATTACK} pass {SOCKET} {" ".join(KINDS)} >{self.root}/attack.out &
@@ -63,8 +63,8 @@ class Descriptors(LiveStory):
         self.assertEqual(lines, ["0"] * 7 + ["ready"], lines)
 
     def refused_by_root(self, kind, prefix=""):
-        """The ends of two of root's programs that a false daemon answers, and what the first one
-        says. The second one goes on without a daemon."""
+        """The statuses of two of root's programs that a false daemon answers, and the output of the
+        first one. The second one goes on without a daemon."""
         out = self.shell(
             f"""{AS_ACCOUNT} {ATTACK} serve {SOCKET} {kind} >{self.root}/attack.out &
             attacker=$!

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a run that ended well has changed is on the disk by then: the daemon's log and the files."""
+"""When a run has succeeded, its changes are on the disk: the daemon's log and the files."""
 
 import os
 import re
@@ -24,10 +24,10 @@ class Durable(LiveStory):
         self.shell("fennik --register --name x --username daemon")
 
     def served(self, command, traced="trace=pwrite64,fdatasync,fsync"):
-        """The status of a command while a traced daemon runs, which is killed right after."""
+        """The status of a command while a traced daemon runs, which is killed right after it."""
         return int(self.shell(
             f"{INIT} start >/dev/null; pid=$(cat {PID_FILE});"
-            # The header of a new log is synced by itself.
+            # Begins the log, because the header of a new log is synced by itself.
             f"echo '{BEGUN}' | owmofc -n kov - >/dev/null;"
             f"strace -qq -y -e {traced} -o {DAEMON_TRACE} -p $pid &"
             "while grep -q '^TracerPid:.0$' /proc/$pid/status; do sleep 0.05; done;"
@@ -35,7 +35,7 @@ class Durable(LiveStory):
         ))
 
     def synced(self, command):
-        """The names of what the command itself has synced, in that order."""
+        """The paths that the command itself has synced, in that order."""
         self.shell(f"strace -f -qq -y -e trace=fsync -o {TRACE} {command} >/dev/null")
         with open(self.root + TRACE, encoding="utf-8") as file:
             return re.findall(r"fsync\(\d+<([^>]*)>\)", file.read())
@@ -59,7 +59,7 @@ class Durable(LiveStory):
         register = "fennik --register --name y --username daemon"
         self.assertEqual(self.served(register, "inject=fdatasync:error=EIO"), 1)
         self.assertFalse(os.path.exists(f"{self.root}{DROP_INS}/y.allowed_users.conf"))
-        self.shell("fennik --list-registered-products")  # takes the killed daemon's log up
+        self.shell("fennik --list-registered-products")  # merges the killed daemon's log
         self.assertEqual([row for row in self.rows() if "'begun'" not in row], before)
 
     def test_are_the_files_of_a_product_and_their_names(self):

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The init script of the daemon: every command's exit status and text, as root and as the account
-owcimomd."""
+"""The init script of the daemon: the exit status and the text of every command, as root and as the
+account owcimomd."""
 
 from live import AS_ACCOUNT, CONFIG, DAEMON, INIT, PID_FILE, REPOSITORY, LiveStory
 
@@ -11,16 +11,16 @@ RUNS = r"owcimomd runs \(process \d+\)"
 STOPPED = "owcimomd was stopped"
 STALE = f"{NOT_RUNNING}, but its pid file {PID_FILE} is there"
 
-# Another process of the account, with its number in the pid file.
+# Starts another process of the account and writes its id into the pid file.
 SOMEBODY_ELSE = (
     f"{AS_ACCOUNT} sleep 1000 & sleep 0.2; pidof sleep >{PID_FILE}; chown owcimomd {PID_FILE};"
 )
-# Neither root nor the account of the daemon, so that it cannot see what the daemon has open.
+# Neither root nor the account of the daemon, so it cannot see what the daemon has open.
 AS_SOMEBODY_ELSE = "setpriv --reuid=65534 --regid=65534 --clear-groups --"
-# A daemon that hears nothing. Patience is short, so that nobody waits for it long.
+# Stops the daemon, so that it does not react. The patience is short, so that the test is.
 STOPPED_PROCESS = f"kill -STOP $(cat {PID_FILE})"
 IMPATIENT = "OWCIMOMD_PATIENCE=1"
-# Ends when the process has gone: until then it holds the lock on its pid file.
+# Kills the daemon and waits until it has gone: until then it holds the lock on its pid file.
 KILLED = (
     f"killed=$(cat {PID_FILE}); kill -9 $killed;"
     "while kill -0 $killed 2>/dev/null; do sleep 0.05; done"
@@ -28,7 +28,7 @@ KILLED = (
 
 
 class Init(LiveStory):
-    """As root, as it is run at boot."""
+    """As root, like at boot."""
 
     AS = ""
 
@@ -37,7 +37,7 @@ class Init(LiveStory):
         return " ".join([*self.AS.split(), *words, INIT, command])
 
     def assert_init(self, *rows):
-        """Rows of a command of the script, its status and its text."""
+        """Runs commands of the script. Each row is a command, its status and its text."""
         self.assert_steps(*[(self.init(command), *rest) for command, *rest in rows])
 
     def setUp(self):
@@ -57,7 +57,7 @@ class Init(LiveStory):
         self.assert_steps(
             (f"{self.init('start')} && {DAEMON} --ping", 0, ".*"),
             (f"{self.init('stop')} && ! pidof owcimomd && ! {DAEMON} --ping", 0, ".*"),
-            # The repository is free again.
+            # The repository is not locked any more.
             ("owdeletenamespace nosuch", 1, '.*"nosuch".*'),
         )
 
@@ -192,7 +192,7 @@ class Init(LiveStory):
             (self.init("start"), 0, STARTED),
             (f"chmod 600 {CONFIG}; {self.init('restart')}", 6,
              f"the configuration {CONFIG} cannot be read by owcimomd"),
-            # It is not taken down for one that could not come up.
+            # The daemon was not stopped, because a new one could not start.
             (self.init("status"), 0, RUNS),
             (self.init("stop"), 0, STOPPED),
             (self.init("start"), 6, f"the configuration {CONFIG} cannot be read by owcimomd"),
@@ -223,7 +223,7 @@ class Init(LiveStory):
 
 
 class InitAsTheAccount(Init):
-    """As fennik runs it."""
+    """As the account, like fennik runs it."""
 
     AS = AS_ACCOUNT
 

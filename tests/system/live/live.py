@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the stories of the live system have in common: an installation of their own, and running
-commands in it through scripts/sandbox.
+"""Shared by the stories of the live system: an installation of their own, and running commands in
+it through scripts/sandbox.
 
 The programs come from the tree that KOV_INSTALLED names; the installations are made below
 KOV_LIVE_DIR. KOV_SOURCE names the checkout."""
@@ -31,14 +31,14 @@ AS_ACCOUNT = "setpriv --reuid=owcimomd --regid=owcimomd --clear-groups --"
 
 @dataclass
 class Step:
-    """How one command of several ended, and what it printed."""
+    """The status of one command of several, and what it printed."""
 
     status: int
     output: str
 
 
 def link_or_copy(source, target):
-    """A link is as good as a copy of what is only read; replace() is for what is not."""
+    """Links files that are only read. replace() replaces the others."""
     try:
         os.link(source, target)
     except OSError:
@@ -46,7 +46,7 @@ def link_or_copy(source, target):
 
 
 class LiveStory(unittest.TestCase):
-    """A story told in an installation of its own, which is removed in the end."""
+    """A story in an installation of its own, which is removed in the end."""
 
     maxDiff = None
 
@@ -65,25 +65,25 @@ class LiveStory(unittest.TestCase):
             self.skipTest("owcimomd is not part of this build")
 
     def replace(self, path, content, mode=0o755):
-        """Puts another file in the place of one of the installation."""
+        """Replaces a file of the installation."""
         os.unlink(self.root + path)
         with open(self.root + path, "w", encoding="utf-8") as file:
             file.write(content)
         os.chmod(self.root + path, mode)
 
     def sandbox(self, *argv, stdin="", **options):
-        # A leak check cannot run in every namespace; leaks are looked for elsewhere.
+        # LeakSanitizer does not work in every namespace. Other tests look for leaks.
         environment = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")
         return run([SANDBOX, "--root", self.root, *argv], stdin, env=environment, **options)
 
     def shell(self, text):
-        """A shell script, inside. It must end with status 0; returns its standard output."""
+        """Runs a shell script in the sandbox. It must end with 0. Returns its standard output."""
         result = self.sandbox("sh", "-c", text)
         self.assertEqual(result.status, 0, result)
         return result.out
 
     def rows(self):
-        """All that the repository holds, for comparing."""
+        """The rows of the repository as SQL text."""
         file = f"file:{self.root}{REPOSITORY}/repository.db?mode=ro"
         connection = sqlite3.connect(file, uri=True)
         rows = list(connection.iterdump())
@@ -91,8 +91,8 @@ class LiveStory(unittest.TestCase):
         return rows
 
     def steps(self, *commands):
-        """Each command's Step; all in one sandbox. What a command starts must let go of its
-        output: collecting it would take for ever otherwise."""
+        """Runs the commands in one sandbox. Returns a Step for each. A process that a command
+        leaves running must close the command's output, or collecting it would never end."""
         script = ""
         for command in commands:
             script += (
@@ -104,7 +104,7 @@ class LiveStory(unittest.TestCase):
         return [Step(int(status), output) for status, output in found]
 
     def assert_steps(self, *rows):
-        """Rows of a command, its status and a pattern that all it prints matches."""
+        """Runs commands. Each row is a command, its status and a pattern for its whole output."""
         for (command, status, pattern), step in zip(rows, self.steps(*[row[0] for row in rows])):
             with self.subTest(command=command):
                 self.assertEqual(step.status, status, step.output)

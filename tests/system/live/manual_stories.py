@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The commands in the manual and in the manual page, typed as they stand there."""
+"""The commands in the manual and in the manual page work exactly as they are written there."""
 
 import re
 
@@ -16,7 +16,7 @@ def text_of(path):
 
 class Manual(LiveStory):
     def type_in(self, commands, *others):
-        """Runs them in a tree of the sandbox instead of /tmp/stage; returns what they print."""
+        """Runs commands in a tree of the sandbox instead of /tmp/stage. Returns what they print."""
         self.assertIn("/tmp/stage", "".join(commands))
         script = "\n".join([*commands, *others]).replace("/tmp/stage", STAGE)
         return self.shell("set -e\n" + script)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Providers of a product on a live system: registered, replaced, listed and removed while the
-daemon runs, which is stopped meanwhile and runs again in the end."""
+"""Registering, replacing, listing and removing providers on a live system while the daemon runs.
+The daemon is stopped meanwhile and runs again in the end."""
 
 import os
 import re
@@ -13,7 +13,8 @@ from providers import (
     schema,
 )
 
-# What the daemon keeps beside the repository, and what it leaves to be read again.
+# Files that come and go with the daemon and the tool, and the repository's file, whose rows are
+# compared instead.
 TRANSIENT = re.compile(r"(owcimomd\.(pid|sock)|repository\.db(-wal)?|fennik\.lock)$")
 
 USE = "fennik --register-providers - --name sample"
@@ -38,8 +39,8 @@ class Providers(LiveStory):
             provider.write_below(self.root)
 
     def state(self):
-        """The configuration, the privilege files and the repository's content, while nothing
-        runs."""
+        """The configuration, the privilege files and the rows of the repository. Call it while no
+        daemon runs."""
         found = {}
         for place in ("/etc/opt/tarvo", "/var/opt/tarvo/kov"):
             for parent, directories, files in os.walk(self.root + place):
@@ -54,8 +55,8 @@ class Providers(LiveStory):
         return found
 
     def served(self, script, stdin=""):
-        """The Result of a script while the daemon runs. It has to run afterwards, too, as another
-        process when `script` has stopped it."""
+        """Starts the daemon and runs a script. Returns its Result, with status 98 or 99 when the
+        daemon does not run afterwards or does not start."""
         return self.sandbox(
             "sh", "-c",
             f"{INIT} start </dev/null >/dev/null || exit 99;"
@@ -121,7 +122,7 @@ class Providers(LiveStory):
         self.assertEqual(done, Result(0, "", ""))
 
     def test_list_is_not_eaten_by_the_init_script(self):
-        """One that reads all it is given, with every command."""
+        """This init script reads its whole standard input at every command."""
         os.rename(self.root + INIT, self.root + INIT + ".real")
         with open(self.root + INIT, "w", encoding="ascii") as script:
             script.write(f'#!/bin/sh\ncat >/dev/null\nexec {INIT}.real "$@"\n')
@@ -133,7 +134,7 @@ class Providers(LiveStory):
         )
 
     def test_list_is_read_when_the_daemon_has_stopped(self):
-        """It comes late: whoever writes it sees that nothing runs any more."""
+        """The list is written only after the daemon has stopped."""
         self.disk.write_below(self.root)
         result = self.served(
             f"(until ! {INIT} status </dev/null >/dev/null 2>&1; do sleep 0.05; done;"
@@ -154,7 +155,7 @@ class Providers(LiveStory):
                 )
 
     def test_program_cannot_be_a_second_statement(self):
-        """The program is there, and its name ends the statement and begins another."""
+        """The program exists. Its name ends the statement and begins another."""
         name = "x @ root } user_exec_check_args { /bin/sh"
         program = f"/var/opt/tarvo/{name}"
         os.makedirs(os.path.dirname(self.root + program), exist_ok=True)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What belongs to a provider of the sample product and is gone or cannot go: the operations fail and
-tell what to do, and the commands of docs/providers.md, typed as they stand there, mend it."""
+"""Something of a provider of the sample product is gone or cannot be removed. The operations fail
+and say what to do. The commands of docs/providers.md, exactly as written there, repair it."""
 
 import re
 
@@ -31,7 +31,7 @@ failing() {
 
 
 def commands_of(title):
-    """The commands that stand under a title of the page."""
+    """The commands in the section of the page with that title."""
     text = read(f"{SOURCE}/docs/providers.md").decode()
     part = text.split(f"\n### {title}\n")[1].split("\n## ")[0].split("\n### ")[0]
     lines = re.findall(r"^    (.*)\n", part, re.M)
@@ -45,8 +45,8 @@ class Repairs(LiveStory):
         self.need_daemon()
 
     def tell(self, title, damage, *parts, failing=(LISTING, SAVE, *CHANGES)):
-        """Does the damage, sees what fails with these words, types the page's commands in, and then
-        lists, replaces and removes the providers and the product."""
+        """Does the damage, expects that the operations `failing` fail with these words, runs the
+        page's commands, and then lists, replaces and removes the providers and the product."""
         words = " ".join(f"'{part}'" for part in parts)
         for start in ("true", f"{INIT} start </dev/null >/dev/null"):
             with self.subTest(start=start):
@@ -91,12 +91,12 @@ class Repairs(LiveStory):
             "The namespace is gone", f"fennik --deregister-namespace {EVENTS} --name sample",
             'The provider "sample:events" of the product "sample" needs the namespace '
             f'"{EVENTS}"', f"fennik --register-namespace {EVENTS} --name sample", "owmofc FILE",
-            # The list names the namespace, so that it is refused for that.
+            # REPLACE is missing: its list names the namespace, which is refused first.
             failing=(LISTING, SAVE, REMOVE, DEREGISTER),
         )
 
     def test_namespace_that_was_deleted_with_its_reservation_left(self):
-        """What the page says comes first comes first."""
+        """The page says to run --deregister-namespace first."""
         self.tell(
             "The namespace is gone",
             f"owdeletenamespace --reserved {EVENTS}\n"
@@ -118,8 +118,7 @@ class Repairs(LiveStory):
                   f"createFile({file}) failed: 17(File exists)", failing=[REPLACE])
 
     def assert_in_the_way(self, title, mof, *parts):
-        """As tell; what somebody compiled keeps the providers from being removed, not from being
-        listed."""
+        """Like tell(), with `mof` as the damage. The providers can be listed, but not removed."""
         self.tell(title, f"owmofc -n {INVENTORY} - >/dev/null <<'END'\n{mof}\nEND", *parts,
                   failing=CHANGES)
 

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a user who may connect can do to the others with requests that nobody needs: hold memory,
-have much unpacked, keep the daemon busy."""
+"""A user who may connect sends requests that use much memory, unpack to much, or keep the daemon
+busy. The others are served all the same."""
 
 import os
 import shutil
@@ -22,7 +22,7 @@ class Story_Car { [Key] string Name; };
 
 
 def enumeration(namespace, names):
-    """An enumeration that wants these properties, as text for capnp."""
+    """A call that enumerates instances with these properties, as text for capnp."""
     listed = ", ".join(f'"{name}"' for name in names)
     return (
         f'(id = 1, enumerate = (operation = enumInstances, nameSpace = "{namespace}", '
@@ -37,7 +37,7 @@ class Requests(LiveStory):
         self.shell(f"echo owcimomd.allowed_users = games >>{CONFIG}")
 
     def write_call(self, text, name="call"):
-        """The call in a file that is there inside; its path."""
+        """Writes a call into a file. Returns the file's path in the sandbox."""
         if shutil.which("capnp") is None:
             self.skipTest("capnp is not installed")
         path = f"{self.root}/{name}"
@@ -47,7 +47,7 @@ class Requests(LiveStory):
         return path
 
     def make_cars(self, count, name):
-        """Instances in the namespace "story", where the user games has all rights."""
+        """Creates instances in the namespace "story", in which the user games has all rights."""
         with open(f"{self.root}/cars.mof", "w", encoding="ascii") as file:
             file.write(CARS)
             for number in range(count):

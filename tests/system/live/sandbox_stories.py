@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The sandbox: what is inside, what is left outside, and how it ends."""
+"""The sandbox: what is in it, what it leaves alone outside, and how it ends."""
 
 import hashlib
 import os
@@ -15,7 +15,7 @@ ACCOUNTS = ("/etc/passwd", "/etc/group", "/etc/shadow", "/etc/gshadow")
 
 
 def machine():
-    """What a sandbox must leave alone."""
+    """The state of the machine that a sandbox must not change."""
     names = {place: sorted(os.listdir(place)) for place in PLACES}
     accounts = {
         path: (os.stat(path).st_ino, hashlib.sha256(read(path)).hexdigest())
@@ -130,7 +130,7 @@ class Sandbox(LiveStory):
         )
 
     def test_refuses_a_machine_without_mount_namespaces(self):
-        # Without the capability the system call fails as it does where it is forbidden.
+        # Without the capability the system call fails like on a machine that forbids it.
         result = run(
             ["setpriv", "--bounding-set=-sys_admin", "--inh-caps=-sys_admin", "--"]
             + [SANDBOX, "--root", self.root, "true"]

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What kov-setup makes on a machine: account, owners, modes and the access list."""
+"""kov-setup on a machine: the account, owners, modes and the access list."""
 
 from live import AS_ACCOUNT, CONFIG, DROP_INS, REPOSITORY, STATE, LiveStory
 
-# Gives the machine inside an /etc of its own, without the account, in which useradd can work, and
-# takes away what the first set-up made.
+# Gives the sandbox an /etc of its own, without the account, in which useradd can work, and removes
+# what the first set-up made.
 ANEW = """
 set -e
 mount -t tmpfs -o mode=0755 etc /mnt

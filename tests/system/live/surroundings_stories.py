@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A daemon that fennik starts has the limits and the priority that it has at boot, whatever those of
-the caller are."""
+"""A daemon that fennik starts has the limits and the priority that it has at boot, whatever those
+of the caller are."""
 
 from harness import FENNIK, is_sanitized
 from live import INIT, PID_FILE, LiveStory
@@ -11,8 +11,8 @@ LOOK = (
     "grep -E '^(Cpus_allowed|Umask|SigIgn|SigBlk)' /proc/$pid/status;"
     "tr '\\0' '\\n' </proc/$pid/environ | grep -c ^TZ="
 )
-# All that a caller can change without being asked for it. What may not be raised again in every
-# container needs a right of root's.
+# Limits that a caller can lower. Raising some of them again needs a capability that root does not
+# have in every container.
 LIMITS = {"t": 5000, "f": 1000000, "s": 4096, "v": 8000000, "d": 7000000, "l": 32, "u": 3000}
 REST = (
     "umask 0; echo 500 >/proc/self/oom_score_adj; export TZ=Asia/Tokyo;"
@@ -22,16 +22,16 @@ CAP_SYS_NICE, CAP_SYS_RESOURCE = 23, 24
 
 
 def has_right(number):
-    """Whether this process has the right of that number."""
+    """Whether this process has the capability with that number."""
     with open("/proc/self/status", encoding="ascii") as file:
         rights = next(line.split()[1] for line in file if line.startswith("CapEff"))
     return bool(int(rights, 16) >> number & 1)
 
 
 def caller():
-    """A shell script that makes itself as uncommon as it can, and ends in a command to be named."""
+    """The beginning of a shell command that changes everything it can. A command must follow."""
     kind = "" if has_right(CAP_SYS_RESOURCE) else "-S"
-    # The sanitizer reserves terabytes of addresses.
+    # The sanitizer reserves terabytes of address space, so that cannot be limited.
     given = {letter: value for letter, value in LIMITS.items()
              if letter not in "vd" or not is_sanitized(FENNIK)}
     limits = "".join(f"ulimit {kind} -{letter} {value};" for letter, value in given.items())
@@ -45,9 +45,9 @@ class Surroundings(LiveStory):
         self.need_daemon()
 
     def look_after(self, operation):
-        """The daemon's surroundings at boot, and after the operation has started it anew."""
+        """The surroundings of the daemon at boot, and after the operation has restarted it."""
         out = self.shell(
-            # A machine's init gives its services 1024, whatever this container has.
+            # An init system gives services 1024, whatever this container has.
             f"(ulimit -S -n 1024; {INIT} start) >/dev/null || exit 90; first=$(cat {PID_FILE}); ({LOOK}); echo ===;"
             f"bash -c '{caller()}{operation}' || exit 91;"
             f"test $first != $(cat {PID_FILE}) || exit 92; ({LOOK}); true"

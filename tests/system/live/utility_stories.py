@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""owdeleteinstance and owdeletenamespace: what the messages of a failed undo tell an administrator
+"""owdeleteinstance and owdeletenamespace, which the messages of a failed undo tell an administrator
 to use."""
 
 import os
@@ -23,11 +23,11 @@ PRODUCT = 'KOV_Product.Name="{}"'
 
 
 def quoted(word):
-    """One word for the shell, without single quotes."""
+    """`word` in double quotes for the shell."""
     return '"' + re.sub(r'(["\\$`])', r"\\\1", word) + '"'
 
 
-# A namespace made through the daemon, with a class in it, that no product has reserved.
+# Creates a namespace through the daemon, and a class in it. No product has reserved it.
 SPARE = "".join(f'{name} = "{value}";' for name, value in NAMESPACE_KEYS.items())
 MAKE_SPARE = (
     f"printf %s {quoted('instance of CIM_Namespace {' + SPARE + '};')} | owmofc -n root - && "
@@ -48,7 +48,7 @@ class Utilities(LiveStory):
         return self.shell("fennik --list-registered-products").split()
 
     def assert_refused(self, words, *parts, status=1):
-        """The command fails with these words in its one text, and nothing has changed."""
+        """Expects that the command fails with these words in its message and changes nothing."""
         before = self.rows()
         result = self.sandbox(*words)
         self.assertEqual((result.status, result.out), (status, ""), result.err)
@@ -91,7 +91,7 @@ class Utilities(LiveStory):
                 self.assert_refused(["owdeleteinstance", "-n", "kov", path], reason)
 
     def make_spare(self):
-        """A namespace that no product has reserved, with something in it."""
+        """Creates a namespace with a class that no product has reserved."""
         self.shell(f"{INIT} start; " + MAKE_SPARE + f"; {INIT} stop")
 
     def test_namespaces_are_deleted_with_what_is_in_them(self):
@@ -167,12 +167,12 @@ class Utilities(LiveStory):
             self.assertIn(REPOSITORY, result.err)
 
     def served(self, command, *more):
-        """The Steps of a command while the daemon runs, and of others after it."""
+        """Runs commands while the daemon runs. Returns their Steps."""
         self.need_daemon()
         return self.steps(f"{INIT} start", command, *more)[1:]
 
     def test_namespaces_are_deleted_while_the_daemon_runs(self):
-        """It is stopped meanwhile and runs again in the end."""
+        """The daemon is stopped meanwhile and runs again in the end."""
         made, done, status, gone = self.served(
             MAKE_SPARE, "owdeletenamespace spare/a", f"{INIT} status",
             "owmofc -n spare/a /opt/tarvo/kov/share/openwbem/qualifiers.mof")

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""MOF of instances whose values are at the edges of their types, from a seed that makes them the same
-in every run."""
+"""MOF of instances with values at the limits of their types, the same in every run."""
 
 import os
 import random
@@ -46,7 +45,7 @@ def text_literal(text):
 
 
 def value(kind, chance):
-    """A literal of that type."""
+    """A random literal of that type."""
     if kind in INTEGERS:
         low, high = INTEGERS[kind]
         return str(chance.choice([low, high, 0, 1, chance.randint(low, high)]))
@@ -70,8 +69,8 @@ EVERY_TYPE = [*INTEGERS, *REALS, "boolean", "char16", "datetime", "string"]
 
 
 def all_types(prefix, number, seed=1):
-    """A class with a property of every type, alone and as an array, that many instances of it,
-    and some with embedded instances."""
+    """A class with a property of every type, as a scalar and as arrays, and with embedded objects;
+    and `number` instances of it."""
     chance = random.Random(seed)
     lines = [f"class {prefix}_Part {{ [Key] string Id; string Text; }};",
              f"class {prefix}_All {{ [Key] string Id; [Key] uint64 Number;"]
@@ -100,13 +99,14 @@ def all_types(prefix, number, seed=1):
 
 
 def declared_properties(classes, name):
-    """Each property's name, with its type, whether it is a key, an array, a reference."""
+    """The properties of a class by name: the type, and whether each is a key, an array and a
+    reference. Without those that hold embedded objects."""
     found = {}
     while name:
         superclass, body = classes[name]
         for qualifiers, kind, reference, spelling, brackets in PROPERTY.findall(body):
             if re.search(r"\bembedded", qualifiers, re.I):
-                continue  # null: takes more than a text
+                continue  # stays null, since it does not take any text
             old = found.get(spelling, ("", False, False, False))
             is_key = old[1] or bool(re.search(r"\bkey\b", qualifiers, re.I))
             found[spelling] = (old[0] or kind, is_key, bool(brackets), bool(reference))
@@ -115,7 +115,8 @@ def declared_properties(classes, name):
 
 
 def dmtf_instances(number, seed=1):
-    """That many instances of concrete classes of the DMTF schema, and of how many classes."""
+    """The MOF of `number` instances of concrete classes of the DMTF schema, and the number of these
+    classes."""
     chance = random.Random(seed)
     classes, abstract = {}, set()
     for parent, _, files in sorted(os.walk(SCHEMA)):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Restoring: what is read, what is refused with nothing registered, and what is in the way."""
+"""Restoring: what it reads, what it refuses with nothing registered, and what is in the way."""
 
 import os
 import re
@@ -21,7 +21,7 @@ MEMORY = 600 * 2**20  # for the small bombs
 
 
 class Refused(StateStory):
-    """With a clear error, and nothing is registered."""
+    """Files that are refused with a clear error. Nothing is registered."""
 
     def setUp(self):
         super().setUp()
@@ -89,7 +89,7 @@ class Refused(StateStory):
             self.assertEqual(self.everything(), self.before)
 
     def test_when_it_is_cut_anywhere(self):
-        """Every 97th length: each one is told of units."""
+        """Tries some forty lengths. A unit test of the XML reader tries every length."""
         self.make_whole_product()
         whole, _ = self.save(PLAY + "/whole")
         self.install_anew()
@@ -99,7 +99,7 @@ class Refused(StateStory):
             self.assert_refused(whole[:size], 14, INVALID)
 
     def limited(self, content):
-        """Restores under limits of time and memory; the result."""
+        """Restores `content`, which must keep limits of time and memory. Returns the Result."""
         write(STATE_FILE, content)
         self.not_running()
         start = time.monotonic()
@@ -164,7 +164,7 @@ class Refused(StateStory):
 
 
 class Form(StateStory):
-    """Whatever white space, and with optional elements missing."""
+    """Files with white space anywhere and without optional elements."""
 
     def test_product_without_optional_elements(self):
         result = self.restore_text(document(product()))
@@ -245,7 +245,7 @@ class Form(StateStory):
 
 
 class InTheWay(StateStory):
-    """What is still there of an earlier registration."""
+    """Something of an earlier registration or run is still there."""
 
     def setUp(self):
         super().setUp()
@@ -255,7 +255,7 @@ class InTheWay(StateStory):
         self.install_anew()
 
     def assert_fails(self, status, *parts, left):
-        """The data is as it was, and so are the settings but for what is `left`."""
+        """Expects that restoring fails, and changes nothing but adds the files `left`."""
         before = self.everything()
         result = self.restore()
         self.assertEqual(result.status, status, result)
@@ -267,7 +267,7 @@ class InTheWay(StateStory):
         self.assertEqual({path: after.get(path) for path in before}, before)
 
     def clear(self):
-        """What the manual tells to remove first."""
+        """Removes the files that the documentation says to remove, and the snippets."""
         for name in ("one", "two"):
             for path in (users_file(name), snippet(name)):
                 if os.path.exists(path):
@@ -319,7 +319,7 @@ class InTheWay(StateStory):
         self.assertEqual(self.save(PLAY + "/again")[0], read(STATE_FILE))
 
     def test_swap_that_fails_undoes_the_restore(self):
-        """The privilege files go; nothing else is told but the failure itself."""
+        """The privilege files are removed, and only the failure itself is reported."""
         self.play_rm("exit 1")
         self.assert_fails(
             28, f"Unable to remove temporary directory: /bin/rm -rf {BACKUP}",

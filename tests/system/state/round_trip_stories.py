@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Saved, installed anew, restored, saved again: the two files are equal, and the listings, snippets,
-allowed users files and privilege files are as they were."""
+"""Saving, installing anew, restoring and saving again: the two files are equal, and the listings,
+snippets, allowed users files and privilege files are as before."""
 
 import os
 import re
@@ -70,7 +70,7 @@ class RoundTrip(StateStory):
         mofs = [m.text for m in self.tree().findall(".//RegistrationInstances/InstanceMOF")]
         self.assertEqual([mof.split()[2] for mof in mofs],
                          [PROCESS, CAPABILITIES, PROCESS_CAPABILITIES])
-        # Nothing of it is left when it goes, or it could not come back.
+        # Removing it leaves nothing, or it could not be registered again.
         self.do("--register-providers", "-", "--name", "sample")
         self.assertEqual(self.fennik("--list-providers", "--name", "sample"), Result(0, "", ""))
         self.use("sample", self.proc())
@@ -110,10 +110,10 @@ class RoundTrip(StateStory):
         self.assertEqual(self.save()[0], saved)
 
 
-# What the repair of embedded instances would take for broken: plain texts that look like one...
+# Texts that the repair could take for broken embedded instances: plain texts that look like one...
 PLAIN = ["Handle = 7;", "{\nName = x;\nParameters = a,b;\n}", "}", "a\\nName = b;",
          "a\nHandle = 7;\nb", ""]
-# ...and nulls, numbers, texts whose lines look like entries.
+# ...and embedded objects with nulls, numbers, and texts whose lines look like entries.
 EMBEDDED = [
     ("S_Process", "instance of S_Process { Name = \"a,b\"; Handle = 7; UserName = NULL; "
      'Parameters = {"-a", "-b,c"}; };'),
@@ -131,13 +131,13 @@ def metered(number, kind, embedded):
 
 
 def in_a_log(text):
-    """The text as a log shows it: with its control characters written out."""
+    """The text as a log shows it, with escapes for control characters."""
     return re.sub("[\x00-\x08\x0b-\x1f\x7f-\x9f]",
                   lambda m: "".join(f"\\x{byte:02x}" for byte in m[0].encode()), text)
 
 
 class ContentStory(StateStory):
-    """Namespaces of two products, and what they hold."""
+    """The content of the namespaces of two products."""
 
     def setUp(self):
         super().setUp()
@@ -147,8 +147,8 @@ class ContentStory(StateStory):
         self.give_namespaces("third", "third")
 
     def assert_needs_no_repair(self, saved):
-        """What the tool writes comes out of both repairs as it went in, to the byte: the log of a
-        restore shows it after them."""
+        """Both repairs leave what the tool has saved unchanged to the byte. The log of a restore
+        shows the repaired text."""
         self.install_anew()
         log = PLAY + "/log"
         result = self.fennik("--log-file", log, "--restore-product-state", STATE_FILE)
@@ -186,7 +186,7 @@ class Contents(ContentStory):
         self.assertTrue("Nothing to replace.  Could not find any embedded instance lines." in text)
 
     def test_with_embedded_objects_stay_such_as_come_back(self):
-        """Whatever an upgrade would do to the classes that they are of."""
+        """An upgrade cannot change their classes so that they would not fit any more."""
         keys = "[Key] string Id; "
         holder = keys + '[EmbeddedInstance("S_Part")] string Part; string Text; '
         self.compile_text("sample", (
@@ -214,7 +214,7 @@ class Contents(ContentStory):
         self.assertEqual(self.save()[0], saved)
 
     def test_that_refer_to_other_namespaces_come_back(self):
-        """To one that is registered later in the same product, and in a later product."""
+        """They refer to a later namespace of the same product, and to one of a later product."""
         thing = "class S_Thing { [Key] string Id; };\ninstance of S_Thing { Id = \"x \\\"y\\\"\"; };\n"
         link = (
             "[Association] class S_Link { [Key] S_Thing REF From; [Key] S_Thing REF To; };\n"
@@ -229,8 +229,8 @@ class Contents(ContentStory):
         self.assertEqual(saved.count(b"instance of S_Link"), 3)
 
     def test_that_are_a_schema_of_their_own_come_back(self):
-        """Qualifier types, classes in whatever order of their names, keys that are references,
-        methods, defaults, nulls."""
+        """Qualifier types, subclasses whose names come first, keys that are references, methods,
+        defaults, nulls."""
         self.compile_text("sample", (
             "Qualifier Own : string[] = {\"a\", \"&<>\"}, Scope(any), Flavor(EnableOverride);\n"
             "[Own{\"x\"}, Description(\"a\\r\\nb\\x0001\")] class Z_Base { [Key] string Id = \"d\";\n"

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What the stories of the saved state have in common: a machine that can be installed anew, products
-on it, and their state saved and restored.
+"""Shared by the stories of the saved state: a machine that can be installed anew, products on it,
+and saving and restoring their state.
 
 Runs inside the sandbox only (copy/run_copy_story.py)."""
 
@@ -43,7 +43,7 @@ def start_file(product, name):
 
 
 def document(products=""):
-    """A state file with these products."""
+    """A state file; `products` are Product elements."""
     return (
         '<?xml version="1.0"?>\n<SavedProductState><Version>1.4.0Release.824</Version>'
         f"<SavedProducts>{products}</SavedProducts></SavedProductState>"
@@ -55,7 +55,7 @@ def product(name="sample", rest="", users="<UserName>al</UserName>"):
 
 
 def live_provider(name, owner, namespace=None, **details):
-    """A provider whose program is there."""
+    """A provider whose program exists."""
     namespace = namespace or owner
     details.setdefault("registration", registration(
         name, owner, Process="/bin/true", UserContext=4 if details.get("privileges") else 3,
@@ -84,11 +84,11 @@ class StateStory(MachineStory):
         return run([FENNIK, *arguments], stdin)
 
     def do(self, *arguments, stdin=""):
-        """Runs what succeeds silently."""
+        """Runs the tool, which must succeed silently."""
         self.assertEqual(self.fennik(*arguments, stdin=stdin), Result(0, "", ""))
 
     def save(self, path=STATE_FILE):
-        """Saves; gives back the file's content and what was printed."""
+        """Saves the state. Returns the content of the file and what was printed."""
         result = self.fennik(DUMP, path)
         self.assertEqual((result.status, result.err), (0, ""))
         return read(path), result.out
@@ -101,7 +101,7 @@ class StateStory(MachineStory):
         return self.restore()
 
     def listings(self):
-        """What every listing prints."""
+        """The Result of every listing, for every product."""
         found = {}
         for name in self.fennik("--list-registered-products").out.splitlines():
             for option in ("--list-namespaces", "--list-providers", "--get-owcimomd-config"):
@@ -138,7 +138,7 @@ class StateStory(MachineStory):
         self.compile(namespace, PLAY + "/content.mof")
 
     def make_whole_product(self, name="sample"):
-        """A product with everything: users, a snippet, two namespaces, three providers."""
+        """Registers a product with users, a snippet, two namespaces and three providers."""
         self.register(name, "al", "bo")
         self.set_snippet(name, f"{name}.key = 1\n")
         self.give_namespaces(name, f"{name}/a", f"{name}/b", users=("al", "zoe"), readers=("bo",))
@@ -153,7 +153,7 @@ class StateStory(MachineStory):
     # Whole states.
 
     def install_anew(self):
-        """The machine as a fresh installation has it."""
+        """Makes the machine a new installation."""
         for place in (SETTINGS, VARIABLE):
             for name in os.listdir(place):
                 path = os.path.join(place, name)
@@ -166,7 +166,7 @@ class StateStory(MachineStory):
 
     @staticmethod
     def settings():
-        """Every file below the configuration: type, mode, owner, content."""
+        """Type, mode, owner and content of every file of the configuration."""
         found = {}
         for parent, directories, files in os.walk(SETTINGS):
             for name in [*directories, *files]:
@@ -175,11 +175,11 @@ class StateStory(MachineStory):
         return found
 
     def everything(self):
-        """The settings and the data, to the byte."""
+        """Type, mode, owner and content of every file of the configuration and the data."""
         return self.settings() | self.state()
 
     def assert_round_trip(self):
-        """Saved, installed anew, restored and saved again: nothing is lost. Gives back the file."""
+        """Saves, installs anew, restores and saves again; nothing is lost. Returns the file."""
         first, out = self.save()
         self.assertTrue(first.startswith(b'<?xml version="1.0"?>\n<!DOCTYPE SavedProductState [\n'))
         listings, settings = self.listings(), self.settings()
@@ -191,7 +191,7 @@ class StateStory(MachineStory):
         self.assertEqual(result.out, VERSION_LINE + "".join(
             f"Restoring product registration for {name}\n" for name in names))
         self.assertEqual(self.listings(), listings)
-        # A product without a snippet has an empty one now.
+        # Restoring makes an empty snippet for a product that had none.
         empty = {path: text for path, text in self.settings().items() if path not in settings}
         self.assertEqual({path for path in empty if os.path.getsize(path) != 0}, set())
         self.assertLessEqual(set(empty), {snippet(name) for name in names})

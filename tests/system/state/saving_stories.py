@@ -24,13 +24,13 @@ class Saving(StateStory):
         self.assertIn("An error has occurred.\nDetails: ", result.err)
 
     def assert_refused_before(self, message):
-        """An earlier state file is as it was."""
+        """Expects that saving is refused and leaves an earlier file as it was."""
         write(STATE_FILE, b"earlier")
         self.assert_refused(message)
         self.assertEqual(read(STATE_FILE), b"earlier")
 
     def record(self, name, user):
-        """Records a product with names that registering refuses, as any other client can."""
+        """Records a product with names that registering refuses. Other clients can do that."""
         text = f'instance of KOV_Product {{ Name = "{name}"; Usernames = {{ "{user}" }}; }};'
         self.assertEqual(run([OWMOFC, "-n", "kov", "-"], text).status, 0)
 
@@ -156,7 +156,7 @@ class Saving(StateStory):
     def test_content_that_would_not_compile_names_the_instance_and_the_command_that_mends_it(self):
         self.register("sample", "al")
         self.give_namespaces("sample", "sample")
-        # A reference may lead to an instance that is not there, and its class be made anew.
+        # Since references may be dangling, the class that they name can be replaced.
         self.compile_text("sample", (
             "class S_Thing { [Key] string Id; };\n"
             "[Association] class S_Link { [Key] S_Thing REF From; [Key] S_Thing REF To; };\n"
@@ -186,7 +186,7 @@ class Saving(StateStory):
         self.assertEqual(read(STATE_FILE), b"earlier")
 
     def test_reads_snippets_of_this_machine_for_a_staged_tree(self):
-        """The repository is the staged one; snippets and privilege files are not."""
+        """Snippets and privilege files are read from the machine, not from the staged tree."""
         stage = PLAY + "/stage"
         os.makedirs(stage + "/opt/tarvo/kov")
         subprocess.run(["cp", "-a", "/opt/tarvo/kov/share", stage + "/opt/tarvo/kov"], check=True)

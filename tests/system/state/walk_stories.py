@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A restore whose n-th call of the system fails, for every n. The live repository is as it was to the
-byte, and the files that stay behind are the documented ones."""
+"""A restore whose n-th system call fails, for every n. The live repository is as it was, to the
+byte, and only the documented files stay."""
 
 import os
 import re
@@ -12,7 +12,7 @@ from saved_state import (
     RESTORE, SETTINGS, STATE_FILE, StateStory, own_file, snippet, start_file, users_file,
 )
 
-# What a failed restore leaves, with the reason. Nothing else may stay.
+# The files that a failed restore may leave, with the reasons. No other file may stay.
 LEFT_OVERS = {
     users_file("one"): "registering a product is complete in itself and pushes no undo step",
     users_file("two"): "likewise, of the product that came after it",
@@ -41,7 +41,7 @@ class Walk(StateStory):
         self.before = self.everything()
 
     def walk(self, call, error):
-        """Fails each of the tool's own calls of that name in turn; each run fails or is complete."""
+        """Fails each of the tool's calls of that name in turn. Each run fails or is complete."""
         self.need_strace()
         number = 1
         failures = 0
@@ -77,11 +77,11 @@ class Walk(StateStory):
             self.assertRegex(result.err, f"(write to|close of) {re.escape(path)} failed")
 
     def assert_complete(self):
-        """The failure was of no consequence: everything is there."""
+        """The failure had no effect: everything is restored."""
         self.assertEqual(self.save(PLAY + "/again")[0], self.saved)
 
     def put_back(self):
-        """The machine as it was when it had been installed anew."""
+        """Puts the machine back into the state after the new installation."""
         for place, kept in ((DATA, SAVED), (SETTINGS, PLAY + "/settings")):
             for name in os.listdir(place):
                 path = os.path.join(place, name)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""What scripts/bench concludes from what it has measured."""
+"""How scripts/bench judges what it has measured."""
 
 import os
 import sys
