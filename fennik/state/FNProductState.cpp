@@ -61,7 +61,7 @@ void restoreProductStatesFromFile(const CIMOMHandleIFCRef& handle, const String&
     log().debug("Loading product registration state from \"%1\"", fileName);
     String document = StateFile::read(fileName);
     try {
-        const XMLNode root = OpenWBEM::XMLParserDOM::consume(std::move(document));
+        const XMLNode root = OpenWBEM::XMLParserDOM::parse(std::move(document));
         restoreStateDump(root, {handle, prefix, undo});
         log().debug("Successfully loaded product registration state from \"%1\"", fileName);
     } catch (const OpenWBEM::XMLParseException& e) {

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <istream>
-#include <memory>
 #include <utility>
 
 #include "blocxx/Format.hpp"
@@ -192,102 +190,16 @@ void XMLTreeBuilder::onSkippedEntity(void* self, const XML_Char*, int) {
     });
 }
 
-namespace {
-
-[[noreturn]] void failTooLarge() {
-    BLOCXX_THROW(XMLParseException, "line 1, column 1: the document is larger than " +
-                                        std::to_string(XMLLimits::MAX_DOCUMENT_SIZE) + " bytes");
-}
-
-/// How many bytes are left in the stream, or 0 when it cannot seek.
-size_t sizeLeft(std::istream& in) {
-    const std::streamoff here = in.tellg();
-    if (here < 0) {
-        in.clear();
-        return 0;
-    }
-    in.seekg(0, std::ios::end);
-    const std::streamoff end = in.tellg();
-    in.clear();
-    in.seekg(here);
-    return end > here ? static_cast<size_t>(end - here) : 0;
-}
-
-/// A document read from a stream, in blocks, so that it is not copied while it grows.
-class Blocks {
-public:
-    /// Reads all that is left. Throws XMLParseException.
-    explicit Blocks(std::istream& in);
-
-    size_t size() const noexcept { return m_size; }
-    /// Copies the document to `out` and frees each block once it has been copied.
-    void moveTo(char* out);
-
-private:
-    static constexpr size_t BLOCK = size_t{1024} * 1024;
-
-    Array<std::unique_ptr<char[]>> m_blocks;
-    size_t m_size = 0;
-};
-
-Blocks::Blocks(std::istream& in) {
-    if (in.good() && sizeLeft(in) > XMLLimits::MAX_DOCUMENT_SIZE) {
-        failTooLarge();
-    }
-    while (in.good()) {
-        m_blocks.push_back(std::make_unique_for_overwrite<char[]>(BLOCK));
-        in.read(m_blocks.back().get(), BLOCK);
-        m_size += static_cast<size_t>(in.gcount());
-        if (m_size > XMLLimits::MAX_DOCUMENT_SIZE) {
-            failTooLarge();
-        }
-    }
-    if (!in.eof() || in.bad()) {
-        BLOCXX_THROW(XMLParseException, "line 1, column 1: the document cannot be read");
-    }
-}
-
-void Blocks::moveTo(char* out) {
-    size_t left = m_size;
-    for (auto& block : m_blocks) {
-        const size_t size = std::min(left, BLOCK);
-        out = std::copy_n(block.get(), size, out);
-        left -= size;
-        block.reset();
-    }
-    m_blocks.clear();
-}
-
-}  // namespace
-
-XMLNode XMLParserDOM::parse(std::istream& in) {
-    Blocks document(in);
-    XMLTreeBuilder builder;
-    document.moveTo(builder.buffer(document.size()));
-    return builder.build(document.size());
-}
-
-namespace {
-
-void copyInto(XMLTreeBuilder& builder, std::string_view document) {
-    if (document.size() > XMLLimits::MAX_DOCUMENT_SIZE) {
-        failTooLarge();
-    }
-    std::ranges::copy(document, builder.buffer(document.size()));
-}
-
-}  // namespace
-
-XMLNode XMLParserDOM::parse(std::string_view document) {
-    XMLTreeBuilder builder;
-    copyInto(builder, document);
-    return builder.build(document.size());
-}
-
-XMLNode XMLParserDOM::consume(String document) {
-    XMLTreeBuilder builder;
+XMLNode XMLParserDOM::parse(String document) {
     const size_t size = document.size();
-    copyInto(builder, document);
+    if (size > XMLLimits::MAX_DOCUMENT_SIZE) {
+        BLOCXX_THROW(XMLParseException, "line 1, column 1: the document is larger than " +
+                                            std::to_string(XMLLimits::MAX_DOCUMENT_SIZE) +
+                                            " bytes");
+    }
+    XMLTreeBuilder builder;
+    std::ranges::copy(document, builder.buffer(size));
+    // A large document exists only once while its tree is built.
     String().swap(document);
     return builder.build(size);
 }

@@ -10,21 +10,15 @@
 // becomes a line feed, and attributes and markup follow the standard.
 #pragma once
 
-#include <iosfwd>
-#include <string_view>
-
 #include "openwbem/xml/XMLNode.hpp"
 
 namespace OpenWBEM {
 
 class XMLParserDOM {
 public:
-    /// Parses the rest of `in` and returns the document element. Ignores comments and processing
-    /// instructions. Throws XMLParseException.
-    static XMLNode parse(std::istream& in);
-    static XMLNode parse(std::string_view document);
-    /// The same, but frees `document` before it builds the tree, which takes less memory.
-    static XMLNode consume(blocxx::String document);
+    /// Returns the document element. Ignores comments and processing instructions. Throws
+    /// XMLParseException.
+    static XMLNode parse(blocxx::String document);
 };
 
 }  // namespace OpenWBEM

@@ -18,7 +18,7 @@ inline std::string printed(const XMLNode& node) {
 /// The message of the failure to parse, or "parsed".
 inline std::string parseError(std::string_view document) {
     try {
-        XMLParserDOM::parse(document);
+        XMLParserDOM::parse(std::string(document));
         return "parsed";
     } catch (const XMLParseException& e) {
         return e.getMessage();

@@ -7,7 +7,7 @@ namespace OpenWBEM {
 namespace {
 
 std::string reprinted(std::string_view document) {
-    return printed(XMLParserDOM::parse(document));
+    return printed(XMLParserDOM::parse(std::string(document)));
 }
 
 TEST(XMLParsing, ATreeIsBuilt) {
@@ -119,15 +119,6 @@ TEST(XMLParsing, WhatIsNotWellFormedIsNamedWithItsPlace) {
          }) {
         EXPECT_EQ(parseError(document), error) << document;
     }
-}
-
-TEST(XMLParsing, AStreamIsReadFromWhereItStands) {
-    std::istringstream in("skipped<a>text</a>");
-    in.seekg(7);
-    EXPECT_EQ(XMLParserDOM::parse(in).getText(), "text");
-    std::istringstream failed("<a/>");
-    failed.setstate(std::ios::badbit);
-    EXPECT_THROW(XMLParserDOM::parse(failed), XMLParseException);
 }
 
 TEST(XMLParsing, CutAtEveryLengthItExplainsItself) {
