@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/CIMRepository.hpp"
 
-#include "openwbem/repository/RepositoryCreation.hpp"
 #include "openwbem/repository/RepositoryStore.hpp"
 
 namespace OpenWBEM {
@@ -9,10 +8,6 @@ namespace OpenWBEM {
 CIMRepository::CIMRepository() = default;
 
 CIMRepository::~CIMRepository() = default;
-
-void CIMRepository::create(const String& directory) {
-    createRepository(directory);
-}
 
 void CIMRepository::init(const ServiceEnvironmentIFCRef& environment, RepositoryUse use) {
     if (isOpen()) {

@@ -79,20 +79,18 @@ private:
 
 class QualifierTypeEnumeration : public Enumeration<CIMQualifierType> {
 public:
-    explicit QualifierTypeEnumeration(std::shared_ptr<const QualifierTable::Types> types)
-        : m_types(std::move(types)) {}
+    explicit QualifierTypeEnumeration(Array<CIMQualifierType> types) : m_types(std::move(types)) {}
 
     bool next(CIMQualifierTypeResultHandlerIFC& result) override {
-        const Array<CIMQualifierType>& all = m_types->all();
-        const size_t end = std::min(all.size(), m_at + SMALL_OBJECTS_IN_PORTION);
+        const size_t end = std::min(m_types.size(), m_at + SMALL_OBJECTS_IN_PORTION);
         for (; m_at < end; ++m_at) {
-            result.handle(all[m_at]);
+            result.handle(m_types[m_at]);
         }
-        return m_at < all.size();
+        return m_at < m_types.size();
     }
 
 private:
-    std::shared_ptr<const QualifierTable::Types> m_types;
+    Array<CIMQualifierType> m_types;
     size_t m_at = 0;
 };
 
@@ -110,7 +108,7 @@ EnumerationPtr<String> openClassNames(RepositoryStore& store, const OperationCal
 EnumerationPtr<CIMQualifierType> openQualifierTypes(RepositoryStore& store,
                                                     const OperationCall& call) {
     return std::make_unique<QualifierTypeEnumeration>(
-        store.qualifiers.types(store.namespaces.require(call.ns).id));
+        store.qualifiers.types(store.namespaces.require(call.ns).id)->all());
 }
 
 }  // namespace OpenWBEM::RepositoryOperations

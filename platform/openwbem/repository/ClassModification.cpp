@@ -105,10 +105,8 @@ void ClassModification::checkEmbedded(const Array<Change>& changes) {
 }
 
 void ClassModification::completeInstances(const Change& change) {
-    m_store.instances.forEachRowId(change.id, m_store.instances.nextId(), [&](int64_t id) {
-        if (const auto row = m_store.instances.read(id)) {
-            m_store.instances.update(m_ns, id, completeInstance(row->instance, change.after));
-        }
+    m_store.instances.forEach(change.id, [&](int64_t id, const CIMInstance& instance) {
+        m_store.instances.update(m_ns, id, completeInstance(instance, change.after));
     });
 }
 

@@ -85,20 +85,10 @@ void EmbeddedObjects::forEachHolder(int64_t ns, const Visit& visit) {
 }
 
 void EmbeddedObjects::forEachInstance(const StoredClass& stored, const Visit& visit) {
-    const int64_t end = m_instances.nextId();
-    for (int64_t last = 0;;) {
-        const auto portion =
-            m_instances.blobsAfter(InstanceTable::Column::BODY, stored.id, last, end);
-        if (portion.empty()) {
-            return;
-        }
-        for (const auto& [id, body] : portion) {
-            const CIMInstance instance = StoredForm::instance(StoredForm::bytesOf(body));
-            visit({"instance " + CIMObjectPath(String(), instance).modelPath(),
-                   instance.getProperties(), stored.cls});
-        }
-        last = portion.back().first;
-    }
+    m_instances.forEach(stored.id, [&](int64_t /*id*/, const CIMInstance& instance) {
+        visit({"instance " + CIMObjectPath(String(), instance).modelPath(),
+               instance.getProperties(), stored.cls});
+    });
 }
 
 const EmbeddedNames& EmbeddedObjects::names(int64_t ns) {

@@ -24,15 +24,9 @@ InstanceRow rowOf(const Statement& query) {
 }
 
 const char* portionQuery(InstanceTable::Column column) {
-    switch (column) {
-        case InstanceTable::Column::BODY:
-            return "SELECT id, body FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
-        case InstanceTable::Column::PATH:
-            return "SELECT id, path FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
-        case InstanceTable::Column::NONE:
-            break;
-    }
-    return "SELECT id, '' FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
+    return column == InstanceTable::Column::BODY
+               ? "SELECT id, body FROM instance WHERE class=? AND id>? AND id<? ORDER BY id"
+               : "SELECT id, path FROM instance WHERE class=? AND id>? AND id<? ORDER BY id";
 }
 
 }  // namespace
@@ -130,16 +124,16 @@ Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls,
     return portion;
 }
 
-void InstanceTable::forEachRowId(int64_t cls, int64_t end,
-                                 const std::function<void(int64_t)>& visit) {
-    int64_t last = 0;
-    while (true) {
-        const Array<Blob> portion = blobsAfter(Column::NONE, cls, last, end);
+void InstanceTable::forEach(int64_t cls,
+                            const std::function<void(int64_t id, const CIMInstance&)>& visit) {
+    const int64_t end = nextId();
+    for (int64_t last = 0;;) {
+        const Array<Blob> portion = blobsAfter(Column::BODY, cls, last, end);
         if (portion.empty()) {
             return;
         }
-        for (const auto& [id, nothing] : portion) {
-            visit(id);
+        for (const auto& [id, body] : portion) {
+            visit(id, StoredForm::instance(StoredForm::bytesOf(body)));
         }
         last = portion.back().first;
     }

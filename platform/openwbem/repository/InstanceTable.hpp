@@ -45,7 +45,7 @@ public:
     void remove(int64_t id);
 
     /// What is read of a row, as it is stored.
-    enum class Column { BODY, PATH, NONE };
+    enum class Column { BODY, PATH };
     using Blob = std::pair<int64_t, String>;  // the id of the row and what was read
     /// The next rows of instances of exactly that class, with an id above `last` and below `end`,
     /// in the order of creation. Whoever goes through rows portion by portion may change the
@@ -55,8 +55,8 @@ public:
     /// The next references from instances of namespace `ns` to `target` (see targetKey), likewise.
     Array<ReferenceRow> referencesAfter(int64_t ns, const String& target, int64_t end,
                                         const ReferenceRow& last);
-    /// Calls `visit` for the id of each such row, in portions.
-    void forEachRowId(int64_t cls, int64_t end, const std::function<void(int64_t)>& visit);
+    /// Calls `visit`, which may change the row, for each instance of exactly that class.
+    void forEach(int64_t cls, const std::function<void(int64_t id, const CIMInstance&)>& visit);
 
     /// How an object is named in the index of references.
     static String targetKey(const CIMObjectPath& path);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/QualifierTable.hpp"
 
+#include <map>
+
 #include "openwbem/repository/Statement.hpp"
 #include "openwbem/repository/StoredForm.hpp"
 
@@ -13,30 +15,32 @@ constexpr size_t MAX_KNOWN = 50;
 }
 
 void QualifierTable::Types::put(CIMQualifierType type) {
-    if (const auto place = m_places.find(type.getName()); place != m_places.end()) {
-        m_types[place->second] = std::move(type);
-        return;
-    }
-    m_places.emplace(type.getName(), m_types.size());
-    m_types.push_back(std::move(type));
+    const auto [place, isNew] = m_types.try_emplace(type.getName(), Entry{m_next, {}});
+    m_next += isNew ? 1 : 0;
+    place->second.type = std::move(type);
 }
 
 void QualifierTable::Types::remove(std::string_view name) {
-    const auto place = m_places.find(name);
-    if (place == m_places.end()) {
-        return;
-    }
-    const size_t removed = place->second;
-    m_types.erase(m_types.begin() + static_cast<ptrdiff_t>(removed));
-    m_places.erase(place);
-    for (auto& [other, at] : m_places) {
-        at -= at > removed ? 1 : 0;
+    if (const auto place = m_types.find(name); place != m_types.end()) {
+        m_types.erase(place);
     }
 }
 
 const CIMQualifierType* QualifierTable::Types::find(std::string_view name) const {
-    const auto place = m_places.find(name);
-    return place == m_places.end() ? nullptr : &m_types[place->second];
+    const auto place = m_types.find(name);
+    return place == m_types.end() ? nullptr : &place->second.type;
+}
+
+Array<CIMQualifierType> QualifierTable::Types::all() const {
+    std::map<uint64_t, CIMQualifierType> ordered;
+    for (const auto& [name, entry] : m_types) {
+        ordered.emplace(entry.order, entry.type);
+    }
+    Array<CIMQualifierType> types;
+    for (auto& [order, type] : ordered) {
+        types.push_back(std::move(type));
+    }
+    return types;
 }
 
 std::shared_ptr<const QualifierTable::Types> QualifierTable::types(int64_t ns) {

@@ -18,18 +18,23 @@ class QualifierTable {
 public:
     explicit QualifierTable(Connection& connection) : m_connection(connection) {}
 
-    /// The qualifier types of a namespace, in the order of their creation.
+    /// The qualifier types of a namespace.
     class Types {
     public:
         /// Replaces the type of that name, or appends it.
         void put(CIMQualifierType type);
         void remove(std::string_view name);
         const CIMQualifierType* find(std::string_view name) const;
-        const Array<CIMQualifierType>& all() const noexcept { return m_types; }
+        /// In the order of their creation.
+        Array<CIMQualifierType> all() const;
 
     private:
-        Array<CIMQualifierType> m_types;
-        FoldedMap<size_t> m_places;
+        struct Entry {
+            uint64_t order;
+            CIMQualifierType type;
+        };
+        FoldedMap<Entry> m_types;
+        uint64_t m_next = 0;
     };
 
     std::shared_ptr<const Types> types(int64_t ns);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "openwbem/repository/RepositoryCreation.hpp"
-
+//
+// Part of CIMRepository: creating one.
 #include <sqlite3.h>
 
 #include <cerrno>
@@ -85,9 +85,9 @@ private:
 // 2. One transaction writes the tables. A crash leaves the same empty file, with or without a
 // journal.
 // 3. The directory is synced. From here on the repository is durable.
-void createRepository(const String& directory) {
+void CIMRepository::create(const String& directory) {
     const RepositoryDirectory opened(directory);
-    const String path = directory + "/" + CIMRepository::FILE_NAME;
+    const String path = directory + "/" + FILE_NAME;
     NewFile file(opened, path);
     {
         NewConnection connection(opened, path);
@@ -97,7 +97,9 @@ void createRepository(const String& directory) {
                    "PRAGMA application_id=%2; PRAGMA user_version=%3;",
                    RepositoryFormat::PAGE_SIZE, RepositoryFormat::APPLICATION_ID,
                    RepositoryFormat::VERSION));
-        connection.execute(RepositoryFormat::SCHEMA);
+        for (const auto& row : RepositoryFormat::SCHEMA) {
+            connection.execute(row.sql);
+        }
         connection.execute("COMMIT");
     }
     if (!opened.sync()) {

@@ -4,6 +4,7 @@
 // docs/repository-format.md; a change here is a change there.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -27,7 +28,13 @@ inline constexpr size_t HEADER_APPLICATION_ID_AT = 68;
 /// The read format of a file with a write-ahead log.
 inline constexpr unsigned char LOGGED = 2;
 
-/// Makes the tables in an empty file.
-extern const char* const SCHEMA;
+/// A row of sqlite_schema; `sql` makes the table or index.
+struct SchemaRow {
+    const char* type;
+    const char* name;
+    const char* table;
+    const char* sql;
+};
+extern const std::array<SchemaRow, 13> SCHEMA;
 
 }  // namespace OpenWBEM::RepositoryFormat

@@ -3,10 +3,9 @@
 
 #include <sqlite3.h>
 
+#include <compare>
 #include <memory>
 #include <set>
-#include <string_view>
-#include <tuple>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
@@ -24,54 +23,15 @@ struct Object {
     String table;
     String sql;
 
-    bool operator<(const Object& other) const {
-        return std::tie(type, name, table, sql) <
-               std::tie(other.type, other.name, other.table, other.sql);
-    }
+    friend auto operator<=>(const Object&, const Object&) = default;
 };
 
 using Objects = std::set<Object>;
 
-String takeWord(std::string_view& text) {
-    const size_t begin = text.find_first_not_of(" \n");
-    const size_t end = text.find_first_of(" \n", begin);
-    const String word(text.substr(begin, end - begin));
-    text.remove_prefix(end);
-    return word;
-}
-
-/// The row that SQLite makes of "CREATE TABLE [IF NOT EXISTS] NAME (...)" or "CREATE [UNIQUE] INDEX
-/// NAME ON TABLE (...)".
-Object objectOf(std::string_view statement) {
-    std::string_view rest = statement;
-    String head = takeWord(rest) + " ";
-    String word = takeWord(rest);
-    if (word == "UNIQUE") {
-        head += word + " ";
-        word = takeWord(rest);
-    }
-    head += word;
-    const bool isTable = word == "TABLE";
-    constexpr std::string_view CONDITION = " IF NOT EXISTS";
-    if (rest.starts_with(CONDITION)) {
-        rest.remove_prefix(CONDITION.size());
-    }
-    Object object{isTable ? "table" : "index", {}, {}, head + String(rest)};
-    object.name = takeWord(rest);
-    if (!isTable) {
-        takeWord(rest);  // "ON"
-    }
-    object.table = isTable ? object.name : takeWord(rest);
-    return object;
-}
-
 Objects ours() {
     Objects objects;
-    std::string_view rest(RepositoryFormat::SCHEMA);
-    for (size_t end = rest.find(';'); end != std::string_view::npos; end = rest.find(';')) {
-        const size_t begin = rest.find_first_not_of('\n');
-        objects.insert(objectOf(rest.substr(begin, end - begin)));
-        rest.remove_prefix(end + 1);
+    for (const auto& [type, name, table, sql] : RepositoryFormat::SCHEMA) {
+        objects.insert({type, name, table, sql});
     }
     // The index that SQLite makes for a UNIQUE column.
     objects.insert({"index", "sqlite_autoindex_namespace_1", "namespace", ""});

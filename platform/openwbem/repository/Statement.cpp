@@ -25,31 +25,27 @@ Statement::~Statement() {
     }
 }
 
-Statement& Statement::bind(int64_t value) {
-    if (const int rc = sqlite3_bind_int64(m_statement, ++m_bound, value); rc != SQLITE_OK) {
+Statement& Statement::checked(int rc) {
+    if (rc != SQLITE_OK) {
         m_connection.fail(rc, "used");
     }
     return *this;
 }
 
+Statement& Statement::bind(int64_t value) {
+    return checked(sqlite3_bind_int64(m_statement, ++m_bound, value));
+}
+
+// A null pointer would bind NULL.
+
 Statement& Statement::bind(std::string_view text) {
-    // A null pointer would bind NULL.
-    const char* data = text.empty() ? "" : text.data();
-    const int rc =
-        sqlite3_bind_text64(m_statement, ++m_bound, data, text.size(), SQLITE_STATIC, SQLITE_UTF8);
-    if (rc != SQLITE_OK) {
-        m_connection.fail(rc, "used");
-    }
-    return *this;
+    return checked(sqlite3_bind_text64(m_statement, ++m_bound, text.empty() ? "" : text.data(),
+                                       text.size(), SQLITE_STATIC, SQLITE_UTF8));
 }
 
 Statement& Statement::bindBlob(std::string_view bytes) {
-    const char* data = bytes.empty() ? "" : bytes.data();
-    const int rc = sqlite3_bind_blob64(m_statement, ++m_bound, data, bytes.size(), SQLITE_STATIC);
-    if (rc != SQLITE_OK) {
-        m_connection.fail(rc, "used");
-    }
-    return *this;
+    return checked(sqlite3_bind_blob64(m_statement, ++m_bound, bytes.empty() ? "" : bytes.data(),
+                                       bytes.size(), SQLITE_STATIC));
 }
 
 bool Statement::step() {

@@ -38,6 +38,9 @@ public:
     std::span<const std::byte> blob(int column) const noexcept;
 
 private:
+    /// Throws CIMException FAILED unless the result code is SQLITE_OK.
+    Statement& checked(int rc);
+
     Connection& m_connection;
     const char* m_sql;
     sqlite3_stmt* m_statement;

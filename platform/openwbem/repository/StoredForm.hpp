@@ -5,19 +5,44 @@
 // decoded.
 #pragma once
 
+#include "blocxx/Format.hpp"
+#include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
 
 namespace OpenWBEM::StoredForm {
 
-String of(const CIMClass& cls);
-String of(const CIMInstance& instance);
-String of(const CIMQualifierType& qualifierType);
-String of(const CIMObjectPath& path);
+String of(const auto& object) {
+    try {
+        return Codec::encode(object);
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
+                           blocxx::Format("the object cannot be stored: %1", e.what()));
+    }
+}
 
-CIMClass cls(Codec::Bytes bytes);
-CIMInstance instance(Codec::Bytes bytes);
-CIMQualifierType qualifierType(Codec::Bytes bytes);
-CIMObjectPath path(Codec::Bytes bytes);
+auto decode(auto decoder, Codec::Bytes bytes) {
+    try {
+        return decoder(bytes);
+    } catch (const Codec::CodecException& e) {
+        OPENWBEM_THROW_CIM(FAILED,
+                           blocxx::Format("the repository holds an object that cannot be read "
+                                          "(%1); put a backup of the repository back",
+                                          e.what()));
+    }
+}
+
+inline CIMClass cls(Codec::Bytes bytes) {
+    return decode(Codec::decodeClass, bytes);
+}
+inline CIMInstance instance(Codec::Bytes bytes) {
+    return decode(Codec::decodeInstance, bytes);
+}
+inline CIMQualifierType qualifierType(Codec::Bytes bytes) {
+    return decode(Codec::decodeQualifierType, bytes);
+}
+inline CIMObjectPath path(Codec::Bytes bytes) {
+    return decode(Codec::decodeObjectPath, bytes);
+}
 
 inline Codec::Bytes bytesOf(const String& text) {
     return std::as_bytes(std::span(text));
