@@ -16,13 +16,11 @@
 %{
 #include "openwbem/text/Scanner.hpp"
 #include "PrivilegeGrammar.hpp"
-#include "openwbem/privilege/Keywords.hpp"
 #include "openwbem/text/Literals.hpp"
 
 #define YYSTYPE OPENWBEM_PRIVGRAMMAR_STYPE
 
 using OpenWBEM::CompileError;
-using OpenWBEM::PrivilegeConfig::Form;
 
 namespace {
 
@@ -32,25 +30,44 @@ using OpenWBEM::inQuotes;
     throw CompileError{at, std::move(what)};
 }
 
+struct Keyword {
+    std::string_view word;
+    int token;
+};
+
+// Path lists have the names of the POSIX calls that they allow. open has three, one for each access
+// mode.
+constexpr Keyword KEYWORDS[] = {
+    {"unpriv_user", TOKEN_UNPRIV_USER},
+    {"include", TOKEN_INCLUDE},
+    {"open_r", TOKEN_PATHS},
+    {"open_w", TOKEN_PATHS},
+    {"open_rw", TOKEN_PATHS},
+    {"read_dir", TOKEN_PATHS},
+    {"stat", TOKEN_PATHS},
+    {"readlink", TOKEN_PATHS},
+    {"mkdir", TOKEN_PATHS},
+    {"rmdir", TOKEN_PATHS},
+    {"link", TOKEN_PATHS},
+    {"symlink", TOKEN_PATHS},
+    {"unlink", TOKEN_PATHS},
+    {"rename", TOKEN_PATHS},
+    {"chmod", TOKEN_PATHS},
+    {"chown", TOKEN_PATHS},
+    {"monitored_exec_check_args", TOKEN_MONITORED_COMMANDS},
+    {"user_exec_check_args", TOKEN_USER_COMMANDS},
+};
+
 int keywordToken(std::string_view word) {
-    const auto form = OpenWBEM::PrivilegeConfig::findKeyword(word);
-    if (!form) {
-        fail(word.data(), "unknown keyword " + inQuotes(word) + "; the keywords are " +
-                              OpenWBEM::PrivilegeConfig::listKeywords());
+    std::string all;
+    for (const Keyword& keyword : KEYWORDS) {
+        if (keyword.word == word) {
+            return keyword.token;
+        }
+        all += ' ';
+        all += keyword.word;
     }
-    switch (*form) {
-        case Form::ONE_USER:
-            return TOKEN_UNPRIV_USER;
-        case Form::ONE_INCLUDE:
-            return TOKEN_INCLUDE;
-        case Form::PATHS:
-            return TOKEN_PATHS;
-        case Form::MONITORED_COMMANDS:
-            return TOKEN_MONITORED_COMMANDS;
-        case Form::USER_COMMANDS:
-            break;
-    }
-    return TOKEN_USER_COMMANDS;
+    fail(word.data(), "unknown keyword " + inQuotes(word) + "; the keywords are" + all);
 }
 
 [[noreturn]] void failByte(const char* at) {
