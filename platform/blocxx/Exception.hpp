@@ -65,23 +65,30 @@ namespace ExceptionDetail {
 String FormatMsg(std::string_view message, int errnum);
 }  // namespace ExceptionDetail
 
+/// The base of an exception class Self that adds something to Base: copies keep the type Self.
+template <class Self, class Base = Exception>
+class Cloneable : public Base {
+public:
+    using Base::Base;
+    explicit Cloneable(const Base& base) : Base(base) {}
+
+    Exception* clone() const noexcept override {
+        try {
+            return new (std::nothrow) Self(static_cast<const Self&>(*this));
+        } catch (...) {
+            return nullptr;
+        }
+    }
+    [[noreturn]] void rethrow() const override { throw Self(static_cast<const Self&>(*this)); }
+};
+
 /// Declares NAMEException, derived from BASE, with BASE's constructor arguments.
 // NOLINTBEGIN(bugprone-macro-parentheses): the name of a class takes none
-#define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                        \
-    class NAME##Exception : public BASE {                                            \
-        using Base = BASE;                                                           \
-                                                                                     \
-    public:                                                                          \
-        using Base::Base;                                                            \
-        const char* type() const noexcept override { return #NAME "Exception"; }     \
-        NAME##Exception* clone() const noexcept override {                           \
-            try {                                                                    \
-                return new (std::nothrow) NAME##Exception(*this);                    \
-            } catch (...) {                                                          \
-                return nullptr;                                                      \
-            }                                                                        \
-        }                                                                            \
-        [[noreturn]] void rethrow() const override { throw NAME##Exception(*this); } \
+#define BLOCXX_DECLARE_EXCEPTION2(NAME, BASE)                                    \
+    class NAME##Exception : public ::blocxx::Cloneable<NAME##Exception, BASE> {  \
+    public:                                                                      \
+        using ::blocxx::Cloneable<NAME##Exception, BASE>::Cloneable;             \
+        const char* type() const noexcept override { return #NAME "Exception"; } \
     };
 // NOLINTEND(bugprone-macro-parentheses)
 #define BLOCXX_DECLARE_EXCEPTION(NAME) BLOCXX_DECLARE_EXCEPTION2(NAME, ::blocxx::Exception)

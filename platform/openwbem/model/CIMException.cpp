@@ -2,7 +2,6 @@
 #include "openwbem/model/CIMException.hpp"
 
 #include <iterator>
-#include <new>
 
 namespace OpenWBEM {
 
@@ -43,23 +42,11 @@ String compose(CIMException::ErrNoType code, const String& message) {
 
 CIMException::CIMException(const char* file, int line, ErrNoType code, const String& message,
                            const blocxx::Exception* otherException)
-    : blocxx::Exception(file, line, compose(code, message).c_str(), code, otherException) {}
+    : Cloneable(file, line, compose(code, message).c_str(), code, otherException) {}
 
 const char* CIMException::description(ErrNoType code) noexcept {
     const auto index = static_cast<size_t>(code);
     return index < std::size(DESCRIPTIONS) ? DESCRIPTIONS[index] : DESCRIPTIONS[0];
-}
-
-CIMException* CIMException::clone() const noexcept {
-    try {
-        return new (std::nothrow) CIMException(*this);
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-void CIMException::rethrow() const {
-    throw CIMException(*this);
 }
 
 }  // namespace OpenWBEM

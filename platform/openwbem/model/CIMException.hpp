@@ -7,7 +7,7 @@
 
 namespace OpenWBEM {
 
-class CIMException : public blocxx::Exception {
+class CIMException : public blocxx::Cloneable<CIMException> {
 public:
     /// A daemon may send other numbers.
     enum ErrNoType : int {
@@ -40,8 +40,6 @@ public:
     static const char* description(ErrNoType code) noexcept;
 
     const char* type() const noexcept override { return "CIMException"; }
-    CIMException* clone() const noexcept override;
-    [[noreturn]] void rethrow() const override;
 };
 
 /// Throws CIMException of that code with MESSAGE.

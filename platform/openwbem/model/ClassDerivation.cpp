@@ -17,22 +17,10 @@ using blocxx::Format;
 ClassDerivationException::ClassDerivationException(const char* file, int line, int cimStatus,
                                                    const String& message, String feature,
                                                    String parameter, String qualifier)
-    : Exception(file, line, message.c_str(), cimStatus),
+    : Cloneable(file, line, message.c_str(), cimStatus),
       m_feature(std::move(feature)),
       m_parameter(std::move(parameter)),
       m_qualifier(std::move(qualifier)) {}
-
-ClassDerivationException* ClassDerivationException::clone() const noexcept {
-    try {
-        return new ClassDerivationException(*this);
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-void ClassDerivationException::rethrow() const {
-    throw ClassDerivationException(*this);
-}
 
 namespace {
 

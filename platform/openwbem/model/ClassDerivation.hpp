@@ -17,7 +17,7 @@ namespace OpenWBEM {
 using QualifierTypeLookup = std::function<const CIMQualifierType*(std::string_view name)>;
 
 /// What is wrong with a declaration, and where in it.
-class ClassDerivationException : public blocxx::Exception {
+class ClassDerivationException : public blocxx::Cloneable<ClassDerivationException> {
 public:
     /// The names of the elements at fault, so that a compiler can find them in its text. `feature`
     /// is empty when the class itself is at fault.
@@ -28,8 +28,6 @@ public:
     const String& qualifier() const noexcept { return m_qualifier; }
 
     const char* type() const noexcept override { return "ClassDerivationException"; }
-    ClassDerivationException* clone() const noexcept override;
-    [[noreturn]] void rethrow() const override;
 
 private:
     String m_feature;

@@ -24,10 +24,10 @@ struct ObjectsToStore {
 };
 
 /// An object could not be stored, for the reason that the CIMException gives.
-class ObjectStoringException : public CIMException {
+class ObjectStoringException : public blocxx::Cloneable<ObjectStoringException, CIMException> {
 public:
     ObjectStoringException(size_t index, const CIMException& reason)
-        : CIMException(reason), m_index(index) {}
+        : Cloneable(reason), m_index(index) {}
     /// Which one, counted through the three lists.
     size_t index() const noexcept { return m_index; }
 

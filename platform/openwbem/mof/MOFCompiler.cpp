@@ -8,22 +8,10 @@ namespace OpenWBEM::MOF {
 MOFCompilerException::MOFCompilerException(const char* file, int line, const String& message,
                                            String source, size_t sourceLine, size_t sourceColumn,
                                            int errorCode)
-    : Exception(file, line, message.c_str(), errorCode),
+    : Cloneable(file, line, message.c_str(), errorCode),
       m_source(std::move(source)),
       m_sourceLine(sourceLine),
       m_sourceColumn(sourceColumn) {}
-
-MOFCompilerException* MOFCompilerException::clone() const noexcept {
-    try {
-        return new MOFCompilerException(*this);
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-void MOFCompilerException::rethrow() const {
-    throw MOFCompilerException(*this);
-}
 
 MOFCompilerException ContentPlaces::failure(const char* at, const String& message,
                                             int errorCode) const {

@@ -17,7 +17,7 @@ namespace OpenWBEM::MOF {
 /// source line and a line with a caret under the column (the line is shortened around it when
 /// long). If it reports that an operation on a compiled object failed, the error code is the CIM
 /// status of the operation.
-class MOFCompilerException : public blocxx::Exception {
+class MOFCompilerException : public blocxx::Cloneable<MOFCompilerException> {
 public:
     MOFCompilerException(const char* file, int line, const String& message, String source,
                          size_t sourceLine, size_t sourceColumn,
@@ -27,8 +27,6 @@ public:
     size_t getSourceColumn() const noexcept { return m_sourceColumn; }  ///< from 1, in characters
 
     const char* type() const noexcept override { return "MOFCompilerException"; }
-    MOFCompilerException* clone() const noexcept override;
-    [[noreturn]] void rethrow() const override;
 
 private:
     String m_source;

@@ -8,18 +8,6 @@
 
 namespace OpenWBEM::PrivilegeConfig {
 
-ParseException* ParseException::clone() const noexcept {
-    try {
-        return new (std::nothrow) ParseException(*this);
-    } catch (...) {
-        return nullptr;
-    }
-}
-
-void ParseException::rethrow() const {
-    throw ParseException(*this);
-}
-
 void openwbem_privconfig_parse(const String& text, IncludeHandler& handler,
                                Privileges& privileges) {
     Privileges parsed;

@@ -57,18 +57,16 @@ public:
 
 /// A text is not valid; getMessage() says why. Lines and columns count from one, columns in
 /// characters. An error in an included text has its place there, and the message names that text.
-class ParseException : public blocxx::Exception {
+class ParseException : public blocxx::Cloneable<ParseException> {
 public:
     ParseException(const char* file, int line, const String& message, size_t textLine,
                    size_t textColumn)
-        : Exception(file, line, message.c_str()), m_textLine(textLine), m_textColumn(textColumn) {}
+        : Cloneable(file, line, message.c_str()), m_textLine(textLine), m_textColumn(textColumn) {}
 
     size_t textLine() const noexcept { return m_textLine; }
     size_t textColumn() const noexcept { return m_textColumn; }
 
     const char* type() const noexcept override { return "ParseException"; }
-    ParseException* clone() const noexcept override;
-    [[noreturn]] void rethrow() const override;
 
 private:
     size_t m_textLine;

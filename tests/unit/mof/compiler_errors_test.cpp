@@ -160,7 +160,7 @@ TEST(MofErrorsTest, TheExceptionKnowsItsPlace) {
         EXPECT_EQ(e.getSourceLine(), 2U);
         EXPECT_EQ(e.getSourceColumn(), 9U);
         EXPECT_STREQ(e.type(), "MOFCompilerException");
-        const std::unique_ptr<MOFCompilerException> copy(e.clone());
+        const std::unique_ptr<blocxx::Exception> copy(e.clone());
         EXPECT_STREQ(copy->getMessage(), e.getMessage());
         EXPECT_THROW(copy->rethrow(), MOFCompilerException);
     }
