@@ -56,27 +56,6 @@ String fieldOf(char letter, const LogMessage& message) {
     }
 }
 
-/// The message in `format`, with an end of line.
-String layOut(std::string_view format, const LogMessage& message) {
-    String line;
-    while (!format.empty()) {
-        const size_t plain = std::min(format.find('%'), format.size());
-        line += format.substr(0, plain);
-        format.remove_prefix(plain);
-        const size_t letter = format.find_first_not_of("-0123456789", 1);
-        if (letter == format.npos) {
-            line += format;
-            break;
-        }
-        String field = fieldOf(format[letter], message);
-        const auto width = static_cast<size_t>(std::abs(std::atoi(&format[1])));
-        field.resize(std::max(field.size(), width), ' ');
-        line += field;
-        format.remove_prefix(letter + 1);
-    }
-    return line + '\n';
-}
-
 LogAppenderRef& defaultAppender() {
     static LogAppenderRef appender;
     return appender;
@@ -96,27 +75,41 @@ LogAppenderRef LogAppender::getDefaultLogAppender() {
     return defaultAppender();
 }
 
-CerrAppender::CerrAppender(StringArray components, StringArray categories, String messageFormat)
-    : m_components(std::move(components)),
-      m_categories(std::move(categories)),
-      m_format(std::move(messageFormat)) {}
-
-bool CerrAppender::accepts(std::string_view component, ELogLevel level) const {
+bool FormattingAppender::accepts(std::string_view component, ELogLevel level) const {
     return lists(m_categories, toString(level)) && lists(m_components, component);
+}
+
+String FormattingAppender::formatted(const LogMessage& message) const {
+    std::string_view format = m_format;
+    String line;
+    while (!format.empty()) {
+        const size_t plain = std::min(format.find('%'), format.size());
+        line += format.substr(0, plain);
+        format.remove_prefix(plain);
+        const size_t letter = format.find_first_not_of("-0123456789", 1);
+        if (letter == format.npos) {
+            line += format;
+            break;
+        }
+        String field = fieldOf(format[letter], message);
+        const auto width = static_cast<size_t>(std::abs(std::atoi(&format[1])));
+        field.resize(std::max(field.size(), width), ' ');
+        line += field;
+        format.remove_prefix(letter + 1);
+    }
+    return line + '\n';
 }
 
 void CerrAppender::append(const LogMessage& message) {
     if (accepts(message.component, message.level)) {
-        static_cast<void>(writeAll(STDERR_FILENO, layOut(m_format, message)));
+        static_cast<void>(writeAll(STDERR_FILENO, formatted(message)));
     }
 }
 
 FileAppender::FileAppender(StringArray components, StringArray categories, String fileName,
                            String messageFormat, EOpening opening)
-    : m_components(std::move(components)),
-      m_categories(std::move(categories)),
-      m_fileName(std::move(fileName)),
-      m_format(std::move(messageFormat)) {
+    : FormattingAppender(std::move(components), std::move(categories), std::move(messageFormat)),
+      m_fileName(std::move(fileName)) {
     constexpr mode_t mode = 0666;
     const int guards = opening == E_GUARDED ? O_NOFOLLOW | O_NONBLOCK : 0;
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | guards;
@@ -127,13 +120,9 @@ FileAppender::FileAppender(StringArray components, StringArray categories, Strin
     }
 }
 
-bool FileAppender::accepts(std::string_view component, ELogLevel level) const {
-    return lists(m_categories, toString(level)) && lists(m_components, component);
-}
-
 void FileAppender::append(const LogMessage& message) {
     if (accepts(message.component, message.level) &&
-        !writeAll(m_file.getFileDescriptor(), layOut(m_format, message))) {
+        !writeAll(m_file.getFileDescriptor(), formatted(message))) {
         BLOCXX_THROW_ERRNO(LoggerException,
                            Format("Cannot write to the log file \"%1\"", m_fileName).toString());
     }

@@ -28,13 +28,18 @@ public:
     static LogAppenderRef getDefaultLogAppender();
 };
 
-/// Writes to standard error. Ignores failures: there is nowhere to report them, and they must not
-/// stop the undoing of another failure.
-class CerrAppender : public LogAppender {
+/// Takes the messages of the components and categories that are listed, in one format.
+class FormattingAppender : public LogAppender {
 public:
-    CerrAppender(StringArray components, StringArray categories, String messageFormat);
+    FormattingAppender(StringArray components, StringArray categories, String messageFormat)
+        : m_components(std::move(components)),
+          m_categories(std::move(categories)),
+          m_format(std::move(messageFormat)) {}
     bool accepts(std::string_view component, ELogLevel level) const override;
-    void append(const LogMessage& message) override;
+
+protected:
+    /// The message in the format, with an end of line.
+    String formatted(const LogMessage& message) const;
 
 private:
     StringArray m_components;
@@ -42,8 +47,16 @@ private:
     String m_format;
 };
 
+/// Writes to standard error. Ignores failures: there is nowhere to report them, and they must not
+/// stop the undoing of another failure.
+class CerrAppender : public FormattingAppender {
+public:
+    using FormattingAppender::FormattingAppender;
+    void append(const LogMessage& message) override;
+};
+
 /// Appends to a file, which it creates with mode 0666 less the umask. Does not buffer messages.
-class FileAppender : public LogAppender {
+class FileAppender : public FormattingAppender {
 public:
     enum EOpening {
         E_GUARDED,  ///< a link at the end of the path, or a FIFO without a reader, is an error
@@ -53,14 +66,10 @@ public:
     /// Throws a LoggerException that names the file when it cannot be opened.
     FileAppender(StringArray components, StringArray categories, String fileName,
                  String messageFormat, EOpening opening = E_GUARDED);
-    bool accepts(std::string_view component, ELogLevel level) const override;
     void append(const LogMessage& message) override;
 
 private:
-    StringArray m_components;
-    StringArray m_categories;
     String m_fileName;
-    String m_format;
     File m_file;
 };
 
