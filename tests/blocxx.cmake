@@ -11,4 +11,5 @@ kov_unit_test(blocxx_test
     unit/blocxx/Printable_test.cpp
     unit/blocxx/Process_test.cpp
     unit/blocxx/String_test.cpp
+    unit/blocxx/utf8_test.cpp
   LINKS blocxx)

@@ -3,52 +3,23 @@
 
 #include <algorithm>
 
+#include "blocxx/Utf8.hpp"
+
 namespace blocxx {
 
 namespace {
 
-struct Range {
-    unsigned char first;
-    unsigned char last;
-    bool contains(char c) const {
-        const auto byte = static_cast<unsigned char>(c);
-        return first <= byte && byte <= last;
-    }
-};
-
-/// A sequence of UTF-8 (RFC 3629): its first byte, how many bytes follow, and the valid second
-/// bytes. The table leaves out the control characters U+0080 to U+009F.
-struct Sequence {
-    Range lead;
-    size_t following;
-    Range second;
-};
-constexpr Sequence SEQUENCES[] = {
-    {{0xC2, 0xC2}, 1, {0xA0, 0xBF}}, {{0xC3, 0xDF}, 1, {0x80, 0xBF}},
-    {{0xE0, 0xE0}, 2, {0xA0, 0xBF}}, {{0xE1, 0xEC}, 2, {0x80, 0xBF}},
-    {{0xED, 0xED}, 2, {0x80, 0x9F}}, {{0xEE, 0xEF}, 2, {0x80, 0xBF}},
-    {{0xF0, 0xF0}, 3, {0x90, 0xBF}}, {{0xF1, 0xF3}, 3, {0x80, 0xBF}},
-    {{0xF4, 0xF4}, 3, {0x80, 0x8F}},
-};
-constexpr Range CONTINUATION{0x80, 0xBF};
-constexpr Range PLAIN{0x20, 0x7E};
-
-/// The length of the first character of `text` in bytes, or 0 when it must be written out.
+/// The length of the first character of `text` in bytes, or 0 when it must be written out: a
+/// control character, or not valid UTF-8.
 size_t shownLength(std::string_view text) {
-    const char first = text.front();
-    if (PLAIN.contains(first) || first == '\n' || first == '\t') {
-        return 1;
+    const auto first = static_cast<unsigned char>(text[0]);
+    const size_t length = Utf8::lengthAt(text, 0);
+    if (length == 1) {
+        return (first >= 0x20 && first != 0x7F) || first == '\n' || first == '\t' ? 1 : 0;
     }
-    for (const Sequence& sequence : SEQUENCES) {
-        if (sequence.lead.contains(first)) {
-            const std::string_view rest = text.substr(1, sequence.following);
-            const bool isWhole =
-                rest.size() == sequence.following && sequence.second.contains(rest.front()) &&
-                std::ranges::all_of(rest, [](char c) { return CONTINUATION.contains(c); });
-            return isWhole ? 1 + sequence.following : 0;
-        }
-    }
-    return 0;
+    const bool isControl =
+        first == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0;
+    return isControl ? 0 : length;
 }
 
 void appendWrittenOut(String& out, char c) {

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <charconv>
 
+#include "blocxx/Utf8.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/ModelSupport.hpp"
-#include "openwbem/model/Utf8.hpp"
 
 namespace OpenWBEM {
 
@@ -77,7 +77,7 @@ private:
     }
 
     void checkCharacters() const {
-        const size_t bad = std::min(Utf8::findInvalid(m_text), m_text.find('\0'));
+        const size_t bad = std::min(blocxx::Utf8::findInvalid(m_text), m_text.find('\0'));
         if (bad != std::string_view::npos) {
             fail(bad, "valid UTF-8 without U+0000");
         }
@@ -220,7 +220,7 @@ private:
             result.unit = escapedUnit();
         } else {
             const size_t start = m_pos;
-            const uint32_t codePoint = Utf8::next(m_text, m_pos);
+            const uint32_t codePoint = blocxx::Utf8::next(m_text, m_pos);
             if (codePoint > 0xFFFF) {
                 fail(start, "a character of 16 bits");
             }

@@ -4,12 +4,10 @@
 #include <cmath>
 #include <utility>
 
-#include "openwbem/model/CIMClass.hpp"
-#include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/NameIndex.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
+#include "openwbem/model/ValueTypes.hpp"
 
 namespace OpenWBEM {
 
@@ -28,24 +26,13 @@ CIMValue toInteger(const CIMValue& value) {
 }
 
 CIMValue toInteger(const CIMValue& value, CIMDataType::Type type) {
-    switch (type) {
-        case CIMDataType::UINT8:
-            return toInteger<uint8_t>(value);
-        case CIMDataType::SINT8:
-            return toInteger<int8_t>(value);
-        case CIMDataType::UINT16:
-            return toInteger<uint16_t>(value);
-        case CIMDataType::SINT16:
-            return toInteger<int16_t>(value);
-        case CIMDataType::UINT32:
-            return toInteger<uint32_t>(value);
-        case CIMDataType::SINT32:
-            return toInteger<int32_t>(value);
-        case CIMDataType::UINT64:
-            return toInteger<uint64_t>(value);
-        default:
-            return toInteger<int64_t>(value);
-    }
+    return ValueDetail::withType(type, [&]<class T>(std::type_identity<T>) {
+        if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+            return toInteger<T>(value);
+        } else {
+            return CIMValue();
+        }
+    });
 }
 
 double toDouble(const CIMValue& value) {

@@ -3,9 +3,9 @@
 
 #include <cmath>
 
+#include "blocxx/Utf8.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMValueRep.hpp"
-#include "openwbem/model/Utf8.hpp"
 
 namespace OpenWBEM {
 
@@ -37,15 +37,15 @@ void checkStorable(const T& value) {
 
 template <class T>
 const CIMValue::Rep* makeSingle(T value) {
-    checkStorable(value);
-    return new Single<T>(std::move(value));
-}
-
-/// One of the two representations that all booleans share.
-const CIMValue::Rep* sharedBoolean(bool value) {
-    static const boost::intrusive_ptr<const CIMValue::Rep> REPS[] = {new Single<bool>(false),
-                                                                     new Single<bool>(true)};
-    return REPS[value ? 1 : 0].get();
+    if constexpr (std::is_same_v<T, bool>) {
+        // All booleans share two representations.
+        static const boost::intrusive_ptr<const CIMValue::Rep> REPS[] = {new Single<bool>(false),
+                                                                         new Single<bool>(true)};
+        return REPS[value ? 1 : 0].get();
+    } else {
+        checkStorable(value);
+        return new Single<T>(std::move(value));
+    }
 }
 
 String formOf(const CIMValue& value) {
@@ -101,26 +101,11 @@ CIMValue collect(CIMDataType::Type type, const Array<CIMValue>& values) {
 
 }  // namespace
 
-CIMValue::CIMValue(bool value) : m_rep(sharedBoolean(value)) {}
-CIMValue::CIMValue(uint8_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(int8_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(uint16_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(int16_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(uint32_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(int32_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(uint64_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(int64_t value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(float value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(double value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(Char16 value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(String value) : m_rep(makeSingle(std::move(value))) {}
-CIMValue::CIMValue(const char* value) : m_rep(makeSingle(String(value))) {}
-CIMValue::CIMValue(const CIMDateTime& value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(const CIMObjectPath& value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(const CIMInstance& value) : m_rep(makeSingle(value)) {}
-CIMValue::CIMValue(const CIMClass& value) : m_rep(makeSingle(value)) {}
+template <ValueDetail::Held T>
+CIMValue::CIMValue(T value) : m_rep(makeSingle(std::move(value))) {}
+CIMValue::CIMValue(const char* value) : CIMValue(String(value)) {}
 
-template <class T>
+template <ValueDetail::Held T>
 CIMValue CIMValue::array(Array<T> elements, Array<bool> nulls) {
     if (!nulls.empty() && nulls.size() != elements.size()) {
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, "The null marks must be as many as the elements");
@@ -190,6 +175,7 @@ const Array<T>& CIMValue::getArray() const {
 }
 
 #define OPENWBEM_INSTANTIATE(T)                                  \
+    template CIMValue::CIMValue(T);                              \
     template CIMValue CIMValue::array<T>(Array<T>, Array<bool>); \
     template const T& CIMValue::get<T>() const;                  \
     template const Array<T>& CIMValue::getArray<T>() const;
@@ -238,7 +224,7 @@ bool operator==(const CIMValue& a, const CIMValue& b) {
 
 bool CIMValue::isStorableString(std::string_view text) noexcept {
     return text.find('\0') == std::string_view::npos &&
-           Utf8::findInvalid(text) == std::string_view::npos;
+           blocxx::Utf8::findInvalid(text) == std::string_view::npos;
 }
 
 }  // namespace OpenWBEM

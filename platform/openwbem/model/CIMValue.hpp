@@ -4,6 +4,7 @@
 // of them whose elements may be null (DSP0004 5.2). Immutable and shared between copies.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "openwbem/model/CIMDataType.hpp"
@@ -20,6 +21,16 @@ struct Char16 {
     friend bool operator==(const Char16&, const Char16&) noexcept = default;
 };
 
+namespace ValueDetail {
+template <class T, class... Types>
+concept OneOf = (std::same_as<T, Types> || ...);
+/// The C++ types of the CIM types.
+template <class T>
+concept Held =
+    OneOf<T, bool, uint8_t, int8_t, uint16_t, int16_t, uint32_t, int32_t, uint64_t, int64_t, float,
+          double, Char16, String, CIMDateTime, CIMObjectPath, CIMInstance, CIMClass>;
+}  // namespace ValueDetail
+
 class CIMValue {
 public:
     /// The null value: it has no type.
@@ -28,28 +39,13 @@ public:
     // The argument decides the type. These throw CIMException INVALID_PARAMETER for what MOF cannot
     // express: reals that are not finite, strings that are not valid UTF-8 or contain U+0000, null
     // references and objects, and those that are nested too deep.
-    explicit CIMValue(bool value);
-    explicit CIMValue(uint8_t value);
-    explicit CIMValue(int8_t value);
-    explicit CIMValue(uint16_t value);
-    explicit CIMValue(int16_t value);
-    explicit CIMValue(uint32_t value);
-    explicit CIMValue(int32_t value);
-    explicit CIMValue(uint64_t value);
-    explicit CIMValue(int64_t value);
-    explicit CIMValue(float value);
-    explicit CIMValue(double value);
-    explicit CIMValue(Char16 value);
-    explicit CIMValue(String value);
+    template <ValueDetail::Held T>
+    explicit CIMValue(T value);
     explicit CIMValue(const char* value);
-    explicit CIMValue(const CIMDateTime& value);
-    explicit CIMValue(const CIMObjectPath& value);
-    explicit CIMValue(const CIMInstance& value);
-    explicit CIMValue(const CIMClass& value);
 
-    /// An array of T (any type above). `nulls[i]` makes element i null, whatever `elements[i]` is;
+    /// An array of T. `nulls[i]` makes element i null, whatever `elements[i]` is;
     /// `nulls` is empty or as long as `elements`. Throws as the constructors do.
-    template <class T>
+    template <ValueDetail::Held T>
     static CIMValue array(Array<T> elements, Array<bool> nulls = {});
     /// An array of `type` from single values. Throws ValueCastException for one that is neither of
     /// that type nor null.

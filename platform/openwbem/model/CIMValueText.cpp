@@ -1,49 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The text of single values, for CIMValue::toString().
+#include "blocxx/Utf8.hpp"
 #include "openwbem/model/CIMValueRep.hpp"
-#include "openwbem/model/Utf8.hpp"
-#include "openwbem/model/ValueText.hpp"
 
 namespace OpenWBEM::ValueDetail {
 
 void appendText(String& out, bool value) {
     out += ValueText::textOf(value);
 }
-void appendText(String& out, uint8_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, int8_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, uint16_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, int16_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, uint32_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, int32_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, uint64_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, int64_t value) {
-    ValueText::appendInteger(out, value);
-}
-void appendText(String& out, float value) {
-    ValueText::appendReal(out, value);
-}
-void appendText(String& out, double value) {
-    ValueText::appendReal(out, value);
-}
 
 void appendText(String& out, Char16 value) {
     // Half of a surrogate pair has no UTF-8 form, and U+0000 would end the text for some readers.
-    if (value.unit == 0 || !Utf8::append(out, value.unit)) {
+    if (value.unit == 0 || !blocxx::Utf8::append(out, value.unit)) {
         ValueText::appendHexEscape(out, value.unit);
     }
 }

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 namespace OpenWBEM {
 
@@ -12,7 +12,7 @@ bool isIdentifier(std::string_view text) noexcept {
         return false;
     }
     return std::all_of(text.begin(), text.end(), isIdentifierPart) &&
-           Utf8::findInvalid(text) == std::string_view::npos;
+           blocxx::Utf8::findInvalid(text) == std::string_view::npos;
 }
 
 bool isNamespaceName(std::string_view text) noexcept {

@@ -3,34 +3,6 @@
 
 namespace OpenWBEM::ValueText {
 
-namespace {
-
-template <class Real>
-void appendRealText(String& out, Real value) {
-    char buffer[64];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
-    const std::string_view text(buffer, static_cast<size_t>(end - buffer));
-    const size_t exponent = text.find('e');
-    const std::string_view mantissa = text.substr(0, exponent);
-    out += mantissa;
-    if (mantissa.find('.') == std::string_view::npos) {
-        out += ".0";
-    }
-    if (exponent != std::string_view::npos) {
-        out += text.substr(exponent);
-    }
-}
-
-}  // namespace
-
-void appendReal(String& out, float value) {
-    appendRealText(out, value);
-}
-
-void appendReal(String& out, double value) {
-    appendRealText(out, value);
-}
-
 void appendHexEscape(String& out, char16_t unit) {
     constexpr char DIGITS[] = "0123456789ABCDEF";
     out += "\\x";

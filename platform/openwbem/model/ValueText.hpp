@@ -3,6 +3,7 @@
 // The texts of single values that object paths, MOF and messages share.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <concepts>
 
@@ -10,16 +11,26 @@
 
 namespace OpenWBEM::ValueText {
 
-/// Appends the shortest text that reads back to the same bits, in the form that DSP0004 Annex A has
-/// for reals: digits on both sides of a ".", then an exponent where it is shorter.
-void appendReal(String& out, float value);
-void appendReal(String& out, double value);
-
 template <std::integral T>
-void appendInteger(String& out, T value) {
+void appendNumber(String& out, T value) {
     char buffer[24];
     const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
     out.append(buffer, end);
+}
+
+/// Appends the shortest text that reads back to the same bits, in the form that DSP0004 Annex A has
+/// for reals: digits on both sides of a ".", then an exponent where it is shorter.
+template <std::floating_point T>
+void appendNumber(String& out, T value) {
+    char buffer[64];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+    const std::string_view text(buffer, static_cast<size_t>(end - buffer));
+    const size_t exponent = std::min(text.find('e'), text.size());
+    out += text.substr(0, exponent);
+    if (text.find('.') == std::string_view::npos) {
+        out += ".0";
+    }
+    out += text.substr(exponent);
 }
 
 /// Appends "\x" and four hex digits.

@@ -14,9 +14,9 @@
 #include <cstdint>
 }
 %{
+#include "blocxx/Utf8.hpp"
 #include "openwbem/text/Scanner.hpp"
 #include "MOFGrammar.hpp"
-#include "openwbem/model/Utf8.hpp"
 #include "openwbem/text/Literals.hpp"
 
 #define YYSTYPE OPENWBEM_MOF_STYPE
@@ -33,7 +33,7 @@ using OpenWBEM::inQuotes;
 }
 
 void checkUtf8(const char* text, size_t size) {
-    const size_t invalid = OpenWBEM::Utf8::findInvalid({text, size});
+    const size_t invalid = blocxx::Utf8::findInvalid({text, size});
     if (invalid != std::string_view::npos) {
         fail(text + invalid, "invalid UTF-8");
     }

@@ -60,28 +60,11 @@ void appendString(String& out, std::string_view text, Form form = Form::PLAIN) {
     out += '"';
 }
 
-void appendInteger(String& out, const CIMValue& value) {
-    if (value.getType() == CIMDataType::UINT64) {
-        ValueText::appendInteger(out, value.get<uint64_t>());
-    } else {
-        ValueText::appendInteger(out, value.toSigned());
-    }
-}
-
 /// A value that is not an array.
 void appendSingle(String& out, const CIMValue& value, Form form) {
     switch (value.getType()) {
         case CIMDataType::INVALID:
             out += "NULL";
-            break;
-        case CIMDataType::BOOLEAN:
-            out += ValueText::textOf(value.get<bool>());
-            break;
-        case CIMDataType::REAL32:
-            ValueText::appendReal(out, value.get<float>());
-            break;
-        case CIMDataType::REAL64:
-            ValueText::appendReal(out, value.get<double>());
             break;
         case CIMDataType::CHAR16:
             ValueText::appendQuotedChar(out, value.get<Char16>());
@@ -102,7 +85,7 @@ void appendSingle(String& out, const CIMValue& value, Form form) {
             appendString(out, render(value.get<CIMClass>(), Form::EMBEDDED), form);
             break;
         default:
-            appendInteger(out, value);
+            out += value.toString();
             break;
     }
 }
@@ -182,7 +165,7 @@ void appendArrayBrackets(String& out, const CIMDataType& type) {
     if (type.isArray()) {
         out += '[';
         if (type.getSize() != 0) {
-            ValueText::appendInteger(out, type.getSize());
+            ValueText::appendNumber(out, type.getSize());
         }
         out += ']';
     }

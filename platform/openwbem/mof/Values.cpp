@@ -4,9 +4,8 @@
 #include <limits>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/model/CIMObjectPath.hpp"
+#include "openwbem/model/ValueTypes.hpp"
 #include "openwbem/text/Literals.hpp"
 
 namespace OpenWBEM::MOF {
@@ -141,37 +140,13 @@ CIMValue makePlain(const Initializer& initializer) {
     return CIMValue(std::move(value));
 }
 
+/// Of a type that is not plain, a string: the text of the object.
 CIMValue makePlainValue(const Initializer& initializer, CIMDataType::Type type) {
-    switch (type) {
-        case CIMDataType::BOOLEAN:
-            return makePlain<bool>(initializer);
-        case CIMDataType::UINT8:
-            return makePlain<uint8_t>(initializer);
-        case CIMDataType::SINT8:
-            return makePlain<int8_t>(initializer);
-        case CIMDataType::UINT16:
-            return makePlain<uint16_t>(initializer);
-        case CIMDataType::SINT16:
-            return makePlain<int16_t>(initializer);
-        case CIMDataType::UINT32:
-            return makePlain<uint32_t>(initializer);
-        case CIMDataType::SINT32:
-            return makePlain<int32_t>(initializer);
-        case CIMDataType::UINT64:
-            return makePlain<uint64_t>(initializer);
-        case CIMDataType::SINT64:
-            return makePlain<int64_t>(initializer);
-        case CIMDataType::REAL32:
-            return makePlain<float>(initializer);
-        case CIMDataType::REAL64:
-            return makePlain<double>(initializer);
-        case CIMDataType::CHAR16:
-            return makePlain<Char16>(initializer);
-        case CIMDataType::DATETIME:
-            return makePlain<CIMDateTime>(initializer);
-        default:
-            return makePlain<String>(initializer);
-    }
+    return ValueDetail::withType(type, [&]<class T>(std::type_identity<T>) {
+        constexpr bool isPlain =
+            std::is_arithmetic_v<T> || std::is_same_v<T, Char16> || std::is_same_v<T, CIMDateTime>;
+        return makePlain<std::conditional_t<isPlain, T, String>>(initializer);
+    });
 }
 
 CIMValue makeKnownObject(const Literal& literal, const CIMDataType& type,

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 namespace OpenWBEM {
 
@@ -95,7 +95,7 @@ void appendEscaped(String& out, const EscapeReader& reader, const char*& at) {
     if (codePoint == 0) {
         throw CompileError{begin, "a string cannot contain the character U+0000"};
     }
-    if (!Utf8::append(out, codePoint)) {
+    if (!blocxx::Utf8::append(out, codePoint)) {
         throw CompileError{begin, "one half of a surrogate pair is no character"};
     }
 }
@@ -175,7 +175,7 @@ char16_t readChar(const Text& token) {
         unit = EscapeReader(end).next(at);
     } else {
         size_t length = 0;
-        unit = Utf8::next({at, static_cast<size_t>(end - at)}, length);
+        unit = blocxx::Utf8::next({at, static_cast<size_t>(end - at)}, length);
         at += length;
     }
     if (at != end) {

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 namespace OpenWBEM {
 
@@ -15,26 +15,13 @@ constexpr size_t SHOWN_BEFORE = 60;
 constexpr size_t SHOWN_AFTER = 40;
 constexpr size_t SHOWN_OF_TOKEN = 40;
 
-/// The length of the first character of `text`, or 1 when it is not valid UTF-8.
-size_t characterLength(std::string_view text, bool& valid) {
-    for (size_t length = 1; length <= std::min<size_t>(4, text.size()); ++length) {
-        if (Utf8::findInvalid(text.substr(0, length)) == std::string_view::npos) {
-            valid = true;
-            return length;
-        }
-    }
-    valid = false;
-    return 1;
-}
-
 /// Splits `text` into characters, with a replacement for those that must not be printed.
 StringArray printable(std::string_view text) {
     StringArray characters;
     while (!text.empty()) {
-        bool valid = false;
-        const size_t length = characterLength(text, valid);
+        const size_t length = blocxx::Utf8::lengthAt(text, 0);
         const auto byte = static_cast<unsigned char>(text[0]);
-        if (!valid) {
+        if (length == 0) {
             characters.emplace_back("\xEF\xBF\xBD");
         } else if ((byte < 0x20 && byte != '\t') || byte == 0x7f ||
                    (byte == 0xc2 && static_cast<unsigned char>(text[1]) < 0xa0)) {
@@ -42,7 +29,7 @@ StringArray printable(std::string_view text) {
         } else {
             characters.emplace_back(text.substr(0, length));
         }
-        text.remove_prefix(length);
+        text.remove_prefix(std::max<size_t>(length, 1));
     }
     return characters;
 }
@@ -63,7 +50,7 @@ size_t columnsOf(std::string_view character) {
         {0xFF00, 0xFF60, 2},   {0xFFE0, 0xFFE6, 2},  {0x1F300, 0x1F64F, 2}, {0x1F900, 0x1F9FF, 2},
         {0x20000, 0x3FFFD, 2}, {0xE0100, 0xE01EF, 0}};
     size_t offset = 0;
-    const uint32_t code = Utf8::next(character, offset);
+    const uint32_t code = blocxx::Utf8::next(character, offset);
     for (const Range& range : RANGES) {
         if (code >= range.first && code <= range.last) {
             return range.columns;
@@ -75,8 +62,7 @@ size_t columnsOf(std::string_view character) {
 size_t countCharacters(std::string_view text) {
     size_t count = 0;
     while (!text.empty()) {
-        bool valid = false;
-        text.remove_prefix(characterLength(text, valid));
+        text.remove_prefix(std::max<size_t>(blocxx::Utf8::lengthAt(text, 0), 1));
         ++count;
     }
     return count;

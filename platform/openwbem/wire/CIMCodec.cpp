@@ -11,7 +11,7 @@
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/wire/CIMDecoder.hpp"
 #include "openwbem/wire/CIMEncoder.hpp"
-#include "openwbem/wire/ValueTypes.hpp"
+#include "openwbem/wire/ValueForms.hpp"
 
 namespace OpenWBEM::Codec {
 

@@ -4,7 +4,6 @@
 #include "blocxx/Format.hpp"
 #include "openwbem/model/Identifier.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
-#include "openwbem/model/Utf8.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
 
 namespace OpenWBEM::Codec {

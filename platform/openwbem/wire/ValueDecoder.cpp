@@ -5,7 +5,7 @@
 
 #include "openwbem/wire/CIMCodec.hpp"
 #include "openwbem/wire/CIMDecoder.hpp"
-#include "openwbem/wire/ValueTypes.hpp"
+#include "openwbem/wire/ValueForms.hpp"
 
 namespace OpenWBEM::Codec {
 
@@ -146,17 +146,19 @@ CIMValue Decoder::getArray(wire::Value::Reader in) {
 }
 
 CIMValue Decoder::get(wire::Value::Reader in) {
-    const auto number = static_cast<uint16_t>(in.getType());
-    if (number == CIMDataType::INVALID || number > CIMDataType::EMBEDDEDCLASS) {
-        refuse("a value has an unknown type");
-    }
     if (++m_depth > MAX_OBJECT_DEPTH) {
         refuse("objects are nested too deeply");
     }
-    CIMValue value =
-        visitValueType(static_cast<CIMDataType::Type>(number), [&]<class T>(std::type_identity<T>) {
+    const auto number = static_cast<uint16_t>(in.getType());
+    const auto type = number > CIMDataType::EMBEDDEDCLASS ? CIMDataType::INVALID
+                                                          : static_cast<CIMDataType::Type>(number);
+    CIMValue value = ValueDetail::withType(type, [&]<class T>(std::type_identity<T>) -> CIMValue {
+        if constexpr (std::is_void_v<T>) {
+            refuse("a value has an unknown type");
+        } else {
             return in.getIsArray() ? getArray<T>(in) : getSingle<T>(in);
-        });
+        }
+    });
     --m_depth;
     return value;
 }

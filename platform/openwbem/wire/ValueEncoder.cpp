@@ -3,7 +3,7 @@
 // Part of Encoder: values. Each CIM type has a member in the union of wire::Value.
 #include "openwbem/wire/CIMCodec.hpp"
 #include "openwbem/wire/CIMEncoder.hpp"
-#include "openwbem/wire/ValueTypes.hpp"
+#include "openwbem/wire/ValueForms.hpp"
 
 namespace OpenWBEM::Codec {
 
@@ -104,11 +104,13 @@ void Encoder::put(wire::Value::Builder out, const CIMValue& value) {
     }
     out.setType(static_cast<wire::Type>(value.getType()));
     out.setIsArray(value.isArray());
-    visitValueType(value.getType(), [&]<class T>(std::type_identity<T>) {
-        if (value.isArray()) {
-            putArray<T>(out, value);
-        } else {
-            putSingle<T>(out, value.get<T>());
+    ValueDetail::withType(value.getType(), [&]<class T>(std::type_identity<T>) {
+        if constexpr (!std::is_void_v<T>) {
+            if (value.isArray()) {
+                putArray<T>(out, value);
+            } else {
+                putSingle<T>(out, value.get<T>());
+            }
         }
     });
     bool hasNull = false;

@@ -7,7 +7,7 @@
 #include <streambuf>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 #include "openwbem/xml/XMLElement.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
 #include "openwbem/xml/XMLText.hpp"
@@ -65,7 +65,7 @@ String describeCharacter(std::string_view text, size_t at) {
         std::snprintf(digits, sizeof digits, "%04X", byte);
         return String("the control character U+") + digits;
     }
-    if (Utf8::findInvalid(text.substr(0, at + 3)) >= at + 3) {
+    if (blocxx::Utf8::findInvalid(text.substr(0, at + 3)) >= at + 3) {
         return "a code that is no character";
     }
     std::snprintf(digits, sizeof digits, "%02x", byte);

@@ -5,7 +5,7 @@
 #include <array>
 #include <ostream>
 
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 namespace OpenWBEM::XMLText {
 
@@ -67,7 +67,7 @@ bool isNonCharacter(std::string_view text, size_t offset) {
 }  // namespace
 
 size_t findUnprintable(std::string_view text) noexcept {
-    const std::string_view valid = text.substr(0, Utf8::findInvalid(text));
+    const std::string_view valid = text.substr(0, blocxx::Utf8::findInvalid(text));
     for (size_t i = 0; i < valid.size(); ++i) {
         const auto byte = static_cast<unsigned char>(valid[i]);
         if (byte < 0x20 ? WHITE_SPACE.find(valid[i]) == std::string_view::npos

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <random>
 
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 #include "tests/unit/mof/Compiled.hpp"
 
 namespace OpenWBEM::MOF {
@@ -39,7 +39,7 @@ TEST(MofHostileTest, EveryChangedByteIsOneErrorOrAResult) {
         }
         const String message = failureOf(text);
         EXPECT_TRUE(message.empty() || message.find(": error: ") != String::npos);
-        EXPECT_EQ(Utf8::findInvalid(message), String::npos);
+        EXPECT_EQ(blocxx::Utf8::findInvalid(message), String::npos);
     }
 }
 

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <random>
 
+#include "blocxx/Utf8.hpp"
 #include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
-#include "openwbem/model/Utf8.hpp"
 #include "tests/unit/mof/Compiled.hpp"
 
 namespace OpenWBEM::MOF {
@@ -87,7 +87,7 @@ public:
                                        0x85, 0xa0, 0xe9, '%',  0x2028, 0xfeff, 0x1f600, 0x10ffff};
         String text;
         for (uint64_t length = m_random() % 12; length > 0; --length) {
-            Utf8::append(text, PIECES[m_random() % std::size(PIECES)]);
+            blocxx::Utf8::append(text, PIECES[m_random() % std::size(PIECES)]);
         }
         return text;
     }

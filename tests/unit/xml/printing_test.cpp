@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 #include "tests/unit/xml/Documents.hpp"
 
 namespace OpenWBEM {
@@ -21,7 +21,7 @@ std::string allCharacters(uint32_t first, uint32_t last) {
     for (uint32_t c = first; c <= last; ++c) {
         const bool control = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
         if (!control && c != 0xFFFE && c != 0xFFFF) {
-            Utf8::append(text, c);
+            blocxx::Utf8::append(text, c);
         }
     }
     return text;

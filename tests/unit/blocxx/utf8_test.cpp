@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // UTF-8: what is valid, and conversion both ways.
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 #include <gtest/gtest.h>
 
-namespace OpenWBEM {
+namespace blocxx {
 namespace {
 
 constexpr size_t VALID = std::string_view::npos;
@@ -51,6 +51,7 @@ TEST(Utf8Test, EveryScalarValueComesBack) {
         ASSERT_EQ(scalar, !text.empty());
         if (scalar) {
             ASSERT_EQ(VALID, Utf8::findInvalid(text)) << codePoint;
+            ASSERT_EQ(text.size(), Utf8::lengthAt(text, 0));
             size_t offset = 0;
             ASSERT_EQ(codePoint, Utf8::next(text, offset));
             ASSERT_EQ(text.size(), offset);
@@ -59,4 +60,4 @@ TEST(Utf8Test, EveryScalarValueComesBack) {
 }
 
 }  // namespace
-}  // namespace OpenWBEM
+}  // namespace blocxx

@@ -4,17 +4,18 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
-#include "openwbem/model/CIMFwd.hpp"
+#include "blocxx/String.hpp"
 
-namespace OpenWBEM::Utf8 {
+namespace blocxx::Utf8 {
 
 /// The offset of the first byte that is not part of valid UTF-8, or npos.
 size_t findInvalid(std::string_view text) noexcept;
+/// The length in bytes of the character at `offset`, 0 when it is not valid.
+size_t lengthAt(std::string_view text, size_t offset) noexcept;
 /// Appends the code point. Returns false and appends nothing for one that is not a scalar value.
 bool append(String& out, uint32_t codePoint);
 /// Reads the code point at `offset` of valid UTF-8 and moves `offset` past it.
 uint32_t next(std::string_view text, size_t& offset) noexcept;
 
-}  // namespace OpenWBEM::Utf8
+}  // namespace blocxx::Utf8

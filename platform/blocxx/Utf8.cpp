@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "openwbem/model/Utf8.hpp"
+#include "blocxx/Utf8.hpp"
 
 #include <array>
 #include <cstring>
 
-namespace OpenWBEM::Utf8 {
+namespace blocxx::Utf8 {
 
 namespace {
 
@@ -41,11 +41,15 @@ size_t skipAscii(std::string_view text, size_t offset) noexcept {
     return offset;
 }
 
-/// The length of the valid sequence at `offset`, which does not start with an ASCII byte; 0 when it
-/// is not valid. The second byte's range rules out overlong forms, surrogates and what is above
-/// U+10FFFF (RFC 3629, clause 4).
-size_t sequenceLength(std::string_view text, size_t offset) noexcept {
+}  // namespace
+
+// The second byte's range rules out overlong forms, surrogates and what is above U+10FFFF (RFC
+// 3629, clause 4).
+size_t lengthAt(std::string_view text, size_t offset) noexcept {
     const unsigned char lead = byteAt(text, offset);
+    if (lead < 0x80) {
+        return 1;
+    }
     if (lead < 0xC2 || lead > 0xF4) {
         return 0;
     }
@@ -67,12 +71,10 @@ size_t sequenceLength(std::string_view text, size_t offset) noexcept {
     return length;
 }
 
-}  // namespace
-
 size_t findInvalid(std::string_view text) noexcept {
     size_t offset = skipAscii(text, 0);
     while (offset < text.size()) {
-        const size_t length = sequenceLength(text, offset);
+        const size_t length = lengthAt(text, offset);
         if (length == 0) {
             return offset;
         }
@@ -114,4 +116,4 @@ uint32_t next(std::string_view text, size_t& offset) noexcept {
     return codePoint;
 }
 
-}  // namespace OpenWBEM::Utf8
+}  // namespace blocxx::Utf8
