@@ -7,6 +7,7 @@ kov_unit_test(blocxx_test
     unit/blocxx/FileSystem_test.cpp
     unit/blocxx/Format_test.cpp
     unit/blocxx/Interruption_test.cpp
+    unit/blocxx/Invariant_test.cpp
     unit/blocxx/Logger_test.cpp
     unit/blocxx/Printable_test.cpp
     unit/blocxx/Process_test.cpp

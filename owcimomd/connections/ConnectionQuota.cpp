@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "blocxx/Invariant.hpp"
+
 namespace OwCimomd {
 
 namespace {
@@ -42,6 +44,9 @@ ConnectionQuota::Slot ConnectionQuota::take(const User& user, bool isStranger) {
 
 void ConnectionQuota::giveBack(uid_t uid, bool isStranger) noexcept {
     const auto user = m_users.find(uid);
+    if (!blocxx::believed(user != m_users.end() && m_taken > 0)) {
+        return;
+    }
     if (--user->second == 0) {
         m_users.erase(user);
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/connections/RequestBudget.hpp"
 
+#include "blocxx/Invariant.hpp"
+
 namespace OwCimomd {
 
 namespace {
@@ -24,6 +26,10 @@ RequestBudget::Share RequestBudget::take(uid_t user, size_t bytes) {
 }
 
 void RequestBudget::giveBack(uid_t user, size_t bytes) noexcept {
+    // Too much given back would let the next request have any size.
+    if (!blocxx::believed(bytes <= m_taken)) {
+        return;
+    }
     m_taken -= bytes;
     const auto found = m_users.find(user);
     if (found != m_users.end() && (found->second -= bytes) == 0) {

@@ -2,6 +2,7 @@
 #include "owcimomd/operations/NamespaceInstances.hpp"
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Invariant.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/model/InstanceCompletion.hpp"
 #include "openwbem/model/ObjectFilter.hpp"
@@ -99,6 +100,7 @@ OperationResult NamespaceInstances::carryOut(const OperationCall& call) {
         case Operation::MODIFY_INSTANCE:
             refuseChange("changed");
         default:
+            blocxx::ensured(call.operation == Operation::DELETE_INSTANCE);
             refuseChange("deleted");
     }
 }
@@ -107,6 +109,7 @@ AnyEnumeration NamespaceInstances::open(const OperationCall& call) {
     if (call.operation == Operation::ENUM_INSTANCES) {
         return openInstances(call.wanted);
     }
+    blocxx::ensured(call.operation == Operation::ENUM_INSTANCE_NAMES);
     return openInstanceNames();
 }
 

@@ -2,6 +2,7 @@
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
 #include "blocxx/Interruption.hpp"
+#include "blocxx/Invariant.hpp"
 #include "openwbem/repository/RepositoryOperations.hpp"
 
 namespace OpenWBEM {
@@ -11,7 +12,9 @@ using namespace RepositoryOperations;  // NOLINT(google-build-using-namespace): 
 
 namespace {
 
+/// An operation came where its traits do not lead.
 [[noreturn]] void refuse(const OperationCall& call) {
+    blocxx::believed(false);
     OPENWBEM_THROW_CIM(NOT_SUPPORTED, traitsOf(call.operation).name);
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Invariant.hpp"
 #include "openwbem/repository/Statement.hpp"
 
 namespace OpenWBEM {
@@ -116,6 +117,7 @@ bool UnitOfWork::commit() {
                                           m_connection.file()));
     }
     m_connection.execute("COMMIT", "written");
+    blocxx::ensured(sqlite3_get_autocommit(m_connection.raw()) != 0);
     m_state = State::NONE;
     return true;
 }
