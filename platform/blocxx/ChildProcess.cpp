@@ -62,7 +62,11 @@ struct Pipe {
 /// A file in memory with the input. A program that does not read it neither blocks the caller nor
 /// causes SIGPIPE, as it would with a pipe.
 File inputFile(const String& input) {
-    File file = aboveStandardStreams(File(::memfd_create("input", MFD_CLOEXEC)));
+    const File memory(::memfd_create("input", MFD_CLOEXEC));
+    if (!memory) {
+        throwErrno("Cannot prepare the input of a program");
+    }
+    File file = aboveStandardStreams(memory);
     if (!writeAll(file.getFileDescriptor(), input) ||
         ::lseek(file.getFileDescriptor(), 0, SEEK_SET) != 0) {
         throwErrno("Cannot prepare the input of a program");

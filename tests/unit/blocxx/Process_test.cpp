@@ -9,6 +9,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -293,6 +294,23 @@ TEST(Caller, MayHaveClosedItsStandardStreams) {
         command.input = "input ";
         String output;
         return Process::run(command, output).terminatedSuccessfully() && output == "input error\n";
+    });
+}
+
+TEST(Caller, WithoutFreeDescriptorsIsToldThat) {
+    expectInChild([] {
+        const rlimit none{STDERR_FILENO + 1, STDERR_FILENO + 1};
+        setrlimit(RLIMIT_NOFILE, &none);
+        String output;
+        try {
+            Process::run(shell("true"), output);
+        } catch (const ProcessException& e) {
+            EXPECT_EQ(e.getErrorCode(), EMFILE);
+            EXPECT_STREQ(e.getMessage(),
+                         "Cannot prepare the input of a program: 24(Too many open files)");
+            return true;
+        }
+        return false;
     });
 }
 
