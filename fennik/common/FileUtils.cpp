@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/common/FileUtils.hpp"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 
@@ -27,15 +24,6 @@ String FileUtils::locateExecutable(const String& name, const String& searchPath)
         }
     }
     return {};
-}
-
-// Duplicates the descriptor, because File closes the one that it is given.
-String FileUtils::readStandardInput() {
-    blocxx::File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!input) {
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Unable to read standard input");
-    }
-    return blocxx::FileSystem::readToEnd(input, "standard input");
 }
 
 void FileUtils::throwFileFailure(const char* message, const String& path, int errorCode,

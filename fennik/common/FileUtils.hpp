@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Finds external programs, reads standard input, and throws failures on files. Programs are looked
-// up in fixed system directories, never in the caller's PATH, because the tool runs as root.
+// Finds external programs, and throws failures on files. Programs are looked up in fixed system
+// directories, never in the caller's PATH, because the tool runs as root.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -19,9 +19,6 @@ namespace FileUtils {
 /// empty when there is none. A name with a slash is never found. An empty directory is skipped; it
 /// does not mean the working directory.
 blocxx::String locateExecutable(const blocxx::String& name, const blocxx::String& searchPath);
-
-/// Reads standard input to its end. Throws FileSystemException.
-blocxx::String readStandardInput();
 
 /// Throws FennikException `errorCode` with `message`, in which %1 is replaced by `path`. Its cause
 /// is the reason that errno gives.

@@ -13,7 +13,6 @@
 #include "blocxx/Interruption.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/common/FileUtils.hpp"
 #include "fennik/common/NameRules.hpp"
 #include "fennik/common/TempFile.hpp"
 #include "fennik/common/UnitLog.hpp"
@@ -76,7 +75,7 @@ std::optional<String> readSnippet(const String& productName, const String& path)
 
 String readSourceWhole(const String& source, const String& prefix) {
     if (source == "-") {
-        return FileUtils::readStandardInput();
+        return FileSystem::readStandardInput();
     }
     const String path = prefix + source;
     if (!FileSystem::exists(path)) {

@@ -4,7 +4,6 @@
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/common/FileUtils.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/provider/CurrentProviders.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
@@ -27,7 +26,7 @@ namespace {
 /// The list's own path has no prefix, unlike the paths of the files that it names.
 String readList(const String& fileName) {
     if (fileName == "-") {
-        return FileUtils::readStandardInput();
+        return blocxx::FileSystem::readStandardInput();
     }
     if (!blocxx::FileSystem::exists(fileName)) {
         BLOCXX_THROW_ERR(FennikException, "The specified path " + fileName + " : does not exist.",

@@ -266,6 +266,15 @@ String readToEnd(File& file, const String& nameForMessages, size_t limit) {
     return contents;
 }
 
+// Duplicates the descriptor, because File closes the one that it is given.
+String readStandardInput(size_t limit) {
+    File input(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!input) {
+        BLOCXX_THROW_ERRNO(FileSystemException, "Unable to read standard input");
+    }
+    return readToEnd(input, "standard input", limit);
+}
+
 namespace {
 
 // The path without trailing slashes; the root directory stays "/".

@@ -82,6 +82,8 @@ enum class NamedBy {
 /// EFBIG for more than `limit` bytes.
 String getFileContents(const String& path, NamedBy namedBy = NamedBy::OTHERS,
                        size_t limit = MAX_CONTENT_SIZE);
+/// Everything that standard input still has; does not close it. Throws as getFileContents.
+String readStandardInput(size_t limit = MAX_CONTENT_SIZE);
 /// Everything from the current offset to the end. Throws FileSystemException as getFileContents.
 String readToEnd(File& file, const String& nameForMessages, size_t limit = MAX_CONTENT_SIZE);
 /// Appends everything from the current offset to the end to `contents`. `limit` is for all of

@@ -4,7 +4,6 @@
 // directly has all objects of all files afterwards, or is unchanged. Through the daemon, what was
 // written before a failure stays. A failure is one text on standard error and exit status 1, or 2
 // for a usage error.
-#include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <iostream>
@@ -37,25 +36,12 @@ bool isSpecial(const String& file) {
 }
 
 Source open(const String& file) {
-    if (file != "-") {
-        return isSpecial(file) ? Source{file, blocxx::FileSystem::getFileContents(
-                                                  file, blocxx::FileSystem::NamedBy::CALLER)}
-                               : MOF::includeFile(file, String());
+    if (file == "-") {
+        return {"standard input", blocxx::FileSystem::readStandardInput(SourceText::MAX_SIZE)};
     }
-    // Standard input belongs to the caller, so it is not closed.
-    String text;
-    char buffer[65536];
-    for (;;) {
-        const size_t count = std::fread(buffer, 1, sizeof(buffer), stdin);
-        text.append(buffer, count);
-        if (count < sizeof(buffer)) {
-            break;
-        }
-    }
-    if (std::ferror(stdin) != 0) {
-        BLOCXX_THROW_ERRNO(blocxx::FileSystemException, "Cannot read standard input");
-    }
-    return {"standard input", std::move(text)};
+    return isSpecial(file) ? Source{file, blocxx::FileSystem::getFileContents(
+                                              file, blocxx::FileSystem::NamedBy::CALLER)}
+                           : MOF::includeFile(file, String());
 }
 
 void compileInto(Repository& repository, ContentWriter& writer, const String& ns,

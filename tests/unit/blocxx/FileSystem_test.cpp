@@ -294,6 +294,30 @@ TEST_F(Files, WithoutAnEndAreRefused) {
     }
 }
 
+TEST(StandardInput, IsReadToItsEndOrItsLimitAndNotClosed) {
+    const auto readWith = [](const char* path) {
+        const int fd = ::open(path, O_RDONLY);
+        ::dup2(fd, STDIN_FILENO);
+        return FileSystem::readStandardInput(size_t{1} << 20);
+    };
+    EXPECT_EQ(inChild([&] {
+                  return readWith("/dev/null").empty() && ::fcntl(STDIN_FILENO, F_GETFD) == 0 ? 0
+                                                                                              : 1;
+              }),
+              0);
+    EXPECT_EQ(inChild([&] {
+                  try {
+                      readWith("/dev/zero");
+                  } catch (const blocxx::FileSystemException& e) {
+                      EXPECT_STREQ(e.getMessage(),
+                                   "Cannot read \"standard input\": it is longer than 1 MiB");
+                      return testing::Test::HasFailure() ? 1 : 0;
+                  }
+                  return 1;
+              }),
+              0);
+}
+
 TEST_F(Files, AreReadUpToTheLimit) {
     write("f", "");
     ASSERT_EQ(::truncate((m_dir / "f").c_str(), FileSystem::MAX_CONTENT_SIZE), 0);
