@@ -24,20 +24,7 @@ std::optional<Process::Identity> unprivilegedIdentity() {
     if (geteuid() != 0) {
         return std::nullopt;
     }
-    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
-    if (!account) {
-        BLOCXX_THROW(blocxx::ProcessException,
-                     Format("The account \"%1\" does not exist, and external programs are not run "
-                            "as root; kov-setup creates the account",
-                            Layout::ACCOUNT));
-    }
-    if (account->uid == 0 || account->gid == 0) {
-        BLOCXX_THROW(blocxx::ProcessException,
-                     Format("The account \"%1\" has root's user or group id, and external programs "
-                            "are not run as root",
-                            Layout::ACCOUNT));
-    }
-    return account;
+    return blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT);
 }
 
 Process::Status run(const StringArray& argv, String& output, const String& input, int timeLimit,

@@ -34,18 +34,9 @@ bool isNow(uid_t uid, gid_t gid) {
 }  // namespace
 
 void becomeAccount(const String& name) {
-    const auto account = blocxx::Secure::lookupAccount(name);
-    if (!account) {
-        BLOCXX_THROW(DaemonException,
-                     Format("there is no account \"%1\" to run as; run kov-setup", name));
-    }
-    const gid_t group = account->gid;
-    if (account->uid == 0) {
-        BLOCXX_THROW(DaemonException, Format("the account \"%1\" has the user id of root", name));
-    }
+    const auto [user, group] = blocxx::Secure::unprivilegedAccount(name);
     if (setgroups(1, &group) != 0 || setresgid(group, group, group) != 0 ||
-        setresuid(account->uid, account->uid, account->uid) != 0 ||
-        !isNow(account->uid, account->gid)) {
+        setresuid(user, user, user) != 0 || !isNow(user, group)) {
         BLOCXX_THROW(DaemonException,
                      Format("cannot change to the account \"%1\": %2", name, std::strerror(errno)));
     }

@@ -12,7 +12,8 @@ namespace OwCimomd {
 using blocxx::String;
 
 /// Changes this process to the account for good: its user and its group, no other groups. Throws
-/// DaemonException when there is no such account or the change is incomplete.
+/// ProcessException when there is no such account or it has root's ids, and DaemonException when
+/// the change is incomplete.
 void becomeAccount(const String& name);
 
 /// The name of a user; empty when the system has none.

@@ -63,4 +63,22 @@ std::optional<Process::Identity> lookupAccount(const String& name) {
     return std::nullopt;
 }
 
+Process::Identity unprivilegedAccount(const String& name) {
+    const auto account = lookupAccount(name);
+    if (!account) {
+        BLOCXX_THROW(
+            ProcessException,
+            Format("The account \"%1\" does not exist, and nothing is run as root instead; "
+                   "kov-setup creates the account",
+                   name));
+    }
+    if (account->uid == 0 || account->gid == 0) {
+        BLOCXX_THROW(ProcessException,
+                     Format("The account \"%1\" has root's user or group id, and nothing is run as "
+                            "root; give it ids of its own",
+                            name));
+    }
+    return *account;
+}
+
 }  // namespace blocxx::Secure

@@ -17,4 +17,8 @@ StringArray minimalEnvironment();
 /// ProcessException when the system's user database cannot be read.
 std::optional<Process::Identity> lookupAccount(const String& name);
 
+/// The same account for work that must not be done as root. Throws ProcessException when it does
+/// not exist, or has root's user or group id.
+Process::Identity unprivilegedAccount(const String& name);
+
 }  // namespace blocxx::Secure

@@ -41,26 +41,13 @@ private:
     sigset_t m_before = {};
 };
 
-/// The account that runs the init script, which must never run as root.
-blocxx::Process::Identity accountIdentity() {
-    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
-    if (!account || account->uid == 0 || account->gid == 0) {
-        BLOCXX_THROW(
-            DaemonControlException,
-            Format("the account \"%1\" is missing or has root's rights, and the init script "
-                   "is not run as root; kov-setup creates the account",
-                   Layout::ACCOUNT));
-    }
-    return *account;
-}
-
 void control(const char* command) {
     String output;
     const blocxx::Process::Status status =
         blocxx::Process::run({.argv = {Layout::INIT_SCRIPT, command},
                               .environment = blocxx::Secure::minimalEnvironment(),
                               .input = {},
-                              .identity = accountIdentity(),
+                              .identity = blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT),
                               .timeLimit = TIME_LIMIT,
                               .asAtBoot = true},
                              output);

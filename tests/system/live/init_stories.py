@@ -250,3 +250,14 @@ class InitAsSomebodyElse(LiveStory):
             (f"{INIT} stop", 0, f'{NOT_RUNNING}: there is no account "owcimomd"'),
             (f"{INIT} start", 6, 'there is no account "owcimomd" to run as; run kov-setup'),
         )
+
+    def test_an_account_with_a_root_id_runs_nothing(self):
+        refusal = 'the account "owcimomd" has root\'s user or group id'
+        for ids in ("0:4802", "4801:0"):
+            with self.subTest(ids=ids):
+                change = (f"sed s/^owcimomd:x:[^:]*:[^:]*:/owcimomd:x:{ids}:/ /etc/passwd "
+                          ">/mnt/passwd; mount --bind /mnt/passwd /etc/passwd;")
+                self.assert_steps(
+                    (f"mount -t tmpfs x /mnt; {change} {INIT} start", 6, refusal),
+                    (f"{INIT} status", 6, refusal),
+                )

@@ -6,12 +6,16 @@
 #include <gmock/gmock.h>
 #include <grp.h>
 #include <pwd.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <functional>
 
-#include "owcimomd/process/DaemonException.hpp"
+#include "blocxx/Process.hpp"
+#include "tests/unit/blocxx/TemporaryDirectory.hpp"
 
 namespace KovTest {
 namespace {
@@ -46,8 +50,34 @@ TEST(Account, BecomingOneLeavesNothingOfRoot) {
 }
 
 TEST(Account, AnUnknownOneAndRootAreRefused) {
-    EXPECT_THROW(OwCimomd::becomeAccount("no-such-account"), OwCimomd::DaemonException);
-    EXPECT_THROW(OwCimomd::becomeAccount("root"), OwCimomd::DaemonException);
+    EXPECT_THROW(OwCimomd::becomeAccount("no-such-account"), blocxx::ProcessException);
+    EXPECT_THROW(OwCimomd::becomeAccount("root"), blocxx::ProcessException);
+}
+
+TEST(Account, OneWithTheGroupOfRootIsRefused) {
+    constexpr int CANNOT_UNSHARE = 77;
+    const TemporaryDirectory directory;
+    const std::string users = directory.path() + "/passwd";
+    std::ofstream(users) << "half:x:4801:0::/nonexistent:/bin/false\n";
+    const int status = inChild([&] {
+        if (::unshare(CLONE_NEWNS) != 0 ||
+            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount(users.c_str(), "/etc/passwd", nullptr, MS_BIND, nullptr) != 0) {
+            return CANNOT_UNSHARE;
+        }
+        try {
+            OwCimomd::becomeAccount("half");
+        } catch (const blocxx::ProcessException& e) {
+            EXPECT_THAT(e.getMessage(),
+                        ::testing::HasSubstr("\"half\" has root's user or group id"));
+            return ::testing::Test::HasFailure() ? 1 : 0;
+        }
+        return 1;
+    });
+    if (status == CANNOT_UNSHARE) {
+        GTEST_SKIP() << "this process may not have a mount namespace of its own";
+    }
+    EXPECT_EQ(status, 0);
 }
 
 TEST(Account, NamesComeFromTheSystem) {
