@@ -52,9 +52,8 @@ public:
                 attempt("delete the instance \"" + path.toString() + "\"",
                         [&] { m_repository.handle()->deleteInstance(path.getNameSpace(), path); });
             }
-        } catch (const CIMException&) {
-            bringBack();
-            throw;
+        } catch (const CIMException& e) {
+            BLOCXX_THROW(blocxx::Exception, e.getMessage() + bringBack());
         }
     }
 
@@ -64,15 +63,20 @@ private:
         CIMInstance instance;
     };
 
-    /// Creates the deleted instances again where no rollback does that.
-    void bringBack() {
+    /// Creates the deleted instances again where no rollback does that. Returns the failures, as
+    /// the end of a message.
+    String bringBack() {
+        String failures;
         while (!m_repository.isUnitOfWork() && m_deleted > 0) {
             const Kept& kept = m_instances[--m_deleted];
-            attempt(
-                "bring back the instance \"" + kept.path.toString() + "\", which is deleted", [&] {
-                    m_repository.handle()->createInstance(kept.path.getNameSpace(), kept.instance);
-                });
+            try {
+                m_repository.handle()->createInstance(kept.path.getNameSpace(), kept.instance);
+            } catch (const CIMException& e) {
+                const String what = "bring back the instance \"" + kept.path.toString() + "\"";
+                failures += "; " + describeAttempt(what + ", which is deleted", e);
+            }
         }
+        return failures;
     }
 
     Repository& m_repository;

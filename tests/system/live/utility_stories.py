@@ -6,7 +6,7 @@ import os
 import re
 
 from harness import Result
-from live import INIT, REPOSITORY, LiveStory
+from live import DROP_INS, INIT, REPOSITORY, LiveStory
 
 NAMESPACE_KEYS = {
     "SystemCreationClassName": "CIM_ComputerSystem", "SystemName": "localhost",
@@ -227,6 +227,27 @@ class Utilities(LiveStory):
         (step,) = self.served(f"owdeleteinstance -n kov {path} {path}")
         self.assertEqual(step.status, 1)
         self.assertEqual(len(self.products()), 3)
+
+    def test_instance_that_cannot_be_brought_back_is_named_and_the_others_come_back(self):
+        """The user deletes the right to change rights, so it alone does not come back."""
+        rights = "".join(
+            f'instance of OpenWBEM_UserACL {{ nspace = "{ns}"; username = "games"; '
+            'capability = "rw"; };' for ns in ("kov", "root/security"))
+        self.shell(f"echo {quoted(rights)} | owmofc -n root/security - >/dev/null;"
+                   f"echo owcimomd.allowed_users = games >{DROP_INS}/games.conf")
+        right = 'root/security:OpenWBEM_UserACL.nspace="root/security",username="games"'
+        paths = [quoted(path) for path in (
+            "kov:" + PRODUCT.format("one"), "kov:" + PRODUCT.format("two"), right,
+            "kov:" + PRODUCT.format("one"))]
+        games = "setpriv --reuid=games --regid=games --clear-groups --"
+        (step,) = self.served(f"{games} owdeleteinstance {' '.join(paths)}")
+        self.assertEqual(step.status, 1)
+        self.assertRegex(
+            step.output,
+            r'cannot delete the instance "kov:KOV_Product.Name="one"": .*; cannot bring back the '
+            f'instance "{right}", which is deleted: .*may not write instances')
+        self.assertEqual(step.output.count("cannot bring back"), 1, step.output)
+        self.assertEqual(sorted(self.products()), ["one", "three", "two"])
 
     def test_users_who_may_not_connect_delete_nothing(self):
         path = quoted('KOV_Product.Name="two"')
