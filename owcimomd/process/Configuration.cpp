@@ -21,7 +21,7 @@ using blocxx::Format;
 namespace {
 
 constexpr std::string_view BLANKS = " \t\r\v\f";
-/// A file of nothing but mistakes must not fill the log.
+/// A file of nothing but mistakes must not fill the log, and neither must a directory of them.
 constexpr size_t MAX_COMPLAINTS = 100;
 
 std::string_view trimmed(std::string_view text) {
@@ -69,11 +69,11 @@ bool slurp(const String& path, String& content, String& reason) {
 
 }  // namespace
 
-void Configuration::complain(const String& name, size_t line, std::string_view what) {
+void Configuration::complain(String complaint) {
     if (m_complaints.size() < MAX_COMPLAINTS) {
-        m_complaints.push_back(Format("%1:%2: %3; the line is left out", name, line, what));
+        m_complaints.push_back(std::move(complaint));
     } else if (m_complaints.size() == MAX_COMPLAINTS) {
-        m_complaints.emplace_back("there are more lines that cannot be read");
+        m_complaints.emplace_back("there are more files and lines that cannot be read");
     }
 }
 
@@ -89,20 +89,23 @@ void Configuration::readLine(std::string_view line, const String& name, size_t n
     if (line.empty() || line.front() == '#' || line.front() == ';') {
         return;
     }
+    const auto skip = [&](const char* what) {
+        complain(Format("%1:%2: %3; the line is left out", name, number, what));
+    };
     const size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
-        return complain(name, number, "there is no \"=\"");
+        return skip("there is no \"=\"");
     }
     const std::string_view key = trimmed(line.substr(0, equals));
     const std::string_view value = trimmed(line.substr(equals + 1));
     if (!isKey(key)) {
-        return complain(name, number, "what stands before \"=\" is not a key");
+        return skip("what stands before \"=\" is not a key");
     }
     if (!isPrintable(value)) {
-        return complain(name, number, "there is a control character in the value");
+        return skip("there is a control character in the value");
     }
     if (key == DATADIR && origin == Origin::DROP_IN) {
-        return complain(name, number, "only the main file says where the repository is");
+        return skip("only the main file says where the repository is");
     }
     if (key == ALLOWED_USERS) {
         addUsers(value);
@@ -126,8 +129,8 @@ void Configuration::readFile(const String& path, Origin origin) {
     if (slurp(path, content, reason)) {
         read(content, path, origin);
     } else {
-        m_complaints.push_back(Format(
-            "the configuration file \"%1\" cannot be read: %2; it is left out", path, reason));
+        complain(Format("the configuration file \"%1\" cannot be read: %2; it is left out", path,
+                        reason));
     }
 }
 
@@ -143,8 +146,8 @@ void Configuration::readFiles(const String& file, const String& dropInDirectory)
         }
     }
     if (failure && failure != std::errc::no_such_file_or_directory) {
-        m_complaints.push_back(Format("the directory \"%1\" cannot be read: %2; it is left out",
-                                      dropInDirectory, failure.message()));
+        complain(Format("the directory \"%1\" cannot be read: %2; it is left out", dropInDirectory,
+                        failure.message()));
     }
     std::sort(names.begin(), names.end());
     for (const String& name : names) {

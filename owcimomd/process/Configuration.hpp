@@ -51,7 +51,7 @@ public:
 private:
     void readFile(const String& path, Origin origin);
     void readLine(std::string_view line, const String& name, size_t number, Origin origin);
-    void complain(const String& name, size_t line, std::string_view what);
+    void complain(String complaint);
     void addUsers(std::string_view names);
 
     std::map<String, String> m_values;

@@ -141,6 +141,22 @@ TEST_F(ConfigurationFiles, ThatCannotBeReadAreToldAndLeftOut) {
                             HasSubstr("e.conf\" cannot be read: No such file")));
 }
 
+TEST_F(ConfigurationFiles, ThatCannotBeReadFillNoLogWhateverTheirNumber) {
+    String mistakes;
+    for (int i = 0; i < 99; ++i) {
+        mistakes += "nonsense\n";
+    }
+    writeFile(file(), mistakes);
+    for (const char* name : {"a", "b", "c", "d"}) {
+        std::filesystem::create_directory(dropIn(String(name) + ".conf"));
+    }
+    writeFile(dropIn("e.conf"), mistakes);
+    const StringArray complaints = read().complaints();
+    ASSERT_EQ(101u, complaints.size());
+    EXPECT_THAT(complaints[99], HasSubstr("a.conf\" cannot be read"));
+    EXPECT_EQ("there are more files and lines that cannot be read", complaints[100]);
+}
+
 TEST_F(ConfigurationFiles, OfProductsDoNotMoveTheRepository) {
     writeFile(file(), "owcimomd.datadir = /main\n");
     writeFile(dropIn("a.conf"), "# a comment\nowcimomd.datadir = /nowhere\nkey = a\n");
