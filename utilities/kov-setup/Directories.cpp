@@ -105,8 +105,9 @@ void makePrivateDirectory(const String& path) {
 
 void handOver(const String& directory, const Identity& account) {
     std::error_code failure;
-    for (const auto& entry : std::filesystem::directory_iterator(directory, failure)) {
-        changeOwner(entry.path().string(), account);
+    for (std::filesystem::directory_iterator it(directory, failure), end; !failure && it != end;
+         it.increment(failure)) {
+        changeOwner(it->path().string(), account);
     }
     if (failure) {
         errno = failure.value();
