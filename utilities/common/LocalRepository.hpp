@@ -15,7 +15,13 @@ public:
     explicit LocalRepository(const String& directory) : m_opened(directory) {}
 
     CIMOMHandleIFCRef handle() const override { return m_opened.handle(); }
-    bool hasNameSpace(const String& name) const override;
+    bool hasNameSpace(const String& name) const override {
+        bool found = false;
+        auto search = makeResultHandler<String>(
+            [&](const String& known) { found = found || blocxx::equalsIgnoreCase(known, name); });
+        m_opened->enumNameSpace(search);
+        return found;
+    }
     void store(const String& ns, const ObjectsToStore& objects) override {
         storeObjects(*m_opened, ns, objects);
     }
