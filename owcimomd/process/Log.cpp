@@ -18,6 +18,9 @@ using blocxx::LogAppenderRef;
 namespace {
 
 constexpr const char* COMPONENT = "owcimomd";
+/// By ELogLevel.
+constexpr int PRIORITIES[] = {LOG_CRIT, LOG_ERR, LOG_INFO, LOG_DEBUG};
+static_assert(static_cast<size_t>(ELogLevel::DEBUG) + 1 == std::size(PRIORITIES));
 
 class SyslogAppender : public LogAppender {
 public:
@@ -31,23 +34,11 @@ public:
                m_categories.end();
     }
     void append(const blocxx::LogMessage& message) override {
-        syslog(priority(message.level), "%s", blocxx::printable(message.text).c_str());
+        syslog(PRIORITIES[static_cast<size_t>(message.level)], "%s",
+               blocxx::printable(message.text).c_str());
     }
 
 private:
-    static int priority(ELogLevel level) noexcept {
-        switch (level) {
-            case ELogLevel::FATAL:
-                return LOG_CRIT;
-            case ELogLevel::ERROR:
-                return LOG_ERR;
-            case ELogLevel::INFO:
-                return LOG_INFO;
-            case ELogLevel::DEBUG:
-                break;
-        }
-        return LOG_DEBUG;
-    }
     StringArray m_categories;
 };
 
