@@ -34,8 +34,7 @@ const char* describe(Right right) {
 }
 
 String textOf(const CIMInstance& instance, const char* property) {
-    const CIMValue value = instance.getPropertyValue(property);
-    return value ? value.toString() : String();
+    return instance.getPropertyValue(property).toString();
 }
 
 }  // namespace
