@@ -43,14 +43,7 @@ void becomeAccount(const String& name) {
 }
 
 String userName(uid_t uid) {
-    constexpr size_t MAX_BUFFER = size_t(1) << 20U;
-    String buffer(1024, '\0');
-    passwd entry{};
-    passwd* found = nullptr;
-    while (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
-           buffer.size() < MAX_BUFFER) {
-        buffer.resize(buffer.size() * 2);
-    }
+    const passwd* found = getpwuid(uid);
     return found == nullptr ? String() : String(found->pw_name);
 }
 
