@@ -12,7 +12,6 @@
 #include "owcimomd/connections/Server.hpp"
 #include "owcimomd/process/Account.hpp"
 #include "owcimomd/process/Configuration.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 #include "owcimomd/process/Log.hpp"
 #include "owcimomd/process/PidFile.hpp"
 
@@ -29,7 +28,7 @@ constexpr std::chrono::seconds PING_TIME_LIMIT{10};
 void leaveCaller(const Layout::Tree& tree) {
     umask(PRIVATE);
     if (chdir("/") != 0) {
-        BLOCXX_THROW_ERRNO(DaemonException, "cannot change to the directory \"/\"");
+        BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot change to the directory \"/\"");
     }
     sigset_t none;
     sigemptyset(&none);
@@ -86,7 +85,7 @@ int runDaemon(const Layout::Tree& tree, const String& configFile, bool foregroun
         throw;
     } catch (const kj::Exception& e) {
         reportError(e.getDescription().cStr());
-        BLOCXX_THROW(DaemonException, e.getDescription().cStr());
+        BLOCXX_THROW(blocxx::Exception, e.getDescription().cStr());
     }
 }
 

@@ -11,8 +11,8 @@
 namespace OwCimomd {
 
 /// Runs the daemon of `tree` with that configuration file until it is told to end; `ready` is
-/// called once it answers. Returns the exit status. Throws DaemonException or CIMException when it
-/// cannot start.
+/// called once it answers. Returns the exit status. Throws blocxx::Exception when it cannot
+/// start.
 int runDaemon(const Layout::Tree& tree, const blocxx::String& configFile, bool foreground,
               const std::function<void()>& ready);
 

@@ -9,7 +9,6 @@
 #include "blocxx/Printable.hpp"
 #include "owcimomd/Daemon.hpp"
 #include "owcimomd/process/Background.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 
 namespace {
 
@@ -45,8 +44,7 @@ String pathOption(const CmdLineParser& parser, OptionId id, const char* name) {
     }
     String value = parser.getOptionValue(id);
     if (value.empty() || value.front() != '/') {
-        BLOCXX_THROW(OwCimomd::DaemonException,
-                     blocxx::Format("--%1 needs an absolute path", name));
+        BLOCXX_THROW(blocxx::Exception, blocxx::Format("--%1 needs an absolute path", name));
     }
     return value;
 }

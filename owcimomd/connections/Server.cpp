@@ -14,7 +14,6 @@
 
 #include "blocxx/Format.hpp"
 #include "owcimomd/process/Account.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 #include "owcimomd/process/Log.hpp"
 
 namespace OwCimomd {
@@ -50,7 +49,7 @@ size_t raiseClientLimit() {
 }
 
 [[noreturn]] void fail(const String& path, const char* reason) {
-    BLOCXX_THROW(DaemonException, Format("cannot listen on the socket \"%1\": %2", path, reason));
+    BLOCXX_THROW(blocxx::Exception, Format("cannot listen on the socket \"%1\": %2", path, reason));
 }
 
 int newSocket(const String& path) {

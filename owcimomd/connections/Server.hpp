@@ -17,7 +17,7 @@ class Server : private kj::TaskSet::ErrorHandler {
 public:
     /// Listens on a socket at `socketPath`. Replaces a socket that is there already; the caller
     /// makes sure that no other daemon runs. `maxRequest`: the largest request, in bytes. Throws
-    /// DaemonException.
+    /// blocxx::Exception.
     Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
            size_t maxRequest);
     /// Stops listening, disconnects all clients and removes the socket.

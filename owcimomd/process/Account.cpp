@@ -10,7 +10,6 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 
@@ -37,7 +36,7 @@ void becomeAccount(const String& name) {
     const auto [user, group] = blocxx::Secure::unprivilegedAccount(name);
     if (setgroups(1, &group) != 0 || setresgid(group, group, group) != 0 ||
         setresuid(user, user, user) != 0 || !isNow(user, group)) {
-        BLOCXX_THROW(DaemonException,
+        BLOCXX_THROW(blocxx::Exception,
                      Format("cannot change to the account \"%1\": %2", name, std::strerror(errno)));
     }
 }

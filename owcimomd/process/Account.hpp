@@ -12,8 +12,7 @@ namespace OwCimomd {
 using blocxx::String;
 
 /// Changes this process to the account for good: its user and its group, no other groups. Throws
-/// ProcessException when there is no such account or it has root's ids, and DaemonException when
-/// the change is incomplete.
+/// blocxx::Exception when there is no such account, it has root's ids, or the change is incomplete.
 void becomeAccount(const String& name);
 
 /// The name of a user; empty when the system has none.

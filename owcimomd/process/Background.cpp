@@ -15,7 +15,6 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Printable.hpp"
 #include "blocxx/Process.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 
@@ -38,7 +37,7 @@ void letGoOfEverything(int pipe) {
         (pipe != FIRST_INHERITED && ::dup2(pipe, FIRST_INHERITED) < 0) ||
         ::fcntl(FIRST_INHERITED, F_SETFD, FD_CLOEXEC) != 0 ||
         ::close_range(FIRST_INHERITED + 1, ~0U, 0) != 0) {
-        BLOCXX_THROW_ERRNO(DaemonException, "cannot let go of the standard streams");
+        BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot let go of the standard streams");
     }
 }
 
@@ -90,11 +89,11 @@ int runInBackground(const std::function<int(const std::function<void()>& ready)>
     closeInheritedDescriptors();
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
-        BLOCXX_THROW_ERRNO(DaemonException, "cannot make a pipe");
+        BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot make a pipe");
     }
     const pid_t child = ::fork();
     if (child < 0) {
-        BLOCXX_THROW_ERRNO(DaemonException, "cannot start the daemon's process");
+        BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot start the daemon's process");
     }
     if (child == 0) {
         ::close(ends[0]);

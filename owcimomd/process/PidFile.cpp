@@ -9,7 +9,6 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
-#include "owcimomd/process/DaemonException.hpp"
 
 namespace OwCimomd {
 
@@ -19,8 +18,8 @@ namespace FileSystem = blocxx::FileSystem;
 namespace {
 
 [[noreturn]] void fail(const char* attempt, const String& path) {
-    BLOCXX_THROW(DaemonException, Format("the pid file \"%1\" cannot be %2: %3", path, attempt,
-                                         std::strerror(errno)));
+    BLOCXX_THROW(blocxx::Exception, Format("the pid file \"%1\" cannot be %2: %3", path, attempt,
+                                           std::strerror(errno)));
 }
 
 }  // namespace
@@ -57,7 +56,7 @@ void PidFile::lock() {
     }
     String pid = FileSystem::readToEnd(m_file, m_path);
     pid.erase(pid.find_last_not_of(" \n") + 1);
-    BLOCXX_THROW(DaemonException,
+    BLOCXX_THROW(blocxx::Exception,
                  Format("owcimomd runs already, as process %1 (it holds \"%2\")", pid, m_path));
 }
 

@@ -12,7 +12,7 @@ using blocxx::String;
 
 class PidFile {
 public:
-    /// Locks the file and writes this process's id. Throws DaemonException when another daemon
+    /// Locks the file and writes this process's id. Throws blocxx::Exception when another daemon
     /// holds the lock or the file cannot be written.
     explicit PidFile(String path);
     /// Removes the file.

@@ -52,8 +52,8 @@ void control(const char* command) {
                               .asAtBoot = true},
                              output);
     if (!status.terminatedSuccessfully()) {
-        BLOCXX_THROW(DaemonControlException, Format("\"%1 %2\" %3 and printed: %4",
-                                                    Layout::INIT_SCRIPT, command, status, output));
+        BLOCXX_THROW(blocxx::Exception, Format("\"%1 %2\" %3 and printed: %4", Layout::INIT_SCRIPT,
+                                               command, status, output));
     }
 }
 
@@ -73,11 +73,11 @@ blocxx::File takeRunLock(const String& prefix) {
     const String path = prefix + Layout::LOCK_FILE;
     blocxx::File lock = blocxx::FileSystem::openOrCreateFile(path);
     if (!lock) {
-        BLOCXX_THROW_ERRNO(DaemonControlException,
+        BLOCXX_THROW_ERRNO(blocxx::Exception,
                            Format("cannot open the lock file \"%1\"", path).toString());
     }
     if (lock.getOwnLock(blocxx::File::E_WRITE_LOCK, blocxx::File::E_DONT_WAIT) != 0) {
-        BLOCXX_THROW(DaemonControlException,
+        BLOCXX_THROW(blocxx::Exception,
                      Format("fennik is running: it holds \"%1\". Wait for its end, then run the "
                             "command again",
                             path));
@@ -87,7 +87,7 @@ blocxx::File takeRunLock(const String& prefix) {
 
 void withDaemonStopped(const std::function<void()>& work) {
     if (geteuid() != 0) {
-        BLOCXX_THROW(DaemonControlException,
+        BLOCXX_THROW(blocxx::Exception,
                      "owcimomd has to be stopped meanwhile, and only root can do that");
     }
     const SignalsHeld held;
@@ -98,7 +98,7 @@ void withDaemonStopped(const std::function<void()>& work) {
     } catch (const blocxx::Exception& e) {
         failure = failureToStart();
         if (!failure.empty()) {
-            BLOCXX_THROW(DaemonControlException, Format("%1; %2", e.getMessage(), failure));
+            BLOCXX_THROW(blocxx::Exception, Format("%1; %2", e.getMessage(), failure));
         }
         throw;
     } catch (...) {
@@ -107,7 +107,7 @@ void withDaemonStopped(const std::function<void()>& work) {
     }
     failure = failureToStart();
     if (!failure.empty()) {
-        BLOCXX_THROW(DaemonControlException, "everything was done, but " + failure);
+        BLOCXX_THROW(blocxx::Exception, "everything was done, but " + failure);
     }
 }
 

@@ -6,7 +6,6 @@
 
 #include <functional>
 
-#include "blocxx/Exception.hpp"
 #include "blocxx/File.hpp"
 #include "blocxx/String.hpp"
 
@@ -14,15 +13,13 @@ namespace OwUtilities {
 
 using blocxx::String;
 
-BLOCXX_DECLARE_EXCEPTION(DaemonControl)
-
 /// Takes fennik's lock below `prefix`; closing the returned file releases it. Throws
-/// DaemonControlException when its file cannot be opened or locked at once.
+/// blocxx::Exception when its file cannot be opened or locked at once.
 blocxx::File takeRunLock(const String& prefix);
 
 /// Stops the daemon, calls `work` and starts the daemon again, even when `work` throws. Blocks
 /// SIGHUP, SIGINT and SIGTERM meanwhile. Only for root. Throws what `work` throws, and
-/// DaemonControlException when the daemon cannot be stopped (`work` is not called then) or cannot
+/// blocxx::Exception when the daemon cannot be stopped (`work` is not called then) or cannot
 /// be started again.
 void withDaemonStopped(const std::function<void()>& work);
 

@@ -6,7 +6,6 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
 #include "layout/Layout.hpp"
-#include "utilities/kov-setup/SetupException.hpp"
 
 namespace KovSetup {
 
@@ -36,7 +35,7 @@ void createAccount() {
     blocxx::String output;
     const auto status = blocxx::Process::run(useraddCommand(), output);
     if (!status.terminatedSuccessfully()) {
-        BLOCXX_THROW(SetupException,
+        BLOCXX_THROW(blocxx::Exception,
                      blocxx::Format("cannot create the account \"%1\": %2 %3: %4", Layout::ACCOUNT,
                                     USERADD, status.toString(), output));
     }
@@ -52,7 +51,7 @@ blocxx::Process::Identity ensureAccount() {
     const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
     if (!account) {
         BLOCXX_THROW(
-            SetupException,
+            blocxx::Exception,
             blocxx::Format("the account \"%1\" was created but is not found", Layout::ACCOUNT));
     }
     return *account;

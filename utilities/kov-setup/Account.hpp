@@ -7,7 +7,7 @@
 
 namespace KovSetup {
 
-/// Returns the account; creates it when it is missing. Only for root. Throws SetupException.
+/// Returns the account; creates it when it is missing. Only for root. Throws blocxx::Exception.
 blocxx::Process::Identity ensureAccount();
 
 }  // namespace KovSetup

@@ -12,7 +12,6 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
-#include "utilities/kov-setup/SetupException.hpp"
 
 namespace KovSetup {
 
@@ -43,7 +42,7 @@ void makeDirectory(const String& path) {
     if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
         // mkdir applied the umask.
         if (!FileSystem::changeFileMode(path, PUBLIC_MODE)) {
-            BLOCXX_THROW_ERRNO(SetupException, Format("cannot set the mode of \"%1\"", path));
+            BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot set the mode of \"%1\"", path));
         }
         return;
     }
@@ -52,7 +51,7 @@ void makeDirectory(const String& path) {
         return;
     }
     errno = error;
-    BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+    BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot make the directory \"%1\"", path));
 }
 
 void makeDirectoryWithParents(const String& path) {
@@ -72,15 +71,15 @@ void letAccountReadNewFiles(const String& directory, const Identity& account) {
         Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);
     const Acl acl(acl_from_text(text.c_str()));
     if (!acl || acl_set_file(directory.c_str(), ACL_TYPE_DEFAULT, acl.get()) != 0) {
-        BLOCXX_THROW_ERRNO(SetupException,
+        BLOCXX_THROW_ERRNO(blocxx::Exception,
                            Format("cannot set the default access list of \"%1\"", directory));
     }
 }
 
 void changeOwner(const String& path, const Identity& account) {
     if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot give \"%1\" to the account \"%2\"", path,
-                                                  Layout::ACCOUNT));
+        BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot give \"%1\" to the account \"%2\"",
+                                                     path, Layout::ACCOUNT));
     }
 }
 
@@ -99,7 +98,7 @@ void makeDirectories(const Layout::Tree& tree, const std::optional<Identity>& ac
 
 void makePrivateDirectory(const String& path) {
     if (!FileSystem::makeDirectory(path, PRIVATE_MODE)) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot make the directory \"%1\"", path));
+        BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot make the directory \"%1\"", path));
     }
 }
 
@@ -111,7 +110,8 @@ void handOver(const String& directory, const Identity& account) {
     }
     if (failure) {
         errno = failure.value();
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot list the directory \"%1\"", directory));
+        BLOCXX_THROW_ERRNO(blocxx::Exception,
+                           Format("cannot list the directory \"%1\"", directory));
     }
     changeOwner(directory, account);
 }
@@ -122,7 +122,7 @@ void writeDefaultConfig(const String& path) {
     }
     if (FileSystem::createNew(path, DEFAULT_CONFIG) != FileSystem::WriteStep::DONE ||
         !FileSystem::changeFileMode(path, CONFIG_FILE_MODE)) {
-        BLOCXX_THROW_ERRNO(SetupException, Format("cannot write \"%1\"", path));
+        BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot write \"%1\"", path));
     }
     FileSystem::syncName(path);
 }
@@ -135,7 +135,7 @@ bool isTaken(const String& path) {
     if (errno == ENOENT) {
         return false;
     }
-    BLOCXX_THROW_ERRNO(SetupException, Format("cannot look at \"%1\"", path));
+    BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot look at \"%1\"", path));
 }
 
 }  // namespace KovSetup

@@ -13,22 +13,21 @@ namespace KovSetup {
 using blocxx::String;
 
 /// Makes the missing directories. Sets owners and access lists when `account` is given. Throws
-/// SetupException.
+/// blocxx::Exception.
 void makeDirectories(const Layout::Tree& tree,
                      const std::optional<blocxx::Process::Identity>& account);
 
-/// Makes a directory, which must not exist, with mode 0700. Throws SetupException.
+/// Makes a directory, which must not exist, with mode 0700. Throws blocxx::Exception.
 void makePrivateDirectory(const String& path);
 
 /// Gives a private directory and its files to the account. The directory comes last: until then
-/// only root can reach the files. Throws SetupException.
+/// only root can reach the files. Throws blocxx::Exception.
 void handOver(const String& directory, const blocxx::Process::Identity& account);
 
-/// Writes the default configuration file unless `path` exists. Throws SetupException or
-/// FileSystemException.
+/// Writes the default configuration file unless `path` exists. Throws blocxx::Exception.
 void writeDefaultConfig(const String& path);
 
-/// Whether the path exists, a dangling link included. Throws SetupException when that cannot be
+/// Whether the path exists, a dangling link included. Throws blocxx::Exception when that cannot be
 /// found out.
 [[nodiscard]] bool isTaken(const String& path);
 

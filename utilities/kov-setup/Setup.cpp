@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -13,7 +14,6 @@
 #include "utilities/kov-setup/Account.hpp"
 #include "utilities/kov-setup/Directories.hpp"
 #include "utilities/kov-setup/RepositoryBuilder.hpp"
-#include "utilities/kov-setup/SetupException.hpp"
 
 namespace KovSetup {
 
@@ -22,7 +22,7 @@ using blocxx::Format;
 namespace {
 
 void refuse(const Format& why) {
-    BLOCXX_THROW(SetupException, why.toString());
+    BLOCXX_THROW(blocxx::Exception, why.toString());
 }
 
 /// A directory that is removed, with its content, unless it was moved into its final place.
@@ -40,10 +40,10 @@ public:
     UnfinishedRepository(const UnfinishedRepository&) = delete;
     UnfinishedRepository& operator=(const UnfinishedRepository&) = delete;
 
-    /// Renames it. Throws SetupException, also when `target` exists.
+    /// Renames it. Throws blocxx::Exception, also when `target` exists.
     void moveTo(const String& target) {
         if (renameat2(AT_FDCWD, m_path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
-            BLOCXX_THROW_ERRNO(SetupException,
+            BLOCXX_THROW_ERRNO(blocxx::Exception,
                                Format("cannot rename \"%1\" to \"%2\"", m_path, target));
         }
         m_done = true;

@@ -8,7 +8,6 @@
 #include "layout/Layout.hpp"
 #include "utilities/common/Program.hpp"
 #include "utilities/kov-setup/Setup.hpp"
-#include "utilities/kov-setup/SetupException.hpp"
 
 namespace {
 
@@ -33,7 +32,7 @@ String directoryOption(const CmdLineParser& parser, OptionId id, const char* nam
     }
     String value = parser.getOptionValue(id);
     if (value.empty()) {
-        BLOCXX_THROW(KovSetup::SetupException, blocxx::Format("--%1 needs a directory", name));
+        BLOCXX_THROW(blocxx::Exception, blocxx::Format("--%1 needs a directory", name));
     }
     return value;
 }
