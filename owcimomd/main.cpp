@@ -2,24 +2,22 @@
 //
 // owcimomd: the object manager daemon. Every failure is one text on standard error and exit
 // status 1.
-#include <iostream>
-
-#include "blocxx/CmdLineParser.hpp"
 #include "blocxx/Format.hpp"
-#include "blocxx/Printable.hpp"
+#include "blocxx/Program.hpp"
 #include "owcimomd/Daemon.hpp"
 #include "owcimomd/process/Background.hpp"
 
 namespace {
 
 using blocxx::CmdLineParser;
+using blocxx::Program;
 using blocxx::String;
 
-enum OptionId { HELP, VERSION, FOREGROUND, PING, CONFIG, DEST_DIR };
+enum OptionId { FOREGROUND = Program::FIRST_OWN_OPTION, PING, CONFIG, DEST_DIR };
 
 constexpr CmdLineParser::Option OPTIONS[] = {
-    {HELP, 'h', "help", CmdLineParser::E_NO_ARG, nullptr, "Show this help."},
-    {VERSION, 'v', "version", CmdLineParser::E_NO_ARG, nullptr, "Show the version."},
+    Program::HELP_OPTION,
+    Program::VERSION_OPTION,
     {FOREGROUND, 'f', "foreground", CmdLineParser::E_NO_ARG, nullptr,
      "Stay in the foreground and log to standard error."},
     {PING, 0, "ping", CmdLineParser::E_NO_ARG, nullptr,
@@ -29,13 +27,7 @@ constexpr CmdLineParser::Option OPTIONS[] = {
      "behind it."},
     {DEST_DIR, 0, "dest-dir", CmdLineParser::E_REQUIRED_ARG, nullptr,
      "Work on the tree below this directory, as the user who starts it."},
-    {0, 0, nullptr, CmdLineParser::E_NO_ARG, nullptr, nullptr}};
-
-String usage() {
-    return "Usage: owcimomd [options]\n\nServes the repository to local clients. Goes into the "
-           "background once it answers.\n\n" +
-           CmdLineParser::getUsage(OPTIONS, 80);
-}
+    Program::END_OF_OPTIONS};
 
 /// The value of a path option, absolute: the daemon leaves the directory that it is started in.
 String pathOption(const CmdLineParser& parser, OptionId id, const char* name) {
@@ -49,15 +41,7 @@ String pathOption(const CmdLineParser& parser, OptionId id, const char* name) {
     return value;
 }
 
-int run(const CmdLineParser& parser) {
-    if (parser.isSet(HELP)) {
-        std::cout << usage();
-        return 0;
-    }
-    if (parser.isSet(VERSION)) {
-        std::cout << "owcimomd " KOV_VERSION "\n";
-        return 0;
-    }
+int startOrPing(const CmdLineParser& parser) {
     const Layout::Tree tree(pathOption(parser, DEST_DIR, "dest-dir"));
     String configFile = pathOption(parser, CONFIG, "config");
     if (parser.isSet(PING)) {
@@ -76,35 +60,18 @@ int run(const CmdLineParser& parser) {
     });
 }
 
-int complain(const String& message) {
-    std::cerr << "owcimomd: error: " << blocxx::printable(message) << "\n";
-    return 1;
-}
-
-String describe(const blocxx::CmdLineParserException& e) {
-    switch (e.getErrorCode()) {
-        case CmdLineParser::E_INVALID_OPTION:
-            return String("unknown option: ") + e.getMessage();
-        case CmdLineParser::E_MISSING_ARGUMENT:
-            return String("the option needs an argument: ") + e.getMessage();
-        default:
-            return String("unexpected argument: ") + e.getMessage();
-    }
-}
+constexpr Program PROGRAM = {
+    "owcimomd",
+    KOV_VERSION,
+    "[options]",
+    "Serves the repository to local clients. Goes into the background once it answers.",
+    nullptr,
+    OPTIONS,
+    startOrPing,
+    1};
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    try {
-        const CmdLineParser parser(argc, argv, OPTIONS, CmdLineParser::E_NON_OPTION_ARGS_INVALID);
-        return run(parser);
-    } catch (const blocxx::CmdLineParserException& e) {
-        return complain(describe(e) + "\n\n" + usage());
-    } catch (const blocxx::Exception& e) {
-        return complain(e.getMessage());
-    } catch (const std::exception& e) {
-        return complain(e.what());
-    } catch (...) {
-        return complain("unknown error");
-    }
+    return runProgram(PROGRAM, argc, argv);
 }

@@ -6,7 +6,7 @@
 
 #include "blocxx/Format.hpp"
 #include "layout/Layout.hpp"
-#include "utilities/common/Program.hpp"
+#include "utilities/common/Options.hpp"
 #include "utilities/kov-setup/Setup.hpp"
 
 namespace {
@@ -14,15 +14,15 @@ namespace {
 using namespace OwUtilities;  // NOLINT(google-build-using-namespace)
 
 constexpr CmdLineParser::Option OPTIONS[] = {
-    HELP_OPTION,
-    VERSION_OPTION,
+    Program::HELP_OPTION,
+    Program::VERSION_OPTION,
     {DEST_DIR, 0, "dest-dir", CmdLineParser::E_REQUIRED_ARG, nullptr,
      "Set up a tree below this directory instead of this machine: no account is made, owners and "
      "access lists are not set, and root is not needed."},
     {SCHEMA_DIR, 0, "schema-dir", CmdLineParser::E_REQUIRED_ARG, nullptr,
      "Take the schema from this directory instead of /opt/tarvo/kov/share/openwbem below the "
      "destination."},
-    END_OF_OPTIONS};
+    Program::END_OF_OPTIONS};
 
 /// The value of an option; empty when it is absent. Refuses an empty value, which would mean this
 /// machine.

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "utilities/common/Attempt.hpp"
-#include "utilities/common/Program.hpp"
+#include "utilities/common/Options.hpp"
 #include "utilities/common/Repository.hpp"
 
 namespace {
@@ -13,12 +13,12 @@ namespace {
 using namespace OwUtilities;  // NOLINT(google-build-using-namespace)
 
 constexpr CmdLineParser::Option OPTIONS[] = {
-    HELP_OPTION,
-    VERSION_OPTION,
+    Program::HELP_OPTION,
+    Program::VERSION_OPTION,
     {NAMESPACE, 'n', "namespace", CmdLineParser::E_REQUIRED_ARG, DEFAULT_NAMESPACE,
      "The namespace of paths that do not name theirs; \"root\" when absent."},
     DEST_DIR_OPTION,
-    END_OF_OPTIONS};
+    Program::END_OF_OPTIONS};
 
 /// The path of an instance, with its namespace.
 CIMObjectPath readPath(const String& text, const String& defaultNamespace) {

@@ -7,7 +7,7 @@
 #include "utilities/common/Attempt.hpp"
 #include "utilities/common/DaemonPause.hpp"
 #include "utilities/common/LocalRepository.hpp"
-#include "utilities/common/Program.hpp"
+#include "utilities/common/Options.hpp"
 
 namespace {
 
@@ -18,8 +18,9 @@ constexpr CmdLineParser::Option RESERVED_OPTION = {
     RESERVED,   0,
     "reserved", CmdLineParser::E_NO_ARG,
     nullptr,    "Delete namespaces that a product has reserved, too."};
-constexpr CmdLineParser::Option OPTIONS[] = {HELP_OPTION, VERSION_OPTION, DEST_DIR_OPTION,
-                                             RESERVED_OPTION, END_OF_OPTIONS};
+constexpr CmdLineParser::Option OPTIONS[] = {Program::HELP_OPTION, Program::VERSION_OPTION,
+                                             DEST_DIR_OPTION, RESERVED_OPTION,
+                                             Program::END_OF_OPTIONS};
 
 // No installation works without these, and only setting it up anew restores them.
 constexpr const char* NEEDED[] = {Layout::INTEROP_NS, Layout::SECURITY_NS, Layout::KOV_NS};

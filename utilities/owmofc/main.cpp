@@ -11,7 +11,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Printable.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
-#include "utilities/common/Program.hpp"
+#include "utilities/common/Options.hpp"
 #include "utilities/owmofc/ContentWriter.hpp"
 
 namespace {
@@ -19,14 +19,14 @@ namespace {
 using namespace OwMofc;  // NOLINT(google-build-using-namespace)
 
 constexpr CmdLineParser::Option OPTIONS[] = {
-    HELP_OPTION,
-    VERSION_OPTION,
+    Program::HELP_OPTION,
+    Program::VERSION_OPTION,
     {NAMESPACE, 'n', "namespace", CmdLineParser::E_REQUIRED_ARG, DEFAULT_NAMESPACE,
      "The namespace to compile into until a pragma names another one; \"root\" when absent."},
     {CHECK, 'c', "check", CmdLineParser::E_NO_ARG, nullptr,
      "Compile only, each file by itself, and write nothing."},
     DEST_DIR_OPTION,
-    END_OF_OPTIONS};
+    Program::END_OF_OPTIONS};
 
 /// Whether the file is a pipe, a device or a socket: read to its end, because the user named it.
 bool isSpecial(const String& file) {

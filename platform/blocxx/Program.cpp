@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "utilities/common/Program.hpp"
+#include "blocxx/Program.hpp"
 
 #include <sys/stat.h>
 
 #include <iostream>
 
-#include "blocxx/Exception.hpp"
 #include "blocxx/Printable.hpp"
 
-namespace OwUtilities {
+namespace blocxx {
 
 namespace {
 
@@ -20,7 +19,7 @@ String usage(const Program& program) {
 }
 
 int complain(const Program& program, const String& message, int status) {
-    std::cerr << program.name << ": error: " << blocxx::printable(message) << "\n";
+    std::cerr << program.name << ": error: " << printable(message) << "\n";
     return status;
 }
 
@@ -28,7 +27,7 @@ int complainUsage(const Program& program, const String& message) {
     return complain(program, message + "\n\n" + usage(program), program.usageErrorStatus);
 }
 
-String describe(const blocxx::CmdLineParserException& e) {
+String describe(const CmdLineParserException& e) {
     switch (e.getErrorCode()) {
         case CmdLineParser::E_INVALID_OPTION:
             return String("unknown option: ") + e.getMessage();
@@ -40,11 +39,11 @@ String describe(const blocxx::CmdLineParserException& e) {
 }
 
 int carryOut(const Program& program, const CmdLineParser& parser) {
-    if (parser.isSet(HELP)) {
+    if (parser.isSet(Program::HELP)) {
         std::cout << usage(program);
         return 0;
     }
-    if (parser.isSet(VERSION)) {
+    if (parser.isSet(Program::VERSION)) {
         std::cout << program.name << " " << program.version << "\n";
         return 0;
     }
@@ -65,9 +64,9 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
                                        ? CmdLineParser::E_NON_OPTION_ARGS_ALLOWED
                                        : CmdLineParser::E_NON_OPTION_ARGS_INVALID);
         return carryOut(program, parser);
-    } catch (const blocxx::CmdLineParserException& e) {
+    } catch (const CmdLineParserException& e) {
         return complainUsage(program, describe(e));
-    } catch (const blocxx::Exception& e) {
+    } catch (const Exception& e) {
         return complain(program, e.getMessage(), FAILED);
     } catch (const std::exception& e) {
         return complain(program, e.what(), FAILED);
@@ -76,4 +75,4 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
     }
 }
 
-}  // namespace OwUtilities
+}  // namespace blocxx
