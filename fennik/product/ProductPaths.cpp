@@ -38,7 +38,7 @@ String problemOfFileName(const String& productName, size_t suffixLength) {
 }  // namespace
 
 String configDirectory(const String& prefix) {
-    return prefix + Layout::DROP_IN_DIRECTORY;
+    return prefix + Layout::DROP_IN_DIRECTORY + "/";
 }
 
 String allowedUsersFile(const String& productName, const String& prefix) {

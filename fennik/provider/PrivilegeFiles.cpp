@@ -34,7 +34,7 @@ String fileName(const OpenWBEM::CIMInstance& registrationInstance) {
 }
 
 String oopPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {
-    return Layout::AGENT_PRIVILEGES_DIRECTORY + fileName(registrationInstance);
+    return String(Layout::AGENT_PRIVILEGES_DIRECTORY) + "/" + fileName(registrationInstance);
 }
 
 String providerPrivilegeFile(const OpenWBEM::CIMInstance& registrationInstance) {

@@ -27,11 +27,10 @@ inline constexpr const char* QUALIFIERS_FILE = "/opt/tarvo/kov/share/openwbem/qu
 
 // The configuration. Root owns it; the account may read it.
 inline constexpr const char* CONFIG_FILE = "/etc/opt/tarvo/kov/openwbem/openwbem.conf";
-// These two end with a slash; file names are appended without one.
-inline constexpr const char* DROP_IN_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d/";
+inline constexpr const char* DROP_IN_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
 /// For the privilege files that let the provider agent start the providers' processes.
 inline constexpr const char* AGENT_PRIVILEGES_DIRECTORY =
-    "/etc/opt/tarvo/kov/openwbem/privileges/owcimomd/";
+    "/etc/opt/tarvo/kov/openwbem/privileges/owcimomd";
 /// For the privilege files of those processes.
 inline constexpr const char* PRIVILEGES_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/privileges";
 
