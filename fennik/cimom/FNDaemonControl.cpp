@@ -25,7 +25,7 @@ void runOrThrow(const String& command, const char* messageHead, int errorCode) {
     const int status = runInitScript(command, output);
     if (status != 0) {
         const Format tail(" exited with status %1 and output: %2", status, output);
-        BLOCXX_THROW_ERR(FennikException, messageHead + tail.toString(), errorCode);
+        throw FennikException(messageHead + tail.toString(), errorCode);
     }
 }
 
@@ -42,8 +42,7 @@ int runInitScript(const String& command, String& output) {
                         INIT_SCRIPT_TIME_LIMIT, blocxx::Secure::minimalEnvironment(),
                         Resources::AS_AT_BOOT);
     if (!status.terminated()) {
-        BLOCXX_THROW_ERR(
-            FennikException,
+        throw FennikException(
             Format("Failed running %1: %2 and output: %3", commandLine, status, output),
             ErrorCode::INIT_SCRIPT_FAILED);
     }

@@ -28,11 +28,11 @@ CIMObjectPath CheckProductRegistration(const OpenWBEM::CIMOMHandleIFCRef& handle
         handle->getInstance(Layout::KOV_NS, path);
     } catch (const OpenWBEM::CIMException& e) {
         if (e.getErrNo() == OpenWBEM::CIMException::NOT_FOUND) {
-            throw FennikException(__FILE__, __LINE__, "The product has not been registered.",
-                                  ErrorCode::NOT_REGISTERED, &e);
+            throw FennikException("The product has not been registered.", ErrorCode::NOT_REGISTERED,
+                                  &e);
         }
         BLOCXX_LOG_DEBUG(logger, Format("CheckProductRegistration Caught exception: %1", e));
-        throw FennikException(__FILE__, __LINE__, "Error while checking product registration",
+        throw FennikException("Error while checking product registration",
                               ErrorCode::REGISTRATION_UNKNOWN, &e);
     }
     return path;

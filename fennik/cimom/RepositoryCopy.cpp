@@ -75,12 +75,10 @@ bool isRealDirectory(const String& path) {
 
 [[noreturn]] void failCopying(const String& command, const Outcome& outcome,
                               const blocxx::Exception* cause = nullptr) {
-    const String message = Format(
-        "Unable to copy the repository directory. %1 Failed with status message: %2\n and output "
-        "%3\n",
-        command, outcome.status, outcome.output);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::REPOSITORY_NOT_COPIED,
-                          cause);
+    throw FennikException(Format("Unable to copy the repository directory. %1 Failed with status "
+                                 "message: %2\n and output %3\n",
+                                 command, outcome.status, outcome.output),
+                          ErrorCode::REPOSITORY_NOT_COPIED, cause);
 }
 
 /// Runs `step`; wraps its failure in a FennikException with the step's exit status.
@@ -89,7 +87,7 @@ void asStep(const char* message, int errorCode, Step step) {
     try {
         step();
     } catch (const blocxx::Exception& e) {
-        throw FennikException(__FILE__, __LINE__, message, errorCode, &e);
+        throw FennikException(message, errorCode, &e);
     }
 }
 
@@ -110,10 +108,9 @@ std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum
 
 [[noreturn]] void failRenaming(const String& from, const String& to, int errnum) {
     const auto cause = leftOver(to, errnum);
-    const String message =
-        Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum);
-    throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::REPOSITORY_NOT_EXCHANGED,
-                          cause ? &*cause : nullptr);
+    throw FennikException(
+        Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum),
+        ErrorCode::REPOSITORY_NOT_EXCHANGED, cause ? &*cause : nullptr);
 }
 
 void RenameFileOrDir(const String& from, const String& to) {
@@ -148,10 +145,9 @@ void removeBackup(const String& backup) {
     const String command = Format("%1 -rf %2", locate("rm"), backup);
     const Outcome outcome = execute(command);
     if (!outcome.succeeded) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Unable to remove temporary directory: %1 \n %2 \n %3", command,
-                                outcome.status, outcome.output),
-                         ErrorCode::BACKUP_NOT_REMOVED);
+        throw FennikException(Format("Unable to remove temporary directory: %1 \n %2 \n %3",
+                                     command, outcome.status, outcome.output),
+                              ErrorCode::BACKUP_NOT_REMOVED);
     }
 }
 
@@ -197,12 +193,12 @@ void RepositoryCopy::Init() {
     const String copy = m_prefix + COPY;
     blocxx::Interruption::check();
     if (FileSystem::isDirectory(copy)) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("An error occured while creating a copy of the repository. %1 : "
-                                "directory already exists. You should remove this directory and "
-                                "run fennik again.",
-                                copy),
-                         ErrorCode::REPOSITORY_NOT_COPIED);
+        throw FennikException(
+            Format("An error occured while creating a copy of the repository. %1 : "
+                   "directory already exists. You should remove this directory and "
+                   "run fennik again.",
+                   copy),
+            ErrorCode::REPOSITORY_NOT_COPIED);
     }
     const String command = Format("%1 -pR %2 %3", locate("cp"), live, copy);
     // The command line is split at blanks: cp and rm would work on other directories.

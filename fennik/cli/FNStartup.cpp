@@ -77,7 +77,7 @@ void SetupLogging(const blocxx::CmdLineParser& parser) {
 
 void validateUserContext() {
     if (::geteuid() != 0) {
-        BLOCXX_THROW_ERR(FennikException, "fennik must be run as root", ErrorCode::NOT_ROOT);
+        throw FennikException("fennik must be run as root", ErrorCode::NOT_ROOT);
     }
 }
 
@@ -162,15 +162,14 @@ void acquireLock(const String& prefix) {
     g_lockFile = blocxx::FileSystem::openOrCreateFile(path);
     if (!g_lockFile) {
         const int errnum = errno;
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Failed to open lock file %1: %2", path, std::strerror(errnum)),
-                         ErrorCode::LOCK_FILE_NOT_OPENED);
+        throw FennikException(
+            Format("Failed to open lock file %1: %2", path, std::strerror(errnum)),
+            ErrorCode::LOCK_FILE_NOT_OPENED);
     }
     if (lock(path) != 0) {
         const int errnum = errno;
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Failed to lock lockfile: %1", std::strerror(errnum)),
-                         ErrorCode::LOCK_NOT_TAKEN);
+        throw FennikException(Format("Failed to lock lockfile: %1", std::strerror(errnum)),
+                              ErrorCode::LOCK_NOT_TAKEN);
     }
     noteLockHolder();
 }

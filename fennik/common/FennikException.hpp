@@ -27,15 +27,19 @@ class FennikException : public blocxx::Exception {
 public:
     /// Copies `message`, and `otherException` when it is not null.
     FennikException(const char* file, int line, const char* message, int errorCode,
-                    const blocxx::Exception* otherException = nullptr,
-                    int subClassId = UNKNOWN_SUBCLASS_ID);
-    /// For functions that throw on behalf of their callers: `place` is the caller's.
-    FennikException(CallSite place, const blocxx::String& message, int errorCode,
-                    const blocxx::Exception* otherException = nullptr);
+                    const Exception* otherException = nullptr, int subClassId = UNKNOWN_SUBCLASS_ID)
+        : Exception(file, line, message, errorCode, otherException, subClassId) {}
+    /// The same, thrown where it is constructed. A function that throws on behalf of its callers
+    /// passes their place.
+    FennikException(const blocxx::String& message, int errorCode,
+                    const Exception* otherException = nullptr, CallSite place = CallSite::here())
+        : FennikException(place.file, place.line, message.c_str(), errorCode, otherException) {}
 
-    const char* type() const noexcept override;
-    FennikException* clone() const noexcept override;
-    [[noreturn]] void rethrow() const override;
+    const char* type() const noexcept override { return "FennikException"; }
+    FennikException* clone() const noexcept override {
+        return new (std::nothrow) FennikException(*this);
+    }
+    [[noreturn]] void rethrow() const override { throw FennikException(*this); }
 };
 
 }  // namespace KOVNS2

@@ -30,7 +30,7 @@ void FileUtils::throwFileFailure(const char* message, const String& path, int er
                                  CallSite place) {
     const int errnum = errno;
     const blocxx::FileSystemException reason(place.file, place.line, std::strerror(errnum), errnum);
-    throw FennikException(place, blocxx::Format(message, path), errorCode, &reason);
+    throw FennikException(blocxx::Format(message, path), errorCode, &reason, place);
 }
 
 }  // namespace KOVNS2

@@ -50,9 +50,8 @@ bool mayOwn(const String& productName, const String& ns) {
 void CheckNSBeginWithProd(const StringArray& namespaces, const String& productName, int errorCode) {
     for (const String& ns : namespaces) {
         if (!mayOwn(productName, ns)) {
-            BLOCXX_THROW_ERR(FennikException,
-                             blocxx::Format("Namespace %1 must begin with %2.", ns, productName),
-                             errorCode);
+            throw FennikException(
+                blocxx::Format("Namespace %1 must begin with %2.", ns, productName), errorCode);
         }
     }
 }

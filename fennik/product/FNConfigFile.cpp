@@ -79,8 +79,8 @@ String readSourceWhole(const String& source, const String& prefix) {
     }
     const String path = prefix + source;
     if (!FileSystem::exists(path)) {
-        BLOCXX_THROW_ERR(FennikException, "The specified path " + path + " : does not exist.",
-                         ErrorCode::CONFIG_SOURCE_MISSING);
+        throw FennikException("The specified path " + path + " : does not exist.",
+                              ErrorCode::CONFIG_SOURCE_MISSING);
     }
     return FileSystem::getFileContents(path, FileSystem::NamedBy::CALLER);
 }
@@ -103,8 +103,7 @@ TempFile::Released createTempFile(const String& directory) {
     try {
         return TempFile(directory).release();
     } catch (const FileSystemException& e) {
-        throw FennikException(__FILE__, __LINE__, e.getMessage(), ErrorCode::CONFIG_NOT_WRITTEN,
-                              &e);
+        throw FennikException(e.getMessage(), ErrorCode::CONFIG_NOT_WRITTEN, &e);
     }
 }
 
@@ -118,7 +117,7 @@ TempFile::Released createTempFile(const String& directory) {
         details +=
             ". Unable to delete temp file. You should run rm " + tempPath + " to delete the file.";
     }
-    throw FennikException(place, details, ErrorCode::CONFIG_NOT_WRITTEN, reason);
+    throw FennikException(details, ErrorCode::CONFIG_NOT_WRITTEN, reason, place);
 }
 
 /// Makes the content durable before the rename, so that a power cut cannot leave an empty snippet.
@@ -145,10 +144,9 @@ void checkName(const String& productName, const String& path) {
         const NameException reason(
             __FILE__, __LINE__,
             blocxx::Format("the product name \"%1\" %2", productName, problem).c_str());
-        const String message =
-            blocxx::ExceptionDetail::FormatMsg("Unable to create the file " + path, EINVAL);
-        throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::CONFIG_NOT_WRITTEN,
-                              &reason);
+        throw FennikException(
+            blocxx::ExceptionDetail::FormatMsg("Unable to create the file " + path, EINVAL),
+            ErrorCode::CONFIG_NOT_WRITTEN, &reason);
     }
 }
 
@@ -195,8 +193,7 @@ void rmConfigFile(const String& productName, const String& prefix, CleanupAction
     }
     blocxx::Interruption::check();
     if (!FileSystem::removeFile(path)) {
-        BLOCXX_THROW_ERR(FennikException, "Unable to delete " + path,
-                         ErrorCode::CONFIG_NOT_REMOVED);
+        throw FennikException("Unable to delete " + path, ErrorCode::CONFIG_NOT_REMOVED);
     }
     undo.push_back(boost::bind(&cleanupWriteFile, path, *content));
     FileSystem::syncName(path);

@@ -60,7 +60,7 @@ CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
         if (e.getErrNo() != CIMException::ALREADY_EXISTS) {
             throw;
         }
-        throw FennikException(__FILE__, __LINE__, "The product has already been registered.",
+        throw FennikException("The product has already been registered.",
                               ErrorCode::ALREADY_REGISTERED, &e);
     }
 }
@@ -75,7 +75,7 @@ void checkNames(const String& productName, const StringArray& userNames, const S
         NameRules::checkUsers(userNames);
     } catch (const NameException& e) {
         const String path = ProductPaths::allowedUsersFile(productName, prefix);
-        throw FennikException(__FILE__, __LINE__, Format("Failed to create %1", path).c_str(),
+        throw FennikException(Format("Failed to create %1", path),
                               ErrorCode::ALLOWED_USERS_NOT_CREATED, &e);
     }
 }
@@ -161,9 +161,8 @@ namespace {
 
 void checkMayGo(const String& productName) {
     if (productName == KOV_PRODUCT_NAME) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME),
-                         ErrorCode::INFRASTRUCTURE_NOT_DEREGISTERED);
+        throw FennikException(Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME),
+                              ErrorCode::INFRASTRUCTURE_NOT_DEREGISTERED);
     }
 }
 

@@ -31,7 +31,7 @@ CIMValue requireValue(const CIMInstance& provider, const char* property,
                       CallSite place = CallSite::here()) {
     CIMValue value = provider.getPropertyValue(property);
     if (value.isNull()) {
-        throw FennikException(place, Format("%1 is NULL", property), INVALID_INPUT);
+        throw FennikException(Format("%1 is NULL", property), INVALID_INPUT, nullptr, place);
     }
     return value;
 }
@@ -157,9 +157,9 @@ Array<CIMInstance> records(const ProviderTarget& target) {
 
 ProviderRegistrationRef registrationOf(const ProviderTarget& target, const CIMInstance& record) {
     if (record.getClassName() != OOP1_PROVIDER) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Unknown KOV_Provider subclass:\n%1", OpenWBEM::MOF::toMOF(record)),
-                         INVALID_INPUT);
+        throw FennikException(
+            Format("Unknown KOV_Provider subclass:\n%1", OpenWBEM::MOF::toMOF(record)),
+            INVALID_INPUT);
     }
     const Reader reader{
         *target.handle,

@@ -29,8 +29,8 @@ String readList(const String& fileName) {
         return blocxx::FileSystem::readStandardInput();
     }
     if (!blocxx::FileSystem::exists(fileName)) {
-        BLOCXX_THROW_ERR(FennikException, "The specified path " + fileName + " : does not exist.",
-                         ErrorCode::PROVIDER_LIST_MISSING);
+        throw FennikException("The specified path " + fileName + " : does not exist.",
+                              ErrorCode::PROVIDER_LIST_MISSING);
     }
     return blocxx::FileSystem::getFileContents(fileName, blocxx::FileSystem::NamedBy::CALLER);
 }
@@ -254,9 +254,9 @@ void ProviderRegistrationFacility::registerProviders(const String& list) {
     } catch (const FennikException&) {
         throw;
     } catch (const blocxx::Exception& e) {
-        const String message =
-            Format("Provider %1 failed: %2", list.empty() ? "deregistration" : "registration", e);
-        throw FennikException(__FILE__, __LINE__, message.c_str(), INVALID_INPUT, &e);
+        throw FennikException(
+            Format("Provider %1 failed: %2", list.empty() ? "deregistration" : "registration", e),
+            INVALID_INPUT, &e);
     }
 }
 

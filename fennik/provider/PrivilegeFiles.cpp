@@ -45,13 +45,12 @@ String scriptedInterfacePrivilegeFile(const String& name, bool mustNotExist) {
     const String path = Format("%1/scriptedprov/%2%3.priv", Layout::PRIVILEGES_DIRECTORY, "scrIFC-",
                                safeFileName(name));
     if (path.size() > MAX_PATH_LENGTH) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Length of resulting privilege file (%1) is too long.", path),
-                         ProviderModel::INVALID_INPUT);
+        throw FennikException(Format("Length of resulting privilege file (%1) is too long.", path),
+                              ProviderModel::INVALID_INPUT);
     }
     if (mustNotExist && FileSystem::exists(path)) {
-        BLOCXX_THROW_ERR(FennikException, Format("Privilege File: %1 already exists.", path),
-                         ProviderModel::INVALID_INPUT);
+        throw FennikException(Format("Privilege File: %1 already exists.", path),
+                              ProviderModel::INVALID_INPUT);
     }
     return path;
 }

@@ -27,9 +27,8 @@ public:
     std::unique_ptr<std::istream> getInclude(const String& name) override {
         const String included = m_destDir + Layout::PRIVILEGES_DIRECTORY + "/" + name;
         if (!blocxx::FileSystem::exists(included)) {
-            BLOCXX_THROW_ERR(FennikException,
-                             Format("%1 includes a non-existent file: %2", m_path, included),
-                             INVALID_INPUT);
+            throw FennikException(Format("%1 includes a non-existent file: %2", m_path, included),
+                                  INVALID_INPUT);
         }
         return std::make_unique<std::istringstream>();
     }
@@ -47,10 +46,9 @@ PrivilegeConfig::Privileges parse(const String& text, const String& path, const 
     try {
         PrivilegeConfig::openwbem_privconfig_parse(text, includes, privileges);
     } catch (const PrivilegeConfig::ParseException& e) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Parsing %1 failed at column %2 of line %3: %4", path,
-                                e.textColumn(), e.textLine(), e.getMessage()),
-                         INVALID_INPUT);
+        throw FennikException(Format("Parsing %1 failed at column %2 of line %3: %4", path,
+                                     e.textColumn(), e.textLine(), e.getMessage()),
+                              INVALID_INPUT);
     }
     return privileges;
 }
@@ -65,12 +63,10 @@ void verifyPrivileges(const String& privileges, const String& path, const String
     }
     const String user = parse(privileges, path, destDir).unpriv_user;
     if (user == "root") {
-        BLOCXX_THROW_ERR(FennikException, "Invalid privileges: root is not an allowed user",
-                         INVALID_INPUT);
+        throw FennikException("Invalid privileges: root is not an allowed user", INVALID_INPUT);
     }
     if (user.empty()) {
-        BLOCXX_THROW_ERR(FennikException, "Invalid privileges: unpriv_user not specified",
-                         INVALID_INPUT);
+        throw FennikException("Invalid privileges: unpriv_user not specified", INVALID_INPUT);
     }
     log().debug("Privileges look fine.");
 }

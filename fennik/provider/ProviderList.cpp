@@ -7,30 +7,25 @@
 namespace KOVNS2::ProviderList {
 
 using blocxx::Format;
-
-namespace {
-
-[[noreturn]] void refuse(const String& message, CallSite place = CallSite::here()) {
-    throw FennikException(place, message, ProviderModel::INVALID_INPUT);
-}
-
-}  // namespace
+using ProviderModel::INVALID_INPUT;
 
 Entry parseEntry(const String& line) {
     constexpr size_t WITHOUT_PRIVILEGES = 3;
     constexpr size_t WITH_PRIVILEGES = 4;
     blocxx::StringArray fields = blocxx::tokenize(line, ",");
     if (fields.empty()) {
-        refuse("Empty line in provider registration list");
+        throw FennikException("Empty line in provider registration list", INVALID_INPUT);
     }
     if (fields.front() != "oop1") {
-        refuse(Format("Invalid provider type: %1", fields.front()));
+        throw FennikException(Format("Invalid provider type: %1", fields.front()), INVALID_INPUT);
     }
     if (fields.size() == WITHOUT_PRIVILEGES) {
         fields.emplace_back();
     }
     if (fields.size() != WITH_PRIVILEGES) {
-        refuse(Format("Invalid number of fields in oop1 provider registration entry: %1", line));
+        throw FennikException(
+            Format("Invalid number of fields in oop1 provider registration entry: %1", line),
+            INVALID_INPUT);
     }
     return {fields[1], fields[2], fields[3]};
 }

@@ -23,7 +23,7 @@ namespace {
 
 [[noreturn]] void refuse(const String& message, int errorCode = INVALID_INPUT,
                          CallSite place = CallSite::here()) {
-    throw FennikException(place, message, errorCode);
+    throw FennikException(message, errorCode, nullptr, place);
 }
 
 struct NamespacePragma {

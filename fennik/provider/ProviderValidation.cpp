@@ -118,7 +118,8 @@ private:
 
     template <class... Args>
     [[noreturn]] void refuse(const Rule& rule, const Args&... args) const {
-        throw FennikException(rule.where, Format(rule.pattern, m_id, args...), INVALID_INPUT);
+        throw FennikException(Format(rule.pattern, m_id, args...), INVALID_INPUT, nullptr,
+                              rule.where);
     }
 
     const CIMInstance& m_instance;

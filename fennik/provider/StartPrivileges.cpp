@@ -102,8 +102,7 @@ String generate(const CIMInstance& registrationInstance, bool monitored) {
         monitored ? PrivilegeFiles::fileName(registrationInstance) : String(AGENT_USER)};
     if (!saysWhatItMeans(statement)) {
         const String property = misreadProperty(statement);
-        BLOCXX_THROW_ERR(
-            FennikException,
+        throw FennikException(
             Format("Instance %1: %2 property cannot be written into a privilege file: %3",
                    text(registrationInstance, "InstanceID"), property, remedy(property)),
             ProviderModel::INVALID_INPUT);

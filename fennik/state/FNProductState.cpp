@@ -29,7 +29,7 @@ void logError(const String& message) {
 [[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode,
                            CallSite place = CallSite::here()) {
     logError(Format("%1: %2", what, reason));
-    throw FennikException(place, what, errorCode, &reason);
+    throw FennikException(what, errorCode, &reason, place);
 }
 
 XMLNode gather(const CIMOMHandleIFCRef& handle) {

@@ -122,12 +122,11 @@ void checkReadable(const XMLNode& root) {
     try {
         root.checkReadable(std::strlen(StateFormat::HEADER));
     } catch (const OpenWBEM::XMLNodeException& e) {
-        const String message = Format(
-            "The state cannot be saved: %1; deregister what is not needed any more, or "
-            "delete instances of it",
-            e.getMessage());
-        throw FennikException(__FILE__, __LINE__, message.c_str(),
-                              ErrorCode::STATE_FILE_NOT_WRITTEN, &e);
+        throw FennikException(
+            Format("The state cannot be saved: %1; deregister what is not needed any more, or "
+                   "delete instances of it",
+                   e.getMessage()),
+            ErrorCode::STATE_FILE_NOT_WRITTEN, &e);
     }
 }
 
@@ -163,9 +162,8 @@ String read(const String& fileName) {
         return FileSystem::getFileContents(fileName, FileSystem::NamedBy::CALLER,
                                            OpenWBEM::XMLLimits::MAX_DOCUMENT_SIZE);
     } catch (const blocxx::FileSystemException& e) {
-        const String message = Format("Failed to open state file: \"%1\"", fileName);
-        throw FennikException(__FILE__, __LINE__, message.c_str(), ErrorCode::STATE_FILE_NOT_OPENED,
-                              &e);
+        throw FennikException(Format("Failed to open state file: \"%1\"", fileName),
+                              ErrorCode::STATE_FILE_NOT_OPENED, &e);
     }
 }
 

@@ -167,7 +167,7 @@ XMLNode createProviderRegistrationNode(const ProviderRegistration& registration)
     }
     const String message = Format("Bad provider type found while saving state: \"%1\"", info);
     blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
-    BLOCXX_THROW_ERR(FennikException, message, ErrorCode::INVALID_INPUT);
+    throw FennikException(message, ErrorCode::INVALID_INPUT);
 }
 
 // Reads this machine's privilege files, even when the repository is that of a staged tree.

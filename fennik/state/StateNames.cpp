@@ -36,11 +36,10 @@ String laidOut(const String& text) {
 void refuse(const String& productName, const String& fault, CallSite place = CallSite::here()) {
     if (!fault.empty()) {
         throw FennikException(
-            place,
             Format("The product \"%1\" of the saved state cannot be restored: %2. "
                    "Correct the name in the state file, or take the product out of it.",
                    productName, fault),
-            ErrorCode::ALLOWED_USERS_NOT_CREATED);
+            ErrorCode::ALLOWED_USERS_NOT_CREATED, nullptr, place);
     }
 }
 

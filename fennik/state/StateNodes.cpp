@@ -45,14 +45,13 @@ XMLNode createInstanceMOFNode(const char* name, const Array<CIMInstance>& instan
 void checkNodeName(const XMLNode& node, const char* name, const char* prefix, CallSite place) {
     if (!node) {
         throw FennikException(
-            place, Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
-            ErrorCode::INVALID_INPUT);
+            Format("%1Found NULL XML node when node \"%2\" was expected", prefix, name),
+            ErrorCode::INVALID_INPUT, nullptr, place);
     }
     if (node.getName() != name) {
-        throw FennikException(place,
-                              Format("%1Found XML node \"%2\" when node \"%3\" was expected",
+        throw FennikException(Format("%1Found XML node \"%2\" when node \"%3\" was expected",
                                      prefix, node.getName(), name),
-                              ErrorCode::INVALID_INPUT);
+                              ErrorCode::INVALID_INPUT, nullptr, place);
     }
 }
 

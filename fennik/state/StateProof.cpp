@@ -63,8 +63,8 @@ private:
 };
 
 void Proof::refuse(const String& what, const blocxx::Exception* reason, CallSite place) const {
-    const String message = Format("The state of product \"%1\" cannot be saved: %2", m_name, what);
-    throw FennikException(place, message, ErrorCode::STATE_FILE_NOT_WRITTEN, reason);
+    throw FennikException(Format("The state of product \"%1\" cannot be saved: %2", m_name, what),
+                          ErrorCode::STATE_FILE_NOT_WRITTEN, reason, place);
 }
 
 void Proof::refuseFault(const String& fault, CallSite place) const {

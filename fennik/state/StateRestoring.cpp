@@ -116,9 +116,8 @@ void installRegistrationFromNode(const XMLNode& node, const String& productName,
                                  const RestoreTarget& target) {
     log().debug("createRegistrationFromNode() called");
     if (node.getName() != OOP1_PROVIDER_REGISTRATION) {
-        BLOCXX_THROW_ERR(FennikException,
-                         Format("Bad provider registration node type: \"%1\"", node.getName()),
-                         ErrorCode::INVALID_INPUT);
+        throw FennikException(Format("Bad provider registration node type: \"%1\"", node.getName()),
+                              ErrorCode::INVALID_INPUT);
     }
     installOOP1RegistrationFromNode(node, productName, target);
     log().debug("createRegistrationFromNode() done");
