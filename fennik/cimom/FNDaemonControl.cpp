@@ -8,6 +8,7 @@
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "layout/Layout.hpp"
 
 namespace KOVNS2 {
@@ -71,19 +72,6 @@ void restartCimomIfRunning(bool buildSystem) {
                    ErrorCode::INIT_SCRIPT_FAILED);
     }
 }
-
-namespace {
-
-/// Ignores a failure to log: it is called from a destructor.
-void logError(const String& message) noexcept {
-    try {
-        Logger("fennik").error(message, __FILE__, __LINE__);
-    } catch (const std::exception&) {
-        return;
-    }
-}
-
-}  // namespace
 
 void StartCimomIfTrue(bool wasStopped, bool& startFailed) noexcept {
     startFailed = wasStopped;

@@ -13,6 +13,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
 #include "fennik/cimom/AccountDirectory.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
 
 namespace KOVNS2 {
@@ -134,7 +135,7 @@ void KeptFiles::putBack(const String& directory) {
         putBackFiles(directory);
     } catch (const blocxx::Exception& e) {
         m_keeper = blocxx::File();
-        UndoMessages::logUndoFailure(
+        logError(
             Format("%1The attempt to put back the files of %2 failed with error:\n%3%4move the "
                    "files in %5 into the repository directory.",
                    UndoMessages::HEAD, directory, e, UndoMessages::LEAD_IN, m_path));

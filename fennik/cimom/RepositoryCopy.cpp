@@ -19,6 +19,7 @@
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
 #include "fennik/undo/FileCleanupActions.hpp"
 #include "layout/Layout.hpp"
@@ -180,8 +181,7 @@ void RepositoryCopy::discard() noexcept {
                 RemoveReposWorkCopyDir(copy);
             }
         } catch (const std::exception& e) {
-            UndoMessages::logUndoFailure("Failed to delete the directory: " + m_prefix + COPY +
-                                         ": " + e.what());
+            logError("Failed to delete the directory: " + m_prefix + COPY + ": " + e.what());
         }
     }
 }

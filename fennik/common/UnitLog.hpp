@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writes the debug messages of one source unit: a fixed prefix and a text, which is formatted only
-// when debug messages are enabled. `prefix` and `file` must outlive it.
+// Writes messages to the tool's log.
 #pragma once
 
 #include "blocxx/Format.hpp"
@@ -9,6 +8,18 @@
 
 namespace KOVNS2 {
 
+/// Logs at error level. Ignores a failure of the debug log: the message has reached standard error
+/// by then, and the caller is in the middle of a failure.
+inline void logError(const blocxx::String& message) noexcept {
+    try {
+        blocxx::Logger("fennik").error(message);
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+/// Writes the debug messages of one source unit: a fixed prefix and a text, which is formatted only
+/// when debug messages are enabled. `prefix` and `file` must outlive it.
 class UnitLog {
 public:
     explicit UnitLog(const char* prefix, const char* component = "fennik", const char* file = "")

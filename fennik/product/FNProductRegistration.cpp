@@ -182,11 +182,10 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
     }
     // The removal cannot be undone, so a failed sync is logged, not thrown.
     if (!blocxx::FileSystem::syncDirectory(blocxx::FileSystem::Path::dirname(path))) {
-        const String message = Format(
+        logError(Format(
             "Failed to sync the directory of %1: %2. If a power cut brings the file back, remove "
             "it",
-            path, std::strerror(errno));
-        blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
+            path, std::strerror(errno)));
     }
 }
 

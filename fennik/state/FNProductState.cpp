@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "blocxx/Interruption.hpp"
-#include "blocxx/Logger.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/state/StateFile.hpp"
@@ -20,10 +19,6 @@ using blocxx::Format;
 using OpenWBEM::CIMOMHandleIFCRef;
 
 namespace {
-
-void logError(const String& message) {
-    blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
-}
 
 /// Logs "WHAT: REASON" and throws FennikException `what` with `reason` as its cause.
 [[noreturn]] void failWith(const String& what, const blocxx::Exception& reason, int errorCode,

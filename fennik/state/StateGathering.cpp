@@ -166,7 +166,7 @@ XMLNode createProviderRegistrationNode(const ProviderRegistration& registration)
         return createOOP1RegistrationNode(*oop1);
     }
     const String message = Format("Bad provider type found while saving state: \"%1\"", info);
-    blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
+    logError(message);
     throw FennikException(message, ErrorCode::INVALID_INPUT);
 }
 

@@ -2,7 +2,7 @@
 #include "fennik/undo/FNCleanupActions.hpp"
 
 #include "blocxx/Interruption.hpp"
-#include "blocxx/Logger.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 
 namespace KOVNS2 {
@@ -16,21 +16,12 @@ void executeCleanupActions(CleanupActions_t& list) {
     }
 }
 
-void UndoMessages::logUndoFailure(const String& message) noexcept {
-    try {
-        blocxx::Logger("fennik").error(message, __FILE__, __LINE__);
-    } catch (const std::exception&) {
-        return;
-    }
-}
-
 void runUndoStep(const boost::function<void()>& operation, const UndoReport& report) {
     try {
         operation();
     } catch (const blocxx::Exception& e) {
-        UndoMessages::logUndoFailure(UndoMessages::HEAD + report.attempt() +
-                                     " failed with error:\n" + toString(e) + UndoMessages::LEAD_IN +
-                                     report.remedy + "\n");
+        logError(UndoMessages::HEAD + report.attempt() + " failed with error:\n" + toString(e) +
+                 UndoMessages::LEAD_IN + report.remedy + "\n");
     }
 }
 

@@ -53,10 +53,6 @@ inline constexpr const char* LEAD_IN =
 /// The same without the newline before it.
 inline constexpr const char* LEAD_IN_LINE = LEAD_IN + 1;
 
-/// Logs at error level. Ignores a failure of the debug log, so that the remaining undo steps run;
-/// the message has reached standard error by then.
-void logUndoFailure(const blocxx::String& message) noexcept;
-
 }  // namespace UndoMessages
 
 // Steps on CIM objects. Those on files are in FileCleanupActions.hpp.

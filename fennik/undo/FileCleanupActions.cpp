@@ -12,6 +12,7 @@
 #include "blocxx/Secure.hpp"
 #include "fennik/common/Execute.hpp"
 #include "fennik/common/FileUtils.hpp"
+#include "fennik/common/UnitLog.hpp"
 #include "fennik/undo/FNCleanupActions.hpp"
 
 namespace KOVNS2 {
@@ -21,22 +22,21 @@ using blocxx::Format;
 using UndoMessages::HEAD;
 using UndoMessages::LEAD_IN;
 using UndoMessages::LEAD_IN_LINE;
-using UndoMessages::logUndoFailure;
 
 void deleteFile(const String& path) {
     if (FileSystem::removeFile(path)) {
         return;
     }
     const char* const reason = std::strerror(errno);
-    logUndoFailure(String(HEAD) +
-                   "The attempt to delete the file (in restoring things to initial state): " +
-                   path + " failed with error:\n" + reason + LEAD_IN + "delete the file.");
+    logError(String(HEAD) +
+             "The attempt to delete the file (in restoring things to initial state): " + path +
+             " failed with error:\n" + reason + LEAD_IN + "delete the file.");
 }
 
 void closeAndDeleteAllowedUsersFile(blocxx::File file, const String& path) {
     if (file && file.close() != 0) {
         const char* const reason = std::strerror(errno);
-        logUndoFailure("Failed to close file: " + path + ": " + reason);
+        logError("Failed to close file: " + path + ": " + reason);
     }
     deleteFile(path);
 }
@@ -46,8 +46,8 @@ namespace {
 void reportUnrestored(const char* attempt, const String& path, const char* remedy,
                       const String& contents) {
     const char* const reason = std::strerror(errno);
-    logUndoFailure(String(HEAD) + attempt + path + " failed with error:" + reason + LEAD_IN +
-                   remedy + contents);
+    logError(String(HEAD) + attempt + path + " failed with error:" + reason + LEAD_IN + remedy +
+             contents);
 }
 
 }  // namespace
@@ -109,10 +109,10 @@ void restoreFile(const String& backupPath, const String& targetPath, uid_t uid, 
     if (failure->errnum) {
         message += Format(" (%1)", std::strerror(*failure->errnum));
     }
-    logUndoFailure(message + "\n" + LEAD_IN +
-                   "restore this and any other backup files in the backup directory to the target "
-                   "directory.\n  (There may be other steps to make as well.  Please consult the "
-                   "log for more information.)\n\n");
+    logError(message + "\n" + LEAD_IN +
+             "restore this and any other backup files in the backup directory to the target "
+             "directory.\n  (There may be other steps to make as well.  Please consult the "
+             "log for more information.)\n\n");
 }
 
 void RenameFileOrDir_Cleanup(const String& from, const String& to) {
@@ -120,9 +120,9 @@ void RenameFileOrDir_Cleanup(const String& from, const String& to) {
         return;
     }
     const int errnum = errno;
-    logUndoFailure(HEAD + ("The attempt to rename the file " + from) + " to " + to +
-                   " failed with exit code " + std::to_string(errnum) + LEAD_IN +
-                   "rename the file manually.");
+    logError(HEAD + ("The attempt to rename the file " + from) + " to " + to +
+             " failed with exit code " + std::to_string(errnum) + LEAD_IN +
+             "rename the file manually.");
 }
 
 void RemoveReposWorkCopyDir(const String& directory) {
@@ -135,9 +135,9 @@ void RemoveReposWorkCopyDir(const String& directory) {
                              "", &status, TIME_LIMIT, blocxx::Secure::minimalEnvironment())) {
         return;
     }
-    logUndoFailure(String(HEAD) + "The attempt to delete the directory: " + directory + "\n" +
-                   status.toString() + "\n" + output + "\n" + LEAD_IN_LINE +
-                   "delete the directory and its contents.");
+    logError(String(HEAD) + "The attempt to delete the directory: " + directory + "\n" +
+             status.toString() + "\n" + output + "\n" + LEAD_IN_LINE +
+             "delete the directory and its contents.");
 }
 
 }  // namespace KOVNS2
