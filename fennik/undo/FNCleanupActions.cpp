@@ -16,74 +16,75 @@ void executeCleanupActions(CleanupActions_t& list) {
     }
 }
 
-void runUndoStep(const boost::function<void()>& operation, const UndoReport& report) {
+void runUndoStep(const boost::function<void()>& operation, const boost::function<String()>& attempt,
+                 const char* remedy) {
     try {
         operation();
     } catch (const blocxx::Exception& e) {
-        logError(UndoMessages::HEAD + report.attempt() + " failed with error:\n" + toString(e) +
-                 UndoMessages::LEAD_IN + report.remedy + "\n");
+        logError(UndoMessages::HEAD + attempt() + " failed with error:\n" + toString(e) +
+                 UndoMessages::LEAD_IN + remedy + "\n");
     }
 }
 
 void modifyInstance(CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance) {
     runUndoStep([&] { handle.modifyInstance(ns, instance, OpenWBEM::E_INCLUDE_QUALIFIERS); },
-                {[&] {
-                     return "The attempt to modify the instance:\n" +
-                            OpenWBEM::MOF::toMOF(instance) + "\n in namespace " + ns;
-                 },
-                 "modify the instance accordingly. The owmofc utility can be used."});
+                [&] {
+                    return "The attempt to modify the instance:\n" +
+                           OpenWBEM::MOF::toMOF(instance) + "\n in namespace " + ns;
+                },
+                "modify the instance accordingly. The owmofc utility can be used.");
 }
 
 void deleteInstance(CIMOMHandleIFC& handle, const String& ns, const OpenWBEM::CIMObjectPath& path) {
     // "namspace", without a blank before it: administrators' scripts look for this text.
     runUndoStep([&] { handle.deleteInstance(ns, path); },
-                {[&] {
-                     return "The attempt to delete the instance:\n" + path.toString() +
-                            "\nin namspace " + ns;
-                 },
-                 "delete the instance. The owdeleteinstance utility can be used."});
+                [&] {
+                    return "The attempt to delete the instance:\n" + path.toString() +
+                           "\nin namspace " + ns;
+                },
+                "delete the instance. The owdeleteinstance utility can be used.");
 }
 
 void createInstance(CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance) {
     runUndoStep([&] { handle.createInstance(ns, instance); },
-                {[&] {
-                     return "The attempt to create the instance:\n" +
-                            OpenWBEM::MOF::toMOF(instance) + "\n in namespace " + ns;
-                 },
-                 "create the instance. The owmofc utility can be used."});
+                [&] {
+                    return "The attempt to create the instance:\n" +
+                           OpenWBEM::MOF::toMOF(instance) + "\n in namespace " + ns;
+                },
+                "create the instance. The owmofc utility can be used.");
 }
 
 void createClass(CIMOMHandleIFC& handle, const String& ns, const OpenWBEM::CIMClass& cls) {
     runUndoStep([&] { handle.createClass(ns, cls); },
-                {[&] {
-                     return "The attempt to create the class:\n" + OpenWBEM::MOF::toMOF(cls) +
-                            "\n in namespace " + ns;
-                 },
-                 "create the class. The owmofc utility can be used."});
+                [&] {
+                    return "The attempt to create the class:\n" + OpenWBEM::MOF::toMOF(cls) +
+                           "\n in namespace " + ns;
+                },
+                "create the class. The owmofc utility can be used.");
 }
 
 void deleteClass(CIMOMHandleIFC& handle, const String& ns, const String& className) {
     runUndoStep([&] { handle.deleteClass(ns, className); },
-                {[&] { return "The attempt to delete the class " + ns + ":" + className; },
-                 "delete the class. The owmofc utility can be used."});
+                [&] { return "The attempt to delete the class " + ns + ":" + className; },
+                "delete the class. The owmofc utility can be used.");
 }
 
 void setQualifierType(CIMOMHandleIFC& handle, const String& ns,
                       const OpenWBEM::CIMQualifierType& qualifierType) {
     runUndoStep([&] { handle.setQualifierType(ns, qualifierType); },
-                {[&] {
-                     return "The attempt to set the qualifier type " + ns + ":" +
-                            OpenWBEM::MOF::toMOF(qualifierType);
-                 },
-                 "set the qualifier type. The owmofc utility can be used."});
+                [&] {
+                    return "The attempt to set the qualifier type " + ns + ":" +
+                           OpenWBEM::MOF::toMOF(qualifierType);
+                },
+                "set the qualifier type. The owmofc utility can be used.");
 }
 
 void deleteQualifierType(CIMOMHandleIFC& handle, const String& ns, const String& name) {
     runUndoStep([&] { handle.deleteQualifierType(ns, name); },
-                {[&] { return "The attempt to delete the qualifier type " + ns + ":" + name; },
-                 "delete the qualifier type. The owmofc utility can be used."});
+                [&] { return "The attempt to delete the qualifier type " + ns + ":" + name; },
+                "delete the qualifier type. The owmofc utility can be used.");
 }
 
 }  // namespace KOVNS2

@@ -34,14 +34,11 @@ void undoOnFailure(CleanupActions_t& list, Operation operation) {
     }
 }
 
-/// The texts for the message about an undo step that failed.
-struct UndoReport {
-    boost::function<String()> attempt;  ///< returns "The attempt to ..."; called on failure only
-    const char* remedy;                 ///< what to do by hand
-};
-/// Runs the undo step `operation`. Logs a blocxx::Exception that it throws, with `report`; other
-/// exceptions pass through.
-void runUndoStep(const boost::function<void()>& operation, const UndoReport& report);
+/// Runs the undo step `operation`. Logs a blocxx::Exception that it throws, with the text that
+/// `attempt` returns ("The attempt to ...") and `remedy`, what to do by hand; other exceptions pass
+/// through.
+void runUndoStep(const boost::function<void()>& operation, const boost::function<String()>& attempt,
+                 const char* remedy);
 
 /// The fixed parts of the message about an undo step that failed. For sources with undo steps only.
 namespace UndoMessages {

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
@@ -66,53 +65,43 @@ void cleanupWriteFile(const String& path, const String& contents) {
 
 namespace {
 
-struct RestoreFailure {
-    String text;
-    std::optional<int> errnum;
-};
-
-RestoreFailure failedNow(String text) {
-    return {std::move(text), errno};
-}
-
-std::optional<RestoreFailure> tryRestoreFile(const String& backupPath, const String& targetPath,
-                                             uid_t uid, gid_t gid, mode_t mode) {
+/// What failed, with the reason; empty when the file is back.
+String tryRestoreFile(const String& backupPath, const String& targetPath, uid_t uid, gid_t gid,
+                      mode_t mode) {
+    const auto withReason = [](const String& text) {
+        return text + " (" + std::strerror(errno) + ")";
+    };
     if (!FileSystem::exists(backupPath)) {
-        return RestoreFailure{Format("Backup file: %1 did not exist.", backupPath), std::nullopt};
+        return Format("Backup file: %1 did not exist.", backupPath);
     }
     // Looks for, and creates, the target's base name in the working directory.
     const String base = FileSystem::Path::basename(targetPath);
     if (!FileSystem::exists(base) && !FileSystem::makeDirectory(base, 0755)) {
-        return failedNow(Format("Could not create parent directory: %1", base));
+        return withReason(Format("Could not create parent directory: %1", base));
     }
     if (!FileSystem::renameFile(backupPath, targetPath)) {
-        return failedNow(Format("Could not rename: %1 to %2", backupPath, targetPath));
+        return withReason(Format("Could not rename: %1 to %2", backupPath, targetPath));
     }
     // A failure to set the mode is reported as a failure to set the owner.
     if (!FileSystem::changeFileOwner(targetPath, uid, gid) ||
         !FileSystem::changeFileMode(targetPath, mode)) {
-        return failedNow(
+        return withReason(
             Format("Could not change owner of %1 to uid: %2, gid: %3", targetPath, uid, gid));
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace
 
 void restoreFile(const String& backupPath, const String& targetPath, uid_t uid, gid_t gid,
                  mode_t mode) {
-    const auto failure = tryRestoreFile(backupPath, targetPath, uid, gid, mode);
-    if (!failure) {
-        return;
+    const String failure = tryRestoreFile(backupPath, targetPath, uid, gid, mode);
+    if (!failure.empty()) {
+        logError(String(HEAD) + "Error: " + failure + "\n" + LEAD_IN +
+                 "restore this and any other backup files in the backup directory to the target "
+                 "directory.\n  (There may be other steps to make as well.  Please consult the "
+                 "log for more information.)\n\n");
     }
-    String message = HEAD + Format("Error: %1", failure->text).toString();
-    if (failure->errnum) {
-        message += Format(" (%1)", std::strerror(*failure->errnum));
-    }
-    logError(message + "\n" + LEAD_IN +
-             "restore this and any other backup files in the backup directory to the target "
-             "directory.\n  (There may be other steps to make as well.  Please consult the "
-             "log for more information.)\n\n");
 }
 
 void RenameFileOrDir_Cleanup(const String& from, const String& to) {

@@ -56,7 +56,7 @@ TEST(UndoList, UndoOnFailureLeavesTheListUnrunOnSuccess) {
 }
 
 TEST(UndoStep, OtherExceptionsThanOursPass) {
-    EXPECT_THROW(runUndoStep([] { throw std::bad_alloc(); }, {[] { return String(); }, ""}),
+    EXPECT_THROW(runUndoStep([] { throw std::bad_alloc(); }, [] { return String(); }, ""),
                  std::bad_alloc);
 }
 
