@@ -7,6 +7,7 @@
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/NameRules.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/namespace/NamespaceClashes.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
@@ -146,7 +147,7 @@ void registerNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
                         const StringArray& namespaces, const String& prefix,
                         CleanupActions_t& undo) {
     log().debug("Registering namespaces for product \"%1\": \"%2\"", productName,
-                Quoted{namespaces});
+                untokenize(namespaces, "\" \""));
     CheckNSBeginWithProd(namespaces, productName, ErrorCode::FOREIGN_NAMESPACE_TO_REGISTER);
     Registration registration(handle, productName, prefix, undo);
     NameRules::checkUsers(userNames);
@@ -182,7 +183,7 @@ void removeReservation(OpenWBEM::CIMOMHandleIFC& handle, const String& productNa
 void deregisterNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                           const StringArray& namespaces) {
     log().debug("Deregistering namespaces for product \"%1\": \"%2\"", productName,
-                Quoted{namespaces});
+                untokenize(namespaces, "\" \""));
     CheckNSBeginWithProd(namespaces, productName, ErrorCode::FOREIGN_NAMESPACE_TO_DEREGISTER);
     CheckProductRegistration(handle, productName);
     const NamespaceUtilsRef namespaceUtils = GetNSUtils(handle);
@@ -207,7 +208,8 @@ StringArray listNamespaces(const OpenWBEM::CIMOMHandleIFCRef& handle, const Stri
                          .resultClass = RESERVED_NAMESPACE,
                          .role = {},
                          .resultRole = {}});
-    log().debug("Product \"%1\" has registered namespaces \"%2\"", productName, Quoted{namespaces});
+    log().debug("Product \"%1\" has registered namespaces \"%2\"", productName,
+                untokenize(namespaces, "\" \""));
     return namespaces;
 }
 
@@ -220,7 +222,7 @@ void loadNamespaceUsers(const OpenWBEM::CIMOMHandleIFCRef& handle, const String&
         }
     });
     handle->enumInstances(SECURITY_NS, USER_ACL, appendUser);
-    log().debug("Found users \"%1\"", Quoted{userNames});
+    log().debug("Found users \"%1\"", untokenize(userNames, "\" \""));
 }
 
 }  // namespace KOVNS2

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/namespace/NamespaceModel.hpp"
 
-#include <ostream>
-
 #include "fennik/cimom/FNUtils.hpp"
 #include "fennik/common/FennikException.hpp"
-#include "fennik/common/TextUtils.hpp"
 
 namespace KOVNS2::NamespaceModel {
 
@@ -33,10 +30,6 @@ CIMObjectPath reservedByPath(const String& productName, const String& ns) {
     path.setKeyValue("Product", CIMValue(productPath(productName)))
         .setKeyValue("ReservedNamespace", CIMValue(reservationPath(ns)));
     return path;
-}
-
-std::ostream& operator<<(std::ostream& out, const Quoted& quoted) {
-    return out << untokenize(quoted.list, "\" \"");
 }
 
 namespace {

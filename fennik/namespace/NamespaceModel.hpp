@@ -25,12 +25,6 @@ OpenWBEM::CIMObjectPath accessPath(const String& ns, const String& user);
 OpenWBEM::CIMObjectPath reservationPath(const String& ns);
 OpenWBEM::CIMObjectPath reservedByPath(const String& productName, const String& ns);
 
-/// Prints as a" "b, for a log message that adds the outer quotes.
-struct Quoted {
-    const StringArray& list;
-};
-std::ostream& operator<<(std::ostream& out, const Quoted& quoted);
-
 /// Throws FennikException `errorCode` for the first namespace that the product may not own.
 void CheckNSBeginWithProd(const StringArray& namespaces, const String& productName, int errorCode);
 
