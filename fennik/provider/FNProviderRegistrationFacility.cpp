@@ -5,12 +5,9 @@
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
-#include "fennik/provider/CurrentProviders.hpp"
 #include "fennik/provider/PrivilegeFiles.hpp"
-#include "fennik/provider/PrivilegeVerification.hpp"
 #include "fennik/provider/ProviderList.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "fennik/provider/ProviderSteps.hpp"
 #include "fennik/provider/ProviderValidation.hpp"
 #include "fennik/provider/StartPrivileges.hpp"
 
@@ -95,18 +92,11 @@ ProviderRegistrationFacility::ProviderRegistrationFacility(const CIMOMHandleIFCR
     : m_target{handle, std::move(productName), std::move(destDir), cleanupActions},
       m_deregistration(m_target) {}
 
-ProviderRegistrationFacility::~ProviderRegistrationFacility() = default;
-
 void ProviderRegistrationFacility::registerProvider(const OOP1ProviderRegistration& registration) {
     String privilegeFilePath;
     createPrivilegeFiles(registration, privilegeFilePath);
     createRegistrationInstances(registration, privilegeFilePath);
     createOOP1RegistrationInstances(handleProviderMOFInstances(registration));
-}
-
-void ProviderRegistrationFacility::deRegisterProvider(
-    const OOP1ProviderRegistration& registration) {
-    m_deregistration.remove(registration);
 }
 
 void ProviderRegistrationFacility::createPrivilegeFiles(
@@ -115,21 +105,6 @@ void ProviderRegistrationFacility::createPrivilegeFiles(
     if (!path.empty()) {
         privilegeFilePath = path;
     }
-}
-
-void ProviderRegistrationFacility::createRegistrationInstances(
-    const OOP1ProviderRegistration& registration, const String& privilegeFilePath) {
-    ProviderSteps::createRegistrationInstances(m_target, registration, privilegeFilePath);
-}
-
-void ProviderRegistrationFacility::createOOP1RegistrationInstances(
-    const OOP1ProviderRegistration& registration) {
-    ProviderSteps::createRecord(m_target, registration);
-}
-
-OOP1ProviderRegistration ProviderRegistrationFacility::handleProviderMOFInstances(
-    const OOP1ProviderRegistration& registration) {
-    return ProviderSteps::createProviderObjects(m_target, registration);
 }
 
 Array<ProviderRegistrationRef> ProviderRegistrationFacility::parseInputData(const String& list) {
@@ -182,21 +157,12 @@ ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistra
          std::move(provider.qualifierTypes), privileges, std::move(startPrivileges)});
 }
 
-void ProviderRegistrationFacility::executeCleanupActions() {
-    KOVNS2::executeCleanupActions(m_target.undo);
-}
-
 Array<ProviderRegistrationRef> ProviderRegistrationFacility::getCurrentProviderRegistrations() {
     Array<ProviderRegistrationRef> registrations;
     for (const CIMInstance& provider : CurrentProviders::records(m_target)) {
         registrations.push_back(getOOP1ProviderRegistrationData(provider));
     }
     return registrations;
-}
-
-ProviderRegistrationRef ProviderRegistrationFacility::getOOP1ProviderRegistrationData(
-    const CIMInstance& provider) {
-    return CurrentProviders::registrationOf(m_target, provider);
 }
 
 void ProviderRegistrationFacility::validateOOP1ProviderRegistration(const CIMInstance& instance,
@@ -222,17 +188,6 @@ RegistrationMof ProviderRegistrationFacility::buildInstancesForOOPRegistration(
     validateOOP1ProviderRegistration(registration.registrationInstance, monitored);
     checkInstancesOfRegistration(registration.instances, path);
     return registration;
-}
-
-ProviderMof ProviderRegistrationFacility::buildInstancesForOOPProvider(const String& mof,
-                                                                       const String& path) {
-    return compileProviderMof(m_target.handle, mof, path,
-                              [this] { return getRegisteredNamespaces(); });
-}
-
-void ProviderRegistrationFacility::verifyPrivilegesContent(const String& privileges,
-                                                           const String& path) {
-    verifyPrivileges(privileges, path, m_target.destDir);
 }
 
 // Removes all providers, then adds those of the list, so a provider that stays is created anew. The

@@ -6,8 +6,11 @@
 
 #include <optional>
 
+#include "fennik/provider/CurrentProviders.hpp"
+#include "fennik/provider/PrivilegeVerification.hpp"
 #include "fennik/provider/ProviderDeregistration.hpp"
 #include "fennik/provider/ProviderMof.hpp"
+#include "fennik/provider/ProviderSteps.hpp"
 
 namespace KOVNS2 {
 
@@ -39,26 +42,34 @@ public:
 
     ProviderRegistrationFacility(const OpenWBEM::CIMOMHandleIFCRef& handle, String productName,
                                  String destDir, CleanupActions_t& cleanupActions);
-    virtual ~ProviderRegistrationFacility();
+    virtual ~ProviderRegistrationFacility() = default;
     ProviderRegistrationFacility(const ProviderRegistrationFacility&) = delete;
     ProviderRegistrationFacility& operator=(const ProviderRegistrationFacility&) = delete;
 
     virtual void registerProvider(const OOP1ProviderRegistration& registration);
-    virtual void deRegisterProvider(const OOP1ProviderRegistration& registration);
+    virtual void deRegisterProvider(const OOP1ProviderRegistration& registration) {
+        m_deregistration.remove(registration);
+    }
 
     // The steps of registering, in order. See ProviderSteps.hpp.
     /// Leaves `privilegeFilePath` as it is when the registration has no privilege text.
-    virtual void createPrivilegeFiles(const OOP1ProviderRegistration& registration,
-                                      String& privilegeFilePath);
-    virtual void createRegistrationInstances(const OOP1ProviderRegistration& registration,
-                                             const String& privilegeFilePath);
-    virtual OOP1ProviderRegistration handleProviderMOFInstances(
-        const OOP1ProviderRegistration& registration);
-    virtual void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration);
+    void createPrivilegeFiles(const OOP1ProviderRegistration& registration,
+                              String& privilegeFilePath);
+    void createRegistrationInstances(const OOP1ProviderRegistration& registration,
+                                     const String& privilegeFilePath) {
+        ProviderSteps::createRegistrationInstances(m_target, registration, privilegeFilePath);
+    }
+    OOP1ProviderRegistration handleProviderMOFInstances(
+        const OOP1ProviderRegistration& registration) {
+        return ProviderSteps::createProviderObjects(m_target, registration);
+    }
+    void createOOP1RegistrationInstances(const OOP1ProviderRegistration& registration) {
+        ProviderSteps::createRecord(m_target, registration);
+    }
 
     /// Builds the registrations of the list with the text `list`. Changes nothing. Throws for the
     /// first bad entry.
-    virtual Array<ProviderRegistrationRef> parseInputData(const String& list);
+    Array<ProviderRegistrationRef> parseInputData(const String& list);
     /// Messages about the registration MOF name path1, about the provider MOF path2 and about the
     /// privileges path3. An empty `oopPrivileges` is generated.
     virtual ProviderRegistrationRef createOOP1ProviderRegistrationFromString(
@@ -69,23 +80,29 @@ public:
                                                                    const String& providerMofPath,
                                                                    const String& privilegeFilePath);
 
-    virtual void executeCleanupActions();
+    void executeCleanupActions() { KOVNS2::executeCleanupActions(m_target.undo); }
 
     virtual Array<ProviderRegistrationRef> getCurrentProviderRegistrations();
     virtual void validateOOP1ProviderRegistration(const OpenWBEM::CIMInstance& instance,
                                                   EMonitoredFlag monitored);
-    virtual StringArray getRegisteredNamespaces();
+    StringArray getRegisteredNamespaces();
     /// `provider` is the product's KOV_OOP1Provider instance.
-    virtual ProviderRegistrationRef getOOP1ProviderRegistrationData(
-        const OpenWBEM::CIMInstance& provider);
+    ProviderRegistrationRef getOOP1ProviderRegistrationData(const OpenWBEM::CIMInstance& provider) {
+        return CurrentProviders::registrationOf(m_target, provider);
+    }
 
     /// Removes every current provider, then adds those of the list.
     void registerProviders(const String& list);
 
     RegistrationMof buildInstancesForOOPRegistration(const String& mof, const String& path,
                                                      EMonitoredFlag monitored);
-    ProviderMof buildInstancesForOOPProvider(const String& mof, const String& path);
-    void verifyPrivilegesContent(const String& privileges, const String& path);
+    ProviderMof buildInstancesForOOPProvider(const String& mof, const String& path) {
+        return compileProviderMof(m_target.handle, mof, path,
+                                  [this] { return getRegisteredNamespaces(); });
+    }
+    void verifyPrivilegesContent(const String& privileges, const String& path) {
+        verifyPrivileges(privileges, path, m_target.destDir);
+    }
 
 private:
     const ProviderTarget m_target;
