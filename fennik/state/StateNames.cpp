@@ -15,13 +15,6 @@ using blocxx::Format;
 
 namespace {
 
-String spaceFault(const String& name) {
-    if (trimmed(name) == name) {
-        return {};
-    }
-    return String(withoutLeadingSpace(name) == name ? "ends" : "begins") + " with white space";
-}
-
 /// `text` without white space that is layout.
 String laidOut(const String& text) {
     const String name = trimmed(text);
@@ -70,26 +63,18 @@ void checkProduct(const XMLNode& product) {
 }  // namespace
 
 String productFault(const String& name) {
-    if (const String fault = spaceFault(name); !fault.empty()) {
-        return "its name " + fault;
-    }
-    // Such a product's snippet would be the allowed users file of another product.
-    if (ProductPaths::canNameFile(name) && !ProductPaths::canNameSnippet(name)) {
-        return "its name ends in \".allowed_users\"";
-    }
     const String problem = ProductPaths::problemOfProduct(name);
     return problem.empty() ? problem : "its name " + problem;
 }
 
 String userFault(const String& name) {
-    const String spaces = spaceFault(name);
-    const String fault = spaces.empty() ? NameRules::problemOfUser(name) : spaces;
-    return fault.empty() ? fault : String(Format("its user \"%1\" %2", name, fault));
+    const String problem = NameRules::problemOfUser(name);
+    return problem.empty() ? problem : String(Format("its user \"%1\" %2", name, problem));
 }
 
 String namespaceFault(const String& name) {
-    const String fault = spaceFault(name);
-    return fault.empty() ? fault : String(Format("its namespace \"%1\" %2", name, fault));
+    const String problem = NameRules::problemOf(name);
+    return problem.empty() ? problem : String(Format("its namespace \"%1\" %2", name, problem));
 }
 
 void checkSavedNames(const XMLNode& products) {

@@ -73,9 +73,11 @@ class Refused(StateStory):
 
     def test_when_a_name_would_not_come_back(self):
         for name, users, fault in (
-                ("sam.allowed_users", "<UserName>al</UserName>", 'its name ends in ".allowed_users"'),
-                ("sample ", "<UserName>al</UserName>", "its name ends with white space"),
-                ("sample", "<UserName> al</UserName>", 'its user " al" begins with white space')):
+                ("sam.allowed_users", "<UserName>al</UserName>",
+                 'its name ends in ".allowed_users", which is for the files of allowed users'),
+                ("sample ", "<UserName>al</UserName>", "its name begins or ends with white space"),
+                ("sample", "<UserName> al</UserName>",
+                 'its user " al" begins or ends with white space')):
             with self.subTest(name=name, users=users):
                 self.assert_refused(
                     document(product("first") + product(name, users=users)), 12,

@@ -151,7 +151,8 @@ class Saving(StateStory):
             'instance of OpenWBEM_UserACL { nspace = "sample"; username = "al "; '
             'capability = "rR"; };\n'))
         self.assert_refused_before(
-            'The state of product "sample" cannot be saved: its user "al " ends with white space')
+            'The state of product "sample" cannot be saved: its user "al " begins or ends '
+            'with white space')
 
     def test_content_that_would_not_compile_names_the_instance_and_the_command_that_mends_it(self):
         self.register("sample", "al")

@@ -14,11 +14,12 @@ TEST_F(StateNames, ThatCannotBeRegisteredAreToldWithTheirProductBeforeAnythingIs
         const char* user;
         const char* fault;
     } rows[] = {
-        {"sam.allowed_users", "alice", "its name ends in \".allowed_users\""},
-        {"p ", "alice", "its name ends with white space"},
-        {" p", "alice", "its name begins with white space"},
-        {"p", "alice ", "its user \"alice \" ends with white space"},
-        {"p", "\talice", "its user \"\talice\" begins with white space"},
+        {"sam.allowed_users", "alice",
+         "its name ends in \".allowed_users\", which is for the files of allowed users"},
+        {"p ", "alice", "its name begins or ends with white space"},
+        {" p", "alice", "its name begins or ends with white space"},
+        {"p", "alice ", "its user \"alice \" begins or ends with white space"},
+        {"p", "\talice", "its user \"\talice\" begins or ends with white space"},
         {"p", "al\tice", "its user \"al\tice\" has a control character in it"},
         {"p", "", "its user \"\" is empty"},
         {"a/b", "alice", "its name has a slash in it"},
@@ -37,7 +38,7 @@ TEST_F(StateNames, ThatCannotBeRegisteredAreToldWithTheirProductBeforeAnythingIs
             "p", {}, element("NamespaceRegistration", namespaceElement("p", {"a=rR", " b=rwRW"})))),
         12,
         "The product \"p\" of the saved state cannot be restored: its user \" b\" begins "
-        "with white space. Correct the name in the state file, or take the product out of "
+        "or ends with white space. Correct the name in the state file, or take the product out of "
         "it.");
 }
 

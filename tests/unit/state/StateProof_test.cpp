@@ -205,13 +205,14 @@ TEST_F(StateProving, NamesThatWouldNotComeBackAreRefused) {
         const char* user;
         const char* fault;
     } rows[] = {
-        {"sam.allowed_users", "alice", "its name ends in \".allowed_users\""},
-        {"p ", "alice", "its name ends with white space"},
-        {"\tp", "alice", "its name begins with white space"},
-        {"p\n", "alice", "its name ends with white space"},
-        {" p ", "alice", "its name begins with white space"},
-        {"p", "alice ", "its user \"alice \" ends with white space"},
-        {"p", "\nalice", "its user \"\nalice\" begins with white space"},
+        {"sam.allowed_users", "alice",
+         "its name ends in \".allowed_users\", which is for the files of allowed users"},
+        {"p ", "alice", "its name begins or ends with white space"},
+        {"\tp", "alice", "its name begins or ends with white space"},
+        {"p\n", "alice", "its name begins or ends with white space"},
+        {" p ", "alice", "its name begins or ends with white space"},
+        {"p", "alice ", "its user \"alice \" begins or ends with white space"},
+        {"p", "\nalice", "its user \"\nalice\" begins or ends with white space"},
         {"p", "al\tice", "its user \"al\tice\" has a control character in it"},
         {"p", "", "its user \"\" is empty"},
     };
@@ -237,10 +238,9 @@ TEST_F(StateProving, UserOfANamespaceThatWouldNotComeBackIsRefused) {
     access.setProperty("capability", CIMValue("rR"));
     repository.handle()->createInstance("root/security", access);
     const String message = refusal(repository);
-    EXPECT_NE(
-        message.find("product \"sample\" cannot be saved: its user \"alice \" ends with white "
-                     "space"),
-        String::npos)
+    EXPECT_NE(message.find("product \"sample\" cannot be saved: its user \"alice \" begins or "
+                           "ends with white space"),
+              String::npos)
         << message;
 }
 
