@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/state/StateGathering.hpp"
 
-#include <optional>
 #include <unordered_map>
 
 #include "blocxx/Logger.hpp"
@@ -92,31 +91,19 @@ XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
     return entry;
 }
 
-/// The access rights of all namespaces, read once at the first call of of(). Reading them for each
-/// namespace would take time quadratic in the number of namespaces.
-class AccessRights {
-public:
-    explicit AccessRights(CIMOMHandleIFC& handle) : m_handle(handle) {}
+using AccessRights = std::unordered_map<String, Array<CIMInstance>>;
 
-    const Array<CIMInstance>& of(const String& ns) {
-        if (!m_byNamespace) {
-            read();
-        }
-        return (*m_byNamespace)[ns];
-    }
-
-private:
-    void read() {
-        m_byNamespace.emplace();
+/// The access rights to a namespace. The first call reads those of all namespaces into `rights`:
+/// reading them for each would take time quadratic in the number of namespaces.
+const Array<CIMInstance>& rightsTo(const String& ns, CIMOMHandleIFC& handle, AccessRights& rights) {
+    if (rights.empty()) {
         for (const CIMInstance& access :
-             runQuery(m_handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
-            (*m_byNamespace)[access.getPropertyValue("nspace").toString()].push_back(access);
+             runQuery(handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
+            rights[access.getPropertyValue("nspace").toString()].push_back(access);
         }
     }
-
-    CIMOMHandleIFC& m_handle;
-    std::optional<std::unordered_map<String, Array<CIMInstance>>> m_byNamespace;
-};
+    return rights[ns];  // adds an entry, even an empty one
+}
 
 XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName,
                                     AccessRights& rights) {
@@ -125,7 +112,7 @@ XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const Strin
         for (const String& ns : listNamespaces(handle, productName)) {
             XMLNode node(NAMESPACE);
             node.addChild(createNamedNode(NAME, ns));
-            for (const CIMInstance& access : rights.of(ns)) {
+            for (const CIMInstance& access : rightsTo(ns, *handle, rights)) {
                 node.addChild(createAccessNode(ns, access));
             }
             registration.addChild(node);
@@ -217,7 +204,7 @@ XMLNode createStateDump(const CIMOMHandleIFCRef& handle) {
     XMLNode root(SAVED_PRODUCT_STATE);
     root.addChild(createNamedNode(VERSION, WRITER_VERSION));
     XMLNode products(SAVED_PRODUCTS);
-    AccessRights rights(*handle);
+    AccessRights rights;
     for (const String& name : listRegisteredProducts(handle)) {
         if (!equals_ignorecase(name, INFRASTRUCTURE)) {
             StandardStreams::writeProgress(
