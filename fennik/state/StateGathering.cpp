@@ -121,18 +121,14 @@ XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const Strin
     });
 }
 
-/// The provider's own class; empty when it has none, as a process that serves its capabilities'.
-String servedClass(const OOP1ProviderRegistration& registration) {
-    const CIMValue name = registration.registrationInstances().at(0).getPropertyValue("ClassName");
-    return name.isNull() ? String() : name.toString();
-}
-
 XMLNode createOOP1RegistrationNode(const OOP1ProviderRegistration& registration) {
     log().debug("createOOP1RegistrationNode() called");
     const String& ns = registration.providerMofNamespace();
     XMLNode node(OOP1_PROVIDER_REGISTRATION);
     node.addChild(createNamedNode(PROVIDER_MOF_NAMESPACE, ns));
-    node.addChild(createNamedNode(PROVIDER_CLASSNAME, servedClass(registration)));
+    // Empty for a process: its capabilities name the classes.
+    node.addChild(createNamedNode(
+        PROVIDER_CLASSNAME, ProviderModel::text(registration.registrationInstance(), "ClassName")));
     node.addChild(createNamedNode(PROVIDER_PRIVILEGES, registration.providerPrivileges()));
     node.addChild(createNamedNode(PROVIDER_OOPI_PRIVILEGES, registration.providerOOPPrivileges()));
     node.addChild(
