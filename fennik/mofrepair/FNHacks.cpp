@@ -216,21 +216,11 @@ void keepFromRepair(String& mof) {
 }
 
 void fixImproperlyEscapedCharacters(String& mof) {
-    constexpr size_t FIRST_SIZE = 128;
     if (mof.find('\r') == String::npos) {
         return;
     }
     log().debug("Fixing all improperly escaped \"\\r\" characters");
-    String repaired;
-    repaired.reserve(FIRST_SIZE);
-    for (const char c : mof) {
-        if (c == '\r') {
-            repaired += "\\r";
-        } else {
-            repaired += c;
-        }
-    }
-    mof = std::move(repaired);
+    mof = search_replace(mof, "\r", "\\r");
 }
 
 }  // namespace KOVNS2
