@@ -109,7 +109,7 @@ void Proof::proveUsers(const XMLNode& users) const {
     for (const XMLNode& user : users.getChildren()) {
         refuseFault(StateNames::userFault(user.getText()));
     }
-    StateReading::allowedUsers(users);
+    StateReading::restoreAllowedUsers(users);
 }
 
 void Proof::proveNamespaces(const XMLNode& registration) const {

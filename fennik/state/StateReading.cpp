@@ -78,7 +78,7 @@ String childText(const XMLNode& node, const char* name) {
     return trimmed(textOf(node, name));
 }
 
-StringArray allowedUsers(const XMLNode& node) {
+StringArray restoreAllowedUsers(const XMLNode& node) {
     checkNodeName(node, ALLOWED_USERS, "Invalid allowed users node: ");
     StringArray users;
     for (const XMLNode& child : node.getChildren()) {

@@ -14,7 +14,7 @@ namespace KOVNS2::StateReading {
 String childText(const XMLNode& node, const char* name);
 
 /// The users of an AllowedUsers element. Throws FennikException for any other element.
-StringArray allowedUsers(const XMLNode& node);
+StringArray restoreAllowedUsers(const XMLNode& node);
 
 /// A namespace and the users with access to it. Omits rights that registering cannot grant.
 struct NamespaceAccess {

@@ -155,7 +155,8 @@ void restoreProductDump(const XMLNode& node, const RestoreTarget& target) {
     }
     tell(Format("Restoring product registration for %1", name));
 
-    const StringArray users = StateReading::allowedUsers(findChildByName(node, ALLOWED_USERS));
+    const StringArray users =
+        StateReading::restoreAllowedUsers(findChildByName(node, ALLOWED_USERS));
     registerProduct(target.handle, name, users, target.prefix, Permanence::WITH_THE_COPY);
     restoreIfPresent(node, CONFIG_FILE, "No config file node attached...",
                      [&](const XMLNode& child) {
