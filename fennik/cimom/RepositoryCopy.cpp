@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/cimom/RepositoryCopy.hpp"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <filesystem>
 
@@ -29,6 +27,7 @@ namespace KOVNS2 {
 
 using blocxx::Format;
 using blocxx::Logger;
+using std::filesystem::file_type;
 namespace FileSystem = blocxx::FileSystem;
 
 namespace {
@@ -58,20 +57,10 @@ String locate(const char* program) {
     return FileUtils::locateExecutable(program, KOVConstants::EXECUTABLE_DEFAULT_PATH);
 }
 
-/// Whether the path exists, a dangling link included. Also true when that cannot be found out.
-bool isTaken(const String& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
-}
-
-bool isLink(const String& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
-}
-
-bool isRealDirectory(const String& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+/// The type of what is at the path, without following a link; `none` when that cannot be found out.
+file_type typeOf(const String& path) {
+    std::error_code failure;
+    return std::filesystem::symlink_status(path.c_str(), failure).type();
 }
 
 [[noreturn]] void failCopying(const String& command, const Outcome& outcome,
@@ -131,10 +120,10 @@ bool isEmptyDirectory(const String& path) {
 /// An empty directory is allowed: the rename replaces it. Without a live repository nothing is
 /// refused here: the copying fails, and the backup may be the only repository left.
 void checkBackupPlace(const String& live, const String& backup) {
-    if (!isRealDirectory(live) || !isTaken(backup)) {
+    if (typeOf(live) != file_type::directory || typeOf(backup) == file_type::not_found) {
         return;
     }
-    if (!isRealDirectory(backup)) {
+    if (typeOf(backup) != file_type::directory) {
         failRenaming(live, backup, ENOTDIR);
     }
     if (!isEmptyDirectory(backup)) {
@@ -177,7 +166,7 @@ void RepositoryCopy::discard() noexcept {
     const blocxx::Interruption::Deferred deferred;
     if (m_initialised && !m_swapped) {
         try {
-            if (const String copy = m_prefix + COPY; isTaken(copy)) {
+            if (const String copy = m_prefix + COPY; typeOf(copy) != file_type::not_found) {
                 RemoveReposWorkCopyDir(copy);
             }
         } catch (const std::exception& e) {
@@ -206,7 +195,7 @@ void RepositoryCopy::Init() {
         failCopying(command, {false, "The path has blanks in it.", {}});
     }
     // A copy of a link would lead to the live repository.
-    if (isLink(live)) {
+    if (typeOf(live) == file_type::symlink) {
         failCopying(command,
                     {false, "Nothing was copied: the repository directory is a link.", {}});
     }
@@ -214,10 +203,10 @@ void RepositoryCopy::Init() {
     holdLive(command);
     // From here on this run owns the copy, complete or not. Whatever had its name before, such as a
     // file, is not this run's to remove.
-    m_initialised = !isTaken(copy);
+    m_initialised = typeOf(copy) == file_type::not_found;
     Outcome outcome = execute(command);
     blocxx::Interruption::check();
-    if (outcome.succeeded && !isRealDirectory(copy)) {
+    if (outcome.succeeded && typeOf(copy) != file_type::directory) {
         outcome.output = "The copy is no directory: something has taken the repository's place.";
         outcome.succeeded = false;
     }
