@@ -36,14 +36,6 @@ struct stat statusOf(const blocxx::File& directory, const String& path) {
     return status;
 }
 
-bool isSameFile(int oneDirectory, int otherDirectory, const String& name) {
-    struct stat one {};
-    struct stat other {};
-    return ::fstatat(oneDirectory, name.c_str(), &one, AT_SYMLINK_NOFOLLOW) == 0 &&
-           ::fstatat(otherDirectory, name.c_str(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
-           one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
 }  // namespace
 
 KeptFiles::KeptFiles(const String& directory, const String& keeper)
@@ -51,10 +43,7 @@ KeptFiles::KeptFiles(const String& directory, const String& keeper)
       m_name(FileSystem::Path::basename(keeper)),
       m_parent(AccountDirectory::openParentOf(keeper)) {
     const blocxx::File from = AccountDirectory::openIn(m_parent, directory);
-    const struct stat status = statusOf(from, directory);
-    m_uid = status.st_uid;
-    m_gid = status.st_gid;
-    m_mode = status.st_mode & 07777;
+    m_status = statusOf(from, directory);
     open();
     try {
         linkFiles(from);
@@ -76,7 +65,7 @@ bool KeptFiles::makeKeeper() {
 void KeptFiles::openKeeper() {
     blocxx::File keeper = AccountDirectory::openIn(m_parent, m_path);
     const uid_t owner = statusOf(keeper, m_path).st_uid;
-    if (owner != m_uid && owner != ::geteuid()) {
+    if (owner != m_status.st_uid && owner != ::geteuid()) {
         errno = EPERM;
         fail("Cannot use the directory \"%1\", which is somebody else's", m_path);
     }
@@ -96,7 +85,8 @@ void KeptFiles::open() {
     }
     openKeeper();
     // The account must be able to remove a keeper that a killed run leaves behind.
-    if (::geteuid() == 0 && ::fchown(m_keeper.getFileDescriptor(), m_uid, m_gid) != 0) {
+    if (::geteuid() == 0 &&
+        ::fchown(m_keeper.getFileDescriptor(), m_status.st_uid, m_status.st_gid) != 0) {
         const int errnum = errno;
         drop();
         errno = errnum;
@@ -147,13 +137,14 @@ void KeptFiles::putBackFiles(const String& directory) {
     const bool isNew = ::mkdirat(m_parent.getFileDescriptor(), place.c_str(), 0700) == 0;
     blocxx::File target = AccountDirectory::openIn(m_parent, directory);
     const int to = target.getFileDescriptor();
-    if (isNew && (::fchown(to, m_uid, m_gid) != 0 || ::fchmod(to, m_mode) != 0)) {
+    if (isNew && (::fchown(to, m_status.st_uid, m_status.st_gid) != 0 ||
+                  ::fchmod(to, m_status.st_mode & 07777) != 0)) {
         fail("Cannot change the owner and the mode of \"%1\"", directory);
     }
     const int from = m_keeper.getFileDescriptor();
     for (const String& name : fileNames(m_keeper)) {
-        // rename(2) does nothing when both names are links to the same file.
-        if (!isSameFile(from, to, name) && ::renameat(from, name.c_str(), to, name.c_str()) != 0) {
+        // Does nothing when both names are links to the same file; drop() then removes this one.
+        if (::renameat(from, name.c_str(), to, name.c_str()) != 0) {
             fail("Cannot put back \"%1\"", name);
         }
     }

@@ -6,7 +6,7 @@
 // Subdirectories are not kept; the repository directory has none.
 #pragma once
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include "blocxx/File.hpp"
 #include "blocxx/String.hpp"
@@ -42,9 +42,7 @@ private:
     String m_name;
     blocxx::File m_parent;
     blocxx::File m_keeper;
-    uid_t m_uid = 0;
-    gid_t m_gid = 0;
-    mode_t m_mode = 0;
+    struct stat m_status {};  ///< that of the directory: its owner and mode
 };
 
 }  // namespace KOVNS2
