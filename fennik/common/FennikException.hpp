@@ -10,25 +10,14 @@
 
 namespace KOVNS2 {
 
-/// The place of a call, for functions that throw on behalf of their callers. Stands in for
-/// std::source_location, which some of our compilers lack.
-struct CallSite {
-    const char* file;
-    int line;
+using blocxx::CallSite;
 
-    /// When used as a default argument: the place where the function is called.
-    static constexpr CallSite here(const char* file = __builtin_FILE(),
-                                   int line = __builtin_LINE()) {
-        return {file, line};
-    }
-};
-
-class FennikException : public blocxx::Exception {
+class FennikException : public blocxx::Cloneable<FennikException> {
 public:
     /// Copies `message`, and `otherException` when it is not null.
     FennikException(const char* file, int line, const char* message, int errorCode,
                     const Exception* otherException = nullptr, int subClassId = UNKNOWN_SUBCLASS_ID)
-        : Exception(file, line, message, errorCode, otherException, subClassId) {}
+        : Cloneable(file, line, message, errorCode, otherException, subClassId) {}
     /// The same, thrown where it is constructed. A function that throws on behalf of its callers
     /// passes their place.
     FennikException(const blocxx::String& message, int errorCode,
@@ -36,10 +25,6 @@ public:
         : FennikException(place.file, place.line, message.c_str(), errorCode, otherException) {}
 
     const char* type() const noexcept override { return "FennikException"; }
-    FennikException* clone() const noexcept override {
-        return new (std::nothrow) FennikException(*this);
-    }
-    [[noreturn]] void rethrow() const override { throw FennikException(*this); }
 };
 
 }  // namespace KOVNS2

@@ -13,6 +13,19 @@
 
 namespace blocxx {
 
+/// The place of a call, for functions that throw on behalf of their callers. Stands in for
+/// std::source_location, which some of our compilers lack.
+struct CallSite {
+    const char* file;
+    int line;
+
+    /// When used as a default argument: the place where the function is called.
+    static constexpr CallSite here(const char* file = __builtin_FILE(),
+                                   int line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
+
 class Exception : public std::exception {
 public:
     static constexpr int UNKNOWN_ERROR_CODE = -1;

@@ -18,21 +18,20 @@ constexpr bool IS_TESTED = false;
 
 }  // namespace
 
-bool believed(bool holds, std::source_location place) noexcept {
+bool believed(bool holds, CallSite place) noexcept {
     if (IS_TESTED && !holds) {
-        static_cast<void>(std::fprintf(stderr, "%s:%u: a believed invariant does not hold\n",
-                                       place.file_name(), place.line()));
+        static_cast<void>(std::fprintf(stderr, "%s:%d: a believed invariant does not hold\n",
+                                       place.file, place.line));
         std::abort();
     }
     return holds;
 }
 
-void ensured(bool holds, std::source_location place) {
+void ensured(bool holds, CallSite place) {
     if (!holds) {
-        throw InvariantException(place.file_name(), static_cast<int>(place.line()),
-                                 String(Format("internal error in %1, line %2; please report it",
-                                               place.file_name(), place.line()))
-                                     .c_str());
+        const String message =
+            Format("internal error in %1, line %2; please report it", place.file, place.line);
+        throw InvariantException(place.file, place.line, message.c_str());
     }
 }
 

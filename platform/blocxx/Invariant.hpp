@@ -8,8 +8,6 @@
 // text for the user.
 #pragma once
 
-#include <source_location>
-
 #include "blocxx/Exception.hpp"
 
 namespace blocxx {
@@ -17,9 +15,9 @@ namespace blocxx {
 BLOCXX_DECLARE_EXCEPTION(Invariant)
 
 /// Returns `holds`. When it is false, aborts in a build with the sanitizers, so that tests find it.
-bool believed(bool holds, std::source_location place = std::source_location::current()) noexcept;
+bool believed(bool holds, CallSite place = CallSite::here()) noexcept;
 
 /// Throws InvariantException, which asks the user to report it, when `holds` is false.
-void ensured(bool holds, std::source_location place = std::source_location::current());
+void ensured(bool holds, CallSite place = CallSite::here());
 
 }  // namespace blocxx
