@@ -44,17 +44,10 @@ void createAccount() {
 }  // namespace
 
 blocxx::Process::Identity ensureAccount() {
-    if (const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT)) {
-        return *account;
+    if (!blocxx::Secure::lookupAccount(Layout::ACCOUNT)) {
+        createAccount();
     }
-    createAccount();
-    const auto account = blocxx::Secure::lookupAccount(Layout::ACCOUNT);
-    if (!account) {
-        BLOCXX_THROW(
-            blocxx::Exception,
-            blocxx::Format("the account \"%1\" was created but is not found", Layout::ACCOUNT));
-    }
-    return *account;
+    return blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT);
 }
 
 }  // namespace KovSetup
