@@ -39,9 +39,10 @@ Source open(const String& file) {
     if (file == "-") {
         return {"standard input", blocxx::FileSystem::readStandardInput(SourceText::MAX_SIZE)};
     }
-    return isSpecial(file) ? Source{file, blocxx::FileSystem::getFileContents(
-                                              file, blocxx::FileSystem::NamedBy::CALLER)}
-                           : MOF::includeFile(file, String());
+    return isSpecial(file)
+               ? Source{file, blocxx::FileSystem::getFileContents(
+                                  file, blocxx::FileSystem::NamedBy::CALLER, SourceText::MAX_SIZE)}
+               : MOF::includeFile(file, String());
 }
 
 void compileInto(Repository& repository, ContentWriter& writer, const String& ns,
