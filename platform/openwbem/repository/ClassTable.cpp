@@ -15,7 +15,7 @@ using blocxx::toLower;
 namespace {
 
 /// More than a whole schema; the limit bounds the memory.
-constexpr size_t MAX_KNOWN = 4000;
+constexpr size_t MAX_KNOWN = 2000;
 
 constexpr const char* REMOVE_REFERENCES = "DELETE FROM class_reference WHERE class=?";
 

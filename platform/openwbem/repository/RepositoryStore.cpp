@@ -16,8 +16,10 @@ RepositoryStore::RepositoryStore(const String& directory, RepositoryUse use)
     if (use == RepositoryUse::SERVED) {
         log.emplace(connection);
     } else {
-        WriteAheadLog::mergeLeft(connection);
+        WriteAheadLog::mergeLeftover(connection);
         connection.checkFormat();
+        // Who only reads goes through most pages once.
+        connection.execute("PRAGMA cache_size=-1024", "read");
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 /// The log is merged into the file when it has this many pages (16 MiB): often enough that end() is
 /// quick, rarely enough that the syncs do not matter.
 constexpr const char* SERVING_PRAGMAS =
-    "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=4096; PRAGMA cache_size=-32768;";
+    "PRAGMA synchronous=NORMAL; PRAGMA wal_autocheckpoint=4096; PRAGMA cache_size=-16384;";
 
 /// Whether the file's header says that there is, or may be, a log beside it.
 bool isLogged(Connection& connection) {
@@ -23,7 +23,7 @@ bool isLogged(Connection& connection) {
 }
 
 /// Releases the lock that is held between reads.
-void stopHolding(Connection& connection) {
+void releaseLock(Connection& connection) {
     connection.execute("PRAGMA locking_mode=NORMAL", "opened");
     connection.pragma("PRAGMA user_version");
 }
@@ -40,7 +40,7 @@ void endLog(Connection& connection) {
         OPENWBEM_THROW_CIM(FAILED, "The repository \"" + connection.file() +
                                        "\" cannot be written: its log is in use");
     }
-    stopHolding(connection);
+    releaseLock(connection);
 }
 
 }  // namespace
@@ -64,7 +64,7 @@ WriteAheadLog::WriteAheadLog(Connection& connection) : m_connection(connection) 
     }
 }
 
-void WriteAheadLog::mergeLeft(Connection& connection) {
+void WriteAheadLog::mergeLeftover(Connection& connection) {
     if (!isLogged(connection) && !connection.directory().has("-journal")) {
         return;
     }
@@ -73,7 +73,7 @@ void WriteAheadLog::mergeLeft(Connection& connection) {
     if (isLogged(connection)) {
         endLog(connection);
     } else {
-        stopHolding(connection);
+        releaseLock(connection);
     }
 }
 
