@@ -14,7 +14,7 @@ target_compile_definitions(common_test PRIVATE KOV_SOURCE="${CMAKE_SOURCE_DIR}")
 kov_unit_test(fennik_test
   SOURCES
     unit/cimom/AccountDirectory_test.cpp unit/cimom/FNUtils_test.cpp
-    unit/cimom/KeptFiles_test.cpp unit/cimom/RepositoryCopy_test.cpp
+    unit/cimom/HardLinkBackup_test.cpp unit/cimom/RepositoryCopy_test.cpp
     unit/cli/FNStartup_test.cpp unit/cli/Options_test.cpp
     unit/namespace/FNNamespaceRegistration_test.cpp unit/namespace/NamespaceUtils_test.cpp
     unit/product/FNConfigFile_test.cpp unit/product/FNProductRegistration_test.cpp

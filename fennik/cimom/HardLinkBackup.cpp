@@ -2,7 +2,7 @@
 //
 // The daemon's account may rename entries of these directories at any time, so every call is
 // relative to an open directory.
-#include "fennik/cimom/KeptFiles.hpp"
+#include "fennik/cimom/HardLinkBackup.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -38,7 +38,7 @@ struct stat statusOf(const blocxx::File& directory, const String& path) {
 
 }  // namespace
 
-KeptFiles::KeptFiles(const String& directory, const String& keeper)
+HardLinkBackup::HardLinkBackup(const String& directory, const String& keeper)
     : m_path(keeper),
       m_name(FileSystem::Path::basename(keeper)),
       m_parent(AccountDirectory::openParentOf(keeper)) {
@@ -53,16 +53,16 @@ KeptFiles::KeptFiles(const String& directory, const String& keeper)
     }
 }
 
-KeptFiles::~KeptFiles() {
+HardLinkBackup::~HardLinkBackup() {
     drop();
 }
 
-bool KeptFiles::makeKeeper() {
+bool HardLinkBackup::makeKeeper() {
     return ::mkdirat(m_parent.getFileDescriptor(), m_name.c_str(), 0700) == 0;
 }
 
 /// Refuses a directory of another owner, so that drop() never deletes somebody else's files.
-void KeptFiles::openKeeper() {
+void HardLinkBackup::openKeeper() {
     blocxx::File keeper = AccountDirectory::openIn(m_parent, m_path);
     const uid_t owner = statusOf(keeper, m_path).st_uid;
     if (owner != m_status.st_uid && owner != ::geteuid()) {
@@ -72,7 +72,7 @@ void KeptFiles::openKeeper() {
     m_keeper = keeper;
 }
 
-void KeptFiles::open() {
+void HardLinkBackup::open() {
     if (!makeKeeper()) {
         if (errno != EEXIST) {
             fail("Cannot make the directory \"%1\"", m_path);
@@ -94,7 +94,7 @@ void KeptFiles::open() {
     }
 }
 
-void KeptFiles::linkFiles(const blocxx::File& from) {
+void HardLinkBackup::linkFiles(const blocxx::File& from) {
     for (const String& name : fileNames(from)) {
         if (::linkat(from.getFileDescriptor(), name.c_str(), m_keeper.getFileDescriptor(),
                      name.c_str(), 0) != 0) {
@@ -105,7 +105,7 @@ void KeptFiles::linkFiles(const blocxx::File& from) {
 }
 
 // The next run recognises what remains by its name and replaces it.
-void KeptFiles::drop() noexcept {
+void HardLinkBackup::drop() noexcept {
     if (!m_keeper) {
         return;
     }
@@ -120,7 +120,7 @@ void KeptFiles::drop() noexcept {
     m_keeper.close();
 }
 
-void KeptFiles::putBack(const String& directory) {
+void HardLinkBackup::putBack(const String& directory) {
     try {
         putBackFiles(directory);
     } catch (const blocxx::Exception& e) {
@@ -132,7 +132,7 @@ void KeptFiles::putBack(const String& directory) {
     }
 }
 
-void KeptFiles::putBackFiles(const String& directory) {
+void HardLinkBackup::putBackFiles(const String& directory) {
     const String place = FileSystem::Path::basename(directory);
     const bool isNew = ::mkdirat(m_parent.getFileDescriptor(), place.c_str(), 0700) == 0;
     blocxx::File target = AccountDirectory::openIn(m_parent, directory);

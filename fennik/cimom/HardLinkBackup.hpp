@@ -15,16 +15,16 @@ namespace KOVNS2 {
 
 using blocxx::String;
 
-class KeptFiles {
+class HardLinkBackup {
 public:
     /// Links the files of `directory` into the new directory `keeper`, which has the same parent
     /// and the same owner. Replaces a keeper that a killed run left behind. Throws
     /// FileSystemException after removing what it made.
-    KeptFiles(const String& directory, const String& keeper);
+    HardLinkBackup(const String& directory, const String& keeper);
     /// Removes the keeper, unless putBack() failed.
-    ~KeptFiles();
-    KeptFiles(const KeptFiles&) = delete;
-    KeptFiles& operator=(const KeptFiles&) = delete;
+    ~HardLinkBackup();
+    HardLinkBackup(const HardLinkBackup&) = delete;
+    HardLinkBackup& operator=(const HardLinkBackup&) = delete;
 
     /// Restores the missing files of `directory`, and the directory itself. `directory` is its
     /// current path, beside the keeper. An undo step: a failure is logged with what to do by hand.

@@ -10,7 +10,7 @@
 #include "blocxx/Logger.hpp"
 #include "blocxx/Secure.hpp"
 #include "fennik/cimom/AccountDirectory.hpp"
-#include "fennik/cimom/KeptFiles.hpp"
+#include "fennik/cimom/HardLinkBackup.hpp"
 #include "fennik/cimom/RepositoryEnvironment.hpp"
 #include "fennik/cimom/RepositoryHolder.hpp"
 #include "fennik/common/ErrorCode.hpp"
@@ -73,7 +73,7 @@ file_type typeOf(const String& path) {
 
 /// Runs `step`; wraps its failure in a FennikException with the step's exit status.
 template <class Step>
-void asStep(const char* message, int errorCode, Step step) {
+void wrapFailure(const char* message, int errorCode, Step step) {
     try {
         step();
     } catch (const blocxx::Exception& e) {
@@ -82,7 +82,7 @@ void asStep(const char* message, int errorCode, Step step) {
 }
 
 /// The cause to report when something is at the backup's path; none for other values of `errnum`.
-std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum) {
+std::optional<blocxx::FileSystemException> obstacleFailure(const String& to, int errnum) {
     if (errnum != ENOTEMPTY && errnum != EEXIST && errnum != ENOTDIR) {
         return std::nullopt;
     }
@@ -97,7 +97,7 @@ std::optional<blocxx::FileSystemException> leftOver(const String& to, int errnum
 }
 
 [[noreturn]] void failRenaming(const String& from, const String& to, int errnum) {
-    const auto cause = leftOver(to, errnum);
+    const auto cause = obstacleFailure(to, errnum);
     throw FennikException(
         Format("Unable to move %1 to %2. ::rename set errno = %3", from, to, errnum),
         ErrorCode::REPOSITORY_NOT_EXCHANGED, cause ? &*cause : nullptr);
@@ -200,7 +200,7 @@ void RepositoryCopy::Init() {
                     {false, "Nothing was copied: the repository directory is a link.", {}});
     }
     checkBackupPlace(live, m_prefix + BACKUP);
-    holdLive(command);
+    lockLiveRepository(command);
     // From here on this run owns the copy, complete or not. Whatever had its name before, such as a
     // file, is not this run's to remove.
     m_initialised = typeOf(copy) == file_type::not_found;
@@ -220,7 +220,7 @@ void RepositoryCopy::Init() {
 // The lock belongs to the file and survives renames of its directory; cp takes no lock. It ends
 // with this object, or when this process opens and closes the file other than through SQLite, which
 // nothing here does. Not needed below a prefix: no daemon serves it, and opening the copy fails.
-void RepositoryCopy::holdLive(const String& command) {
+void RepositoryCopy::lockLiveRepository(const String& command) {
     if (!m_prefix.empty()) {
         return;
     }
@@ -229,7 +229,7 @@ void RepositoryCopy::holdLive(const String& command) {
         m_live->repository().hold();
     } catch (const OpenWBEM::CIMException& e) {
         m_live.reset();
-        const String holder = holderOf(LIVE);
+        const String holder = describeLockHolder(LIVE);
         const String by = holder.empty() ? String() : ": it is in use by " + holder;
         failCopying(command, {false, "Nobody else can be kept from the repository" + by, {}}, &e);
     }
@@ -265,11 +265,11 @@ void RepositoryCopy::SwapInNewRepository() {
     const blocxx::Interruption::Deferred deferred;
     m_undo.clear();
     m_copy->repository().commit();
-    asStep("Unable to put the copy of the repository on the disk.",
-           ErrorCode::REPOSITORY_NOT_COPIED,
-           [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
-    asStep("Unable to keep everybody else from the copy of the repository.",
-           ErrorCode::REPOSITORY_NOT_COPIED, [this] { m_copy->repository().hold(); });
+    wrapFailure("Unable to put the copy of the repository on the disk.",
+                ErrorCode::REPOSITORY_NOT_COPIED,
+                [copy = m_prefix + COPY] { AccountDirectory::sync(copy); });
+    wrapFailure("Unable to keep everybody else from the copy of the repository.",
+                ErrorCode::REPOSITORY_NOT_COPIED, [this] { m_copy->repository().hold(); });
     undoOnFailure(m_undo, [this] { exchange(); });
     m_swapped = true;
     m_undo.clear();
@@ -282,11 +282,12 @@ void RepositoryCopy::exchange() {
     const String backup = m_prefix + BACKUP;
     const String copy = m_prefix + COPY;
     const String parent = m_prefix + Layout::DATA_DIRECTORY;
-    std::shared_ptr<KeptFiles> kept;
-    asStep("Unable to keep the files of the repository while its backup is removed.",
-           ErrorCode::BACKUP_NOT_REMOVED, [&] {
-               kept = std::make_shared<KeptFiles>(live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
-           });
+    std::shared_ptr<HardLinkBackup> kept;
+    wrapFailure("Unable to keep the files of the repository while its backup is removed.",
+                ErrorCode::BACKUP_NOT_REMOVED, [&] {
+                    kept = std::make_shared<HardLinkBackup>(
+                        live, m_prefix + Layout::REPOSITORY_KEPT_FILES);
+                });
     // Allocated now: a push that failed later would leave its step without an undo.
     m_undo.reserve(4);
     m_undo.emplace_back([parent] { FileSystem::syncDirectory(parent); });
@@ -294,8 +295,8 @@ void RepositoryCopy::exchange() {
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(backup, live); });
     RenameFileOrDir(copy, live);
     m_undo.emplace_back([=] { RenameFileOrDir_Cleanup(live, copy); });
-    asStep("Unable to put the new names of the repository directories on the disk.",
-           ErrorCode::REPOSITORY_NOT_EXCHANGED, [&] { FileSystem::syncEntries(parent); });
+    wrapFailure("Unable to put the new names of the repository directories on the disk.",
+                ErrorCode::REPOSITORY_NOT_EXCHANGED, [&] { FileSystem::syncEntries(parent); });
     m_undo.emplace_back([=] { kept->putBack(backup); });
     removeBackup(backup);
 }

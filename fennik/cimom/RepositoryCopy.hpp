@@ -41,7 +41,7 @@ public:
 
 private:
     void Init();
-    void holdLive(const String& command);
+    void lockLiveRepository(const String& command);
     void openCopy();
     void exchange();
     void discard() noexcept;

@@ -14,7 +14,7 @@ using blocxx::String;
 namespace {
 
 /// The process that has a lock on the file, or 0.
-pid_t lockerOf(const String& directory) {
+pid_t lockHolderPid(const String& directory) {
     const blocxx::File place = AccountDirectory::open(directory);
     const blocxx::File file(::openat(place.getFileDescriptor(), OpenWBEM::CIMRepository::FILE_NAME,
                                      O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -39,9 +39,9 @@ String nameOf(const String& number) {
 
 }  // namespace
 
-String holderOf(const String& directory) {
+String describeLockHolder(const String& directory) {
     try {
-        const pid_t process = lockerOf(directory);
+        const pid_t process = lockHolderPid(directory);
         const String number = std::to_string(process);
         return process == 0 ? String() : "process " + number + nameOf(number);
     } catch (const blocxx::FileSystemException&) {

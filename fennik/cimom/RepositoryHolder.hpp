@@ -9,6 +9,6 @@ namespace KOVNS2 {
 
 /// The holder of the repository in `directory`, as "process 4711 (owcimomd)"; empty when there is
 /// none or it cannot be found out. Drops this process's own record locks on the file.
-blocxx::String holderOf(const blocxx::String& directory);
+blocxx::String describeLockHolder(const blocxx::String& directory);
 
 }  // namespace KOVNS2

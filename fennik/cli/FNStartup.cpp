@@ -113,7 +113,7 @@ String lockHolder() {
     return number.substr(0, number.find_first_not_of("0123456789"));
 }
 
-void noteLockHolder() {
+void writeOwnPid() {
     const String number = std::to_string(::getpid()) + "\n";
     struct stat info = {};
     // In somebody else's staged tree the file may be a hard link to another file. Without the id,
@@ -124,7 +124,7 @@ void noteLockHolder() {
     }
 }
 
-void tellWhatIsWaitedFor(const String& path) {
+void reportLockWait(const String& path) {
     const String holder = lockHolder();
     const String who = holder.empty() ? "another process" : "process " + holder;
     StandardStreams::writeError("Waiting for " + who + ", which holds the lock \"" + path +
@@ -142,7 +142,7 @@ int waitForLock(const String& path) {
                 return 0;
             }
         }
-        tellWhatIsWaitedFor(path);
+        reportLockWait(path);
     }
     return g_lockFile.getOwnLock(blocxx::File::E_WRITE_LOCK);
 }
@@ -171,7 +171,7 @@ void acquireLock(const String& prefix) {
         throw FennikException(Format("Failed to lock lockfile: %1", std::strerror(errnum)),
                               ErrorCode::LOCK_NOT_TAKEN);
     }
-    noteLockHolder();
+    writeOwnPid();
 }
 
 }  // namespace KOVNS2

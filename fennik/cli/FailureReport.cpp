@@ -73,7 +73,7 @@ int reportFailure(const blocxx::Logger& logger) noexcept {
     }
 }
 
-void reportWhatCameTooLate() noexcept {
+void reportLateFailure() noexcept {
     try {
         blocxx::Interruption::check();
     } catch (const blocxx::InterruptedException& e) {

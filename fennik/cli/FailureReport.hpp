@@ -12,6 +12,6 @@ int reportFailure(const blocxx::Logger& logger) noexcept;
 
 /// After a complete operation: reports a signal, or a failure of the debug log, that came too late
 /// to make the run fail.
-void reportWhatCameTooLate() noexcept;
+void reportLateFailure() noexcept;
 
 }  // namespace KOVNS2

@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
         blocxx::WaitpidThreadFix::setWaitpidThreadFixEnabled(false);
         ::umask(077);
         const int status = KOVNS2::runFennik(argc, argv, logger);
-        KOVNS2::reportWhatCameTooLate();
+        KOVNS2::reportLateFailure();
         return status;
     } catch (...) {
         const int status = KOVNS2::reportFailure(logger);

@@ -34,7 +34,7 @@ CIMObjectPath reservedByPath(const String& productName, const String& ns) {
 
 namespace {
 
-bool mayOwn(const String& productName, const String& ns) {
+bool isOwnNamespace(const String& productName, const String& ns) {
     return ns.starts_with(productName) || (productName == "dorvik" && ns.starts_with("zeb"));
 }
 
@@ -42,7 +42,7 @@ bool mayOwn(const String& productName, const String& ns) {
 
 void CheckNSBeginWithProd(const StringArray& namespaces, const String& productName, int errorCode) {
     for (const String& ns : namespaces) {
-        if (!mayOwn(productName, ns)) {
+        if (!isOwnNamespace(productName, ns)) {
             throw FennikException(
                 blocxx::Format("Namespace %1 must begin with %2.", ns, productName), errorCode);
         }

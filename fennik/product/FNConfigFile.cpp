@@ -31,8 +31,8 @@ UnitLog log() {
 }
 
 /// Something other than a file is in the snippet's place. Only the administrator knows why.
-FileSystemException somethingElse(const String& path, const char* what, int errnum,
-                                  CallSite place = CallSite::here()) {
+FileSystemException notARegularFile(const String& path, const char* what, int errnum,
+                                    CallSite place = CallSite::here()) {
     const String message = blocxx::Format(
         "\"%1\" is %2 and not a file: fennik neither reads nor removes it. Remove it, or put a "
         "file with the configuration in its place; then run the command again.",
@@ -46,10 +46,10 @@ void requireRegularFile(const blocxx::File& file, const String& path) {
         BLOCXX_THROW_ERRNO(FileSystemException, "Unable to read " + path);
     }
     if (S_ISDIR(info.st_mode)) {
-        throw somethingElse(path, "a directory", EISDIR);
+        throw notARegularFile(path, "a directory", EISDIR);
     }
     if (!S_ISREG(info.st_mode)) {
-        throw somethingElse(path, "a pipe or a device", EINVAL);
+        throw notARegularFile(path, "a pipe or a device", EINVAL);
     }
 }
 
@@ -65,7 +65,7 @@ std::optional<String> readSnippet(const String& productName, const String& path)
             return std::nullopt;
         }
         if (errno == ELOOP) {
-            throw somethingElse(path, "a symbolic link", ELOOP);
+            throw notARegularFile(path, "a symbolic link", ELOOP);
         }
         BLOCXX_THROW_ERRNO(FileSystemException, "Unable to open " + path);
     }
@@ -155,7 +155,7 @@ void renameIntoPlace(const String& tempPath, const String& path) {
         return;
     }
     const int errnum = errno;
-    const FileSystemException directory = somethingElse(path, "a directory", EISDIR);
+    const FileSystemException directory = notARegularFile(path, "a directory", EISDIR);
     CleanupTempFile_ReportErrno("Unable to create the file " + path, tempPath, errnum,
                                 errnum == EISDIR ? &directory : nullptr);
 }

@@ -159,7 +159,7 @@ void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
 
 namespace {
 
-void checkMayGo(const String& productName) {
+void requireDeregistrable(const String& productName) {
     if (productName == KOV_PRODUCT_NAME) {
         throw FennikException(Format("Deregistration of %1 is not allowed.", KOV_PRODUCT_NAME),
                               ErrorCode::INFRASTRUCTURE_NOT_DEREGISTERED);
@@ -197,7 +197,7 @@ void removeAllowedUsersFile(const String& productName, const String& prefix) {
 void deregisterProduct(const CIMOMHandleIFCRef& handle, const String& productName,
                        const String& prefix, CleanupActions_t& undo) {
     log().debug("Deregistering product \"%1\"", productName);
-    checkMayGo(productName);
+    requireDeregistrable(productName);
     const CIMObjectPath path = CheckProductRegistration(handle, productName);
     DeregisterProviders(handle, productName, prefix, undo);
     deregisterNamespaces(handle, productName, listNamespaces(handle, productName));

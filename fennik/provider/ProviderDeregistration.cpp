@@ -124,9 +124,9 @@ void removePrivilegeFiles(const ProviderTarget& target,
 }
 
 /// Calls `removal`. Appends it to `putOff` when it fails with one of the codes `inUse`.
-void removeOrPutOff(const boost::function<void()>& removal,
-                    std::initializer_list<CIMException::ErrNoType> inUse,
-                    Array<boost::function<void()>>& putOff) {
+void removeOrDefer(const boost::function<void()>& removal,
+                   std::initializer_list<CIMException::ErrNoType> inUse,
+                   Array<boost::function<void()>>& putOff) {
     try {
         removal();
     } catch (const CIMException& e) {
@@ -139,7 +139,7 @@ void removeOrPutOff(const boost::function<void()>& removal,
 
 /// Calls every removal, and again those that failed, until none is left or none succeeds. Then
 /// throws one of the failures.
-void removeRest(Array<boost::function<void()>>& removals) {
+void removeDeferred(Array<boost::function<void()>>& removals) {
     while (!removals.empty()) {
         const size_t before = removals.size();
         std::exception_ptr failure;
@@ -181,22 +181,22 @@ void ProviderDeregistration::removeSchema(const OOP1ProviderRegistration& regist
     for (auto cls = classes.rbegin(); cls != classes.rend(); ++cls) {
         removeInstancesOfClass(m_target, ns, cls->getName());
         stepLog().debug("Deleting class: %1:%2", ns, cls->getName());
-        removeOrPutOff(boost::bind(&removeClass, boost::cref(m_target), ns, *cls, repair),
-                       // Its instances may be embedded in instances that are not removed yet.
-                       {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES},
-                       m_classes);
+        removeOrDefer(boost::bind(&removeClass, boost::cref(m_target), ns, *cls, repair),
+                      // Its instances may be embedded in instances that are not removed yet.
+                      {CIMException::CLASS_HAS_CHILDREN, CIMException::CLASS_HAS_INSTANCES},
+                      m_classes);
     }
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
         stepLog().debug("Deleting qualifier type: %1:%2", ns, qualifierType.getName());
-        removeOrPutOff(
+        removeOrDefer(
             boost::bind(&removeQualifierType, boost::cref(m_target), ns, qualifierType, repair),
             {CIMException::FAILED}, m_qualifierTypes);
     }
 }
 
 void ProviderDeregistration::finish() {
-    removeRest(m_classes);
-    removeRest(m_qualifierTypes);
+    removeDeferred(m_classes);
+    removeDeferred(m_qualifierTypes);
 }
 
 }  // namespace KOVNS2

@@ -34,7 +34,7 @@ String OOP1ProviderRegistration::instanceID() const {
     return text(registrationInstance(), "InstanceID");
 }
 
-OOP1ProviderRegistration OOP1ProviderRegistration::asCreated(
+OOP1ProviderRegistration OOP1ProviderRegistration::withCreatedObjects(
     Array<OpenWBEM::CIMQualifierType> qualifiers, Array<OpenWBEM::CIMInstance> instances) const {
     OOP1ProviderParts parts = m_parts;
     parts.providerQualifiers = std::move(qualifiers);

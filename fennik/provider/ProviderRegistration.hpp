@@ -75,8 +75,8 @@ public:
     String instanceID() const;
 
     /// A copy with these qualifier types and provider instances.
-    OOP1ProviderRegistration asCreated(Array<OpenWBEM::CIMQualifierType> qualifiers,
-                                       Array<OpenWBEM::CIMInstance> instances) const;
+    OOP1ProviderRegistration withCreatedObjects(Array<OpenWBEM::CIMQualifierType> qualifiers,
+                                                Array<OpenWBEM::CIMInstance> instances) const;
 
 private:
     OOP1ProviderParts m_parts;

@@ -167,7 +167,7 @@ OOP1ProviderRegistration createProviderObjects(const ProviderTarget& target,
         log.debug("Creating instance of class: %1 for %2", instance.getClassName(), id);
         created.push_back(keysOnly(create(target, ns, instance)));
     }
-    return registration.asCreated(std::move(own), std::move(created));
+    return registration.withCreatedObjects(std::move(own), std::move(created));
 }
 
 void createRecord(const ProviderTarget& target, const OOP1ProviderRegistration& registration) {

@@ -28,9 +28,9 @@ constexpr uint64_t INDICATION_EXPORT = 7;
 constexpr const char* UNPRIVILEGED = "3";
 constexpr const char* MONITORED = "4";
 
-class Examination {
+class RegistrationRules {
 public:
-    explicit Examination(const CIMInstance& instance)
+    explicit RegistrationRules(const CIMInstance& instance)
         : m_instance(instance), m_id(text(instance, "InstanceID")) {}
 
     void checkName(const String& productName) const {
@@ -129,7 +129,7 @@ private:
 }  // namespace
 
 void validateRegistrationInstance(const CIMInstance& instance, const ValidationContext& context) {
-    const Examination examination(instance);
+    const RegistrationRules examination(instance);
     examination.checkName(context.productName);
     examination.checkProcess(context.productName, context.programMustExist);
     if (instance.getClassName() == OOP_REGISTRATION) {

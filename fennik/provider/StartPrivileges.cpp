@@ -63,7 +63,7 @@ public:
     void endInclude() override {}
 };
 
-bool saysWhatItMeans(const Statement& statement) {
+bool isParsedAsMeant(const Statement& statement) {
     NoIncludes includes;
     PrivilegeConfig::Privileges found;
     try {
@@ -76,10 +76,10 @@ bool saysWhatItMeans(const Statement& statement) {
 
 /// The property that makes the text of a statement mean something else.
 String misreadProperty(const Statement& statement) {
-    if (!saysWhatItMeans({statement.monitored, statement.process, {}, AGENT_USER})) {
+    if (!isParsedAsMeant({statement.monitored, statement.process, {}, AGENT_USER})) {
         return "Process";
     }
-    return saysWhatItMeans({statement.monitored, statement.process, {}, statement.name})
+    return isParsedAsMeant({statement.monitored, statement.process, {}, statement.name})
                ? "Args"
                : "InstanceID";
 }
@@ -100,7 +100,7 @@ String generate(const CIMInstance& registrationInstance, bool monitored) {
         monitored, text(registrationInstance, "Process"),
         registrationInstance.getPropertyValue("Args"),
         monitored ? PrivilegeFiles::fileName(registrationInstance) : String(AGENT_USER)};
-    if (!saysWhatItMeans(statement)) {
+    if (!isParsedAsMeant(statement)) {
         const String property = misreadProperty(statement);
         throw FennikException(
             Format("Instance %1: %2 property cannot be written into a privilege file: %3",

@@ -37,7 +37,7 @@ constexpr const char* INFRASTRUCTURE = "kov";
 
 /// Logs the beginning and the end of a step.
 template <class Gather>
-XMLNode framed(const char* step, const String& productName, Gather gather) {
+XMLNode withStepLog(const char* step, const String& productName, Gather gather) {
     log().debug("%1() called for \"%2\"", step, productName);
     XMLNode node = gather();
     log().debug("%1() done for \"%2\"", step, productName);
@@ -59,7 +59,7 @@ Array<CIMInstance> runQuery(CIMOMHandleIFC& handle, const char* ns, const char* 
 }
 
 XMLNode gatherAllowedUsers(const CIMOMHandleIFCRef& handle, const String& productName) {
-    return framed("gatherAllowedUsers", productName, [&] {
+    return withStepLog("gatherAllowedUsers", productName, [&] {
         XMLNode users(ALLOWED_USERS);
         const CIMInstance product = handle->getInstance(KOV_NS, productPath(productName));
         if (blocxx::Logger("fennik").isDebugEnabled()) {
@@ -77,8 +77,9 @@ XMLNode gatherAllowedUsers(const CIMOMHandleIFCRef& handle, const String& produc
 
 /// Reads this machine's snippet, even when the repository is that of a staged tree.
 XMLNode gatherConfigFiles(const String& productName) {
-    return framed("gatherConfigFiles", productName,
-                  [&] { return createNamedNode(CONFIG_FILE, getConfigFile(productName, "")); });
+    return withStepLog("gatherConfigFiles", productName, [&] {
+        return createNamedNode(CONFIG_FILE, getConfigFile(productName, ""));
+    });
 }
 
 XMLNode createAccessNode(const String& ns, const CIMInstance& access) {
@@ -107,7 +108,7 @@ const Array<CIMInstance>& rightsTo(const String& ns, CIMOMHandleIFC& handle, Acc
 
 XMLNode gatherNamespaceRegistration(const CIMOMHandleIFCRef& handle, const String& productName,
                                     AccessRights& rights) {
-    return framed("gatherNamespaceRegistration", productName, [&] {
+    return withStepLog("gatherNamespaceRegistration", productName, [&] {
         XMLNode registration(NAMESPACE_REGISTRATION);
         for (const String& ns : listNamespaces(handle, productName)) {
             XMLNode node(NAMESPACE);
@@ -155,7 +156,7 @@ XMLNode createProviderRegistrationNode(const ProviderRegistration& registration)
 
 // Reads this machine's privilege files, even when the repository is that of a staged tree.
 XMLNode gatherProviderRegistration(const CIMOMHandleIFCRef& handle, const String& productName) {
-    return framed("gatherProviderRegistration", productName, [&] {
+    return withStepLog("gatherProviderRegistration", productName, [&] {
         XMLNode providers(REGISTERED_PROVIDERS);
         for (const auto& registration : GetCurrentProviderRegistrations(handle, productName, "")) {
             providers.addChild(createProviderRegistrationNode(*registration));
@@ -165,7 +166,7 @@ XMLNode gatherProviderRegistration(const CIMOMHandleIFCRef& handle, const String
 }
 
 XMLNode gatherProductInstances(const CIMOMHandleIFCRef& handle, const String& productName) {
-    return framed("gatherProductInstances", productName, [&] {
+    return withStepLog("gatherProductInstances", productName, [&] {
         XMLNode instances(PRODUCT_INSTANCES);
         for (const String& ns : listNamespaces(handle, productName)) {
             XMLNode node(NAMESPACE_INSTANCES);
@@ -179,7 +180,7 @@ XMLNode gatherProductInstances(const CIMOMHandleIFCRef& handle, const String& pr
 
 XMLNode createProductDump(const CIMOMHandleIFCRef& handle, const String& productName,
                           AccessRights& rights) {
-    return framed("createProductDump", productName, [&] {
+    return withStepLog("createProductDump", productName, [&] {
         XMLNode product(PRODUCT);
         product.addChild(createNamedNode(NAME, productName));
         product.addChild(gatherAllowedUsers(handle, productName));

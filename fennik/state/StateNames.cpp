@@ -16,7 +16,7 @@ using blocxx::Format;
 namespace {
 
 /// `text` without white space that is layout.
-String laidOut(const String& text) {
+String withoutLayout(const String& text) {
     const String name = trimmed(text);
     const size_t begin = text.find(name);
     const auto isLayout = [](const String& space) { return space.find('\n') != String::npos; };
@@ -40,7 +40,7 @@ void checkUsers(const XMLNode& list, const char* entryName, const String& produc
     for (const XMLNode& entry : list ? list.getChildren() : Array<XMLNode>()) {
         const XMLNode user = entry.getName() == entryName ? entry : entry.findChild(entryName);
         if (user) {
-            refuse(productName, userFault(laidOut(user.getText())));
+            refuse(productName, userFault(withoutLayout(user.getText())));
         }
     }
 }
@@ -50,7 +50,7 @@ void checkProduct(const XMLNode& product) {
     if (!nameNode) {
         return;
     }
-    const String name = laidOut(nameNode.getText());
+    const String name = withoutLayout(nameNode.getText());
     refuse(name, productFault(name));
     checkUsers(product.findChild(ALLOWED_USERS), USER_NAME, name);
     if (const XMLNode registration = product.findChild(NAMESPACE_REGISTRATION)) {

@@ -79,7 +79,7 @@ void Proof::refuseFault(const String& fault, CallSite place) const {
 void Proof::prove(const XMLNode& product) const {
     try {
         // XML cannot represent most control characters, or bytes that are not UTF-8.
-        if (!product.comesBack()) {
+        if (!product.survivesRoundTrip()) {
             refuse("it would be read as another");
         }
     } catch (const OpenWBEM::XMLNodeException& e) {

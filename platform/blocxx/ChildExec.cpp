@@ -78,7 +78,7 @@ bool isExactly(const Process::Identity& identity) noexcept {
 }
 
 /// Changes to the account. Fails with errno set, also when the process could become root again.
-bool assume(const Process::Identity& identity) noexcept {
+bool changeIdentity(const Process::Identity& identity) noexcept {
     if (setgroups(1, &identity.gid) != 0 ||
         setresgid(identity.gid, identity.gid, identity.gid) != 0 ||
         setresuid(identity.uid, identity.uid, identity.uid) != 0 || !isExactly(identity)) {
@@ -93,7 +93,7 @@ bool assume(const Process::Identity& identity) noexcept {
 
 }  // namespace
 
-void becomeProgram(const ChildPlan& plan) noexcept {
+void execProgram(const ChildPlan& plan) noexcept {
     if (setpgid(0, 0) != 0) {
         fail("making a process group", plan.errorPipe);
     }
@@ -104,7 +104,7 @@ void becomeProgram(const ChildPlan& plan) noexcept {
     if (plan.asAtBoot && geteuid() == 0) {
         takeBootSurroundings();
     }
-    if (plan.identity && !assume(*plan.identity)) {
+    if (plan.identity && !changeIdentity(*plan.identity)) {
         fail("changing to the account", ERROR_PIPE);
     }
     execve(plan.argv[0], plan.argv, plan.environment);

@@ -28,6 +28,6 @@ struct ChildPlan {
 
 /// Becomes the program, or reports a ChildFailure and ends the child. The descriptors of the plan
 /// must be above 2 and all signals blocked.
-[[noreturn]] void becomeProgram(const ChildPlan& plan) noexcept;
+[[noreturn]] void execProgram(const ChildPlan& plan) noexcept;
 
 }  // namespace blocxx

@@ -128,7 +128,7 @@ void ChildProcess::start(const Process::Command& command, int input, int output)
         const AllSignalsBlocked blocked;
         m_pid = ::fork();
         if (m_pid == 0) {
-            becomeProgram(plan);
+            execProgram(plan);
         }
     }
     if (m_pid < 0) {
@@ -138,7 +138,7 @@ void ChildProcess::start(const Process::Command& command, int input, int output)
     ::setpgid(m_pid, m_pid);
     static_cast<void>(errors.writeSide.close());
     try {
-        throwUnlessStarted(command.argv[0], errors.readSide.getFileDescriptor());
+        checkStarted(command.argv[0], errors.readSide.getFileDescriptor());
         m_exitEvent = File(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
     } catch (...) {
         kill();
@@ -147,7 +147,7 @@ void ChildProcess::start(const Process::Command& command, int input, int output)
     }
 }
 
-void ChildProcess::throwUnlessStarted(const String& program, int errorPipe) {
+void ChildProcess::checkStarted(const String& program, int errorPipe) {
     ChildFailure failure = {};
     ssize_t count = 0;
     do {
@@ -219,8 +219,7 @@ void ChildProcess::drain(String& output, size_t limit) {
     while (m_output && limit > 0) {
         const ssize_t count = m_output.read(buffer.data(), std::min(buffer.size(), limit));
         if (count > 0) {
-            const size_t room =
-                Process::MOST_OUTPUT - std::min(output.size(), Process::MOST_OUTPUT);
+            const size_t room = Process::MAX_OUTPUT - std::min(output.size(), Process::MAX_OUTPUT);
             output.append(buffer.data(), std::min(static_cast<size_t>(count), room));
             limit -= static_cast<size_t>(count);
         } else if (count == 0) {

@@ -22,7 +22,7 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// Appends what the child writes to `output`, up to Process::MOST_OUTPUT bytes in all, until
+    /// Appends what the child writes to `output`, up to Process::MAX_OUTPUT bytes in all, until
     /// the child has ended, `deadline` has come or the run is interrupted. True when it has ended.
     bool collectUntil(Clock::time_point deadline, String& output);
     /// Kills the child and its whole process group.
@@ -32,7 +32,7 @@ public:
 
 private:
     void start(const Process::Command& command, int input, int output);
-    void throwUnlessStarted(const String& program, int errorPipe);
+    void checkStarted(const String& program, int errorPipe);
     bool hasEnded() const;
     void waitForEvent(Clock::time_point deadline) const;
     /// Reads at most `limit` bytes, without waiting.

@@ -61,9 +61,9 @@ namespace {
 
 /// Sets SIGCHLD to its default for a scope. A process that ignores it, perhaps because its parent
 /// did, loses the exit statuses of its children.
-class ChildrenAreKept {
+class DefaultSigchld {
 public:
-    ChildrenAreKept() {
+    DefaultSigchld() {
         struct sigaction standard = {};
         standard.sa_handler = SIG_DFL;
         sigaction(SIGCHLD, nullptr, &m_before);
@@ -72,13 +72,13 @@ public:
             sigaction(SIGCHLD, &standard, nullptr);
         }
     }
-    ~ChildrenAreKept() {
+    ~DefaultSigchld() {
         if (m_changed) {
             sigaction(SIGCHLD, &m_before, nullptr);
         }
     }
-    ChildrenAreKept(const ChildrenAreKept&) = delete;
-    ChildrenAreKept& operator=(const ChildrenAreKept&) = delete;
+    DefaultSigchld(const DefaultSigchld&) = delete;
+    DefaultSigchld& operator=(const DefaultSigchld&) = delete;
 
 private:
     struct sigaction m_before = {};
@@ -104,7 +104,7 @@ Status run(const Command& command, String& output) {
     const Clock::time_point deadline = command.timeLimit > noLimit
                                            ? Clock::now() + std::min(command.timeLimit, longest)
                                            : Clock::time_point::max();
-    const ChildrenAreKept kept;
+    const DefaultSigchld kept;
     ChildProcess child(command);
     if (child.collectUntil(deadline, output)) {
         return Status::fromWaitStatus(child.reap());

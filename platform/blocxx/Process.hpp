@@ -65,10 +65,10 @@ struct Command {
 
 /// How much of a program's output is kept, in bytes. A program of another account may write without
 /// end.
-inline constexpr size_t MOST_OUTPUT = size_t{1} << 20;
+inline constexpr size_t MAX_OUTPUT = size_t{1} << 20;
 
 /// Runs the command and replaces `output` by its standard output and error together; drops what
-/// exceeds MOST_OUTPUT bytes. Waits for the end of the program, not for others that hold the pipe.
+/// exceeds MAX_OUTPUT bytes. Waits for the end of the program, not for others that hold the pipe.
 /// Kills its whole process group at the time limit and when the run is interrupted
 /// (Interruption.hpp). Throws a ProcessException that names the program and the reason when it
 /// cannot be started.

@@ -18,13 +18,13 @@ String usage(const Program& program) {
            program.description + "\n\n" + CmdLineParser::getUsage(program.options, 80);
 }
 
-int complain(const Program& program, const String& message, int status) {
+int printError(const Program& program, const String& message, int status) {
     std::cerr << program.name << ": error: " << printable(message) << "\n";
     return status;
 }
 
-int complainUsage(const Program& program, const String& message) {
-    return complain(program, message + "\n\n" + usage(program), program.usageErrorStatus);
+int printUsageError(const Program& program, const String& message) {
+    return printError(program, message + "\n\n" + usage(program), program.usageErrorStatus);
 }
 
 String describe(const CmdLineParserException& e) {
@@ -48,7 +48,7 @@ int carryOut(const Program& program, const CmdLineParser& parser) {
         return 0;
     }
     if (program.missingOperand != nullptr && parser.getNonOptionArgs().empty()) {
-        return complainUsage(program, program.missingOperand);
+        return printUsageError(program, program.missingOperand);
     }
     return program.work(parser);
 }
@@ -65,13 +65,13 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
                                        : CmdLineParser::E_NON_OPTION_ARGS_INVALID);
         return carryOut(program, parser);
     } catch (const CmdLineParserException& e) {
-        return complainUsage(program, describe(e));
+        return printUsageError(program, describe(e));
     } catch (const Exception& e) {
-        return complain(program, e.getMessage(), FAILED);
+        return printError(program, e.getMessage(), FAILED);
     } catch (const std::exception& e) {
-        return complain(program, e.what(), FAILED);
+        return printError(program, e.what(), FAILED);
     } catch (...) {
-        return complain(program, "unknown error", FAILED);
+        return printError(program, "unknown error", FAILED);
     }
 }
 

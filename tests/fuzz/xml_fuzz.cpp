@@ -39,7 +39,7 @@ void checkReprinted(const XMLNode& node) {
     std::ostringstream out;
     node.printNode(out);
     const std::string text = out.str();
-    if (!node.comesBack()) {
+    if (!node.survivesRoundTrip()) {
         find("does not come back", text);
     }
     try {

@@ -23,10 +23,11 @@ constexpr CmdLineParser::Option OPTIONS[] = {Program::HELP_OPTION, Program::VERS
                                              Program::END_OF_OPTIONS};
 
 // No installation works without these, and only setting it up anew restores them.
-constexpr const char* NEEDED[] = {Layout::INTEROP_NS, Layout::SECURITY_NS, Layout::KOV_NS};
+constexpr const char* SYSTEM_NAMESPACES[] = {Layout::INTEROP_NS, Layout::SECURITY_NS,
+                                             Layout::KOV_NS};
 
-void refuseNeeded(const String& ns) {
-    for (const char* needed : NEEDED) {
+void refuseSystemNamespace(const String& ns) {
+    for (const char* needed : SYSTEM_NAMESPACES) {
         if (blocxx::equalsIgnoreCase(ns, needed)) {
             OPENWBEM_THROW_CIM(FAILED, "every installation needs it");
         }
@@ -82,7 +83,7 @@ void attemptEach(const Request& request, const std::function<void(const String&)
 
 void checkDeletable(const Repository& repository, const Request& request) {
     attemptEach(request, [&](const String& ns) {
-        refuseNeeded(ns);
+        refuseSystemNamespace(ns);
         if (!repository.hasNameSpace(ns)) {
             OPENWBEM_THROW_CIM(NOT_FOUND, Format("there is no namespace \"%1\"", ns));
         }

@@ -95,7 +95,7 @@ CIMClass CIMClass::filter(const ModelSupport::ObjectFilter& cut) const {
     return result;
 }
 
-void CIMClass::noteDerivedFrom(const CIMClass* superClass) {
+void CIMClass::recordDerivedFrom(const CIMClass* superClass) {
     m_rep.write().derivedFrom.value = Rep::idOf(superClass);
 }
 

@@ -53,7 +53,7 @@ public:
 
     /// For ClassDerivation: records, until this class is changed, that it was derived from
     /// `superClass` (null at the top).
-    void noteDerivedFrom(const CIMClass* superClass);
+    void recordDerivedFrom(const CIMClass* superClass);
     /// Whether that is recorded for `superClass`, which has not changed since.
     bool isKnownDerivedFrom(const CIMClass* superClass) const noexcept;
 

@@ -50,13 +50,13 @@ CIMProperty CIMProperty::inherited() const {
     return result.setPropagated(true);
 }
 
-CIMProperty CIMProperty::ofInstance() const {
+CIMProperty CIMProperty::asInstanceProperty() const {
     CIMProperty result = *this;
     if (m_rep && !m_rep->qualifiers.empty()) {
-        if (!m_rep->ofInstance.value) {
-            m_rep->ofInstance.value = result.setQualifiers({}).m_rep;
+        if (!m_rep->asInstanceProperty.value) {
+            m_rep->asInstanceProperty.value = result.setQualifiers({}).m_rep;
         }
-        result.m_rep = m_rep->ofInstance.value;
+        result.m_rep = m_rep->asInstanceProperty.value;
     }
     return result;
 }

@@ -47,7 +47,7 @@ public:
     CIMProperty inherited() const;
     /// The property as a new instance has it: with the default as its value and without qualifiers.
     /// All instances that keep the default share one representation.
-    CIMProperty ofInstance() const;
+    CIMProperty asInstanceProperty() const;
 
     explicit operator bool() const noexcept { return static_cast<bool>(m_rep); }
     /// Names without regard to case, types, values and qualifiers (in any order).
@@ -61,11 +61,11 @@ private:
         CIMQualifierArray qualifiers;
         String classOrigin;
         mutable Memo<CowReference<Rep>> inherited;
-        mutable Memo<CowReference<Rep>> ofInstance;
+        mutable Memo<CowReference<Rep>> asInstanceProperty;
 
         void forgetMemo() noexcept {
             inherited.value = {};
-            ofInstance.value = {};
+            asInstanceProperty.value = {};
         }
     };
     CowReference<Rep> m_rep;

@@ -9,8 +9,8 @@
 
 namespace OpenWBEM {
 
-using ValueDetail::Many;
-using ValueDetail::Single;
+using ValueDetail::ArrayRep;
+using ValueDetail::SingleRep;
 
 namespace {
 
@@ -39,12 +39,12 @@ template <class T>
 const CIMValue::Rep* makeSingle(T value) {
     if constexpr (std::is_same_v<T, bool>) {
         // All booleans share two representations.
-        static const boost::intrusive_ptr<const CIMValue::Rep> REPS[] = {new Single<bool>(false),
-                                                                         new Single<bool>(true)};
+        static const boost::intrusive_ptr<const CIMValue::Rep> REPS[] = {new SingleRep<bool>(false),
+                                                                         new SingleRep<bool>(true)};
         return REPS[value ? 1 : 0].get();
     } else {
         checkStorable(value);
-        return new Single<T>(std::move(value));
+        return new SingleRep<T>(std::move(value));
     }
 }
 
@@ -71,7 +71,7 @@ Number toNumber(const CIMValue& value, const CIMValue::Rep* rep, const char* wan
     return ValueDetail::withType(rep->type, [&](auto id) -> Number {
         using T = typename decltype(id)::type;
         if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
-            const T number = static_cast<const Single<T>*>(rep)->value;
+            const T number = static_cast<const SingleRep<T>*>(rep)->value;
             if (!std::in_range<Number>(number)) {
                 BLOCXX_THROW(ValueCastException, "The value " + std::to_string(number) +
                                                      " is out of range for " + wanted);
@@ -122,7 +122,7 @@ CIMValue CIMValue::array(Array<T> elements, Array<bool> nulls) {
     if (!anyNull) {
         nulls.clear();
     }
-    return CIMValue(new Many<T>(std::move(elements), std::move(nulls)));
+    return CIMValue(new ArrayRep<T>(std::move(elements), std::move(nulls)));
 }
 
 CIMValue CIMValue::arrayOf(CIMDataType::Type type, const Array<CIMValue>& elements) {
@@ -162,7 +162,7 @@ const T& CIMValue::get() const {
     if (!m_rep || m_rep->isArray || m_rep->type != type) {
         throwCast(*this, CIMDataType::toString(type));
     }
-    return static_cast<const Single<T>*>(m_rep.get())->value;
+    return static_cast<const SingleRep<T>*>(m_rep.get())->value;
 }
 
 template <class T>
@@ -171,7 +171,7 @@ const Array<T>& CIMValue::getArray() const {
     if (!m_rep || !m_rep->isArray || m_rep->type != type) {
         throwCast(*this, String("an array of ") + CIMDataType::toString(type));
     }
-    return static_cast<const Many<T>*>(m_rep.get())->elements;
+    return static_cast<const ArrayRep<T>*>(m_rep.get())->elements;
 }
 
 #define OPENWBEM_INSTANTIATE(T)                                  \

@@ -62,21 +62,21 @@ uint8_t nestingOf(const Array<T>& elements) {
 }
 
 template <class T>
-class Single final : public CIMValue::Rep {
+class SingleRep final : public CIMValue::Rep {
 public:
-    explicit Single(T valueIn)
+    explicit SingleRep(T valueIn)
         : Rep(typeOf<T>(), false, ValueDetail::nestingOf(valueIn)), value(std::move(valueIn)) {}
     void appendText(String& out) const override { ValueDetail::appendText(out, value); }
     bool equals(const Rep& other) const override {
-        return sameElement(value, static_cast<const Single&>(other).value);
+        return sameElement(value, static_cast<const SingleRep&>(other).value);
     }
     const T value;
 };
 
 template <class T>
-class Many final : public CIMValue::Rep {
+class ArrayRep final : public CIMValue::Rep {
 public:
-    Many(Array<T> elementsIn, Array<bool> nullsIn)
+    ArrayRep(Array<T> elementsIn, Array<bool> nullsIn)
         : Rep(typeOf<T>(), true, ValueDetail::nestingOf(elementsIn)),
           elements(std::move(elementsIn)),
           nulls(std::move(nullsIn)) {}
@@ -99,7 +99,7 @@ public:
         }
     }
     bool equals(const Rep& other) const override {
-        const auto& that = static_cast<const Many&>(other);
+        const auto& that = static_cast<const ArrayRep&>(other);
         if (elements.size() != that.elements.size() || nulls != that.nulls) {
             return false;
         }

@@ -45,7 +45,7 @@ void deriveQualifiers(Element& element, const Element* above, uint8_t scope,
     const CIMQualifierArray& declared = element.getQualifiers();
     const CIMQualifierArray* const qualifiersAbove =
         above != nullptr ? &above->getQualifiers() : nullptr;
-    if (hasOwnOnly(declared, qualifiersAbove)) {
+    if (inheritsNone(declared, qualifiersAbove)) {
         checkQualifiers(declared, scope, place, types);
     } else {
         element.setQualifiers(mergeQualifiers(declared, qualifiersAbove, scope, place, types));
@@ -366,7 +366,7 @@ CIMClass deriveClass(const CIMClass& declared, const CIMClass* superClass,
     // compared with each other when the superclass was derived.
     refuseSharedNames(ownProperties, result.getMethods(), name);
     refuseSharedNames(result.getProperties(), ownMethods, name);
-    result.noteDerivedFrom(superClass);
+    result.recordDerivedFrom(superClass);
     return result;
 }
 

@@ -65,7 +65,7 @@ CIMProperty completeProperty(const CIMProperty& declared, const CIMProperty* giv
         OPENWBEM_THROW_CIM(INVALID_PARAMETER, Format("key property \"%1\" of class %2 has no value",
                                                      declared.getName(), cls.getName()));
     }
-    CIMProperty result = declared.ofInstance();
+    CIMProperty result = declared.asInstanceProperty();
     // Most properties of most instances are null. They take no memory while they stay shared.
     if (given != nullptr && !(value.isNull() && declared.getValue().isNull())) {
         result.setValue(value);

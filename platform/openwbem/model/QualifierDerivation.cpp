@@ -140,7 +140,7 @@ bool areInherited(const CIMQualifierArray& qualifiers) noexcept {
                        [](const CIMQualifier& q) { return q.isPropagated(); });
 }
 
-bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept {
+bool inheritsNone(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept {
     const auto isPassedDown = [](const CIMQualifier& q) { return q.getFlavor().toSubclass; };
     return std::none_of(qualifiers.begin(), qualifiers.end(),
                         [](const CIMQualifier& q) { return q.isPropagated(); }) &&

@@ -27,7 +27,7 @@ bool areInherited(const CIMQualifierArray& qualifiers) noexcept;
 
 /// Whether an element with these qualifiers inherits none from the element that it overrides, which
 /// has those `above` (null when it overrides nothing).
-bool hasOwnOnly(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept;
+bool inheritsNone(const CIMQualifierArray& qualifiers, const CIMQualifierArray* above) noexcept;
 /// Throws ClassDerivationException unless each qualifier that is not propagated is declared, in
 /// scope and of its type.
 void checkAgainstTypes(const CIMQualifierArray& qualifiers, uint8_t scope,

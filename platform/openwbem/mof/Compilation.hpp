@@ -76,7 +76,7 @@ private:
     // References and embedded objects (Objects.cpp)
     CIMObjectPath resolveReference(const Literal& literal, const String& className) override;
     void checkReferenceClass(const CIMObjectPath& path, const String& className, const char* at);
-    Namespace* homeOf(const CIMObjectPath& path);
+    Namespace* namespaceInText(const CIMObjectPath& path);
     Namespace& namespaceOf(const CIMObjectPath& path, Namespace& from);
     /// In default values.
     CIMValue resolveEmbedded(const Literal& literal, const Embedding& embedding) override;
@@ -96,7 +96,7 @@ private:
     std::shared_ptr<SourceTexts> m_sources = std::make_shared<SourceTexts>();
     std::deque<Namespace> m_namespaces;      ///< of the text, in the order of their first mention
     FoldedMap<Namespace*> m_namespaceIndex;  ///< the same by name
-    FoldedMap<std::unique_ptr<Namespace>> m_elsewhere;  ///< those that only paths name
+    FoldedMap<std::unique_ptr<Namespace>> m_foreignNamespaces;  ///< those that only paths name
     Namespace* m_current = nullptr;
     Array<Frame> m_frames;
     FoldedMap<Alias> m_aliases;

@@ -38,7 +38,7 @@ public:
         return m_current->m_memory.allocate(size, alignment);
     }
     /// Allocates memory that lasts as long as the arena.
-    void* allocateForGood(size_t size, size_t alignment) {
+    void* allocateLasting(size_t size, size_t alignment) {
         return m_lasting.allocate(size, alignment);
     }
     /// Ends the declaration that is being read. Returns the block that holds its parts.

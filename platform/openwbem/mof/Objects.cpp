@@ -53,7 +53,7 @@ CIMObjectPath Compilation::resolveReference(const Literal& literal, const String
 }
 
 /// The namespace of the text that the path names; null for any other.
-Compilation::Namespace* Compilation::homeOf(const CIMObjectPath& path) {
+Compilation::Namespace* Compilation::namespaceInText(const CIMObjectPath& path) {
     if (!path.getHost().empty()) {
         return nullptr;
     }
@@ -74,7 +74,7 @@ Compilation::Namespace& Compilation::namespaceOf(const CIMObjectPath& path, Name
     if (const auto found = m_namespaceIndex.find(name); found != m_namespaceIndex.end()) {
         return *found->second;
     }
-    std::unique_ptr<Namespace>& other = m_elsewhere[name];
+    std::unique_ptr<Namespace>& other = m_foreignNamespaces[name];
     if (!other) {
         constexpr NamespaceMention MENTION{NamespaceMention::PATH, nullptr};
         other = std::make_unique<Namespace>(name, m_handle, MENTION, *this);
@@ -85,7 +85,7 @@ Compilation::Namespace& Compilation::namespaceOf(const CIMObjectPath& path, Name
 /// Checks only the class, as far as it is known: the instance may not exist yet.
 void Compilation::checkReferenceClass(const CIMObjectPath& path, const String& className,
                                       const char* at) {
-    Namespace* const home = homeOf(path);
+    Namespace* const home = namespaceInText(path);
     if (home == nullptr || path.isClassPath()) {
         return;
     }
@@ -103,8 +103,8 @@ void Compilation::syncPath(CIMObjectPath& path, Namespace& from, unsigned depth)
     if (path.isClassPath() || depth > DEEPEST_OBJECT) {
         return;
     }
-    if (depth == 0 && m_elsewhere.size() >= MOST_REMEMBERED) {
-        m_elsewhere.clear();
+    if (depth == 0 && m_foreignNamespaces.size() >= MOST_REMEMBERED) {
+        m_foreignNamespaces.clear();
     }
     Namespace& home = namespaceOf(path, from);
     const CIMClass* const cls = home.classes.outline(path.getClassName());
@@ -114,7 +114,7 @@ void Compilation::syncPath(CIMObjectPath& path, Namespace& from, unsigned depth)
     try {
         path.syncWithClass(*cls);
     } catch (const CIMException&) {
-        if (homeOf(path) != nullptr) {
+        if (namespaceInText(path) != nullptr) {
             throw;
         }
         return;

@@ -21,7 +21,7 @@ public:
         return new (m_arena.allocate(sizeof(Node), alignof(Node))) Node(node);
     }
     Declaration* make(const Declaration& declaration) {
-        auto* const made = new (m_arena.allocateForGood(sizeof(Declaration), alignof(Declaration)))
+        auto* const made = new (m_arena.allocateLasting(sizeof(Declaration), alignof(Declaration)))
             Declaration(declaration);
         made->block = m_arena.endDeclaration();
         return made;

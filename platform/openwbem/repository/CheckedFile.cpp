@@ -133,7 +133,7 @@ void copyWithChecksum(char* target, const void* page, sqlite3_int64 offset) noex
 
 /// Where to put a page that is held back; null when it must be written at once, or when `rc` says
 /// that the pages before it cannot be written.
-char* placeFor(sqlite3_file* file, sqlite3_int64 offset, int size, int& rc) noexcept {
+char* bufferFor(sqlite3_file* file, sqlite3_int64 offset, int size, int& rc) noexcept {
     WriteRun& unwritten = reinterpret_cast<File*>(file)->unwritten;
     char* place = unwritten.next(offset, size);
     if (place == nullptr) {
@@ -149,7 +149,7 @@ int xWrite(sqlite3_file* file, const void* buffer, int amount, sqlite3_int64 off
         return SQLITE_IOERR_WRITE;
     }
     int rc = SQLITE_OK;
-    if (char* const place = placeFor(file, offset, PAGE_SIZE, rc)) {
+    if (char* const place = bufferFor(file, offset, PAGE_SIZE, rc)) {
         copyWithChecksum(place, buffer, offset);
         return SQLITE_OK;
     }
@@ -271,8 +271,9 @@ int xDelete(sqlite3_vfs*, const char* name, int syncDirectory) {
 /// The first call for a file that a journal names. An error here leaves everything as it is.
 int xAccess(sqlite3_vfs*, const char* name, int flags, int* result) {
     *result = 0;
-    return RepositoryDirectory::isBeside(name) ? below().xAccess(&below(), name, flags, result)
-                                               : FOREIGN_NAME;
+    return RepositoryDirectory::isJournalOrLog(name)
+               ? below().xAccess(&below(), name, flags, result)
+               : FOREIGN_NAME;
 }
 
 /// The names are complete and must not be resolved.

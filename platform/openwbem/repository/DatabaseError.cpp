@@ -117,7 +117,7 @@ void raiseForMissing(const String& directory, const String& file) {
 }
 
 /// Why the file must not be opened, or null. Makes the same tests as opening it.
-const char* unfitness(const String& directory, const String& file) {
+const char* reasonToRefuse(const String& directory, const String& file) {
     struct stat status {};
     struct stat owner {};
     if (::lstat(file.c_str(), &status) != 0 || ::stat(directory.c_str(), &owner) != 0) {
@@ -134,7 +134,7 @@ const char* unfitness(const String& directory, const String& file) {
 
 void raiseForUnfit(const String& directory, const String& file) {
     for (const char* ending : {"", "-journal", "-wal"}) {
-        if (const char* reason = unfitness(directory, file + ending)) {
+        if (const char* reason = reasonToRefuse(directory, file + ending)) {
             OPENWBEM_THROW_CIM(FAILED, Format("\"%1\" %2, so that the repository is not opened: "
                                               "neither fennik nor owcimomd has made it, and "
                                               "neither reads it or removes it. Find out who has, "

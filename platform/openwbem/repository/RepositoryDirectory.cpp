@@ -103,7 +103,7 @@ int openDirectoryOf(const char* path, int* directory) noexcept {
 
 /// SQLite gives each journal that it opens to the owner of the repository file. This leaves a
 /// journal that is not empty: the owner may not be allowed to read it.
-int giveNewFile(int file, uid_t uid, gid_t gid) noexcept {
+int chownIfEmpty(int file, uid_t uid, gid_t gid) noexcept {
     struct stat status {};
     const bool isNew = ::fstat(file, &status) == 0 && status.st_size == 0;
     return isNew ? ::fchown(file, uid, gid) : 0;
@@ -178,7 +178,7 @@ bool RepositoryDirectory::isOwn(const char* name) noexcept {
     return placeOf(name).has_value();
 }
 
-bool RepositoryDirectory::isBeside(const char* name) noexcept {
+bool RepositoryDirectory::isJournalOrLog(const char* name) noexcept {
     const std::optional<Place> place = placeOf(name);
     return place && (place->ending == "-journal" || place->ending == "-wal");
 }
@@ -197,7 +197,7 @@ void RepositoryDirectory::guard(sqlite3_vfs& layer) {
     replace("stat", statOwn);
     replace("unlink", unlinkOwn);
     replace("openDirectory", openDirectoryOf);
-    replace("fchown", giveNewFile);
+    replace("fchown", chownIfEmpty);
 }
 
 }  // namespace OpenWBEM

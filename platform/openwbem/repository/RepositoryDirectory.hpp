@@ -38,7 +38,7 @@ public:
     /// Whether a name that SQLite uses is one of a repository's own.
     static bool isOwn(const char* name) noexcept;
     /// The same for the files whose presence SQLite asks for: the journal and the log.
-    static bool isBeside(const char* name) noexcept;
+    static bool isJournalOrLog(const char* name) noexcept;
     /// Has that layer look up a repository's own files in the open directory, so that no link is
     /// followed, nothing is waited for, and nothing is used but a regular file. A file that has
     /// names elsewhere is refused unless it belongs to the directory's owner: it may be anybody's.

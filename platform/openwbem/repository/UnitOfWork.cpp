@@ -20,7 +20,7 @@ namespace {
 // size bounds the memory.
 constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-4096;";
 
-void tryTo(sqlite3* database, const char* sql) noexcept {
+void executeIgnoringErrors(sqlite3* database, const char* sql) noexcept {
     sqlite3_exec(database, sql, nullptr, nullptr, nullptr);
 }
 
@@ -67,7 +67,7 @@ void UnitOfWork::endRead() noexcept {
         Statement(m_connection, "COMMIT").run();
     } catch (...) {
         // What was read is valid. Only the lock must be released.
-        tryTo(m_connection.raw(), "ROLLBACK");
+        executeIgnoringErrors(m_connection.raw(), "ROLLBACK");
     }
 }
 
@@ -127,12 +127,12 @@ void UnitOfWork::rollBack(bool failed) noexcept {
         m_rolledBackSinceAsked =
             m_rolledBackSinceAsked || m_connection.changes() != m_changesAtBegin;
         if (sqlite3_get_autocommit(m_connection.raw()) == 0) {
-            tryTo(m_connection.raw(), "ROLLBACK");
+            executeIgnoringErrors(m_connection.raw(), "ROLLBACK");
         }
         if (failed) {
             // When pages had been written before, a failed write may leave the journal, from which
             // the next reader rolls back. Reading here removes the journal at once.
-            tryTo(m_connection.raw(), "SELECT count(*) FROM sqlite_master");
+            executeIgnoringErrors(m_connection.raw(), "SELECT count(*) FROM sqlite_master");
         }
         // The next operation of a served repository is no undo step of this one: it starts afresh.
         const bool isLost = failed && !m_isServed;

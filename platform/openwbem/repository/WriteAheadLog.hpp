@@ -18,7 +18,7 @@ public:
     /// Merges the log that a killed daemon left into the file before anything is read: its units
     /// were acknowledged. A daemon that was killed while it wrote the header without a log left a
     /// journal, which brings the former header back.
-    static void mergeLeft(Connection& connection);
+    static void mergeLeftover(Connection& connection);
 
     /// Must be called after each commit.
     void noteCommit() noexcept { m_isDurable = false; }

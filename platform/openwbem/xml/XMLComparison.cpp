@@ -143,7 +143,7 @@ private:
 
 }  // namespace
 
-bool XMLNode::comesBack() const {
+bool XMLNode::survivesRoundTrip() const {
     Comparison comparison(*this);
     ComparingBuffer buffer(comparison);
     std::ostream out(&buffer);

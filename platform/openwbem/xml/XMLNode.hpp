@@ -73,7 +73,7 @@ public:
     void checkReadable(size_t sizeBefore) const;
     /// Whether the element reads back as it is. Writes and parses it without holding the text or a
     /// second tree in memory. Throws XMLNodeException as checkPrintable() does.
-    bool comesBack() const;
+    bool survivesRoundTrip() const;
     /// Writes the element so that it reads back as it is, line breaks and carriage returns
     /// included. When an element has only children and no text, each child begins a line. Throws
     /// XMLNodeException as checkPrintable() does, before it writes anything. The caller must check

@@ -184,8 +184,8 @@ TEST(Program, MayIgnoreItsInput) {
 
 TEST(Program, MayWriteMuchOfWhichTheBeginningIsKept) {
     const String output = outputOf(shell("echo begin; head -c 10000000 /dev/zero; echo end"));
-    EXPECT_EQ(output.size(), Process::MOST_OUTPUT);
-    EXPECT_TRUE(output == "begin\n" + String(Process::MOST_OUTPUT - 6, '\0'));
+    EXPECT_EQ(output.size(), Process::MAX_OUTPUT);
+    EXPECT_TRUE(output == "begin\n" + String(Process::MAX_OUTPUT - 6, '\0'));
 }
 
 TEST(Program, ThatIsMissingIsNamedWithTheReason) {

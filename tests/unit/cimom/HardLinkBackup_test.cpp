@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "fennik/cimom/KeptFiles.hpp"
+#include "fennik/cimom/HardLinkBackup.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -28,9 +28,9 @@ struct stat statusOf(const fs::path& path) {
 
 }  // namespace
 
-class KeptFilesTest : public testing::Test {
+class HardLinkBackupTest : public testing::Test {
 protected:
-    KeptFilesTest() {
+    HardLinkBackupTest() {
         fs::create_directory(directory);
         fs::permissions(directory, fs::perms(0750));
         writeFile(directory / "one", "first");
@@ -55,10 +55,10 @@ protected:
     fs::path directory = temporary.path() / "repository";
     fs::path keeper = temporary.path() / "keeper";
     ino_t inode = 0;
-    std::optional<KeptFiles> kept;
+    std::optional<HardLinkBackup> kept;
 };
 
-TEST_F(KeptFilesTest, LeavesNothingBehindWhenItGoes) {
+TEST_F(HardLinkBackupTest, LeavesNothingBehindWhenItGoes) {
     keep();
     EXPECT_EQ(readFile(keeper / "one"), "first");
     EXPECT_EQ(statusOf(keeper).st_mode & 07777, 0700U);
@@ -66,14 +66,14 @@ TEST_F(KeptFilesTest, LeavesNothingBehindWhenItGoes) {
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, PutsBackAFileThatIsMissing) {
+TEST_F(HardLinkBackupTest, PutsBackAFileThatIsMissing) {
     keep();
     fs::remove(directory / "one");
     kept->putBack(directory.string());
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, PutsBackAFileThatWasReplaced) {
+TEST_F(HardLinkBackupTest, PutsBackAFileThatWasReplaced) {
     keep();
     fs::remove(directory / "one");
     writeFile(directory / "one", "something else");
@@ -81,20 +81,20 @@ TEST_F(KeptFilesTest, PutsBackAFileThatWasReplaced) {
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, PutsBackTheWholeDirectory) {
+TEST_F(HardLinkBackupTest, PutsBackTheWholeDirectory) {
     keep();
     fs::remove_all(directory);
     kept->putBack(directory.string());
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, PutsBackNothingWhenNothingIsMissing) {
+TEST_F(HardLinkBackupTest, PutsBackNothingWhenNothingIsMissing) {
     keep();
     kept->putBack(directory.string());
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, FollowsTheDirectoryToItsNewName) {
+TEST_F(HardLinkBackupTest, FollowsTheDirectoryToItsNewName) {
     keep();
     const fs::path moved = temporary.path() / "moved";
     fs::rename(directory, moved);
@@ -104,7 +104,7 @@ TEST_F(KeptFilesTest, FollowsTheDirectoryToItsNewName) {
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, KeepsALinkAsALink) {
+TEST_F(HardLinkBackupTest, KeepsALinkAsALink) {
     fs::create_symlink("nowhere", directory / "link");
     keep();
     fs::remove_all(directory);
@@ -113,7 +113,7 @@ TEST_F(KeptFilesTest, KeepsALinkAsALink) {
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, ReplacesWhatAKilledRunHasLeft) {
+TEST_F(HardLinkBackupTest, ReplacesWhatAKilledRunHasLeft) {
     fs::create_directory(keeper);
     writeFile(keeper / "old", "left");
     writeFile(keeper / "one", "left");
@@ -122,7 +122,7 @@ TEST_F(KeptFilesTest, ReplacesWhatAKilledRunHasLeft) {
     EXPECT_FALSE(fs::exists(keeper / "old"));
 }
 
-TEST_F(KeptFilesTest, NeverFollowsALinkInItsPlace) {
+TEST_F(HardLinkBackupTest, NeverFollowsALinkInItsPlace) {
     const fs::path elsewhere = temporary.path() / "elsewhere";
     fs::create_directory(elsewhere);
     writeFile(elsewhere / "precious", "kept");
@@ -132,7 +132,7 @@ TEST_F(KeptFilesTest, NeverFollowsALinkInItsPlace) {
     EXPECT_FALSE(fs::exists(elsewhere / "one"));
 }
 
-TEST_F(KeptFilesTest, StaysInTheDirectoryThatItBeganInWhateverTakesItsName) {
+TEST_F(HardLinkBackupTest, StaysInTheDirectoryThatItBeganInWhateverTakesItsName) {
     const fs::path parent = temporary.path() / "parent";
     fs::create_directory(parent);
     fs::rename(directory, parent / "repository");
@@ -158,7 +158,7 @@ TEST_F(KeptFilesTest, StaysInTheDirectoryThatItBeganInWhateverTakesItsName) {
     expectEverythingIsBack();
 }
 
-TEST_F(KeptFilesTest, DropsNothingFromADirectoryOfSomebodyElse) {
+TEST_F(HardLinkBackupTest, DropsNothingFromADirectoryOfSomebodyElse) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a directory away";
     }
@@ -169,13 +169,13 @@ TEST_F(KeptFilesTest, DropsNothingFromADirectoryOfSomebodyElse) {
     EXPECT_EQ(readFile(keeper / "precious"), "kept");
 }
 
-TEST_F(KeptFilesTest, RefusesADirectoryThatIsNotThere) {
+TEST_F(HardLinkBackupTest, RefusesADirectoryThatIsNotThere) {
     fs::remove_all(directory);
     EXPECT_THROW(keep(), blocxx::FileSystemException);
     EXPECT_FALSE(fs::exists(keeper));
 }
 
-TEST_F(KeptFilesTest, StaysWhenItCannotBePutBack) {
+TEST_F(HardLinkBackupTest, StaysWhenItCannotBePutBack) {
     keep();
     fs::remove_all(directory);
     writeFile(directory, "in the way");

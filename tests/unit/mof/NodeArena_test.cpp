@@ -96,7 +96,7 @@ TEST(NodeArena, WhatIsReleasedIsGivenBack) {
 
 TEST(NodeArena, WhatIsForGoodStays) {
     NodeArena arena;
-    auto* const lasting = static_cast<char*>(arena.allocateForGood(PART, 1));
+    auto* const lasting = static_cast<char*>(arena.allocateLasting(PART, 1));
     std::memset(lasting, 'l', PART);
     const Declaration first = declare(arena, 100);
     const Declaration second = declare(arena, 100);

@@ -201,7 +201,7 @@ TEST_F(Clients, ThatCallWithoutAPauseLeaveOthersTheirTurn) {
         for (int i = 0; i < 100; ++i) {
             flooding->send(call, false);
         }
-        flooding->takeWhatIsThere();
+        flooding->drain();
     });
     const auto handle = daemon.connect();
     for (int i = 0; i < 500; ++i) {
@@ -211,9 +211,9 @@ TEST_F(Clients, ThatCallWithoutAPauseLeaveOthersTheirTurn) {
 }
 
 /// A daemon with few descriptors; the users daemon and games may connect.
-class FewPlaces : public ::testing::Test {
+class FewDescriptors : public ::testing::Test {
 protected:
-    FewPlaces() : daemon(LiveDaemon::Start::LATER) {}
+    FewDescriptors() : daemon(LiveDaemon::Start::LATER) {}
     void SetUp() override {
         if (::geteuid() != 0) {
             GTEST_SKIP() << "only root can become other users";
@@ -264,7 +264,7 @@ protected:
     std::vector<pid_t> holders;
 };
 
-TEST_F(FewPlaces, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
+TEST_F(FewDescriptors, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
     const uid_t one = getpwnam("daemon")->pw_uid;
     const uid_t another = getpwnam("games")->pw_uid;
     hold(one, 200);  // gets 128

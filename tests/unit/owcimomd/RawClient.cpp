@@ -47,7 +47,7 @@ ssize_t RawClient::read(void* buffer, size_t size, bool isWaiting) {
     return ::recv(m_socket, buffer, size, MSG_DONTWAIT);
 }
 
-void RawClient::takeWhatIsThere() {
+void RawClient::drain() {
     char buffer[4096];
     while (read(buffer, sizeof buffer, false) > 0) {
     }

@@ -23,7 +23,7 @@ public:
     RawClient& operator=(const RawClient&) = delete;
 
     ssize_t send(std::string_view bytes, bool isWaiting = true);
-    void takeWhatIsThere();
+    void drain();
     /// Reads until the daemon sends no more. Returns whether it has ended the connection.
     bool isEnded();
 

@@ -73,7 +73,7 @@ protected:
         }
     }
 
-    void expectMended() {
+    void expectRepaired() {
         EXPECT_THAT(listed(m_repository), SizeIs(1));
         deregisterAll(m_repository);
         EXPECT_EQ(m_repository.content(), m_before);
@@ -119,7 +119,7 @@ TEST_F(ProviderRepair, RegistrationInstanceComesBackWithThePrivilegeFileThatIsTh
                                "into FILE and compile it:\ninstance of "));
         EXPECT_EQ(message.find("MonitorPrivilegesFile") != String::npos, monitored);
         follow("root", message);
-        expectMended();
+        expectRepaired();
     }
 }
 
@@ -132,7 +132,7 @@ TEST_F(ProviderRepair, InstanceOfTheProviderMof) {
     EXPECT_THAT(message, StartsWith(R"(not found: there is no instance Sample_Disk.Id="it's")" +
                                     String(NEEDS) + "that instance of the namespace \"sample\""));
     follow("sample", message);
-    expectMended();
+    expectRepaired();
 }
 
 TEST_F(ProviderRepair, CapabilitiesThatNothingConnects) {
@@ -145,20 +145,20 @@ TEST_F(ProviderRepair, CapabilitiesThatNothingConnects) {
     const String message = failure(CIMException::NOT_FOUND);
     EXPECT_THAT(message, HasSubstr(String(NEEDS) + "that instance of the namespace \"root\""));
     follow("root", message);
-    expectMended();
+    expectRepaired();
 }
 
 TEST_F(ProviderRepair, ConnectedCapabilitiesAreNotMissed) {
     registerList(m_repository, entry("disk", processWithCapabilitiesMof("Disk"), ""));
     remove("root", R"(OpenWBEM_OOPProviderCapabilities.InstanceID="sample:Disk-caps")");
-    expectMended();
+    expectRepaired();
 }
 
 TEST_F(ProviderRepair, ProcessComesBackWithItsCapabilities) {
     registerList(m_repository, entry("disk", processWithCapabilitiesMof("Disk"), ""));
     remove("root", R"(OpenWBEM_OOPProviderProcess.InstanceID="sample:Disk")");
     follow("root", failure(CIMException::NOT_FOUND));
-    expectMended();
+    expectRepaired();
 }
 
 TEST_F(ProviderRepair, ClassAndQualifierTypeComeBackWithTheProviderMof) {
@@ -182,7 +182,7 @@ TEST_F(ProviderRepair, ClassAndQualifierTypeComeBackWithTheProviderMof) {
                           "\"sample\", " +
                           compileAgain));
     compile("sample", qualifier);
-    expectMended();
+    expectRepaired();
 }
 
 TEST_F(ProviderRepair, NamespaceComesBackByRegisteringIt) {

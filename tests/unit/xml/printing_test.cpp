@@ -149,12 +149,12 @@ TEST(XMLPrinting, WhatCanBeWrittenComesBack) {
           element("a", {element("b", ""), element("b", "\xc3\xa9"), element("c", {XMLNode("d")})}),
           element("a", large + "\r\n&" + large),
           element("a", {element("b", large), element("c", "")})}) {
-        EXPECT_TRUE(node.comesBack()) << printed(node).substr(0, 100);
+        EXPECT_TRUE(node.survivesRoundTrip()) << printed(node).substr(0, 100);
     }
     XMLNode mixed = element("a", {element("b", "x"), XMLNode("c")});
     mixed.setText(" text before them ");
-    EXPECT_TRUE(mixed.comesBack());
-    EXPECT_THROW(element("a", "\x01").comesBack(), XMLNodeException);
+    EXPECT_TRUE(mixed.survivesRoundTrip());
+    EXPECT_THROW(element("a", "\x01").survivesRoundTrip(), XMLNodeException);
 }
 
 TEST(XMLPrinting, WhatIsTooDeepForTheParserDoesNotComeBack) {
@@ -164,7 +164,7 @@ TEST(XMLPrinting, WhatIsTooDeepForTheParserDoesNotComeBack) {
         outer.addChild(node);
         node = outer;
     }
-    EXPECT_FALSE(node.comesBack());
+    EXPECT_FALSE(node.survivesRoundTrip());
 }
 
 }  // namespace
