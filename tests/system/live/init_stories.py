@@ -260,4 +260,6 @@ class InitAsSomebodyElse(LiveStory):
                 self.assert_steps(
                     (f"mount -t tmpfs x /mnt; {change} {INIT} start", 6, refusal),
                     (f"{INIT} status", 4, refusal),
+                    ("mount -t tmpfs x /var/opt/tarvo/kov; /opt/tarvo/kov/sbin/kov-setup", 1,
+                     refusal),
                 )
