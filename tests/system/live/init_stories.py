@@ -261,5 +261,6 @@ class InitAsSomebodyElse(LiveStory):
                     (f"mount -t tmpfs x /mnt; {change} {INIT} start", 6, refusal),
                     (f"{INIT} status", 4, refusal),
                     ("mount -t tmpfs x /var/opt/tarvo/kov; /opt/tarvo/kov/sbin/kov-setup", 1,
-                     refusal),
+                     'kov-setup: error: The account "owcimomd" has root\'s user or group id, and '
+                     "nothing is run as root; give it ids of its own"),
                 )
