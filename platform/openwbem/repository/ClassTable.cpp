@@ -14,8 +14,8 @@ using blocxx::toLower;
 
 namespace {
 
-/// More than a whole schema; the limit bounds the memory.
-constexpr size_t MAX_KNOWN = 2000;
+/// The classes of most runs; a whole schema is forgotten once. The limit bounds the memory.
+constexpr size_t MAX_KNOWN = 1000;
 
 constexpr const char* REMOVE_REFERENCES = "DELETE FROM class_reference WHERE class=?";
 
