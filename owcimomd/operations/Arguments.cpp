@@ -48,13 +48,13 @@ void Arguments::unpackOperand(OperationTraits::Operand operand, wire::Request::R
         case OperationTraits::Operand::NAME:
             return set(nameOf(request.getName()));
         case OperationTraits::Operand::CLASS:
-            return set(decodeOperand([&] { return Codec::decodeClassArgument(bytes); }));
+            return set(Codec::operand([&] { return Codec::decodeClassArgument(bytes); }));
         case OperationTraits::Operand::INSTANCE:
-            return set(decodeOperand([&] { return Codec::decodeInstanceArgument(bytes); }));
+            return set(Codec::operand([&] { return Codec::decodeInstanceArgument(bytes); }));
         case OperationTraits::Operand::QUALIFIER_TYPE:
-            return set(decodeOperand([&] { return Codec::decodeQualifierTypeArgument(bytes); }));
+            return set(Codec::operand([&] { return Codec::decodeQualifierTypeArgument(bytes); }));
         case OperationTraits::Operand::PATH:
-            return set(decodeOperand([&] { return Codec::decodeObjectPathArgument(bytes); }));
+            return set(Codec::operand([&] { return Codec::decodeObjectPathArgument(bytes); }));
     }
 }
 

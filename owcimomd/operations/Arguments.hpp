@@ -3,7 +3,6 @@
 // A request unpacked: the call that it asks for, and what the call refers to.
 #pragma once
 
-#include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/OperationCall.hpp"
 #include "openwbem/wire/CIMCodec.hpp"
 #include "rpc.capnp.h"
@@ -17,16 +16,6 @@ String nameOf(capnp::Text::Reader text);
 
 inline std::span<const std::byte> bytesOf(capnp::Data::Reader data) {
     return {reinterpret_cast<const std::byte*>(data.begin()), data.size()};
-}
-
-/// Runs `decode`. Throws CIMException INVALID_PARAMETER for an object that cannot be decoded.
-template <class Decode>
-auto decodeOperand(Decode decode) {
-    try {
-        return decode();
-    } catch (const Codec::CodecException& e) {
-        OPENWBEM_THROW_CIM(INVALID_PARAMETER, e.getMessage());
-    }
 }
 
 /// Whether the operation has an AssociationFilter.

@@ -128,7 +128,7 @@ size_t Operations::storeSome(const String& ns, wire::Storing::Reader storing) {
                 return;
             }
             try {
-                store(decodeOperand([&] { return decode(bytesOf(object)); }), object);
+                store(Codec::operand([&] { return decode(bytesOf(object)); }), object);
             } catch (const CIMException& e) {
                 throw ObjectStoringException(index, e);
             }

@@ -6,8 +6,8 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Interruption.hpp"
-#include "openwbem/client/ClientEncoding.hpp"
 #include "openwbem/client/ClientSocket.hpp"
+#include "openwbem/wire/CIMCodec.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
@@ -35,7 +35,7 @@ void fillOperand(wire::Request::Builder out, const String* name) {
 
 template <class Object>
 void fillOperand(wire::Request::Builder out, const Object* object) {
-    out.setObject(bytesOf(encodeArgument([&] { return Codec::encodeView(*object); })));
+    out.setObject(bytesOf(Codec::operand([&] { return Codec::encodeView(*object); })));
 }
 
 void fill(wire::Request::Builder out, const OperationCall& call) {

@@ -5,7 +5,7 @@
 #include "blocxx/Interruption.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "openwbem/client/ClientConnection.hpp"
-#include "openwbem/client/ClientEncoding.hpp"
+#include "openwbem/wire/CIMCodec.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
 
 namespace OpenWBEM {
@@ -25,7 +25,7 @@ public:
     template <class Object, class Encode>
     void add(const Array<Object>& objects, StringArray ClientStoring::*list, Encode encode) {
         for (const Object& object : objects) {
-            const String encoded = encodeArgument([&] { return encode(object); });
+            const String encoded = Codec::operand([&] { return encode(object); });
             const bool isFull =
                 m_bytes + encoded.size() > CALL_BYTES || m_storing.size() == RpcLimits::MAX_OBJECTS;
             if (m_bytes > 0 && isFull) {

@@ -9,6 +9,7 @@
 #include <span>
 
 #include "openwbem/model/CIMClass.hpp"
+#include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/CIMInstance.hpp"
 #include "openwbem/model/CIMObjectPath.hpp"
 #include "openwbem/model/CIMQualifierType.hpp"
@@ -52,6 +53,16 @@ CIMInstance decodeInstance(Bytes bytes);
 CIMInstance decodeInstanceView(Bytes bytes);
 CIMQualifierType decodeQualifierType(Bytes bytes);
 CIMObjectPath decodeObjectPath(Bytes bytes);
+
+/// Runs `code`, which encodes or decodes an operand. Throws CIMException INVALID_PARAMETER instead
+/// of CodecException: the operand is at fault.
+auto operand(auto code) {
+    try {
+        return code();
+    } catch (const CodecException& e) {
+        OPENWBEM_THROW_CIM(INVALID_PARAMETER, e.getMessage());
+    }
+}
 
 /// Decodes a result that encodeView() made of a T.
 template <class T>
