@@ -235,6 +235,60 @@ TEST_F(Requests, ThatUnpackToMuchMoreThanTheyAreAreRefused) {
     EXPECT_TRUE(client.ping());
 }
 
+/// A call of the operation of that number without its operands.
+String bareCall(uint16_t number, bool isEnumeration, const char* ns) {
+    capnp::MallocMessageBuilder message;
+    auto call = message.initRoot<wire::Call>();
+    call.setId(1);
+    auto request = isEnumeration ? call.initEnumerate() : call.initCarryOut();
+    request.setOperation(static_cast<wire::Operation>(number));
+    request.setNameSpace(ns);
+    return toBytes(message);
+}
+
+TEST_F(Requests, OfEveryNumberAndKindAreAnsweredWithoutTheirOperands) {
+    constexpr uint16_t UNKNOWN[] = {22, 23, 255, 256, 257, UINT16_MAX};
+    for (const char* ns : {"root", "interop", ""}) {
+        for (const bool isEnumeration : {false, true}) {
+            for (uint16_t number = 0; number < 22; ++number) {
+                SCOPED_TRACE(testing::Message() << ns << ' ' << isEnumeration << ' ' << number);
+                const OperationTraits& traits = traitsOf(Operation(number));
+                const bool enumerates = traits.effect == OperationTraits::Effect::ENUMERATES;
+                RawClient client(daemon.socket());
+                client.send(bareCall(number, isEnumeration, ns));
+                const String failure = client.failure();
+                EXPECT_EQ(failure.find("is an enumeration") != String::npos,
+                          enumerates && !isEnumeration)
+                    << failure;
+                EXPECT_EQ(failure.find("is not an enumeration") != String::npos,
+                          !enumerates && isEnumeration)
+                    << failure;
+                EXPECT_TRUE(client.ping());
+            }
+            for (const uint16_t number : UNKNOWN) {
+                RawClient client(daemon.socket());
+                client.send(bareCall(number, isEnumeration, ns));
+                EXPECT_THAT(client.failure(), HasSubstr("does not know the operation")) << number;
+                EXPECT_TRUE(client.ping());
+            }
+        }
+    }
+}
+
+TEST_F(Requests, OfEveryNumberAreRefusedToAUserWithoutTheRight) {
+    grant("games", "");
+    EXPECT_EQ(0, asUser(getpwnam("games")->pw_uid, [&] {
+                  for (uint16_t number = 0; number < 22; ++number) {
+                      const bool isEnumeration =
+                          traitsOf(Operation(number)).effect == OperationTraits::Effect::ENUMERATES;
+                      RawClient client(daemon.socket());
+                      client.send(bareCall(number, isEnumeration, "root"));
+                      EXPECT_THAT(client.failure(), HasSubstr("access denied")) << number;
+                  }
+                  return HasFailure() ? 1 : 0;
+              }));
+}
+
 TEST_F(Requests, ForMoreOfAnEnumerationNeedTheRightStill) {
     grant("games", "r");
     const auto root = daemon.connect();
