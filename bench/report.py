@@ -18,6 +18,7 @@ import time
 
 import growth
 import plot
+from growth import START
 
 DOCS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../docs")
 QUANTITIES = {
@@ -49,9 +50,11 @@ def scale(measured):
     sizes, texts, kept = measured["sizes"], [], True
     for quantity, (title, shown) in QUANTITIES.items():
         lines = []
+        starts = [cost[quantity] for cost in measured["operations"][START]]
         for name, costs in measured["operations"].items():
             values, grows = [cost[quantity] for cost in costs], costs[0]["grows"]
-            breaks = growth.grows_too_fast(quantity, grows, sizes, values)
+            breaks = growth.grows_too_fast(quantity, grows, sizes, values,
+                                           max(starts[-1] - starts[0], 0))
             kept = kept and not breaks
             steps = ", ".join("-" if step is None else f"{step:.1f}"
                               for step in growth.steps(values))

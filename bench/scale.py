@@ -14,7 +14,7 @@ import json
 import sys
 import time
 
-from growth import ALL, COPY, NOTHING
+from growth import ALL, COPY, NOTHING, RESTART, START
 from products import Texts, write, write_pattern_state, write_state
 from programs import INIT, LIVE, WORK, begin, best, fail, run
 from tracing import daemon_memory, traced
@@ -61,6 +61,7 @@ def measured(argv):
 def product_steps(installation, where):
     """The operations on one product, and the listing of all, in the order in which a product's
     scripts use them. Each run uses another product."""
+    restart = NOTHING if installation.prefix else RESTART
     names = [f"measured{number}" for number in range(RUNS + 1)]
     texts = [Texts(installation, name, PROVIDERS) for name in names]
 
@@ -73,15 +74,15 @@ def product_steps(installation, where):
         return f"{operation}, {where}", grows, command
 
     steps = [
-        step("register", "--username", "writer"),
-        step("set-owcimomd-config", "{snippet}"),
+        step("register", "--username", "writer", grows=restart),
+        step("set-owcimomd-config", "{snippet}", grows=restart),
         step("get-owcimomd-config"),
         step("register-namespace", "{name}", "--username", "writer"),
         step("list-namespaces"),
-        step("register-providers", "{list}"),
+        step("register-providers", "{list}", grows=restart),
         step("list-providers"),
         step("list-registered-products", grows=ALL, product=False),
-        step("remove-owcimomd-config"),
+        step("remove-owcimomd-config", grows=restart),
     ]
     if installation.prefix:
         return steps
@@ -109,7 +110,7 @@ def measure(fresh, pattern, size):
     whole_state(measurement, fresh, path)
     measurement.measure(*product_steps(LIVE.copy_to(WORK + "/staged"), "staged"))
     measurement.measure(("", None, lambda number: number and run([INIT, "stop"])),
-                        ("start of the daemon", ALL, lambda _: [INIT, "start"]))
+                        (START, ALL, lambda _: [INIT, "start"]))
     measurement.measure(*product_steps(LIVE, "live"))
     run([INIT, "stop"])
     return measurement.rows

@@ -13,15 +13,17 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../
 import plot  # noqa: E402
 import report  # noqa: E402
 import tracing  # noqa: E402
-from growth import ALL, COPY, NOTHING, grows_too_fast  # noqa: E402
+from growth import ALL, COPY, NOTHING, RESTART, START, grows_too_fast  # noqa: E402
 
 SIZES = [10, 100, 1000]
 
 
-def measured(grows, *walls):
-    costs = [{"grows": grows, "wall": wall, "memory": 8 << 20, "bytes": 4096, "syncs": 2}
-             for wall in walls]
-    return {"sizes": SIZES, "operations": {"register": costs}}
+def measured(grows, *walls, starts=(0.1, 0.1, 0.1)):
+    def costs(grows, walls):
+        return [{"grows": grows, "wall": wall, "memory": 8 << 20, "bytes": 4096, "syncs": 2}
+                for wall in walls]
+    return {"sizes": SIZES,
+            "operations": {"register": costs(grows, walls), START: costs(ALL, starts)}}
 
 
 class Growth(unittest.TestCase):
@@ -32,6 +34,11 @@ class Growth(unittest.TestCase):
     def test_one_more_sync_of_an_operation_on_one_product_is_growth(self):
         self.assertFalse(grows_too_fast("syncs", NOTHING, SIZES, [7, 7, 7]))
         self.assertTrue(grows_too_fast("syncs", NOTHING, SIZES, [7, 7, 8]))
+
+    def test_the_restart_may_grow_as_the_start_of_the_daemon_does(self):
+        self.assertFalse(grows_too_fast("wall", RESTART, SIZES, [0.1, 0.2, 0.24], restart=0.1))
+        self.assertTrue(grows_too_fast("wall", RESTART, SIZES, [0.1, 0.2, 0.26], restart=0.1))
+        self.assertTrue(grows_too_fast("wall", NOTHING, SIZES, [0.1, 0.2, 0.24], restart=0.1))
 
     def test_few_milliseconds_are_no_growth(self):
         self.assertFalse(grows_too_fast("wall", NOTHING, SIZES, [0.001, 0.001, 0.004]))
@@ -60,6 +67,13 @@ class Report(unittest.TestCase):
         text, kept = report.scale(measured(NOTHING, 0.1, 0.1, 0.1))
         self.assertTrue(kept)
         self.assertNotIn("GROWS", text)
+
+    def test_growth_of_the_start_is_allowed_to_what_restarts_the_daemon(self):
+        starts = (0.1, 0.2, 0.3)
+        _, kept = report.scale(measured(RESTART, 0.2, 0.3, 0.45, starts=starts))
+        self.assertTrue(kept)
+        _, kept = report.scale(measured(RESTART, 0.2, 0.3, 0.55, starts=starts))
+        self.assertFalse(kept)
 
     def test_missed_limit_is_told_and_not_kept(self):
         text, kept = report.figures([["load", "3.0 ms / 1.0 ms", 3.0, 2.5, ""]])
