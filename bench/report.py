@@ -65,12 +65,19 @@ def scale(measured):
     return "\n".join(texts), kept
 
 
+def git(*words):
+    return subprocess.run(["git", "-C", DOCS, *words], check=False,
+                          stdout=subprocess.PIPE).stdout.decode().strip()
+
+
 def surroundings():
     """When, where and what was measured."""
     with open("/proc/cpuinfo", encoding="utf-8") as text:
         model = re.search(r"model name\s*: (.*)", text.read())
-    commit = subprocess.run(["git", "-C", DOCS, "describe", "--always", "--dirty"], check=False,
-                            stdout=subprocess.PIPE).stdout.decode().strip()
+    commit = git("describe", "--always")
+    # This program changes the page itself.
+    if git("status", "--porcelain", "--untracked-files=no", "..", ":!performance.*"):
+        commit += "-dirty"
     return (f"Measured on {time.strftime('%d %B %Y')} at {commit or 'an unknown commit'}, on "
             f"{os.cpu_count()} processors ({model[1] if model else platform.machine()}), Linux "
             f"{platform.release()}.")
