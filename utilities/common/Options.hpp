@@ -12,7 +12,15 @@ using blocxx::CmdLineParser;
 using blocxx::Program;
 using blocxx::String;
 
-enum OptionId { NAMESPACE = Program::FIRST_OWN_OPTION, DEST_DIR, CHECK, RESERVED, SCHEMA_DIR };
+enum OptionId {
+    NAMESPACE = Program::FIRST_OWN_OPTION,
+    DEST_DIR,
+    CHECK,
+    DELETE_CLASS,
+    DELETE_QUALIFIER_TYPE,
+    RESERVED,
+    SCHEMA_DIR
+};
 
 inline constexpr const char* DEFAULT_NAMESPACE = Layout::INTEROP_NS;
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// owmofc: compiles MOF files into the repository of an installation. A repository that it opens
-// directly has all objects of all files afterwards, or is unchanged. Through the daemon, what was
-// written before a failure stays. A failure is one text on standard error and exit status 1, or 2
-// for a usage error.
+// owmofc: compiles MOF files into the repository of an installation, or deletes classes or
+// qualifier types from it. In a repository that it opens directly, all is done afterwards, or
+// nothing has changed. Through the daemon, what was done before a failure stays. A failure is one
+// text on standard error and exit status 1, or 2 for a usage error.
 #include <deque>
 #include <filesystem>
 #include <iostream>
@@ -11,6 +11,7 @@
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Printable.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
+#include "utilities/common/Attempt.hpp"
 #include "utilities/common/Options.hpp"
 #include "utilities/owmofc/ContentWriter.hpp"
 
@@ -25,6 +26,10 @@ constexpr CmdLineParser::Option OPTIONS[] = {
      "The namespace to compile into until a pragma names another one; \"root\" when absent."},
     {CHECK, 'c', "check", CmdLineParser::E_NO_ARG, nullptr,
      "Compile only, each file by itself, and write nothing."},
+    {DELETE_CLASS, 0, "delete-class", CmdLineParser::E_NO_ARG, nullptr,
+     "Delete the classes that are named, each as NAMESPACE:CLASS, instead of compiling files."},
+    {DELETE_QUALIFIER_TYPE, 0, "delete-qualifier-type", CmdLineParser::E_NO_ARG, nullptr,
+     "The same for qualifier types."},
     DEST_DIR_OPTION,
     Program::END_OF_OPTIONS};
 
@@ -60,6 +65,26 @@ void compileInto(Repository& repository, ContentWriter& writer, const String& ns
     }
 }
 
+/// Deletes the class, or the qualifier type, that `text` names as NAMESPACE:NAME or NAME.
+void deleteDeclaration(CIMOMHandleIFC& handle, const String& text, const String& defaultNamespace,
+                       bool isClass) {
+    const size_t colon = text.find(':');
+    const String ns = colon == String::npos ? defaultNamespace : text.substr(0, colon);
+    const String name = text.substr(colon == String::npos ? 0 : colon + 1);
+    attempt(String("delete the ") + (isClass ? "class" : "qualifier type") + " \"" + text + "\"",
+            [&] { isClass ? handle.deleteClass(ns, name) : handle.deleteQualifierType(ns, name); });
+}
+
+int deleteDeclarations(const CmdLineParser& parser) {
+    const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
+    const auto repository = Repository::open(parser.getOptionValue(DEST_DIR));
+    for (const String& text : parser.getNonOptionArgs()) {
+        deleteDeclaration(*repository->handle(), text, ns, parser.isSet(DELETE_CLASS));
+    }
+    repository->close();
+    return 0;
+}
+
 int compileFiles(const CmdLineParser& parser) {
     const String ns = parser.getOptionValue(NAMESPACE, DEFAULT_NAMESPACE);
     const auto opened = Repository::open(parser.getOptionValue(DEST_DIR));
@@ -82,14 +107,30 @@ int compileFiles(const CmdLineParser& parser) {
     return 0;
 }
 
+int work(const CmdLineParser& parser) {
+    const int tasks =
+        parser.isSet(CHECK) + parser.isSet(DELETE_CLASS) + parser.isSet(DELETE_QUALIFIER_TYPE);
+    if (tasks > 1) {
+        BLOCXX_THROW(
+            blocxx::Exception,
+            "only one of --check, --delete-class and --delete-qualifier-type can be given");
+    }
+    return parser.isSet(DELETE_CLASS) || parser.isSet(DELETE_QUALIFIER_TYPE)
+               ? deleteDeclarations(parser)
+               : compileFiles(parser);
+}
+
 constexpr Program PROGRAM = {
     "owmofc",
     KOV_VERSION,
-    "[-n NAMESPACE] [--check] [--dest-dir PREFIX] FILE...",
-    "Compiles MOF files into the repository, all of them or nothing. \"-\" is standard input.",
-    "no file is named",
+    "[-n NAMESPACE] [--dest-dir PREFIX] [--check] FILE...\n"
+    "       owmofc [-n NAMESPACE] [--dest-dir PREFIX] --delete-class CLASS...\n"
+    "       owmofc [-n NAMESPACE] [--dest-dir PREFIX] --delete-qualifier-type TYPE...",
+    "Compiles MOF files into the repository, all of them or nothing. \"-\" is standard input.\n"
+    "Or deletes classes or qualifier types, which are named as NAMESPACE:NAME.",
+    "no file or name is given",
     OPTIONS,
-    compileFiles};
+    work};
 
 }  // namespace
 

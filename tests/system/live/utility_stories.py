@@ -287,3 +287,27 @@ class Utilities(LiveStory):
         self.assertEqual(wrong.status, 1)
         self.assertIn("KOV_Nothing", wrong.output)
         self.assertNotIn("four", self.products())
+
+    def test_classes_and_qualifier_types_are_deleted(self):
+        before = self.rows()
+        declare = quoted("Qualifier Spare : string, Scope(any); class KOV_Spare { [Key] string Id; };")
+        delete = ("owmofc --delete-class kov:KOV_Spare",
+                  "owmofc -n kov --delete-qualifier-type Spare")
+        for steps in (self.steps, self.served):
+            with self.subTest(steps=steps.__name__):
+                made, *deleted = steps(f"printf %s {declare} | owmofc -n kov -", *delete)
+                self.assertEqual(made.status, 0, made.output)
+                self.assertEqual([(step.status, step.output) for step in deleted], [(0, ""), (0, "")])
+                self.assertEqual(self.rows(), before)
+
+    def test_one_class_that_cannot_be_deleted_keeps_all(self):
+        declare = quoted("class KOV_Spare { [Key] string Id; };")
+        self.shell(f"printf %s {declare} | owmofc -n kov -")
+        for words, reason in (
+            (["--delete-class", "kov:KOV_Spare", "kov:KOV_Product"], 'class has instances: cannot delete the class "kov:KOV_Product"'),
+            (["--delete-class", "kov:KOV_Spare", "KOV_Spare"], 'not found: cannot delete the class "KOV_Spare"'),
+            (["--delete-qualifier-type", "kov:Key"], 'delete the qualifier type "kov:Key": '),
+            (["--check", "--delete-class", "kov:KOV_Spare"], "only one of "),
+        ):
+            with self.subTest(words=words):
+                self.assert_refused(["owmofc", *words], reason)
