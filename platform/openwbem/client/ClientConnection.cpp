@@ -17,6 +17,9 @@ using blocxx::Timeout;
 
 namespace {
 
+/// How long a daemon that takes no more calls is listened to. What it says has been sent by then.
+constexpr Timeout LAST_WORD = Timeout::relative(std::chrono::seconds(1));
+
 void setText(const String& text, auto setter) {
     if (!text.empty()) {
         setter(capnp::Text::Reader(text.data(), text.size()));
@@ -157,6 +160,7 @@ private:
 
     /// The daemon says why before it disconnects a client that may still be sending.
     void raiseLastWord() {
+        m_socket.setTimeout(LAST_WORD);
         try {
             while (true) {
                 receive();

@@ -150,6 +150,61 @@ private:
     pid_t m_pid = -1;
 };
 
+/// A daemon that answers one ping, and then neither reads nor says anything, nor closes the
+/// connection.
+class DeafDaemon {
+public:
+    explicit DeafDaemon(const String& path) {
+        int ready[2] = {};
+        EXPECT_EQ(0, ::pipe(ready));
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            serve(path, ready[1]);
+            ::_exit(0);
+        }
+        char byte = 0;
+        EXPECT_EQ(1, ::read(ready[0], &byte, 1));
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+    ~DeafDaemon() {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    DeafDaemon(const DeafDaemon&) = delete;
+    DeafDaemon& operator=(const DeafDaemon&) = delete;
+
+private:
+    static void serve(const String& path, int ready) {
+        auto listening = std::make_unique<SilentSocket>(path);
+        ::write(ready, "r", 1);
+        const int fd = listening->accept();
+        listening.reset();
+        char call = 0;
+        ::read(fd, &call, 1);
+        ::shutdown(fd, SHUT_RD);
+        capnp::MallocMessageBuilder message;
+        message.initRoot<wire::Answer>().setId(1);
+        const auto words = capnp::messageToFlatArray(message);
+        const auto bytes = words.asChars();
+        ::send(fd, bytes.begin(), bytes.size(), MSG_NOSIGNAL);
+        ::pause();
+    }
+
+    pid_t m_pid = -1;
+};
+
+TEST(ClientErrors, ADaemonThatTakesNoMoreCallsIsNotListenedToForEver) {
+    const TemporaryDirectory directory;
+    const DeafDaemon daemon(directory.path() + "/socket");
+    const auto handle = ClientCIMOMHandle::createFromURL(
+        "owbinary.wbem://localhost:" + directory.path() + "/socket");
+    handle->ping();
+    String message;
+    EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
+    EXPECT_THAT(message, HasSubstr("owcimomd cannot be reached"));
+}
+
 TEST(ClientErrors, AnswersThatNobodyAskedForAreNotKept) {
     const TemporaryDirectory directory;
     const BabblingDaemon daemon(directory.path() + "/socket");
