@@ -86,9 +86,7 @@ private:
     void importQualifiers(const String& ns) {
         log().debug("Importing qualifiers into namespace \"%1\"", ns);
         for (const CIMQualifierType& qualifierType : standardQualifiers(ns)) {
-            m_handle->setQualifierType(ns, qualifierType);
-            m_undo.push_back(boost::bind(&deleteQualifierType, boost::ref(*m_handle), ns,
-                                         qualifierType.getName()));
+            setUndoably(*m_handle, ns, qualifierType, m_undo);
         }
     }
 
@@ -125,9 +123,7 @@ private:
     }
 
     CIMObjectPath create(const char* ns, const CIMInstance& instance) {
-        CIMObjectPath path = m_handle->createInstance(ns, instance);
-        m_undo.push_back(boost::bind(&deleteInstance, boost::ref(*m_handle), String(ns), path));
-        return path;
+        return createUndoably(*m_handle, ns, instance, m_undo);
     }
 
     const OpenWBEM::CIMOMHandleIFCRef& m_handle;

@@ -52,10 +52,10 @@ OpenWBEM::CIMInstance newProduct(OpenWBEM::CIMOMHandleIFC& handle, const String&
     return product;
 }
 
-CIMObjectPath createProduct(OpenWBEM::CIMOMHandleIFC& handle,
-                            const OpenWBEM::CIMInstance& product) {
+void createProduct(OpenWBEM::CIMOMHandleIFC& handle, const OpenWBEM::CIMInstance& product,
+                   CleanupActions_t& undo) {
     try {
-        return handle.createInstance(KOV_NS, product);
+        createUndoably(handle, KOV_NS, product, undo);
     } catch (const CIMException& e) {
         if (e.getErrNo() != CIMException::ALREADY_EXISTS) {
             throw;
@@ -148,8 +148,7 @@ void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
     const OpenWBEM::CIMInstance product = newProduct(*handle, productName, userNames);
     CleanupActions_t undo;
     undoOnFailure(undo, [&] {
-        const CIMObjectPath path = createProduct(*handle, product);
-        undo.push_back(boost::bind(&deleteInstance, boost::ref(*handle), String(KOV_NS), path));
+        createProduct(*handle, product, undo);
         writeAllowedUsersFile(productName, userNames, prefix, undo);
         if (permanence == Permanence::AT_ONCE) {
             handle->commit();

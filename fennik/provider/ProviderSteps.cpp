@@ -24,9 +24,7 @@ using OpenWBEM::CIMValue;
 namespace {
 
 CIMObjectPath create(const ProviderTarget& target, const String& ns, const CIMInstance& instance) {
-    CIMObjectPath path = target.handle->createInstance(ns, instance);
-    target.undo.push_back(boost::bind(&deleteInstance, boost::ref(*target.handle), ns, path));
-    return path;
+    return createUndoably(*target.handle, ns, instance, target.undo);
 }
 
 std::optional<CIMQualifierType> findQualifierType(CIMOMHandleIFC& handle, const String& ns,
@@ -147,13 +145,11 @@ OOP1ProviderRegistration createProviderObjects(const ProviderTarget& target,
     // when this provider is removed.
     Array<CIMQualifierType> own;
     for (const CIMQualifierType& qualifierType : registration.providerQualifiers()) {
-        const auto earlier = findQualifierType(handle, ns, qualifierType.getName());
-        handle.setQualifierType(ns, qualifierType);
-        if (earlier) {
+        if (const auto earlier = findQualifierType(handle, ns, qualifierType.getName())) {
+            handle.setQualifierType(ns, qualifierType);
             target.undo.push_back(boost::bind(&setQualifierType, boost::ref(handle), ns, *earlier));
         } else {
-            target.undo.push_back(
-                boost::bind(&deleteQualifierType, boost::ref(handle), ns, qualifierType.getName()));
+            setUndoably(handle, ns, qualifierType, target.undo);
             own.push_back(qualifierType);
         }
     }

@@ -7,6 +7,8 @@
 
 namespace KOVNS2 {
 
+using OpenWBEM::CIMException;
+using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMOMHandleIFC;
 
 void executeCleanupActions(CleanupActions_t& list) {
@@ -26,6 +28,52 @@ void runUndoStep(const boost::function<void()>& operation, const boost::function
     }
 }
 
+namespace {
+
+/// Runs the undo of a change that was perhaps not made.
+void undoIfMade(Made made, const boost::function<void()>& undo) {
+    try {
+        undo();
+    } catch (const CIMException& e) {
+        if (made == Made::CERTAINLY || e.getErrNo() != CIMException::NOT_FOUND) {
+            throw;
+        }
+    }
+}
+
+}  // namespace
+
+CIMObjectPath createUndoably(CIMOMHandleIFC& handle, const String& ns,
+                             const OpenWBEM::CIMInstance& instance, CleanupActions_t& undo) {
+    const auto push = [&](const CIMObjectPath& path, Made made) {
+        undo.push_back([&handle, ns, path, made] { deleteInstance(handle, ns, path, made); });
+    };
+    try {
+        CIMObjectPath path = handle.createInstance(ns, instance);
+        push(path, Made::CERTAINLY);
+        return path;
+    } catch (const OpenWBEM::OutcomeUnknownException&) {
+        push(CIMObjectPath(ns, instance), Made::PERHAPS);
+        throw;
+    }
+}
+
+void setUndoably(CIMOMHandleIFC& handle, const String& ns,
+                 const OpenWBEM::CIMQualifierType& qualifierType, CleanupActions_t& undo) {
+    const auto push = [&](Made made) {
+        undo.push_back([&handle, ns, name = qualifierType.getName(), made] {
+            deleteQualifierType(handle, ns, name, made);
+        });
+    };
+    try {
+        handle.setQualifierType(ns, qualifierType);
+        push(Made::CERTAINLY);
+    } catch (const OpenWBEM::OutcomeUnknownException&) {
+        push(Made::PERHAPS);
+        throw;
+    }
+}
+
 void modifyInstance(CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance) {
     runUndoStep([&] { handle.modifyInstance(ns, instance, OpenWBEM::E_INCLUDE_QUALIFIERS); },
@@ -36,9 +84,10 @@ void modifyInstance(CIMOMHandleIFC& handle, const String& ns,
                 "modify the instance accordingly. The owmofc utility can be used.");
 }
 
-void deleteInstance(CIMOMHandleIFC& handle, const String& ns, const OpenWBEM::CIMObjectPath& path) {
+void deleteInstance(CIMOMHandleIFC& handle, const String& ns, const CIMObjectPath& path,
+                    Made made) {
     // "namspace", without a blank before it: administrators' scripts look for this text.
-    runUndoStep([&] { handle.deleteInstance(ns, path); },
+    runUndoStep([&] { undoIfMade(made, [&] { handle.deleteInstance(ns, path); }); },
                 [&] {
                     return "The attempt to delete the instance:\n" + path.toString() +
                            "\nin namspace " + ns;
@@ -81,8 +130,8 @@ void setQualifierType(CIMOMHandleIFC& handle, const String& ns,
                 "set the qualifier type. The owmofc utility can be used.");
 }
 
-void deleteQualifierType(CIMOMHandleIFC& handle, const String& ns, const String& name) {
-    runUndoStep([&] { handle.deleteQualifierType(ns, name); },
+void deleteQualifierType(CIMOMHandleIFC& handle, const String& ns, const String& name, Made made) {
+    runUndoStep([&] { undoIfMade(made, [&] { handle.deleteQualifierType(ns, name); }); },
                 [&] { return "The attempt to delete the qualifier type " + ns + ":" + name; },
                 "delete the qualifier type. The owmofc utility can be used.");
 }

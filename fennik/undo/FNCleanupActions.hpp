@@ -52,17 +52,31 @@ inline constexpr const char* LEAD_IN_LINE = LEAD_IN + 1;
 
 }  // namespace UndoMessages
 
+/// Creates the instance and pushes the step that deletes it. When the connection is lost meanwhile,
+/// the step is pushed, too, and deletes the instance if it is there. Returns its path. Throws
+/// CIMException.
+OpenWBEM::CIMObjectPath createUndoably(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
+                                       const OpenWBEM::CIMInstance& instance,
+                                       CleanupActions_t& undo);
+/// The same for a qualifier type that does not exist yet.
+void setUndoably(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
+                 const OpenWBEM::CIMQualifierType& qualifierType, CleanupActions_t& undo);
+
+/// Whether a change that a step undoes was made. PERHAPS: finding nothing to undo is no failure.
+enum class Made { CERTAINLY, PERHAPS };
+
 // Steps on CIM objects. Those on files are in FileCleanupActions.hpp.
 void modifyInstance(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance);
 void deleteInstance(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
-                    const OpenWBEM::CIMObjectPath& path);
+                    const OpenWBEM::CIMObjectPath& path, Made made = Made::CERTAINLY);
 void createInstance(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
                     const OpenWBEM::CIMInstance& instance);
 void createClass(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const OpenWBEM::CIMClass& cls);
 void deleteClass(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const String& className);
 void setQualifierType(OpenWBEM::CIMOMHandleIFC& handle, const String& ns,
                       const OpenWBEM::CIMQualifierType& qualifierType);
-void deleteQualifierType(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const String& name);
+void deleteQualifierType(OpenWBEM::CIMOMHandleIFC& handle, const String& ns, const String& name,
+                         Made made = Made::CERTAINLY);
 
 }  // namespace KOVNS2

@@ -240,9 +240,10 @@ uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& 
 
 void ClientConnection::fail(const char* reason) {
     m_session.reset();
-    OPENWBEM_THROW_CIM(FAILED, Format("The connection to owcimomd at \"%1\" failed: %2. Whether "
-                                      "the operation was carried out is not known",
-                                      m_path, reason));
+    throw OutcomeUnknownException(__FILE__, __LINE__,
+                                  Format("The connection to owcimomd at \"%1\" failed: %2. Whether "
+                                         "the operation was carried out is not known",
+                                         m_path, reason));
 }
 
 /// Runs `action`. Turns the loss of the connection into the exception of the call.

@@ -42,6 +42,13 @@ public:
     const char* type() const noexcept override { return "CIMException"; }
 };
 
+/// FAILED, because the connection was lost: whether the operation was carried out is not known.
+class OutcomeUnknownException : public blocxx::Cloneable<OutcomeUnknownException, CIMException> {
+public:
+    OutcomeUnknownException(const char* file, int line, const String& message)
+        : Cloneable(file, line, FAILED, message) {}
+};
+
 /// Throws CIMException of that code with MESSAGE.
 #define OPENWBEM_THROW_CIM(CODE, MESSAGE) \
     throw ::OpenWBEM::CIMException(__FILE__, __LINE__, ::OpenWBEM::CIMException::CODE, (MESSAGE))

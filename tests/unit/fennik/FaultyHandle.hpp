@@ -25,6 +25,8 @@ public:
     void failFromCall(unsigned n) { arm(n, true); }
     /// Every call of that operation fails.
     void failOperation(const String& name) { m_failing.insert(name); }
+    /// Every change is carried out, but its answer is lost.
+    void loseAnswers(bool lost = true) { m_losesAnswers = lost; }
     /// What a failing call does instead of throwing a CIMException.
     void failBy(std::function<void()> fail) { m_failBy = std::move(fail); }
     /// How many calls there were since failures were last asked for.
@@ -52,7 +54,11 @@ public:
     }
     OperationResult carryOut(const OperationCall& call) override {
         check(traitsOf(call.operation).name);
-        return RepositoryCIMOMHandle::carryOut(call);
+        OperationResult result = RepositoryCIMOMHandle::carryOut(call);
+        if (m_losesAnswers && traitsOf(call.operation).effect == OperationTraits::Effect::CHANGES) {
+            throw OutcomeUnknownException("", 0, FAULT);
+        }
+        return result;
     }
     void commit() override {
         check("commit");
@@ -85,6 +91,7 @@ private:
     unsigned m_failAt = 0;
     unsigned m_calls = 0;
     bool m_onwards = false;
+    bool m_losesAnswers = false;
     bool m_hasFailed = false;
     String m_failedOperation;
     std::set<String> m_failing;

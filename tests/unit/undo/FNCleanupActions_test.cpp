@@ -198,6 +198,36 @@ TEST_F(UndoSteps, SuccessLogsNothing) {
     EXPECT_TRUE(m_log.errors().empty());
 }
 
+TEST_F(UndoSteps, ChangeWhoseAnswerIsLostIsUndone) {
+    CleanupActions_t list;
+    m_qualifier.setName("Other");
+    handle().loseAnswers();
+    EXPECT_THROW(createUndoably(handle(), "root/security", m_acl, list), OutcomeUnknownException);
+    EXPECT_THROW(setUndoably(handle(), "kov", m_qualifier, list), OutcomeUnknownException);
+    ASSERT_EQ(list.size(), 2U);
+    EXPECT_NO_THROW(handle().getQualifierType("kov", "Other"));
+    EXPECT_EQ(handle().enumInstancesA("root/security", "OpenWBEM_UserACL").size(), 1U);
+    handle().loseAnswers(false);
+    executeCleanupActions(list);
+    EXPECT_TRUE(handle().enumInstancesA("root/security", "OpenWBEM_UserACL").empty());
+    EXPECT_THROW(handle().getQualifierType("kov", "Other"), CIMException);
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
+TEST_F(UndoSteps, ChangeThatIsLostOnTheWayLeavesNothingToUndo) {
+    CleanupActions_t list;
+    handle().failBy([] { throw OutcomeUnknownException("", 0, FaultyHandle::FAULT); });
+    for (const char* operation : {"createInstance", "setQualifierType"}) {
+        handle().failOperation(operation);
+    }
+    EXPECT_THROW(createUndoably(handle(), "root/security", m_acl, list), OutcomeUnknownException);
+    m_qualifier.setName("Other");
+    EXPECT_THROW(setUndoably(handle(), "kov", m_qualifier, list), OutcomeUnknownException);
+    ASSERT_EQ(list.size(), 2U);
+    executeCleanupActions(list);
+    EXPECT_TRUE(m_log.errors().empty());
+}
+
 TEST_F(UndoSteps, FailingStepLetsTheRemainingOnesRun) {
     handle().failOperation("deleteInstance");
     bool ran = false;
