@@ -1,0 +1,147 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Makes every changing system call of every operation fail in turn, in the tool, in the programs that
+it starts and in the daemon that serves it, and judges what each run leaves.
+
+usage: run_faults.py RESULTS.jsonl [--share K/N] [--sample N] [--only 'live register:'...]
+
+Appends a line of JSON for each fault to RESULTS.jsonl and skips those whose outcome is there, so
+that a run can be interrupted and resumed. Does the K-th of N shares, and of that every N-th fault.
+Ends with status 1 when a run has left something wrong. For use inside scripts/sandbox."""
+
+import argparse
+import json
+import os
+import shutil
+import signal
+import sys
+
+import injection
+import operations
+from installation import WORK, Installation, Live, must, run
+from verdict import COMPLETE, UNNOTICED, Expectation, Wrong, read
+
+sys.dont_write_bytecode = True
+
+
+class Suite:
+    def __init__(self, results, share, sample, only):
+        self.results, self.sample, self.only = results, sample, only
+        self.share, self.shares = map(int, share.split("/"))
+        self.wrong = 0
+        self.known = set()
+        if os.path.exists(results):
+            with open(results, encoding="utf-8") as lines:
+                self.known = {found["fault"] for found in map(json.loads, lines)
+                              if found["outcome"] != "WRONG"}
+        # The installation and the saved state that it is in.
+        self.present = None
+
+    def prepare(self):
+        """Populates the live installation and a staged one."""
+        shutil.rmtree(WORK, ignore_errors=True)
+        os.makedirs(WORK, mode=0o755)
+        live, staged = Live(), Installation()
+        share = staged.prefix + "/opt/tarvo/kov"
+        os.makedirs(share)
+        must(["cp", "-a", "/opt/tarvo/kov/bin", "/opt/tarvo/kov/share", share])
+        must(["kov-setup", "--dest-dir", staged.prefix])
+        for installation in (live, staged):
+            operations.populate(installation)
+        operations.write_files()
+        injection.put_programs_in_place()
+        return live, staged
+
+    def run_all(self):
+        for installation in self.prepare():
+            for operation in operations.OPERATIONS:
+                if (operation.staged or not installation.prefix) and (
+                        not self.only or f"{installation.name} {operation.name}:" in self.only):
+                    self.walk(operation, installation)
+
+    def walk(self, operation, installation):
+        self.begin(operation, installation)
+        result = run(operation.argv(installation), operation.stdin)
+        if result.status != 0:
+            raise RuntimeError(f"{operation.name} failed: {result}")
+        installation.settle()
+        after = installation.state()
+        written = read(operation.writes) if operation.writes else None
+        self.put_back(operation, installation)
+        expectation = Expectation(operation, installation, installation.state(), after, result.out,
+                                  written)
+        targets = [injection.TOOL]
+        if not installation.prefix:
+            targets += [*injection.PROGRAMS, injection.DAEMON]
+        for target in targets:
+            self.walk_target(target, operation, installation, expectation)
+
+    def walk_target(self, target, operation, installation, expectation):
+        self.begin(operation, installation)
+        calls, _ = injection.calls_of(target, operation, installation)
+        installation.settle()
+        self.put_back(operation, installation)
+        faults = list(injection.faults_of(target, calls))
+        for number, fault in enumerate(faults):
+            key = f"{installation.name} {operation.name}: {fault}"
+            turn, share = divmod(number, self.shares)
+            if key in self.known or share != self.share or turn % self.sample:
+                continue
+            self.note(key, *self.judge(fault, operation, installation, expectation))
+
+    def judge(self, fault, operation, installation, expectation):
+        self.begin(operation, installation)
+        result, hit = injection.failing(fault, operation, installation)
+        try:
+            outcome = self.outcome(fault, result, installation, expectation)
+            text = result.err
+            if not hit and outcome == COMPLETE:
+                outcome = UNNOTICED
+        except Wrong as wrong:
+            outcome, text = "WRONG", str(wrong)
+        self.put_back(operation, installation)
+        return outcome, result.status, hit, text
+
+    @staticmethod
+    def outcome(fault, result, installation, expectation):
+        if result.status == -signal.SIGKILL:
+            return expectation.judge_death()
+        running = installation.settle()
+        if fault.effect == injection.TERM:
+            return expectation.judge_signal(result, running)
+        return expectation.judge(result, running, must_run=fault.effect != injection.KILL)
+
+    def begin(self, operation, installation):
+        if self.present != (installation, operation.base):
+            self.put_back(operation, installation)
+        if operation.writes and os.path.exists(operation.writes):
+            os.unlink(operation.writes)
+        installation.begin()
+
+    def put_back(self, operation, installation):
+        installation.put_back(operation.base)
+        self.present = installation, operation.base
+
+    def note(self, key, outcome, status, hit, text):
+        with open(self.results, "a", encoding="utf-8") as out:
+            out.write(json.dumps({"fault": key, "outcome": outcome, "status": status, "call": hit,
+                                  "text": text}) + "\n")
+        if outcome == "WRONG":
+            self.wrong += 1
+            print(f"WRONG: {key}: {hit}\n{text}", flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("results")
+    parser.add_argument("--share", default="0/1")
+    parser.add_argument("--sample", type=int, default=1)
+    parser.add_argument("--only", nargs="*", metavar="'WORLD OPERATION:'")
+    words = parser.parse_args()
+    suite = Suite(words.results, words.share, words.sample, words.only)
+    suite.run_all()
+    return 1 if suite.wrong else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
