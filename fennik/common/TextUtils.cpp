@@ -24,6 +24,15 @@ String search_replace(const String& text, const String& search, const String& re
     return result.append(text, done);
 }
 
+String shellWord(const String& text) {
+    constexpr std::string_view PLAIN =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:-";
+    if (!text.empty() && text.find_first_not_of(PLAIN) == String::npos) {
+        return text;
+    }
+    return "'" + search_replace(text, "'", "'\\''") + "'";
+}
+
 bool equals_ignorecase(const String& left, const String& right) {
     return blocxx::equalsIgnoreCase(left, right);
 }

@@ -15,6 +15,9 @@ blocxx::String untokenize(const blocxx::StringArray& parts, const blocxx::String
 blocxx::String search_replace(const blocxx::String& text, const blocxx::String& search,
                               const blocxx::String& replacement);
 
+/// Quotes the text for a shell where it needs that. Commands in messages have names of products.
+blocxx::String shellWord(const blocxx::String& text);
+
 /// Equality that ignores the case of ASCII letters.
 bool equals_ignorecase(const blocxx::String& left, const blocxx::String& right);
 

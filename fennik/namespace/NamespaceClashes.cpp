@@ -5,6 +5,7 @@
 
 #include "blocxx/Format.hpp"
 #include "fennik/common/FennikException.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/namespace/NamespaceUtils.hpp"
 #include "layout/Layout.hpp"
@@ -100,8 +101,8 @@ void requireAbsent(CIMOMHandleIFC& handle, const char* ns, const CIMObjectPath& 
     OPENWBEM_THROW_CIM(
         ALREADY_EXISTS,
         Format("the instance %1 exists already in the namespace \"%2\". Delete it by "
-               "\"owdeleteinstance -n %2 '%1'\"; then run the command again",
-               path.modelPath(), ns));
+               "\"owdeleteinstance -n %2 %3\"; then run the command again",
+               path.modelPath(), ns, shellWord(path.modelPath())));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <boost/bind/bind.hpp>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Interruption.hpp"
@@ -12,6 +13,7 @@
 #include "fennik/common/FennikException.hpp"
 #include "fennik/common/FileUtils.hpp"
 #include "fennik/common/NameRules.hpp"
+#include "fennik/common/TextUtils.hpp"
 #include "fennik/common/UnitLog.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
@@ -52,7 +54,28 @@ OpenWBEM::CIMInstance newProduct(OpenWBEM::CIMOMHandleIFC& handle, const String&
     return product;
 }
 
-void createProduct(OpenWBEM::CIMOMHandleIFC& handle, const OpenWBEM::CIMInstance& product,
+/// The reason why the product cannot be created. A run that was killed after it had created the
+/// product, through the daemon, has perhaps not written the file.
+CIMException describeExisting(const CIMException& e, const OpenWBEM::CIMInstance& product,
+                              const String& productName, const String& prefix) {
+    const String file = ProductPaths::allowedUsersFile(productName, prefix);
+    std::error_code failure;
+    if (std::filesystem::file_size(file, failure) > 0 && !failure) {
+        return e;
+    }
+    const String path = CIMObjectPath(String(), product).modelPath();
+    return CIMException(
+        __FILE__, __LINE__, CIMException::ALREADY_EXISTS,
+        Format(
+            "the instance %1 is there, but the file \"%2\" is missing or empty: an earlier run was "
+            "killed. Remove the file if it is there, and delete the instance by "
+            "\"owdeleteinstance %3-n %4 %5\"; then run the command again",
+            path, file, prefix.empty() ? "" : "--dest-dir " + shellWord(prefix) + " ", KOV_NS,
+            shellWord(path)));
+}
+
+void createProduct(OpenWBEM::CIMOMHandleIFC& handle, const String& productName,
+                   const OpenWBEM::CIMInstance& product, const String& prefix,
                    CleanupActions_t& undo) {
     try {
         createUndoably(handle, KOV_NS, product, undo);
@@ -60,8 +83,9 @@ void createProduct(OpenWBEM::CIMOMHandleIFC& handle, const OpenWBEM::CIMInstance
         if (e.getErrNo() != CIMException::ALREADY_EXISTS) {
             throw;
         }
+        const CIMException reason = describeExisting(e, product, productName, prefix);
         throw FennikException("The product has already been registered.",
-                              ErrorCode::ALREADY_REGISTERED, &e);
+                              ErrorCode::ALREADY_REGISTERED, &reason);
     }
 }
 
@@ -148,7 +172,7 @@ void registerProduct(const CIMOMHandleIFCRef& handle, const String& productName,
     const OpenWBEM::CIMInstance product = newProduct(*handle, productName, userNames);
     CleanupActions_t undo;
     undoOnFailure(undo, [&] {
-        createProduct(*handle, product, undo);
+        createProduct(*handle, productName, product, prefix, undo);
         writeAllowedUsersFile(productName, userNames, prefix, undo);
         if (permanence == Permanence::AT_ONCE) {
             handle->commit();

@@ -15,16 +15,6 @@ using OpenWBEM::CIMException;
 
 namespace {
 
-/// Quotes the text for a shell: names come from products.
-String shellWord(const String& text) {
-    constexpr std::string_view PLAIN =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:-";
-    if (!text.empty() && text.find_first_not_of(PLAIN) == String::npos) {
-        return text;
-    }
-    return "'" + search_replace(text, "'", "'\\''") + "'";
-}
-
 [[noreturn]] void throwWith(const CIMException& failure, const String& repair) {
     throw CIMException(failure.getFile(), failure.getLine(), failure.getErrNo(),
                        String(failure.getMessage()) + "\n" + repair, failure.getOtherException());

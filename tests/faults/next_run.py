@@ -4,6 +4,7 @@ whenever a run fails, until the operation is complete."""
 
 import os
 import re
+import shlex
 import shutil
 
 from installation import DATA, PLACES, PROGRAMS, run
@@ -33,7 +34,10 @@ class NextRun:
              self.put_repository_back),
             (r'Unable to move .*"([^"]+)" is in the way', remove),
             (r"createFile\((\S+)\) failed: 17\(File exists\)", remove),
-            (r'"(\S+?)" exists already[^"]*"owdeletenamespace', self.delete_namespace),
+            (r'the file "([^"]+)" is missing or empty.* by "(owdeleteinstance .*?)"; then run the '
+             r"command again", self.delete_half),
+            (r'by "(owdelete(?:namespace|instance) .*?)"; then run the command again',
+             self.run_command),
             (r"Cannot open (?:file )?\"?(/\S*/privileges/\S*oop1-[^\s\":]+)", self.put_file_back),
             (r"Failed to remove .*allowed_users", lambda: self.write(USERS_FILE)),
             (r"(/\S*allowed_users\.conf)", remove),
@@ -53,11 +57,17 @@ class NextRun:
         with open(path, "w", encoding="utf-8") as file:
             file.write("# lost\n")
 
-    def delete_namespace(self, name):
-        below = ["--dest-dir", self.installation.prefix] if self.installation.prefix else []
-        result = run([PROGRAMS + "/bin/owdeletenamespace", *below, name])
+    def delete_half(self, file, command):
+        if os.path.exists(file):
+            os.unlink(file)
+        self.run_command(command)
+
+    @staticmethod
+    def run_command(command):
+        name, *words = shlex.split(command)
+        result = run([f"{PROGRAMS}/bin/{name}", *words])
         if result.status != 0:
-            raise RuntimeError(f"owdeletenamespace {name}: {result.err}")
+            raise RuntimeError(f"{command}: {result.err}")
 
     def complete(self, is_after):
         """Returns the number of failed runs on the way. `is_after()` tells whether the operation

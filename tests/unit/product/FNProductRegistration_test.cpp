@@ -89,6 +89,27 @@ TEST_F(ProductRegistration, RegisteredProductIsLeftAsItIs) {
     EXPECT_EQ(m_tree.files(), before);
 }
 
+TEST_F(ProductRegistration, ProductWithoutItsFileIsNamedWithTheRemedy) {
+    registerNow("it's", {"alice"});
+    fs::resize_file(usersFile("it's"), 0);
+    try {
+        registerNow("it's", {"alice"});
+        FAIL() << "nothing failed";
+    } catch (const FennikException& e) {
+        EXPECT_EQ(e.getMessage(), String("The product has already been registered."));
+        ASSERT_NE(e.getOtherException(), nullptr);
+        EXPECT_EQ(e.getOtherException()->getMessage(),
+                  "already exists: the instance KOV_Product.Name=\"it's\" is there, but the file "
+                  "\"" +
+                      usersFile("it's").string() +
+                      "\" is missing or empty: an earlier run was killed. Remove the file if it is "
+                      "there, and delete the instance by "
+                      "\"owdeleteinstance --dest-dir " +
+                      m_tree.prefix() +
+                      " -n kov 'KOV_Product.Name=\"it'\\''s\"'\"; then run the command again");
+    }
+}
+
 TEST_F(ProductRegistration, AlreadyRegisteredCarriesTheCimErrorAsItsCause) {
     registerNow("sample", {"alice"});
     try {
