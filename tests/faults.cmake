@@ -1,10 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-# A sample of the faults of scripts/faults.
+# A sample of the faults of scripts/faults, and some of the sequences of scripts/sequences.
 if(NOT Python3_FOUND)
   return()
 endif()
 
-add_test(NAME faults.sample COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/sample.sh" 61)
-set_tests_properties(faults.sample PROPERTIES
+add_test(NAME faults.sample
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_faults.py" /var/opt/tarvo/outcomes --sample 61)
+add_test(NAME faults.sequences
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/sequences/run_sequences.py" --count 10 --seed 1)
+set_tests_properties(faults.sample faults.sequences PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")
