@@ -63,7 +63,11 @@ String reservedBy(CIMOMHandleIFC& handle, const String& ns) {
     }
     for (const CIMObjectPath& path : handle.enumInstanceNamesA(KOV_NS, RESERVED_NAMESPACE)) {
         if (isFor(path.getKeyValue("Name"))) {
-            return "it is reserved";
+            return Format(
+                "it is reserved, but by no product. If a run that was killed has left it, delete "
+                "it, with everything in it, by \"owdeletenamespace --reserved %1\"; then run the "
+                "command again",
+                ns);
         }
     }
     return {};

@@ -9,7 +9,8 @@ import shutil
 
 from installation import DATA, PLACES, PROGRAMS, run
 
-ROUNDS = 6
+# A namespace that a killed run has left is deleted, then its rights and its reservation.
+ROUNDS = 8
 COPY, BACKUP = DATA + "/repository-copy_QLkJ235", DATA + "/repository-back_LKjs2354"
 USERS_FILE = PLACES[0] + "/openwbem/openwbem.conf.d/sample.allowed_users.conf"
 

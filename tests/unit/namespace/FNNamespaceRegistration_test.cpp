@@ -204,7 +204,11 @@ TEST_F(NamespaceRegistration, NamespaceThatIsOnlyReservedIsNotOfferedForDeletion
     OpenRepository repository(m_tree);
     repository.faults().createNameSpace("sample");
     create(repository, "kov", "KOV_ReservedNamespace", {{"Name", "Sample"}});
-    expectClash({"sample"}, "the namespace \"sample\" exists already; it is reserved", repository);
+    expectClash({"sample"},
+                "the namespace \"sample\" exists already; it is reserved, but by no product. If a "
+                "run that was killed has left it, delete it, with everything in it, by "
+                "\"owdeletenamespace --reserved sample\"; then run the command again",
+                repository);
 }
 
 TEST_F(NamespaceRegistration, NamespaceOfTheInstallationIsNotOfferedForDeletion) {
