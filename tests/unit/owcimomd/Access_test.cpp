@@ -175,6 +175,38 @@ TEST_F(Access, ChangesWithTheRights) {
     EXPECT_EQ(2, statusFor(m_reader, readInstances));
 }
 
+TEST_F(Access, IsWithdrawnThroughAnySpellingOfTheNamespace) {
+    const char* const spelling = "Root/SECURITY";
+    const auto acl = [&](const String& capability) {
+        CIMInstance result("OpenWBEM_UserACL");
+        result.setProperty("nspace", CIMValue("test"));
+        result.setProperty("username", CIMValue(m_reader.name));
+        return result.setProperty("capability", CIMValue(capability));
+    };
+    const std::function<void(ClientCIMOMHandle&)> changes[] = {
+        [&](ClientCIMOMHandle& h) { h.modifyInstance(spelling, acl("R")); },
+        [&](ClientCIMOMHandle& h) { h.modifyInstance(spelling, acl("rR")); },
+        [&](ClientCIMOMHandle& h) {
+            const Array<CIMInstance> instances{acl("R")};
+            h.store(spelling, {{}, {}, instances});
+        },
+        [&](ClientCIMOMHandle& h) { h.modifyInstance(spelling, acl("rR")); },
+        [&](ClientCIMOMHandle& h) {
+            h.deleteInstance(spelling, CIMObjectPath("OpenWBEM_UserACL")
+                                           .setKeyValue("nspace", CIMValue("test"))
+                                           .setKeyValue("username", CIMValue(m_reader.name)));
+        },
+        [&](ClientCIMOMHandle& h) { h.createInstance(spelling, acl("r")); },
+    };
+    bool may = true;
+    for (const auto& change : changes) {
+        EXPECT_EQ(may ? 0 : 2, statusFor(m_reader, readInstances));
+        change(*m_daemon.connect());
+        may = !may;
+        EXPECT_EQ(may ? 0 : 2, statusFor(m_reader, readInstances)) << &change - changes;
+    }
+}
+
 TEST_F(Access, NamespacesAreInstancesOfTheInteropNamespace) {
     const auto list = [](CIMOMHandleIFC& h) { CIMNameSpaceUtils::enumCIM_Namespace(h, "root"); };
     const auto create = [](CIMOMHandleIFC& h) {

@@ -289,6 +289,46 @@ TEST_F(Requests, OfEveryNumberAreRefusedToAUserWithoutTheRight) {
               }));
 }
 
+TEST_F(Requests, OfEveryNumberAreAllowedByOneRightAlone) {
+    constexpr std::string_view NEEDED = "RRRWWWrrrwwwRRWWrrrrRR";  // by the operation's number
+    const struct {
+        char right;
+        const char* others;
+        const char* ns;
+        const char* othersNs;
+        const char* refusal;
+    } rows[] = {
+        {'r', "wRW", "r1", "others1", "the user \"games\" may not read instances in the namespace"},
+        {'w', "rRW", "w2", "others2",
+         "the user \"games\" may not write instances in the namespace"},
+        {'R', "rwW", "r3", "others3", "the user \"games\" may not read classes in the namespace"},
+        {'W', "rwR", "w4", "others4", "the user \"games\" may not write classes in the namespace"},
+    };
+    for (const auto& row : rows) {
+        grant("games", String(1, row.right), row.ns);
+        grant("games", row.others, row.othersNs);
+    }
+    EXPECT_EQ(0, asUser(getpwnam("games")->pw_uid, [&] {
+                  for (uint16_t number = 0; number < NEEDED.size(); ++number) {
+                      const bool isEnumeration =
+                          traitsOf(Operation(number)).effect == OperationTraits::Effect::ENUMERATES;
+                      for (const auto& row : rows) {
+                          SCOPED_TRACE(testing::Message() << number << ' ' << row.right);
+                          const bool isIt = row.right == NEEDED[number];
+                          RawClient client(daemon.socket());
+                          client.send(bareCall(number, isEnumeration, row.ns));
+                          EXPECT_EQ(!isIt, client.failure().starts_with("access denied"));
+                          client.send(bareCall(number, isEnumeration, row.othersNs));
+                          const String failure = client.failure();
+                          EXPECT_EQ(isIt, failure.starts_with("access denied")) << failure;
+                          EXPECT_EQ(isIt, failure.find(row.refusal) != String::npos) << failure;
+                      }
+                  }
+                  return HasFailure() ? 1 : 0;
+              }));
+    EXPECT_EQ(nullptr, findTraits(NEEDED.size())) << "the table has every operation";
+}
+
 TEST_F(Requests, ForMoreOfAnEnumerationNeedTheRightStill) {
     grant("games", "r");
     const auto root = daemon.connect();
