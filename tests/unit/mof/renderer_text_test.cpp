@@ -103,6 +103,33 @@ TEST(RendererTextTest, ADerivedClassAndItsLocalPartHaveOneText) {
                                 E_LOCAL_ONLY, E_INCLUDE_QUALIFIERS, E_INCLUDE_CLASS_ORIGIN})));
 }
 
+TEST(RendererTextTest, AnOverridingPropertyWithoutAValueSaysSo) {
+    const CIMFlavor restricted{false, false, false};
+    const CIMQualifier own("Override", CIMValue("P"), restricted);
+    const struct {
+        const char* sentence;
+        const char* origin;
+        CIMQualifierArray qualifiers;
+        bool isOverriding;
+    } rows[] = {
+        {"nothing tells of a superclass", "", {}, false},
+        {"it comes from this class", "d", {}, false},
+        {"it comes from a superclass", "B", {}, true},
+        {"it overrides, as it says itself", "", {own}, true},
+        {"it overrides, as it says although it comes from this class", "D", {own}, true},
+        {"what it overrides says so", "", {CIMQualifier(own).setPropagated(true)}, false},
+    };
+    for (const auto& row : rows) {
+        CIMProperty property("P", CIMDataType::UINT8);
+        property.setClassOrigin(row.origin).setQualifiers(row.qualifiers);
+        const String text = toMOF(CIMClass("D", "B").setProperties({property}));
+        EXPECT_EQ(row.isOverriding, text.find("uint8 P = NULL;") != String::npos)
+            << row.sentence << '\n'
+            << text;
+        EXPECT_EQ(!row.isOverriding, text.find("uint8 P;") != String::npos) << row.sentence;
+    }
+}
+
 TEST(RendererTextTest, AQualifierTypeTellsEverything) {
     CIMQualifierType type("Q");
     type.setDataType(CIMDataType::array(CIMDataType::STRING)).setScopes(CIMScope::ANY);

@@ -10,6 +10,7 @@ namespace KovTest {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using T = CIMDataType;
 
 class RepositoryOperations : public SubjectTest {
@@ -179,6 +180,31 @@ TEST_F(RepositoryOperations, AClassInUseMayOnlyChangeSoThatItsUsersStayValid) {
     clash.setProperties({property("Note", T::STRING), property("School", T::UINT8)});
     const int status = statusOf([&] { handle.modifyClass("test", clash); });
     EXPECT_EQ(8, status) << "Student.School is a string";
+}
+
+TEST_F(RepositoryOperations, AClassWithInstancesStaysOfItsKind) {
+    const CIMPropertyArray key{property("Id", T::UINT8, true)};
+    const CIMClass plain = makeClass("Kind", "", key);
+    const CIMClass association = makeClass("Kind", "", key, {flag("Association")});
+    const CIMClass abstract = makeClass("Kind", "", key, {flag("Abstract")});
+    handle.createClass("test", plain);
+    CIMInstance instance("Kind");
+    instance.setProperty("Id", CIMValue(uint8_t(1)));
+    const auto expectKept = [&](const CIMClass& kind, const CIMClass& changed) {
+        String message;
+        handle.modifyClass("test", kind);
+        const CIMObjectPath path = handle.createInstance("test", instance);
+        EXPECT_EQ(9, statusOf([&] { handle.modifyClass("test", changed); }, &message));
+        EXPECT_THAT(message, HasSubstr("the change would make instances of class Kind invalid: "
+                                       "another kind of class \"Kind\""));
+        EXPECT_EQ(kind.isAssociation(), getClass("Kind").isAssociation());
+        EXPECT_FALSE(getClass("Kind").isAbstract());
+        handle.deleteInstance("test", path);
+        EXPECT_EQ(0, statusOf([&] { handle.modifyClass("test", changed); }));
+    };
+    expectKept(plain, association);
+    expectKept(association, plain);
+    expectKept(plain, abstract);
 }
 
 TEST_F(RepositoryOperations, AQualifierTypeInUseMayOnlyChangeWithoutEffect) {

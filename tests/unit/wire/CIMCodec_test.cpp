@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Decoding gives the object that was encoded, and refuses all other bytes.
+#include <capnp/serialize.h>
 #include <gmock/gmock.h>
 
 #include <cstring>
 #include <limits>
 #include <random>
 
+#include "cim.capnp.h"
 #include "openwbem/model/CIMDateTime.hpp"
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/model/Identifier.hpp"
@@ -242,6 +244,46 @@ TEST(CIMCodec, WhatTheModelRefusesIsRefused) {
     CIMInstance mixed("A");
     mixed.setProperties({property("P", T::UINT8, CIMValue("text"))});
     EXPECT_THROW(Codec::decodeInstance(bytesOf(Codec::encode(mixed))), Codec::CodecException);
+}
+
+/// An instance with an array of two numbers and as many null flags as that.
+String arrayWithNullFlags(unsigned flags) {
+    capnp::MallocMessageBuilder message;
+    auto instance = message.initRoot<wire::Instance>();
+    instance.setClassName("A");
+    auto property = instance.initProperties(1)[0];
+    property.setName("P");
+    property.setType(wire::Type::UINT16);
+    property.setIsArray(true);
+    auto value = property.initValue();
+    value.setType(wire::Type::UINT16);
+    value.setIsArray(true);
+    value.initUnsigneds(2).set(1, 7);
+    auto nulls = value.initNulls(flags);
+    if (flags > 0) {
+        nulls.set(0, true);
+    }
+    const auto words = capnp::messageToFlatArray(message);
+    const auto bytes = words.asChars();
+    return {bytes.begin(), bytes.size()};
+}
+
+TEST(CIMCodec, AnArrayHasAsManyNullFlagsAsElementsOrNone) {
+    const auto decoded = [](unsigned flags) {
+        return Codec::decodeInstance(bytesOf(arrayWithNullFlags(flags))).getPropertyValue("P");
+    };
+    EXPECT_EQ(CIMValue::array<uint16_t>({0, 7}), decoded(0));
+    EXPECT_EQ(CIMValue::array<uint16_t>({0, 7}, {true, false}), decoded(2));
+    for (const unsigned flags : {1U, 3U, 64U, 100000U}) {
+        try {
+            decoded(flags);
+            ADD_FAILURE() << flags;
+        } catch (const Codec::CodecException& e) {
+            EXPECT_THAT(e.what(), ::testing::HasSubstr("an array does not say of each element "
+                                                       "whether it is null"))
+                << flags;
+        }
+    }
 }
 
 TEST(Identifier, IsALetterAndThenLettersAndDigits) {
