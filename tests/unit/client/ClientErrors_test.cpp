@@ -4,6 +4,7 @@
 #include <capnp/message.h>
 #include <capnp/serialize.h>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -103,6 +104,11 @@ public:
     }
     ~SilentSocket() { ::close(m_fd); }
     int accept() const { return ::accept(m_fd, nullptr, nullptr); }
+    /// Whether somebody has connected who is not accepted yet.
+    bool hasClient() const {
+        pollfd waiting{m_fd, POLLIN, 0};
+        return ::poll(&waiting, 1, 0) > 0;
+    }
     SilentSocket(const SilentSocket&) = delete;
     SilentSocket& operator=(const SilentSocket&) = delete;
 
@@ -120,6 +126,51 @@ TEST(ClientErrors, AReplyThatDoesNotComeInTimeIsAnError) {
     String message;
     EXPECT_EQ(1, statusOf([&] { handle->ping(); }, &message));
     EXPECT_THAT(message, HasSubstr("no reply came in time"));
+}
+
+/// A daemon that answers a ping, takes the beginning of the next call and ends the connection.
+class QuittingDaemon {
+public:
+    explicit QuittingDaemon(const String& path) : m_socket(path) {
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            const int fd = m_socket.accept();
+            capnp::StreamFdMessageReader ping(fd);
+            capnp::MallocMessageBuilder message;
+            message.initRoot<wire::Answer>().setId(ping.getRoot<wire::Call>().getId());
+            capnp::writeMessageToFd(fd, message);
+            char beginning[4096];
+            ::_exit(::read(fd, beginning, sizeof beginning) > 0 ? 0 : 1);
+        }
+    }
+    ~QuittingDaemon() {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+    QuittingDaemon(const QuittingDaemon&) = delete;
+    QuittingDaemon& operator=(const QuittingDaemon&) = delete;
+    bool hasAnotherClient() const { return m_socket.hasClient(); }
+
+private:
+    SilentSocket m_socket;
+    pid_t m_pid = -1;
+};
+
+TEST(ClientErrors, ACallBrokenHalfWayIsNotSentAgain) {
+    const TemporaryDirectory directory;
+    const QuittingDaemon daemon(directory.path() + "/socket");
+    const auto handle = ClientCIMOMHandle::createFromURL(
+        "owbinary.wbem://localhost:" + directory.path() + "/socket");
+    handle->getWBEMProtocolHandler()->setTimeout(
+        blocxx::Timeout::relative(std::chrono::seconds(10)));
+    handle->ping();
+    CIMInstance large = person("ann");
+    large.setProperty("Note", CIMValue(String(size_t(16) << 20U, 'n')));
+    String message;
+    EXPECT_EQ(1, statusOf([&] { handle->createInstance("root", large); }, &message));
+    EXPECT_THAT(message, HasSubstr("failed: the daemon has closed it. Whether the operation was "
+                                   "carried out is not known"));
+    EXPECT_FALSE(daemon.hasAnotherClient());
 }
 
 /// A daemon that sends a client answers that it has not asked for, without end.

@@ -14,12 +14,16 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <stdexcept>
+#include <utility>
 
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/owcimomd/RawClient.hpp"
 
 namespace KovTest {
 namespace {
+
+using ::testing::HasSubstr;
 
 constexpr int MANY_CLIENTS = 100;
 
@@ -283,6 +287,73 @@ TEST_F(FewDescriptors, AreNotTakenByOneUserAndRefusalsDoNotFillTheLog) {
         status = pingAs(one);
     }
     EXPECT_EQ(0, status);
+}
+
+/// Has `count` enumerations under way on one connection, then runs `action`.
+void whileEnumerating(CIMOMHandleIFC& handle, size_t count, const std::function<void()>& action) {
+    if (count == 0) {
+        return action();
+    }
+    bool isFirst = true;
+    auto next = makeResultHandler<CIMInstance>([&](const CIMInstance&) {
+        if (std::exchange(isFirst, false)) {
+            whileEnumerating(handle, count - 1, action);
+            throw std::runtime_error("one is enough");
+        }
+    });
+    try {
+        handle.enumInstances("root", "Car", next);
+    } catch (const std::runtime_error&) {  // NOLINT(bugprone-empty-catch): it is abandoned
+    }
+}
+
+TEST_F(Clients, HaveAtMost256EnumerationsUnderWay) {
+    const auto handle = daemon.connect();
+    addSchema(*handle, "root");
+    // Each portion is one car, and two are on their way to the client.
+    addCars(*handle, "root", 4, size_t(256) << 10U);
+    const auto oneMore = [&](String* message) {
+        return statusOf([&] { whileEnumerating(*handle, 1, [] {}); }, message);
+    };
+    String message;
+    whileEnumerating(*handle, 255, [&] {
+        EXPECT_EQ(0, oneMore(&message)) << message;
+        whileEnumerating(*handle, 1, [&] {
+            EXPECT_EQ(1, oneMore(&message));
+            EXPECT_THAT(message, HasSubstr("too many enumerations are under way at once"));
+            EXPECT_EQ(0, statusOf([&] { daemon.connect()->enumClassNamesA("root", ""); }))
+                << "of another connection";
+        });
+        EXPECT_EQ(0, oneMore(&message)) << message;
+    });
+}
+
+TEST_F(Clients, ThatBreakOffAreNotReportedAsErrors) {
+    {
+        const auto handle = daemon.connect();
+        addSchema(*handle, "root");
+        addCars(*handle, "root", 100, 100'000);
+    }
+    const pid_t enumerating = ::fork();
+    if (enumerating == 0) {
+        auto die = makeResultHandler<CIMInstance>([](const CIMInstance&) { ::raise(SIGKILL); });
+        CIMOMHandleIFCRef(daemon.connect())->enumInstances("root", "Car", die);
+        ::_exit(0);
+    }
+    ::waitpid(enumerating, nullptr, 0);
+    const String call = pingCall(1);
+    for (size_t length = 0; length < call.size(); ++length) {
+        RawClient(daemon.socket()).send(call.substr(0, length));
+    }
+    // The answer meets a socket that has been closed.
+    for (int i = 0; i < 20; ++i) {
+        RawClient(daemon.socket()).send(call);
+    }
+    for (int i = 0; i < 20; ++i) {
+        daemon.connect()->ping();
+    }
+    daemon.end(SIGTERM);
+    EXPECT_EQ("owcimomd: ready\nowcimomd: ended\n", daemon.log());
 }
 
 TEST_F(Clients, ThatDieInTheMiddleTakeTheirEnumerationsWithThem) {

@@ -114,13 +114,25 @@ TEST_F(ConfigurationFiles, AreReadInTheOrderOfTheirNames) {
     writeFile(file(), "key = main\nonly = main\n");
     writeFile(dropIn("b.conf"), "key = b\n");
     writeFile(dropIn("a.conf"), "key = a\n");
-    writeFile(dropIn("c.conf.bak"), "key = backup\n");
-    writeFile(dropIn(".hidden.conf"), "key = hidden\n");
-    writeFile(dropIn("c.conf~"), "key = editor\n");
+    writeFile(dropIn("c.conf.bak"), "key = backup\nown = backup\n");
+    writeFile(dropIn(".hidden.conf"), "key = hidden\nown = hidden\n");
+    writeFile(dropIn("c.conf~"), "key = editor\nown = editor\n");
     const Configuration configuration = read();
     EXPECT_EQ("b", configuration.get("key", ""));
     EXPECT_EQ("main", configuration.get("only", ""));
+    EXPECT_EQ("", configuration.get("own", "")) << "nobody else sets it";
     EXPECT_THAT(configuration.complaints(), IsEmpty());
+}
+
+TEST_F(ConfigurationFiles, OfTheLargestSizeAreRead) {
+    const String line = "key = large\n";
+    const String largest = line + String(Configuration::MAX_FILE_SIZE - line.size(), '#');
+    writeFile(file(), largest);
+    EXPECT_THAT(read().complaints(), IsEmpty());
+    EXPECT_EQ("large", read().get("key", ""));
+    writeFile(file(), largest + "#");
+    EXPECT_THAT(read().complaints(), ElementsAre(HasSubstr("it is larger than 1048576 bytes")));
+    EXPECT_EQ("", read().get("key", ""));
 }
 
 TEST_F(ConfigurationFiles, ThatCannotBeReadAreToldAndLeftOut) {
