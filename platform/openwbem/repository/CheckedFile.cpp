@@ -62,7 +62,6 @@ bool isAllZero(const void* page) noexcept {
 
 struct File {
     sqlite3_file base;
-    int lockLevel;
     WriteRun unwritten;
 };
 
@@ -80,27 +79,19 @@ bool isPage(int amount, sqlite3_int64 offset) noexcept {
     return amount == PAGE_SIZE && offset % PAGE_SIZE == 0;
 }
 
-/// Whether the page may lack a checksum: while a unit of work grows the file, pages that it no
-/// longer needs may be holes in the file or beyond its end.
-bool mayBeHole(sqlite3_file* file, const void* page) noexcept {
-    return reinterpret_cast<File*>(file)->lockLevel >= SQLITE_LOCK_RESERVED && isAllZero(page);
-}
-
 int readPage(sqlite3_file* file, void* buffer, sqlite3_int64 offset) noexcept {
     const int rc = real(file)->pMethods->xRead(real(file), buffer, PAGE_SIZE, offset);
     if (rc == SQLITE_IOERR_SHORT_READ) {
         // SQLite would read a truncated page as one that ends in zeros. Only a file that is being
         // created is empty.
-        const bool isEmpty = offset == 0 && isAllZero(buffer);
-        return isEmpty || mayBeHole(file, buffer) ? rc : SQLITE_IOERR_DATA;
+        return offset == 0 && isAllZero(buffer) ? rc : SQLITE_IOERR_DATA;
     }
     if (rc != SQLITE_OK) {
         return rc;
     }
     uint64_t stored = 0;
     std::memcpy(&stored, static_cast<const char*>(buffer) + DATA_SIZE, sizeof stored);
-    const bool intact = le64toh(stored) == checksum(buffer, offset);
-    return intact || mayBeHole(file, buffer) ? SQLITE_OK : SQLITE_IOERR_DATA;
+    return le64toh(stored) == checksum(buffer, offset) ? SQLITE_OK : SQLITE_IOERR_DATA;
 }
 
 int xRead(sqlite3_file* file, void* buffer, int amount, sqlite3_int64 offset) {
@@ -179,18 +170,12 @@ int xFileSize(sqlite3_file* file, sqlite3_int64* size) {
     const int rc = writeHeldBack(file);
     return rc != SQLITE_OK ? rc : real(file)->pMethods->xFileSize(real(file), size);
 }
-int setLevel(sqlite3_file* file, int level, int rc) noexcept {
-    if (rc == SQLITE_OK) {
-        reinterpret_cast<File*>(file)->lockLevel = level;
-    }
-    return rc;
-}
 int xLock(sqlite3_file* file, int level) {
-    return setLevel(file, level, real(file)->pMethods->xLock(real(file), level));
+    return real(file)->pMethods->xLock(real(file), level);
 }
 int xUnlock(sqlite3_file* file, int level) {
     const int written = writeHeldBack(file);
-    const int rc = setLevel(file, level, real(file)->pMethods->xUnlock(real(file), level));
+    const int rc = real(file)->pMethods->xUnlock(real(file), level);
     return written != SQLITE_OK ? written : rc;
 }
 int xCheckReservedLock(sqlite3_file* file, int* result) {
@@ -247,7 +232,6 @@ int xOpen(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* ou
     }
     auto* ours = reinterpret_cast<File*>(file);
     ours->base.pMethods = nullptr;
-    ours->lockLevel = SQLITE_LOCK_NONE;
     const int rc = below().xOpen(&below(), name, real(file), flags, outFlags);
     // SQLite closes the file whenever the methods are set, even when opening failed.
     if (real(file)->pMethods != nullptr) {

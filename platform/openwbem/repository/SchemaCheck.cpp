@@ -98,10 +98,13 @@ int confine(sqlite3* database) {
     }
     sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
     sqlite3_limit(database, SQLITE_LIMIT_WORKER_THREADS, 0);
-    return rc != SQLITE_OK
-               ? rc
-               : sqlite3_exec(database, "PRAGMA cell_size_check=ON; PRAGMA temp_store=MEMORY",
-                              nullptr, nullptr, nullptr);
+    // Without secure_delete SQLite leaves out pages that are freed in the transaction that made
+    // them. They would be pages of zeros without a checksum, which are refused as damage.
+    return rc != SQLITE_OK ? rc
+                           : sqlite3_exec(database,
+                                          "PRAGMA cell_size_check=ON; PRAGMA temp_store=MEMORY; "
+                                          "PRAGMA secure_delete=ON",
+                                          nullptr, nullptr, nullptr);
 }
 
 int compare(sqlite3* database, String& deviation) {

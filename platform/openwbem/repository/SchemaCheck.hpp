@@ -14,7 +14,7 @@ namespace OpenWBEM::SchemaCheck {
 
 /// Sets the connection up so that the file's schema runs nothing: no triggers, views, virtual
 /// tables, extensions or functions that do more than calculate; no other file; no temporary file.
-/// Reads nothing. An SQLite result code.
+/// Pages that are freed are written with zeros. Reads nothing. An SQLite result code.
 int confine(sqlite3* database);
 
 /// Reads the schema. `deviation` says what is not ours, and is empty when everything is. An SQLite

@@ -183,6 +183,92 @@ TEST_F(RepositoryFile, PagesInOtherPlacesAreRefused) {
     }
 }
 
+/// Reads with no lock, inside a unit of work, and while the repository is served.
+enum class Reader { IDLE, WRITER, SERVED };
+
+class ZeroPages : public RepositoryFile, public ::testing::WithParamInterface<Reader> {
+protected:
+    void SetUp() override {
+        fill();
+        m_whole = contentOf(file());
+    }
+    /// Runs `read` on the file with `content`. Returns the status.
+    template <class Read>
+    int statusReading(const String& content, Read read, String* message) {
+        write(file(), content);
+        return statusOf(
+            [&] {
+                OpenRepository opened(m_directory.path(), GetParam() == Reader::SERVED
+                                                              ? RepositoryUse::SERVED
+                                                              : RepositoryUse::UNIT_OF_WORK);
+                if (GetParam() == Reader::WRITER) {
+                    opened->createNameSpace("other");
+                    opened->deleteNameSpace("other");
+                }
+                read(*opened);
+                opened.repository().abandon();
+            },
+            message);
+    }
+    String withZeros(size_t page) const {
+        return String(m_whole).replace(page * PAGE, PAGE, PAGE, '\0');
+    }
+
+    static constexpr size_t PAGE = 4096;
+    String m_whole;
+};
+
+TEST_P(ZeroPages, AreAnErrorOrWithoutEffect) {
+    String good;
+    String found;
+    const auto read = [&](RepositoryCIMOMHandle& handle) { found = dump(handle); };
+    EXPECT_EQ(0, statusReading(m_whole, read, nullptr));
+    good = found;
+    size_t refused = 0;
+    for (size_t page = 0; page < m_whole.size() / PAGE; ++page) {
+        String message;
+        const int status = statusReading(withZeros(page), read, &message);
+        EXPECT_TRUE(status == CIMException::FAILED || (status == 0 && found == good)) << page;
+        EXPECT_TRUE(status == 0 || message.find(file()) != String::npos) << message;
+        refused += status != 0 ? 1 : 0;
+    }
+    EXPECT_GT(refused, m_whole.size() / PAGE / 2);
+}
+
+TEST_P(ZeroPages, AreNoEndOfALargeObject) {
+    // The last page of the note: it names no next one, and the note goes on in it.
+    size_t last = 0;
+    for (size_t page = 1; page < m_whole.size() / PAGE; ++page) {
+        last = m_whole.compare(page * PAGE, 12, String(4, '\0') + "xxxxxxxx") == 0 ? page : last;
+    }
+    ASSERT_NE(0u, last);
+    String message;
+    const int status = statusReading(
+        withZeros(last),
+        [](CIMOMHandleIFC& handle) {
+            CIMInstance big = handle.getInstance("test", personPath("big"));
+            ADD_FAILURE() << big.getPropertyValue("Note").toString().size();
+        },
+        &message);
+    EXPECT_EQ(CIMException::FAILED, status);
+    EXPECT_THAT(message, HasSubstr(file()));
+    EXPECT_THAT(message, HasSubstr("is damaged"));
+}
+
+TEST_P(ZeroPages, AreNotReadWhereTheFileIsCut) {
+    for (size_t pages = 1; pages < m_whole.size() / PAGE; ++pages) {
+        String message;
+        const auto read = [](RepositoryCIMOMHandle& handle) { dump(handle); };
+        EXPECT_EQ(CIMException::FAILED,
+                  statusReading(m_whole.substr(0, pages * PAGE), read, &message))
+            << pages;
+        EXPECT_THAT(message, HasSubstr(file()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachReader, ZeroPages,
+                         ::testing::Values(Reader::IDLE, Reader::WRITER, Reader::SERVED));
+
 TEST_F(RepositoryFile, WritingToADamagedFileFailsAndLeavesNoUnitOfWork) {
     fill();
     String noisy = contentOf(file());

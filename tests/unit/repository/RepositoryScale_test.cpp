@@ -53,6 +53,34 @@ TEST_F(RepositoryScale, EnumeratingManyLargeInstancesTakesLittleMemory) {
     EXPECT_LT(peakKilobytes() - before, 10000) << "of 80 MB";
 }
 
+TEST_F(RepositoryScale, PagesThatAreFreedInTheUnitThatMadeThemAreUsedAgain) {
+    openWithSchema()->repository().close();
+    for (const RepositoryUse use : {RepositoryUse::UNIT_OF_WORK, RepositoryUse::SERVED}) {
+        OpenRepository opened(m_directory.path(), use);
+        const auto change = [&](uint32_t count, size_t size) {
+            addCars(*opened, "test", count, size);
+            for (uint32_t i = 0; i < count; ++i) {
+                opened->deleteInstance("test", carPath(i));
+            }
+        };
+        // Several times as much as the cache holds.
+        for (int unit = 0; unit < 3; ++unit) {
+            for (const uint32_t count : {200U, 700U, 400U}) {
+                change(count, 30000);
+                change(7 * count, 700);
+            }
+            opened->commit();
+        }
+        addCars(*opened, "test", 500, 30000);
+        opened->commit();
+        EXPECT_EQ(500u, opened->enumInstancesA("test", "Car").size());
+        for (uint32_t i = 0; i < 500; ++i) {
+            opened->deleteInstance("test", carPath(i));
+        }
+        opened.repository().close();
+    }
+}
+
 TEST_F(RepositoryScale, AHierarchyMayBeDeep) {
     const auto opened = openWithSchema();
     String super = "Root";
