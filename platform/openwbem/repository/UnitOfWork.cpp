@@ -7,6 +7,7 @@
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Invariant.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
 #include "openwbem/repository/Statement.hpp"
 
 namespace OpenWBEM {
@@ -19,6 +20,14 @@ namespace {
 // returns. The cache holds what most runs write, so that pages are written once, at the end; its
 // size bounds the memory.
 constexpr const char* WRITING_PRAGMAS = "PRAGMA synchronous=EXTRA; PRAGMA cache_size=-4096;";
+
+// When pages had been written before, a failed write may leave the journal, from which the next
+// reader rolls back. Reading removes the journal at once.
+constexpr const char* REMOVE_JOURNAL = "SELECT count(*) FROM sqlite_master";
+// A commit whose last write fails may be complete in the log all the same, and the next opening
+// would find it there. The next transaction writes over it; this one changes nothing.
+constexpr const char* OVERWRITE_LOG = "PRAGMA user_version=1";
+static_assert(RepositoryFormat::VERSION == 1);
 
 void executeIgnoringErrors(sqlite3* database, const char* sql) noexcept {
     sqlite3_exec(database, sql, nullptr, nullptr, nullptr);
@@ -130,9 +139,7 @@ void UnitOfWork::rollBack(bool failed) noexcept {
             executeIgnoringErrors(m_connection.raw(), "ROLLBACK");
         }
         if (failed) {
-            // When pages had been written before, a failed write may leave the journal, from which
-            // the next reader rolls back. Reading here removes the journal at once.
-            executeIgnoringErrors(m_connection.raw(), "SELECT count(*) FROM sqlite_master");
+            executeIgnoringErrors(m_connection.raw(), m_isServed ? OVERWRITE_LOG : REMOVE_JOURNAL);
         }
         // The next operation of a served repository is no undo step of this one: it starts afresh.
         const bool isLost = failed && !m_isServed;

@@ -34,7 +34,8 @@ int strike(int failure) {
     if (state.left > 0 && --state.left > 0) {
         return SQLITE_OK;
     }
-    if (state.reached && state.kind == Kind::FAIL_ONCE) {
+    const bool isOnce = state.kind == Kind::FAIL_ONCE || state.kind == Kind::FAIL_COMPLETE;
+    if (state.reached && isOnce) {
         return SQLITE_OK;
     }
     state.reached = true;
@@ -63,8 +64,9 @@ int xRead(sqlite3_file* f, void* b, int n, sqlite3_int64 o) {
 }
 int xWrite(sqlite3_file* f, const void* b, int n, sqlite3_int64 o) {
     if (const int rc = strike(SQLITE_IOERR_WRITE); rc != SQLITE_OK) {
-        // Half of it reaches the file, as a real failure may leave it.
-        below(f)->pMethods->xWrite(below(f), b, n / 2, o);
+        // Part of it reaches the file, as a real failure may leave it.
+        const int written = state.kind == Kind::FAIL_COMPLETE ? n : n / 2;
+        below(f)->pMethods->xWrite(below(f), b, written, o);
         return rc;
     }
     return below(f)->pMethods->xWrite(below(f), b, n, o);

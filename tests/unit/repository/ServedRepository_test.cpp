@@ -279,8 +279,38 @@ TEST_P(ServedRepositoryFault, TakesBackOneRequestAndNoOther) {
     }
 }
 
+/// The process dies after the failure, before another request overwrites what it left in the log.
+TEST_P(ServedRepositoryFault, LeavesNothingOfItsRequestToTheNextOpening) {
+    for (const size_t size : {size_t(10), size_t(70'000)}) {
+        int n = 0;
+        bool reached = true;
+        while (reached) {
+            ++n;
+            restore();
+            const pid_t child = ::fork();
+            if (child == 0) {
+                OpenRepository opened(m_directory.path(), RepositoryUse::SERVED);
+                request(*opened, 0);
+                FaultyFiles::arm(GetParam(), n);
+                const bool failed = statusOf([&] { request(*opened, 1, size); }) != 0;
+                m_shared->closed = FaultyFiles::disarm();
+                m_shared->acknowledged = failed ? 1 : 2;
+                ::_exit(0);
+            }
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            EXPECT_EQ(0, status) << "at " << n << ", " << size;
+            reached = m_shared->closed;
+            EXPECT_EQ(m_shared->acknowledged, requestsThere(n)) << "at " << n << ", " << size;
+            ASSERT_LT(n, 5000);
+        }
+        EXPECT_GT(n, 1) << "it did fail";
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(OfEachKind, ServedRepositoryFault,
-                         ::testing::Values(Kind::FAIL_ONCE, Kind::FAIL_FOR_EVER, Kind::NO_SPACE));
+                         ::testing::Values(Kind::FAIL_ONCE, Kind::FAIL_COMPLETE,
+                                           Kind::FAIL_FOR_EVER, Kind::NO_SPACE));
 
 }  // namespace
 }  // namespace KovTest

@@ -376,6 +376,7 @@ TEST_P(UnitOfWorkFaults, LeaveTheOldStateOrTheNewOneWhereverTheyStrike) {
 
 INSTANTIATE_TEST_SUITE_P(AllKinds, UnitOfWorkFaults,
                          ::testing::Values(FaultyFiles::Kind::FAIL_ONCE,
+                                           FaultyFiles::Kind::FAIL_COMPLETE,
                                            FaultyFiles::Kind::FAIL_FOR_EVER,
                                            FaultyFiles::Kind::NO_SPACE));
 
