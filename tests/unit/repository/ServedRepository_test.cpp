@@ -116,6 +116,8 @@ protected:
         EXPECT_FALSE(std::filesystem::exists(file() + "-wal")) << "at " << n;
         return number;
     }
+    /// Operations on the files, at which the child may die after its work is done.
+    void openAgain() const { OpenRepository(m_directory.path()).repository().close(); }
     unsigned seeds() const { return GetParam() == Kind::POWER_CUT ? SEEDS : 1; }
 
     TemporaryDirectory m_other;
@@ -131,6 +133,7 @@ TEST_P(ServedRepositoryDeath, LeavesWholeRequestsAndAllThatWasAcknowledged) {
         }
         opened.repository().close();
         m_shared->closed = true;
+        openAgain();
     };
     int n = 0;
     bool died = true;
@@ -159,6 +162,9 @@ TEST_P(ServedRepositoryDeath, LeavesAllThatWasSynced) {
             m_shared->acknowledged = number + 1;
         }
         request(*opened, REQUESTS);
+        opened.repository().close();
+        m_shared->acknowledged = REQUESTS + 1;
+        openAgain();
     };
     int n = 0;
     bool died = true;
@@ -218,6 +224,7 @@ TEST_P(ServedRepositoryDeath, OfAUnitOfWorkLeavesAllOfItOrNothing) {
         }
         opened->commit();
         m_shared->acknowledged = REQUESTS;
+        openAgain();
     };
     int n = 0;
     bool died = true;
