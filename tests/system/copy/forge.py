@@ -10,6 +10,7 @@ usage: forge.py REPOSITORY.DB journal PATH    a hot journal that names PATH as i
        forge.py REPOSITORY.DB exchange OTHER  exchanges its directory for OTHER and back, for ever"""
 
 import ctypes
+import errno
 import os
 import sqlite3
 import struct
@@ -89,7 +90,9 @@ def exchange(path, other):
     libc = ctypes.CDLL(None, use_errno=True)
     ours, theirs = os.path.dirname(path).encode(), other.encode()
     here, exchanging = -100, 2
-    while libc.renameat2(here, ours, here, theirs, exchanging) == 0:
+    # While a swap is between its renames there is no repository to exchange.
+    while (libc.renameat2(here, ours, here, theirs, exchanging) == 0
+           or ctypes.get_errno() == errno.ENOENT):
         pass
     sys.exit("cannot be exchanged: " + os.strerror(ctypes.get_errno()))
 
