@@ -26,7 +26,7 @@ import run_story  # noqa: E402
 run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories",
                      "whole_product_stories", "deregister_stories",
                      "deregister_fault_stories", "copy_log_stories", "holding_stories",
-                     "signal_stories", "hostile_repository_stories"]
+                     "signal_stories", "hostile_repository_stories", "order_stories"]
 INSIDE = "KOV_STORY_INSIDE"
 INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
 

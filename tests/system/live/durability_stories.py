@@ -73,6 +73,15 @@ class Durable(LiveStory):
         self.assertEqual(self.synced("fennik --remove-owcimomd-config --name y"), [DROP_INS])
         self.assertIn(DROP_INS, self.synced("fennik --deregister --name y"))
 
+    def test_is_the_content_of_a_configuration_before_it_has_its_name(self):
+        self.shell(f"echo 'a = 1' | strace -f -qq -y -e trace=fsync,rename -o {TRACE} "
+                   "fennik --set-owcimomd-config - --name x")
+        with open(self.root + TRACE, encoding="utf-8") as file:
+            calls = re.findall(r'(fsync|rename)\((?:\d+<([^>]*)>|"([^"]*)", "([^"]*)")', file.read())
+        synced, renamed, names = calls[:3]
+        self.assertEqual(renamed, ("rename", "", synced[1], f"{DROP_INS}/x.conf"))
+        self.assertEqual((synced[0], names), ("fsync", ("fsync", DROP_INS, "", "")))
+
     def test_are_the_privilege_files_and_their_names(self):
         provider = live_provider("disk", privileges=USER)
         provider.write_below(self.root)
