@@ -77,3 +77,11 @@ class EveryFileCall(FileWalk, ProviderStory):
 
     def test_removing(self):
         self.fail_every("unlink,unlinkat", "EIO", 4)
+
+    def test_committing(self):
+        """The commit writes and syncs the journal and the repository."""
+        repository = self.tree.repository + "/repository.db"
+        for calls, least in (("fdatasync", 2), ("pwrite64", 2)):
+            self.walk(calls, "EIO", [repository, repository + "-journal"],
+                      "--register-providers", "-", "--name", "sample", least=least,
+                      stdin=self.list)

@@ -62,6 +62,17 @@ class Durable(LiveStory):
         self.shell("fennik --list-registered-products")  # merges the killed daemon's log
         self.assertEqual([row for row in self.rows() if "'begun'" not in row], before)
 
+    def test_is_of_a_namespace_only_the_empty_namespace_when_the_daemon_cannot_sync(self):
+        self.shell("fennik --list-registered-products")
+        before = self.rows()
+        self.assertEqual(self.served(ADD, "inject=fdatasync:error=EIO"), 1)
+        self.shell("fennik --list-registered-products")  # merges the killed daemon's log
+        after = self.rows()
+        self.assertEqual([row for row in before if row not in after], [])
+        left = [row for row in after if row not in before and "'begun'" not in row]
+        self.assertEqual(len(left), 1, left)
+        self.assertRegex(left[0], r"INSERT INTO \"?namespace\"? VALUES\(\d+,'x/a','x/a'")
+
     def test_are_the_files_of_a_product_and_their_names(self):
         self.assertEqual(
             self.synced("fennik --register --name y --username daemon")[:2],

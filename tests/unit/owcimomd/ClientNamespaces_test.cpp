@@ -133,5 +133,16 @@ TEST_F(ClientRegistration, ThatFailsHalfWayLeavesOnlyTheEmptyNamespace) {
     EXPECT_EQ(0u, handle->enumClassNamesA("sample/a", "").size());
 }
 
+TEST_F(ClientRegistration, ThatFailsAfterTheQualifiersTakesThemBack) {
+    const auto enumTypes = [&] { return handle->enumQualifierTypesA("sample/a").size(); };
+    CIMClass association = handle->getClass("kov", "KOV_ProductReservedNamespace");
+    handle->modifyClass("kov", association.setQualifiers({flag("Association"), flag("Abstract")}));
+    EXPECT_EQ(CIMException::INVALID_PARAMETER, statusOf([&] { registerWith({"writer"}); }));
+    EXPECT_EQ(1u, enumTypes()) << "it fails after them";
+    KOVNS2::executeCleanupActions(undo);
+    EXPECT_EQ(0u, enumTypes());
+    EXPECT_EQ(0u, traces());
+}
+
 }  // namespace
 }  // namespace KovTest
