@@ -8,6 +8,7 @@
 
 #include <fstream>
 
+#include "tests/unit/repository/FaultyFiles.hpp"
 #include "tests/unit/repository/RepositoryFixture.hpp"
 
 namespace KovTest {
@@ -41,6 +42,29 @@ public:
         ::waitpid(child, &status, 0);
         EXPECT_EQ(0, status);
     }
+    /// Serves a unit, and one whose n-th operation on a file fails after all its bytes have been
+    /// written. Returns what happened, in bits.
+    int serveAndFailAt(int n) const {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            OpenRepository served(m_directory.path(), RepositoryUse::SERVED);
+            served->createInstance("test", car(0));
+            served->commit();
+            FaultyFiles::arm(FaultyFiles::Kind::FAIL_COMPLETE, n);
+            const int status = statusOf([&] {
+                CIMInstance large = car(1);
+                large.setProperty("Note", CIMValue(String(9000, 'n')));
+                served->createInstance("test", large);
+                served->commit();
+            });
+            ::_exit((FaultyFiles::disarm() ? REACHED : 0) | (status != 0 ? FAILED : 0));
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status));
+        return WEXITSTATUS(status);
+    }
+    enum : int { REACHED = 1, FAILED = 2 };
     String file() const { return m_directory.path() + "/repository.db"; }
     String log() const { return file() + "-wal"; }
     /// The number of cars that the next opening finds.
@@ -101,6 +125,35 @@ TEST(WriteAheadLog, AUnitWithAnyByteChangedEndsIt) {
         log.close();
         EXPECT_GT(UNITS, left.cars()) << "at " << at;
     }
+}
+
+/// The process dies after a unit that failed at its n-th operation; then the log is cut.
+TEST(WriteAheadLog, CutAnywhereAfterAFailureItGivesNothingOfTheUnitThatFailed) {
+    const LeftRepository left(0);
+    const TemporaryDirectory saved;
+    left.copyTo(saved.path());
+    bool reached = true;
+    int failures = 0;
+    for (int n = 1; reached; ++n) {
+        left.copyFrom(saved.path());
+        const int outcome = left.serveAndFailAt(n);
+        reached = (outcome & LeftRepository::REACHED) != 0;
+        const bool hasFailed = (outcome & LeftRepository::FAILED) != 0;
+        failures += hasFailed ? 1 : 0;
+        const size_t whole = hasFailed ? 1 : 2;
+        const TemporaryDirectory failed;
+        left.copyTo(failed.path());
+        const auto full = fs::file_size(left.log());
+        for (const uintmax_t cut : {uintmax_t(0), uintmax_t(1), full / 3, full / 2, full - 100}) {
+            left.copyFrom(failed.path());
+            fs::resize_file(left.log(), full - cut);
+            const size_t cars = left.cars();
+            EXPECT_GE(whole, cars) << "at " << n << ", less " << cut;
+            EXPECT_TRUE(cut > 0 || cars == whole) << "at " << n;
+        }
+        ASSERT_LT(n, 1000);
+    }
+    EXPECT_GT(failures, 5);
 }
 
 TEST(WriteAheadLog, ThatIsALinkIsRefused) {
