@@ -8,7 +8,7 @@ import subprocess
 import time
 
 from harness import read, run
-from live import INIT, PID_FILE, PROGRAMS, SANDBOX, LiveStory, as_nobody
+from live import INIT, PID_FILE, PROGRAMS, SANDBOX, STATE, LiveStory, as_nobody
 
 PLACES = ("/opt", "/etc/opt", "/var/opt")
 ACCOUNTS = ("/etc/passwd", "/etc/group", "/etc/shadow", "/etc/gshadow")
@@ -23,18 +23,6 @@ def machine():
         if os.path.exists(path)
     }
     return names, accounts
-
-
-def processes_with(word):
-    found = []
-    for pid in filter(str.isdigit, os.listdir("/proc")):
-        try:
-            words = read(f"/proc/{pid}/cmdline").decode(errors="replace").split("\0")
-        except OSError:
-            continue
-        if word in words:
-            found.append(pid)
-    return found
 
 
 def wait_for(condition):
@@ -73,6 +61,20 @@ class Sandbox(LiveStory):
                 inside = self.shell(f"ls -A {place}").split()
                 self.assertEqual(sorted(set(inside) - {"tarvo"}), sorted(os.listdir(place)))
 
+    def processes_with(self, word):
+        """The processes with that word in their command lines, among those that see this sandbox's
+        state. Other sandboxes may run at the same time."""
+        own = os.stat(self.root + STATE)
+        found = []
+        for pid in filter(str.isdigit, os.listdir("/proc")):
+            try:
+                words = read(f"/proc/{pid}/cmdline").decode(errors="replace").split("\0")
+                if word in words and os.path.samestat(own, os.stat(f"/proc/{pid}/root{STATE}")):
+                    found.append(pid)
+            except OSError:
+                continue
+        return found
+
     def test_leaves_nothing_on_the_machine(self):
         before = machine()
         self.shell(
@@ -80,7 +82,7 @@ class Sandbox(LiveStory):
             "sleep 987001 >/dev/null 2>&1 &"
         )
         self.assertEqual(machine(), before)
-        self.assertEqual(processes_with("987001"), [])
+        self.assertEqual(self.processes_with("987001"), [])
         with open("/proc/self/mounts", encoding="utf-8") as mounts:
             self.assertNotIn(self.root, mounts.read())
         self.assertTrue(os.path.exists(self.root + "/etc/opt/tarvo/left"))
@@ -96,17 +98,17 @@ class Sandbox(LiveStory):
         self.need_daemon()
         result = self.sandbox(INIT, "start")
         self.assertEqual((result.status, "killed" in result.err), (0, False), result)
-        self.assertEqual(processes_with(PROGRAMS + "/sbin/owcimomd"), [])
+        self.assertEqual(self.processes_with(PROGRAMS + "/sbin/owcimomd"), [])
         self.assertFalse(os.path.exists(self.root + PID_FILE))
 
     def test_killed_takes_everything_with_it(self):
         sandbox = subprocess.Popen(
             [SANDBOX, "--root", self.root, "sh", "-c", "setsid sleep 987002 & exec sleep 987002"]
         )
-        self.assertTrue(wait_for(lambda: len(processes_with("987002")) == 2))
+        self.assertTrue(wait_for(lambda: len(self.processes_with("987002")) == 2))
         sandbox.send_signal(signal.SIGKILL)
         sandbox.wait()
-        self.assertTrue(wait_for(lambda: processes_with("987002") == []))
+        self.assertTrue(wait_for(lambda: self.processes_with("987002") == []))
 
     def test_is_not_shared(self):
         with subprocess.Popen(
