@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# A sample of the faults of scripts/faults, and some of the sequences of scripts/sequences.
+# A sample of the faults of scripts/faults, some of the sequences of scripts/sequences, and many runs
+# at once.
 if(NOT Python3_FOUND)
   return()
 endif()
@@ -10,6 +11,9 @@ add_test(NAME faults.sample
 add_test(NAME faults.sequences
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/sequences/run_sequences.py" --count 10 --seed 1)
-set_tests_properties(faults.sample faults.sequences PROPERTIES
+add_test(NAME faults.crowd
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_crowd.py")
+set_tests_properties(faults.sample faults.sequences faults.crowd PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")
