@@ -15,6 +15,8 @@ add_compile_options(-Wall -Wextra -Werror -Wnon-virtual-dtor -Woverloaded-virtua
                     -fstack-protector-strong -fno-omit-frame-pointer
                     # Messages name sources relative to the project, not to the build machine.
                     -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+# The library checks indexes and iterators.
+add_compile_definitions(_GLIBCXX_ASSERTIONS)
 # At -O3, GCC 12 gives false warnings of overlapping copies inside std::string (GCC bug 105651).
 add_compile_options($<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-restrict>)
 if(KOV_SANITIZE)
@@ -24,6 +26,10 @@ if(KOV_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 else()
   add_compile_definitions($<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+  add_compile_options(-fstack-clash-protection)
+  if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+    add_compile_options(-fcf-protection)
+  endif()
   add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 if(KOV_FUZZ)
