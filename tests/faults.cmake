@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # A sample of the faults of scripts/faults, some of the sequences of scripts/sequences, and many runs
-# at once.
+# at once, and a short run of scripts/soak.
 if(NOT Python3_FOUND)
   return()
 endif()
@@ -14,6 +14,9 @@ add_test(NAME faults.sequences
 add_test(NAME faults.crowd
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_crowd.py")
-set_tests_properties(faults.sample faults.sequences faults.crowd PROPERTIES
+add_test(NAME faults.soak
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_soak.py" 30)
+set_tests_properties(faults.sample faults.sequences faults.crowd faults.soak PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")
