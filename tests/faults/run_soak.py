@@ -20,8 +20,8 @@ from installation import DATA, INIT, PLACES, PROGRAMS, WORK, Live, must  # noqa:
 PID_FILE = DATA + "/owcimomd.pid"
 # Memory and the repository may be this much larger at the end.
 TOLERANCE = 1.1
-# The log of the repository begins anew when it is a few MB long.
-LOG_LIMIT = 8 << 20
+# The log of the repository begins anew when it is 16 MiB long.
+LOG_LIMIT = 17 << 20
 INSTANCE = 'instance of KOV_Product { Name = "soaked"; Usernames = { "daemon" }; };'
 LIVE = Live()
 
