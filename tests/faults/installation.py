@@ -9,6 +9,7 @@ import os
 import shutil
 import signal
 import sqlite3
+import stat
 import subprocess
 from dataclasses import dataclass
 
@@ -57,9 +58,11 @@ def must(argv, stdin="", **options):
 
 
 def describe(path):
-    """Type, mode, owner, extended attributes (ACLs among them) and content of a file."""
+    """Type, mode, owner, links, extended attributes (ACLs among them) and content of a file."""
     info = os.lstat(path)
-    text = f"{info.st_mode:o} {info.st_uid}:{info.st_gid} {info.st_nlink}"
+    text = f"{info.st_mode:o} {info.st_uid}:{info.st_gid}"
+    if not stat.S_ISDIR(info.st_mode):
+        text += f" {info.st_nlink}"
     for name in sorted(os.listxattr(path, follow_symlinks=False)):
         text += f" {name}={os.getxattr(path, name, follow_symlinks=False).hex()}"
     if os.path.islink(path):

@@ -42,6 +42,8 @@ class NextRun:
             (r"Cannot open (?:file )?\"?(/\S*/privileges/\S*oop1-[^\s\":]+)", self.put_file_back),
             (r"Failed to remove .*allowed_users", lambda: self.write(USERS_FILE)),
             (r"(/\S*allowed_users\.conf)", remove),
+            # Killed after the swap: all is done but the removal of the backup.
+            (r"The product has (?:not|already) been registered", lambda: remove(BACKUP)),
         )]
 
     def write(self, path, text=""):

@@ -53,11 +53,17 @@ class Suite:
         return live, staged
 
     def run_all(self):
-        for installation in self.prepare():
-            for operation in operations.OPERATIONS:
-                if (operation.staged or not installation.prefix) and (
-                        not self.only or f"{installation.name} {operation.name}:" in self.only):
-                    self.walk(operation, installation)
+        live, staged = self.prepare()
+        self.walk_all(live)
+        # Saving the state of a staged tree reads this machine's privilege files.
+        live.put_back(operations.FULL)
+        self.walk_all(staged)
+
+    def walk_all(self, installation):
+        for operation in operations.OPERATIONS:
+            if (operation.staged or not installation.prefix) and (
+                    not self.only or f"{installation.name} {operation.name}:" in self.only):
+                self.walk(operation, installation)
 
     def walk(self, operation, installation):
         self.begin(operation, installation)

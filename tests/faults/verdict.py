@@ -5,7 +5,7 @@ import re
 import signal
 
 from installation import PLACES, PROGRAMS, run
-from next_run import NextRun
+from next_run import BACKUP, NextRun
 from repairs import HEAD, Repairs
 
 COMPLETE, ROLLED_BACK, RESTART = "complete", "rolled back", "complete, daemon not restarted"
@@ -15,8 +15,8 @@ NEXT_RUN_AFTER_REPAIR = "completed by the next run, after a repair as its messag
 UNNOTICED = "no fault met"
 DROP_INS = PLACES[0] + "/openwbem/openwbem.conf.d"
 PRIVILEGES = PLACES[0] + "/openwbem/privileges"
-# What a killed run leaves of a configuration snippet.
-TEMPORARY = re.compile(DROP_INS + r"/\.fennik-tmp-\w+$")
+# What a killed run leaves and the next one passes over: of a configuration snippet, and of a backup.
+PASSED_OVER = re.compile(rf"{DROP_INS}/\.fennik-tmp-\w+$|{BACKUP}-files(?:/|$)")
 BROKEN = re.compile(r"terminate called|Assertion|AddressSanitizer|runtime error:")
 
 
@@ -74,21 +74,24 @@ class Expectation:
         except Exception as e:
             raise Wrong(f"killed; {e}") from e
         self.installation.settle()
-        state = self.look()
-        rest = {path for path in state if TEMPORARY.match(path)}
-        for path in rest:
-            del state[path]
+        state, rest = self.look_past_rest()
         if state != self.after:
             raise Wrong(f"killed, and run again: {difference(self.after, state)}")
         return (NEXT_RUN if failed == 0 else NEXT_RUN_AFTER_REPAIR) + (
-            "; left over: a temporary file" if rest else "")
+            "; left over: a temporary file or links to a backup" if rest else "")
 
     def is_complete(self):
         self.installation.settle()
         try:
-            return self.look() == self.after
+            return self.look_past_rest()[0] == self.after
         except Wrong:
             return False
+
+    def look_past_rest(self):
+        """The state without what the next run passes over, and the paths of that."""
+        state = self.look()
+        rest = {path for path in state if PASSED_OVER.match(path)}
+        return {path: what for path, what in state.items() if path not in rest}, rest
 
     def look(self):
         try:
