@@ -11,6 +11,7 @@ import signal
 import sqlite3
 import stat
 import subprocess
+import threading
 from dataclasses import dataclass
 
 PROGRAMS = "/opt/tarvo/kov"
@@ -37,10 +38,13 @@ class Result:
     err: str
 
 
-def run(argv, stdin="", **options):
+def run(argv, stdin="", meanwhile=None, **options):
+    """Runs a command, and beside it the thread that `meanwhile` makes for its process."""
     child = subprocess.Popen(argv, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                              stderr=subprocess.PIPE, text=True, errors="surrogateescape", start_new_session=True,
                              **options)
+    beside = meanwhile(child) if meanwhile else threading.Thread()
+    beside.start()
     try:
         out, err = child.communicate(stdin, timeout=PATIENCE)
         return Result(child.returncode, out, err)
@@ -48,6 +52,8 @@ def run(argv, stdin="", **options):
         os.killpg(child.pid, signal.SIGKILL)  # strace and what it traces
         out, err = child.communicate()
         return Result(None, out, err)
+    finally:
+        beside.join()
 
 
 def must(argv, stdin="", **options):

@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Makes every changing system call of every operation fail in turn, in the tool, in the programs that
-it starts and in the daemon that serves it, and judges what each run leaves.
+it starts and in the daemon that serves it; kills and interrupts at these, and at random moments. Judges
+what each run leaves.
 
-usage: run_faults.py RESULTS.jsonl [--share K/N] [--sample N] [--only 'live register:'...]
+usage: run_faults.py RESULTS.jsonl [--share K/N] [--sample N] [--moments COUNT] [--seed SEED]
+                     [--only 'live register:'...]
 
 Appends a line of JSON for each fault to RESULTS.jsonl and skips those whose outcome is there, so
-that a run can be interrupted and resumed. Does the K-th of N shares, and of that every N-th fault.
+that a run can be interrupted and resumed. Does the K-th of N shares. --sample does only every N-th
+system call; --moments adds COUNT random moments for each operation.
 Ends with status 1 when a run has left something wrong. For use inside scripts/sandbox."""
 
 import argparse
@@ -17,6 +20,7 @@ import signal
 import sys
 
 import injection
+import moments
 import operations
 from installation import WORK, Installation, Live, must, run
 from verdict import COMPLETE, UNNOTICED, Expectation, Wrong, read
@@ -25,13 +29,14 @@ sys.dont_write_bytecode = True
 
 
 class Suite:
-    def __init__(self, results, share, sample, only):
-        self.results, self.sample, self.only = results, sample, only
-        self.share, self.shares = map(int, share.split("/"))
+    def __init__(self, words):
+        self.results, self.sample, self.only = words.results, words.sample, words.only
+        self.moments, self.seed = words.moments, words.seed
+        self.share, self.shares = map(int, words.share.split("/"))
         self.wrong = 0
         self.known = set()
-        if os.path.exists(results):
-            with open(results, encoding="utf-8") as lines:
+        if os.path.exists(self.results):
+            with open(self.results, encoding="utf-8") as lines:
                 self.known = {found["fault"] for found in map(json.loads, lines)
                               if found["outcome"] != "WRONG"}
         # The installation and the saved state that it is in.
@@ -81,23 +86,36 @@ class Suite:
             targets += [*injection.PROGRAMS, injection.DAEMON]
         for target in targets:
             self.walk_target(target, operation, installation, expectation)
+        self.walk_moments(operation, installation, expectation)
 
     def walk_target(self, target, operation, installation, expectation):
         self.begin(operation, installation)
         calls, _ = injection.calls_of(target, operation, installation)
         installation.settle()
         self.put_back(operation, installation)
-        faults = list(injection.faults_of(target, calls))
-        for number, fault in enumerate(faults):
-            key = f"{installation.name} {operation.name}: {fault}"
-            turn, share = divmod(number, self.shares)
-            if key in self.known or share != self.share or turn % self.sample:
-                continue
-            self.note(key, *self.judge(fault, operation, installation, expectation))
+        self.judge_all(list(injection.faults_of(target, calls))[::self.sample], injection.failing,
+                       expectation)
 
-    def judge(self, fault, operation, installation, expectation):
+    def walk_moments(self, operation, installation, expectation):
         self.begin(operation, installation)
-        result, hit = injection.failing(fault, operation, installation)
+        seconds = moments.duration(operation, installation)
+        installation.settle()
+        self.put_back(operation, installation)
+        self.judge_all(moments.moments_of(operation, installation, self.moments, self.seed),
+                       lambda moment, *words: moments.disturbed(moment, seconds, *words),
+                       expectation)
+
+    def judge_all(self, faults, failing, expectation):
+        """Judges this share of the faults; `failing` runs the operation with one."""
+        for number, fault in enumerate(faults):
+            key = f"{expectation.installation.name} {expectation.operation.name}: {fault}"
+            if key not in self.known and number % self.shares == self.share:
+                self.note(key, *self.judge(fault, failing, expectation))
+
+    def judge(self, fault, failing, expectation):
+        operation, installation = expectation.operation, expectation.installation
+        self.begin(operation, installation)
+        result, hit = failing(fault, operation, installation)
         try:
             outcome = self.outcome(fault, result, installation, expectation)
             text = result.err
@@ -113,7 +131,7 @@ class Suite:
         if result.status == -signal.SIGKILL:
             return expectation.judge_death()
         running = installation.settle()
-        if fault.effect == injection.TERM:
+        if fault.effect in (injection.TERM, moments.INT):
             return expectation.judge_signal(result, running)
         return expectation.judge(result, running, must_run=fault.effect != injection.KILL)
 
@@ -142,9 +160,13 @@ def main():
     parser.add_argument("results")
     parser.add_argument("--share", default="0/1")
     parser.add_argument("--sample", type=int, default=1)
+    parser.add_argument("--moments", type=int, default=0)
+    parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", nargs="*", metavar="'WORLD OPERATION:'")
     words = parser.parse_args()
-    suite = Suite(words.results, words.share, words.sample, words.only)
+    if words.moments:
+        print(f"random moments: seed {words.seed}", flush=True)
+    suite = Suite(words)
     suite.run_all()
     return 1 if suite.wrong else 0
 

@@ -58,8 +58,8 @@ class Expectation:
         return self.left_over(result, state)
 
     def judge_signal(self, result, running):
-        """The same of a run that got a SIGTERM: all is undone, or all is done."""
-        if result.status == -signal.SIGTERM:
+        """The same of a run that got a SIGTERM or a SIGINT: all is undone, or all is done."""
+        if result.status in (-signal.SIGTERM, -signal.SIGINT):
             if self.installation.prefix == "" and not running:
                 raise Wrong(f"interrupted, and the daemon does not run: {result.err}")
             state = self.look()
