@@ -22,6 +22,13 @@ kov_unit_test(fennik_test
     unit/undo/FNCleanupActions_test.cpp unit/undo/FileCleanupActions_test.cpp
   LINKS fennik_cli fennik_testing)
 
+# Makes the calls on files of a test's target go through FileFaults.hpp.
+function(kov_redirect_file_calls TARGET)
+  foreach(CALL open read write fsync close unlink rename)
+    target_link_options(${TARGET} PRIVATE "LINKER:--wrap=${CALL}")
+  endforeach()
+endfunction()
+
 kov_unit_test(provider_test
   SOURCES
     unit/fennik/FileFaults.cpp unit/product/FNProductDeregistration_test.cpp
@@ -32,6 +39,4 @@ kov_unit_test(provider_test
     unit/provider/ProviderMof_test.cpp unit/provider/ProviderRegistration_test.cpp
     unit/provider/ProviderRepair_test.cpp unit/provider/ProviderValidation_test.cpp
   LINKS fennik_product fennik_testing)
-foreach(CALL open read write fsync close unlink rename)  # see FileFaults.hpp
-  target_link_options(provider_test PRIVATE "LINKER:--wrap=${CALL}")
-endforeach()
+kov_redirect_file_calls(provider_test)

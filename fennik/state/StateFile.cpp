@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <ostream>
 #include <streambuf>
 
@@ -130,9 +131,15 @@ void checkReadable(const XMLNode& root) {
     }
 }
 
-/// Succeeds for files that cannot be synced, such as FIFOs.
-bool flush(File& file) {
-    return file.flush() == 0 || errno == EINVAL || errno == EROFS;
+/// Puts the file and its name on the disk. Succeeds for what has no place there, such as a FIFO or
+/// a file without a name. False, with errno set, on failure.
+bool flush(File& file, const String& fileName) {
+    if (file.flush() != 0) {
+        return errno == EINVAL || errno == EROFS;
+    }
+    std::error_code noName;
+    const auto path = std::filesystem::canonical(fileName.c_str(), noName);
+    return noName || FileSystem::syncDirectory(path.parent_path().c_str()) || errno == EINVAL;
 }
 
 }  // namespace
@@ -147,7 +154,7 @@ void write(const XMLNode& root, const String& fileName) {
     if (!file || ::fstat(file.getFileDescriptor(), &opened) != 0) {
         failCreating(fileName);
     }
-    if (!writeDocument(file, root) || !flush(file) || file.close() != 0) {
+    if (!writeDocument(file, root) || !flush(file, fileName) || file.close() != 0) {
         const int errnum = errno;
         if (isNew) {
             removeIfStillAt(fileName, opened);

@@ -17,6 +17,7 @@
 #include "fennik/state/StateFile.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 #include "openwbem/xml/XMLLimits.hpp"
+#include "tests/unit/fennik/FileFaults.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
 namespace KOVNS2::Testing {
@@ -519,6 +520,42 @@ TEST_F(StateSaving, FullDiskIsAnErrorAndLeavesNoNewFile) {
         << thrown;
     EXPECT_NE(thrown.find("File too large"), String::npos) << thrown;
     EXPECT_FALSE(fs::exists(file()));
+}
+
+TEST_F(StateSaving, EveryCallOnTheFileAndItsNameThatFailsLeavesNoNewFile) {
+    OpenRepository repository(m_tree);
+    const fs::path place = file().parent_path() / "place";
+    const fs::path path = place / "inner" / "state.xml";
+    fs::create_directories(path.parent_path());
+    std::vector<String> failed;
+    for (unsigned n = 1; n < 100; ++n) {
+        FileFaults::failCall(n, place);
+        String thrown;
+        try {
+            saveProductStatesToFile(repository.handle(), path.string());
+        } catch (const FennikException& e) {
+            thrown = toString(e);
+        }
+        FileFaults::failNothing();
+        if (FileFaults::failedCall().empty()) {
+            EXPECT_EQ(thrown, "");
+            break;
+        }
+        failed.push_back(FileFaults::failedCall() + " " +
+                         fs::path(FileFaults::failedFile()).filename().string());
+        if (failed.back() == "close inner") {
+            fs::remove(path);  // nothing is lost with it
+            continue;
+        }
+        EXPECT_NE(thrown.find("36: Failed to create state file: \"" + path.string() + "\" <"),
+                  String::npos)
+            << failed.back() << ": " << thrown;
+        EXPECT_FALSE(fs::exists(path)) << failed.back();
+    }
+    EXPECT_EQ(failed, (std::vector<String>{"open state.xml", "write state.xml", "write state.xml",
+                                           "fsync state.xml", "open inner", "fsync inner",
+                                           "close inner", "close state.xml"}));
+    EXPECT_TRUE(fs::exists(path));
 }
 
 TEST_F(StateSaving, FullDeviceIsAnErrorAndStays) {
