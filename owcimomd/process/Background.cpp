@@ -71,10 +71,10 @@ int waitForDaemon(pid_t child, blocxx::File pipe) {
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    const String reason = told.empty()
-                              ? "it " + blocxx::Process::Status::fromWaitStatus(status).toString() +
-                                    " before it was ready"
-                              : told;
+    const String reason =
+        told.empty()
+            ? blocxx::Process::Status::fromWaitStatus(status).toString() + " before it was ready"
+            : told;
     std::cerr << "owcimomd: error: " << blocxx::printable(reason) << "\n";
     return 1;
 }
