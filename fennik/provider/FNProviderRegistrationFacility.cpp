@@ -83,6 +83,9 @@ void registerProviders(const CIMOMHandleIFCRef& handle, const String& productNam
     for (const auto& registration : registrations) {
         registration->registerProvider(&facility);
     }
+    if (!registrations.empty()) {
+        PrivilegeFiles::syncNames(prefix);
+    }
     log().debug("Done registering %1 providers for \"%2\"", registrations.size(), productName);
 }
 

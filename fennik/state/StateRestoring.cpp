@@ -10,6 +10,7 @@
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
+#include "fennik/provider/PrivilegeFiles.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "fennik/state/StateNames.hpp"
 #include "fennik/state/StateReading.hpp"
@@ -129,6 +130,9 @@ void restoreProviderRegistration(const XMLNode& node, const String& productName,
     checkNodeName(node, REGISTERED_PROVIDERS, "Invalid provider registration node: ");
     for (const XMLNode& child : node.getChildren()) {
         installRegistrationFromNode(child, productName, target);
+    }
+    if (!node.getChildren().empty()) {
+        PrivilegeFiles::syncNames(target.prefix);
     }
 }
 

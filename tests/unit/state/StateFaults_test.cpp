@@ -2,6 +2,9 @@
 //
 // Restoring with each call of the handle failing in turn. Only documented files stay, and in the
 // repository, which would be a working copy that is dropped, the instances of the products.
+#include <algorithm>
+
+#include "tests/unit/fennik/FileFaults.hpp"
 #include "tests/unit/provider/ProviderFixture.hpp"
 #include "tests/unit/state/StateFixture.hpp"
 
@@ -150,6 +153,41 @@ TEST_F(StateFaults, CallsThatFailForEverStillTakePrivilegeFilesAway) {
     }
     EXPECT_GT(failures, 50U);
     std::printf("%u injected failures\n", failures);
+}
+
+TEST_F(StateFaults, NamesOfPrivilegeFilesAreSyncedAndTakenAwayWhenThatFails) {
+    const fs::path privileges = m_tree.privilegeDirectory();
+    StringArray failed;
+    for (unsigned n = 1; n < 1000; ++n) {
+        const StagedTree tree;
+        OpenRepository repository(tree);
+        FileFaults::failCall(n, privileges.parent_path());
+        String thrown;
+        try {
+            restore(repository);
+        } catch (const blocxx::Exception& e) {
+            thrown = toString(e);
+        }
+        FileFaults::failNothing();
+        if (FileFaults::failedCall().empty()) {
+            EXPECT_EQ(thrown, "");
+            break;
+        }
+        const fs::path path(FileFaults::failedFile());
+        if (FileFaults::failedCall() == "fsync" && fs::is_directory(path)) {
+            failed.push_back(fs::relative(path, privileges.parent_path()).string());
+            EXPECT_NE(thrown.find("\"" + path.string() + "\""), String::npos) << thrown;
+            expectDocumentedFiles(repository.content());
+        }
+        for (const auto& entry : fs::recursive_directory_iterator(privileges)) {
+            if (entry.is_regular_file()) {
+                fs::remove(entry);
+            }
+        }
+        reset();
+    }
+    EXPECT_TRUE(std::ranges::count(failed, "privileges") > 0);
+    EXPECT_TRUE(std::ranges::count(failed, "privileges/owcimomd") > 0);
 }
 
 /// Each file that restoring creates exists already, in turn.
