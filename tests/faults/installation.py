@@ -24,8 +24,9 @@ PATIENCE = 30
 PLACES = ("/etc/opt/tarvo/kov", "/var/opt/tarvo/kov")
 DATA = "/var/opt/tarvo/kov/openwbem"
 REPOSITORY = DATA + "/repository"
-# What differs from run to run, and what a daemon leaves that was killed.
-VOLATILE = ("fennik.lock", "owcimomd.log", "owcimomd.pid", "owcimomd.sock")
+# What differs from run to run, and what a daemon leaves that was killed. A journal holds nothing any
+# more once the rows can be read.
+VOLATILE = ("fennik.lock", "owcimomd.log", "owcimomd.pid", "owcimomd.sock", "repository.db-journal")
 NOT_RUNNING = 3
 
 

@@ -9,8 +9,8 @@ import shutil
 
 from installation import DATA, PLACES, PROGRAMS, run
 
-# A namespace that a killed run has left is deleted, then its rights and its reservation.
-ROUNDS = 8
+# Restoring names one file at a time that is in the way.
+ROUNDS = 32
 COPY, BACKUP = DATA + "/repository-copy_QLkJ235", DATA + "/repository-back_LKjs2354"
 USERS_FILE = PLACES[0] + "/openwbem/openwbem.conf.d/sample.allowed_users.conf"
 
@@ -43,7 +43,7 @@ class NextRun:
             (r"Failed to remove .*allowed_users", lambda: self.write(USERS_FILE)),
             (r"(/\S*allowed_users\.conf)", remove),
             # Killed after the swap: all is done but the removal of the backup.
-            (r"The product has (?:not|already) been registered", lambda: remove(BACKUP)),
+            (r"The product has (?:not|already) been registered", self.remove_backup),
         )]
 
     def write(self, path, text=""):
@@ -54,6 +54,12 @@ class NextRun:
         os.rename(backup, live)
         if os.path.exists(COPY):
             shutil.rmtree(COPY)
+
+    @staticmethod
+    def remove_backup():
+        if not os.path.exists(BACKUP):
+            raise RuntimeError("not complete, but the next run says that it is")
+        remove(BACKUP)
 
     def put_file_back(self, path):
         """Its content does not matter: registering replaces it."""

@@ -8,6 +8,9 @@ from installation import FENNIK, WORK, Live, must, run
 
 SAMPLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../examples/sample")
 LIST = WORK + "/changed.list"
+# The directory of the files that operations write.
+WRITTEN = WORK + "/written"
+SAVED = WRITTEN + "/saved.xml"
 STATE_FILE = WORK + "/state.xml"
 # The state of the installation: everything is registered, or nothing is.
 FULL, FRESH = "full", "fresh"
@@ -37,7 +40,7 @@ OPERATIONS = (
     Operation("register-providers", LIST, "--name", "sample"),
     Operation("list-providers", "--name", "sample", lists=True),
     Operation("list-registered-products", lists=True),
-    Operation("dump-product-state", WORK + "/saved.xml", writes=WORK + "/saved.xml"),
+    Operation("dump-product-state", SAVED, writes=SAVED),
     Operation("deregister-namespace", "alpha/one", "--name", "alpha", staged=False),
     Operation("deregister", "--name", "sample", staged=False),
     Operation("restore-product-state", STATE_FILE, base=FRESH, staged=False),

@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Makes every changing system call of every operation fail in turn, in the tool, in the programs that
-it starts and in the daemon that serves it; kills and interrupts at these, and at random moments. Judges
-what each run leaves.
+it starts and in the daemon that serves it; kills and interrupts at these, and at random moments; and cuts
+the power. Judges what each run leaves.
 
-usage: run_faults.py RESULTS.jsonl [--share K/N] [--sample N] [--moments COUNT] [--seed SEED]
-                     [--only 'live register:'...]
+usage: run_faults.py RESULTS.jsonl [--share K/N] [--sample N] [--moments COUNT] [--cuts COUNT]
+                     [--seed SEED] [--only 'live register:'...]
 
 Appends a line of JSON for each fault to RESULTS.jsonl and skips those whose outcome is there, so
 that a run can be interrupted and resumed. Does the K-th of N shares. --sample does only every N-th
-system call; --moments adds COUNT random moments for each operation.
+system call; --moments and --cuts add COUNT random moments and power
+cuts for each operation.
 Ends with status 1 when a run has left something wrong. For use inside scripts/sandbox."""
 
 import argparse
@@ -22,6 +23,7 @@ import sys
 import injection
 import moments
 import operations
+import power
 from installation import WORK, Installation, Live, must, run
 from verdict import COMPLETE, UNNOTICED, Expectation, Wrong, read
 
@@ -31,7 +33,7 @@ sys.dont_write_bytecode = True
 class Suite:
     def __init__(self, words):
         self.results, self.sample, self.only = words.results, words.sample, words.only
-        self.moments, self.seed = words.moments, words.seed
+        self.moments, self.cuts, self.seed = words.moments, words.cuts, words.seed
         self.share, self.shares = map(int, words.share.split("/"))
         self.wrong = 0
         self.known = set()
@@ -46,6 +48,7 @@ class Suite:
         """Populates the live installation and a staged one."""
         shutil.rmtree(WORK, ignore_errors=True)
         os.makedirs(WORK, mode=0o755)
+        os.mkdir(operations.WRITTEN)
         live, staged = Live(), Installation()
         share = staged.prefix + "/opt/tarvo/kov"
         os.makedirs(share)
@@ -87,23 +90,43 @@ class Suite:
         for target in targets:
             self.walk_target(target, operation, installation, expectation)
         self.walk_moments(operation, installation, expectation)
+        self.walk_cuts(operation, installation, expectation)
 
     def walk_target(self, target, operation, installation, expectation):
         self.begin(operation, installation)
         calls, _ = injection.calls_of(target, operation, installation)
         installation.settle()
         self.put_back(operation, installation)
-        self.judge_all(list(injection.faults_of(target, calls))[::self.sample], injection.failing,
-                       expectation)
+        self.judge_all(list(injection.faults_of(target, calls))[::self.sample],
+                       self.begun(injection.failing), expectation)
 
     def walk_moments(self, operation, installation, expectation):
+        if self.moments == 0:
+            return
         self.begin(operation, installation)
         seconds = moments.duration(operation, installation)
         installation.settle()
         self.put_back(operation, installation)
         self.judge_all(moments.moments_of(operation, installation, self.moments, self.seed),
-                       lambda moment, *words: moments.disturbed(moment, seconds, *words),
+                       self.begun(lambda moment, *words: moments.disturbed(moment, seconds, *words)),
                        expectation)
+
+    def walk_cuts(self, operation, installation, expectation):
+        if self.cuts == 0:
+            return
+        self.begin(operation, installation)
+        cuts = power.PowerCuts(operation, installation)
+        installation.settle()
+        self.put_back(operation, installation)
+        self.judge_all([power.PowerCut(self.seed, number) for number in range(self.cuts)], cuts.cut,
+                       expectation)
+
+    def begun(self, failing):
+        """The same for an installation that is not yet begun."""
+        def begin(fault, operation, installation):
+            self.begin(operation, installation)
+            return failing(fault, operation, installation)
+        return begin
 
     def judge_all(self, faults, failing, expectation):
         """Judges this share of the faults; `failing` runs the operation with one."""
@@ -114,7 +137,6 @@ class Suite:
 
     def judge(self, fault, failing, expectation):
         operation, installation = expectation.operation, expectation.installation
-        self.begin(operation, installation)
         result, hit = failing(fault, operation, installation)
         try:
             outcome = self.outcome(fault, result, installation, expectation)
@@ -133,7 +155,7 @@ class Suite:
         running = installation.settle()
         if fault.effect in (injection.TERM, moments.INT):
             return expectation.judge_signal(result, running)
-        return expectation.judge(result, running, must_run=fault.effect != injection.KILL)
+        return expectation.judge(result, running, must_run=fault.effect not in (injection.KILL, power.EFFECT))
 
     def begin(self, operation, installation):
         if self.present != (installation, operation.base):
@@ -161,11 +183,12 @@ def main():
     parser.add_argument("--share", default="0/1")
     parser.add_argument("--sample", type=int, default=1)
     parser.add_argument("--moments", type=int, default=0)
+    parser.add_argument("--cuts", type=int, default=0)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only", nargs="*", metavar="'WORLD OPERATION:'")
     words = parser.parse_args()
-    if words.moments:
-        print(f"random moments: seed {words.seed}", flush=True)
+    if words.moments or words.cuts:
+        print(f"random moments and power cuts: seed {words.seed}", flush=True)
     suite = Suite(words)
     suite.run_all()
     return 1 if suite.wrong else 0
