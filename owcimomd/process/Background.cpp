@@ -49,7 +49,10 @@ int beDaemon(int pipe,
         letGoOfEverything(pipe);
         told = FIRST_INHERITED;
         return daemon([&told] {
-            tell(told, READY);
+            // Whoever waits for the daemon would wait until it ends.
+            if (!blocxx::writeAll(told, READY)) {
+                BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot tell that the daemon is ready");
+            }
             ::close(told);
             told = -1;
         });
