@@ -150,19 +150,23 @@ def run_watched(watched, operation, installation):
 def wait_for_programs():
     """Waits until the programs that the tool has started have ended; it may have been killed."""
     deadline = time.monotonic() + PATIENCE
-    while any(is_program(pid) for pid in os.listdir("/proc") if pid.isdigit()):
+    while left := [pid for pid in os.listdir("/proc") if pid.isdigit() and is_program(pid)]:
         if time.monotonic() > deadline:
-            raise RuntimeError("a program does not end")
+            raise RuntimeError(f"does not end: {[words_of(pid) for pid in left]}")
         time.sleep(0.01)
 
 
 def is_program(pid):
-    try:
-        words = read(f"/proc/{pid}/cmdline").split("\0")
-    except OSError:
-        return False  # it has just ended
     return any(word in (f"{WORK}/real-cp", f"{WORK}/real-rm", f"{WORK}/real-init")
-               for word in words[:3])
+               for word in words_of(pid)[:3])
+
+
+def words_of(pid):
+    """The command line of a process, empty when it has ended."""
+    try:
+        return read(f"/proc/{pid}/cmdline").split("\0")
+    except OSError:
+        return []
 
 
 def failing(fault, operation, installation):

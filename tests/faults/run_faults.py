@@ -137,7 +137,10 @@ class Suite:
 
     def judge(self, fault, failing, expectation):
         operation, installation = expectation.operation, expectation.installation
-        result, hit = failing(fault, operation, installation)
+        try:
+            result, hit = failing(fault, operation, installation)
+        except RuntimeError as e:
+            raise RuntimeError(f"{installation.name} {operation.name}: {fault}: {e}") from e
         try:
             outcome = self.outcome(fault, result, installation, expectation)
             text = result.err
