@@ -13,6 +13,7 @@ REPAIRED = "repaired as the message says"
 NEXT_RUN = "completed by the next run"
 NEXT_RUN_AFTER_REPAIR = "completed by the next run, after a repair as its message says"
 UNNOTICED = "no fault met"
+LEFT = "; left over: a file that the next run passes over"
 DROP_INS = PLACES[0] + "/openwbem/openwbem.conf.d"
 PRIVILEGES = PLACES[0] + "/openwbem/privileges"
 # What a killed run leaves and the next one passes over: of a configuration snippet, and of a backup.
@@ -40,10 +41,9 @@ class Expectation:
             raise Wrong("hung")
         if BROKEN.search(result.err) or result.status < 0:
             raise Wrong(f"broke down with {result.status}: {result.err}")
-        state = self.look()
         if result.status == 0:
-            self.must_be_complete(result, state, running)
-            return COMPLETE
+            return COMPLETE + self.must_be_complete(result, running)
+        state = self.look()
         if not result.err.strip():
             raise Wrong(f"status {result.status} without a message")
         if HEAD in result.err:
@@ -78,8 +78,7 @@ class Expectation:
         state, rest = self.look_past_rest()
         if state != self.after:
             raise Wrong(f"killed, and run again: {difference(self.after, state)}")
-        return (NEXT_RUN if failed == 0 else NEXT_RUN_AFTER_REPAIR) + (
-            "; left over: a file that the next run passes over" if rest else "")
+        return (NEXT_RUN if failed == 0 else NEXT_RUN_AFTER_REPAIR) + (LEFT if rest else "")
 
     def is_complete(self):
         self.installation.settle()
@@ -100,7 +99,9 @@ class Expectation:
         except Exception as e:
             raise Wrong(f"the repository is damaged: {e}") from e
 
-    def must_be_complete(self, result, state, running):
+    def must_be_complete(self, result, running):
+        """Returns what is to be added to the outcome."""
+        state, rest = self.look_past_rest()
         if state != self.after:
             raise Wrong(f"status 0, but not complete: {difference(self.after, state)}")
         if self.operation.lists and result.out != self.out:
@@ -109,6 +110,7 @@ class Expectation:
             raise Wrong("status 0, but the file is not complete")
         if self.installation.prefix == "" and not running:
             raise Wrong("status 0, but the daemon does not run")
+        return LEFT if rest else ""
 
     def judge_repair(self, result):
         try:
