@@ -40,7 +40,7 @@ void leaveCaller(const Layout::Tree& tree) {
 }
 
 int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration, size_t maxRequest,
-                   const std::function<void()>& ready) {
+                   const Ready& ready) {
     // Signals that come before the loop waits for them wait for it.
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
@@ -51,7 +51,7 @@ int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration,
         kj::AsyncIoContext io = kj::setupAsyncIo();
         Operations operations(repository, configuration.allowedUsers());
         Server server(io, tree.path(Layout::SOCKET), operations, maxRequest);
-        ready();
+        ready(configuration.complaints());
         reportInfo("ready");
         server.run();
     }
@@ -69,7 +69,7 @@ int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration,
 }  // namespace
 
 int runDaemon(const Layout::Tree& tree, const String& configFile, bool foreground,
-              const std::function<void()>& ready) {
+              const Ready& ready) {
     leaveCaller(tree);
     Configuration configuration;
     configuration.readFiles(configFile, configFile + ".d");

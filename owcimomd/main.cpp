@@ -53,9 +53,9 @@ int startOrPing(const CmdLineParser& parser) {
     }
     if (parser.isSet(FOREGROUND)) {
         OwCimomd::closeInheritedDescriptors();
-        return OwCimomd::runDaemon(tree, configFile, true, [] {});
+        return OwCimomd::runDaemon(tree, configFile, true, [](const auto&) {});
     }
-    return OwCimomd::runInBackground([&](const std::function<void()>& ready) {
+    return OwCimomd::runInBackground([&](const OwCimomd::Ready& ready) {
         return OwCimomd::runDaemon(tree, configFile, false, ready);
     });
 }

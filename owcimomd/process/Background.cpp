@@ -20,8 +20,9 @@ namespace OwCimomd {
 
 namespace {
 
-// What the daemon tells through the pipe: this, or the reason why it could not start.
-constexpr const char* READY = "ready";
+// What the daemon tells through the pipe: a line with this and one for each warning, or the reason
+// why it could not start.
+constexpr std::string_view READY = "ready\n";
 constexpr int FIRST_INHERITED = 3;
 
 /// When nobody listens any more, there is nobody to be told of it.
@@ -41,16 +42,19 @@ void letGoOfEverything(int pipe) {
     }
 }
 
-int beDaemon(int pipe,
-             const std::function<int(const std::function<void()>& ready)>& daemon) noexcept {
+int beDaemon(int pipe, const std::function<int(const Ready& ready)>& daemon) noexcept {
     int told = pipe;
     try {
         ::setsid();
         letGoOfEverything(pipe);
         told = FIRST_INHERITED;
-        return daemon([&told] {
+        return daemon([&told](const blocxx::StringArray& warnings) {
+            String report(READY);
+            for (const String& warning : warnings) {
+                report += blocxx::printable(warning) + "\n";
+            }
             // Whoever waits for the daemon would wait until it ends.
-            if (!blocxx::writeAll(told, READY)) {
+            if (!blocxx::writeAll(told, report)) {
                 BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot tell that the daemon is ready");
             }
             ::close(told);
@@ -68,7 +72,10 @@ int beDaemon(int pipe,
 
 int waitForDaemon(pid_t child, blocxx::File pipe) {
     const String told = blocxx::FileSystem::readToEnd(pipe, "the pipe from the daemon");
-    if (told == READY) {
+    if (told.starts_with(READY)) {
+        for (const String& warning : blocxx::tokenize(told.substr(READY.size()), "\n")) {
+            std::cerr << "owcimomd: warning: " << warning << "\n";
+        }
         return 0;
     }
     int status = 0;
@@ -88,7 +95,7 @@ void closeInheritedDescriptors() {
     ::close_range(FIRST_INHERITED, ~0U, 0);
 }
 
-int runInBackground(const std::function<int(const std::function<void()>& ready)>& daemon) {
+int runInBackground(const std::function<int(const Ready& ready)>& daemon) {
     closeInheritedDescriptors();
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {

@@ -16,9 +16,12 @@ using blocxx::String;
 /// sockets of other programs alive.
 void closeInheritedDescriptors();
 
+/// What a daemon calls once it answers, with what its starter is to be warned of.
+using Ready = std::function<void(const blocxx::StringArray& warnings)>;
+
 /// Runs `daemon` in a new process, in a session of its own and without this process's descriptors.
-/// `daemon` calls `ready` once it answers. Returns the exit status for this process: 0 when the
-/// daemon is ready, otherwise 1, with the reason on standard error.
-int runInBackground(const std::function<int(const std::function<void()>& ready)>& daemon);
+/// Returns the exit status for this process: 0 when the daemon is ready, with its warnings on
+/// standard error, otherwise 1, with the reason there.
+int runInBackground(const std::function<int(const Ready& ready)>& daemon);
 
 }  // namespace OwCimomd

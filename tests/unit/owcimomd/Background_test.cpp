@@ -17,7 +17,7 @@ constexpr unsigned LONG = 20;  // seconds
 TEST(BackgroundDeath, DaemonThatCannotTellThatItIsReadyEnds) {
     EXPECT_EXIT(std::exit(runInBackground([](const auto& ready) {
                     ::close(PIPE);
-                    ready();
+                    ready({});
                     ::sleep(LONG);
                     return 0;
                 })),
