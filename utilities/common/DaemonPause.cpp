@@ -41,16 +41,19 @@ private:
     sigset_t m_before = {};
 };
 
+blocxx::Process::Status runInitScript(const char* command, String& output) {
+    return blocxx::Process::run({.argv = {Layout::INIT_SCRIPT, command},
+                                 .environment = blocxx::Secure::minimalEnvironment(),
+                                 .input = {},
+                                 .identity = blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT),
+                                 .timeLimit = TIME_LIMIT,
+                                 .asAtBoot = true},
+                                output);
+}
+
 void control(const char* command) {
     String output;
-    const blocxx::Process::Status status =
-        blocxx::Process::run({.argv = {Layout::INIT_SCRIPT, command},
-                              .environment = blocxx::Secure::minimalEnvironment(),
-                              .input = {},
-                              .identity = blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT),
-                              .timeLimit = TIME_LIMIT,
-                              .asAtBoot = true},
-                             output);
+    const blocxx::Process::Status status = runInitScript(command, output);
     if (!status.terminatedSuccessfully()) {
         BLOCXX_THROW(blocxx::Exception, Format("\"%1 %2\" %3 and printed: %4", Layout::INIT_SCRIPT,
                                                command, status, output));
@@ -83,6 +86,11 @@ blocxx::File takeRunLock(const String& prefix) {
                             path));
     }
     return lock;
+}
+
+bool isDaemonRunning() {
+    String output;
+    return runInitScript("status", output).terminatedSuccessfully();
 }
 
 void withDaemonStopped(const std::function<void()>& work) {

@@ -17,6 +17,10 @@ using blocxx::String;
 /// blocxx::Exception when its file cannot be opened or locked at once.
 blocxx::File takeRunLock(const String& prefix);
 
+/// Whether this machine's daemon runs, as its init script says. Only for root. Throws
+/// blocxx::Exception when the script cannot be run.
+bool isDaemonRunning();
+
 /// Stops the daemon, calls `work` and starts the daemon again, even when `work` throws. Blocks
 /// SIGHUP, SIGINT and SIGTERM meanwhile. Only for root. Throws what `work` throws, and
 /// blocxx::Exception when the daemon cannot be stopped (`work` is not called then) or cannot

@@ -43,9 +43,10 @@ void createAccount() {
 
 }  // namespace
 
-blocxx::Process::Identity ensureAccount() {
+blocxx::Process::Identity ensureAccount(blocxx::StringArray& done) {
     if (!blocxx::Secure::lookupAccount(Layout::ACCOUNT)) {
         createAccount();
+        done.push_back(blocxx::Format("the account \"%1\" was made", Layout::ACCOUNT));
     }
     return blocxx::Secure::unprivilegedAccount(Layout::ACCOUNT);
 }

@@ -7,7 +7,8 @@
 
 namespace KovSetup {
 
-/// Returns the account; creates it when it is missing. Only for root. Throws blocxx::Exception.
-blocxx::Process::Identity ensureAccount();
+/// Returns the account; creates it when it is missing, and adds a line to `done` then. Only for
+/// root. Throws blocxx::Exception.
+blocxx::Process::Identity ensureAccount(blocxx::StringArray& done);
 
 }  // namespace KovSetup

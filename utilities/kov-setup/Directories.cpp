@@ -2,13 +2,11 @@
 #include "utilities/kov-setup/Directories.hpp"
 
 #include <fcntl.h>
-#include <sys/acl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
-#include <memory>
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
@@ -32,11 +30,6 @@ constexpr std::string_view DEFAULT_CONFIG =
     "in\n"
     "# openwbem.conf.d are read after this one, in the order of their names. Products put theirs\n"
     "# there with \"fennik --set-owcimomd-config\"; do not edit those by hand.\n";
-
-struct AclDeleter {
-    void operator()(acl_t acl) const noexcept { acl_free(acl); }
-};
-using Acl = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
 
 void makeDirectory(const String& path) {
     if (FileSystem::makeDirectory(path, PUBLIC_MODE)) {
@@ -64,18 +57,6 @@ void makeDirectoryWithParents(const String& path) {
     makeDirectory(path);
 }
 
-/// Sets a default ACL, which replaces the umask for new files: the account must be able to read
-/// what root writes into the drop-in directory under a umask of 077.
-void letAccountReadNewFiles(const String& directory, const Identity& account) {
-    const String text =
-        Format("user::rwx,user:%1:r-x,group::---,mask::r-x,other::---", account.uid);
-    const Acl acl(acl_from_text(text.c_str()));
-    if (!acl || acl_set_file(directory.c_str(), ACL_TYPE_DEFAULT, acl.get()) != 0) {
-        BLOCXX_THROW_ERRNO(blocxx::Exception,
-                           Format("cannot set the default access list of \"%1\"", directory));
-    }
-}
-
 void changeOwner(const String& path, const Identity& account) {
     if (fchownat(AT_FDCWD, path.c_str(), account.uid, account.gid, AT_SYMLINK_NOFOLLOW) != 0) {
         BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot give \"%1\" to the account \"%2\"",
@@ -85,15 +66,11 @@ void changeOwner(const String& path, const Identity& account) {
 
 }  // namespace
 
-void makeDirectories(const Layout::Tree& tree, const std::optional<Identity>& account) {
+void makeDirectories(const Layout::Tree& tree) {
     makeDirectoryWithParents(tree.path(Layout::DROP_IN_DIRECTORY));
     makeDirectoryWithParents(tree.path(Layout::PRIVILEGES_DIRECTORY));
     makeDirectoryWithParents(tree.path(Layout::AGENT_PRIVILEGES_DIRECTORY));
     makeDirectoryWithParents(tree.path(Layout::DATA_DIRECTORY));
-    if (account) {
-        letAccountReadNewFiles(tree.path(Layout::DROP_IN_DIRECTORY), *account);
-        changeOwner(tree.path(Layout::DATA_DIRECTORY), *account);
-    }
 }
 
 void makePrivateDirectory(const String& path) {

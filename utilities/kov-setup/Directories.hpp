@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The directories of an installation, with their owners, modes and access lists.
+// The directories and the default configuration file of an installation.
 #pragma once
-
-#include <optional>
 
 #include "blocxx/Process.hpp"
 #include "layout/Layout.hpp"
@@ -12,10 +10,8 @@ namespace KovSetup {
 
 using blocxx::String;
 
-/// Makes the missing directories. Sets owners and access lists when `account` is given. Throws
-/// blocxx::Exception.
-void makeDirectories(const Layout::Tree& tree,
-                     const std::optional<blocxx::Process::Identity>& account);
+/// Makes the missing directories, with mode 0755. Throws blocxx::Exception.
+void makeDirectories(const Layout::Tree& tree);
 
 /// Makes a directory, which must not exist, with mode 0700. Throws blocxx::Exception.
 void makePrivateDirectory(const String& path);

@@ -11,7 +11,10 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
+#include "utilities/common/DaemonPause.hpp"
 #include "utilities/kov-setup/Account.hpp"
+#include "utilities/kov-setup/Adoption.hpp"
 #include "utilities/kov-setup/Directories.hpp"
 #include "utilities/kov-setup/RepositoryBuilder.hpp"
 
@@ -54,11 +57,14 @@ private:
     bool m_done = false;
 };
 
-void checkPlaceIsFree(const Layout::Tree& tree) {
-    if (isTaken(tree.path(Layout::REPOSITORY))) {
-        refuse(Format("there is a repository already: \"%1\". It was left as it is",
-                      tree.path(Layout::REPOSITORY)));
+void checkIsDirectory(const String& path) {
+    if (std::filesystem::symlink_status(path.c_str()).type() !=
+        std::filesystem::file_type::directory) {
+        refuse(Format("\"%1\" is not a directory. Move it away and run kov-setup again", path));
     }
+}
+
+void checkPlaceIsFree(const Layout::Tree& tree) {
     if (isTaken(tree.path(Layout::REPOSITORY_BACKUP))) {
         refuse(
             Format("an operation on the repository was interrupted and left it at \"%1\". Put it "
@@ -71,6 +77,10 @@ void checkPlaceIsFree(const Layout::Tree& tree) {
                    "there. When none is running, remove it and run kov-setup again",
                    tree.path(Layout::UNFINISHED_REPOSITORY)));
     }
+}
+
+void append(StringArray& all, const StringArray& more) {
+    all.insert(all.end(), more.begin(), more.end());
 }
 
 void checkMayRun(const Layout::Tree& tree) {
@@ -100,16 +110,32 @@ void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
 
 }  // namespace
 
-void setUp(const Layout::Tree& tree, const String& schemaDirectory) {
+StringArray setUp(const Layout::Tree& tree, const String& schemaDirectory) {
     checkMayRun(tree);
-    checkPlaceIsFree(tree);
+    const bool isThere = isTaken(tree.path(Layout::REPOSITORY));
+    isThere ? checkIsDirectory(tree.path(Layout::REPOSITORY)) : checkPlaceIsFree(tree);
+    StringArray done;
     std::optional<blocxx::Process::Identity> account;
     if (tree.isLive()) {
-        account = ensureAccount();
+        account = ensureAccount(done);
     }
-    makeDirectories(tree, account);
+    makeDirectories(tree);
+    if (account) {
+        append(done, adoptDirectories(tree, *account));
+    }
     writeDefaultConfig(tree.path(Layout::CONFIG_FILE));
-    makeRepository(tree, schemaDirectory, account);
+    if (!isThere) {
+        makeRepository(tree, schemaDirectory, account);
+        return {};
+    }
+    const blocxx::File lock = OwUtilities::takeRunLock(tree.path(""));
+    if (account) {
+        append(done, adoptRepository(tree.path(Layout::REPOSITORY), *account));
+    }
+    if (!tree.isLive() || !OwUtilities::isDaemonRunning()) {
+        OpenWBEM::OpenRepository(tree.path(Layout::REPOSITORY)).repository().check();
+    }
+    return done;
 }
 
 }  // namespace KovSetup

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Sets up an installation: account, directories, default configuration and an empty repository with
-// the schema. Changes nothing when there is a repository already.
+// the schema; or takes over one whose repository is there.
 #pragma once
 
 #include "blocxx/String.hpp"
@@ -9,9 +9,11 @@
 
 namespace KovSetup {
 
-/// Sets up `tree` with the schema in the MOF files of `schemaDirectory`. Throws blocxx::Exception;
-/// then the directories, the account and the configuration file made so far stay, but no repository
-/// does.
-void setUp(const Layout::Tree& tree, const blocxx::String& schemaDirectory);
+/// Sets up `tree` with the schema in the MOF files of `schemaDirectory`. When there is a
+/// repository, it makes what is missing around it, gives everything its owner, mode and access list
+/// (on this machine), and checks the repository; the content of what is there stays. Returns a line
+/// for each thing that was missing or wrong then. Throws blocxx::Exception; then what was made and
+/// changed so far stays, but no new repository does.
+blocxx::StringArray setUp(const Layout::Tree& tree, const blocxx::String& schemaDirectory);
 
 }  // namespace KovSetup

@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 #include "layout/Layout.hpp"
 #include "utilities/common/Options.hpp"
 #include "utilities/kov-setup/Setup.hpp"
@@ -40,7 +41,10 @@ String directoryOption(const CmdLineParser& parser, OptionId id, const char* nam
 int makeInstallation(const CmdLineParser& parser) {
     const Layout::Tree tree(directoryOption(parser, DEST_DIR, "dest-dir"));
     const String given = directoryOption(parser, SCHEMA_DIR, "schema-dir");
-    KovSetup::setUp(tree, given.empty() ? tree.path(Layout::SCHEMA_DIRECTORY) : given);
+    const String schema = given.empty() ? tree.path(Layout::SCHEMA_DIRECTORY) : given;
+    for (const String& line : KovSetup::setUp(tree, schema)) {
+        std::cout << "kov-setup: " << blocxx::printable(line) << ".\n";
+    }
     std::cout << "kov-setup: \"" << tree.path(Layout::REPOSITORY) << "\" is ready.\n";
     return 0;
 }
@@ -50,7 +54,8 @@ constexpr Program PROGRAM = {
     KOV_VERSION,
     "[options]",
     "Makes the account, the directories and the empty repository of an installation.\n"
-    "An existing repository is never touched.",
+    "Run again, it makes what is missing, gives everything its owner and mode, and checks the\n"
+    "repository, whose content stays.",
     nullptr,
     OPTIONS,
     makeInstallation,

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/CIMRepository.hpp"
 
+#include <sqlite3.h>
+
 #include "openwbem/repository/RepositoryStore.hpp"
+#include "openwbem/repository/Statement.hpp"
 
 namespace OpenWBEM {
 
@@ -61,6 +64,14 @@ void CIMRepository::abandon() noexcept {
 
 bool CIMRepository::isOpen() const noexcept {
     return static_cast<bool>(m_store);
+}
+
+void CIMRepository::check() {
+    Connection& connection = store().connection;
+    Statement found(connection, "PRAGMA integrity_check(1)");
+    if (!found.step() || found.text(0) != "ok") {
+        connection.fail(SQLITE_CORRUPT, "used");
+    }
 }
 
 RepositoryStore& CIMRepository::store() {

@@ -57,6 +57,8 @@ public:
     /// writes have nothing to do and succeed, and commit() fails. Does nothing when it is closed.
     void abandon() noexcept;
     bool isOpen() const noexcept;
+    /// Reads every page of the file. Throws CIMException FAILED when the database is damaged.
+    void check();
 
     RepositoryStore& store();
     const ServiceEnvironmentIFCRef& environment() const noexcept { return m_environment; }

@@ -86,7 +86,14 @@ class Setup(LiveStory):
         self.assertIn('cannot create the account "owcimomd": /usr/sbin/useradd', result.err)
         self.assertEqual(result.out, "1\n")
 
-    def test_leaves_an_existing_repository_alone(self):
-        result = self.sandbox("kov-setup")
-        self.assertEqual((result.status, result.out), (1, ""))
-        self.assertIn(f'there is a repository already: "{REPOSITORY}"', result.err)
+    def test_does_nothing_the_second_time(self):
+        look = "find /etc/opt/tarvo /var/opt/tarvo -printf '%p %m %u %g %n %T@ %C@\n' | grep -v tarvo/root"
+        out = self.shell(f"kov-setup; ({look}) >/tmp/$$.1; kov-setup; ({look}) >/tmp/$$.2;"
+                         "diff /tmp/$$.1 /tmp/$$.2; rm /tmp/$$.1 /tmp/$$.2")
+        self.assertEqual(out, f'kov-setup: "{REPOSITORY}" is ready.\n' * 2)
+
+    def test_leaves_a_running_daemon_alone(self):
+        out = self.shell("tarvo-owcimomd_init start >/dev/null; kov-setup;"
+                         "tarvo-owcimomd_init status | sed 's/process .*/process)/'")
+        self.assertEqual(out, f'kov-setup: "{REPOSITORY}" is ready.\n'
+                              "owcimomd runs (process)\n")

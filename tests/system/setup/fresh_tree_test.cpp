@@ -40,6 +40,25 @@ TEST_F(SetupTree, FreshTreeHasItsDirectoriesWithTheirModes) {
     EXPECT_FALSE(exists(leftover()));
 }
 
+TEST_F(SetupTree, SecondRunChangesNothing) {
+    ASSERT_TRUE(setUpTree().status.terminatedSuccessfully());
+    ASSERT_TRUE(setUpTree().status.terminatedSuccessfully());  // makes the lock file, too
+    const auto before = snapshot(stage());
+    const Outcome outcome = setUpTree();
+    EXPECT_EQ(outcome.status.toString(), "exited with status 0");
+    EXPECT_EQ(outcome.output, "kov-setup: \"" + repository() + "\" is ready.\n");
+    EXPECT_EQ(snapshot(stage()), before);
+}
+
+TEST_F(SetupTree, LaterRunMakesWhatIsMissingAroundTheRepository) {
+    ASSERT_TRUE(setUpTree().status.terminatedSuccessfully());
+    const auto before = snapshot(stage());
+    std::filesystem::remove_all(path("/etc"));
+    EXPECT_TRUE(setUpTree().status.terminatedSuccessfully());
+    std::filesystem::remove(path("/var/opt/tarvo/kov/fennik.lock"));
+    EXPECT_EQ(snapshot(stage()), before);
+}
+
 TEST_F(SetupTree, FreshRepositoryIsOneFileForItsOwnerOnly) {
     ASSERT_TRUE(setUpTree().status.terminatedSuccessfully());
     const String file = repository() + "/" + OpenWBEM::CIMRepository::FILE_NAME;

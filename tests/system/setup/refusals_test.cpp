@@ -18,20 +18,26 @@ void expectError(const Outcome& outcome) {
     EXPECT_THAT(outcome.output, StartsWith("kov-setup: error: "));
 }
 
-TEST_F(SetupTree, ExistingRepositoryIsNamedAndLeftAsItIs) {
+TEST_F(SetupTree, DamagedRepositoryIsNamedAndLeftAsItIs) {
     ASSERT_TRUE(setUpTree().status.terminatedSuccessfully());
-    const auto before = snapshot(stage());
+    const String file = repository() + "/repository.db";
+    String content = readFile(file);
+    content.replace(content.size() / 2, 4096, String(4096, 'x'));
+    writeFile(file, content);
     const Outcome outcome = setUpTree();
     expectError(outcome);
-    EXPECT_THAT(outcome.output, HasSubstr("there is a repository already: \"" + repository()));
-    EXPECT_EQ(snapshot(stage()), before);
+    EXPECT_THAT(outcome.output, HasSubstr("\"" + file + "\""));
+    EXPECT_THAT(outcome.output, HasSubstr("the file is damaged"));
+    EXPECT_EQ(readFile(file), content);
 }
 
 TEST_F(SetupTree, WhateverHasTheNameOfTheRepositoryIsLeftAsItIs) {
     std::filesystem::create_directories(path("/var/opt/tarvo/kov/openwbem"));
     std::filesystem::create_symlink("/nowhere", repository());
     const auto before = snapshot(stage());
-    expectError(setUpTree());
+    const Outcome outcome = setUpTree();
+    expectError(outcome);
+    EXPECT_THAT(outcome.output, HasSubstr("\"" + repository() + "\" is not a directory"));
     EXPECT_EQ(snapshot(stage()), before);
 }
 

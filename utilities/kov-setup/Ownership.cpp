@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/kov-setup/Ownership.hpp"
+
+#include <acl/libacl.h>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/acl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+
+#include "blocxx/Exception.hpp"
+#include "blocxx/Format.hpp"
+
+namespace KovSetup {
+
+using blocxx::Format;
+using Identity = blocxx::Process::Identity;
+
+namespace {
+
+constexpr mode_t PERMISSIONS = 07777;
+constexpr mode_t WRITABLE_FOR_OTHERS = S_IWGRP | S_IWOTH;
+
+struct AclDeleter {
+    void operator()(acl_t acl) const noexcept { acl_free(acl); }
+};
+using Acl = std::unique_ptr<std::remove_pointer_t<acl_t>, AclDeleter>;
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+
+[[noreturn]] void failed(const char* attempt, const String& path) {
+    BLOCXX_THROW_ERRNO(blocxx::Exception, Format("cannot %1 \"%2\"", attempt, path));
+}
+
+struct stat statusOf(int fd, const String& path) {
+    struct stat status {};
+    if (::fstat(fd, &status) != 0) {
+        failed("look at", path);
+    }
+    return status;
+}
+
+String octal(mode_t mode) {
+    String text;
+    for (int shift = 9; shift >= 0; shift -= 3) {
+        text += static_cast<char>('0' + ((mode >> shift) & 7));
+    }
+    return text;
+}
+
+/// Reading for the account, and nothing for the group and others. What a file gets from the default
+/// list of its directory is the same.
+Acl listFor(const Identity& account, bool forNewFiles) {
+    Acl acl(
+        acl_from_text(Format("user::%1,user:%2:r-x,group::---,mask::%3,other::---",
+                             forNewFiles ? "rwx" : "rw-", account.uid, forNewFiles ? "r-x" : "r--")
+                          .toString()
+                          .c_str()));
+    if (!acl) {
+        BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot make an access list");
+    }
+    return acl;
+}
+
+}  // namespace
+
+OwnedFile OwnedFile::directory(const String& path) {
+    blocxx::File file(
+        ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY));
+    if (!file) {
+        failed("open the directory", path);
+    }
+    return {path, std::move(file)};
+}
+
+std::optional<OwnedFile> OwnedFile::file(const String& name) const {
+    const String path = m_path + "/" + name;
+    blocxx::File file(
+        ::openat(fd(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!file) {
+        if (errno == ENOENT || errno == ELOOP || errno == ENXIO) {
+            return std::nullopt;
+        }
+        failed("open the file", path);
+    }
+    const struct stat status = statusOf(file.getFileDescriptor(), path);
+    if (!S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    if (status.st_nlink != 1) {
+        BLOCXX_THROW(blocxx::Exception,
+                     Format("\"%1\" has a second name, so whose file it is cannot be told. Remove "
+                            "it, or replace it by a copy, and run kov-setup again",
+                            path));
+    }
+    return OwnedFile(path, std::move(file));
+}
+
+std::vector<OwnedFile> OwnedFile::files() const {
+    std::vector<OwnedFile> found;
+    for (const String& name : fileNames()) {
+        if (auto opened = file(name)) {
+            found.push_back(std::move(*opened));
+        }
+    }
+    return found;
+}
+
+StringArray OwnedFile::fileNames() const {
+    const int again = ::openat(fd(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, DirectoryCloser> stream(again < 0 ? nullptr : ::fdopendir(again));
+    if (!stream) {
+        failed("list the directory", m_path);
+    }
+    StringArray names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(stream.get())) {
+        // Only regular files are opened: opening a device can have effects.
+        if (entry->d_type == DT_REG || entry->d_type == DT_UNKNOWN) {
+            names.emplace_back(static_cast<const char*>(entry->d_name));
+        }
+        errno = 0;
+    }
+    if (errno != 0) {
+        failed("list the directory", m_path);
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+void OwnedFile::setOwner(const Identity& owner, const String& name, StringArray& done) {
+    const struct stat status = statusOf(fd(), m_path);
+    if (status.st_uid == owner.uid && status.st_gid == owner.gid) {
+        return;
+    }
+    if (::fchown(fd(), owner.uid, owner.gid) != 0) {
+        BLOCXX_THROW_ERRNO(blocxx::Exception,
+                           Format("cannot give \"%1\" to the account \"%2\"", m_path, name));
+    }
+    done.push_back(Format("\"%1\" belongs to %2 now", m_path, name));
+}
+
+void OwnedFile::setMode(mode_t mode, StringArray& done) {
+    if ((statusOf(fd(), m_path).st_mode & PERMISSIONS) == mode) {
+        return;
+    }
+    if (::fchmod(fd(), mode) != 0) {
+        failed("set the mode of", m_path);
+    }
+    done.push_back(Format("\"%1\" has the mode %2 now", m_path, octal(mode)));
+}
+
+void OwnedFile::protect(StringArray& done) {
+    setMode(statusOf(fd(), m_path).st_mode & PERMISSIONS & ~WRITABLE_FOR_OTHERS, done);
+}
+
+void OwnedFile::letRead(const Identity& account, const String& name, StringArray& done) {
+    const Acl wanted = listFor(account, false);
+    const Acl present(acl_get_fd(fd()));
+    if ((statusOf(fd(), m_path).st_mode & S_IROTH) != 0 ||
+        (present && acl_cmp(present.get(), wanted.get()) == 0)) {
+        return;
+    }
+    if (acl_set_fd(fd(), wanted.get()) != 0) {
+        failed("set the access list of", m_path);
+    }
+    done.push_back(Format("%1 may read \"%2\" now", name, m_path));
+}
+
+void OwnedFile::letReadNewFiles(const Identity& account, const String& name, StringArray& done) {
+    // There is no call for a default list that takes a descriptor.
+    const String self = Format("/proc/self/fd/%1", fd());
+    const Acl wanted = listFor(account, true);
+    const Acl present(acl_get_file(self.c_str(), ACL_TYPE_DEFAULT));
+    if (present && acl_cmp(present.get(), wanted.get()) == 0) {
+        return;
+    }
+    if (acl_set_file(self.c_str(), ACL_TYPE_DEFAULT, wanted.get()) != 0) {
+        failed("set the default access list of", m_path);
+    }
+    done.push_back(Format("%1 may read new files in \"%2\" now", name, m_path));
+}
+
+}  // namespace KovSetup
