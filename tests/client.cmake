@@ -4,6 +4,7 @@ kov_unit_test(client_test
   SOURCES
     unit/client/ClientEnumeration_test.cpp
     unit/client/ClientErrors_test.cpp
+    unit/client/ClientPatience_test.cpp
     unit/client/ClientStoring_test.cpp
     unit/client/LiveDaemon.cpp
     unit/client/LiveSubject.cpp

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # A sample of the faults of scripts/faults, some of the sequences of scripts/sequences, and many runs
-# at once, and a short run of scripts/soak.
+# at once, a short run of scripts/soak, and runs at a hostile daemon.
 if(NOT Python3_FOUND)
   return()
 endif()
@@ -17,6 +17,9 @@ add_test(NAME faults.crowd
 add_test(NAME faults.soak
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_soak.py" 30)
-set_tests_properties(faults.sample faults.sequences faults.crowd faults.soak PROPERTIES
+add_test(NAME faults.rogue
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_rogue.py")
+set_tests_properties(faults.sample faults.sequences faults.crowd faults.soak faults.rogue PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")

@@ -10,14 +10,18 @@ namespace KOVNS2 {
 
 namespace {
 
+/// For each answer: a daemon that was replaced by a hostile one must not hold the run for ever. A
+/// registration consists of many small calls, so as a whole it may take as long as the daemon
+/// needs. A call may have to wait for the long ones of other clients.
+constexpr auto ANSWER_LIMIT = blocxx::Timeout::relative(std::chrono::seconds(60));
+
 class ClientHandleWrapper : public CIMOMHandleWrapperIFC {
 public:
-    // No time limit: a registration may take as long as the daemon needs.
     ClientHandleWrapper() {
         const auto handle = OpenWBEM::ClientCIMOMHandle::createFromURL(
             OpenWBEM::ClientCIMOMHandle::LOCAL_URL, OpenWBEM::ClientAuthCBIFCRef(),
             OpenWBEM::SSLClientCtxRef());
-        handle->getWBEMProtocolHandler()->setTimeout(blocxx::Timeout::infinite);
+        handle->getWBEMProtocolHandler()->setTimeout(ANSWER_LIMIT);
         m_handle = handle;
     }
 

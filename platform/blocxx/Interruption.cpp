@@ -101,7 +101,15 @@ void forget() noexcept {
 }
 
 bool isPending() noexcept {
-    return g_signal != 0 && g_deferrals == 0;
+    return hasSignal() && g_deferrals == 0;
+}
+
+bool hasSignal() noexcept {
+    return g_signal != 0;
+}
+
+int signalDescriptor() noexcept {
+    return g_event;
 }
 
 int descriptor() noexcept {

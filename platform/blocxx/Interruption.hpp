@@ -37,6 +37,10 @@ void forget() noexcept;
 
 /// Whether a signal has come and there is no Deferred.
 bool isPending() noexcept;
+/// Whether a signal has come, even while there is a Deferred.
+bool hasSignal() noexcept;
+/// Readable while hasSignal(); -1 while signals are not caught.
+int signalDescriptor() noexcept;
 /// Readable while isPending(); -1, which poll(2) ignores, while there is a Deferred or signals are
 /// not caught.
 int descriptor() noexcept;

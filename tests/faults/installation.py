@@ -39,15 +39,16 @@ class Result:
     err: str
 
 
-def run(argv, stdin="", meanwhile=None, **options):
-    """Runs a command, and beside it the thread that `meanwhile` makes for its process."""
+def run(argv, stdin="", patience=PATIENCE, meanwhile=None, **options):
+    """Runs a command for at most `patience` seconds, and beside it the thread that `meanwhile` makes
+    for its process."""
     child = subprocess.Popen(argv, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                              stderr=subprocess.PIPE, text=True, errors="surrogateescape", start_new_session=True,
                              **options)
     beside = meanwhile(child) if meanwhile else threading.Thread()
     beside.start()
     try:
-        out, err = child.communicate(stdin, timeout=PATIENCE)
+        out, err = child.communicate(stdin, timeout=patience)
         return Result(child.returncode, out, err)
     except subprocess.TimeoutExpired:
         os.killpg(child.pid, signal.SIGKILL)  # strace and what it traces

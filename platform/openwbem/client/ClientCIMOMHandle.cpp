@@ -13,14 +13,14 @@ namespace OpenWBEM {
 
 namespace {
 
-/// Throws CIMException FAILED for a result that cannot be decoded.
+/// Throws OutcomeUnknownException for a result that cannot be decoded: it was perhaps created.
 template <class T>
 T decodeResult(ClientConnection::Bytes bytes) {
     try {
         return Codec::decodeView<T>(bytes);
     } catch (const Codec::CodecException& e) {
-        OPENWBEM_THROW_CIM(FAILED,
-                           String("The answer of owcimomd cannot be read: ") + e.getMessage());
+        throw OutcomeUnknownException(
+            __FILE__, __LINE__, String("The answer of owcimomd cannot be read: ") + e.getMessage());
     }
 }
 

@@ -20,6 +20,11 @@ namespace {
 /// How long a daemon that takes no more calls is listened to. What it says has been sent by then.
 constexpr Timeout LAST_WORD = Timeout::relative(std::chrono::seconds(1));
 
+/// The most that an enumeration may bring: a hostile daemon could send portions without end. Each
+/// counts as if it were at least a page long.
+constexpr uint64_t MAX_ENUMERATION_WORDS = RpcLimits::MAX_WORDS;
+constexpr uint64_t MIN_PORTION_WORDS = 512;
+
 void setText(const String& text, auto setter) {
     if (!text.empty()) {
         setter(capnp::Text::Reader(text.data(), text.size()));
@@ -109,9 +114,9 @@ class ClientConnection::Session {
 public:
     using Message = kj::Own<capnp::MessageReader>;
 
-    Session(const String& path, const Timeout& timeout) : m_socket(path, timeout) {}
+    Session(const String& path, Patience& patience)
+        : m_patience(patience), m_socket(path, patience) {}
 
-    ClientSocket& socket() noexcept { return m_socket; }
     bool isBroken() const noexcept { return m_isBroken; }
 
     uint64_t send(const std::function<void(wire::Call::Builder)>& fill, bool isAnswered = true) {
@@ -123,6 +128,7 @@ public:
         const auto words = capnp::messageToFlatArray(message);
         auto bytes = words.asChars();
         kj::ArrayPtr<const char> rest(bytes.begin(), bytes.size());
+        m_socket.beginSending();
         while (rest.size() > 0) {
             sendSome(rest);
         }
@@ -160,7 +166,7 @@ private:
 
     /// The daemon says why before it disconnects a client that may still be sending.
     void raiseLastWord() {
-        m_socket.setTimeout(LAST_WORD);
+        m_patience.setLimit(LAST_WORD);
         try {
             while (true) {
                 receive();
@@ -207,6 +213,7 @@ private:
         }
     }
 
+    Patience& m_patience;
     ClientSocket m_socket;
     uint64_t m_lastId = 0;
     size_t m_expected = 0;
@@ -222,8 +229,8 @@ ClientConnection::~ClientConnection() = default;
 /// Reconnects when the connection was lost since the last call: nothing has been sent yet.
 uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& fill,
                                 const Timeout& timeout) {
+    m_patience.setLimit(timeout);
     if (m_session) {
-        m_session->socket().setTimeout(timeout);
         try {
             return m_session->send(fill);
         } catch (const BrokenConnection& broken) {
@@ -234,7 +241,8 @@ uint64_t ClientConnection::send(const std::function<void(wire::Call::Builder)>& 
     }
     // The lost connection may hold the last free descriptor.
     m_session.reset();
-    m_session = std::make_shared<Session>(m_path, timeout);
+    m_patience.setLimit(timeout);
+    m_session = std::make_shared<Session>(m_path, m_patience);
     return m_session->send(fill);
 }
 
@@ -342,6 +350,10 @@ public:
     /// False after the last portion.
     bool next(const std::function<void(Bytes)>& visit) {
         auto message = m_session->await(std::exchange(m_ahead, 0));
+        m_words += std::max<uint64_t>(message->sizeInWords(), MIN_PORTION_WORDS);
+        if (m_words > MAX_ENUMERATION_WORDS) {
+            throw BrokenConnection{"the daemon does not end its answer", false};
+        }
         const auto answer = message->getRoot<wire::Answer>();
         raiseIfFailed(answer.getFailure());
         if (!answer.getPortion().getIsLast()) {
@@ -355,6 +367,7 @@ public:
 private:
     std::shared_ptr<Session> m_session;
     uint64_t m_ahead;
+    uint64_t m_words = 0;
     uint32_t m_number = 0;
 };
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <span>
 
+#include "openwbem/client/Patience.hpp"
 #include "openwbem/client/WBEMProtocolHandler.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
 #include "openwbem/model/ObjectStoring.hpp"
@@ -76,6 +77,7 @@ private:
     [[noreturn]] void fail(const char* reason);
 
     String m_path;
+    Patience m_patience;
     std::shared_ptr<Session> m_session;
 };
 

@@ -18,8 +18,6 @@ namespace OpenWBEM {
 
 using blocxx::Format;
 using blocxx::String;
-using blocxx::Timeout;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -27,18 +25,18 @@ constexpr const char* REMEDY =
     "is it running? Start it with \"/opt/tarvo/kov/sbin/tarvo-owcimomd_init start\"";
 
 /// How often a wait for a full queue checks whether the run was interrupted.
-constexpr Timeout LOOK_AROUND = Timeout::relative(std::chrono::seconds(1));
+constexpr std::chrono::milliseconds LOOK_AROUND = std::chrono::seconds(1);
 
 [[noreturn]] void failToReach(const String& path, const char* reason) {
     OPENWBEM_THROW_CIM(
         FAILED, Format("owcimomd cannot be reached at \"%1\": %2; %3", path, reason, REMEDY));
 }
 
-void limitConnecting(int fd, const Timeout& timeout) {
-    using std::chrono::duration_cast;
-    const auto seconds = duration_cast<std::chrono::seconds>(timeout.time());
-    const auto rest = duration_cast<std::chrono::microseconds>(timeout.time() - seconds);
-    const timeval limit{seconds.count(), std::max<suseconds_t>(rest.count(), 1)};
+/// Zero would be no limit.
+void limitConnecting(int fd, std::chrono::milliseconds time) {
+    const std::chrono::microseconds limited =
+        std::clamp<std::chrono::microseconds>(time, std::chrono::microseconds(1), LOOK_AROUND);
+    const timeval limit{limited.count() / 1000000, limited.count() % 1000000};
     ::setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
@@ -50,26 +48,27 @@ int newSocket(const String& path) {
     return fd;
 }
 
-void connectTo(int fd, const String& path, const Timeout& timeout) {
+void connectTo(int fd, const String& path, Patience& patience) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) {
         failToReach(path, "the path is too long for a socket");
     }
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    limitConnecting(fd, timeout.isInfinite() ? LOOK_AROUND : timeout);
-    const auto isToGoOn = [&] {
-        return errno == EINTR ||
-               (errno == EAGAIN && timeout.isInfinite() && !blocxx::Interruption::isPending());
-    };
-    int rc = 0;
-    do {
-        rc = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    } while (rc != 0 && isToGoOn());
-    if (rc != 0) {
+    patience.beginWait();
+    limitConnecting(fd, patience.left());
+    while (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         const int error = errno;
         blocxx::Interruption::check();
-        failToReach(path, error == EAGAIN ? "it does not answer" : std::strerror(error));
+        if (error != EINTR && error != EAGAIN) {
+            failToReach(path, std::strerror(error));
+        }
+        const auto left = patience.left();
+        if (left.count() == 0) {
+            patience.giveUp();
+            failToReach(path, "it does not answer");
+        }
+        limitConnecting(fd, left);
     }
 }
 
@@ -82,34 +81,33 @@ capnp::ReaderOptions readerOptions() {
 
 }  // namespace
 
-ClientSocket::ClientSocket(const String& path, const Timeout& timeout)
-    : m_socket(newSocket(path)), m_timeout(timeout), m_buffered(*this) {
-    connectTo(m_socket.fd(), path, timeout);
+ClientSocket::ClientSocket(const String& path, Patience& patience)
+    : m_socket(newSocket(path)), m_patience(patience), m_buffered(*this) {
+    connectTo(m_socket.fd(), path, patience);
 }
 
 void ClientSocket::wait(short events) {
-    pollfd waiting[]{{m_socket.fd(), events, 0}, {blocxx::Interruption::descriptor(), POLLIN, 0}};
-    const auto deadline =
-        m_timeout.isInfinite() ? Clock::time_point::max() : Clock::now() + m_timeout.time();
-    while (true) {
-        int limit = -1;
-        if (!m_timeout.isInfinite()) {
-            using std::chrono::milliseconds;
-            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-            limit = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 86400000));
-        }
-        const int rc = ::poll(waiting, 2, limit);
+    using blocxx::Interruption::hasSignal;
+    // A signal ends the poll even while it is deferred: it shortens the wait.
+    pollfd waiting[]{{m_socket.fd(), events, 0},
+                     {hasSignal() ? -1 : blocxx::Interruption::signalDescriptor(), POLLIN, 0}};
+    // Not while bytes come: a daemon could send one after the other without end.
+    while (const auto left = m_patience.left().count()) {
+        const int rc = ::poll(waiting, 2, static_cast<int>(left));
+        const int error = errno;
         blocxx::Interruption::check();
-        if (rc > 0) {
+        if (waiting[0].revents != 0) {
             return;
         }
-        if (rc == 0 && Clock::now() >= deadline) {
-            throw BrokenConnection{"no reply came in time", false};
+        if (rc < 0 && error != EINTR) {
+            throw BrokenConnection{std::strerror(error), false};
         }
-        if (rc < 0 && errno != EINTR) {
-            throw BrokenConnection{std::strerror(errno), false};
+        if (hasSignal()) {
+            waiting[1].fd = -1;
         }
     }
+    m_patience.giveUp();
+    throw BrokenConnection{"no reply came in time", false};
 }
 
 bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
@@ -154,6 +152,7 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
 }
 
 kj::Own<capnp::MessageReader> ClientSocket::receive() {
+    m_patience.beginWait();
     auto message = kj::heap<capnp::InputStreamMessageReader>(m_buffered, readerOptions());
     // Segments are read on demand: read them all, so that the next message follows.
     for (unsigned i = 0; message->getSegment(i) != nullptr; ++i) {
