@@ -144,6 +144,21 @@ void raiseForUnfit(const String& directory, const String& file) {
     }
 }
 
+/// SQLite cannot open a file that is marked as one without a log when a log is beside it. If that
+/// was ever its own, everything is in the file: the mark is made after the last checkpoint.
+void raiseForStrayLog(const String& file, std::string_view header) {
+    constexpr size_t READ_VERSION = 19;  // in the header; 1: without a log
+    struct stat status {};
+    const String log = file + "-wal";
+    if (header.size() > READ_VERSION && header[READ_VERSION] == 1 &&
+        ::lstat(log.c_str(), &status) == 0) {
+        OPENWBEM_THROW_CIM(FAILED, Format("\"%1\" is no log of the repository beside it, so that "
+                                          "the repository is not opened. Find out who has made it, "
+                                          "then move it away and try again",
+                                          log));
+    }
+}
+
 void raiseForLink(const String& directory) {
     struct stat status {};
     if (::lstat(directory.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != 0 &&
@@ -195,6 +210,10 @@ void raiseForOpening(int code, int systemError, const String& directory, const S
                            code == SQLITE_IOERR_DATA || code == SQLITE_IOERR_SHORT_READ;
     if (isDamaged && !header.empty()) {
         raiseForHeader(file, header);
+    }
+    if (primary == SQLITE_CANTOPEN) {
+        raiseForUnfit(FileSystem::Path::dirname(file), file);
+        raiseForStrayLog(file, header);
     }
     raise(code, systemError, file, "opened");
 }

@@ -97,6 +97,13 @@ TEST_F(HostileDirectory, AJournalThatNamesAnotherFileIsRefusedAndNothingRemoved)
     EXPECT_NE(dump(m_directory.path()), "");
 }
 
+TEST_F(HostileDirectory, ALogBesideARepositoryThatHasNoneIsNamed) {
+    const String log = file() + "-wal";
+    std::ofstream(log) << String(8192, 'x');
+    expectRefusal("\"" + log + "\" is no log of the repository beside it");
+    EXPECT_TRUE(fs::exists(log));
+}
+
 TEST_F(HostileDirectory, APipeInTheJournalsPlaceIsNotWaitedFor) {
     ASSERT_EQ(0, ::mkfifo((file() + "-journal").c_str(), 0600));
     expectRefusal("is not a regular file");
