@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # A sample of the faults of scripts/faults, some of the sequences of scripts/sequences, and many runs
-# at once, a short run of scripts/soak, and runs at a hostile daemon.
+# at once, a short run of scripts/soak, runs at a hostile daemon, and
+# a sample of scripts/neighbours.
 if(NOT Python3_FOUND)
   return()
 endif()
@@ -20,6 +21,10 @@ add_test(NAME faults.soak
 add_test(NAME faults.rogue
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_rogue.py")
-set_tests_properties(faults.sample faults.sequences faults.crowd faults.soak faults.rogue PROPERTIES
+add_test(NAME faults.neighbours
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_neighbours.py" --sample 11 --exchanges 1)
+set_tests_properties(faults.sample faults.sequences faults.crowd faults.soak faults.rogue
+                     faults.neighbours PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")

@@ -3,8 +3,9 @@
 with everything that a product may have, and two others."""
 
 import os
+import shutil
 
-from installation import FENNIK, WORK, Live, must, run
+from installation import FENNIK, WORK, Installation, Live, must, run
 
 SAMPLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../examples/sample")
 LIST = WORK + "/changed.list"
@@ -63,6 +64,23 @@ def populate(installation):
         must(installation.fennik("--set-owcimomd-config", "-", "--name", product),
              stdin=product + ".on = 1\n")
     installation.save(FULL)
+
+
+def prepare():
+    """Makes and populates the live installation and a staged one, and writes the files that the
+    operations name."""
+    shutil.rmtree(WORK, ignore_errors=True)
+    os.makedirs(WORK, mode=0o755)
+    os.mkdir(WRITTEN)
+    live, staged = Live(), Installation()
+    share = staged.prefix + "/opt/tarvo/kov"
+    os.makedirs(share)
+    must(["cp", "-a", "/opt/tarvo/kov/bin", "/opt/tarvo/kov/share", share])
+    must(["kov-setup", "--dest-dir", staged.prefix])
+    for installation in (live, staged):
+        populate(installation)
+    write_files()
+    return live, staged
 
 
 def write_files():

@@ -16,7 +16,6 @@ Ends with status 1 when a run has left something wrong. For use inside scripts/s
 import argparse
 import json
 import os
-import shutil
 import signal
 import sys
 
@@ -24,7 +23,7 @@ import injection
 import moments
 import operations
 import power
-from installation import WORK, Installation, Live, must, run
+from installation import run
 from verdict import COMPLETE, UNNOTICED, Expectation, Wrong, read
 
 sys.dont_write_bytecode = True
@@ -44,24 +43,9 @@ class Suite:
         # The installation and the saved state that it is in.
         self.present = None
 
-    def prepare(self):
-        """Populates the live installation and a staged one."""
-        shutil.rmtree(WORK, ignore_errors=True)
-        os.makedirs(WORK, mode=0o755)
-        os.mkdir(operations.WRITTEN)
-        live, staged = Live(), Installation()
-        share = staged.prefix + "/opt/tarvo/kov"
-        os.makedirs(share)
-        must(["cp", "-a", "/opt/tarvo/kov/bin", "/opt/tarvo/kov/share", share])
-        must(["kov-setup", "--dest-dir", staged.prefix])
-        for installation in (live, staged):
-            operations.populate(installation)
-        operations.write_files()
-        injection.put_programs_in_place()
-        return live, staged
-
     def run_all(self):
-        live, staged = self.prepare()
+        live, staged = operations.prepare()
+        injection.put_programs_in_place()
         self.walk_all(live)
         # Saving the state of a staged tree reads this machine's privilege files.
         live.put_back(operations.FULL)
