@@ -3,9 +3,9 @@
 
 #include <sqlite3.h>
 
-#include <compare>
 #include <memory>
 #include <set>
+#include <tuple>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/RepositoryFormat.hpp"
@@ -23,7 +23,10 @@ struct Object {
     String table;
     String sql;
 
-    friend auto operator<=>(const Object&, const Object&) = default;
+    bool operator<(const Object& other) const {
+        return std::tie(type, name, table, sql) <
+               std::tie(other.type, other.name, other.table, other.sql);
+    }
 };
 
 using Objects = std::set<Object>;
