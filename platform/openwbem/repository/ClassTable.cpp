@@ -2,6 +2,7 @@
 #include "openwbem/repository/ClassTable.hpp"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/repository/Statement.hpp"
@@ -18,6 +19,13 @@ namespace {
 constexpr size_t MAX_KNOWN = 1000;
 
 constexpr const char* REMOVE_REFERENCES = "DELETE FROM class_reference WHERE class=?";
+
+/// For rows that only a foreign hand can have written. Going on would never end.
+[[noreturn]] void failForCycle() {
+    OPENWBEM_THROW_CIM(FAILED,
+                       "the repository holds a class that is below itself; put a backup of the "
+                       "repository back");
+}
 
 }  // namespace
 
@@ -109,9 +117,13 @@ bool ClassTable::hasChildren(int64_t ns, int64_t id) {
 Array<ClassName> ClassTable::descendants(int64_t ns, const ClassName& top) {
     Array<ClassName> result;
     Array<ClassName> pending{top};
+    std::unordered_set<int64_t> seen;
     while (!pending.empty()) {
         ClassName next = std::move(pending.back());
         pending.pop_back();
+        if (!seen.insert(next.id).second) {
+            failForCycle();
+        }
         Array<ClassName> below = children(ns, next.id);
         std::move(below.rbegin(), below.rend(), std::back_inserter(pending));
         if (next.id != 0) {
@@ -133,7 +145,11 @@ int64_t ClassTable::superOf(int64_t id) {
 }
 
 bool ClassTable::isA(int64_t id, int64_t ancestor) {
-    while (id != 0 && id != ancestor) {
+    for (size_t steps = 0; id != 0 && id != ancestor; ++steps) {
+        // It holds every class on the way.
+        if (steps > m_supers.size()) {
+            failForCycle();
+        }
         id = superOf(id);
     }
     return id == ancestor;

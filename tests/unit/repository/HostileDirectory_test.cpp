@@ -254,6 +254,31 @@ TEST_F(HostileDirectory, ASchemaThatIsNotOursIsRefused) {
     }
 }
 
+TEST_F(HostileDirectory, AClassBelowItselfIsAnErrorAndNotFollowedForEver) {
+    {
+        OpenRepository opened(m_directory.path());
+        opened->createInstance("test", person("p"));
+        opened->createInstance("test", car(1));
+        opened->createInstance("test", owns(personPath("p"), carPath(1)));
+        opened.repository().close();
+    }
+    // Person is below Student, and Student below Person.
+    change(
+        "UPDATE class SET super=(SELECT id FROM class WHERE name='student') WHERE name='person'");
+    OpenRepository opened(m_directory.path());
+    AssociationFilter filter;
+    filter.resultClass = "Owns";
+    auto names = makeResultHandler<CIMObjectPath>([](const CIMObjectPath&) {});
+    for (const auto& operation : std::initializer_list<std::function<void()>>{
+             [&] { opened->enumInstancesA("test", "Person"); },
+             [&] { opened->enumClassNamesA("test", "Student", E_DEEP); },
+             [&] { opened->associatorNames("test", carPath(1), names, filter); }}) {
+        String message;
+        EXPECT_EQ(CIMException::FAILED, statusOf(operation, &message));
+        EXPECT_THAT(message, HasSubstr("holds a class that is below itself; put a backup"));
+    }
+}
+
 TEST_F(HostileDirectory, ATriggerThatComesAfterTheOpeningDoesNotRun) {
     OpenRepository opened(m_directory.path());
     EXPECT_NE(dump(*opened), "");
