@@ -50,9 +50,15 @@ Array<ClassModification::Change> ClassModification::derivedChanges(const StoredC
     for (const ClassName& name : below) {
         const StoredClass child =
             m_store.classes.require(m_ns, name.spelling, CIMException::FAILED);
+        const auto super = derived.find(toLower(child.cls.getSuperClass()));
+        if (super == derived.end()) {
+            OPENWBEM_THROW_CIM(FAILED,
+                               Format("the repository holds the class %1 below a class that is not "
+                                      "its superclass; put a backup of the repository back",
+                                      name.spelling));
+        }
         try {
-            const CIMClass& super = derived.at(toLower(child.cls.getSuperClass()));
-            const CIMClass now = deriveClass(child.cls, &super, lookup, NullDefaults::KEEP);
+            const CIMClass now = deriveClass(child.cls, &super->second, lookup, NullDefaults::KEEP);
             derived.emplace(toLower(name.spelling), now);
             changes.push_back({child.id, child.cls, now, m_store.instances.hasInstances(child.id)});
         } catch (const ClassDerivationException& e) {

@@ -279,6 +279,17 @@ TEST_F(HostileDirectory, AClassBelowItselfIsAnErrorAndNotFollowedForEver) {
     }
 }
 
+TEST_F(HostileDirectory, AClassBelowAnotherThanItsSuperclassIsAnError) {
+    change("UPDATE class SET super=(SELECT id FROM class WHERE name='car') WHERE name='student'");
+    OpenRepository opened(m_directory.path());
+    String message;
+    const CIMClass changed =
+        makeClass("Car", "Root", {property("Number", CIMDataType::UINT32, true)});
+    EXPECT_EQ(CIMException::FAILED,
+              statusOf([&] { opened->modifyClass("test", changed); }, &message));
+    EXPECT_THAT(message, HasSubstr("holds the class Student below a class that is not its superc"));
+}
+
 TEST_F(HostileDirectory, ATriggerThatComesAfterTheOpeningDoesNotRun) {
     OpenRepository opened(m_directory.path());
     EXPECT_NE(dump(*opened), "");
