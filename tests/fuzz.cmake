@@ -21,6 +21,10 @@ if(KOV_FUZZ)
   kov_fuzz_target(mofrepair_fuzz SOURCES fuzz/mofrepair_fuzz.cpp LINKS fennik_mofrepair)
   kov_fuzz_target(state_fuzz SOURCES fuzz/state_fuzz.cpp LINKS fennik_state fennik_testing)
   kov_fuzz_target(config_fuzz SOURCES fuzz/config_fuzz.cpp LINKS owcimomd_process)
+  kov_fuzz_target(repository_fuzz
+    SOURCES fuzz/repository_fuzz.cpp unit/repository/RepositoryFixture.cpp
+    LINKS openwbem_repository kov_sqlite3 GTest::gtest)
+  target_include_directories(repository_fuzz PRIVATE "${CMAKE_SOURCE_DIR}")
   kov_fuzz_target(wire_fuzz SOURCES fuzz/wire_fuzz.cpp LINKS owcimomd_connections)
   target_compile_options(wire_fuzz PRIVATE -Wno-non-virtual-dtor)
 endif()
