@@ -33,8 +33,9 @@ else()
   add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 if(KOV_FUZZ)
-  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=address,undefined)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+                      -fprofile-instr-generate -fcoverage-mapping)  # for scripts/coverage
+  add_link_options(-fsanitize=address,undefined -fprofile-instr-generate)
 endif()
 if(KOV_SANITIZE OR KOV_FUZZ)
   # Defined by GCC, but not by clang. Tests of memory use and believed() check it.

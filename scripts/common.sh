@@ -43,6 +43,18 @@ build() {
     fi
 }
 
+# build_fuzz_targets DIR: installs what fuzzing needs, builds every fuzz target, and puts their names
+# into the array fuzz_targets.
+build_fuzz_targets() {
+    "$ROOT/scripts/bootstrap" --developers
+    heading "Building in $1"
+    configure "$1" -DCMAKE_CXX_COMPILER=clang++ -DKOV_FUZZ=ON
+    mapfile -t fuzz_targets < <(ninja -C "$1" -t targets all |
+        sed -n '/^cmake_/!s/^\([a-z_]*_fuzz\): phony$/\1/p' | sort)
+    ((${#fuzz_targets[@]} > 0)) || die "there is no fuzz target"
+    build "$1" "${fuzz_targets[@]}"
+}
+
 # same_state BEFORE AFTER: compares two outputs of scripts/state and prints how many lines they
 # have. Ends the script when they differ.
 same_state() {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes compile or fail with the compiler's own exception. Compiled objects are rendered, and
-// the text compiles to equal objects.
+// Any bytes compile or fail with the compiler's own exception, as a text for one namespace and as
+// one for several that may include parts of itself. Compiled objects are rendered, and the text
+// compiles to equal objects.
 #include <cstdio>
 #include <cstdlib>
 
@@ -36,6 +37,25 @@ Compiled compileText(const String& text) {
     return result;
 }
 
+/// An included text is what follows the last occurrence of its name in the input.
+void compileWithIncludes(const String& input) {
+    const auto rest = [&](const String& name, const String&) {
+        const size_t at = input.rfind(name);
+        if (at == String::npos) {
+            throw blocxx::Exception(__FILE__, __LINE__, "there is no such part");
+        }
+        return Source{name, input.substr(at + name.size())};
+    };
+    try {
+        MOF::compile({"fuzz.mof", PREAMBLE + input}, {}, "root", rest, MOF::Defaults::LEFT_OUT);
+    } catch (const MOF::MOFCompilerException& e) {
+        if (e.getSourceLine() == 0 || e.getSourceColumn() == 0) {
+            std::fprintf(stderr, "no place: %s\n", e.getMessage());
+            std::abort();
+        }
+    }
+}
+
 template <class Object>
 void appendAll(String& out, const Array<Object>& objects) {
     for (const Object& object : objects) {
@@ -47,6 +67,7 @@ void appendAll(String& out, const Array<Object>& objects) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const String input(reinterpret_cast<const char*>(data), size);
+    compileWithIncludes(input);
     Compiled first;
     try {
         first = compileText(PREAMBLE + input);

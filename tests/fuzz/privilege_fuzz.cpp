@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 
 #include "openwbem/mof/MOFRenderer.hpp"
@@ -17,16 +18,24 @@ namespace {
 using namespace OpenWBEM;
 using namespace OpenWBEM::PrivilegeConfig;
 
-/// Serves, as an included text, what follows the last occurrence of its name in the input.
+/// Serves, as an included text, what follows the last occurrence of its name in the input. A name
+/// with an escaped character need not occur. Names of what cannot be read to its end are served,
+/// too.
 class PartOfItself : public IncludeHandler {
 public:
     explicit PartOfItself(const String& text) : m_text(text) {}
 
     std::unique_ptr<std::istream> getInclude(const String& name) override {
+        if (name == "/dev/zero" || name == "/") {
+            ++m_open;
+            return std::make_unique<std::ifstream>(name);
+        }
         const size_t at = m_text.rfind(name);
+        if (at == String::npos) {
+            return nullptr;
+        }
         ++m_open;
-        return std::make_unique<std::istringstream>(
-            at == String::npos ? String() : m_text.substr(at + name.size()));
+        return std::make_unique<std::istringstream>(m_text.substr(at + name.size()));
     }
     void endInclude() override { --m_open; }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as the messages of a client: the daemon's side of a connection, on a real repository,
-// reads them all, ends, and the next client is served. The input is a sequence of messages.
+// Any bytes as the messages of root and of a stranger: the daemon's side of a connection, on a real
+// repository, reads them all, ends, and the next client is served. The input is a sequence of
+// messages.
 #include <capnp/message.h>
 #include <kj/async-io.h>
 #include <sys/socket.h>
@@ -10,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <string>
 
 #include "openwbem/repository/CIMRepository.hpp"
 #include "owcimomd/connections/ClientSession.hpp"
@@ -31,9 +33,11 @@ public:
         name.setQualifiers({CIMQualifier("Key", CIMValue(true))});
         CIMClass cls("P");
         m_repository.handle().createClass("root", cls.setProperties({name}));
-        CIMInstance instance("P");
-        instance.setProperty("Name", CIMValue("x"));
-        m_repository.handle().createInstance("root", instance);
+        addInstance("x");
+        // More than one answer holds.
+        for (int i = 0; i < 600; ++i) {
+            addInstance(String(1000, 'x') + std::to_string(i));
+        }
         m_repository.handle().commit();
     }
     ~Repository() {
@@ -54,25 +58,29 @@ private:
         return name;
     }
 
+    void addInstance(const String& name) {
+        CIMInstance instance("P");
+        instance.setProperty("Name", CIMValue(name));
+        m_repository.handle().createInstance("root", instance);
+    }
+
     String m_directory;
     ServedRepository m_repository;
     Operations m_operations;
 };
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+/// Has the daemon's side read the bytes to their end.
+void serve(const uint8_t* data, size_t size, const User& user) {
     static Repository repository;
     static kj::AsyncIoContext io = kj::setupAsyncIo();
     static RequestBudget budget(Configuration::LEAST_REQUEST_SIZE);
-    const User root{0, "root"};
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) != 0) {
         std::abort();
     }
     auto client = io.lowLevelProvider->wrapSocketFd(kj::AutoCloseFd(ends[1]));
     auto session = kj::heap<ClientSession>(kj::heap<PeerSocket>(io.unixEventPort, ends[0]),
-                                           repository.operations(), root, budget);
+                                           repository.operations(), user, budget);
     // Reads and drops the answers until the connection ends.
     kj::byte sink[4096];
     std::function<kj::Promise<void>()> drain = [&]() -> kj::Promise<void> {
@@ -87,5 +95,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     session->run().catch_([](kj::Exception&&) {}).wait(io.waitScope);
     session = nullptr;
     io.waitScope.poll();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    serve(data, size, {0, "root"});
+    serve(data, size, {65534, "nobody"});
     return 0;
 }

@@ -3,6 +3,7 @@
 // Any bytes as a document: they parse or fail with the parser's own exception. A parsed tree is
 // printed and parses to the same tree. The same bytes as a text are read as they were printed, or
 // refused before anything is written.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -71,6 +72,21 @@ void checkDocument(const std::string& input) {
 void checkText(const std::string& input) {
     XMLNode node("a", {{"v", input}});
     node.setText(input);
+    // A name only if XML allows it.
+    XMLNode named(input.substr(0, input.size() / 2), {{input, "v"}});
+    XMLNode both("both");
+    both.addChild(std::move(named));
+    both.addChild(node);
+    try {
+        both.checkPrintable();
+        // Which characters beyond ASCII a name may have shows only when it is read.
+        const bool ascii = std::all_of(input.begin(), input.end(), [](char c) { return c >= 0; });
+        if (ascii || both.survivesRoundTrip()) {
+            checkReprinted(both);
+        }
+    } catch (const OpenWBEM::XMLNodeException&) {
+        // Then the text alone may be printable.
+    }
     try {
         node.checkPrintable();
     } catch (const OpenWBEM::XMLNodeException&) {

@@ -16,7 +16,7 @@ constexpr std::string_view WHITE_SPACE = " \t\r\n";
 /// What each byte is written as; empty for a byte that is written as it is.
 using Replacements = std::array<std::string_view, 128>;
 
-constexpr Replacements textReplacements() {
+consteval Replacements textReplacements() {
     Replacements table{};
     table['&'] = "&amp;";
     table['<'] = "&lt;";
@@ -25,7 +25,7 @@ constexpr Replacements textReplacements() {
     return table;
 }
 
-constexpr Replacements attributeReplacements() {
+consteval Replacements attributeReplacements() {
     Replacements table = textReplacements();
     table['"'] = "&quot;";
     table['\t'] = "&#9;";
