@@ -73,9 +73,9 @@ void checkText(const std::string& input) {
     XMLNode node("a", {{"v", input}});
     node.setText(input);
     // A name only if XML allows it.
-    XMLNode named(input.substr(0, input.size() / 2), {{input, "v"}});
+    const XMLNode named(input.substr(0, input.size() / 2), {{input, "v"}});
     XMLNode both("both");
-    both.addChild(std::move(named));
+    both.addChild(named);
     both.addChild(node);
     try {
         both.checkPrintable();

@@ -14,6 +14,7 @@ import difflib
 import hashlib
 import os
 import random
+import re
 import shutil
 import sys
 
@@ -23,6 +24,7 @@ sys.dont_write_bytecode = True
 
 from damage import gently, wildly  # noqa: E402
 from installation import WORK, Live, must, run  # noqa: E402
+from repairs import OWMOFC  # noqa: E402
 from verdict import BROKEN, DROP_INS, PRIVILEGES, difference  # noqa: E402
 
 SAMPLE = os.path.join(HERE, "../../examples/sample")
@@ -35,6 +37,11 @@ EMPTY = hashlib.sha256().hexdigest()[:16]
 FRESH, BARE = "fresh", "bare"
 PROVIDERS = {"disks": ("reg.mof", "mof", "priv"), "services": ("reg.mof", "mof"),
              "events": ("reg.mof", "mof")}
+# A provider's record names what is not there.
+GONE = re.compile(r'needs the (?P<kind>class|qualifier type) "(?P<name>[^"]*)" of the namespace '
+                  r'"(?P<namespace>[^"]*)", which is gone\. Compile the provider MOF')
+GONE_INSTANCE = re.compile(r'needs that instance of the namespace "(?P<namespace>[^"]*)", which is gone\. '
+                           r"Write this into FILE and compile it:\n(?P<mof>.*?)\n {4}\S*owmofc ", re.S)
 USERS = ("daemon", "bin", "nobody", "root", "sampleadm")
 
 
@@ -126,8 +133,12 @@ def check_configuration(chance, base):
     if result.status != 0:
         expect(base, f"status {result.status}, but")
         return f"configuration, status {result.status}"
+    if read(DROP_INS + "/sample.conf") != snippet:
+        raise Wrong("another snippet is in the file")
+    # What Python reads from a program has "\n" at the end of each line.
+    lines = snippet.replace(b"\r\n", b"\n").replace(b"\r", b"\n").decode(errors="surrogateescape")
     read_back = succeed("--get-owcimomd-config", "--name", "sample").out
-    if read_back.encode(errors="surrogateescape") != snippet:
+    if read_back != lines:
         raise Wrong(f"another snippet is read back: {read_back!r}")
     succeed("--remove-owcimomd-config", "--name", "sample")
     expect(base, "not as before after removing the snippet")
@@ -192,6 +203,34 @@ def check_saving(chance, base):
     return "state, restored"
 
 
+def missing(message):
+    """The namespace and the MOF of what a provider's record names and is not there, as the message
+    says to write it."""
+    gone = GONE.search(message)
+    if gone:
+        kind, name = gone["kind"], gone["name"]
+        return gone["namespace"], (f"class {name} {{ }};" if kind == "class" else
+                                   f"Qualifier {name} : boolean, Scope(any);")
+    gone = GONE_INSTANCE.search(message)
+    if not gone:
+        raise Wrong(f"what was restored cannot be saved: {message}")
+    return gone["namespace"], gone["mof"]
+
+
+def save_restored():
+    """Saves what was restored from a damaged file, which may say that a provider has made what is not
+    there. Then does what the message says. Returns whether that was needed."""
+    repaired = False
+    for _ in range(10):
+        result = fennik("--dump-product-state", AGAIN)
+        if result.status == 0:
+            return repaired
+        namespace, mof = missing(result.err)
+        must([OWMOFC, "-n", namespace, "-"], mof)
+        repaired = True
+    raise Wrong(f"what was restored cannot be saved after ten repairs: {result.err}")
+
+
 def check_restoring(chance, base):
     """Restores a damaged state file."""
     LIVE.put_back(FRESH)
@@ -206,12 +245,12 @@ def check_restoring(chance, base):
             raise Wrong(f"status {result.status}, but {difference(before, after)}")
         outcome = f"damaged state, status {result.status}"
     else:
+        repaired = save_restored()
         restored = content()
-        succeed("--dump-product-state", AGAIN)
         LIVE.put_back(FRESH)
         succeed("--restore-product-state", AGAIN)
         expect_content(restored, "saved and restored again it is another")
-        outcome = "damaged state, complete"
+        outcome = f"damaged state, complete{' after a repair as the message says' * repaired}"
     LIVE.put_back(BARE)
     expect(base, "not put back")
     return outcome
@@ -224,7 +263,7 @@ CHECKS = (check_providers, check_providers, check_providers, check_configuration
 def prepare():
     """Saves both states and a state file of the whole sample product."""
     shutil.rmtree(WORK, ignore_errors=True)
-    os.makedirs(WORK, mode=0o755)
+    os.makedirs(FILES, mode=0o755)
     LIVE.save(FRESH)
     must([SAMPLE + "/install.sh"])
     must(LIVE.fennik("--dump-product-state", WORK + "/sample.xml"))
