@@ -8,6 +8,7 @@ kov_unit_test(repository_test
     unit/repository/RepositoryFixture.cpp
     unit/repository/EmbeddedObjects_test.cpp
     unit/repository/HostileDirectory_test.cpp
+    unit/repository/HostilePages_test.cpp
     unit/repository/OpenRepository_test.cpp
     unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp

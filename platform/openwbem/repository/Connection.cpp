@@ -148,6 +148,18 @@ void Connection::execute(const char* sql, const char* attempt) {
     }
 }
 
+int64_t Connection::amount() const noexcept {
+    sqlite3_stmt* statement = nullptr;
+    int64_t pages = 0;
+    if (sqlite3_prepare_v2(m_db, "PRAGMA page_count", -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW) {
+        pages = sqlite3_column_int64(statement, 0);
+    }
+    sqlite3_finalize(statement);
+    // Twice, because a row that is changed during a query may come again.
+    return 2 * pages * RepositoryFormat::PAGE_SIZE;
+}
+
 sqlite3_stmt* Connection::prepare(const char* sql) {
     sqlite3_stmt* statement = nullptr;
     const int rc =

@@ -4,6 +4,8 @@
 // statements. Transactions: see UnitOfWork.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <unordered_map>
 
@@ -63,12 +65,22 @@ private:
 
     sqlite3_stmt* prepare(const char* sql);
     void close() noexcept;
+    /// Whether the file is large enough for so many bytes of rows.
+    bool canHold(int64_t bytes) {
+        if (bytes > m_amount) {
+            m_amount = std::max(m_amount, amount());
+        }
+        return bytes <= m_amount;
+    }
+    int64_t amount() const noexcept;
 
     String m_path;  // of the directory, as the caller gave it
     String m_file;
     RepositoryDirectory m_directory;
     std::function<void()> m_onFailure = [] {};
     sqlite3* m_db = nullptr;
+    /// The file holds at most so many bytes of rows. Fewer than the first value are never checked.
+    int64_t m_amount = int64_t{1} << 20U;
     /// Prepared statements by the address of their text; null while in use.
     std::unordered_map<const char*, sqlite3_stmt*> m_idle;
 };

@@ -117,8 +117,12 @@ Array<InstanceTable::Blob> InstanceTable::blobsAfter(Column column, int64_t cls,
     query.bind(cls).bind(last).bind(end);
     while (portion.size() < PORTION_ROWS && bytes < PORTION_BYTES && query.step()) {
         const Codec::Bytes blob = query.blob(1);
-        portion.emplace_back(query.number(0),
-                             String(reinterpret_cast<const char*>(blob.data()), blob.size()));
+        const int64_t id = query.number(0);
+        // Otherwise the next portion could be this one again.
+        if (id <= (portion.empty() ? last : portion.back().first)) {
+            query.failForDamage();
+        }
+        portion.emplace_back(id, String(reinterpret_cast<const char*>(blob.data()), blob.size()));
         bytes += blob.size();
     }
     return portion;

@@ -48,15 +48,36 @@ Statement& Statement::bindBlob(std::string_view bytes) {
                                        bytes.size(), SQLITE_STATIC));
 }
 
+int64_t Statement::sizeOfRow() const noexcept {
+    constexpr int64_t LEAST = 4;
+    // Of a join, the last column is of the table whose rows come once each.
+    const int last = sqlite3_column_count(m_statement) - 1;
+    const int type = sqlite3_column_type(m_statement, last);
+    const bool hasBytes = type == SQLITE_TEXT || type == SQLITE_BLOB;
+    return LEAST + (hasBytes ? sqlite3_column_bytes(m_statement, last) : 0);
+}
+
 bool Statement::step() {
     const int rc = sqlite3_step(m_statement);
-    if (rc == SQLITE_ROW || rc == SQLITE_DONE) {
-        return rc == SQLITE_ROW;
+    if (rc == SQLITE_DONE) {
+        return false;
+    }
+    if (rc == SQLITE_ROW) {
+        m_delivered += sizeOfRow();
+        if (m_connection.canHold(m_delivered)) {
+            return true;
+        }
+        failForDamage();
     }
     const bool reading = sqlite3_stmt_readonly(m_statement) != 0;
     // Before a rollback all statements must have ended.
     sqlite3_reset(m_statement);
     m_connection.fail(rc, reading ? "read" : "written");
+}
+
+void Statement::failForDamage() {
+    sqlite3_reset(m_statement);
+    m_connection.fail(SQLITE_CORRUPT, "read");
 }
 
 void Statement::run() {
