@@ -20,6 +20,9 @@ constexpr size_t PORTION_BYTES = size_t(256) << 10U;
 constexpr std::chrono::milliseconds PORTION_TIME{20};
 /// Enumerations that one connection may have under way.
 constexpr size_t MAX_ENUMERATIONS = 256;
+/// What an open enumeration may take beside its request: some 50 bytes for each class that it is to
+/// visit.
+constexpr size_t ENUMERATION_BYTES = size_t(32) << 10U;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
@@ -54,6 +57,7 @@ ClientSession::ClientSession(kj::Own<PeerSocket> socket, Operations& operations,
     : m_socket(kj::mv(socket)),
       m_operations(operations),
       m_user(std::move(user)),
+      m_budget(budget),
       m_calls(*m_socket, budget, m_user.uid, maxCall(operations, m_user, budget)) {}
 
 /// After each call the other clients are served.
@@ -86,6 +90,7 @@ kj::Promise<void> ClientSession::sendAway(const char* reason) {
 kj::Promise<void> ClientSession::answer(ReceivedCall received) {
     capnp::FlatArrayMessageReader call(received.words, limitsFor(received.words));
     m_share = received.share;
+    m_size = received.words.asBytes().size();
     KJ_DEFER(m_share = nullptr);
     capnp::MallocMessageBuilder message(RpcLimits::USUAL_WORDS);
     if (!handle(call.getRoot<wire::Call>(), message.initRoot<wire::Answer>())) {
@@ -173,9 +178,16 @@ void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Build
     }
     auto enumeration = m_operations.open(m_user, request);
     if (putPortion(enumeration, answer)) {
+        // A small request has none yet. A user could have very many of them open.
+        auto share = m_share ? m_share : m_budget.take(m_user.uid, m_size + ENUMERATION_BYTES);
+        if (!share) {
+            OPENWBEM_THROW_CIM(FAILED,
+                               "the enumerations of this user that are under way take too "
+                               "much memory");
+        }
         answer.setEnumeration(++m_lastNumber);
         m_enumerations.insert_or_assign(m_lastNumber,
-                                        OpenEnumeration{std::move(enumeration), m_share});
+                                        OpenEnumeration{std::move(enumeration), std::move(share)});
     }
 }
 

@@ -26,7 +26,7 @@ public:
     kj::Promise<void> run();
 
 private:
-    /// Keeps its request's share of the budget: it may hold as much memory as the request did.
+    /// Has a share of the budget: it may hold as much memory as its request did.
     struct OpenEnumeration {
         PermittedEnumeration results;
         RequestBudget::Share share;
@@ -49,9 +49,12 @@ private:
     kj::Own<PeerSocket> m_socket;
     Operations& m_operations;
     User m_user;
+    RequestBudget& m_budget;
     CallReader m_calls;
     uint32_t m_lastNumber = 0;
-    RequestBudget::Share m_share;  // of the request that is being carried out
+    // Of the request that is being carried out.
+    RequestBudget::Share m_share;
+    size_t m_size = 0;
     std::map<uint32_t, OpenEnumeration> m_enumerations;
 };
 

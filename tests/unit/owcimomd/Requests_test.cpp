@@ -329,6 +329,49 @@ TEST_F(Requests, OfEveryNumberAreAllowedByOneRightAlone) {
     static_assert(NEEDED.size() == 22 && findTraits(22) == nullptr, "all operations are tried");
 }
 
+/// Opens enumerations, each on a connection of its own, until one is refused, and counts them.
+void openUntilRefused(const LiveDaemon& daemon, const StringArray& names, int& count,
+                      String& message) {
+    bool isFirst = true;
+    auto receiver = makeResultHandler<CIMInstance>([&](const CIMInstance&) {
+        if (std::exchange(isFirst, false)) {
+            ++count;
+            openUntilRefused(daemon, names, count, message);
+            throw std::runtime_error("one is enough");
+        }
+    });
+    try {
+        CIMOMHandleIFCRef(daemon.connect())
+            ->enumInstances("root", "Car", receiver, E_DEEP, E_NOT_LOCAL_ONLY, E_EXCLUDE_QUALIFIERS,
+                            E_EXCLUDE_CLASS_ORIGIN, &names);
+    } catch (const CIMException& e) {
+        message = e.getMessage();
+    } catch (const std::runtime_error&) {  // NOLINT(bugprone-empty-catch): it is abandoned
+    }
+}
+
+TEST_F(Requests, OfOpenEnumerationsHaveAShareOfTheMemory) {
+    grant("games", "r");
+    addCars(*daemon.connect(), "root", 4, size_t(256) << 10U);
+    // Too small to be counted while they are received.
+    StringArray names(400, "Unknown");
+    names.emplace_back("Note");
+    names.emplace_back("Number");
+    EXPECT_EQ(0, asUser(getpwnam("games")->pw_uid, [&] {
+                  String message;
+                  for (const int attempt : {1, 2}) {
+                      int count = 0;
+                      openUntilRefused(daemon, names, count, message);
+                      // 1 MiB in all
+                      EXPECT_GT(count, 20) << attempt;
+                      EXPECT_LT(count, 32) << attempt;
+                      EXPECT_THAT(message, HasSubstr("of this user that are under way take too "
+                                                     "much memory"));
+                  }
+                  return ::testing::Test::HasFailure() ? 1 : 0;
+              }));
+}
+
 TEST_F(Requests, ForMoreOfAnEnumerationNeedTheRightStill) {
     grant("games", "r");
     const auto root = daemon.connect();
