@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # A sample of the faults of scripts/faults, some of the sequences of scripts/sequences and of the
 # generated files of scripts/hostile, many runs at once, a short run of scripts/soak, runs at a
-# hostile daemon, and a sample of scripts/neighbours.
+# hostile daemon, a sample of scripts/neighbours, and a short run of scripts/hostile-clients.
 if(NOT Python3_FOUND)
   return()
 endif()
@@ -27,7 +27,10 @@ add_test(NAME faults.rogue
 add_test(NAME faults.neighbours
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_neighbours.py" --sample 11 --exchanges 1)
+add_test(NAME faults.clients
+  COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_clients.py" 5000 1)
 set_tests_properties(faults.sample faults.sequences faults.hostile_files faults.crowd faults.soak
-                     faults.rogue faults.neighbours PROPERTIES
+                     faults.rogue faults.neighbours faults.clients PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 1200 SKIP_RETURN_CODE 77
   ENVIRONMENT "KOV_INSTALLED=${INSTALLED}")

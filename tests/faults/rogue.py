@@ -14,8 +14,9 @@ import struct
 import time
 import traceback
 
-from installation import DATA
+from installation import DATA, WORK
 
+RECORDED = WORK + "/recorded"
 SOCKET, REAL = DATA + "/owcimomd.sock", DATA + "/real.sock"
 # The answers of the wire format (rpc.capnp), as words of 8 bytes: an Answer has two words of data
 # and three pointers: to a failure, an object and a portion.
@@ -176,10 +177,32 @@ def descriptors(connection):
     silent(connection)
 
 
+def recording(connection):
+    """Records the calls."""
+    real = daemon()
+    while True:
+        text = b"".join(message(connection))
+        with open(RECORDED, "ab") as file:
+            file.write(text)
+        real.sendall(text)
+        connection.sendall(b"".join(message(real)))
+
+
+def answer_to_ping():
+    """Pings the daemon, as a client of its own. Returns the answer."""
+    with socket.socket(socket.AF_UNIX) as connection:
+        connection.connect(SOCKET)
+        # A Call has two words of data; the kind of a ping is 0.
+        connection.sendall(struct.pack("<II4Q", 0, 4, 2 << 32 | 1 << 48, 1, 0, 0))
+        return message(connection)
+
+
 WAYS = {way.__name__: way for way in (silent, silent_at_changes, garbled_changes, other_answers, deaf, noise, byte_by_byte, half, closes, wrong_number,
                                       empty, without_end, random_content, descriptors)}
 # Accepts nobody.
 UNACCEPTING = "unaccepting"
+# Is not hostile.
+RECORDING = "recording"
 
 
 class Rogue:
@@ -230,7 +253,7 @@ class Rogue:
             connection, _ = listening.accept()
             if os.fork() == 0:
                 try:
-                    WAYS[self.way](connection)
+                    (recording if self.way == RECORDING else WAYS[self.way])(connection)
                 except (Gone, OSError):
                     pass
                 os._exit(0)
