@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Utf8.hpp"
 
 namespace KOVNS2::NameRules {
 
@@ -32,6 +33,9 @@ bool hasNonCharacter(const String& name) {
 String problemOf(const String& name) {
     if (name.empty()) {
         return "is empty";
+    }
+    if (blocxx::Utf8::findInvalid(name) != String::npos) {
+        return "is not UTF-8; use the encoding of a UTF-8 locale";
     }
     if (WHITE_SPACE.find(name.front()) != std::string_view::npos ||
         WHITE_SPACE.find(name.back()) != std::string_view::npos) {

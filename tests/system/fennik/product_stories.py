@@ -144,7 +144,8 @@ class FailingRegistration(Story):
 
     def test_name_that_is_not_utf8(self):
         result = self.fennik("--register", "--name", b"\xff\xfe", "--username", "u")
-        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertEqual((result.status, result.out), (12, ""))
+        self.assertIn("is not UTF-8; use the encoding of a UTF-8 locale>\n", result.err)
         self.assertEqual(self.tree.state(), self.before)
 
     def test_no_space_for_the_users(self):
