@@ -86,7 +86,8 @@ CIMInstance cut(CIMInstance instance, const CIMClass& cls,
 }  // namespace
 
 bool NamespaceInstances::serves(const OperationCall& call) {
-    return traitsOf(call.operation).subject == OperationTraits::Subject::INSTANCES &&
+    return (traitsOf(call.operation).subject == OperationTraits::Subject::INSTANCES ||
+            call.operation == Operation::DELETE_CLASS) &&
            call.filter == nullptr && blocxx::equalsIgnoreCase(call.ns, Layout::INTEROP_NS) &&
            blocxx::equalsIgnoreCase(std::visit(ClassNameOf(), call.operand), CLASS_NAME);
 }
@@ -99,6 +100,8 @@ OperationResult NamespaceInstances::carryOut(const OperationCall& call) {
             return createInstance(call.as<CIMInstance>());
         case Operation::MODIFY_INSTANCE:
             refuseChange("changed");
+        case Operation::DELETE_CLASS:
+            OPENWBEM_THROW_CIM(CLASS_HAS_INSTANCES, "the namespaces are instances of this class");
         default:
             blocxx::ensured(call.operation == Operation::DELETE_INSTANCE);
             refuseChange("deleted");

@@ -16,14 +16,15 @@ public:
 
     explicit NamespaceInstances(RepositoryCIMOMHandle& handle) : m_handle(handle) {}
 
-    /// Whether the operation is on instances of CIM_Namespace in the interop namespace.
+    /// Whether the operation is on instances of CIM_Namespace in the interop namespace, or deletes
+    /// that class.
     static bool serves(const OperationCall& call);
 
     // These carry out such an operation. They throw its CIMExceptions.
 
     /// createInstance creates the namespace of the key "Name". It throws ALREADY_EXISTS, or
     /// INVALID_PARAMETER when the other keys are not those of this object manager. Namespaces can
-    /// neither be changed nor deleted: NOT_SUPPORTED.
+    /// neither be changed nor deleted: NOT_SUPPORTED. Nor can the class: CLASS_HAS_INSTANCES.
     OperationResult carryOut(const OperationCall& call);
     AnyEnumeration open(const OperationCall& call);
 

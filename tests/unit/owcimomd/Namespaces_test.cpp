@@ -52,6 +52,13 @@ TEST_F(NamespaceInstances, CannotBeDeletedOrChanged) {
     EXPECT_EQ(2u, names().size());
 }
 
+TEST_F(NamespaceInstances, KeepTheirClass) {
+    EXPECT_EQ(9, statusOf([&] { handle->deleteClass("ROOT", "cim_namespace"); }));
+    EXPECT_EQ(2u, names().size());
+    // Elsewhere it is a class like any other.
+    EXPECT_EQ(6, statusOf([&] { handle->deleteClass("root/security", "CIM_Namespace"); }));
+}
+
 TEST_F(NamespaceInstances, AreRefusedWithTheStatusThatSaysWhy) {
     EXPECT_EQ(11, statusOf([&] { create("ROOT"); }));
     EXPECT_EQ(4, statusOf([&] { create(""); }));
