@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fennik/provider/FNProviderRegistrationFacility.hpp"
 
+#include <map>
+
 #include "blocxx/FileSystem.hpp"
 #include "fennik/common/ErrorCode.hpp"
 #include "fennik/common/FennikException.hpp"
@@ -32,9 +34,48 @@ String readList(const String& fileName) {
     return blocxx::FileSystem::getFileContents(fileName, blocxx::FileSystem::NamedBy::CALLER);
 }
 
-String load(const char* what, const String& path) {
+/// White space at the ends of a field belongs to the path, and cannot be seen in a list.
+bool isPadded(const String& field) {
+    constexpr std::string_view WHITE_SPACE = " \t\r";
+    return WHITE_SPACE.find(field.front()) != std::string_view::npos ||
+           WHITE_SPACE.find(field.back()) != std::string_view::npos;
+}
+
+String load(const char* what, const String& prefix, const String& field) {
+    const String path = prefix + "/" + field;
     log().debug("Loading %1 from %2", what, path);
-    return blocxx::FileSystem::getFileContents(path);
+    try {
+        return blocxx::FileSystem::getFileContents(path);
+    } catch (const blocxx::FileSystemException& e) {
+        if (!isPadded(field)) {
+            throw;
+        }
+        throw blocxx::FileSystemException(
+            e.getFile(), e.getLine(),
+            Format("%1; the provider list has white space at the beginning or the end of this "
+                   "path, or lines that end with a carriage return: remove it",
+                   e.getMessage())
+                .c_str(),
+            e.getErrorCode());
+    }
+}
+
+/// The file names of the list's providers so far, with their identifiers.
+using FileNames = std::map<String, String>;
+
+/// Two providers of a list must not have the same file name. Checked before the first change.
+void requireNewName(FileNames& names, const CIMInstance& registrationInstance, const String& id) {
+    const auto [found, isNew] = names.emplace(PrivilegeFiles::fileName(registrationInstance), id);
+    if (isNew) {
+        return;
+    }
+    throw FennikException(
+        found->second == id
+            ? Format("The provider list has \"%1\" twice; name each provider once", id)
+            : Format("The provider list has \"%1\" and \"%2\", whose privilege files would both be "
+                     "named \"%3\"; give one of them another InstanceID",
+                     found->second, id, found->first),
+        INVALID_INPUT);
 }
 
 }  // namespace
@@ -113,11 +154,15 @@ void ProviderRegistrationFacility::createPrivilegeFiles(
 Array<ProviderRegistrationRef> ProviderRegistrationFacility::parseInputData(const String& list) {
     log().debug("Parsing input data...");
     Array<ProviderRegistrationRef> registrations;
+    FileNames names;
     for (const String& line : blocxx::tokenize(list, "\n")) {
         log().debug("Parsing line %1", line);
         const ProviderList::Entry entry = ProviderList::parseEntry(line);
-        registrations.push_back(createOOP1ProviderRegistration(
-            entry.registrationMof, entry.providerMof, entry.privileges));
+        const auto registration = createOOP1ProviderRegistration(
+            entry.registrationMof, entry.providerMof, entry.privileges);
+        const auto oop1 = registration.castTo<OOP1ProviderRegistration>();
+        requireNewName(names, oop1->registrationInstance(), oop1->instanceID());
+        registrations.push_back(registration);
     }
     return registrations;
 }
@@ -132,10 +177,11 @@ ProviderRegistrationRef ProviderRegistrationFacility::createOOP1ProviderRegistra
     const String providerMofFile = m_target.destDir + "/" + providerMofPath;
     const String privilegeFile = m_target.destDir + "/" + privilegeFilePath;
 
-    const String regMof = load("registration mof", regMofFile);
-    const String providerMof = load("provider mof", providerMofFile);
+    const String& prefix = m_target.destDir;
+    const String regMof = load("registration mof", prefix, regMofPath);
+    const String providerMof = load("provider mof", prefix, providerMofPath);
     const String privileges =
-        privilegeFilePath.empty() ? String() : load("privileges", privilegeFile);
+        privilegeFilePath.empty() ? String() : load("privileges", prefix, privilegeFilePath);
     return createOOP1ProviderRegistrationFromString(regMof, providerMof, privileges, String(),
                                                     regMofFile, privilegeFile, providerMofFile);
 }

@@ -212,12 +212,11 @@ class FilesThatCannotBeWritten(ProviderStory):
         )
         first.write_below(self.tree.prefix)
         second.write_below(self.tree.prefix)
-        before = self.tree.state()
-        self.assert_failed(
-            self.use_list(first.line() + second.line()), self.start_file("a_b"),
-            "createFile({}) failed", "File exists",
+        self.assert_list_refused(
+            first.line() + second.line(),
+            'The provider list has "sample:a b" and "sample:a/b", whose privilege files would both '
+            'be named "oop1-sample_a_b"; give one of them another InstanceID',
         )
-        self.assertEqual(self.tree.state(), before)
 
     def test_because_there_is_no_directory(self):
         os.rename(f"{self.tree.prefix}{PRIVILEGES}/owcimomd", self.tree.directory + "/aside")

@@ -10,6 +10,8 @@ from providers import (
 
 
 class Lines(ProviderStory):
+    PADDED = "the provider list has white space at the beginning or the end of this path"
+
     def setUp(self):
         super().setUp()
         self.disk = Provider("disk", privileges="")
@@ -78,11 +80,18 @@ class Lines(ProviderStory):
 
     def test_keep_the_carriage_return_that_ends_them(self):
         line = f"oop1,{self.disk.path('reg')},{self.disk.path('mof')}\r\n"
-        self.assert_list_fails(line, f"{self.full(self.disk, 'mof')}\\r", "No such file")
+        self.assert_list_fails(line, f"{self.full(self.disk, 'mof')}\\r", "No such file",
+                               self.PADDED)
 
     def test_keep_blanks_around_a_path(self):
         line = f"oop1,{self.disk.path('reg')}, {self.disk.path('mof')}\n"
-        self.assert_list_fails(line, f"{self.tree.prefix}/ {self.disk.path('mof')}")
+        self.assert_list_fails(line, f"{self.tree.prefix}/ {self.disk.path('mof')}", self.PADDED)
+
+    def test_that_name_a_provider_twice(self):
+        line = self.disk.line()
+        self.assert_list_refused(
+            line + line,
+            'The provider list has "sample:disk" twice; name each provider once')
 
     def test_with_zero_bytes_and_odd_bytes_do_no_harm(self):
         for text in (b"oop1\0,a,b\n", b"\xff\xfe\n", b"oop1,a\0b,c\n", b"\0" * 1000):

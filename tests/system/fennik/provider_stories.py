@@ -85,12 +85,14 @@ class Replacing(ProviderStory):
         self.assert_wrapped(result, "registration", "Sample_X")
         self.assertEqual(self.tree.state(), before)
 
-    def test_by_a_provider_twice_brings_everything_back(self):
-        disk = Provider("disk", privileges=USER)
+    def test_by_one_that_cannot_be_added_brings_everything_back(self):
+        disk, fan = Provider("disk", privileges=USER), Provider("fan")
         self.assert_used(disk)
+        fan.write_below(self.tree.prefix)
+        write(self.start_file("fan"), b"left over")
         before = self.tree.state()
-        result = self.use_list(disk.line() * 2)
-        self.assert_wrapped(result, "registration", self.start_file("disk"))
+        result = self.use_list(disk.line() + fan.line())
+        self.assert_wrapped(result, "registration", self.start_file("fan"))
         self.assertEqual(self.tree.state(), before)
 
     def assert_wrapped(self, result, what, *parts):

@@ -179,8 +179,9 @@ class Providers(LiveStory):
 
     def test_that_fail_halfway_bring_the_earlier_ones_back(self):
         self.use(self.disk, self.fan)
+        write(f"{self.root}{PRIVILEGES}/owcimomd/oop1-sample_proc", b"left over")
         self.assert_refused(USE, 14, "Provider registration failed: ",
-                            self.lines(self.proc, self.disk, self.disk))
+                            self.lines(self.disk, self.fan, self.proc))
 
     def test_go_with_their_product_or_not_at_all(self):
         self.use(self.disk, self.fan, self.proc)
