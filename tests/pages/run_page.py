@@ -44,7 +44,7 @@ def marker(number):
 def typed(found):
     """Prints what `found` says in one shell. Returns what each step printed: all of it where the page
     shows it, otherwise standard output."""
-    script = "set -eo pipefail\n"
+    script = "set -e\n"
     for number, (_, commands, shown) in enumerate(found):
         everything = "" if shown is None else " 2>&1"
         script += f"{{\n{commands}\n}}{everything}\necho {marker(number)!r}\n"
