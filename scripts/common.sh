@@ -15,12 +15,12 @@ die() {
     exit 1
 }
 
-# configure DIR [CMAKE_OPTION...]: creates or updates a build directory.
+# configure DIR [CMAKE_OPTION...]: creates or updates a build directory. Warnings are errors there.
 configure() {
     local dir=$1
     shift
     mkdir -p "$dir"
-    cmake -G Ninja -S "$ROOT" -B "$dir" "$@" >"$dir/configure.log" 2>&1 || {
+    cmake -G Ninja -S "$ROOT" -B "$dir" -DKOV_WERROR=ON "$@" >"$dir/configure.log" 2>&1 || {
         cat "$dir/configure.log" >&2
         die "CMake could not configure $dir"
     }
