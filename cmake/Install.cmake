@@ -27,3 +27,8 @@ install(FILES packaging/man/owmofc.1 packaging/man/owdeleteinstance.1
         DESTINATION /opt/tarvo/kov/share/man/man1)
 install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8
         DESTINATION /opt/tarvo/kov/share/man/man8)
+install(FILES packaging/man/owcimomd.8 packaging/man/tarvo-owcimomd_init.8
+        DESTINATION /opt/tarvo/kov/share/man/man8)
+install(FILES packaging/man/kov-privilege-file.5 packaging/man/kov-provider-list.5
+              packaging/man/kov-saved-state.5 packaging/man/openwbem.conf.5
+        DESTINATION /opt/tarvo/kov/share/man/man5)
