@@ -2,6 +2,7 @@
 """Reads the manual pages in packaging/man. KOV_SOURCE names the checkout, KOV_INSTALLED the
 installed tree."""
 
+import functools
 import glob
 import os
 import re
@@ -24,6 +25,7 @@ def page_names():
     return sorted(os.path.relpath(file, SOURCE) for file in files)
 
 
+@functools.cache
 def programs():
     """The installed programs: their paths by their names."""
     files = glob.glob(f"{INSTALLED}{PROGRAMS}/bin/*") + glob.glob(f"{INSTALLED}{PROGRAMS}/sbin/*")

@@ -1,0 +1,105 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Finds the commands in the examples of the manual pages and in the blocks of the documents."""
+
+import functools
+import glob
+import os
+import re
+import textwrap
+from dataclasses import dataclass
+
+from pages import SOURCE, examples, page_names, programs, text_of
+
+# Where one of our programs is not the first word of a line, one of these is.
+SHELL = {"cd", "cp", "echo", "install", "ln", "mkdir", "mv", "printf", "rm", "rmdir", "sudo",
+         "systemctl", "timeout", "touch", "umask", "update-rc.d", "ninja", "cmake", "ctest", "["}
+# What stands for something else: the line shows the form of a command.
+FORM = re.compile(r"\[(-|[A-Z]{2}|options)|\.\.\.|"
+                  r"\b(PREFIX|FILE|DIR|PRODUCT|NAMESPACE|OPERATION|COMMAND|OBJECTPATH|CLASS|NAME|"
+                  r"ARGUMENT)\b")
+
+
+@dataclass(frozen=True)
+class Block:
+    """Commands that stand together."""
+
+    page: str
+    section: str
+    commands: tuple
+
+
+def documents():
+    files = glob.glob(f"{SOURCE}/docs/*.md") + [f"{SOURCE}/README.md"]
+    return sorted(os.path.relpath(file, SOURCE) for file in files)
+
+
+def first_word(line):
+    return re.sub(r"^(\w+=\S* )+", "", line).split(" ", 1)[0]
+
+
+def is_ours(line):
+    """Whether the line begins with one of our programs."""
+    word = first_word(line)
+    return word in programs() or word.startswith(
+        ("/opt/tarvo/kov/bin/", "/opt/tarvo/kov/sbin/", "scripts/", "examples/", "build/stage/"))
+
+
+def without_output(lines):
+    """What was typed in a transcript: the lines with a prompt. Other blocks stay as they are."""
+    typed = [line[2:] for line in lines if line.startswith("$ ")]
+    return typed or lines
+
+
+def is_form(command):
+    return FORM.search(command.split("<<", 1)[0]) is not None
+
+
+def joined(lines):
+    """The lines, with those that belong to one command joined."""
+    found = []
+    rest = iter(lines)
+    for line in rest:
+        command = line
+        while command.endswith(("\\", "|", "&&", "||")):
+            line = next(rest)
+            command += "\n" + line
+        here = re.search(r"<<'?(\w+)'?", line)
+        while here and line != here[1]:
+            line = next(rest)
+            command += "\n" + line
+        found.append(command)
+    return found
+
+
+def blocks_of_document(page):
+    """The indented and fenced blocks of a document, with the titles above them."""
+    section, lines, fenced = "", [], False
+    for line in [*text_of(page).splitlines(), ""]:
+        if line.startswith("```"):
+            fenced = not fenced
+            line = ""
+        elif fenced:
+            line = "    " + line
+        if line.startswith("    ") or (line == "" and lines and lines[-1] != ""):
+            lines.append(line)
+            continue
+        yield section, lines
+        lines = []
+        if line.startswith("#"):
+            section = line.lstrip("# ")
+    yield section, lines
+
+
+@functools.cache
+def blocks():
+    """All blocks that begin with a command, or in which a line begins with one of our programs."""
+    found = []
+    for page in page_names() + documents():
+        of_page = examples(page) if re.search(r"\.[1-9]$", page) else blocks_of_document(page)
+        for section, lines in of_page:
+            lines = textwrap.dedent("\n".join(lines)).strip("\n").splitlines()
+            lines = without_output(lines)
+            if lines and (first_word(lines[0]) in SHELL or any(map(is_ours, lines))):
+                commands = [line for line in joined(lines) if line.strip()]
+                found.append(Block(page, section, tuple(commands)))
+    return found
