@@ -33,6 +33,11 @@ def documents():
     return sorted(os.path.relpath(file, SOURCE) for file in files)
 
 
+def is_session(page):
+    """Whether the page's ```sh blocks run as one session, with ```text for what they print."""
+    return f" {page}" in text_of("tests/pages.cmake")
+
+
 def first_word(line):
     return re.sub(r"^(\w+=\S* )+", "", line).split(" ", 1)[0]
 
@@ -72,9 +77,13 @@ def joined(lines):
 
 
 def blocks_of_document(page):
-    """The indented and fenced blocks of a document, with the titles above them."""
+    """The indented and fenced blocks of a document, with the titles above them, without those of a
+    session."""
     section, lines, fenced = "", [], False
-    for line in [*text_of(page).splitlines(), ""]:
+    text = text_of(page)
+    if is_session(page):
+        text = re.sub(r"^```(sh|text)\n.*?^```$", "", text, flags=re.M | re.S)
+    for line in [*text.splitlines(), ""]:
         if line.startswith("```"):
             fenced = not fenced
             line = ""
