@@ -32,3 +32,9 @@ install(FILES packaging/man/owcimomd.8 packaging/man/tarvo-owcimomd_init.8
 install(FILES packaging/man/kov-privilege-file.5 packaging/man/kov-provider-list.5
               packaging/man/kov-saved-state.5 packaging/man/openwbem.conf.5
         DESTINATION /opt/tarvo/kov/share/man/man5)
+# bash-completion looks for a file with the name of the command.
+foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owshow kov-setup kov-verify owcimomd
+        tarvo-owcimomd_init)
+  install(FILES packaging/completion/kov.bash
+          DESTINATION /usr/share/bash-completion/completions RENAME ${PROGRAM})
+endforeach()

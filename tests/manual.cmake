@@ -11,7 +11,7 @@ add_test(NAME manual.pages
 set_tests_properties(manual.pages PROPERTIES
   FIXTURES_REQUIRED installed LABELS system TIMEOUT 120 ENVIRONMENT "${MANUAL_ENVIRONMENT}")
 
-# Every command in the pages and documents, in sandboxes.
+# Every command in the pages and documents, and completion, in sandboxes.
 set(MANUAL_STORIES "${CMAKE_CURRENT_SOURCE_DIR}/manual")
 file(GLOB MANUAL_STORY_FILES CONFIGURE_DEPENDS "${MANUAL_STORIES}/*.py")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${MANUAL_STORY_FILES})
@@ -25,7 +25,7 @@ execute_process(COMMAND "${CMAKE_COMMAND}" -E env ${MANUAL_ENVIRONMENT}
 string(REPLACE "\n" ";" STORIES "${STORIES}")
 
 foreach(STORY ${STORIES})
-  string(REPLACE "command_stories." "" NAME "${STORY}")
+  string(REGEX REPLACE "^[a-z]+_stories\\." "" NAME "${STORY}")
   string(REPLACE ".test_" "." NAME "${NAME}")
   add_test(NAME "manual.${NAME}"
     COMMAND "${Python3_EXECUTABLE}" "${STORIES_DIR}/run_story.py" --in "${MANUAL_STORIES}" "${STORY}")
