@@ -5,10 +5,10 @@ either typed in a scenario, or listed with the reason why not."""
 import shlex
 import unittest
 
-from commands import blocks, is_form
+from commands import blocks, blocks_of, is_form
 from live import LiveStory
 from pages import SOURCE, text_of
-from scenarios import NOT_TRIED, SCENARIOS, TRIED_ELSEWHERE, Prepare, Typed
+from scenarios import NOT_TRIED, SCENARIOS, TRIED_ELSEWHERE, Prepare, Shown, Typed
 
 # Nothing of the machine is changed: where commands write, the sandbox has directories of its own.
 SURROUNDINGS = f"""
@@ -43,6 +43,10 @@ def block_of(step):
 def script_of(step):
     if isinstance(step, Prepare):
         return step.script
+    if isinstance(step, Shown):
+        shown = ["\n".join(lines) for _, lines in blocks_of(step.page)]
+        text = next(text for text in shown if text.startswith(step.start))
+        return f"printf '%s\\n' {shlex.quote(text)} >{step.file}"
     return "\n".join(typed_commands(block_of(step)))
 
 

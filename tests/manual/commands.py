@@ -99,14 +99,19 @@ def blocks_of_document(page):
     yield section, lines
 
 
+def blocks_of(page):
+    """All blocks of a page: pairs of the section and the lines."""
+    of_page = examples(page) if re.search(r"\.[1-9]$", page) else blocks_of_document(page)
+    return [(section, textwrap.dedent("\n".join(lines)).strip("\n").splitlines())
+            for section, lines in of_page]
+
+
 @functools.cache
 def blocks():
     """All blocks that begin with a command, or in which a line begins with one of our programs."""
     found = []
     for page in page_names() + documents():
-        of_page = examples(page) if re.search(r"\.[1-9]$", page) else blocks_of_document(page)
-        for section, lines in of_page:
-            lines = textwrap.dedent("\n".join(lines)).strip("\n").splitlines()
+        for section, lines in blocks_of(page):
             lines = without_output(lines)
             if lines and (first_word(lines[0]) in SHELL or any(map(is_ours, lines))):
                 commands = [line for line in joined(lines) if line.strip()]

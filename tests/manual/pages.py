@@ -81,10 +81,10 @@ def tags(lines):
 
 
 def examples(page):
-    """The examples of a page: each is a pair of its section and its lines."""
+    """What a page shows as it is: each is a pair of its section and its lines."""
     found = []
     for title, lines in sections(page).items():
         text = "\n".join(lines)
-        for block in re.findall(r"^\.EX\n(.*?)^\.EE$", text, re.M | re.S):
+        for block in re.findall(r"^\.(?:EX|nf)\n(.*?)^\.(?:EE|fi)$", text, re.M | re.S):
             found.append((title, [plain(line) for line in block.splitlines()]))
     return found

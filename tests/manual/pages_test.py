@@ -147,7 +147,23 @@ class Pages(unittest.TestCase):
             "sh", "-c", 'man --warnings -E UTF-8 -l -Z -Tutf8 "$1" 2>&1 >/dev/null', "sh")
 
     def test_mandoc_finds_nothing_wrong(self):
-        self.assert_formatter_is_silent("mandoc", "-Tlint")
+        self.assert_formatter_is_silent("mandoc", "-Tlint", "-W", "warning")
+
+
+class Undo(unittest.TestCase):
+    SOURCES = ["fennik/undo/FNCleanupActions.cpp", "fennik/undo/FileCleanupActions.cpp",
+               "fennik/namespace/NamespaceUtils.cpp", "fennik/cimom/HardLinkBackup.cpp"]
+
+    def test_what_messages_say_that_you_should_do_is_explained(self):
+        code = "".join(map(text_of, self.SOURCES))
+        remedies = re.findall(r'(?:"|%4)((?:create|delete|modify|move|rename|restore|set|write) '
+                              r'th(?:e|is)(?: [a-z]+)*)', code)
+        self.assertGreaterEqual(len(set(remedies)), 15, remedies)
+        told = [each for tag, _ in tags(sections(page_of("fennik"))["WHEN UNDO FAILED"])
+                for each in tag.split(", ")]
+        for remedy in remedies:
+            self.assertTrue(any(remedy.startswith(each) or each.startswith(remedy)
+                                for each in told), remedy)
 
 
 class Formats(unittest.TestCase):

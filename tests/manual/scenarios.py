@@ -3,8 +3,9 @@
 what they then print; and which commands are not tried, with the reason.
 
 A scenario is a list of steps in an installation of its own: Prepare makes the state that commands
-need, Typed runs a block of a page as it stands there. Each must end with status 0. What a Prepare
-expects to be refused stands in "(! ...)": a bare "!" would hide a failure."""
+need, Shown writes a file that a page shows, Typed runs a block of a page as it stands there. Each
+must end with status 0. What a Prepare expects to be refused stands in "(! ...)": a bare "!" would
+hide a failure."""
 
 from dataclasses import dataclass
 
@@ -25,6 +26,15 @@ class Typed:
     start: str
     says: str = ""
     number: int = 1
+
+
+@dataclass(frozen=True)
+class Shown:
+    """Writes the block of the page that begins with `start`, which shows a file, into `file`."""
+
+    page: str
+    start: str
+    file: str
 
 
 FENNIK = "packaging/man/fennik.8"
@@ -50,6 +60,8 @@ INVENTORY = Prepare("fennik --register --name sample --username sampleadm;"
                     "--username sampleadm")
 STAGE = Prepare("mkdir -p /tmp/stage/opt/tarvo/kov; cp -r /opt/tarvo/kov/share "
                 "/tmp/stage/opt/tarvo/kov; kov-setup --dest-dir /tmp/stage")
+SHARE = "/opt/sample/share"
+INSTALLED_PRIVILEGES = "/etc/opt/tarvo/kov/openwbem/privileges"
 STATE = "/var/opt/tarvo/kov/openwbem"
 COPY = f"{STATE}/repository-copy_QLkJ235"
 BACKUP = f"{STATE}/repository-back_LKjs2354"
@@ -120,8 +132,15 @@ SCENARIOS = {
         Prepare('test -z "$(fennik --list-registered-products)"'),
     ],
     "provider_list": [
-        PRODUCT, Typed(LIST, "fennik --register-providers", LISTED),
+        PRODUCT, Shown(LIST, "oop1,", f"{SHARE}/providers.list"),
+        Shown(LIST, "instance of", f"{SHARE}/disks.reg.mof"),
+        Typed(LIST, "fennik --register-providers", LISTED),
+        Shown(PRIVILEGES, "# The privileges", f"{SHARE}/disks.priv"),
         Typed(PRIVILEGES, "fennik --register-providers"),
+        Prepare(f"cmp {SHARE}/disks.priv {INSTALLED_PRIVILEGES}/oop1-sample_disks"),
+        Shown("docs/providers.md", "oop1,", f"{SHARE}/providers.list"),
+        Shown("docs/privilege-files.md", "# The disk provider", f"{SHARE}/disks.priv"),
+        Prepare(f"touch {INSTALLED_PRIVILEGES}/sample-common"),
         Typed("docs/providers.md", "fennik --register-providers", LISTED),
         Prepare("rm /etc/opt/tarvo/kov/openwbem/openwbem.conf.d/sample.allowed_users.conf;"
                 "(! fennik --deregister --name sample)"),
@@ -155,11 +174,7 @@ SCENARIOS = {
     ],
     "configuration": [
         REGISTERED, START,
-        Prepare("cat >/etc/opt/tarvo/kov/openwbem/openwbem.conf <<'END'\n"
-                "# /etc/opt/tarvo/kov/openwbem/openwbem.conf\n"
-                "owcimomd.log_level = debug\n"
-                "owcimomd.log_file = /var/opt/tarvo/kov/openwbem/owcimomd.log\n"
-                "owcimomd.allowed_users = monitor\nEND"),
+        Shown(CONFIG, "# /etc", "/etc/opt/tarvo/kov/openwbem/openwbem.conf"),
         Typed(CONFIG, "/opt/tarvo/kov/sbin/tarvo-owcimomd_init restart", "was started"),
         Prepare(f"grep -q ready {STATE}/owcimomd.log"),
         Typed(CONFIG, "echo", "sample.events_kept_days = 14\n"),
