@@ -8,16 +8,14 @@ import unittest
 
 from harness import run
 from live import INIT, LiveStory
-from pages import INSTALLED, SOURCE, programs
+from pages import INSTALLED, programs, text_of
 from pages_test import INIT_SCRIPT, options_of_help
 
-COMPLETION = f"{SOURCE}/packaging/completion/kov.bash"
 LOADER = "/usr/share/bash-completion/bash_completion"
 END = "\x1f"
 # Prints what is offered for the words; the last one is being typed. compopt works only while
 # readline completes, so it is shown instead.
-COMPLETE = f"""
-source {shlex.quote(COMPLETION)}
+COMPLETE = text_of("packaging/completion/kov.bash") + f"""
 compopt() {{ printf '%s{END}' "compopt $*"; }}
 offered() {{
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
