@@ -31,16 +31,17 @@ _kov_values() {
     done
 }
 
-# _kov_list ARGUMENT...: what a listing of fennik prints. Nothing where that needs another user, or
-# could take long: the daemon answers at once. Nothing is made: fennik makes its lock file.
+# _kov_list ARGUMENT...: what a listing of fennik prints. Nothing where it could take long: the daemon
+# answers at once. Nothing where fennik's lock file is missing, which fennik would make, or is not
+# this user's: pressing a key must not work on somebody else's tree.
 _kov_list() {
-    local prefix
+    local prefix lock
     prefix=$(_kov_values --kov-build-system-dest-dir --dest-dir | tail -n 1)
-    [[ -f $prefix/var/opt/tarvo/kov/fennik.lock ]] || return 0
-    if [[ $prefix == /* ]]; then
+    lock=$prefix/var/opt/tarvo/kov/fennik.lock
+    [[ $lock == /* && -f $lock && -O $lock ]] || return 0
+    if [[ -n $prefix ]]; then
         set -- --kov-build-system-dest-dir "$prefix" "$@"
-    elif [[ -n $prefix ]] || ((EUID != 0)) ||
-        ! timeout 1 "$_KOV_PROGRAMS/sbin/owcimomd" --ping; then
+    elif ! timeout 1 "$_KOV_PROGRAMS/sbin/owcimomd" --ping; then
         return 0
     fi
     timeout 2 "$_KOV_PROGRAMS/bin/fennik" "$@" | head -n 1000

@@ -109,7 +109,7 @@ class Completion(LiveStory):
              ["root", "root/security", "kov", "sample/a", "sample/b", "other/c"],
              ["sample/a", "sample/b"]])
 
-    def test_products_of_a_staged_tree_are_offered_and_nothing_is_made_there(self):
+    def test_products_of_an_own_staged_tree_are_offered_and_nothing_is_made_there(self):
         stage = ["fennik", "--kov-build-system-dest-dir", "/tmp/stage", "--name", ""]
         make = ("mkdir -p /tmp/stage/opt/tarvo/kov; cp -r /opt/tarvo/kov/share "
                 "/tmp/stage/opt/tarvo/kov; kov-setup --dest-dir /tmp/stage >/dev/null\n")
@@ -118,6 +118,8 @@ class Completion(LiveStory):
         self.assertEqual(
             self.offered(make, stage, after="find /tmp/stage -name fennik.lock"), [[]])
         self.assertEqual(self.offered(make + registered, stage), [["p"]])
+        others = "chown 65534 /tmp/stage/var/opt/tarvo/kov/fennik.lock\n"
+        self.assertEqual(self.offered(make + registered + others, stage), [[]])
 
     def test_nothing_on_the_line_is_run(self):
         hostile = "$(touch run)"
