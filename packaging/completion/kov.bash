@@ -31,9 +31,9 @@ _kov_values() {
     done
 }
 
-# _kov_list ARGUMENT...: what a listing of fennik prints. Nothing where it could take long: the daemon
-# answers at once. Nothing where fennik's lock file is missing, which fennik would make, or is not
-# this user's: pressing a key must not work on somebody else's tree.
+# _kov_list ARGUMENT...: what a listing of fennik prints. Nothing where it could take long: the
+# daemon answers at once. Nothing where fennik's lock file is missing, which fennik would make, or
+# is not this user's: pressing a key must not work on somebody else's tree.
 _kov_list() {
     local prefix lock
     prefix=$(_kov_values --kov-build-system-dest-dir --dest-dir | tail -n 1)
