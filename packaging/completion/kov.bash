@@ -7,6 +7,8 @@
 # by their fixed paths; nothing on the command line is expanded; and each name is quoted.
 
 _KOV_PROGRAMS=/opt/tarvo/kov
+# In seconds: how long whoever presses the key waits for a program.
+_KOV_PATIENCE=2
 
 # _kov_offer NAME...: offers those that begin with what was typed, quoted for the shell.
 _kov_offer() {
@@ -41,10 +43,10 @@ _kov_list() {
     [[ $lock == /* && -f $lock && -O $lock ]] || return 0
     if [[ -n $prefix ]]; then
         set -- --kov-build-system-dest-dir "$prefix" "$@"
-    elif ! timeout 1 "$_KOV_PROGRAMS/sbin/owcimomd" --ping; then
+    elif ! timeout "$_KOV_PATIENCE" "$_KOV_PROGRAMS/sbin/owcimomd" --ping; then
         return 0
     fi
-    timeout 2 "$_KOV_PROGRAMS/bin/fennik" "$@" | head -n 1000
+    timeout "$_KOV_PATIENCE" "$_KOV_PROGRAMS/bin/fennik" "$@" | head -n 1000
 } 2>/dev/null </dev/null
 
 _kov_offer_products() {
@@ -55,7 +57,7 @@ _kov_offer_products() {
 
 # Offers the namespaces of the product that the command line names, or of all.
 _kov_offer_namespaces() {
-    local product namespaces end=$((SECONDS + 2))
+    local product namespaces end=$((SECONDS + _KOV_PATIENCE))
     while ((SECONDS < end)) && IFS= read -r product; do
         mapfile -t namespaces < <(_kov_list --list-namespaces --name "$product")
         _kov_offer "${namespaces[@]}"
@@ -69,7 +71,7 @@ _kov_offer_namespaces() {
 _kov_help() {
     local path=$_KOV_PROGRAMS/sbin/$1
     [[ -x $path ]] || path=$_KOV_PROGRAMS/bin/$1
-    timeout 2 "$path" --help 2>&1 </dev/null |
+    timeout "$_KOV_PATIENCE" "$path" --help 2>&1 </dev/null |
         sed -nE '/^Options:/,/^$/s/^  ((-.), )?(--[a-z-]+)( <arg>)?( .*|$)/\2\4\n\3\4/p' | grep -e -
 }
 

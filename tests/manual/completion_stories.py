@@ -16,6 +16,7 @@ END = "\x1f"
 # Prints what is offered for the words; the last one is being typed. compopt works only while
 # readline completes, so it is shown instead.
 COMPLETE = text_of("packaging/completion/kov.bash") + f"""
+_KOV_PATIENCE=60  # other tests may need the processor
 compopt() {{ printf '%s{END}' "compopt $*"; }}
 offered() {{
     COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
