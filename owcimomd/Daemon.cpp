@@ -40,8 +40,9 @@ void leaveCaller(const Layout::Tree& tree) {
 }
 
 int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration, size_t maxRequest,
-                   const Ready& ready) {
+                   Log& log, const Ready& ready) {
     // Signals that come before the loop waits for them wait for it.
+    kj::UnixEventPort::captureSignal(SIGHUP);
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
     const PidFile pidFile(tree.path(Layout::PID_FILE));
@@ -53,7 +54,7 @@ int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration,
         Server server(io, tree.path(Layout::SOCKET), operations, maxRequest);
         ready(configuration.complaints());
         reportInfo("ready");
-        server.run();
+        server.run([&log] { log.reopen(); });
     }
     try {
         repository.close();
@@ -73,13 +74,13 @@ int runDaemon(const Layout::Tree& tree, const String& configFile, bool foregroun
     leaveCaller(tree);
     Configuration configuration;
     configuration.readFiles(configFile, configFile + ".d");
-    setUpLog(configuration, foreground);
+    Log log(configuration, foreground);
     const size_t maxRequest = configuration.maxRequestSize();
     for (const String& complaint : configuration.complaints()) {
         reportError(complaint);
     }
     try {
-        return serveUntilTold(tree, configuration, maxRequest, ready);
+        return serveUntilTold(tree, configuration, maxRequest, log, ready);
     } catch (const blocxx::Exception& e) {
         reportError(e.getMessage());
         throw;

@@ -110,11 +110,19 @@ Server::~Server() noexcept {
     ::unlink(m_path.c_str());
 }
 
-void Server::run() {
+void Server::run(const std::function<void()>& onHangUp) {
     kj::Promise<void> accepting = acceptOneAfterAnother().eagerlyEvaluate(nullptr);
+    kj::Promise<void> hangingUp = awaitHangUps(onHangUp).eagerlyEvaluate(nullptr);
     m_io.unixEventPort.onSignal(SIGTERM)
         .exclusiveJoin(m_io.unixEventPort.onSignal(SIGINT))
         .wait(m_io.waitScope);
+}
+
+kj::Promise<void> Server::awaitHangUps(const std::function<void()>& onHangUp) {
+    return m_io.unixEventPort.onSignal(SIGHUP).then([this, &onHangUp](auto&&) {
+        onHangUp();
+        return awaitHangUps(onHangUp);
+    });
 }
 
 /// Whatever happens to one client, the next one is accepted.

@@ -7,6 +7,8 @@
 #include <kj/async-io.h>
 #include <kj/async-unix.h>
 
+#include <functional>
+
 #include "owcimomd/connections/ClientSession.hpp"
 #include "owcimomd/connections/ConnectionQuota.hpp"
 #include "owcimomd/process/RareReport.hpp"
@@ -24,10 +26,12 @@ public:
     ~Server() noexcept;
     KJ_DISALLOW_COPY(Server);
 
-    /// Serves until the process is told to end.
-    void run();
+    /// Serves until the process is told to end. Calls `onHangUp` for each SIGHUP, between two
+    /// requests.
+    void run(const std::function<void()>& onHangUp);
 
 private:
+    kj::Promise<void> awaitHangUps(const std::function<void()>& onHangUp);
     kj::Promise<void> acceptOneAfterAnother();
     kj::Promise<void> accept();
     void serve(kj::Own<PeerSocket> client, const User& user);

@@ -64,27 +64,43 @@ LogAppenderRef standardLog(const StringArray& categories, bool foreground) {
 
 }  // namespace
 
-void setUpLog(const Configuration& configuration, bool foreground) {
+Log::Log(const Configuration& configuration, bool foreground)
+    : m_file(configuration.get(Configuration::LOG_FILE, String())) {
     const String level = configuration.get(Configuration::LOG_LEVEL, "info");
-    StringArray categories = categoriesFrom(level);
-    const bool isUnknown = categories.empty();
+    m_categories = categoriesFrom(level);
+    const bool isUnknown = m_categories.empty();
     if (isUnknown) {
-        categories = categoriesFrom("info");
+        m_categories = categoriesFrom("info");
     }
-    const LogAppenderRef standard = standardLog(categories, foreground);
-    LogAppender::setDefaultLogAppender(standard);
+    LogAppender::setDefaultLogAppender(standardLog(m_categories, foreground));
     if (isUnknown) {
         reportError(blocxx::Format("there is no log level \"%1\"; the level is \"info\"", level));
     }
-    const String file = configuration.get(Configuration::LOG_FILE, String());
-    if (file.empty()) {
+    if (m_file.empty()) {
         return;
     }
     try {
-        LogAppender::setDefaultLogAppender(
-            new blocxx::FileAppender(LogAppender::ALL_COMPONENTS, categories, file, "%d %p %m"));
+        openFile();
     } catch (const blocxx::Exception& e) {
         reportError(blocxx::Format("the log file is not used: %1", e.getMessage()));
+    }
+}
+
+/// The new file replaces the old one only once it is open.
+void Log::openFile() {
+    LogAppender::setDefaultLogAppender(
+        new blocxx::FileAppender(LogAppender::ALL_COMPONENTS, m_categories, m_file, "%d %p %m"));
+}
+
+void Log::reopen() noexcept {
+    if (m_file.empty()) {
+        return;
+    }
+    try {
+        openFile();
+        reportInfo("the log was opened again");
+    } catch (const std::exception& e) {
+        reportError(String("the log stays where it is: ") + e.what());
     }
 }
 

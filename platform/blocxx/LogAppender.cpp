@@ -2,6 +2,7 @@
 #include "blocxx/LogAppender.hpp"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -54,6 +55,15 @@ String fieldOf(char letter, const LogMessage& message) {
         default:
             return String{'%', letter};
     }
+}
+
+/// Whether nobody else chose where the messages go: it is a file of this user or of root that has
+/// one name, or a device.
+bool isTrusted(int fd) {
+    struct stat status {};
+    return ::fstat(fd, &status) == 0 &&
+           (S_ISCHR(status.st_mode) || (S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+                                        (status.st_uid == 0 || status.st_uid == ::geteuid())));
 }
 
 LogAppenderRef& defaultAppender() {
@@ -117,6 +127,12 @@ FileAppender::FileAppender(StringArray components, StringArray categories, Strin
     if (!m_file || ::fcntl(m_file.getFileDescriptor(), F_SETFL, O_APPEND) != 0) {
         BLOCXX_THROW_ERRNO(LoggerException,
                            Format("Cannot open the log file \"%1\"", m_fileName).toString());
+    }
+    if (opening == E_GUARDED && !isTrusted(m_file.getFileDescriptor())) {
+        BLOCXX_THROW(LoggerException,
+                     Format("Cannot open the log file \"%1\": it is no regular file of this user "
+                            "or of root with a single name",
+                            m_fileName));
     }
 }
 

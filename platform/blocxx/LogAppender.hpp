@@ -59,7 +59,8 @@ public:
 class FileAppender : public FormattingAppender {
 public:
     enum EOpening {
-        E_GUARDED,  ///< a link at the end of the path, or a FIFO without a reader, is an error
+        E_GUARDED,  ///< a link at the end of the path, a second name of the file, a file of another
+                    ///< user and a FIFO are errors
         E_AS_ANY_PROGRAM  ///< for a name from the user: follows links, waits for a FIFO's reader
     };
 

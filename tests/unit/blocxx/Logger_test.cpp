@@ -4,6 +4,7 @@
 // cannot be written.
 #include "blocxx/Logger.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -229,6 +230,32 @@ TEST_F(Logging, ToAFileThatCannotBeOpenedNamesItAndTheReason) {
             EXPECT_THAT(e.getMessage(), AllOf(HasSubstr("\"" + path + "\""), HasSubstr("(")));
         }
     }
+}
+
+TEST_F(Logging, IsNotLedToAFileOfOthers) {
+    const String file = m_dir / "file";
+    const auto refusal = [&] {
+        try {
+            const FileAppender appender({}, {}, file, "%m");
+        } catch (const LoggerException& e) {
+            return String(e.getMessage());
+        }
+        return String("none");
+    };
+    EXPECT_EQ(refusal(), "none");
+    ASSERT_EQ(link(file.c_str(), (m_dir / "second").c_str()), 0);
+    EXPECT_THAT(refusal(), AllOf(HasSubstr(file), HasSubstr("with a single name")));
+    ASSERT_EQ(unlink((m_dir / "second").c_str()), 0);
+    EXPECT_EQ(refusal(), "none");
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(file.c_str(), 1, 1), 0);
+        EXPECT_THAT(refusal(), HasSubstr("no regular file of this user or of root"));
+    }
+    ASSERT_EQ(unlink(file.c_str()), 0);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const int reader = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_THAT(refusal(), HasSubstr("no regular file")) << "its reader could stop this process";
+    close(reader);
 }
 
 TEST_F(Logging, OfTheUserFollowsALinkAndCreatesWhatItLeadsTo) {

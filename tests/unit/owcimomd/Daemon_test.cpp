@@ -247,6 +247,59 @@ TEST_F(Daemon, WritesToTheLogFileOfItsConfiguration) {
                 AllOf(HasSubstr("INFO ready"), HasSubstr("INFO ended")));
 }
 
+class DaemonWithLogFile : public Daemon {
+protected:
+    DaemonWithLogFile() {
+        std::filesystem::create_directory(tree.prefix() + "/logs");
+        writeFile(tree.config(), "owcimomd.log_file = " + log() + "\n");
+        tree.start();
+    }
+    String log() const { return tree.prefix() + "/logs/daemon.log"; }
+    String rotated() const { return log() + ".1"; }
+    void rotate() {
+        std::filesystem::rename(log(), rotated());
+        ::kill(tree.pid(), SIGHUP);
+    }
+    bool says(const String& file, const String& text) const {
+        return waitFor([&] {
+            return blocxx::FileSystem::exists(file) &&
+                   blocxx::FileSystem::getFileContents(file).find(text) != String::npos;
+        });
+    }
+};
+
+TEST_F(DaemonWithLogFile, WritesToANewFileAfterSighup) {
+    for (int round = 0; round < 3; ++round) {
+        rotate();
+        ASSERT_TRUE(says(log(), "INFO the log was opened again")) << round;
+        EXPECT_EQ(1u, tree.connect()->enumClassNamesA("root", "").size());
+    }
+    EXPECT_EQ(0, tree.end(SIGTERM));
+    EXPECT_TRUE(says(log(), "INFO ended"));
+}
+
+TEST_F(DaemonWithLogFile, StaysWithTheOldFileWhenTheNewOneCannotBeOpened) {
+    std::filesystem::rename(log(), rotated());
+    std::filesystem::create_symlink(tree.prefix() + "/victim", log());
+    ::kill(tree.pid(), SIGHUP);
+    ASSERT_TRUE(says(
+        rotated(), "ERROR the log stays where it is: Cannot open the log file \"" + log() + "\""));
+    EXPECT_FALSE(blocxx::FileSystem::exists(tree.prefix() + "/victim"));
+    std::filesystem::remove(log());
+    ::kill(tree.pid(), SIGHUP);
+    EXPECT_TRUE(says(log(), "INFO the log was opened again"));
+    EXPECT_EQ(0, tree.end(SIGTERM));
+}
+
+TEST_F(Daemon, WithoutALogFileGoesOnAfterSighup) {
+    tree.start();
+    for (int round = 0; round < 3; ++round) {
+        ::kill(tree.pid(), SIGHUP);
+        EXPECT_EQ(1u, tree.connect()->enumClassNamesA("root", "").size());
+    }
+    EXPECT_EQ(0, tree.end(SIGTERM));
+}
+
 TEST_F(Daemon, FailuresLeaveNothingAndTheNextRequestIsCarriedOut) {
     tree.start();
     const auto handle = tree.connect();
