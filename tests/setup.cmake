@@ -5,6 +5,8 @@ if(TARGET kov-setup)
     SOURCES
       system/setup/SetupTree.cpp system/setup/fresh_tree_test.cpp
       system/setup/refusals_test.cpp system/setup/schema_test.cpp
+      system/setup/upgrade_test.cpp system/setup/upgrade_refusals_test.cpp
+      system/setup/UpgradeTree.cpp
     LINKS openwbem_repository openwbem_mof blocxx)
   target_compile_definitions(setup_test PRIVATE
     KOV_SETUP_PROGRAM="$<TARGET_FILE:kov-setup>" KOV_SCHEMA_DIR="${CMAKE_SOURCE_DIR}/schema"

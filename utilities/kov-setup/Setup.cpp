@@ -11,8 +11,8 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
-#include "openwbem/repository/OpenRepository.hpp"
 #include "utilities/common/DaemonPause.hpp"
+#include "utilities/common/Repository.hpp"
 #include "utilities/kov-setup/Account.hpp"
 #include "utilities/kov-setup/Adoption.hpp"
 #include "utilities/kov-setup/Directories.hpp"
@@ -95,10 +95,10 @@ void checkMayRun(const Layout::Tree& tree) {
 ///    directory that nothing uses; the next run refuses to start and names it.
 /// 2. Rename it: the commit point.
 /// 3. Sync the directories of both names, so that the rename survives a power failure.
-void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
+void makeRepository(const Layout::Tree& tree, const Schema& schema,
                     const std::optional<blocxx::Process::Identity>& account) {
     UnfinishedRepository repository(tree.path(Layout::UNFINISHED_REPOSITORY));
-    buildRepository(tree.path(Layout::UNFINISHED_REPOSITORY), schemaDirectory);
+    buildRepository(tree.path(Layout::UNFINISHED_REPOSITORY), schema);
     blocxx::FileSystem::syncEntries(tree.path(Layout::UNFINISHED_REPOSITORY));
     if (account) {
         handOver(tree.path(Layout::UNFINISHED_REPOSITORY), *account);
@@ -108,10 +108,32 @@ void makeRepository(const Layout::Tree& tree, const String& schemaDirectory,
     blocxx::FileSystem::syncEntries(tree.path(Layout::STATE_DIRECTORY));
 }
 
+/// Whether the daemon serves a repository that is up to date.
+bool isServedUpToDate(const Schema& schema) {
+    const auto served = OwUtilities::Repository::open(String());
+    return findDifferences(*served->handle(), schema).empty();
+}
+
+/// Brings the repository up to date. The daemon, which has it open, is only stopped for a change.
+StringArray bringUpToDate(const Layout::Tree& tree, const Schema& schema) {
+    const String directory = tree.path(Layout::REPOSITORY);
+    if (!tree.isLive() || !OwUtilities::isDaemonRunning()) {
+        return upgradeRepository(directory, schema);
+    }
+    if (isServedUpToDate(schema)) {
+        return {};
+    }
+    StringArray done;
+    OwUtilities::withDaemonStopped([&] { done = upgradeRepository(directory, schema); });
+    done.emplace_back("owcimomd was stopped for that and runs again");
+    return done;
+}
+
 }  // namespace
 
 StringArray setUp(const Layout::Tree& tree, const String& schemaDirectory) {
     checkMayRun(tree);
+    const Schema schema = readSchema(schemaDirectory);
     const bool isThere = isTaken(tree.path(Layout::REPOSITORY));
     isThere ? checkIsDirectory(tree.path(Layout::REPOSITORY)) : checkPlaceIsFree(tree);
     StringArray done;
@@ -125,16 +147,14 @@ StringArray setUp(const Layout::Tree& tree, const String& schemaDirectory) {
     }
     writeDefaultConfig(tree.path(Layout::CONFIG_FILE));
     if (!isThere) {
-        makeRepository(tree, schemaDirectory, account);
+        makeRepository(tree, schema, account);
         return {};
     }
     const blocxx::File lock = OwUtilities::takeRunLock(tree.path(""));
     if (account) {
         append(done, adoptRepository(tree.path(Layout::REPOSITORY), *account));
     }
-    if (!tree.isLive() || !OwUtilities::isDaemonRunning()) {
-        OpenWBEM::OpenRepository(tree.path(Layout::REPOSITORY)).repository().check();
-    }
+    append(done, bringUpToDate(tree, schema));
     return done;
 }
 

@@ -54,8 +54,8 @@ constexpr Program PROGRAM = {
     KOV_VERSION,
     "[options]",
     "Makes the account, the directories and the empty repository of an installation.\n"
-    "Run again, it makes what is missing, gives everything its owner and mode, and checks the\n"
-    "repository, whose content stays.",
+    "Run again, it makes what is missing, gives everything its owner and mode, checks the\n"
+    "repository and brings the schema in it up to date. What products have added stays.",
     nullptr,
     OPTIONS,
     makeInstallation,

@@ -18,6 +18,7 @@ using namespace OpenWBEM;  // NOLINT(google-build-using-namespace)
 namespace {
 
 constexpr std::chrono::seconds PATIENCE{120};
+constexpr const char* STRACE = "/usr/bin/strace";
 
 String makeTemporaryDirectory() {
     String name = std::filesystem::temp_directory_path().string() + "/kov-setup-test-XXXXXX";
@@ -57,25 +58,33 @@ Outcome SetupTree::setUpTree(const StringArray& arguments) const {
     return runProgram(command(arguments));
 }
 
-void SetupTree::setUpTreeInjecting(const String& injection, Outcome& outcome) const {
-    const String strace = "/usr/bin/strace";
-    if (!exists(strace) || !runProgram({strace, "-qq", "-e", "trace=none", "/bin/true"})
-                                .status.terminatedSuccessfully()) {
-        GTEST_SKIP() << "programs cannot be traced here (strace)";
-    }
+bool SetupTree::canInject() {
+    return exists(STRACE) && runProgram({STRACE, "-qq", "-e", "trace=none", "/bin/true"})
+                                 .status.terminatedSuccessfully();
+}
+
+bool SetupTree::setUpTreePerhapsInjecting(const String& injection, const StringArray& arguments,
+                                          Outcome& outcome) const {
     const String log = m_directory + "/strace.log";
     // LeakSanitizer does not work under ptrace.
-    StringArray argv = {strace, "-qq",
+    StringArray argv = {STRACE, "-qq",
                         "-E",   "ASAN_OPTIONS=detect_leaks=0",
                         "-o",   log,
                         "-e",   "trace=" + injection.substr(0, injection.find(':')),
                         "-e",   "inject=" + injection};
-    const StringArray setup = command({});
+    const StringArray setup = command(arguments);
     argv.insert(argv.end(), setup.begin(), setup.end());
     outcome = runProgram(argv);
     const String trace = readFile(log);
-    ASSERT_TRUE(trace.find("INJECTED") != String::npos || trace.find("killed by") != String::npos)
-        << "the fault was never met: " << trace << outcome.output;
+    return trace.find("INJECTED") != String::npos || trace.find("killed by") != String::npos;
+}
+
+void SetupTree::setUpTreeInjecting(const String& injection, Outcome& outcome) const {
+    if (!canInject()) {
+        GTEST_SKIP() << "programs cannot be traced here (strace)";
+    }
+    ASSERT_TRUE(setUpTreePerhapsInjecting(injection, {}, outcome))
+        << "the fault was never met: " << outcome.output;
 }
 
 void SetupTree::withRepository(const std::function<void(RepositoryCIMOMHandle&)>& use) const {

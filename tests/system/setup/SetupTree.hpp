@@ -36,6 +36,11 @@ protected:
     /// Runs kov-setup like setUpTree() under strace, with an injection such as "fsync:error=EIO".
     /// Skips the test when programs cannot be traced.
     void setUpTreeInjecting(const String& injection, Outcome& outcome) const;
+    /// Whether programs can be traced here.
+    static bool canInject();
+    /// Runs kov-setup like setUpTreeInjecting(). Returns whether the injection was met.
+    bool setUpTreePerhapsInjecting(const String& injection, const StringArray& arguments,
+                                   Outcome& outcome) const;
 
     String path(const String& below) const { return m_stage + below; }
     const String& stage() const { return m_stage; }
