@@ -47,7 +47,8 @@ int carryOut(const Program& program, const CmdLineParser& parser) {
         std::cout << program.name << " " << program.version << "\n";
         return 0;
     }
-    if (program.missingOperand != nullptr && parser.getNonOptionArgs().empty()) {
+    if (program.missingOperand != nullptr && *program.missingOperand != '\0' &&
+        parser.getNonOptionArgs().empty()) {
         return printUsageError(program, program.missingOperand);
     }
     return program.work(parser);
@@ -66,6 +67,8 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
         return carryOut(program, parser);
     } catch (const CmdLineParserException& e) {
         return printUsageError(program, describe(e));
+    } catch (const UsageException& e) {
+        return printUsageError(program, e.getMessage());
     } catch (const Exception& e) {
         return printError(program, e.getMessage(), FAILED);
     } catch (const std::exception& e) {

@@ -8,6 +8,9 @@
 
 namespace blocxx {
 
+/// A command line that can be parsed but makes no sense. `work` may throw it.
+BLOCXX_DECLARE_EXCEPTION(Usage)
+
 struct Program {
     /// A program's own ids begin at FIRST_OWN_OPTION.
     enum OptionId { HELP, VERSION, FIRST_OWN_OPTION };
@@ -25,7 +28,8 @@ struct Program {
     /// The usage line after the program's name.
     const char* synopsis;
     const char* description;
-    /// The error text for a missing operand. Null: the program takes no operands.
+    /// The error text for a missing operand. Null: the program takes no operands; empty: it needs
+    /// none.
     const char* missingOperand;
     const CmdLineParser::Option* options;
     /// Does the work and returns the exit status. Failures are exceptions, except those not printed

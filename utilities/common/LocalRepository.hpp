@@ -15,6 +15,9 @@ public:
     explicit LocalRepository(const String& directory) : m_opened(directory) {}
 
     CIMOMHandleIFCRef handle() const override { return m_opened.handle(); }
+    void enumNameSpace(StringResultHandlerIFC& result) const override {
+        m_opened->enumNameSpace(result);
+    }
     bool hasNameSpace(const String& name) const override {
         bool found = false;
         auto search = makeResultHandler<String>(

@@ -17,6 +17,9 @@ public:
     explicit ServedRepository(ClientCIMOMHandleRef handle) : m_handle(std::move(handle)) {}
 
     CIMOMHandleIFCRef handle() const override { return m_handle; }
+    void enumNameSpace(StringResultHandlerIFC& result) const override {
+        CIMNameSpaceUtils::enumCIM_Namespace(*m_handle, Layout::INTEROP_NS, result);
+    }
     bool hasNameSpace(const String& name) const override;
     void store(const String& ns, const ObjectsToStore& objects) override {
         m_handle->store(ns, objects);

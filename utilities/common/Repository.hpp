@@ -25,6 +25,9 @@ public:
     static std::unique_ptr<Repository> open(const String& prefix);
 
     virtual CIMOMHandleIFCRef handle() const = 0;
+    /// Passes the names of all namespaces to `result`. Throws CIMException, ACCESS_DENIED when the
+    /// daemon does not let the user list them.
+    virtual void enumNameSpace(StringResultHandlerIFC& result) const = 0;
     /// Compares names without regard to case. Also true when the daemon does not let the user list
     /// the namespaces.
     virtual bool hasNameSpace(const String& name) const = 0;

@@ -35,12 +35,18 @@ void createCIM_Namespace(CIMOMHandleIFC& handle, const String& ns, uint16_t clas
     handle.createInstance(interopNs, instance);
 }
 
+void enumCIM_Namespace(CIMOMHandleIFC& handle, const String& interopNs,
+                       StringResultHandlerIFC& result) {
+    auto passName = makeResultHandler<CIMInstance>([&result](const CIMInstance& instance) {
+        result.handle(instance.getPropertyValue("Name").toString());
+    });
+    handle.enumInstances(interopNs, NAMESPACE_CLASS, passName);
+}
+
 StringArray enumCIM_Namespace(CIMOMHandleIFC& handle, const String& interopNs) {
     StringArray names;
-    auto collect = makeResultHandler<CIMInstance>([&names](const CIMInstance& instance) {
-        names.push_back(instance.getPropertyValue("Name").toString());
-    });
-    handle.enumInstances(interopNs, NAMESPACE_CLASS, collect);
+    ArrayBuilder<String> builder(names);
+    enumCIM_Namespace(handle, interopNs, builder);
     return names;
 }
 

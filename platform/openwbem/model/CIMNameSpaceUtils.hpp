@@ -16,5 +16,8 @@ void createCIM_Namespace(CIMOMHandleIFC& handle, const String& ns, uint16_t clas
 
 /// The names of all namespaces, from the CIM_Namespace instances of `interopNs`.
 StringArray enumCIM_Namespace(CIMOMHandleIFC& handle, const String& interopNs);
+/// The same, one by one.
+void enumCIM_Namespace(CIMOMHandleIFC& handle, const String& interopNs,
+                       StringResultHandlerIFC& result);
 
 }  // namespace OpenWBEM::CIMNameSpaceUtils
