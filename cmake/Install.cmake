@@ -6,7 +6,7 @@
 #
 # The target "programs" builds only what is installed.
 add_custom_target(programs)
-foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace)
+foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owshow)
   if(TARGET ${PROGRAM})
     install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/bin)
     add_dependencies(programs ${PROGRAM})
@@ -23,7 +23,7 @@ install(PROGRAMS packaging/init/tarvo-owcimomd_init DESTINATION /opt/tarvo/kov/s
 install(FILES packaging/systemd/tarvo-owcimomd.service
         DESTINATION /opt/tarvo/kov/share/systemd)
 install(FILES packaging/man/owmofc.1 packaging/man/owdeleteinstance.1
-              packaging/man/owdeletenamespace.1
+              packaging/man/owdeletenamespace.1 packaging/man/owshow.1
         DESTINATION /opt/tarvo/kov/share/man/man1)
 install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8
         DESTINATION /opt/tarvo/kov/share/man/man8)
