@@ -39,6 +39,21 @@ bool isKey(std::string_view text) {
     });
 }
 
+bool isKnown(std::string_view key) {
+    constexpr std::string_view KEYS[] = {Configuration::ALLOWED_USERS, Configuration::DATADIR,
+                                         Configuration::LOG_LEVEL, Configuration::LOG_FILE,
+                                         Configuration::MAX_REQUEST_SIZE};
+    return std::find(std::begin(KEYS), std::end(KEYS), key) != std::end(KEYS);
+}
+
+/// Products keep settings of their own in their drop-ins. The main file and this prefix are the
+/// daemon's.
+bool isMeantForDaemon(std::string_view key, Configuration::Origin origin) {
+    constexpr std::string_view PREFIX = "owcimomd.";
+    return origin == Configuration::Origin::MAIN_FILE ||
+           blocxx::equalsIgnoreCase(key.substr(0, PREFIX.size()), PREFIX);
+}
+
 bool isPrintable(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) {
         return c == '\t' || (static_cast<unsigned char>(c) >= 0x20 && c != 0x7f);
@@ -106,6 +121,9 @@ void Configuration::readLine(std::string_view line, const String& name, size_t n
     }
     if (key == DATADIR && origin == Origin::DROP_IN) {
         return skip("only the main file says where the repository is");
+    }
+    if (!isKnown(key) && isMeantForDaemon(key, origin)) {
+        complain(Format("%1:%2: there is no key \"%3\"", name, number, key));
     }
     if (key == ALLOWED_USERS) {
         addUsers(value);

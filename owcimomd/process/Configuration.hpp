@@ -17,7 +17,8 @@ using blocxx::StringArray;
 
 class Configuration {
 public:
-    // The keys that the daemon knows. Others are allowed: they may belong to products.
+    // The keys that the daemon knows. Others may belong to products, in their drop-ins; elsewhere,
+    // and with the daemon's prefix, they are a complaint.
     static constexpr const char* ALLOWED_USERS = "owcimomd.allowed_users";
     static constexpr const char* DATADIR = "owcimomd.datadir";
     static constexpr const char* LOG_LEVEL = "owcimomd.log_level";

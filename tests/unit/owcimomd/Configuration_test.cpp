@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 
 Configuration parsed(std::string_view text) {
     Configuration configuration;
-    configuration.read(text, "file");
+    configuration.read(text, "file", Configuration::Origin::DROP_IN);
     return configuration;
 }
 
@@ -121,18 +121,34 @@ TEST_F(ConfigurationFiles, AreReadInTheOrderOfTheirNames) {
     EXPECT_EQ("b", configuration.get("key", ""));
     EXPECT_EQ("main", configuration.get("only", ""));
     EXPECT_EQ("", configuration.get("own", "")) << "nobody else sets it";
-    EXPECT_THAT(configuration.complaints(), IsEmpty());
+    EXPECT_THAT(configuration.complaints(),
+                ElementsAre(file() + ":1: there is no key \"key\"", HasSubstr(":2: ")));
+}
+
+TEST_F(ConfigurationFiles, WithAnUnknownKeyAreTold) {
+    writeFile(file(),
+              "owcimomd.log_level = debug\nowcimomd.log_levle = debug\nsample.poll = 5\n"
+              "owcimomd.allowed_users =\n");
+    writeFile(dropIn("sample.conf"),
+              "sample.poll = 5\n\nowcimomd.log = x\nOwcimomd.log_level = debug\n"
+              "owcimomd.log_file = y\n");
+    EXPECT_THAT(read().complaints(),
+                ElementsAre(file() + ":2: there is no key \"owcimomd.log_levle\"",
+                            file() + ":3: there is no key \"sample.poll\"",
+                            dropIn("sample.conf") + ":3: there is no key \"owcimomd.log\"",
+                            dropIn("sample.conf") + ":4: there is no key \"Owcimomd.log_level\""))
+        << "a product's own keys in its drop-in are its own";
 }
 
 TEST_F(ConfigurationFiles, OfTheLargestSizeAreRead) {
-    const String line = "key = large\n";
+    const String line = "owcimomd.log_level = large\n";
     const String largest = line + String(Configuration::MAX_FILE_SIZE - line.size(), '#');
     writeFile(file(), largest);
     EXPECT_THAT(read().complaints(), IsEmpty());
-    EXPECT_EQ("large", read().get("key", ""));
+    EXPECT_EQ("large", read().get(Configuration::LOG_LEVEL, ""));
     writeFile(file(), largest + "#");
     EXPECT_THAT(read().complaints(), ElementsAre(HasSubstr("it is larger than 1048576 bytes")));
-    EXPECT_EQ("", read().get("key", ""));
+    EXPECT_EQ("", read().get(Configuration::LOG_LEVEL, ""));
 }
 
 TEST_F(ConfigurationFiles, ThatCannotBeReadAreToldAndLeftOut) {
@@ -183,9 +199,9 @@ TEST_F(ConfigurationFiles, OfProductsDoNotMoveTheRepository) {
 
 TEST_F(ConfigurationFiles, WithoutADropInDirectoryAreOneFile) {
     std::filesystem::remove(file() + ".d");
-    writeFile(file(), "key = main\n");
+    writeFile(file(), "owcimomd.log_level = main\n");
     EXPECT_THAT(read().complaints(), IsEmpty());
-    EXPECT_EQ("main", read().get("key", ""));
+    EXPECT_EQ("main", read().get(Configuration::LOG_LEVEL, ""));
 }
 
 }  // namespace
