@@ -5,6 +5,7 @@ kov_unit_test(owcimomd_test
     unit/client/LiveDaemon.cpp
     unit/owcimomd/Access_test.cpp
     unit/owcimomd/Account_test.cpp
+    unit/owcimomd/Audit_test.cpp
     unit/owcimomd/Background_test.cpp
     unit/owcimomd/ClientNamespaces_test.cpp
     unit/owcimomd/Clients_test.cpp

@@ -47,6 +47,11 @@ const OperationTraits& traitsOf(wire::Request::Reader request, bool isEnumeratio
     return *traits;
 }
 
+const char* nameOf(wire::Operation operation) {
+    const OperationTraits* traits = findTraits(static_cast<uint16_t>(operation));
+    return traits == nullptr ? "unknown" : traits->name;
+}
+
 Right rightFor(const OperationTraits& traits) {
     const bool isChange = traits.effect == OperationTraits::Effect::CHANGES;
     if (traits.subject == OperationTraits::Subject::INSTANCES) {
@@ -73,7 +78,8 @@ Operations::Operations(ServedRepository& repository, std::set<String> allowedUse
     : m_repository(repository),
       m_handle(repository.handle()),
       m_namespaces(m_handle),
-      m_access(m_handle, std::move(allowedUsers)) {
+      m_access(m_handle, std::move(allowedUsers)),
+      m_audit(m_access) {
     repository.setMayRead([this](const String& ns) {
         return m_user == nullptr || m_access.has(*m_user, ns, Right::READ_INSTANCES);
     });
@@ -83,23 +89,38 @@ OperationResult Operations::carryOut(const OperationCall& call) {
     return NamespaceInstances::serves(call) ? m_namespaces.carryOut(call) : m_handle.carryOut(call);
 }
 
+void Operations::require(Deed& deed, const String& ns, Right right) {
+    deed.ns = ns;
+    m_access.require(deed.user, ns, right);
+}
+
+String Operations::carryOut(const User& user, wire::Request::Reader request) {
+    Deed deed{user, nameOf(request.getOperation())};
+    return m_audit.watch(deed, [&] { return carryOut(deed, request); });
+}
+
 // The commit is the commit point: the answer is sent after it, and what fails before leaves
 // nothing.
-String Operations::carryOut(const User& user, wire::Request::Reader request) {
-    m_access.requireConnect(user);
+String Operations::carryOut(Deed& deed, wire::Request::Reader request) {
+    m_access.requireConnect(deed.user);
     const OperationTraits& traits = traitsOf(request, false);
-    m_access.require(user, nameOf(request.getNameSpace()), rightFor(traits));
+    deed.isChange = traits.effect == OperationTraits::Effect::CHANGES;
+    require(deed, nameOf(request.getNameSpace()), rightFor(traits));
     const Arguments arguments(traits, request);
-    const ScopedValue current(m_user, &user);
-    const bool isChange = traits.effect == OperationTraits::Effect::CHANGES;
-    if (isChange) {
-        m_access.noteChange(arguments.call().ns);
+    const ScopedValue current(m_user, &deed.user);
+    if (!deed.isChange) {
+        return encoded(carryOut(arguments.call()));
     }
-    String result = encoded(carryOut(arguments.call()));
-    if (isChange) {
-        m_handle.commit();
+    deed.object = objectOf(arguments.call());
+    m_access.noteChange(arguments.call().ns);
+    const OperationResult result = carryOut(arguments.call());
+    if (const auto* created = std::get_if<CIMObjectPath>(&result)) {
+        deed.object = created->modelPath();
     }
-    return result;
+    String answer = encoded(result);
+    m_handle.commit();
+    m_audit.done(deed);
+    return answer;
 }
 
 void Operations::requireForStoring(const User& user, const String& ns,
@@ -119,7 +140,8 @@ void Operations::requireForStoring(const User& user, const String& ns,
     }
 }
 
-size_t Operations::storeSome(const String& ns, wire::Storing::Reader storing) {
+size_t Operations::storeSome(Deed& deed, wire::Storing::Reader storing) {
+    const String& ns = deed.ns;
     const auto end = Clock::now() + STORING_TIME;
     size_t index = 0;
     const auto each = [&](auto objects, auto decode, auto store) {
@@ -128,7 +150,11 @@ size_t Operations::storeSome(const String& ns, wire::Storing::Reader storing) {
                 return;
             }
             try {
-                store(Codec::operand([&] { return decode(bytesOf(object)); }), object);
+                const auto decoded = Codec::operand([&] { return decode(bytesOf(object)); });
+                if (index == 0) {
+                    deed.object = objectOf({Operation::CREATE_INSTANCE, ns, &decoded});
+                }
+                store(decoded, object);
             } catch (const CIMException& e) {
                 throw ObjectStoringException(index, e);
             }
@@ -156,46 +182,59 @@ size_t Operations::storeSome(const String& ns, wire::Storing::Reader storing) {
 }
 
 size_t Operations::store(const User& user, wire::Storing::Reader storing) {
-    m_access.requireConnect(user);
-    const String ns = nameOf(storing.getNameSpace());
-    requireForStoring(user, ns, storing);
-    m_access.noteChange(ns);
-    const ScopedValue current(m_user, &user);
-    size_t stored = 0;
+    Deed deed{user, "store", true};
+    return m_audit.watch(deed, [&] { return store(deed, storing); });
+}
+
+size_t Operations::store(Deed& deed, wire::Storing::Reader storing) {
+    m_access.requireConnect(deed.user);
+    deed.ns = nameOf(storing.getNameSpace());
+    requireForStoring(deed.user, deed.ns, storing);
+    m_access.noteChange(deed.ns);
+    const ScopedValue current(m_user, &deed.user);
     try {
-        stored = storeSome(ns, storing);
+        deed.objects = storeSome(deed, storing);
     } catch (...) {
         m_repository.rollBack();
         throw;
     }
     m_handle.commit();
-    return stored;
+    m_audit.done(deed);
+    return deed.objects;
 }
 
 PermittedEnumeration Operations::open(const User& user, wire::Request::Reader request) {
-    m_access.requireConnect(user);
+    Deed deed{user, nameOf(request.getOperation())};
+    return m_audit.watch(deed, [&] { return open(deed, request); });
+}
+
+PermittedEnumeration Operations::open(Deed& deed, wire::Request::Reader request) {
+    m_access.requireConnect(deed.user);
     const OperationTraits& traits = traitsOf(request, true);
     Array<NeededRight> needed{{nameOf(request.getNameSpace()), rightFor(traits)}};
-    m_access.require(user, needed[0].ns, needed[0].right);
+    require(deed, needed[0].ns, needed[0].right);
     const Arguments arguments(traits, request);
     const OperationCall& call = arguments.call();
     // The object whose associations are followed may be in another namespace.
     if (followsAssociations(traits) && traits.subject == OperationTraits::Subject::INSTANCES) {
         const String ns = call.as<CIMObjectPath>().getNameSpace();
         if (!ns.empty()) {
-            m_access.require(user, ns, Right::READ_INSTANCES);
+            require(deed, ns, Right::READ_INSTANCES);
             needed.push_back({ns, Right::READ_INSTANCES});
         }
     }
-    const ScopedValue current(m_user, &user);
+    const ScopedValue current(m_user, &deed.user);
     return {NamespaceInstances::serves(call) ? m_namespaces.open(call) : m_handle.open(call),
-            std::move(needed)};
+            std::move(needed), deed.operation};
 }
 
 bool Operations::next(const User& user, PermittedEnumeration& enumeration, StringArray& portion) {
-    for (const NeededRight& needed : enumeration.neededRights) {
-        m_access.require(user, needed.ns, needed.right);
-    }
+    Deed deed{user, enumeration.operation};
+    m_audit.watch(deed, [&] {
+        for (const NeededRight& needed : enumeration.neededRights) {
+            require(deed, needed.ns, needed.right);
+        }
+    });
     const ScopedValue current(m_user, &user);
     return std::visit(
         [&]<class T>(EnumerationPtr<T>& results) {
@@ -207,7 +246,7 @@ bool Operations::next(const User& user, PermittedEnumeration& enumeration, Strin
 }
 
 void Operations::sync(const User& user) {
-    m_access.requireConnect(user);
+    m_audit.watch({user, "sync"}, [&] { m_access.requireConnect(user); });
     m_repository.sync();
 }
 

@@ -4,7 +4,7 @@
 // carried out to its end and committed before the next one begins.
 #pragma once
 
-#include "owcimomd/access/AccessControl.hpp"
+#include "owcimomd/operations/Audit.hpp"
 #include "owcimomd/operations/NamespaceInstances.hpp"
 #include "owcimomd/operations/ServedRepository.hpp"
 #include "rpc.capnp.h"
@@ -20,6 +20,7 @@ struct NeededRight {
 struct PermittedEnumeration {
     AnyEnumeration results;
     Array<NeededRight> neededRights;
+    const char* operation;
 };
 
 class Operations {
@@ -45,14 +46,20 @@ public:
     void sync(const User& user);
 
 private:
+    String carryOut(Deed& deed, wire::Request::Reader request);
     OperationResult carryOut(const OperationCall& call);
     void requireForStoring(const User& user, const String& ns, wire::Storing::Reader storing);
-    size_t storeSome(const String& ns, wire::Storing::Reader storing);
+    size_t store(Deed& deed, wire::Storing::Reader storing);
+    size_t storeSome(Deed& deed, wire::Storing::Reader storing);
+    PermittedEnumeration open(Deed& deed, wire::Request::Reader request);
+    /// Throws CIMException ACCESS_DENIED.
+    void require(Deed& deed, const String& ns, Right right);
 
     ServedRepository& m_repository;
     RepositoryCIMOMHandle& m_handle;
     NamespaceInstances m_namespaces;
     AccessControl m_access;
+    Audit m_audit;
     const User* m_user = nullptr;  // whose request is being carried out
 };
 

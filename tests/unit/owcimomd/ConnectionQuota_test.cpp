@@ -77,5 +77,17 @@ TEST(RareReport, TellsOneAMinuteAndHowManyItKept) {
     EXPECT_EQ("g", report.due("g", start + std::chrono::hours(2)));
 }
 
+TEST(RareReport, TellsAsManyAMinuteAsItIsMadeFor) {
+    RareReport report(2);
+    const RareReport::Clock::time_point start{std::chrono::hours(1)};
+    EXPECT_EQ("a", report.due("a", start));
+    EXPECT_EQ("b", report.due("b", start + std::chrono::seconds(30)));
+    EXPECT_EQ("", report.due("c", start + std::chrono::seconds(59)));
+    EXPECT_EQ("d (and 1 more like it since the last of these)",
+              report.due("d", start + std::chrono::seconds(60)));
+    EXPECT_EQ("e", report.due("e", start + std::chrono::seconds(61)));
+    EXPECT_EQ("", report.due("f", start + std::chrono::seconds(62)));
+}
+
 }  // namespace
 }  // namespace KovTest
