@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 
 #include "blocxx/Format.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "owcimomd/connections/Server.hpp"
 #include "owcimomd/process/Account.hpp"
 #include "owcimomd/process/Configuration.hpp"
+#include "owcimomd/process/Confinement.hpp"
 #include "owcimomd/process/Log.hpp"
 #include "owcimomd/process/PidFile.hpp"
 
@@ -37,6 +39,21 @@ void leaveCaller(const Layout::Tree& tree) {
     if (tree.isLive() && geteuid() == 0) {
         becomeAccount(Layout::ACCOUNT);
     }
+    renounceNewPrivileges();
+}
+
+String repositoryOf(const Layout::Tree& tree, const Configuration& configuration) {
+    return configuration.get(Configuration::DATADIR, tree.path(Layout::REPOSITORY));
+}
+
+StringArray writableDirectories(const Layout::Tree& tree, const Configuration& configuration) {
+    StringArray directories{tree.path(Layout::DATA_DIRECTORY), repositoryOf(tree, configuration)};
+    const String log = configuration.get(Configuration::LOG_FILE, String());
+    if (!log.empty()) {
+        // The daemon works in the root directory.
+        directories.push_back((std::filesystem::path("/") / log).parent_path().string());
+    }
+    return directories;
 }
 
 int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration, size_t maxRequest,
@@ -46,12 +63,12 @@ int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration,
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
     const PidFile pidFile(tree.path(Layout::PID_FILE));
-    ServedRepository repository(
-        configuration.get(Configuration::DATADIR, tree.path(Layout::REPOSITORY)));
+    ServedRepository repository(repositoryOf(tree, configuration));
     {
         kj::AsyncIoContext io = kj::setupAsyncIo();
         Operations operations(repository, configuration.allowedUsers());
         Server server(io, tree.path(Layout::SOCKET), operations, maxRequest);
+        confine(writableDirectories(tree, configuration));
         ready(configuration.complaints());
         reportInfo("ready");
         server.run([&log] { log.reopen(); });

@@ -10,6 +10,7 @@ kov_unit_test(owcimomd_test
     unit/owcimomd/ClientNamespaces_test.cpp
     unit/owcimomd/Clients_test.cpp
     unit/owcimomd/Configuration_test.cpp
+    unit/owcimomd/Confinement_test.cpp
     unit/owcimomd/Daemon_test.cpp
     unit/owcimomd/FullDisk_test.cpp
     unit/owcimomd/Namespaces_test.cpp
