@@ -7,6 +7,7 @@ kov_unit_test(repository_test
     unit/repository/Refusals.cpp
     unit/repository/RepositoryFixture.cpp
     unit/repository/EmbeddedObjects_test.cpp
+    unit/repository/FormatUpgrade_test.cpp
     unit/repository/HostileDirectory_test.cpp
     unit/repository/HostilePages_test.cpp
     unit/repository/OpenRepository_test.cpp

@@ -11,6 +11,7 @@
 
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Format.hpp"
+#include "openwbem/repository/CIMRepository.hpp"
 #include "utilities/common/DaemonPause.hpp"
 #include "utilities/common/Repository.hpp"
 #include "utilities/kov-setup/Account.hpp"
@@ -120,7 +121,7 @@ StringArray bringUpToDate(const Layout::Tree& tree, const Schema& schema) {
     if (!tree.isLive() || !OwUtilities::isDaemonRunning()) {
         return upgradeRepository(directory, schema);
     }
-    if (isServedUpToDate(schema)) {
+    if (OpenWBEM::CIMRepository::hasPresentFormat(directory) && isServedUpToDate(schema)) {
         return {};
     }
     StringArray done;

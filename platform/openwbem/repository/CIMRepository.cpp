@@ -12,6 +12,13 @@ CIMRepository::CIMRepository() = default;
 
 CIMRepository::~CIMRepository() = default;
 
+bool CIMRepository::hasPresentFormat(const String& directory) {
+    const String header = Connection(directory).header();
+    return !header.empty() &&
+           RepositoryFormat::numberAt(header, RepositoryFormat::HEADER_VERSION_AT) ==
+               RepositoryFormat::VERSION;
+}
+
 void CIMRepository::init(const ServiceEnvironmentIFCRef& environment, RepositoryUse use) {
     if (isOpen()) {
         OPENWBEM_THROW_CIM(FAILED, "The repository is open already");

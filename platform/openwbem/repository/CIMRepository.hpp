@@ -33,6 +33,10 @@ public:
     /// hold none. On failure no file is left behind.
     static void create(const String& directory);
 
+    /// Whether the file says that it has the present format. Also while somebody serves it, and
+    /// checks nothing else. Throws CIMException FAILED when there is no file.
+    static bool hasPresentFormat(const String& directory);
+
     /// Opens the repository in the directory that `environment` names as ConfigOpts::DATADIR_opt.
     void init(const ServiceEnvironmentIFCRef& environment,
               RepositoryUse use = RepositoryUse::UNIT_OF_WORK);

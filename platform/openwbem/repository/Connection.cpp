@@ -93,24 +93,33 @@ int64_t Connection::pragma(const char* sql) {
     return number;
 }
 
-void Connection::checkFormat() {
+void Connection::checkFormat(RepositoryFormat::KnownFormats known) {
+    if (const int32_t number = checkKnownFormat(known); number != known.back().number) {
+        DatabaseError::raiseForOlderFormat(m_file, number);
+    }
+}
+
+int32_t Connection::checkKnownFormat(RepositoryFormat::KnownFormats known) {
     if (pragma("PRAGMA application_id") != RepositoryFormat::APPLICATION_ID) {
         DatabaseError::raiseForForeignFile(m_file);
     }
     const int64_t version = pragma("PRAGMA user_version");
-    if (version > RepositoryFormat::VERSION) {
+    if (version > known.back().number) {
         DatabaseError::raiseForNewerFormat(m_file, version);
     }
-    if (version != RepositoryFormat::VERSION) {
+    const auto format = std::find_if(known.begin(), known.end(),
+                                     [&](const auto& one) { return one.number == version; });
+    if (format == known.end()) {
         DatabaseError::raiseForForeignFile(m_file);
     }
     String deviation;
-    if (const int rc = SchemaCheck::compare(m_db, deviation); rc != SQLITE_OK) {
+    if (const int rc = SchemaCheck::compare(m_db, format->schema, deviation); rc != SQLITE_OK) {
         failOpening(rc);
     }
     if (!deviation.empty()) {
         DatabaseError::raiseForSchema(m_file, deviation);
     }
+    return format->number;
 }
 
 void Connection::checkPlace() {

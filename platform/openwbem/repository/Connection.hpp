@@ -11,6 +11,7 @@
 
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/RepositoryDirectory.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -28,8 +29,10 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Throws unless the file is a repository of this format with exactly our schema.
-    void checkFormat();
+    /// Throws unless the file is a repository of the present format with exactly its schema.
+    void checkFormat(RepositoryFormat::KnownFormats known = RepositoryFormat::KNOWN);
+    /// The same for any known format. Returns its number.
+    int32_t checkKnownFormat(RepositoryFormat::KnownFormats known = RepositoryFormat::KNOWN);
     /// Throws unless the open file is still the one at its path. Whoever replaces the repository
     /// holds it meanwhile; changes written to the old file afterwards would be lost.
     void checkPlace();

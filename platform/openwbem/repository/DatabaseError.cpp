@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/DatabaseError.hpp"
 
-#include <endian.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -67,20 +66,14 @@ String explain(int code, int systemError) {
     }
 }
 
-int32_t numberAt(std::string_view header, size_t at) {
-    uint32_t number = 0;
-    std::memcpy(&number, header.data() + at, sizeof number);
-    return static_cast<int32_t>(be32toh(number));
-}
-
 void raiseForHeader(const String& file, std::string_view header) {
     constexpr std::string_view MAGIC("SQLite format 3\0", 16);
     if (!header.starts_with(MAGIC) ||
-        numberAt(header, RepositoryFormat::HEADER_APPLICATION_ID_AT) !=
+        RepositoryFormat::numberAt(header, RepositoryFormat::HEADER_APPLICATION_ID_AT) !=
             RepositoryFormat::APPLICATION_ID) {
         raiseForForeignFile(file);
     }
-    const int32_t version = numberAt(header, RepositoryFormat::HEADER_VERSION_AT);
+    const int32_t version = RepositoryFormat::numberAt(header, RepositoryFormat::HEADER_VERSION_AT);
     if (version > RepositoryFormat::VERSION) {
         raiseForNewerFormat(file, version);
     }
@@ -188,6 +181,13 @@ void raiseForNewerFormat(const String& file, int64_t version) {
         FAILED, Format("The repository \"%1\" has format %2 and this program knows only formats up "
                        "to %3: it was written by a newer version; use that version",
                        file, version, RepositoryFormat::VERSION));
+}
+
+void raiseForOlderFormat(const String& file, int64_t version) {
+    OPENWBEM_THROW_CIM(FAILED,
+                       Format("The repository \"%1\" has format %2, which is older than this "
+                              "program's; run kov-setup, which brings it up to date",
+                              file, version));
 }
 
 void raiseForForeignFile(const String& file) {

@@ -19,6 +19,7 @@ using blocxx::String;
 [[noreturn]] void raiseForOpening(int code, int systemError, const String& directory,
                                   const String& file, std::string_view header);
 [[noreturn]] void raiseForNewerFormat(const String& file, int64_t version);
+[[noreturn]] void raiseForOlderFormat(const String& file, int64_t version);
 [[noreturn]] void raiseForForeignFile(const String& file);
 [[noreturn]] void raiseForSchema(const String& file, const String& deviation);
 

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "openwbem/repository/RepositoryFormat.hpp"
 
+#include <endian.h>
+
+#include <cstring>
+
 namespace OpenWBEM::RepositoryFormat {
 
 // Columns called "name" hold names in lower case, for comparison; "spelling" is the name as given.
@@ -63,5 +67,14 @@ const std::array<SchemaRow, 13> SCHEMA{{
     {"index", "reference_instance", "reference",
      R"sql(CREATE INDEX reference_instance ON reference (instance))sql"},
 }};
+
+int32_t numberAt(std::string_view header, size_t at) {
+    uint32_t number = 0;
+    std::memcpy(&number, header.data() + at, sizeof number);
+    return static_cast<int32_t>(be32toh(number));
+}
+
+// A new format is a new last row, with a step; the rows above keep the schemas that they have.
+const std::array<KnownFormat, 1> KNOWN{{{VERSION, SCHEMA, nullptr}}};
 
 }  // namespace OpenWBEM::RepositoryFormat

@@ -7,12 +7,20 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace OpenWBEM {
+
+class Connection;
+
+}  // namespace OpenWBEM
 
 namespace OpenWBEM::RepositoryFormat {
 
 /// "KOVR", where file(1) and SQLite look for whose file it is.
 inline constexpr int32_t APPLICATION_ID = 0x4B4F5652;
-/// The format number. A reader refuses greater ones; there are no smaller ones yet.
+/// The format number. A reader refuses greater ones. KNOWN tells which smaller ones there are.
 inline constexpr int32_t VERSION = 1;
 
 inline constexpr int PAGE_SIZE = 4096;
@@ -25,6 +33,9 @@ inline constexpr size_t HEADER_READ_FORMAT_AT = 19;
 inline constexpr size_t HEADER_VERSION_AT = 60;
 inline constexpr size_t HEADER_APPLICATION_ID_AT = 68;
 
+/// The number at such a place. The header is as long as HEADER_SIZE.
+int32_t numberAt(std::string_view header, size_t at);
+
 /// The read format of a file with a write-ahead log.
 inline constexpr unsigned char LOGGED = 2;
 
@@ -36,5 +47,17 @@ struct SchemaRow {
     const char* sql;
 };
 extern const std::array<SchemaRow, 13> SCHEMA;
+
+/// A format that a repository may have, with its schema.
+struct KnownFormat {
+    int32_t number;
+    std::span<const SchemaRow> schema;
+    /// Makes a file of the format before into one of this, inside a transaction. Throws
+    /// CIMException. Null in the oldest format.
+    void (*fromFormatBefore)(Connection& connection);
+};
+using KnownFormats = std::span<const KnownFormat>;
+/// From the oldest to the present one, which is the last.
+extern const std::array<KnownFormat, 1> KNOWN;
 
 }  // namespace OpenWBEM::RepositoryFormat

@@ -2,6 +2,8 @@
 #include "openwbem/repository/RepositoryStore.hpp"
 
 #include "blocxx/Interruption.hpp"
+#include "blocxx/Invariant.hpp"
+#include "openwbem/repository/FormatUpgrade.hpp"
 
 namespace OpenWBEM {
 
@@ -17,9 +19,21 @@ RepositoryStore::RepositoryStore(const String& directory, RepositoryUse use)
         log.emplace(connection);
     } else {
         WriteAheadLog::mergeLeftover(connection);
-        connection.checkFormat();
+        if (use == RepositoryUse::UPGRADE) {
+            upgradeFormat();
+        } else {
+            connection.checkFormat();
+        }
         // Who only reads goes through most pages once.
         connection.execute("PRAGMA cache_size=-1024", "read");
+    }
+}
+
+void RepositoryStore::upgradeFormat() {
+    formatBefore = connection.checkKnownFormat();
+    if (formatBefore != RepositoryFormat::VERSION) {
+        blocxx::ensured(unit.beginWrite());
+        FormatUpgrade::run(connection, formatBefore);
     }
 }
 

@@ -29,6 +29,11 @@ public:
     ClassTable classes;
     InstanceTable instances;
     EmbeddedObjects embedded;
+    /// What the file had when it was opened.
+    int32_t formatBefore = RepositoryFormat::VERSION;
+
+private:
+    void upgradeFormat();
 };
 
 /// The scope of an operation that reads: it sees one state of the file, which is locked for all of

@@ -8,7 +8,6 @@
 #include <tuple>
 
 #include "blocxx/Format.hpp"
-#include "openwbem/repository/RepositoryFormat.hpp"
 
 namespace OpenWBEM::SchemaCheck {
 
@@ -31,9 +30,9 @@ struct Object {
 
 using Objects = std::set<Object>;
 
-Objects ours() {
+Objects objectsOf(std::span<const RepositoryFormat::SchemaRow> rows) {
     Objects objects;
-    for (const auto& [type, name, table, sql] : RepositoryFormat::SCHEMA) {
+    for (const auto& [type, name, table, sql] : rows) {
         objects.insert({type, name, table, sql});
     }
     // The index that SQLite makes for a UNIQUE column.
@@ -110,8 +109,9 @@ int confine(sqlite3* database) {
                                           nullptr, nullptr, nullptr);
 }
 
-int compare(sqlite3* database, String& deviation) {
-    Objects missing = ours();
+int compare(sqlite3* database, std::span<const RepositoryFormat::SchemaRow> ours,
+            String& deviation) {
+    Objects missing = objectsOf(ours);
     const int longest = sqlite3_limit(database, SQLITE_LIMIT_LENGTH, LONGEST_TEXT);
     sqlite3_progress_handler(database, MOST_STEPS, stop, nullptr);
     int rc = takeFound(database, missing, deviation);

@@ -6,7 +6,10 @@
 // file changes afterwards.
 #pragma once
 
+#include <span>
+
 #include "blocxx/String.hpp"
+#include "openwbem/repository/RepositoryFormat.hpp"
 
 struct sqlite3;
 
@@ -17,8 +20,9 @@ namespace OpenWBEM::SchemaCheck {
 /// Pages that are freed are written with zeros. Reads nothing. An SQLite result code.
 int confine(sqlite3* database);
 
-/// Reads the schema. `deviation` says what is not ours, and is empty when everything is. An SQLite
-/// result code.
-int compare(sqlite3* database, blocxx::String& deviation);
+/// Reads the schema. `deviation` says what is not in `ours` or only there, and is empty when they
+/// are the same. An SQLite result code.
+int compare(sqlite3* database, std::span<const RepositoryFormat::SchemaRow> ours,
+            blocxx::String& deviation);
 
 }  // namespace OpenWBEM::SchemaCheck

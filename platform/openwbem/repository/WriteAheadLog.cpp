@@ -69,7 +69,7 @@ void WriteAheadLog::mergeLeftover(Connection& connection) {
         return;
     }
     connection.execute("PRAGMA locking_mode=EXCLUSIVE", "opened");
-    connection.checkFormat();
+    connection.checkKnownFormat();
     if (isLogged(connection)) {
         endLog(connection);
     } else {

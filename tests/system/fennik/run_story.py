@@ -25,6 +25,7 @@ MODULES = [
     "log_stories",
     "real_mof_stories",
     "live_stories",
+    "stored_repository_stories",
 ]
 SKIPPED = 77
 
