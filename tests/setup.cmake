@@ -12,4 +12,9 @@ if(TARGET kov-setup)
     KOV_SETUP_PROGRAM="$<TARGET_FILE:kov-setup>" KOV_SCHEMA_DIR="${CMAKE_SOURCE_DIR}/schema"
     KOV_VERSION="${PROJECT_VERSION}")
   add_dependencies(setup_test kov-setup)
+  kov_unit_test(schema_upgrade_test
+    SOURCES
+      unit/setup/SchemaUpgrade_test.cpp unit/repository/RepositoryFixture.cpp
+      ${CMAKE_SOURCE_DIR}/utilities/kov-setup/SchemaUpgrade.cpp
+    LINKS utilities_common openwbem_mof)
 endif()
