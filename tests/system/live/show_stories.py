@@ -8,7 +8,7 @@ import pty
 import shutil
 import subprocess
 
-from live import CONFIG, INIT, SANDBOX, LiveStory
+from live import CONFIG, INIT, REPOSITORY, SANDBOX, LiveStory
 
 CONTENT = r"""
 class Story_Zebra { [Key] string id; string text = "default"; };
@@ -171,6 +171,36 @@ class Show(LiveStory):
         before = self.rows()
         self.shell("owshow -n kov --mof >/dev/null; owshow --products >/dev/null")
         self.assertEqual(self.rows(), before)
+
+    def forge(self, statement):
+        """Changes the repository as whoever has the account of the daemon could."""
+        self.shell(f'python3 {SOURCE}/tests/system/copy/forge.py {REPOSITORY}/repository.db sql '
+                   f'"{statement}"')
+
+    def test_forged_name_stays_on_its_line(self):
+        classes = self.shell("owshow -n story/a --classes").splitlines()
+        self.forge("UPDATE class SET spelling = 'Story_Ape' || char(10) || 'x' || char(27) "
+                   "WHERE spelling = 'Story_Ape'")
+        shown = self.sandbox("owshow", "-n", "story/a", "--classes")
+        self.assertEqual((shown.status, len(shown.out.splitlines())), (0, len(classes)))
+        self.assertIn("Story_Ape\\nx\x1b\n", shown.out)
+
+    def test_forged_objects_are_an_error_of_one_line(self):
+        kept = self.root + "/repository.db"
+        self.shell(f"cp -p {REPOSITORY}/repository.db {kept}")
+        for statement, command in (
+            ("UPDATE class SET body = x'00'", "owshow -n story/a --classes --mof"),
+            ("UPDATE instance SET path = randomblob(100)", "owshow -n story/a --instances"),
+            ("UPDATE instance SET body = randomblob(100)", "owshow --products"),
+            ("UPDATE qualifier_type SET body = zeroblob(100000)",
+             "owshow -n story/a --qualifier-types"),
+        ):
+            with self.subTest(statement=statement):
+                self.shell(f"cp -p {kept} {REPOSITORY}/repository.db")
+                self.forge(statement)
+                for (step,) in self.both(command):
+                    self.assertEqual(step.status, 1, step.output)
+                    self.assertRegex(step.output, r"\Aowshow: error: .+\Z")
 
     def as_games(self, *commands):
         """Runs the commands through the daemon as a user who may read one namespace."""
