@@ -137,6 +137,25 @@ void show(const Repository& repository, const CmdLineParser& parser, const Sink&
     }
 }
 
+/// What the user can do about a failure, as the end of a message; empty where the message says it.
+const char* remedyFor(CIMException::ErrNoType code, const CmdLineParser& parser) {
+    switch (code) {
+        case CIMException::ACCESS_DENIED:
+            return ". Run the command as root to see everything";
+        case CIMException::INVALID_NAMESPACE:
+            return ". \"owshow --namespaces\" lists the namespaces";
+        case CIMException::INVALID_CLASS:
+            return ". \"owshow -n NAMESPACE --classes\" lists the classes";
+        case CIMException::NOT_FOUND:
+            return parser.isSet(PRODUCTS)
+                       ? ". \"fennik --list-registered-products\" lists the products"
+                       : ". \"owshow -n NAMESPACE\" with --classes or --instances lists what there "
+                         "is";
+        default:
+            return "";
+    }
+}
+
 int work(const CmdLineParser& parser) {
     checkUsage(parser);
     const auto repository = Repository::open(parser.getOptionValue(DEST_DIR));
@@ -144,11 +163,7 @@ int work(const CmdLineParser& parser) {
     try {
         show(*repository, parser, [&](std::string_view text) { output.write(text); });
     } catch (const CIMException& e) {
-        if (e.getErrNo() != CIMException::ACCESS_DENIED) {
-            throw;
-        }
-        BLOCXX_THROW(blocxx::Exception,
-                     String(e.getMessage()) + ". Run the command as root to see everything");
+        BLOCXX_THROW(blocxx::Exception, e.getMessage() + String(remedyFor(e.getErrNo(), parser)));
     }
     output.finish();
     return 0;

@@ -130,24 +130,31 @@ class Show(LiveStory):
         )
 
     def test_failures_are_one_line(self):
-        for command, message in (
+        namespaces = '. "owshow --namespaces" lists the namespaces'
+        classes = '. "owshow -n NAMESPACE --classes" lists the classes'
+        both = '. "owshow -n NAMESPACE" with --classes or --instances lists what there is'
+        products = '. "fennik --list-registered-products" lists the products'
+        for command, message, remedy in (
             ("owshow -n nowhere --classes",
-             'invalid namespace: cannot list the classes in the namespace "nowhere": '),
+             'invalid namespace: cannot list the classes in the namespace "nowhere": ', namespaces),
             ("owshow -n story/a --instances Nothing",
              'invalid class: cannot list the instances of the class "Nothing" in the namespace '
-             '"story/a": '),
-            ("owshow kov:KOV_Nothing", 'cannot show "kov:KOV_Nothing": '),
-            ("owshow kov:", 'cannot show "kov:": '),
-            ("owshow --products nobody", 'not found: cannot show the product "nobody": '),
-            ("owshow --dest-dir /nowhere --namespaces",
+             '"story/a": ', classes),
+            ("owshow kov:KOV_Nothing", 'not found: cannot show "kov:KOV_Nothing": ', both),
+            (r'owshow kov:KOV_Product.Name=\"x\"',
+             'not found: cannot show "kov:KOV_Product.Name="x"": ', both),
+            ("owshow kov:", 'invalid parameter: cannot show "kov:": ', ""),
+            ("owshow --products nobody", 'not found: cannot show the product "nobody": ', products),
+            ("owshow --dest-dir /nowhere --namespaces", "failed: ",
              "/nowhere/var/opt/tarvo/kov/openwbem/repository"),
         ):
             for (step,) in self.both(command):
                 with self.subTest(command=command):
                     self.assertEqual(step.status, 1, step.output)
                     self.assertEqual(step.output.count("\n"), 0, step.output)
-                    self.assertIn("owshow: error: ", step.output)
-                    self.assertIn(message, step.output)
+                    self.assertTrue(step.output.startswith("owshow: error: " + message),
+                                    step.output)
+                    self.assertIn(remedy, step.output)
 
     def test_command_lines_that_make_no_sense(self):
         for words, reason in (
