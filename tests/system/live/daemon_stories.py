@@ -5,7 +5,7 @@ fail, and over many runs of the tool."""
 import shutil
 import sys
 
-from live import AS_ACCOUNT, DAEMON, DROP_INS, INIT, PID_FILE, STATE, LiveStory
+from live import AS_ACCOUNT, CONFIG, DAEMON, DROP_INS, INIT, PID_FILE, STATE, LiveStory
 
 NO_RIGHTS = "0000000000000000"
 
@@ -80,6 +80,35 @@ class Daemon(LiveStory):
             [f'<27|owcimomd|{DROP_INS}/bad.conf:1: there is no "="; the line is left out',
              "<30|owcimomd|ready", "<30|owcimomd|ended"],
         )
+
+    def test_is_as_confined_when_fennik_restarts_it(self):
+        look = f"echo $(grep -E '^(NoNewPrivs|Seccomp):' /proc/$(cat {PID_FILE})/status)"
+        out = self.shell(
+            f"{INIT} start >/dev/null; first=$(cat {PID_FILE}); {look};"
+            f"fennik --register --name x --username daemon || exit 91;"
+            f"test $first != $(cat {PID_FILE}) || exit 92; {look}; {INIT} stop >/dev/null"
+        )
+        self.assertEqual(out, "NoNewPrivs: 1 Seccomp: 2\n" * 2)
+
+    def test_goes_on_in_a_new_log_file_after_rotation(self):
+        logs = "/var/log/owcimomd-test"
+        out = self.shell(
+            f"""install -d -o owcimomd -g owcimomd -m 0750 {logs} || exit 90
+            echo owcimomd.log_file = {logs}/daemon.log >>{CONFIG}
+            {INIT} start >/dev/null
+            mv {logs}/daemon.log {logs}/daemon.log.1
+            runuser -u owcimomd -- sh -c 'kill -HUP "$(cat {PID_FILE})"' || exit 91
+            until [ -e {logs}/daemon.log ]; do sleep 0.05; done
+            fennik --register-namespace sample/a --name none --username root 2>/dev/null
+            fennik --register --name sample --username daemon || exit 92
+            stat -c '%U %a' {logs}/daemon.log; cat {logs}/daemon.log; echo ==; cat {logs}/daemon.log.1
+            {INIT} stop >/dev/null"""
+        )
+        new, _, old = out.partition("==\n")
+        self.assertTrue(new.startswith("owcimomd 600\n"), out)
+        self.assertIn("INFO the log was opened again\n", new)
+        self.assertRegex(new, r'INFO audit: done user="root" uid=0 operation=\w+ namespace="kov"')
+        self.assertNotIn("audit", old)
 
     def test_goes_on_when_clients_cannot_be_accepted(self):
         if shutil.which("strace") is None:
