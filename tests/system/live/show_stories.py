@@ -8,8 +8,9 @@ import pty
 import shutil
 import subprocess
 
-from live import CONFIG, INIT, REPOSITORY, SANDBOX, LiveStory
+from live import INIT, REPOSITORY, SANDBOX, LiveStory
 
+SOURCE = os.environ.get("KOV_SOURCE", "")
 CONTENT = r"""
 class Story_Zebra { [Key] string id; string text = "default"; };
 class Story_Ape : Story_Zebra { uint8 numbers[] = {1, 2}; };
