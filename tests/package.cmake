@@ -18,6 +18,10 @@ add_test(NAME package.build
 set_tests_properties(package.build PROPERTIES
   FIXTURES_SETUP package LABELS "system;package" TIMEOUT 300 SKIP_RETURN_CODE 77)
 
+add_test(NAME package.dependencies
+  COMMAND "${Python3_EXECUTABLE}" -B "${PACKAGE_TESTS}/dependencies_test.py" "${CMAKE_SOURCE_DIR}")
+set_tests_properties(package.dependencies PROPERTIES LABELS "system;package")
+
 foreach(STORY ${STORIES})
   string(REPLACE "test_" "" NAME "${STORY}")
   add_test(NAME "package.${NAME}"
