@@ -15,13 +15,14 @@
 #include "utilities/common/DaemonPause.hpp"
 #include "utilities/common/Repository.hpp"
 #include "utilities/kov-setup/Account.hpp"
-#include "utilities/kov-setup/Adoption.hpp"
 #include "utilities/kov-setup/Directories.hpp"
 #include "utilities/kov-setup/RepositoryBuilder.hpp"
+#include "utilities/ownership/Adoption.hpp"
 
 namespace KovSetup {
 
 using blocxx::Format;
+using blocxx::StringArray;
 
 namespace {
 
@@ -144,7 +145,7 @@ StringArray setUp(const Layout::Tree& tree, const String& schemaDirectory) {
     }
     makeDirectories(tree);
     if (account) {
-        append(done, adoptDirectories(tree, *account));
+        append(done, OwUtilities::adoptDirectories(tree, *account));
     }
     writeDefaultConfig(tree.path(Layout::CONFIG_FILE));
     if (!isThere) {
@@ -153,7 +154,7 @@ StringArray setUp(const Layout::Tree& tree, const String& schemaDirectory) {
     }
     const blocxx::File lock = OwUtilities::takeRunLock(tree.path(""));
     if (account) {
-        append(done, adoptRepository(tree.path(Layout::REPOSITORY), *account));
+        append(done, OwUtilities::adoptRepository(tree.path(Layout::REPOSITORY), *account));
     }
     append(done, bringUpToDate(tree, schema));
     return done;

@@ -76,6 +76,12 @@ class GoingLive(LiveStory):
             f"timeout 20 kov-setup; stat -c '%u' /var/opt/tarvo/secret {REPOSITORY}/ab")
         self.assertEqual(out, f'kov-setup: "{REPOSITORY}" is ready.\n12345\n12345\n')
 
+    def test_more_files_than_may_be_open_at_once(self):
+        out = self.shell(
+            f"cd {DROP_INS}; for n in $(seq 1100); do echo x >$n.conf; done; chmod 666 *.conf;"
+            "(ulimit -n 256; kov-setup | wc -l); stat -c %a *.conf | sort -u")
+        self.assertEqual(out, "1101\n644\n")
+
     def test_link_in_the_place_of_a_directory_is_refused(self):
         out = self.shell(
             f"mkdir /var/opt/tarvo/elsewhere; rm -r {PRIVILEGES};"

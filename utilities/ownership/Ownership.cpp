@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "utilities/kov-setup/Ownership.hpp"
+#include "utilities/ownership/Ownership.hpp"
 
 #include <acl/libacl.h>
 #include <dirent.h>
@@ -15,7 +15,7 @@
 #include "blocxx/Exception.hpp"
 #include "blocxx/Format.hpp"
 
-namespace KovSetup {
+namespace OwUtilities {
 
 using blocxx::Format;
 using Identity = blocxx::Process::Identity;
@@ -70,16 +70,30 @@ Acl listFor(const Identity& account, bool forNewFiles) {
 
 }  // namespace
 
-OwnedFile OwnedFile::directory(const String& path) {
-    blocxx::File file(
-        ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY));
-    if (!file) {
-        failed("open the directory", path);
+void Adjustment::add(OwnershipDeviation deviation) {
+    if (m_found.insert(deviation.text).second) {
+        m_deviations.push_back(std::move(deviation));
     }
-    return {path, std::move(file)};
 }
 
-std::optional<OwnedFile> OwnedFile::file(const String& name) const {
+std::optional<OwnedFile> OwnedFile::directory(const String& path, Adjustment& adjustment) {
+    blocxx::File file(
+        ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY));
+    if (file) {
+        return OwnedFile(path, std::move(file));
+    }
+    if (!adjustment.onlyLooks() || (errno != ENOENT && errno != ENOTDIR && errno != ELOOP)) {
+        failed("open the directory", path);
+    }
+    const bool isMissing = errno == ENOENT;
+    adjustment.add(
+        {path,
+         Format(isMissing ? "the directory \"%1\" is missing" : "\"%1\" is not a directory", path),
+         isMissing ? OwnershipDeviation::Kind::MISSING : OwnershipDeviation::Kind::NO_DIRECTORY});
+    return std::nullopt;
+}
+
+std::optional<OwnedFile> OwnedFile::file(const String& name, Adjustment& adjustment) const {
     const String path = m_path + "/" + name;
     blocxx::File file(
         ::openat(fd(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
@@ -93,6 +107,11 @@ std::optional<OwnedFile> OwnedFile::file(const String& name) const {
     if (!S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
+    if (status.st_nlink != 1 && adjustment.onlyLooks()) {
+        adjustment.add({path, Format("\"%1\" has a second name, perhaps elsewhere", path),
+                        OwnershipDeviation::Kind::SECOND_NAME});
+        return std::nullopt;
+    }
     if (status.st_nlink != 1) {
         BLOCXX_THROW(blocxx::Exception,
                      Format("\"%1\" has a second name, so whose file it is cannot be told. Remove "
@@ -102,14 +121,13 @@ std::optional<OwnedFile> OwnedFile::file(const String& name) const {
     return OwnedFile(path, std::move(file));
 }
 
-std::vector<OwnedFile> OwnedFile::files() const {
-    std::vector<OwnedFile> found;
+void OwnedFile::eachFile(const std::function<void(OwnedFile&)>& action,
+                         Adjustment& adjustment) const {
     for (const String& name : fileNames()) {
-        if (auto opened = file(name)) {
-            found.push_back(std::move(*opened));
+        if (auto opened = file(name, adjustment)) {
+            action(*opened);
         }
     }
-    return found;
 }
 
 StringArray OwnedFile::fileNames() const {
@@ -134,46 +152,58 @@ StringArray OwnedFile::fileNames() const {
     return names;
 }
 
-void OwnedFile::setOwner(const Identity& owner, const String& name, StringArray& done) {
+void OwnedFile::setOwner(const Identity& owner, const String& name, Adjustment& adjustment) {
     const struct stat status = statusOf(fd(), m_path);
     if (status.st_uid == owner.uid && status.st_gid == owner.gid) {
         return;
+    }
+    if (adjustment.onlyLooks()) {
+        return adjustment.add({m_path, Format("\"%1\" does not belong to %2", m_path, name)});
     }
     if (::fchown(fd(), owner.uid, owner.gid) != 0) {
         BLOCXX_THROW_ERRNO(blocxx::Exception,
                            Format("cannot give \"%1\" to the account \"%2\"", m_path, name));
     }
-    done.push_back(Format("\"%1\" belongs to %2 now", m_path, name));
+    adjustment.addChange(Format("\"%1\" belongs to %2 now", m_path, name));
 }
 
-void OwnedFile::setMode(mode_t mode, StringArray& done) {
-    if ((statusOf(fd(), m_path).st_mode & PERMISSIONS) == mode) {
+void OwnedFile::setMode(mode_t mode, Adjustment& adjustment) {
+    const mode_t present = statusOf(fd(), m_path).st_mode & PERMISSIONS;
+    if (present == mode) {
         return;
+    }
+    if (adjustment.onlyLooks()) {
+        return adjustment.add({m_path, Format("\"%1\" has the mode %2 instead of %3", m_path,
+                                              octal(present), octal(mode))});
     }
     if (::fchmod(fd(), mode) != 0) {
         failed("set the mode of", m_path);
     }
-    done.push_back(Format("\"%1\" has the mode %2 now", m_path, octal(mode)));
+    adjustment.addChange(Format("\"%1\" has the mode %2 now", m_path, octal(mode)));
 }
 
-void OwnedFile::protect(StringArray& done) {
-    setMode(statusOf(fd(), m_path).st_mode & PERMISSIONS & ~WRITABLE_FOR_OTHERS, done);
+void OwnedFile::protect(Adjustment& adjustment) {
+    setMode(statusOf(fd(), m_path).st_mode & PERMISSIONS & ~WRITABLE_FOR_OTHERS, adjustment);
 }
 
-void OwnedFile::letRead(const Identity& account, const String& name, StringArray& done) {
+void OwnedFile::letRead(const Identity& account, const String& name, Adjustment& adjustment) {
     const Acl wanted = listFor(account, false);
     const Acl present(acl_get_fd(fd()));
     if ((statusOf(fd(), m_path).st_mode & S_IROTH) != 0 ||
         (present && acl_cmp(present.get(), wanted.get()) == 0)) {
         return;
     }
+    if (adjustment.onlyLooks()) {
+        return adjustment.add({m_path, Format("%1 may not read \"%2\"", name, m_path)});
+    }
     if (acl_set_fd(fd(), wanted.get()) != 0) {
         failed("set the access list of", m_path);
     }
-    done.push_back(Format("%1 may read \"%2\" now", name, m_path));
+    adjustment.addChange(Format("%1 may read \"%2\" now", name, m_path));
 }
 
-void OwnedFile::letReadNewFiles(const Identity& account, const String& name, StringArray& done) {
+void OwnedFile::letReadNewFiles(const Identity& account, const String& name,
+                                Adjustment& adjustment) {
     // There is no call for a default list that takes a descriptor.
     const String self = Format("/proc/self/fd/%1", fd());
     const Acl wanted = listFor(account, true);
@@ -181,10 +211,14 @@ void OwnedFile::letReadNewFiles(const Identity& account, const String& name, Str
     if (present && acl_cmp(present.get(), wanted.get()) == 0) {
         return;
     }
+    if (adjustment.onlyLooks()) {
+        return adjustment.add(
+            {m_path, Format("%1 may not read every new file in \"%2\"", name, m_path)});
+    }
     if (acl_set_file(self.c_str(), ACL_TYPE_DEFAULT, wanted.get()) != 0) {
         failed("set the default access list of", m_path);
     }
-    done.push_back(Format("%1 may read new files in \"%2\" now", name, m_path));
+    adjustment.addChange(Format("%1 may read new files in \"%2\" now", name, m_path));
 }
 
-}  // namespace KovSetup
+}  // namespace OwUtilities

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Takes over an installation whose files somebody else has made, such as a staged tree that an
-// image or a package has brought to this machine.
+// image or a package has brought to this machine; or tells in what they differ.
 #pragma once
 
 #include "blocxx/Process.hpp"
 #include "layout/Layout.hpp"
+#include "utilities/ownership/Ownership.hpp"
 
-namespace KovSetup {
-
-using blocxx::String;
-using blocxx::StringArray;
+namespace OwUtilities {
 
 // Both change nothing that is as it should be, and no content. They return a line for each change,
 // and throw blocxx::Exception for a file that must not be handed over, such as one with a second
@@ -22,4 +20,9 @@ StringArray adoptDirectories(const Layout::Tree& tree, const blocxx::Process::Id
 /// Gives the repository to the account.
 StringArray adoptRepository(const String& directory, const blocxx::Process::Identity& account);
 
-}  // namespace KovSetup
+/// What these would change, or refuse because of a second name. Changes nothing. Throws
+/// blocxx::Exception when something cannot be looked at.
+std::vector<OwnershipDeviation> ownershipDeviations(const Layout::Tree& tree,
+                                                    const blocxx::Process::Identity& account);
+
+}  // namespace OwUtilities
