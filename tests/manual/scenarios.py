@@ -177,6 +177,8 @@ SCENARIOS = {
         Shown(CONFIG, "# /etc", "/etc/opt/tarvo/kov/openwbem/openwbem.conf"),
         Typed(CONFIG, "/opt/tarvo/kov/sbin/tarvo-owcimomd_init restart", "was started"),
         Prepare(f"grep -q ready {STATE}/owcimomd.log"),
+        Typed(DAEMON, "cd /var/opt/tarvo/kov/openwbem"),
+        Prepare(f"until test -e {STATE}/owcimomd.log; do sleep 0.1; done; owcimomd --ping"),
         Typed(CONFIG, "echo", "sample.events_kept_days = 14\n"),
     ],
     "daemon": [
