@@ -98,6 +98,7 @@ _kov_offer_operands() {
         owmofc)
             [[ " ${COMP_WORDS[*]} " == *" --delete-"* ]] || compopt -o default
             ;;
+        owshow) [[ " ${COMP_WORDS[*]} " == *" --products "* ]] && _kov_offer_products ;;
         tarvo-owcimomd_init) _kov_offer start stop restart try-restart force-reload status ;;
         *) return 1 ;;
     esac

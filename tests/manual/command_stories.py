@@ -2,7 +2,9 @@
 """The commands of the manual pages and of the documents work as they are written there. Each is
 either typed in a scenario, or listed with the reason why not."""
 
+import re
 import shlex
+import shutil
 import unittest
 
 from commands import blocks, blocks_of, is_form
@@ -19,6 +21,8 @@ done
 cd /root
 """
 END = "\x1f"
+# Other programs that a machine may not have.
+NEEDED = {"dot"}
 
 
 def typed_commands(block):
@@ -53,6 +57,9 @@ def script_of(step):
 class Commands(LiveStory):
     def play(self, steps):
         self.need_daemon()
+        for program in NEEDED.intersection(re.findall(r"\w+", " ".join(map(script_of, steps)))):
+            if shutil.which(program) is None:
+                self.skipTest(f"{program} is not installed")
         script = SURROUNDINGS
         for step in steps:
             command = shlex.quote(script_of(step))
@@ -64,6 +71,8 @@ class Commands(LiveStory):
             self.assertEqual(status, "0", f"{script_of(step)}\n{output}")
             if isinstance(step, Typed):
                 self.assertIn(step.says, output, script_of(step))
+                shown = block_of(step).output
+                self.assertIn(shown, (None, output), script_of(step))
         self.assertEqual(len(said) // 2, len(steps))
 
 

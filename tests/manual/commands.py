@@ -21,11 +21,12 @@ FORM = re.compile(r"\[(-|[A-Z]{2}|options)|\.\.\.|"
 
 @dataclass(frozen=True)
 class Block:
-    """Commands that stand together."""
+    """Commands that stand together, and in a transcript what they print."""
 
     page: str
     section: str
     commands: tuple
+    output: str | None
 
 
 def documents():
@@ -49,10 +50,13 @@ def is_ours(line):
         ("/opt/tarvo/kov/bin/", "/opt/tarvo/kov/sbin/", "scripts/", "examples/", "build/stage/"))
 
 
-def without_output(lines):
-    """What was typed in a transcript: the lines with a prompt. Other blocks stay as they are."""
+def parted(lines):
+    """What was typed in a transcript, the lines with a prompt, and what was printed. Other blocks
+    show nothing that is printed."""
+    if not any(line.startswith("$ ") for line in lines):
+        return lines, None
     typed = [line[2:] for line in lines if line.startswith("$ ")]
-    return typed or lines
+    return typed, "".join(line + "\n" for line in lines if not line.startswith("$ "))
 
 
 def is_form(command):
@@ -112,8 +116,8 @@ def blocks():
     found = []
     for page in page_names() + documents():
         for section, lines in blocks_of(page):
-            lines = without_output(lines)
+            lines, output = parted(lines)
             if lines and (first_word(lines[0]) in SHELL or any(map(is_ours, lines))):
                 commands = [line for line in joined(lines) if line.strip()]
-                found.append(Block(page, section, tuple(commands)))
+                found.append(Block(page, section, tuple(commands), output))
     return found

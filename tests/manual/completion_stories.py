@@ -75,10 +75,11 @@ class Completion(LiveStory):
     def test_products_are_offered_quoted(self):
         start = register(NAMES) + f"\n{INIT} start </dev/null >/dev/null\n"
         found = self.offered(
-            start, ["fennik", "--deregister", "--name", ""], ["fennik", "--name", "="],
+            start, ["fennik", "--deregister", "--name", ""], ["owshow", "--products", ""],
+            ["fennik", "--name", "="],
             ["fennik", "--name", "=", "sam"], ["fennik", "--name", "two\\ "])
-        self.assertEqual(found[1], found[0])
-        self.assertEqual(found[2:], [["sample"], ["two\\ words"]])
+        self.assertEqual(found[1:3], [found[0]] * 2)
+        self.assertEqual(found[3:], [["sample"], ["two\\ words"]])
         # What the shell makes of each word is the name, and nothing is run.
         words = run(["bash", "-c", "\n".join(f"printf '%s\\n' {word}" for word in found[0])],
                     cwd=self.root)

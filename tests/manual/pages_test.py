@@ -202,7 +202,7 @@ class Formats(unittest.TestCase):
 
 
 # Pages of programs that are not part of every build.
-COMING = {"owshow", "kov-verify"}
+COMING = {"kov-verify"}
 
 if __name__ == "__main__":
     unittest.main()

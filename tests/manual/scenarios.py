@@ -47,6 +47,7 @@ DAEMON = "packaging/man/owcimomd.8"
 DELETE_INSTANCE = "packaging/man/owdeleteinstance.1"
 DELETE_NAMESPACE = "packaging/man/owdeletenamespace.1"
 OWMOFC = "packaging/man/owmofc.1"
+SHOW = "packaging/man/owshow.1"
 INIT = "packaging/man/tarvo-owcimomd_init.8"
 
 START = Prepare("tarvo-owcimomd_init start </dev/null")
@@ -195,6 +196,21 @@ SCENARIOS = {
         Typed("docs/init-script.md", "ln -s"),
         Prepare("/etc/init.d/tarvo-owcimomd start </dev/null; tarvo-owcimomd_init stop"),
         Typed("docs/init-script.md", "cp /opt/tarvo/kov/share/systemd"),
+    ],
+    "looking": [
+        PRODUCT,
+        Typed(SHOW, "owshow --products sample", "sample\n  users\n    sampleadm\n"),
+        Prepare("grep -q 'class SAMPLE_Disk' inventory.mof"),
+        Typed("docs/owshow.md", "owshow --namespaces"),
+        Typed("docs/owshow.md", "owshow 'sample/inventory"),
+        Typed("docs/owshow.md", "owshow -n sample/inventory --mof", "5 classes"),
+        Typed("docs/owshow.md", "owshow --products sample"), START,
+        Typed("docs/owshow.md", "owshow --products sample"),
+    ],
+    "drawing": [
+        PRODUCT, Typed(SHOW, "owshow --dot"), Prepare("grep -q '<svg' products.svg"),
+        Typed("docs/owshow.md", "owshow --products sample --dot"),
+        Prepare("grep -q sampleadm sample.svg"),
     ],
     "deleting_instances": [
         PRODUCT,
