@@ -255,11 +255,16 @@ SCENARIOS = {
 
 BUILDS = "it builds everything, which is what runs this test"
 LONG = "it takes minutes to hours; a test runs a sample of it"
+PACKAGES = "it builds everything again; package.build makes the package of a finished build"
 # By page and command.
 NOT_TRIED = {
     ("README.md", "scripts/demo"): "it builds everything; continuous integration runs it",
     ("README.md", "scripts/sandbox"): "it opens a shell; every scenario runs in a sandbox",
     ("README.md", "scripts/test"): BUILDS,
+    ("README.md", "scripts/package"): PACKAGES,
+    ("docs/packaging.md", "scripts/package"): PACKAGES,
+    ("docs/packaging.md", "cmake -G Ninja -S . -B build -DKOV_TESTS=OFF && ninja -C build && "
+     "DESTDIR=X cmake --install build"): BUILDS,
     ("docs/development.md", "cmake -G Ninja -S . -B build && ninja -C build"): BUILDS,
     ("docs/development.md", "DESTDIR=$PWD/build/stage cmake --install build"): BUILDS,
     ("docs/development.md",
