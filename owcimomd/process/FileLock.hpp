@@ -8,9 +8,10 @@
 namespace OwCimomd {
 
 /// From now on this process may write, create and remove regular files only below these
-/// directories, and execute none. Reading is not restricted, nor are descriptors that are open. A
-/// directory that cannot be opened is left out. Returns 0, or an errno and changes nothing, ENOSYS
-/// or EOPNOTSUPP where the kernel has no Landlock. The process must have renounced new privileges.
+/// directories, and make nothing else. Reading is not restricted, nor are descriptors that are
+/// open. A directory that cannot be opened is left out. Returns 0, or an errno and changes nothing,
+/// ENOSYS or EOPNOTSUPP where the kernel has no Landlock. The process must have renounced new
+/// privileges.
 int lockFiles(const blocxx::StringArray& writable) noexcept;
 
 }  // namespace OwCimomd
