@@ -2,6 +2,7 @@
 """A newer schema comes to a machine: kov-setup brings the repository up to date, with and without a
 running daemon."""
 
+from harness import can_trace
 from live import REPOSITORY, LiveStory
 
 SCHEMA = "/var/opt/tarvo/schema"
@@ -62,3 +63,17 @@ class Upgrade(LiveStory):
             '"KOV_Product" in the namespace "kov": the change would make instances of class '
             'KOV_Product invalid: they have the property "Usernames". Remove what stands in the way '
             "and run kov-setup again, or install the former version again\n1\nsample\n0\n")
+
+    def test_daemon_opens_what_a_killed_run_leaves(self):
+        self.need_daemon()
+        if not can_trace():
+            self.skipTest("programs cannot be traced here (strace)")
+        for call in ("pwrite64", "fdatasync", "unlinkat"):
+            with self.subTest(call=call):
+                out = self.shell(
+                    f"rm -rf {SCHEMA}; {NEWER} echo 'class KOV_{call} {{}};' >>{SCHEMA}/kov.mof;"
+                    "fennik --register --name sample --username nobody;"
+                    f"strace -f -qq -o /dev/null -e inject={call}:signal=SIGKILL {UPGRADE} >/dev/null 2>&1;"
+                    f"ls {REPOSITORY}; " + START + f"fennik --list-registered-products; {UPGRADE} | tail -1;"
+                    "tarvo-owcimomd_init stop >/dev/null; fennik --deregister --name sample")
+                self.assertEqual(out, "repository.db\nrepository.db-journal\nsample\n" + READY)
