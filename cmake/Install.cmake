@@ -12,7 +12,7 @@ foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owshow)
     add_dependencies(programs ${PROGRAM})
   endif()
 endforeach()
-foreach(PROGRAM owcimomd kov-setup)
+foreach(PROGRAM owcimomd kov-setup kov-verify)
   if(TARGET ${PROGRAM})
     install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/sbin)
     add_dependencies(programs ${PROGRAM})
@@ -25,7 +25,7 @@ install(FILES packaging/systemd/tarvo-owcimomd.service
 install(FILES packaging/man/owmofc.1 packaging/man/owdeleteinstance.1
               packaging/man/owdeletenamespace.1 packaging/man/owshow.1
         DESTINATION /opt/tarvo/kov/share/man/man1)
-install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8
+install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8 packaging/man/kov-verify.8
         DESTINATION /opt/tarvo/kov/share/man/man8)
 install(FILES packaging/man/owcimomd.8 packaging/man/tarvo-owcimomd_init.8
         DESTINATION /opt/tarvo/kov/share/man/man8)

@@ -130,14 +130,6 @@ void writeAndClose(blocxx::File& file, const String& path, const String& content
     blocxx::FileSystem::syncName(path);
 }
 
-String allowedUsersLine(const StringArray& userNames) {
-    String line = "owcimomd.allowed_users =";
-    for (const String& user : userNames) {
-        line += " " + user;
-    }
-    return line + "\n";
-}
-
 void writeAllowedUsersFile(const String& productName, const StringArray& userNames,
                            const String& prefix, CleanupActions_t& undo) {
     const String path = ProductPaths::allowedUsersFile(productName, prefix);
@@ -162,6 +154,14 @@ private:
 };
 
 }  // namespace
+
+String allowedUsersLine(const StringArray& userNames) {
+    String line = "owcimomd.allowed_users =";
+    for (const String& user : userNames) {
+        line += " " + user;
+    }
+    return line + "\n";
+}
 
 // 1. Create the instance, uncommitted. 2. Write the file. 3. Commit: the commit point. A run killed
 // before it leaves at most the file, which the next attempt to register names in its error.

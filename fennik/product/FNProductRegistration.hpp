@@ -25,6 +25,9 @@ void registerProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& pr
 void deregisterProduct(const OpenWBEM::CIMOMHandleIFCRef& handle, const String& productName,
                        const String& prefix, CleanupActions_t& undo);
 
+/// The whole content of the file that lets these users connect.
+String allowedUsersLine(const StringArray& userNames);
+
 /// The names of all products, in the CIMOM's order.
 StringArray listRegisteredProducts(const OpenWBEM::CIMOMHandleIFCRef& handle);
 

@@ -11,8 +11,6 @@ namespace blocxx {
 
 namespace {
 
-constexpr int FAILED = 1;
-
 String usage(const Program& program) {
     return String("Usage: ") + program.name + " " + program.synopsis + "\n\n" +
            program.description + "\n\n" + CmdLineParser::getUsage(program.options, 80);
@@ -70,11 +68,11 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
     } catch (const UsageException& e) {
         return printUsageError(program, e.getMessage());
     } catch (const Exception& e) {
-        return printError(program, e.getMessage(), FAILED);
+        return printError(program, e.getMessage(), program.failureStatus);
     } catch (const std::exception& e) {
-        return printError(program, e.what(), FAILED);
+        return printError(program, e.what(), program.failureStatus);
     } catch (...) {
-        return printError(program, "unknown error", FAILED);
+        return printError(program, "unknown error", program.failureStatus);
     }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The main program of a command line tool: the options that all have, the command line, and
-// failures. A failure is one text on standard error and exit status 1.
+// failures. A failure is one text on standard error and an exit status, usually 1.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"
@@ -37,6 +37,8 @@ struct Program {
     int (*work)(const CmdLineParser& parser);
     /// The exit status for a usage error.
     int usageErrorStatus = 2;
+    /// The exit status for a failure.
+    int failureStatus = 1;
 };
 
 /// Parses the command line and carries it out, with the umask 077. Returns the exit status.

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "utilities/kov-verify/Verification.hpp"
+
+#include <optional>
+
+#include "blocxx/Format.hpp"
+#include "fennik/cimom/FNHandles.hpp"
+#include "openwbem/model/CIMException.hpp"
+#include "openwbem/repository/OpenRepository.hpp"
+#include "utilities/common/DaemonPause.hpp"
+#include "utilities/kov-verify/Installation.hpp"
+#include "utilities/kov-verify/Namespaces.hpp"
+#include "utilities/kov-verify/Orphans.hpp"
+#include "utilities/kov-verify/ProductFiles.hpp"
+#include "utilities/kov-verify/Providers.hpp"
+
+namespace KovVerify {
+
+using blocxx::Format;
+
+namespace {
+
+/// The repository, through the daemon when that has it.
+class Source {
+public:
+    explicit Source(const Context& context) {
+        if (context.isServed) {
+            m_served = KOVNS2::GetClientHandle();
+        } else {
+            m_own.emplace(context.tree.path(Layout::REPOSITORY));
+        }
+    }
+
+    OpenWBEM::CIMOMHandleIFCRef handle() const {
+        return m_own ? m_own->handle() : m_served->GetHandle();
+    }
+    bool isOwn() const noexcept { return m_own.has_value(); }
+    void check() const { m_own->repository().check(); }
+
+private:
+    KOVNS2::CIMOMHandleWrapperRef m_served;
+    std::optional<OpenWBEM::OpenRepository> m_own;
+};
+
+String nameOf(const CIMInstance& product) {
+    return product.getPropertyValue("Name").toString();
+}
+
+/// Checks the repository's file. A damaged one cannot tell what should be there.
+bool passesCheck(Context& context, const Source& source) {
+    try {
+        source.check();
+    } catch (const OpenWBEM::CIMException& e) {
+        const String path = context.tree.path(Layout::REPOSITORY);
+        context.findings.add(String(e.getMessage()) + "; products were not looked at",
+                             "mv -T " + Commands::word(path) + " " +
+                                 Commands::word(path + ".damaged") + " && cp -aT BACKUP " +
+                                 Commands::word(path));
+        return false;
+    }
+    return true;
+}
+
+void checkProduct(Context& context, const CIMInstance& product) {
+    const String name = nameOf(product);
+    context.findings.beginSection(Format("product \"%1\"", name));
+    checkProductFiles(context, product);
+    checkNamespaces(context, name);
+    checkProviders(context, name);
+}
+
+/// Returns how many products were looked at.
+size_t checkProducts(Context& context, const String& only) {
+    std::map<String, CIMInstance> products;
+    std::set<String> names;
+    for (const CIMInstance& product :
+         context.handle->enumInstancesA(Layout::KOV_NS, "KOV_Product")) {
+        names.insert(nameOf(product));
+        if (only.empty() || nameOf(product) == only) {
+            products.emplace(nameOf(product), product);
+        }
+    }
+    if (!only.empty() && products.empty()) {
+        BLOCXX_THROW(blocxx::Exception, Format("the product \"%1\" is not registered; \"fennik "
+                                               "--list-registered-products\" lists those that are",
+                                               only));
+    }
+    readNamespaces(context);
+    for (const auto& [name, product] : products) {
+        checkProduct(context, product);
+    }
+    if (only.empty()) {
+        context.findings.beginSection("no product");
+        checkOrphans(context, names);
+    }
+    return products.size();
+}
+
+}  // namespace
+
+Outcome verify(const String& prefix, const String& product) {
+    Context context(prefix, prefix.empty() && OwUtilities::isDaemonRunning());
+    Outcome outcome;
+    context.findings.beginSection("installation");
+    lookAtOwnership(context);
+    if (checkLeftOvers(context)) {
+        const Source source(context);
+        context.handle = source.handle();
+        if (!source.isOwn() || passesCheck(context, source)) {
+            outcome.products = checkProducts(context, product);
+        }
+        outcome.isRepositoryChecked = source.isOwn();
+    }
+    if (product.empty()) {
+        context.findings.beginSection("installation");
+        checkConfiguration(context);
+    }
+    outcome.findings = std::move(context.findings);
+    return outcome;
+}
+
+}  // namespace KovVerify
