@@ -48,6 +48,7 @@ DELETE_INSTANCE = "packaging/man/owdeleteinstance.1"
 DELETE_NAMESPACE = "packaging/man/owdeletenamespace.1"
 OWMOFC = "packaging/man/owmofc.1"
 SHOW = "packaging/man/owshow.1"
+VERIFY = "packaging/man/kov-verify.8"
 INIT = "packaging/man/tarvo-owcimomd_init.8"
 
 START = Prepare("tarvo-owcimomd_init start </dev/null")
@@ -191,6 +192,11 @@ SCENARIOS = {
     ],
     "daemon_of_a_staged_tree": [
         STAGE, Typed(DAEMON, "timeout", "owcimomd: ready\n"),
+    ],
+    "verifying": [
+        PRODUCT, Typed(VERIFY, "kov-verify", "kov-verify: everything is as registered"),
+        Typed(VERIFY, "kov-verify --name sample", "kov-verify: everything is as registered"),
+        START, Typed("docs/kov-verify.md", "kov-verify"),
     ],
     "removing_the_programs": [
         Typed("docs/administration.md", "rm -rf /opt/tarvo/kov"),
