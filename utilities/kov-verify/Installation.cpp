@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "utilities/kov-verify/Installation.hpp"
 
+#include <fcntl.h>
+
+#include <array>
+
+#include "blocxx/File.hpp"
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
 #include "openwbem/repository/CIMRepository.hpp"
@@ -46,6 +51,17 @@ bool reportMisplacedRepository(Context& context) {
     return true;
 }
 
+/// Whether the header of the repository's file says that there is a log beside it. An empty log
+/// beside another file means nothing.
+bool hasLog(const String& path) {
+    constexpr size_t FORMAT = 18;  // where SQLite keeps it
+    constexpr char LOGGED = 2;
+    std::array<char, FORMAT + 1> header{};
+    blocxx::File file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file.read(header.data(), header.size()) == static_cast<ssize_t>(header.size()) &&
+           header[FORMAT] == LOGGED;
+}
+
 /// Opening the repository would bring the file back into its plain form: that is a change.
 bool reportJournal(Context& context) {
     const String file =
@@ -53,9 +69,8 @@ bool reportJournal(Context& context) {
     bool found = false;
     for (const char* ending : {"-journal", "-wal"}) {
         const PlacedFile journal(file + ending);
-        const bool isLog = std::string_view(ending) == "-wal";
-        // A journal without content is none. A log without content tells that there was a daemon.
-        if (!journal.isMissing() && (isLog || journal.size() > 0)) {
+        const bool isLogged = std::string_view(ending) == "-wal" && hasLog(file);
+        if (!journal.isMissing() && (journal.size() > 0 || isLogged)) {
             found = true;
             context.findings.add(
                 Format("\"%1\" is left over: a run or the daemon was killed, and the next opening "

@@ -16,7 +16,7 @@ DISKS = f"{PRIVILEGES}/oop1-sample_disks"
 START_DISKS = f"{PRIVILEGES}/owcimomd/oop1-sample_disks"
 FENNIK_STATE = "/var/opt/tarvo/kov"
 # What an administrator has to fill in.
-FILLED_IN = {" LIST": " /opt/sample/share/providers.list",
+FILLED_IN = {" BACKUP": " /var/opt/tarvo/backup", " LIST": " /opt/sample/share/providers.list",
              " FILE": "".join(f" /opt/sample/share/{name}.mof" for name in ("disks", "services", "events"))}
 ALL_IS_WELL = "kov-verify: everything is as registered; products: 1.\n"
 RIGHT = 'root/security:OpenWBEM_UserACL.nspace="{}",username="{}"'
@@ -31,7 +31,7 @@ mend() {{
     grep '^      ' "$work/said" | sed '{FILL_IN}' |
         awk '!seen[$0]++' >"$work/commands"
     while IFS= read -r command; do
-        bash -c "$command" >"$work/log" 2>&1 </dev/null || {{ echo "failed: $command"; cat "$work/log"; }}
+        bash -c "$command" >"$work/log" 2>&1 </dev/null || {{ echo "COMMAND FAILED: $command"; cat "$work/log"; }}
     done <"$work/commands"
 }}
 """
@@ -58,7 +58,7 @@ class Verifying(LiveStory):
         for line, begin in zip(found, expected):
             self.assertEqual(line[:len(begin)], begin, result.out)
         self.assertIn("status 1\n", said[0])
-        self.assertNotIn("failed: ", result.out)
+        self.assertNotIn("COMMAND FAILED", result.out)
         self.assertTrue(end.startswith("kov-verify: everything is as registered; "), result.out)
         self.assertTrue(end.endswith("\n0\n"), result.out)
 
@@ -221,6 +221,30 @@ class Verifying(LiveStory):
             f"{INIT} start >/dev/null 2>&1 </dev/null; fennik --register-namespace sample/more --name sample --username x;"
             f"kill -KILL $(cat {STATE}/owcimomd.pid); sleep 1",
             f'"{REPOSITORY}/repository.db-wal" is left over: a run or the daemon was killed')
+
+    def test_empty_log_of_a_daemon_that_was_killed_early(self):
+        self.need_daemon()
+        log = f"{REPOSITORY}/repository.db-wal"
+        self.tell(
+            f"{INIT} start >/dev/null 2>&1 </dev/null; kill -KILL $(cat {STATE}/owcimomd.pid); sleep 1",
+            f'"{log}" is left over: a run or the daemon was killed')
+        out = self.shell(f"{INSTALL}; setpriv --reuid=owcimomd --regid=owcimomd --clear-groups sh -c 'umask 77;"
+                         f"touch {log}'; kov-verify")
+        self.assertEqual(out, ALL_IS_WELL, "an empty log that no file has means nothing")
+
+    def test_damaged_repository(self):
+        backup = "/var/opt/tarvo/backup"
+        self.tell(
+            f"cp -a {REPOSITORY} {backup}; size=$(stat -c %s {REPOSITORY}/repository.db);"
+            f"dd if=/dev/zero of={REPOSITORY}/repository.db bs=1 seek=$((size / 2)) count=3000 "
+            "conv=notrunc 2>/dev/null",
+            f'failed: The repository "{REPOSITORY}/repository.db" cannot be used: the file is damaged')
+
+    def test_second_name_of_the_repository_while_the_daemon_runs(self):
+        self.need_daemon()
+        self.tell(
+            f"{INIT} start >/dev/null 2>&1 </dev/null; ln {REPOSITORY}/repository.db "
+            "/var/opt/tarvo/second", f'"{REPOSITORY}/repository.db" has a second name')
 
     def test_records_of_nobody(self):
         self.tell(
