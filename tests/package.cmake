@@ -16,7 +16,7 @@ string(REPLACE "\n" ";" STORIES "${STORIES}")
 add_test(NAME package.build
   COMMAND "${PACKAGE_TESTS}/build_test.sh" "${CMAKE_SOURCE_DIR}" "${CMAKE_BINARY_DIR}" "${PACKAGE_DIR}")
 set_tests_properties(package.build PROPERTIES
-  FIXTURES_SETUP package LABELS "system;package" TIMEOUT 300 SKIP_RETURN_CODE 77)
+  FIXTURES_SETUP package LABELS "system;package" TIMEOUT 600 SKIP_RETURN_CODE 77)
 
 add_test(NAME package.dependencies
   COMMAND "${Python3_EXECUTABLE}" -B "${PACKAGE_TESTS}/dependencies_test.py" "${CMAKE_SOURCE_DIR}")

@@ -52,8 +52,10 @@ class PackageStory(unittest.TestCase):
         return self.run_ok(f"dpkg -i {package()}")
 
     def next_version(self):
-        """The same package, with a later version."""
+        """The same package, with a later version and a class more in its schema."""
         self.run_ok(f"dpkg-deb -R {package()} /tmp/next")
+        with open(f"/tmp/next{PROGRAMS}/share/openwbem/kov.mof", "a", encoding="utf-8") as schema:
+            schema.write("class KOV_Next { [Key] string Name; };\n")
         self.run_ok("sed -i 's/^Version: .*/&+next1/' /tmp/next/DEBIAN/control")
         self.run_ok("dpkg-deb -Zgzip -z1 -b /tmp/next /tmp/next.deb")
         return "/tmp/next.deb"
@@ -66,6 +68,12 @@ class PackageStory(unittest.TestCase):
     def assert_runs(self):
         self.assertIsNotNone(self.daemon(), shell(f"{INIT} status").stdout)
         self.run_ok(f"{PROGRAMS}/sbin/owcimomd --ping")
+
+    def wait_for(self, condition, what):
+        end = time.monotonic() + 30
+        while not condition():
+            self.assertLess(time.monotonic(), end, f"waiting for {what}")
+            time.sleep(0.1)
 
     def registered(self):
         return [self.run_ok(f"fennik {command}") for command in
@@ -114,6 +122,7 @@ class PackageStory(unittest.TestCase):
         self.assert_runs()
         self.assertNotEqual(self.daemon(), before)
         self.assertEqual(self.registered(), registered)
+        self.run_ok("echo 'class KOV_AfterNext : KOV_Next {};' | owmofc -n kov -")
         self.assertEqual(pathlib.Path(CONFIG).read_text(encoding="utf-8"),
                          "owcimomd.log_level = debug\n")
         self.assertEqual(self.run_ok("kov-setup"),
@@ -179,9 +188,9 @@ class PackageStory(unittest.TestCase):
 
     def test_purging_touches_nothing_outside_and_no_other_product(self):
         os.makedirs("/etc/opt/tarvo/other")
-        os.makedirs("/precious/mounted")
+        os.makedirs("/precious/directory")
         pathlib.Path("/precious/file").write_text("kept\n", encoding="utf-8")
-        pathlib.Path("/precious/mounted/file").write_text("kept\n", encoding="utf-8")
+        pathlib.Path("/precious/directory/file").write_text("kept\n", encoding="utf-8")
         self.install()
         for name in (STATE + "/to-a-directory", LOGS + "/to-a-directory"):
             os.symlink("/precious", name)
@@ -189,8 +198,8 @@ class PackageStory(unittest.TestCase):
         self.assertFalse(os.path.lexists("/var/opt/tarvo"))
         self.assertFalse(os.path.lexists(LOGS))
         self.assertEqual(os.listdir("/etc/opt/tarvo"), ["other"])
-        self.assertEqual(sorted(os.listdir("/precious")), ["file", "mounted"])
-        self.assertEqual(os.listdir("/precious/mounted"), ["file"])
+        self.assertEqual(sorted(os.listdir("/precious")), ["directory", "file"])
+        self.assertEqual(os.listdir("/precious/directory"), ["file"])
 
     def test_its_log_is_rotated_as_the_account(self):
         if shell("command -v logrotate").returncode != 0:
@@ -208,7 +217,8 @@ class PackageStory(unittest.TestCase):
         self.assertTrue(rotated.read_text(encoding="utf-8").startswith(before))
         self.assertEqual(rotated.owner(), "owcimomd")
         self.assertEqual(pathlib.Path("/precious").read_text(encoding="utf-8"), "kept\n")
-        time.sleep(1)
+        self.wait_for(lambda: os.path.exists(LOGS + "/owcimomd.log"), "a new log")
+        self.assertEqual(pathlib.Path(LOGS + "/owcimomd.log").owner(), "owcimomd")
         self.assertEqual(self.daemon(), pid)
 
 
