@@ -30,7 +30,6 @@ using blocxx::StringArray;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 
 namespace {
