@@ -96,6 +96,7 @@ class PackageStory(unittest.TestCase):
         self.assertEqual(self.run_ok("kov-setup"),
                          f'kov-setup: "{STATE}/repository" is ready.\n')
         self.register_sample()
+        self.run_ok("kov-verify")
 
     def test_every_program_with_a_manual_page_is_found(self):
         self.install()
