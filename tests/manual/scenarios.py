@@ -284,8 +284,6 @@ NOT_TRIED = {
         "it needs the installation of the command above it",
     ("docs/administration.md", "userdel owcimomd"):
         "the list of accounts is a mount in a sandbox, which userdel cannot replace",
-    ("docs/init-script.md", "systemctl restart tarvo-owcimomd"):
-        "there is no systemd in a sandbox",
     ("docs/init-script.md", "systemctl enable --now tarvo-owcimomd"):
         "there is no systemd in a sandbox",
     ("docs/owmofc.md", "owmofc --delete-qualifier-type sample/inventory:Key"):
