@@ -60,22 +60,25 @@ String load(const char* what, const String& prefix, const String& field) {
     }
 }
 
-/// The file names of the list's providers so far, with their identifiers.
-using FileNames = std::map<String, String>;
-
 /// Two providers of a list must not have the same file name. Checked before the first change.
-void requireNewName(FileNames& names, const CIMInstance& registrationInstance, const String& id) {
-    const auto [found, isNew] = names.emplace(PrivilegeFiles::fileName(registrationInstance), id);
-    if (isNew) {
-        return;
+void requireDistinctNames(const Array<ProviderRegistrationRef>& registrations) {
+    std::map<String, String> ids;
+    for (const auto& registration : registrations) {
+        const auto oop1 = registration.castTo<OOP1ProviderRegistration>();
+        const String id = oop1->instanceID();
+        const auto [found, isNew] =
+            ids.emplace(PrivilegeFiles::fileName(oop1->registrationInstance()), id);
+        if (isNew) {
+            continue;
+        }
+        throw FennikException(
+            found->second == id
+                ? Format("The provider list has \"%1\" twice; name each provider once", id)
+                : Format("The provider list has \"%1\" and \"%2\", whose privilege files would "
+                         "both be named \"%3\"; give one of them another InstanceID",
+                         found->second, id, found->first),
+            INVALID_INPUT);
     }
-    throw FennikException(
-        found->second == id
-            ? Format("The provider list has \"%1\" twice; name each provider once", id)
-            : Format("The provider list has \"%1\" and \"%2\", whose privilege files would both be "
-                     "named \"%3\"; give one of them another InstanceID",
-                     found->second, id, found->first),
-        INVALID_INPUT);
 }
 
 }  // namespace
@@ -154,15 +157,11 @@ void ProviderRegistrationFacility::createPrivilegeFiles(
 Array<ProviderRegistrationRef> ProviderRegistrationFacility::parseInputData(const String& list) {
     log().debug("Parsing input data...");
     Array<ProviderRegistrationRef> registrations;
-    FileNames names;
     for (const String& line : blocxx::tokenize(list, "\n")) {
         log().debug("Parsing line %1", line);
         const ProviderList::Entry entry = ProviderList::parseEntry(line);
-        const auto registration = createOOP1ProviderRegistration(
-            entry.registrationMof, entry.providerMof, entry.privileges);
-        const auto oop1 = registration.castTo<OOP1ProviderRegistration>();
-        requireNewName(names, oop1->registrationInstance(), oop1->instanceID());
-        registrations.push_back(registration);
+        registrations.push_back(createOOP1ProviderRegistration(
+            entry.registrationMof, entry.providerMof, entry.privileges));
     }
     return registrations;
 }
@@ -243,6 +242,7 @@ RegistrationMof ProviderRegistrationFacility::buildInstancesForOOPRegistration(
 // list has been checked before the first change.
 void ProviderRegistrationFacility::registerProviders(const String& list) {
     const Array<ProviderRegistrationRef> added = parseInputData(list);
+    requireDistinctNames(added);
     try {
         const Array<ProviderRegistrationRef> current = getCurrentProviderRegistrations();
         for (const auto& registration : current) {

@@ -91,7 +91,7 @@ class Daemon(LiveStory):
         self.assertEqual(out, "NoNewPrivs: 1 Seccomp: 2\n" * 2)
 
     def test_goes_on_in_a_new_log_file_after_rotation(self):
-        logs = "/var/log/owcimomd-test"
+        logs = "/var/opt/tarvo/log"
         out = self.shell(
             f"""install -d -o owcimomd -g owcimomd -m 0750 {logs} || exit 90
             echo owcimomd.log_file = {logs}/daemon.log >>{CONFIG}

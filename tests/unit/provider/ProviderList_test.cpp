@@ -194,7 +194,11 @@ TEST_F(ProviderEntry, UnreadableFilesAreToldAsTheyCome) {
 TEST_F(ProviderEntry, CarriageReturnSpoilsTheLastPath) {
     TextReader reader(prefix(), m_undo);
     expectFailure<blocxx::FileSystemException>(
-        ENOENT, "Cannot open \"" + prefix() + "/p.mof\r\": 2(No such file or directory)",
+        ENOENT,
+        "Cannot open \"" + prefix() +
+            "/p.mof\r\": 2(No such file or directory); the provider list has white space at the "
+            "beginning or the end of this path, or lines that end with a carriage return: remove "
+            "it",
         [&] { reader.parseInputData("oop1,r.mof,p.mof\r\n"); });
 }
 
