@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "blocxx/Exception.hpp"
 #include "blocxx/Printable.hpp"
 #include "fennik/common/StandardStreams.hpp"
