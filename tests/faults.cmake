@@ -8,7 +8,7 @@ endif()
 
 add_test(NAME faults.sample
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
-          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_faults.py" /var/opt/tarvo/outcomes --sample 61 --moments 3 --cuts 3)
+          "${CMAKE_CURRENT_SOURCE_DIR}/faults/run_faults.py" /var/opt/tarvo/outcomes --sample 89 --moments 3 --cuts 3)
 add_test(NAME faults.sequences
   COMMAND "${CMAKE_CURRENT_SOURCE_DIR}/faults/in_installed.sh" python3 -B
           "${CMAKE_CURRENT_SOURCE_DIR}/sequences/run_sequences.py" --count 10 --seed 1)
