@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "utilities/kov-setup/Schema.hpp"
 
+#include "blocxx/FileSystem.hpp"
+#include "blocxx/Format.hpp"
 #include "layout/Layout.hpp"
 
 namespace KovSetup {
@@ -38,7 +40,14 @@ void compileInto(Schema& schema, const char* ns, const Source& qualifiers, const
 }  // namespace
 
 Schema readSchema(const String& directory) {
-    const Source qualifiers = MOF::includeFile(directory + "/" + QUALIFIERS, String());
+    const String first = directory + "/" + QUALIFIERS;
+    if (!blocxx::FileSystem::exists(first)) {
+        BLOCXX_THROW(blocxx::Exception,
+                     blocxx::Format("there is no schema: \"%1\" does not exist; put the schema "
+                                    "there, or name its directory with --schema-dir",
+                                    first));
+    }
+    const Source qualifiers = MOF::includeFile(first, String());
     Schema schema;
     for (const auto& [ns, file] : FILES) {
         compileInto(schema, ns, qualifiers, MOF::includeFile(directory + "/" + file, String()));

@@ -120,7 +120,10 @@ TEST_F(SetupTree, PrefixThatIsAFileIsNamed) {
 TEST_F(SetupTree, MissingSchemaIsNamedAndLeavesNoRepository) {
     const Outcome outcome = setUpTree({"--schema-dir", "/nowhere"});
     expectError(outcome);
-    EXPECT_THAT(outcome.output, HasSubstr("/nowhere/qualifiers.mof"));
+    EXPECT_THAT(
+        outcome.output,
+        HasSubstr("there is no schema: \"/nowhere/qualifiers.mof\" does not exist; put the schema "
+                  "there, or name its directory with --schema-dir"));
     EXPECT_FALSE(exists(repository()));
     EXPECT_FALSE(exists(leftover()));
 }
