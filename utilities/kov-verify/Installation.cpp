@@ -98,12 +98,16 @@ void reportTemporaryFiles(Context& context) {
     }
 }
 
-/// Names of the account's directory may be exchanged meanwhile: cp makes a new file, and follows no
-/// link. The daemon must not have the file.
+/// The daemon must not have the file. In the account's directories the account does it: it could
+/// exchange them meanwhile, and lead root elsewhere.
 String copyInPlace(const Context& context, const String& path) {
     const String copy = Commands::word(path + ".copy");
-    String command = "cp -aT --remove-destination " + Commands::word(path) + " " + copy +
-                     " && mv -T " + copy + " " + Commands::word(path);
+    const String as =
+        isInRepository(context, path)
+            ? Format("setpriv --reuid=%1 --regid=%1 --clear-groups ", Layout::ACCOUNT).toString()
+            : String();
+    String command = as + "cp -aT --remove-destination " + Commands::word(path) + " " + copy +
+                     " && " + as + "mv -T " + copy + " " + Commands::word(path);
     if (context.isServed && isInRepository(context, path)) {
         command = Format("%1 stop && %2 && %1 start", Layout::INIT_SCRIPT, command);
     }

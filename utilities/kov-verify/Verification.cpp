@@ -52,9 +52,12 @@ bool passesCheck(Context& context, const Source& source) {
         source.check();
     } catch (const OpenWBEM::CIMException& e) {
         const String path = context.tree.path(Layout::REPOSITORY);
+        // The account could put a link in the way of a copy, but not in the way of a rename.
+        const String copy =
+            Commands::word(context.tree.path(Layout::STATE_DIRECTORY) + "/repository.restored");
         context.findings.add(String(e.getMessage()) + "; products were not looked at",
-                             "mv -T " + Commands::word(path) + " " +
-                                 Commands::word(path + ".damaged") + " && cp -aT BACKUP " +
+                             "cp -aT BACKUP " + copy + " && mv -T " + Commands::word(path) + " " +
+                                 Commands::word(path + ".damaged") + " && mv -T " + copy + " " +
                                  Commands::word(path));
         return false;
     }

@@ -246,6 +246,18 @@ class Verifying(LiveStory):
             f"{INIT} start >/dev/null 2>&1 </dev/null; ln {REPOSITORY}/repository.db "
             "/var/opt/tarvo/second", f'"{REPOSITORY}/repository.db" has a second name')
 
+    def test_commands_write_nothing_as_root_where_the_account_could_put_a_link(self):
+        out = self.shell(f"{INSTALL}; ln {REPOSITORY}/repository.db /var/opt/tarvo/second;"
+                         "kov-verify || true")
+        as_account = "setpriv --reuid=owcimomd --regid=owcimomd --clear-groups "
+        self.assertIn(f"{as_account}cp -aT --remove-destination {REPOSITORY}/repository.db ", out)
+        self.assertIn(f"&& {as_account}mv -T {REPOSITORY}/repository.db.copy ", out)
+        out = self.shell(f"cd {REPOSITORY}; size=$(stat -c %s repository.db); dd if=/dev/zero "
+                         "of=repository.db bs=1 seek=$((size / 2)) count=3000 conv=notrunc "
+                         "2>/dev/null; kov-verify || true")
+        self.assertIn("cp -aT BACKUP /var/opt/tarvo/kov/repository.restored && ", out)
+        self.assertIn(f"&& mv -T /var/opt/tarvo/kov/repository.restored {REPOSITORY}\n", out)
+
     def test_records_of_nobody(self):
         self.tell(
             "printf %s 'instance of KOV_ReservedNamespace { Name = \"other/a\"; }; instance of "
