@@ -2,6 +2,7 @@
 #include "utilities/kov-verify/ProductFiles.hpp"
 
 #include "blocxx/Format.hpp"
+#include "fennik/common/NameRules.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
 #include "fennik/product/ProductPaths.hpp"
 #include "utilities/kov-verify/PlacedFile.hpp"
@@ -52,6 +53,14 @@ void checkProductFiles(Context& context, const CIMInstance& product) {
             Format("no product can have the name \"%1\": it %2", name, problem),
             context.commands.deleteInstances({OpenWBEM::CIMObjectPath(Layout::KOV_NS, product)}));
         return;
+    }
+    for (const String& user : usersOf(product)) {
+        if (const String problem = KOVNS2::NameRules::problemOfUser(user); !problem.empty()) {
+            context.findings.add(Format("no user can have the name \"%1\": it %2", user, problem),
+                                 context.commands.deleteInstances(
+                                     {OpenWBEM::CIMObjectPath(Layout::KOV_NS, product)}));
+            return;
+        }
     }
     checkAllowedUsers(context, name, usersOf(product));
     if (ProductPaths::canNameSnippet(name)) {

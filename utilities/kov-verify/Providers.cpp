@@ -106,8 +106,12 @@ private:
             return;
         }
         if (blocxx::FileSystem::exists(program) && !blocxx::FileSystem::isDirectory(program)) {
+            // A client may have changed the registration, to name a file that is not the product's.
+            const PlacedFile start(m_context.prefix +
+                                   PrivilegeFiles::oopPrivilegeFile(registration));
             add(Format("has the program \"%1\", which cannot be executed", program),
-                "chmod a+x " + Commands::word(program));
+                isStartAllowed(registration, start) ? "chmod a+x " + Commands::word(program)
+                                                    : registerAgain());
         } else {
             add(Format("has the program \"%1\", which is missing; install the product's files "
                        "again, or remove its providers",

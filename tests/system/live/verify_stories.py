@@ -258,6 +258,24 @@ class Verifying(LiveStory):
         self.assertIn("cp -aT BACKUP /var/opt/tarvo/kov/repository.restored && ", out)
         self.assertIn(f"&& mv -T /var/opt/tarvo/kov/repository.restored {REPOSITORY}\n", out)
 
+    def test_what_a_client_has_recorded_is_not_made_true(self):
+        out = self.shell(
+            f"{INSTALL}; owmofc -n kov - >/dev/null <<'END'\n"
+            'instance of KOV_Product { Name = "evil"; Usernames = {"u\\nowcimomd.log_file = /x"}; };\n'
+            "END\n"
+            "owmofc -n root - >/dev/null <<'END'\n"
+            'instance of OpenWBEM_OOPProviderRegistration { InstanceID = "sample:services"; '
+            'Process = "/etc/passwd"; Protocol = "owcpp1"; ClassName = "SAMPLE_Service"; '
+            'NamespaceNames = {"sample/inventory"}; ProviderTypes = {1}; UserContext = 3; };\n'
+            "END\n"
+            "kov-verify || true")
+        self.assertIn("no user can have the name", out)
+        self.assertIn("has a control character in it\n      "
+                      "owdeleteinstance 'kov:KOV_Product.Name=\"evil\"'\n", out)
+        self.assertNotIn("evil.allowed_users.conf", out)
+        self.assertIn('has the program "/etc/passwd", which cannot be executed', out)
+        self.assertNotIn("chmod", out)
+
     def test_records_of_nobody(self):
         self.tell(
             "printf %s 'instance of KOV_ReservedNamespace { Name = \"other/a\"; }; instance of "
