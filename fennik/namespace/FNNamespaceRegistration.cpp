@@ -61,17 +61,17 @@ private:
         for (const String& user : userNames) {
             if (user != "root") {
                 log().debug("Giving user \"%1\" read/write access to \"%2\"", user, ns);
-                createAccess(aclClass, ns, user, "rwRW");
+                createAccess(aclClass, ns, user, READ_WRITE);
             }
         }
         for (const String& user : readOnlyUserNames) {
             if (user != "root") {
                 log().debug("Giving user \"%1\" read access to \"%2\"", user, ns);
-                createAccess(aclClass, ns, user, "rR");
+                createAccess(aclClass, ns, user, READ_ONLY);
             }
         }
         log().debug("Giving root read/write access to \"%1\"", ns);
-        createAccess(aclClass, ns, "root", "rwRW");
+        createAccess(aclClass, ns, "root", READ_WRITE);
     }
 
     void createAccess(const CIMClass& aclClass, const String& ns, const String& user,

@@ -17,6 +17,9 @@ using Layout::SECURITY_NS;
 inline constexpr const char* USER_ACL = "OpenWBEM_UserACL";
 inline constexpr const char* RESERVED_NAMESPACE = "KOV_ReservedNamespace";
 inline constexpr const char* PRODUCT_RESERVED_NAMESPACE = "KOV_ProductReservedNamespace";
+// The capabilities that OpenWBEM_UserACL grants to a user, and that a saved state has.
+inline constexpr const char* READ_WRITE = "rwRW";
+inline constexpr const char* READ_ONLY = "rR";
 
 UnitLog log();
 

@@ -42,7 +42,7 @@ CIMInstance substitute(const CIMObjectPath& path, const String& destDir) {
     CIMInstance instance = keysOnly(path);
     const String file = PrivilegeFiles::providerPrivilegeFile(instance);
     if (blocxx::FileSystem::exists(destDir + file)) {
-        instance.setProperty("MonitorPrivilegesFile", CIMValue(file));
+        instance.setProperty(PRIVILEGES_FILE, CIMValue(file));
     }
     return instance;
 }
@@ -168,16 +168,15 @@ ProviderRegistrationRef registrationOf(const ProviderTarget& target, const CIMIn
     OOP1ProviderParts parts;
     parts.registrationInstances = readRegistrationInstances(reader, record);
 
-    const String ns = requireValue(record, "ProviderMofNamespace").toString();
+    const String ns = requireValue(record, MOF_NAMESPACE).toString();
     parts.providerMofNamespace = ns;
-    readListedInstances(reader, requireValue(record, "ProviderMofInstanceNames"), parts);
-    parts.providerClasses =
-        readProviderClasses(reader, ns, requireValue(record, "ProviderMofClassNames"));
+    readListedInstances(reader, requireValue(record, MOF_INSTANCES), parts);
+    parts.providerClasses = readProviderClasses(reader, ns, requireValue(record, MOF_CLASSES));
     parts.providerQualifiers =
-        readProviderQualifiers(reader, ns, requireValue(record, "ProviderMofQualifierTypeNames"));
+        readProviderQualifiers(reader, ns, requireValue(record, MOF_QUALIFIER_TYPES));
 
     const CIMInstance& instance = parts.registrationInstances.front();
-    if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
+    if (!instance.getPropertyValue(PRIVILEGES_FILE).isNull()) {
         parts.providerPrivileges =
             reader.privileges(PrivilegeFiles::providerPrivilegeFile(instance));
     }

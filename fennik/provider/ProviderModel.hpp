@@ -28,7 +28,15 @@ inline constexpr const char* PROVIDER = "KOV_Provider";
 inline constexpr const char* OOP1_PROVIDER = "KOV_OOP1Provider";
 inline constexpr const char* PRODUCT_PROVIDER = "KOV_ProductProvider";
 
+// What a provider's record says of its MOF.
+inline constexpr const char* MOF_NAMESPACE = "ProviderMofNamespace";
+inline constexpr const char* MOF_INSTANCES = "ProviderMofInstanceNames";
+inline constexpr const char* MOF_CLASSES = "ProviderMofClassNames";
+inline constexpr const char* MOF_QUALIFIER_TYPES = "ProviderMofQualifierTypeNames";
+
 inline constexpr const char* OOP_REGISTRATION = "OpenWBEM_OOPProviderRegistration";
+/// Of a registration: the provider's own privilege file, or NULL.
+inline constexpr const char* PRIVILEGES_FILE = "MonitorPrivilegesFile";
 inline constexpr const char* OOP_PROCESS = "OpenWBEM_OOPProviderProcess";
 inline constexpr const char* OOP_CAPABILITIES = "OpenWBEM_OOPProviderCapabilities";
 inline constexpr const char* OOP_PROCESS_CAPABILITIES = "OpenWBEM_OOPProviderProcessCapabilities";

@@ -125,7 +125,7 @@ void createRegistrationInstances(const ProviderTarget& target,
     const Array<CIMInstance>& instances = registration.registrationInstances();
     CIMInstance leading = instances.front();
     if (!privilegeFilePath.empty()) {
-        leading.setProperty("MonitorPrivilegesFile", CIMValue(privilegeFilePath));
+        leading.setProperty(PRIVILEGES_FILE, CIMValue(privilegeFilePath));
     }
     create(target, INTEROP_NS, leading);
     for (size_t i = 1; i < instances.size(); ++i) {
@@ -178,10 +178,10 @@ void createRecord(const ProviderTarget& target, const OOP1ProviderRegistration& 
     record.setProperty("ProductName", CIMValue(target.productName));
     record.setProperty("RegistrationInstanceID", CIMValue(id));
     record.setProperty("RegistrationClassName", CIMValue(registration.registrationClassName()));
-    record.setProperty("ProviderMofNamespace", CIMValue(ns));
-    record.setProperty("ProviderMofInstanceNames", instanceNames(*target.handle, registration));
-    record.setProperty("ProviderMofClassNames", names(registration.providerClasses()));
-    record.setProperty("ProviderMofQualifierTypeNames", names(registration.providerQualifiers()));
+    record.setProperty(MOF_NAMESPACE, CIMValue(ns));
+    record.setProperty(MOF_INSTANCES, instanceNames(*target.handle, registration));
+    record.setProperty(MOF_CLASSES, names(registration.providerClasses()));
+    record.setProperty(MOF_QUALIFIER_TYPES, names(registration.providerQualifiers()));
     const CIMObjectPath path = create(target, KOV_NS, record);
 
     CIMInstance association = newInstance(*target.handle, PRODUCT_PROVIDER);

@@ -87,7 +87,7 @@ public:
         if (context != (monitored ? MONITORED : UNPRIVILEGED)) {
             refuse("Instance %1: UserContext property contains an invalid value: %2", context);
         }
-        if (!m_instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
+        if (!m_instance.getPropertyValue(PRIVILEGES_FILE).isNull()) {
             refuse("Instance %1: MonitorPrivilegesFile property has a value but must be NULL");
         }
     }

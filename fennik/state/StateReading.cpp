@@ -5,6 +5,7 @@
 
 #include "fennik/common/TextUtils.hpp"
 #include "fennik/mofrepair/FNHacks.hpp"
+#include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/state/StateFormat.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/mof/MOFCompiler.hpp"
@@ -91,9 +92,9 @@ NamespaceAccess namespaceAccess(const XMLNode& node) {
     NamespaceAccess access{childText(node, NAME), {}, {}};
     for (const XMLNode& entry : childrenByName(node, NAMESPACE_ACL_ENTRY)) {
         const String capability = childText(entry, CAPABILITY);
-        if (capability == "rwRW") {
+        if (capability == NamespaceModel::READ_WRITE) {
             access.readWrite.push_back(childText(entry, USER_NAME));
-        } else if (capability == "rR") {
+        } else if (capability == NamespaceModel::READ_ONLY) {
             access.readOnly.push_back(childText(entry, USER_NAME));
         }
     }
