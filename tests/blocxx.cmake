@@ -11,6 +11,7 @@ kov_unit_test(blocxx_test
     unit/blocxx/Logger_test.cpp
     unit/blocxx/Printable_test.cpp
     unit/blocxx/Process_test.cpp
+    unit/blocxx/Program_test.cpp
     unit/blocxx/String_test.cpp
     unit/blocxx/utf8_test.cpp
   LINKS blocxx)

@@ -125,5 +125,7 @@ public:
 
 BLOCXX_DECLARE_EXCEPTION(OutOfBounds)
 BLOCXX_DECLARE_EXCEPTION(IO)
+/// Has a message of several lines, in which no text from others can end a line.
+BLOCXX_DECLARE_EXCEPTION(Lines)
 
 }  // namespace blocxx

@@ -137,8 +137,11 @@ FileAppender::FileAppender(StringArray components, StringArray categories, Strin
 }
 
 void FileAppender::append(const LogMessage& message) {
-    if (accepts(message.component, message.level) &&
-        !writeAll(m_file.getFileDescriptor(), formatted(message))) {
+    if (!accepts(message.component, message.level)) {
+        return;
+    }
+    m_isCut = !writeAll(m_file.getFileDescriptor(), (m_isCut ? "\n" : "") + formatted(message));
+    if (m_isCut) {
         BLOCXX_THROW_ERRNO(LoggerException,
                            Format("Cannot write to the log file \"%1\"", m_fileName).toString());
     }

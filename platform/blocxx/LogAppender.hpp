@@ -67,11 +67,14 @@ public:
     /// Throws a LoggerException that names the file when it cannot be opened.
     FileAppender(StringArray components, StringArray categories, String fileName,
                  String messageFormat, EOpening opening = E_GUARDED);
+    /// Throws a LoggerException when the line cannot be written, or not all of it. The next one
+    /// begins a line of its own all the same.
     void append(const LogMessage& message) override;
 
 private:
     String m_fileName;
     File m_file;
+    bool m_isCut = false;  ///< the last line may have no end
 };
 
 /// Passes each message to all its appenders, even when one throws. Then throws the first exception.

@@ -50,4 +50,25 @@ String printable(std::string_view text) {
     return out;
 }
 
+String oneLine(std::string_view text) {
+    String line;
+    line.reserve(text.size());
+    for (const char c : text) {
+        switch (c) {
+            case '\n':
+                line += "\\n";
+                break;
+            case '\r':
+                line += "\\r";
+                break;
+            case '\t':
+                line += "\\t";
+                break;
+            default:
+                line += c;
+        }
+    }
+    return line;
+}
+
 }  // namespace blocxx

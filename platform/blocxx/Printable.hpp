@@ -11,4 +11,8 @@ namespace blocxx {
 /// feed and tab, and bytes that are not UTF-8. Everything else stays, backslashes included.
 String printable(std::string_view text);
 
+/// Writes out what would end a line or a field in it: "\n", "\r" and "\t". What printable()
+/// writes out besides stays.
+String oneLine(std::string_view text);
+
 }  // namespace blocxx

@@ -16,13 +16,19 @@ String usage(const Program& program) {
            program.description + "\n\n" + CmdLineParser::getUsage(program.options, 80);
 }
 
-int printError(const Program& program, const String& message, int status) {
+int printLines(const Program& program, const String& message, int status) {
     std::cerr << program.name << ": error: " << printable(message) << "\n";
     return status;
 }
 
+/// On one line: a name in the message, which may come from others, cannot forge another line.
+int printError(const Program& program, const String& message, int status) {
+    return printLines(program, oneLine(message), status);
+}
+
 int printUsageError(const Program& program, const String& message) {
-    return printError(program, message + "\n\n" + usage(program), program.usageErrorStatus);
+    return printLines(program, oneLine(message) + "\n\n" + usage(program),
+                      program.usageErrorStatus);
 }
 
 String describe(const CmdLineParserException& e) {
@@ -67,6 +73,8 @@ int runProgram(const Program& program, int argc, const char* const* argv) noexce
         return printUsageError(program, describe(e));
     } catch (const UsageException& e) {
         return printUsageError(program, e.getMessage());
+    } catch (const LinesException& e) {
+        return printLines(program, e.getMessage(), program.failureStatus);
     } catch (const Exception& e) {
         return printError(program, e.getMessage(), program.failureStatus);
     } catch (const std::exception& e) {

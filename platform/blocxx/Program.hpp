@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The main program of a command line tool: the options that all have, the command line, and
-// failures. A failure is one text on standard error and an exit status, usually 1.
+// failures. A failure is one text on standard error and an exit status, usually 1. The text is one
+// line, except for a LinesException and the usage.
 #pragma once
 
 #include "blocxx/CmdLineParser.hpp"

@@ -17,7 +17,8 @@ namespace OpenWBEM::MOF {
 /// source line and a line with a caret under the column (the line is shortened around it when
 /// long). If it reports that an operation on a compiled object failed, the error code is the CIM
 /// status of the operation.
-class MOFCompilerException : public blocxx::Cloneable<MOFCompilerException> {
+class MOFCompilerException
+    : public blocxx::Cloneable<MOFCompilerException, blocxx::LinesException> {
 public:
     MOFCompilerException(const char* file, int line, const String& message, String source,
                          size_t sourceLine, size_t sourceColumn,

@@ -3,13 +3,15 @@
 
 #include <algorithm>
 
+#include "blocxx/Printable.hpp"
+
 namespace OpenWBEM::MOF {
 
 SourceText& SourceTexts::add(Source source) {
     if (source.text.size() > SourceText::MAX_SIZE) {
-        throw MOFCompilerException(__FILE__, __LINE__,
-                                   source.name + ":1:1: error: the text is too large", source.name,
-                                   1, 1);
+        throw MOFCompilerException(
+            __FILE__, __LINE__, blocxx::oneLine(source.name) + ":1:1: error: the text is too large",
+            source.name, 1, 1);
     }
     return m_texts.emplace_back(std::move(source));
 }

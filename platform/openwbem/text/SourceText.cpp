@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "blocxx/Format.hpp"
+#include "blocxx/Printable.hpp"
 #include "blocxx/Utf8.hpp"
 
 namespace OpenWBEM {
@@ -155,8 +156,8 @@ SourceText::Place SourceText::locate(const char* at) const noexcept {
 
 String SourceText::describe(const CompileError& error) const {
     const Place place = locate(error.at);
-    return blocxx::Format("%1:%2:%3: error: %4\n%5", m_name, place.line, place.column, error.what,
-                          excerpt(*this, error.at));
+    return blocxx::Format("%1:%2:%3: error: %4\n%5", blocxx::oneLine(m_name), place.line,
+                          place.column, blocxx::oneLine(error.what), excerpt(*this, error.at));
 }
 
 String inQuotes(std::string_view token) {

@@ -6,11 +6,13 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <thread>
 
 #include "blocxx/FileSystem.hpp"
@@ -294,6 +296,24 @@ TEST_F(Logging, ToAFullDiskThrows) {
         EXPECT_EQ(e.getErrorCode(), ENOSPC);
         EXPECT_THAT(e.getMessage(), HasSubstr("\"/dev/full\""));
     }
+}
+
+TEST_F(Logging, AfterALineThatAFullDiskHasCutOffBeginsANewLine) {
+    const String file = m_dir / "log";
+    const Logger logger("c", new FileAppender(LogAppender::ALL_COMPONENTS,
+                                              LogAppender::ALL_CATEGORIES, file, "%m"));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto ignored = ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit full{10, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &full), 0);
+    EXPECT_THROW(logger.info("object=\"all of this"), LoggerException);
+    EXPECT_THROW(logger.info("nothing of this"), LoggerException);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    ::signal(SIGXFSZ, ignored);
+    logger.info("audit: one");
+    logger.info("audit: two");
+    EXPECT_EQ(blocxx::FileSystem::getFileContents(file), "object=\"al\naudit: one\naudit: two\n");
 }
 
 TEST_F(Logging, ToSeveralAppendersReachesThoseThatAccept) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+using blocxx::oneLine;
 using blocxx::printable;
 using blocxx::String;
 
@@ -34,6 +35,14 @@ TEST(Printable, WritesOutEveryByteThatIsNotUtf8) {
     EXPECT_EQ(printable("a\xe2\x82"), "a\\xe2\\x82");  // cut short
     EXPECT_EQ(printable("\xe2\x1b[0m"), "\\xe2\\x1b[0m");
     EXPECT_EQ(printable("\xc3\xc3\xa4"), "\\xc3\xc3\xa4");
+}
+
+TEST(OneLine, WritesOutWhatWouldEndTheLine) {
+    EXPECT_EQ(oneLine("a\nb\rc\td"), "a\\nb\\rc\\td");
+}
+
+TEST(OneLine, KeepsEverythingElse) {
+    EXPECT_EQ(oneLine("a\\n \"b\" \xC3\xA4\x1B"), "a\\n \"b\" \xC3\xA4\x1B");
 }
 
 }  // namespace
