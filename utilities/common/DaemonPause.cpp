@@ -55,6 +55,7 @@ void control(const char* command) {
     String output;
     const blocxx::Process::Status status = runInitScript(command, output);
     if (!status.terminatedSuccessfully()) {
+        output.erase(output.find_last_not_of('\n') + 1);
         BLOCXX_THROW(blocxx::Exception, Format("\"%1 %2\" %3 and printed: %4", Layout::INIT_SCRIPT,
                                                command, status, output));
     }

@@ -43,7 +43,8 @@ int makeInstallation(const CmdLineParser& parser) {
     const String given = directoryOption(parser, SCHEMA_DIR, "schema-dir");
     const String schema = given.empty() ? tree.path(Layout::SCHEMA_DIRECTORY) : given;
     for (const String& line : KovSetup::setUp(tree, schema)) {
-        std::cout << "kov-setup: " << blocxx::printable(line) << ".\n";
+        // The account chooses the names of files in its directory.
+        std::cout << "kov-setup: " << blocxx::printable(blocxx::oneLine(line)) << ".\n";
     }
     std::cout << "kov-setup: \"" << tree.path(Layout::REPOSITORY) << "\" is ready.\n";
     return 0;

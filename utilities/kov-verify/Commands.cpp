@@ -32,7 +32,7 @@ String writtenOut(const String& text) {
 }  // namespace
 
 String Commands::oneLine(const String& text) {
-    return search_replace(search_replace(blocxx::printable(text), "\n", "\\n"), "\t", "\\t");
+    return blocxx::printable(blocxx::oneLine(text));
 }
 
 // After "\xHH" a digit would be read as part of it only if there could be a third one; bash reads

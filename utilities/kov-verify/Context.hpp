@@ -9,6 +9,7 @@
 
 #include "layout/Layout.hpp"
 #include "openwbem/model/CIMOMHandleIFC.hpp"
+#include "utilities/common/Budget.hpp"
 #include "utilities/kov-verify/Commands.hpp"
 #include "utilities/kov-verify/Findings.hpp"
 #include "utilities/ownership/Ownership.hpp"
@@ -30,6 +31,12 @@ struct Context {
     /// Deviations of owners, modes and access lists that no check has reported yet, by path.
     std::multimap<String, OwUtilities::OwnershipDeviation> ownership;
 
+    /// For what is read from the repository. Larger than what ten thousand products record.
+    OwUtilities::Budget budget{
+        "the repository records more than the 64 MiB that kov-verify reads at most, so not "
+        "everything was looked at. \"owshow -n kov --mof\" and \"owshow -n root/security --mof\" "
+        "show what is there; delete what belongs to no product",
+        size_t{64} << 20U};
     OpenWBEM::CIMOMHandleIFCRef handle;
     /// The names of all namespaces, in lower case.
     std::set<String> namespaces;

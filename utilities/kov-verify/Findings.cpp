@@ -17,7 +17,10 @@ void Findings::beginSection(String title) {
 }
 
 void Findings::add(const String& what, const String& command) {
-    m_sections[m_current].findings.push_back({Commands::oneLine(what), Commands::oneLine(command)});
+    Finding finding{Commands::oneLine(what), Commands::oneLine(command)};
+    m_budget.take(finding.what);
+    m_budget.take(finding.command);
+    m_sections[m_current].findings.push_back(std::move(finding));
     ++m_count;
 }
 

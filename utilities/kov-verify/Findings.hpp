@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "blocxx/String.hpp"
+#include "utilities/common/Budget.hpp"
 
 namespace KovVerify {
 
@@ -19,7 +20,7 @@ public:
     /// without deviations.
     void beginSection(String title);
     /// `what` may have anything in it; it is printed as one line. `command` must be a line made by
-    /// Commands.
+    /// Commands. Throws ExcessException when there are too many to keep.
     void add(const String& what, const String& command);
 
     size_t count() const noexcept { return m_count; }
@@ -35,6 +36,9 @@ private:
         std::vector<Finding> findings;
     };
     std::vector<Section> m_sections;
+    OwUtilities::Budget m_budget{
+        "there are more deviations than these. Mend them first, then run kov-verify again",
+        size_t{16} << 20U};
     size_t m_current = 0;
     size_t m_count = 0;
 };

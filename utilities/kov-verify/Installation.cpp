@@ -9,6 +9,7 @@
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
 #include "openwbem/repository/CIMRepository.hpp"
+#include "openwbem/repository/RepositoryDirectory.hpp"
 #include "utilities/kov-verify/PlacedFile.hpp"
 #include "utilities/ownership/Adoption.hpp"
 
@@ -64,12 +65,14 @@ bool hasLog(const String& path) {
 
 /// Opening the repository would bring the file back into its plain form: that is a change.
 bool reportJournal(Context& context) {
-    const String file =
-        context.tree.path(Layout::REPOSITORY) + "/" + OpenWBEM::CIMRepository::FILE_NAME;
+    const String path = context.tree.path(Layout::REPOSITORY);
+    const String file = path + "/" + OpenWBEM::CIMRepository::FILE_NAME;
+    // The account could put a link into the place of its directory meanwhile.
+    const OpenWBEM::RepositoryDirectory directory(path);
     bool found = false;
     for (const char* ending : {"-journal", "-wal"}) {
-        const PlacedFile journal(file + ending);
-        const bool isLogged = std::string_view(ending) == "-wal" && hasLog(file);
+        const PlacedFile journal(directory.file() + ending);
+        const bool isLogged = std::string_view(ending) == "-wal" && hasLog(directory.file());
         if (!journal.isMissing() && (journal.size() > 0 || isLogged)) {
             found = true;
             context.findings.add(
@@ -98,14 +101,16 @@ void reportTemporaryFiles(Context& context) {
     }
 }
 
-/// The daemon must not have the file. In the account's directories the account does it: it could
-/// exchange them meanwhile, and lead root elsewhere.
+/// In front of a command on what is in the account's directories: the account could exchange that
+/// meanwhile, and lead root elsewhere.
+String asAccount() {
+    return Format("setpriv --reuid=%1 --regid=%1 --clear-groups ", Layout::ACCOUNT);
+}
+
+/// The daemon must not have the file.
 String copyInPlace(const Context& context, const String& path) {
     const String copy = Commands::word(path + ".copy");
-    const String as =
-        isInRepository(context, path)
-            ? Format("setpriv --reuid=%1 --regid=%1 --clear-groups ", Layout::ACCOUNT).toString()
-            : String();
+    const String as = isInRepository(context, path) ? asAccount() : String();
     String command = as + "cp -aT --remove-destination " + Commands::word(path) + " " + copy +
                      " && " + as + "mv -T " + copy + " " + Commands::word(path);
     if (context.isServed && isInRepository(context, path)) {
@@ -122,6 +127,10 @@ String mendingOf(const Context& context, const OwnershipDeviation& deviation) {
                    context.commands.setUp();
         case OwnershipDeviation::Kind::SECOND_NAME:
             return copyInPlace(context, deviation.path);
+        case OwnershipDeviation::Kind::TOO_MANY_FILES:
+            return asAccount() + "env -C / find " + path +
+                   " -mindepth 1 -not -name repository.db -not -name repository.db-journal -not "
+                   "-name repository.db-wal -delete";
         default:
             return context.commands.setUp();
     }
@@ -192,6 +201,7 @@ bool checkLeftOvers(Context& context) {
     reportLeftOver(context, Layout::REPOSITORY_KEPT_FILES,
                    "removing the previous repository was interrupted");
     reportLeftOver(context, Layout::UNFINISHED_REPOSITORY, "a kov-setup was interrupted");
+    reportLeftOver(context, Layout::UNFINISHED_PASSWORD_FILE, "an owpasswd was interrupted");
     forgetKeptFiles(context);
     reportTemporaryFiles(context);
     const bool isUnfinished = !context.isServed && reportJournal(context);

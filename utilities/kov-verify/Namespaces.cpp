@@ -4,6 +4,7 @@
 #include "blocxx/Format.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
+#include "fennik/provider/ProviderModel.hpp"
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
 #include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
@@ -11,18 +12,13 @@ namespace KovVerify {
 
 namespace NamespaceModel = KOVNS2::NamespaceModel;
 using blocxx::Format;
+using KOVNS2::ProviderModel::text;
 using OpenWBEM::CIMObjectPath;
 using OpenWBEM::CIMValue;
 
 namespace {
 
-constexpr const char* READ_WRITE = "rwRW";
-constexpr const char* READ_ONLY = "rR";
 constexpr const char* ROOT = "root";
-
-String text(const CIMInstance& instance, const char* property) {
-    return instance.getPropertyValue(property).toString();
-}
 
 CIMInstance right(const String& ns, const String& user, const char* capability) {
     CIMInstance instance(NamespaceModel::USER_ACL);
@@ -57,7 +53,7 @@ public:
         }
         if (!rootHasRights) {
             m_context.findings.add(Format("root has no rights in the namespace \"%1\"", m_ns),
-                                   grant(ROOT, READ_WRITE));
+                                   grant(ROOT, NamespaceModel::READ_WRITE));
         }
     }
 
@@ -70,7 +66,7 @@ private:
         bool hasUser = false;
         for (const CIMInstance& present : m_rights) {
             const String user = text(present, "username");
-            const bool mayWrite = text(present, "capability") == READ_WRITE;
+            const bool mayWrite = text(present, "capability") == NamespaceModel::READ_WRITE;
             gone.push_back(CIMObjectPath(NamespaceModel::SECURITY_NS, present));
             if (user != ROOT) {
                 arguments += (mayWrite ? " --username " : " --ro-username ") + Commands::word(user);
@@ -96,9 +92,11 @@ private:
                        user, m_ns, text(present, "nspace")),
                 m_context.commands.deleteInstances(
                     {CIMObjectPath(NamespaceModel::SECURITY_NS, present)}));
-        } else if (user == ROOT ? capability != READ_WRITE
-                                : capability != READ_WRITE && capability != READ_ONLY) {
-            const char* const wanted = user == ROOT ? READ_WRITE : READ_ONLY;
+        } else if (user == ROOT ? capability != NamespaceModel::READ_WRITE
+                                : capability != NamespaceModel::READ_WRITE &&
+                                      capability != NamespaceModel::READ_ONLY) {
+            const char* const wanted =
+                user == ROOT ? NamespaceModel::READ_WRITE : NamespaceModel::READ_ONLY;
             m_context.findings.add(
                 Format("\"%1\" has the rights \"%2\" in the namespace \"%3\", and fennik gives "
                        "%4; the command gives \"%5\"",
@@ -114,26 +112,22 @@ private:
     Array<CIMInstance> m_rights;
 };
 
-StringArray namesOf(const OpenWBEM::CIMOMHandleIFCRef& handle) {
-    if (const auto own = handle.castTo<OpenWBEM::RepositoryCIMOMHandle>()) {
-        StringArray names;
-        OpenWBEM::ArrayBuilder<String> collect(names);
-        own->enumNameSpace(collect);
-        return names;
-    }
-    return OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*handle, Layout::INTEROP_NS);
-}
-
 }  // namespace
 
-void readNamespaces(Context& context) {
-    for (const String& name : namesOf(context.handle)) {
+void readNamespaces(Context& context, const OpenWBEM::CIMOMHandleIFCRef& repository) {
+    auto addName = OpenWBEM::makeResultHandler<String>([&](const String& name) {
+        context.budget.take(name);
         context.namespaces.insert(blocxx::toLower(name));
+    });
+    if (const auto own = repository.castTo<OpenWBEM::RepositoryCIMOMHandle>()) {
+        own->enumNameSpace(addName);
+    } else {
+        OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*repository, Layout::INTEROP_NS, addName);
     }
-    for (const CIMInstance& instance :
-         context.handle->enumInstancesA(NamespaceModel::SECURITY_NS, NamespaceModel::USER_ACL)) {
+    auto addRight = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
         context.rights.emplace(blocxx::toLower(text(instance, "nspace")), instance);
-    }
+    });
+    context.handle->enumInstances(NamespaceModel::SECURITY_NS, NamespaceModel::USER_ACL, addRight);
 }
 
 void checkNamespaces(Context& context, const String& product) {

@@ -7,8 +7,8 @@
 
 namespace KovVerify {
 
-/// Reads the names of the namespaces and the rights into the context.
-void readNamespaces(Context& context);
+/// Reads the names of the namespaces, from the repository's own handle, and the rights.
+void readNamespaces(Context& context, const OpenWBEM::CIMOMHandleIFCRef& repository);
 void checkNamespaces(Context& context, const String& product);
 
 }  // namespace KovVerify

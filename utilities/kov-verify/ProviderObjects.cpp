@@ -19,11 +19,6 @@ using OpenWBEM::CIMValue;
 
 namespace {
 
-constexpr const char* CLASSES = "ProviderMofClassNames";
-constexpr const char* QUALIFIER_TYPES = "ProviderMofQualifierTypeNames";
-constexpr const char* INSTANCES = "ProviderMofInstanceNames";
-constexpr const char* NAMESPACE = "ProviderMofNamespace";
-
 /// Checks one record.
 class ObjectsCheck {
 public:
@@ -32,7 +27,7 @@ public:
           m_product(product),
           m_record(record),
           m_id(ProviderModel::text(record, "RegistrationInstanceID")),
-          m_ns(ProviderModel::text(record, NAMESPACE)) {}
+          m_ns(ProviderModel::text(record, ProviderModel::MOF_NAMESPACE)) {}
 
     void run() const {
         if (!m_ns.empty() && !m_context.hasNamespace(m_ns)) {
@@ -43,20 +38,20 @@ public:
             return;
         }
         reportMissingLists();
-        for (const String& name : list(CLASSES)) {
+        for (const String& name : list(ProviderModel::MOF_CLASSES)) {
             if (!exists([&] { m_context.handle->getClass(m_ns, name); })) {
                 add(Format("has lost the class \"%1\" in the namespace \"%2\"", name, m_ns),
                     compileAgain());
             }
         }
-        for (const String& name : list(QUALIFIER_TYPES)) {
+        for (const String& name : list(ProviderModel::MOF_QUALIFIER_TYPES)) {
             if (!exists([&] { m_context.handle->getQualifierType(m_ns, name); })) {
                 add(Format("has lost the qualifier type \"%1\" in the namespace \"%2\"", name,
                            m_ns),
                     compileAgain());
             }
         }
-        for (const String& name : list(INSTANCES)) {
+        for (const String& name : list(ProviderModel::MOF_INSTANCES)) {
             checkInstance(name);
         }
     }
@@ -94,14 +89,15 @@ private:
     void reportMissingLists() const {
         CIMInstance complete = m_record;
         bool isDamaged = false;
-        for (const char* property : {CLASSES, QUALIFIER_TYPES, INSTANCES}) {
+        for (const char* property : {ProviderModel::MOF_CLASSES, ProviderModel::MOF_QUALIFIER_TYPES,
+                                     ProviderModel::MOF_INSTANCES}) {
             if (m_record.getPropertyValue(property).isNull()) {
                 complete.setProperty(property, CIMValue::array<String>({}));
                 isDamaged = true;
             }
         }
-        if (m_record.getPropertyValue(NAMESPACE).isNull()) {
-            complete.setProperty(NAMESPACE, CIMValue(String()));
+        if (m_record.getPropertyValue(ProviderModel::MOF_NAMESPACE).isNull()) {
+            complete.setProperty(ProviderModel::MOF_NAMESPACE, CIMValue(String()));
             isDamaged = true;
         }
         if (isDamaged) {
@@ -124,10 +120,10 @@ private:
     }
 
     void reportImpossible(const String& name) const {
-        StringArray names = list(INSTANCES);
+        StringArray names = list(ProviderModel::MOF_INSTANCES);
         std::erase(names, name);
         CIMInstance record = m_record;
-        record.setProperty(INSTANCES, CIMValue::array<String>(std::move(names)));
+        record.setProperty(ProviderModel::MOF_INSTANCES, CIMValue::array<String>(std::move(names)));
         add(Format("has a record that names the impossible instance %1", name),
             m_context.commands.write(record, ProviderModel::KOV_NS));
     }

@@ -28,7 +28,6 @@ namespace {
 
 /// For a file whose text is not known, until its provider is registered again.
 constexpr const char* LOST = "# lost";
-constexpr const char* PRIVILEGES = "MonitorPrivilegesFile";
 /// What a product's privilege file may have at most; fennik reads no more.
 constexpr size_t LARGEST_PRIVILEGE_FILE = OpenWBEM::PrivilegeConfig::MAX_TEXT_SIZE;
 
@@ -89,7 +88,7 @@ private:
         CIMInstance substitute = ProviderModel::keysOnly(path);
         const String file = PrivilegeFiles::providerPrivilegeFile(substitute);
         if (!PlacedFile(m_context.prefix + file).isMissing()) {
-            substitute.setProperty(PRIVILEGES, CIMValue(file));
+            substitute.setProperty(ProviderModel::PRIVILEGES_FILE, CIMValue(file));
         }
         m_context.privilegeFiles.insert(m_context.prefix + file);
         m_context.privilegeFiles.insert(m_context.prefix +
@@ -121,7 +120,7 @@ private:
     }
 
     static bool isMonitored(const CIMInstance& registration) {
-        return !registration.getPropertyValue(PRIVILEGES).isNull();
+        return !registration.getPropertyValue(ProviderModel::PRIVILEGES_FILE).isNull();
     }
 
     /// A client may have changed the registration. So what it says is not written into the file:
@@ -164,11 +163,11 @@ private:
             add("has lost its privileges: " + problem,
                 file.replacement(LOST) + " && " + registerAgain());
         }
-        if (text(registration, PRIVILEGES) != installed) {
+        if (text(registration, ProviderModel::PRIVILEGES_FILE) != installed) {
             CIMInstance right = registration;
-            right.setProperty(PRIVILEGES, CIMValue(installed));
+            right.setProperty(ProviderModel::PRIVILEGES_FILE, CIMValue(installed));
             add(Format("is registered with another privilege file, \"%1\"",
-                       text(registration, PRIVILEGES)),
+                       text(registration, ProviderModel::PRIVILEGES_FILE)),
                 m_context.commands.write(right, ProviderModel::INTEROP_NS));
         }
         m_context.reportOwnership(path);

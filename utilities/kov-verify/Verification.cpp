@@ -8,6 +8,7 @@
 #include "openwbem/model/CIMException.hpp"
 #include "openwbem/repository/OpenRepository.hpp"
 #include "utilities/common/DaemonPause.hpp"
+#include "utilities/kov-verify/BoundedHandle.hpp"
 #include "utilities/kov-verify/Installation.hpp"
 #include "utilities/kov-verify/Namespaces.hpp"
 #include "utilities/kov-verify/Orphans.hpp"
@@ -73,7 +74,7 @@ void checkProduct(Context& context, const CIMInstance& product) {
 }
 
 /// Returns how many products were looked at.
-size_t checkProducts(Context& context, const String& only) {
+size_t checkProducts(Context& context, const Source& source, const String& only) {
     std::map<String, CIMInstance> products;
     std::set<String> names;
     for (const CIMInstance& product :
@@ -88,7 +89,7 @@ size_t checkProducts(Context& context, const String& only) {
                                                "--list-registered-products\" lists those that are",
                                                only));
     }
-    readNamespaces(context);
+    readNamespaces(context, source.handle());
     for (const auto& [name, product] : products) {
         checkProduct(context, product);
     }
@@ -99,24 +100,32 @@ size_t checkProducts(Context& context, const String& only) {
     return products.size();
 }
 
-}  // namespace
-
-Outcome verify(const String& prefix, const String& product) {
-    Context context(prefix, prefix.empty() && OwUtilities::isDaemonRunning());
-    Outcome outcome;
+void look(Context& context, const String& product, Outcome& outcome) {
     context.findings.beginSection("installation");
     lookAtOwnership(context);
     if (checkLeftOvers(context)) {
         const Source source(context);
-        context.handle = source.handle();
+        context.handle = new BoundedHandle(source.handle(), context.budget);
         if (!source.isOwn() || passesCheck(context, source)) {
-            outcome.products = checkProducts(context, product);
+            outcome.products = checkProducts(context, source, product);
         }
         outcome.isRepositoryChecked = source.isOwn();
     }
     if (product.empty()) {
         context.findings.beginSection("installation");
         checkConfiguration(context);
+    }
+}
+
+}  // namespace
+
+Outcome verify(const String& prefix, const String& product) {
+    Context context(prefix, prefix.empty() && OwUtilities::isDaemonRunning());
+    Outcome outcome;
+    try {
+        look(context, product, outcome);
+    } catch (const OwUtilities::ExcessException& e) {
+        outcome.whyIncomplete = e.getMessage();
     }
     outcome.findings = std::move(context.findings);
     return outcome;

@@ -11,6 +11,7 @@ struct Outcome {
     Findings findings;
     size_t products = 0;               ///< that were looked at
     bool isRepositoryChecked = false;  ///< false while the daemon has it
+    String whyIncomplete{};            ///< empty when everything was looked at
 };
 
 /// Verifies the installation below `prefix`; an empty `product` means all. Changes nothing. Nothing

@@ -42,6 +42,9 @@ String valueOf(const CmdLineParser& parser, int id, const char* needed) {
 void print(const KovVerify::Outcome& outcome) {
     const size_t count = outcome.findings.count();
     outcome.findings.print(std::cout);
+    if (count == 0 && !outcome.whyIncomplete.empty()) {
+        return;
+    }
     if (count == 0) {
         std::cout << "kov-verify: everything is as registered; products: " << outcome.products
                   << ".\n";
@@ -70,6 +73,9 @@ int verifyInstallation(const CmdLineParser& parser) {
     const blocxx::File runLock = takeRunLock(prefix);
     const KovVerify::Outcome outcome = KovVerify::verify(prefix, product);
     print(outcome);
+    if (!outcome.whyIncomplete.empty()) {
+        BLOCXX_THROW(blocxx::Exception, outcome.whyIncomplete);
+    }
     return outcome.findings.count() == 0 ? ALL_AS_REGISTERED : DEVIATIONS;
 }
 

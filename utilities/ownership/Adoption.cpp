@@ -16,6 +16,8 @@ constexpr const char* FIRST_OF_STATE = "/var/opt/tarvo";
 constexpr mode_t PUBLIC_DIRECTORY = 0755;
 constexpr mode_t PRIVATE_DIRECTORY = 0700;
 constexpr mode_t PRIVATE_FILE = 0600;
+/// The account may put as many files as it likes beside those of the repository, which are three.
+constexpr size_t MOST_FILES_OF_REPOSITORY = 1000;
 constexpr const char* ROOT = "root";
 constexpr blocxx::Process::Identity ROOT_IDENTITY{.uid = 0, .gid = 0};
 
@@ -26,7 +28,7 @@ public:
 
     void adoptConfiguration(const Layout::Tree& tree) {
         adoptWay(tree.path(Layout::DROP_IN_DIRECTORY), tree.path(FIRST_OF_CONFIGURATION));
-        adoptFiles(Path::dirname(tree.path(Layout::CONFIG_FILE)));
+        adoptConfigurationFiles(tree);
         adoptDropIns(tree.path(Layout::DROP_IN_DIRECTORY));
         adoptFiles(tree.path(Layout::PRIVILEGES_DIRECTORY));
         adoptFiles(tree.path(Layout::AGENT_PRIVILEGES_DIRECTORY));
@@ -39,14 +41,28 @@ public:
     }
 
     void handOverRepository(const String& path) {
-        const auto directory = handOver(path, PRIVATE_DIRECTORY);
-        eachFile(directory, [&](OwnedFile& file) {
+        const auto giveToAccount = [&](OwnedFile& file) {
             file.setOwner(m_account, Layout::ACCOUNT, m_adjustment);
             file.setMode(PRIVATE_FILE, m_adjustment);
-        });
+        };
+        if (const auto directory = handOver(path, PRIVATE_DIRECTORY)) {
+            directory->eachFile(giveToAccount, m_adjustment, MOST_FILES_OF_REPOSITORY);
+        }
+    }
+
+    void adoptPasswordFile(OwnedFile& file) {
+        adoptFile(file);
+        file.letReadAlone(m_account, Layout::ACCOUNT, m_adjustment);
     }
 
 private:
+    void adoptConfigurationFiles(const Layout::Tree& tree) {
+        const String passwords = tree.path(Layout::PASSWORD_FILE);
+        eachFile(adoptDirectory(Path::dirname(passwords)), [&](OwnedFile& file) {
+            file.path() == passwords ? adoptPasswordFile(file) : adoptFile(file);
+        });
+    }
+
     /// Every directory above `path`, beginning with the first that is not the system's: from the
     /// top, since once one belongs to root, nobody else can exchange what is in it.
     void adoptWay(const String& path, const String& firstOwn) {
@@ -118,6 +134,13 @@ StringArray adoptRepository(const String& directory, const blocxx::Process::Iden
     Adjustment adjustment(Adjustment::Purpose::PUT_RIGHT);
     Adoption(account, adjustment).handOverRepository(directory);
     return std::move(adjustment.changes());
+}
+
+void adoptPasswordFile(const String& path, const blocxx::File& file,
+                       const blocxx::Process::Identity& account) {
+    Adjustment adjustment(Adjustment::Purpose::PUT_RIGHT);
+    OwnedFile owned(path, file);
+    Adoption(account, adjustment).adoptPasswordFile(owned);
 }
 
 std::vector<OwnershipDeviation> ownershipDeviations(const Layout::Tree& tree,

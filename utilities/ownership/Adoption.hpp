@@ -10,9 +10,9 @@
 
 namespace OwUtilities {
 
-// Both change nothing that is as it should be, and no content. They return a line for each change,
-// and throw blocxx::Exception for a file that must not be handed over, such as one with a second
-// name; what was changed before stays.
+// The first two change nothing that is as it should be, and no content. They return a line for each
+// change, and throw blocxx::Exception for a file that must not be handed over, such as one with a
+// second name; what was changed before stays.
 
 /// Gives the directories of this machine's installation, and the files of its configuration, their
 /// owners, modes and access lists.
@@ -20,7 +20,11 @@ StringArray adoptDirectories(const Layout::Tree& tree, const blocxx::Process::Id
 /// Gives the repository to the account.
 StringArray adoptRepository(const String& directory, const blocxx::Process::Identity& account);
 
-/// What these would change, or refuse because of a second name. Changes nothing. Throws
+/// Gives a new password file, open at `path`, its owner and its reader. Throws blocxx::Exception.
+void adoptPasswordFile(const String& path, const blocxx::File& file,
+                       const blocxx::Process::Identity& account);
+
+/// What the first two would change, or refuse because of a second name. Changes nothing. Throws
 /// blocxx::Exception when something cannot be looked at.
 std::vector<OwnershipDeviation> ownershipDeviations(const Layout::Tree& tree,
                                                     const blocxx::Process::Identity& account);

@@ -121,16 +121,24 @@ std::optional<OwnedFile> OwnedFile::file(const String& name, Adjustment& adjustm
     return OwnedFile(path, std::move(file));
 }
 
-void OwnedFile::eachFile(const std::function<void(OwnedFile&)>& action,
-                         Adjustment& adjustment) const {
-    for (const String& name : fileNames()) {
+void OwnedFile::eachFile(const std::function<void(OwnedFile&)>& action, Adjustment& adjustment,
+                         size_t most) const {
+    const StringArray names = fileNames(most);
+    if (names.size() > most) {
+        const String what = Format("\"%1\" has more than %2 files", m_path, most);
+        if (!adjustment.onlyLooks()) {
+            BLOCXX_THROW(blocxx::Exception, what + ". kov-verify shows how to remove them");
+        }
+        return adjustment.add({m_path, what, OwnershipDeviation::Kind::TOO_MANY_FILES});
+    }
+    for (const String& name : names) {
         if (auto opened = file(name, adjustment)) {
             action(*opened);
         }
     }
 }
 
-StringArray OwnedFile::fileNames() const {
+StringArray OwnedFile::fileNames(size_t most) const {
     const int again = ::openat(fd(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, DirectoryCloser> stream(again < 0 ? nullptr : ::fdopendir(again));
     if (!stream) {
@@ -138,7 +146,8 @@ StringArray OwnedFile::fileNames() const {
     }
     StringArray names;
     errno = 0;
-    while (const dirent* entry = ::readdir(stream.get())) {
+    const dirent* entry = nullptr;
+    while (names.size() <= most && (entry = ::readdir(stream.get())) != nullptr) {
         // Only regular files are opened: opening a device can have effects.
         if (entry->d_type == DT_REG || entry->d_type == DT_UNKNOWN) {
             names.emplace_back(static_cast<const char*>(entry->d_name));
@@ -186,20 +195,39 @@ void OwnedFile::protect(Adjustment& adjustment) {
     setMode(statusOf(fd(), m_path).st_mode & PERMISSIONS & ~WRITABLE_FOR_OTHERS, adjustment);
 }
 
-void OwnedFile::letRead(const Identity& account, const String& name, Adjustment& adjustment) {
-    const Acl wanted = listFor(account, false);
+bool OwnedFile::hasReader(const Identity& account) const {
     const Acl present(acl_get_fd(fd()));
-    if ((statusOf(fd(), m_path).st_mode & S_IROTH) != 0 ||
-        (present && acl_cmp(present.get(), wanted.get()) == 0)) {
+    return present && acl_cmp(present.get(), listFor(account, false).get()) == 0;
+}
+
+void OwnedFile::setReader(const Identity& account) {
+    if (acl_set_fd(fd(), listFor(account, false).get()) != 0) {
+        failed("set the access list of", m_path);
+    }
+}
+
+void OwnedFile::letRead(const Identity& account, const String& name, Adjustment& adjustment) {
+    if ((statusOf(fd(), m_path).st_mode & S_IROTH) != 0 || hasReader(account)) {
         return;
     }
     if (adjustment.onlyLooks()) {
         return adjustment.add({m_path, Format("%1 may not read \"%2\"", name, m_path)});
     }
-    if (acl_set_fd(fd(), wanted.get()) != 0) {
-        failed("set the access list of", m_path);
-    }
+    setReader(account);
     adjustment.addChange(Format("%1 may read \"%2\" now", name, m_path));
+}
+
+void OwnedFile::letReadAlone(const Identity& account, const String& name, Adjustment& adjustment) {
+    if (hasReader(account)) {
+        return;
+    }
+    if (adjustment.onlyLooks()) {
+        return adjustment.add(
+            {m_path, Format("\"%1\" is not readable for %2 and nobody else", m_path, name)});
+    }
+    setReader(account);
+    adjustment.addChange(
+        Format("%1 and nobody else may read \"%2\" now, besides root", name, m_path));
 }
 
 void OwnedFile::letReadNewFiles(const Identity& account, const String& name,

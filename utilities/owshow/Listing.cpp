@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "blocxx/Printable.hpp"
 #include "layout/Layout.hpp"
 #include "openwbem/mof/MOFRenderer.hpp"
 #include "utilities/common/Attempt.hpp"
@@ -21,7 +22,7 @@ public:
     void print(const Sink& out) {
         std::ranges::sort(m_names);
         for (const String& name : m_names) {
-            out(oneLine(name) + "\n");
+            out(blocxx::oneLine(name) + "\n");
         }
     }
 
@@ -54,12 +55,21 @@ StringArray topClasses(CIMOMHandleIFC& handle, const Selection& selection) {
     return names;
 }
 
-/// Whether an instance is none that the repository holds: the daemon makes one of each namespace.
-/// They could not be compiled back, and --namespaces lists them.
-bool isMadeUp(const Selection& selection, const String& className) {
-    return selection.className.empty() &&
-           blocxx::equalsIgnoreCase(selection.ns, Layout::INTEROP_NS) &&
-           blocxx::equalsIgnoreCase(className, "CIM_Namespace");
+/// Whether an instance is none that the repository holds: the daemon computes one for each
+/// namespace, for itself and for its profile. They could not be compiled back.
+bool isComputed(const Selection& selection, const CIMObjectPath& path) {
+    if (!selection.className.empty() ||
+        !blocxx::equalsIgnoreCase(selection.ns, Layout::INTEROP_NS)) {
+        return false;
+    }
+    const auto is = [&](const char* className) {
+        return blocxx::equalsIgnoreCase(path.getClassName(), className);
+    };
+    return is("CIM_Namespace") ||
+           (is("CIM_ObjectManager") &&
+            path.getKeyValue("Name") == CIMValue(Layout::OBJECT_MANAGER_NAME)) ||
+           (is("CIM_RegisteredProfile") &&
+            path.getKeyValue("InstanceID") == CIMValue(Layout::REGISTRATION_PROFILE_ID));
 }
 
 void collectNames(CIMOMHandleIFC& handle, const Selection& selection, SortedNames& names) {
@@ -76,7 +86,7 @@ void collectNames(CIMOMHandleIFC& handle, const Selection& selection, SortedName
         return;
     }
     auto add = makeResultHandler<CIMObjectPath>([&](const CIMObjectPath& path) {
-        if (!isMadeUp(selection, path.getClassName())) {
+        if (!isComputed(selection, path)) {
             names.add(path.toString());
         }
     });
@@ -106,7 +116,7 @@ void printMOF(CIMOMHandleIFC& handle, const Selection& selection, const Sink& ou
         return;
     }
     auto print = makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
-        if (!isMadeUp(selection, instance.getClassName())) {
+        if (!isComputed(selection, CIMObjectPath(selection.ns, instance))) {
             printObject(instance, out);
         }
     });

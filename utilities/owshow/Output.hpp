@@ -3,10 +3,10 @@
 // What owshow prints, and how much of it may be in memory.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 
 #include "blocxx/String.hpp"
+#include "utilities/common/Budget.hpp"
 
 namespace OwShow {
 
@@ -28,20 +28,16 @@ private:
     String m_buffer;
 };
 
-/// `text` on one line: line feeds, carriage returns and tabs are written out as "\n", "\r", "\t".
-String oneLine(std::string_view text);
-
-/// Counts what is collected from a repository, whose size nobody vouches for.
-class Budget {
+/// For what is collected from a repository to be sorted.
+class Budget : public OwUtilities::Budget {
 public:
     static constexpr size_t LIMIT = size_t{256} << 20U;
 
-    explicit Budget(size_t limit = LIMIT) : m_left(limit) {}
-    /// Accounts for a collected text. Throws Exception when all texts together exceed the limit.
-    void take(std::string_view text);
-
-private:
-    size_t m_left;
+    explicit Budget(size_t limit = LIMIT)
+        : OwUtilities::Budget(
+              "there is more to sort than fits in memory. Name a class or a product, or use --mof, "
+              "which sorts nothing",
+              limit) {}
 };
 
 }  // namespace OwShow

@@ -64,7 +64,7 @@ void ProviderReader::addRegistration(Node& tree, const CIMObjectPath& path) {
     const CIMInstance instance = m_handle.getInstance(INTEROP_NS, path);
     tree.add("program: " + text(instance, "Process") +
              listed(instance.getPropertyValue("Args"), " "));
-    if (!instance.getPropertyValue("MonitorPrivilegesFile").isNull()) {
+    if (!instance.getPropertyValue(ProviderModel::PRIVILEGES_FILE).isNull()) {
         addFile(tree, "privilege file of the provider",
                 m_prefix + PrivilegeFiles::providerPrivilegeFile(instance), "missing");
     }
@@ -94,10 +94,10 @@ void ProviderReader::addDeclared(Node& tree, const CIMInstance& record) {
     constexpr struct {
         const char* title;
         const char* property;
-    } LISTS[] = {{"qualifier types", "ProviderMofQualifierTypeNames"},
-                 {"classes", "ProviderMofClassNames"},
-                 {"instances", "ProviderMofInstanceNames"}};
-    Node mof{"MOF in " + text(record, "ProviderMofNamespace"), {}};
+    } LISTS[] = {{"qualifier types", ProviderModel::MOF_QUALIFIER_TYPES},
+                 {"classes", ProviderModel::MOF_CLASSES},
+                 {"instances", ProviderModel::MOF_INSTANCES}};
+    Node mof{"MOF in " + text(record, ProviderModel::MOF_NAMESPACE), {}};
     for (const auto& [title, property] : LISTS) {
         const CIMValue names = record.getPropertyValue(property);
         if (names.isArray() && names.getArraySize() > 0) {

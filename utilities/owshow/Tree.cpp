@@ -11,7 +11,7 @@ using blocxx::Format;
 namespace {
 
 void printNode(const Node& node, const String& indent, const Sink& out) {
-    out(indent + oneLine(node.text) + "\n");
+    out(indent + blocxx::oneLine(node.text) + "\n");
     for (const Node& child : node.children) {
         printNode(child, indent + "  ", out);
     }
@@ -21,7 +21,7 @@ void printNode(const Node& node, const String& indent, const Sink& out) {
 /// the node) and without entities ("&lt;").
 String label(std::string_view text) {
     String quoted = "\"";
-    for (const char c : blocxx::printable(oneLine(text))) {
+    for (const char c : blocxx::printable(blocxx::oneLine(text))) {
         if (c == '&') {
             quoted += "&amp;";
             continue;

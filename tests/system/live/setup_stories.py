@@ -67,6 +67,13 @@ class Setup(LiveStory):
         )
         self.assertEqual(out, "copy\n")
 
+    def test_name_that_the_account_has_chosen_forges_no_line(self):
+        out = self.shell(f"cd {REPOSITORY}; {AS_ACCOUNT} touch \"$(printf 'x\\nkov-setup: forged')\";"
+                         "kov-setup")
+        self.assertEqual(out.splitlines(), [
+            f'kov-setup: "{REPOSITORY}/x\\nkov-setup: forged" has the mode 0600 now.',
+            f'kov-setup: "{REPOSITORY}" is ready.'])
+
     def test_makes_the_account_where_there_is_none(self):
         out = self.shell(
             ANEW + "! id owcimomd 2>/dev/null; kov-setup; id -gn owcimomd;"

@@ -6,7 +6,7 @@ import os
 import re
 import shlex
 
-from live import CONFIG, DROP_INS, INIT, REPOSITORY, STATE, LiveStory
+from live import AS_ACCOUNT, CONFIG, DROP_INS, INIT, REPOSITORY, STATE, LiveStory
 
 SOURCE = os.environ.get("KOV_SOURCE", "")
 PRIVILEGES = CONFIG.rsplit("/", 1)[0] + "/privileges"
@@ -364,6 +364,42 @@ class Verifying(LiveStory):
             f"setpriv --reuid=owcimomd --regid=owcimomd --clear-groups ln -s /var/opt/tarvo/secret "
             f"{REPOSITORY}; timeout 60 kov-verify 2>&1; echo $?; ls /var/opt/tarvo/secret")
         self.assertRegex(out, r"(?s)\Akov-verify: error: .*repository.*\n2\n\Z")
+
+    def test_link_in_the_place_of_the_repository_tells_nothing_about_what_is_behind_it(self):
+        """Behind it is something that looks like a repository with a log."""
+        secret = "/var/opt/tarvo/secret"
+        result = self.sandbox(
+            "sh", "-c", f"mkdir -m 700 {secret}; head -c 18 /dev/zero >{secret}/repository.db;"
+            f"printf '\\002' >>{secret}/repository.db; echo x >{secret}/repository.db-wal;"
+            f"mv {REPOSITORY} /var/opt/tarvo/away; {AS_ACCOUNT} ln -s {secret} {REPOSITORY}; kov-verify")
+        self.assertEqual((result.status, result.out), (2, ""))
+        self.assertNotIn("left over", result.err)
+
+    def test_more_files_in_the_repositorys_directory_than_can_be_looked_at(self):
+        self.tell(
+            f"cd {REPOSITORY}; {AS_ACCOUNT} sh -c 'umask 77; mkdir d; touch d/x repository.db-more;"
+            "seq -f x%.0f 2000 | xargs touch'; cd /",
+            f'"{REPOSITORY}" has more than 1000 files')
+        self.setUp()
+        result = self.sandbox(
+            "sh", "-c", f"cd {REPOSITORY}; {AS_ACCOUNT} sh -c 'seq 2000 | xargs touch'; kov-setup")
+        self.assertEqual(result.status, 1)
+        self.assertIn(f'kov-setup: error: "{REPOSITORY}" has more than 1000 files. kov-verify shows '
+                      "how to remove them\n", result.err)
+
+    def test_more_deviations_than_can_be_kept(self):
+        result = self.sandbox(
+            "sh", "-c", f"{INSTALL}; for i in $(seq 8000); do printf 'instance of OpenWBEM_UserACL {{ "
+            "nspace = \"gone/x\"; username = \"%01000d\"; capability = \"r\"; };\\n' $i; done |"
+            "owmofc -n root/security - >/dev/null; kov-verify")
+        self.assertEqual(result.status, 2)
+        self.assertEqual(
+            result.err, "kov-verify: error: there are more deviations than these. Mend them first, "
+            "then run kov-verify again\n")
+        found = deviations(result.out)
+        self.assertGreater(len(found), 1000)
+        self.assertLess(len(found), 8000)
+        self.assertRegex(result.out, rf"(?m)^kov-verify: deviations: {len(found)}\. ")
 
     def test_refusals(self):
         self.assert_steps(

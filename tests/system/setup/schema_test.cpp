@@ -114,14 +114,27 @@ INSTANTIATE_TEST_SUITE_P(
                   "string CreationClassName", "string Name"},
                  {"string Caption", "string Description", "string ElementName", "uint16 ClassInfo",
                   "string DescriptionOfClassInfo", "uint16 ClassType", "string ClassTypeVersion",
-                  "string DescriptionOfClassType"}}),
+                  "string DescriptionOfClassType"}},
+        ClassRow{"root",
+                 "CIM_ObjectManager",
+                 {"string SystemCreationClassName", "string SystemName", "string CreationClassName",
+                  "string Name"},
+                 {"string Caption", "string Description", "string ElementName",
+                  "boolean GatherStatisticalData"}},
+        ClassRow{"root",
+                 "CIM_RegisteredProfile",
+                 {"string InstanceID"},
+                 {"string Caption", "string Description", "string ElementName",
+                  "uint16 RegisteredOrganization", "string OtherRegisteredOrganization",
+                  "string RegisteredName", "string RegisteredVersion", "uint16[] AdvertiseTypes",
+                  "string[] AdvertiseTypeDescriptions"}}),
     [](const auto& info) { return String(info.param.name); });
 
 TEST_F(Schema, HasNoOtherClasses) {
     withRepository([](CIMOMHandleIFC& handle) {
         EXPECT_EQ(handle.enumClassNamesA("kov", "", OpenWBEM::E_DEEP).size(), 6U);
         EXPECT_EQ(handle.enumClassNamesA("root/security", "", OpenWBEM::E_DEEP).size(), 1U);
-        EXPECT_EQ(handle.enumClassNamesA("root", "", OpenWBEM::E_DEEP).size(), 5U);
+        EXPECT_EQ(handle.enumClassNamesA("root", "", OpenWBEM::E_DEEP).size(), 7U);
     });
 }
 

@@ -8,14 +8,6 @@
 namespace OwShow {
 namespace {
 
-TEST(OneLine, WritesOutWhatWouldEndTheLine) {
-    EXPECT_EQ(oneLine("a\nb\rc\td"), "a\\nb\\rc\\td");
-}
-
-TEST(OneLine, KeepsEverythingElse) {
-    EXPECT_EQ(oneLine("a\\n \"b\" \xC3\xA4\x1B"), "a\\n \"b\" \xC3\xA4\x1B");
-}
-
 TEST(Budget, RefusesWhatExceedsItInAll) {
     Budget budget(1000);
     for (int i = 0; i < 5; ++i) {
