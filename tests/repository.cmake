@@ -11,7 +11,7 @@ kov_unit_test(repository_test
     unit/repository/HostileDirectory_test.cpp
     unit/repository/HostilePages_test.cpp
     unit/repository/OpenRepository_test.cpp
-    unit/repository/RepositoryAssociations_test.cpp
+    unit/repository/InstancePaths_test.cpp unit/repository/RepositoryAssociations_test.cpp
     unit/repository/RepositoryFile_test.cpp
     unit/repository/RepositoryOperations_test.cpp
     unit/repository/RepositoryScale_test.cpp

@@ -25,7 +25,18 @@ constexpr const char* DESCRIPTIONS[] = {"unknown failure",
                                         "query language not supported",
                                         "invalid query",
                                         "method not available",
-                                        "method not found"};
+                                        "method not found",
+                                        "unknown failure",
+                                        "unknown failure",
+                                        "namespace not empty",
+                                        "invalid enumeration context",
+                                        "invalid operation timeout",
+                                        "pull has been abandoned",
+                                        "pull cannot be abandoned",
+                                        "filtered enumeration not supported",
+                                        "continuation on error not supported",
+                                        "server limits exceeded",
+                                        "server is shutting down"};
 
 /// "DESCRIPTION: MESSAGE". A message that comes from another CIMException, for example through a
 /// connection, already has its description.

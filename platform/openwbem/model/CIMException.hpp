@@ -27,7 +27,16 @@ public:
         QUERY_LANGUAGE_NOT_SUPPORTED = 14,
         INVALID_QUERY = 15,
         METHOD_NOT_AVAILABLE = 16,
-        METHOD_NOT_FOUND = 17
+        METHOD_NOT_FOUND = 17,
+        NAMESPACE_NOT_EMPTY = 20,
+        INVALID_ENUMERATION_CONTEXT = 21,
+        INVALID_OPERATION_TIMEOUT = 22,
+        PULL_HAS_BEEN_ABANDONED = 23,
+        PULL_CANNOT_BE_ABANDONED = 24,
+        FILTERED_ENUMERATION_NOT_SUPPORTED = 25,
+        CONTINUATION_ON_ERROR_NOT_SUPPORTED = 26,
+        SERVER_LIMITS_EXCEEDED = 27,
+        SERVER_IS_SHUTTING_DOWN = 28
     };
 
     /// The message says what failed. description(code) is put in front of it, so that the message

@@ -65,6 +65,11 @@ CIMInstance& CIMInstance::setProperty(std::string_view name, CIMValue value) {
     return *this;
 }
 
+CIMInstance& CIMInstance::setPath(CIMObjectPath path) {
+    m_rep.write().path = std::move(path);
+    return *this;
+}
+
 CIMPropertyArray CIMInstance::getKeys() const {
     CIMPropertyArray keys;
     std::copy_if(getProperties().begin(), getProperties().end(), std::back_inserter(keys),
@@ -80,6 +85,7 @@ CIMInstance CIMInstance::filter(const ModelSupport::ObjectFilter& cut) const {
     Rep& rep = result.m_rep.write();
     rep.qualifiers = cut.qualifiers(getQualifiers());
     rep.properties = cut.properties(getProperties());
+    rep.path = getPath();
     return result;
 }
 

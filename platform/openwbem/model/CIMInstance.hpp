@@ -4,7 +4,7 @@
 // that the path of an instance can be made without its class.
 #pragma once
 
-#include "openwbem/model/CIMProperty.hpp"
+#include "openwbem/model/CIMObjectPath.hpp"
 
 namespace OpenWBEM {
 
@@ -39,6 +39,11 @@ public:
     /// The properties that are marked as keys.
     CIMPropertyArray getKeys() const;
 
+    /// Where the instance was found; null unless that was asked for (WantedParts). It is no part of
+    /// the value: it does not count in comparisons and is not stored.
+    const CIMObjectPath& getPath() const noexcept { return m_rep->path; }
+    CIMInstance& setPath(CIMObjectPath path);
+
     /// A copy with the wanted parts only.
     CIMInstance filter(const ModelSupport::ObjectFilter& cut) const;
 
@@ -51,6 +56,7 @@ private:
         String className;
         CIMPropertyArray properties;
         CIMQualifierArray qualifiers;
+        CIMObjectPath path;
     };
     CowReference<Rep> m_rep;
 };

@@ -43,7 +43,8 @@ public:
     /// was expected there.
     static CIMObjectPath parse(std::string_view text);
 
-    /// Gives the keys the spelling, order and types that they have in the class. Throws
+    /// Gives the keys the spelling, order and types that they have in the class. A key without a
+    /// name is the only one of a class (DSP0201 5.2.4, INSTANCENAME). Throws
     /// CIMException INVALID_PARAMETER and changes nothing when a key is missing, unknown, given
     /// twice, or has a value that its type cannot hold.
     CIMObjectPath& syncWithClass(const CIMClass& cls);

@@ -116,6 +116,9 @@ CIMProperty syncKey(const CIMClass& cls, const CIMProperty& declared, const CIMV
 
 CIMObjectPath& CIMObjectPath::syncWithClass(const CIMClass& cls) {
     const CIMPropertyArray declaredKeys = cls.getKeys();
+    if (declaredKeys.size() == 1 && getKeys().size() == 1 && getKeys()[0].getName().empty()) {
+        return setKeys({syncKey(cls, declaredKeys[0], getKeys()[0].getValue())});
+    }
     const NameIndex givenKeys(getKeys());
     CIMPropertyArray keys;
     keys.reserve(declaredKeys.size());

@@ -99,4 +99,10 @@ constexpr const OperationTraits& traitsOf(Operation operation) noexcept {
     return Detail::OPERATIONS[static_cast<uint16_t>(operation)];
 }
 
+/// Whether the operation has an AssociationFilter.
+constexpr bool followsAssociations(const OperationTraits& traits) noexcept {
+    return traits.effect == OperationTraits::Effect::ENUMERATES &&
+           traits.operand == OperationTraits::Operand::PATH;
+}
+
 }  // namespace OpenWBEM

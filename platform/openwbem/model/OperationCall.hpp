@@ -38,6 +38,7 @@ struct OperationCall {
         results{};
     WantedParts wanted{};
     EDeepFlag deep = E_SHALLOW;
+    /// Of operations that follow associations, and of no others.
     const AssociationFilter* filter = nullptr;
 
     /// The operand, which is a T.

@@ -20,12 +20,14 @@ using namespace WBEMFlags;  // NOLINT(google-build-using-namespace): part of eve
 
 /// DSP0200 5.3.2.1 and 5.3.2.2: `localOnly` drops propagated features and qualifiers, the other two
 /// flags drop all qualifiers and class origins; of a non-null list, which must outlive this, only
-/// the properties named there stay.
+/// the properties named there stay. `withPath` adds the path to each instance, which cannot be made
+/// of an instance that lacks keys.
 struct WantedParts {
     ELocalOnlyFlag localOnly = E_NOT_LOCAL_ONLY;
     EIncludeQualifiersFlag qualifiers = E_EXCLUDE_QUALIFIERS;
     EIncludeClassOriginFlag classOrigin = E_EXCLUDE_CLASS_ORIGIN;
     const StringArray* propertyList = nullptr;
+    bool withPath = false;
 };
 
 }  // namespace OpenWBEM

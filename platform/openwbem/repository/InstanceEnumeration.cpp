@@ -61,7 +61,7 @@ private:
 class InstanceEnumeration : public Enumeration<CIMInstance> {
 public:
     InstanceEnumeration(RepositoryStore& store, const OperationCall& call)
-        : m_walk(store, call), m_form(call.wanted) {
+        : m_walk(store, call), m_form(call.wanted, m_walk.nameSpace().spelling) {
         if (call.deep != E_DEEP) {
             m_form.setOnlyPropertiesOf(m_walk.topClass());
         }

@@ -28,6 +28,9 @@ CIMPropertyArray withClassParts(CIMPropertyArray properties, const CIMClass& cls
 }  // namespace
 
 CIMInstance InstanceForm::of(CIMInstance stored, const CIMClass* cls) const {
+    if (m_withPath) {
+        stored.setPath(CIMObjectPath(m_ns, stored));
+    }
     if (m_needsClass && cls != nullptr) {
         stored.setProperties(withClassParts(stored.getProperties(), *cls, m_includeQualifiers));
     }

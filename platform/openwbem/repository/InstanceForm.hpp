@@ -12,8 +12,11 @@ namespace OpenWBEM {
 /// instances of an operation.
 class InstanceForm {
 public:
-    explicit InstanceForm(const WantedParts& wanted)
-        : m_needsClass(wanted.localOnly == E_LOCAL_ONLY ||
+    /// `ns`: where the instances are.
+    InstanceForm(const WantedParts& wanted, const String& ns)
+        : m_ns(ns),
+          m_withPath(wanted.withPath),
+          m_needsClass(wanted.localOnly == E_LOCAL_ONLY ||
                        wanted.qualifiers == E_INCLUDE_QUALIFIERS ||
                        wanted.classOrigin == E_INCLUDE_CLASS_ORIGIN),
           m_includeQualifiers(wanted.qualifiers == E_INCLUDE_QUALIFIERS),
@@ -27,6 +30,8 @@ public:
     CIMInstance of(CIMInstance stored, const CIMClass* cls) const;
 
 private:
+    String m_ns;
+    bool m_withPath;
     bool m_needsClass;
     bool m_includeQualifiers;
     ModelSupport::ObjectFilter m_filter;

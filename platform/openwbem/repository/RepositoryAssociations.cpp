@@ -50,10 +50,13 @@ public:
 private:
     std::optional<CIMInstance> read(const CIMObjectPath& path) {
         try {
-            return m_handle
-                ->getInstance(path.getNameSpace(), path, m_wanted.localOnly, m_wanted.qualifiers,
-                              m_wanted.classOrigin, nullptr)
-                .filter(m_listed);
+            CIMInstance instance =
+                m_handle->getInstance(path.getNameSpace(), path, m_wanted.localOnly,
+                                      m_wanted.qualifiers, m_wanted.classOrigin, nullptr);
+            if (m_wanted.withPath) {
+                instance.setPath(CIMObjectPath(path.getNameSpace(), instance));
+            }
+            return instance.filter(m_listed);
         } catch (const CIMException& e) {
             if (isMissing(e)) {
                 return std::nullopt;
@@ -161,8 +164,9 @@ EnumerationPtr<CIMObjectPath> openAssociatorNames(RepositoryStore& store, const 
 }
 
 EnumerationPtr<CIMInstance> openReferences(RepositoryStore& store, const OperationCall& call) {
-    return std::make_unique<ReferenceEnumeration>(store, AssociationQuery(store, call),
-                                                  InstanceForm(call.wanted));
+    AssociationQuery query(store, call);
+    InstanceForm form(call.wanted, query.nameSpace().spelling);
+    return std::make_unique<ReferenceEnumeration>(store, std::move(query), std::move(form));
 }
 
 EnumerationPtr<CIMObjectPath> openReferenceNames(RepositoryStore& store,

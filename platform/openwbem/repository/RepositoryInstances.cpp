@@ -84,12 +84,18 @@ void checkPropertyList(const StringArray* list, const CIMClass& cls) {
 }
 
 /// `stored` with the wanted properties of `given`. The keys are those by which it was
-/// found, so they stay.
+/// found, so they stay. Throws CIMException INVALID_PARAMETER for another property that is marked
+/// as a key: whoever sends it means another instance.
 CIMInstance merge(const CIMInstance& stored, const CIMInstance& given, const WantedParts& wanted) {
     CIMInstance merged = stored;
     for (const CIMProperty& property : given.getProperties()) {
         const CIMProperty* old = stored.getProperty(property.getName());
         const bool isKey = old != nullptr && old->isKey();
+        if (property.isKey() && old != nullptr && !isKey) {
+            OPENWBEM_THROW_CIM(
+                INVALID_PARAMETER,
+                Format("property \"%1\" is no key of the instance", property.getName()));
+        }
         if (!isKey && isNamed(wanted.propertyList, property.getName())) {
             merged.setProperty(property);
         }
@@ -117,7 +123,7 @@ void checkCanHaveInstances(const CIMClass& cls) {
 CIMInstance getInstance(RepositoryStore& store, const OperationCall& call) {
     const CIMObjectPath& path = call.as<CIMObjectPath>();
     const Found found = findClass(store, call.ns, path.getClassName());
-    const InstanceForm form(call.wanted);
+    const InstanceForm form(call.wanted, found.ns.spelling);
     return form.of(requireInstance(store, found, inLine(path, found)).instance, &found.cls.cls);
 }
 

@@ -77,6 +77,21 @@ TEST(ObjectPathSyncTest, EveryReal32ComesBackThoughTextIsReadAsReal64) {
     }
 }
 
+TEST(ObjectPathSyncTest, AKeyWithoutANameIsTheOnlyOneOfTheClass) {
+    CIMObjectPath path("C");
+    path.setKeyValue("", CIMValue(uint64_t{5}));
+    const CIMClass one = classWithKeys({{"K", CIMDataType::UINT8}});
+    EXPECT_EQ(CIMObjectPath(path).syncWithClass(one),
+              CIMObjectPath("C").setKeyValue("K", CIMValue(uint8_t{5})));
+    const CIMClass two = classWithKeys({{"K", CIMDataType::UINT8}, {"L", CIMDataType::UINT8}});
+    try {
+        path.syncWithClass(two);
+        ADD_FAILURE() << path;
+    } catch (const CIMException& e) {
+        EXPECT_STREQ(e.getMessage(), "invalid parameter: key K of a path of class Foo: is missing");
+    }
+}
+
 TEST(ObjectPathSyncTest, NamesAndOrderBecomeThoseOfTheClass) {
     const CIMClass cls =
         classWithKeys({{"First", CIMDataType::UINT8}, {"Second", CIMDataType::STRING}});

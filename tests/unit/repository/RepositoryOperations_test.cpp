@@ -137,6 +137,18 @@ TEST_F(RepositoryOperations, ModifyingChangesWhatIsNamedAndKeepsTheRest) {
     EXPECT_TRUE(get(personPath("ann")).getPropertyValue("Note").isNull());
 }
 
+TEST_F(RepositoryOperations, ModifyingRefusesAKeyThatIsNone) {
+    handle.createInstance("test", person("ann"));
+    CIMProperty age = property("Age", T::UINT16, true);
+    age.setValue(CIMValue(uint16_t(7)));
+    CIMInstance change = person("ann");
+    change.setProperty(age);
+    String message;
+    EXPECT_EQ(4, statusOf([&] { modify(change); }, &message));
+    EXPECT_THAT(message, ::testing::HasSubstr("property \"Age\" is no key of the instance"));
+    EXPECT_EQ(CIMValue(uint16_t(30)), get(personPath("ann")).getPropertyValue("Age"));
+}
+
 TEST_F(RepositoryOperations, AClassWithoutUsersMayChangeFreely) {
     handle.createClass("test", makeClass("Free", "Root", {property("A", T::STRING, true)}));
     handle.modifyClass("test", makeClass("Free", "", {property("B", T::UINT8, true)}));
