@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <new>
 
-#include "openwbem/xml/XMLLimits.hpp"
-
 namespace OpenWBEM {
 
 namespace {
@@ -20,6 +18,7 @@ struct alignas(std::max_align_t) Header {
 
 /// The total of all parsers in this thread: Expat does not tell its allocator which one calls.
 thread_local size_t allocated = 0;
+thread_local size_t maxAllocated = MAX_MARKUP_MEMORY;
 /// Whether the current allocation is for the document, which does not count.
 thread_local bool isDocument = false;
 
@@ -28,7 +27,7 @@ Header* headerOf(void* block) noexcept {
 }
 
 bool fits(size_t size, size_t instead) noexcept {
-    return size <= MAX_MARKUP_MEMORY && allocated - instead <= MAX_MARKUP_MEMORY - size;
+    return size <= maxAllocated && allocated - instead <= maxAllocated - size;
 }
 
 void* resize(Header* old, size_t size) noexcept {
@@ -64,12 +63,22 @@ void openwbemExpatFree(void* block) {
 }
 }
 
+/// Runs `parse` with a limit of its own.
+template <class Parse>
+XML_Status limited(size_t limit, const Parse& parse) {
+    maxAllocated = limit;
+    const XML_Status status = parse();
+    maxAllocated = MAX_MARKUP_MEMORY;
+    return status;
+}
+
 constexpr XML_Memory_Handling_Suite MEMORY{openwbemExpatMalloc, openwbemExpatRealloc,
                                            openwbemExpatFree};
 
 }  // namespace
 
-BoundedExpat::BoundedExpat() : m_parser(XML_ParserCreate_MM(nullptr, &MEMORY, nullptr)) {
+BoundedExpat::BoundedExpat(size_t limit)
+    : m_parser(XML_ParserCreate_MM(nullptr, &MEMORY, nullptr)), m_limit(limit) {
     if (m_parser == nullptr) {
         throw std::bad_alloc();
     }
@@ -83,6 +92,14 @@ char* BoundedExpat::documentBuffer(int size) {
         throw std::bad_alloc();
     }
     return static_cast<char*>(buffer);
+}
+
+XML_Status BoundedExpat::parseBuffer(int size) {
+    return limited(m_limit, [&] { return XML_ParseBuffer(m_parser, size, XML_TRUE); });
+}
+
+XML_Status BoundedExpat::resume() {
+    return limited(m_limit, [&] { return XML_ResumeParser(m_parser); });
 }
 
 BoundedExpat::~BoundedExpat() {

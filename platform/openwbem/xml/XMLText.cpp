@@ -40,7 +40,12 @@ void write(std::ostream& out, std::string_view text) {
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-void writeReplaced(std::ostream& out, std::string_view text, const Replacements& table) {
+void write(blocxx::String& out, std::string_view text) {
+    out += text;
+}
+
+template <class Out>
+void writeReplaced(Out& out, std::string_view text, const Replacements& table) {
     size_t plain = 0;
     for (size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
@@ -97,6 +102,14 @@ void writeText(std::ostream& out, std::string_view text) {
 }
 
 void writeAttributeValue(std::ostream& out, std::string_view text) {
+    writeReplaced(out, text, ATTRIBUTE);
+}
+
+void appendText(blocxx::String& out, std::string_view text) {
+    writeReplaced(out, text, TEXT);
+}
+
+void appendAttributeValue(blocxx::String& out, std::string_view text) {
     writeReplaced(out, text, ATTRIBUTE);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Private to this folder: which characters XML can hold, and how they are written (XML 1.0, clauses
-// 2.2 to 2.4, 2.11 and 3.3.3).
+// Which characters XML can hold, and how they are written (XML 1.0, clauses 2.2 to 2.4, 2.11 and
+// 3.3.3). For this folder and for rooms that write elements without a tree.
 #pragma once
 
 #include <iosfwd>
@@ -27,5 +27,9 @@ bool holdsOnlyElements(const XMLNode& node);
 void writeText(std::ostream& out, std::string_view text);
 /// The same for a value in double quotes, with tabs and line feeds as references, too.
 void writeAttributeValue(std::ostream& out, std::string_view text);
+
+// The same at the end of a string.
+void appendText(blocxx::String& out, std::string_view text);
+void appendAttributeValue(blocxx::String& out, std::string_view text);
 
 }  // namespace OpenWBEM::XMLText
