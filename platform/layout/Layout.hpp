@@ -18,6 +18,11 @@ inline constexpr const char* INTEROP_NS = "root";
 inline constexpr const char* SECURITY_NS = "root/security";
 inline constexpr const char* KOV_NS = "kov";
 
+// By these, clients find the instances that the daemon computes: of CIM_ObjectManager and of
+// CIM_RegisteredProfile.
+inline constexpr const char* OBJECT_MANAGER_NAME = "owcimomd";
+inline constexpr const char* REGISTRATION_PROFILE_ID = "KOV:DMTF Profile Registration 1.0.0";
+
 // What is installed. No product may register a program below INSTALLATION as its own.
 inline constexpr const char* INSTALLATION = "/opt/tarvo/kov";
 inline constexpr const char* DAEMON = "/opt/tarvo/kov/sbin/owcimomd";
@@ -28,6 +33,12 @@ inline constexpr const char* QUALIFIERS_FILE = "/opt/tarvo/kov/share/openwbem/qu
 // The configuration. Root owns it; the account may read it.
 inline constexpr const char* CONFIG_FILE = "/etc/opt/tarvo/kov/openwbem/openwbem.conf";
 inline constexpr const char* DROP_IN_DIRECTORY = "/etc/opt/tarvo/kov/openwbem/openwbem.conf.d";
+/// The users who may speak to the daemon over HTTP, with hashes of their passwords. owpasswd writes
+/// it. Only the account may read it besides root.
+inline constexpr const char* PASSWORD_FILE = "/etc/opt/tarvo/kov/openwbem/owcimomd.passwords";
+/// Where owpasswd makes the next one.
+inline constexpr const char* UNFINISHED_PASSWORD_FILE =
+    "/etc/opt/tarvo/kov/openwbem/owcimomd.passwords.owpasswd";
 /// For the privilege files that let the provider agent start the providers' processes.
 inline constexpr const char* AGENT_PRIVILEGES_DIRECTORY =
     "/etc/opt/tarvo/kov/openwbem/privileges/owcimomd";
@@ -38,6 +49,8 @@ inline constexpr const char* PRIVILEGES_DIRECTORY = "/etc/opt/tarvo/kov/openwbem
 // which is therefore hostile.
 inline constexpr const char* STATE_DIRECTORY = "/var/opt/tarvo/kov";
 inline constexpr const char* LOCK_FILE = "/var/opt/tarvo/kov/fennik.lock";
+/// Held by owpasswd while it changes the password file.
+inline constexpr const char* PASSWORD_LOCK_FILE = "/var/opt/tarvo/kov/owpasswd.lock";
 /// Where kov-setup makes a repository, because the account cannot write there.
 inline constexpr const char* UNFINISHED_REPOSITORY = "/var/opt/tarvo/kov/repository.kov-setup";
 inline constexpr const char* DATA_DIRECTORY = "/var/opt/tarvo/kov/openwbem";
