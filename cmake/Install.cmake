@@ -12,7 +12,7 @@ foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owshow)
     add_dependencies(programs ${PROGRAM})
   endif()
 endforeach()
-foreach(PROGRAM owcimomd kov-setup kov-verify)
+foreach(PROGRAM owcimomd owpasswd kov-setup kov-verify)
   if(TARGET ${PROGRAM})
     install(TARGETS ${PROGRAM} RUNTIME DESTINATION /opt/tarvo/kov/sbin)
     add_dependencies(programs ${PROGRAM})
@@ -27,14 +27,14 @@ install(FILES packaging/man/owmofc.1 packaging/man/owdeleteinstance.1
         DESTINATION /opt/tarvo/kov/share/man/man1)
 install(FILES packaging/man/fennik.8 packaging/man/kov-setup.8 packaging/man/kov-verify.8
         DESTINATION /opt/tarvo/kov/share/man/man8)
-install(FILES packaging/man/owcimomd.8 packaging/man/tarvo-owcimomd_init.8
+install(FILES packaging/man/owcimomd.8 packaging/man/owpasswd.8 packaging/man/tarvo-owcimomd_init.8
         DESTINATION /opt/tarvo/kov/share/man/man8)
 install(FILES packaging/man/kov-privilege-file.5 packaging/man/kov-provider-list.5
               packaging/man/kov-saved-state.5 packaging/man/openwbem.conf.5
         DESTINATION /opt/tarvo/kov/share/man/man5)
 # bash-completion looks for a file with the name of the command.
-foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owshow kov-setup kov-verify owcimomd
-        tarvo-owcimomd_init)
+foreach(PROGRAM fennik owmofc owdeleteinstance owdeletenamespace owpasswd owshow kov-setup
+        kov-verify owcimomd tarvo-owcimomd_init)
   install(FILES packaging/completion/kov.bash
           DESTINATION /usr/share/bash-completion/completions RENAME ${PROGRAM})
 endforeach()

@@ -11,6 +11,7 @@
 #include "blocxx/Format.hpp"
 #include "openwbem/client/ClientCIMOMHandle.hpp"
 #include "owcimomd/connections/Server.hpp"
+#include "owcimomd/http/HttpServer.hpp"
 #include "owcimomd/process/Account.hpp"
 #include "owcimomd/process/Configuration.hpp"
 #include "owcimomd/process/Confinement.hpp"
@@ -56,7 +57,34 @@ StringArray writableDirectories(const Layout::Tree& tree, const Configuration& c
     return directories;
 }
 
-int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration, size_t maxRequest,
+HttpSettings httpSettings(const Layout::Tree& tree, Configuration& configuration) {
+    HttpSettings settings;
+    settings.address = configuration.get(Configuration::HTTP_ADDRESS, settings.address);
+    settings.port = configuration.httpPort();
+    settings.certificate = configuration.get(Configuration::TLS_CERTIFICATE, String());
+    settings.key = configuration.get(Configuration::TLS_KEY, String());
+    settings.passwordFile = tree.path(Layout::PASSWORD_FILE);
+    return settings;
+}
+
+/// Null where the window is not configured, or cannot be opened: that must not keep local clients
+/// from being served.
+std::unique_ptr<HttpServer> openWindow(kj::AsyncIoContext& io, const HttpSettings& settings,
+                                       Configuration& configuration, Operations& operations,
+                                       RequestBudget& budget) {
+    if (settings.port == 0) {
+        return nullptr;
+    }
+    try {
+        return std::make_unique<HttpServer>(io, settings, operations, budget);
+    } catch (const blocxx::Exception& e) {
+        configuration.complain(e.getMessage());
+        reportError(e.getMessage());
+        return nullptr;
+    }
+}
+
+int serveUntilTold(const Layout::Tree& tree, Configuration& configuration, size_t maxRequest,
                    Log& log, const Ready& ready) {
     // Signals that come before the loop waits for them wait for it.
     kj::UnixEventPort::captureSignal(SIGHUP);
@@ -67,7 +95,11 @@ int serveUntilTold(const Layout::Tree& tree, const Configuration& configuration,
     {
         kj::AsyncIoContext io = kj::setupAsyncIo();
         Operations operations(repository, configuration.allowedUsers());
-        Server server(io, tree.path(Layout::SOCKET), operations, maxRequest);
+        RequestBudget budget(maxRequest);
+        const HttpSettings settings = httpSettings(tree, configuration);
+        Server server(io, tree.path(Layout::SOCKET), operations, budget,
+                      settings.port == 0 ? 0 : HttpServer::MAX_CONNECTIONS);
+        const auto window = openWindow(io, settings, configuration, operations, budget);
         confine(writableDirectories(tree, configuration));
         ready(configuration.complaints());
         reportInfo("ready");

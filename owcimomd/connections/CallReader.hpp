@@ -7,7 +7,7 @@
 #include <capnp/common.h>
 
 #include "owcimomd/connections/PeerSocket.hpp"
-#include "owcimomd/connections/RequestBudget.hpp"
+#include "owcimomd/operations/RequestBudget.hpp"
 
 namespace OwCimomd {
 

@@ -7,6 +7,7 @@
 
 #include "openwbem/model/ObjectStoring.hpp"
 #include "openwbem/wire/RpcLimits.hpp"
+#include "owcimomd/connections/ReceivedRequest.hpp"
 #include "owcimomd/process/Configuration.hpp"
 
 namespace OwCimomd {
@@ -26,6 +27,10 @@ constexpr size_t ENUMERATION_BYTES = size_t(32) << 10U;
 
 kj::ArrayPtr<const kj::byte> bytesOf(const String& text) {
     return kj::arrayPtr(reinterpret_cast<const kj::byte*>(text.data()), text.size());
+}
+
+String encoded(const Result& result) {
+    return std::visit([](const auto* object) { return Codec::encodeView(*object); }, result);
 }
 
 /// Leaves the index of the failure as it is.
@@ -123,7 +128,7 @@ void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answ
         case wire::Call::PING:
             break;
         case wire::Call::CARRY_OUT:
-            answer.setObject(bytesOf(m_operations.carryOut(m_user, call.getCarryOut())));
+            carryOut(call.getCarryOut(), answer);
             break;
         case wire::Call::ENUMERATE:
             enumerate(call.getEnumerate(), answer);
@@ -142,9 +147,17 @@ void ClientSession::carryOut(wire::Call::Reader call, wire::Answer::Builder answ
     }
 }
 
+void ClientSession::carryOut(wire::Request::Reader request, wire::Answer::Builder answer) {
+    ReceivedRequest received(request);
+    m_operations.carryOut(m_user, received, [&](const Result& result) {
+        answer.setObject(bytesOf(encoded(result)));
+    });
+}
+
 void ClientSession::store(wire::Storing::Reader storing, wire::Answer::Builder answer) {
     try {
-        answer.setStored(static_cast<uint32_t>(m_operations.store(m_user, storing)));
+        answer.setStored(
+            static_cast<uint32_t>(m_operations.store(m_user, ReceivedObjects(storing))));
     } catch (const ObjectStoringException& e) {
         answer.initFailure().setIndex(static_cast<uint32_t>(e.index()));
         throw;
@@ -153,15 +166,15 @@ void ClientSession::store(wire::Storing::Reader storing, wire::Answer::Builder a
 
 bool ClientSession::putPortion(PermittedEnumeration& enumeration, wire::Answer::Builder answer) {
     StringArray objects;
-    size_t counted = 0;
     size_t bytes = 0;
     bool hasMore = true;
     const auto end = Clock::now() + PORTION_TIME;
+    const auto receive = [&](const Result& result) {
+        objects.push_back(encoded(result));
+        bytes += objects.back().size();
+    };
     do {
-        hasMore = m_operations.next(m_user, enumeration, objects);
-        for (; counted < objects.size(); ++counted) {
-            bytes += objects[counted].size();
-        }
+        hasMore = m_operations.next(m_user, enumeration, receive);
     } while (hasMore && bytes < PORTION_BYTES && Clock::now() < end);
     auto portion = answer.initPortion();
     portion.setIsLast(!hasMore);
@@ -176,7 +189,8 @@ void ClientSession::enumerate(wire::Request::Reader request, wire::Answer::Build
     if (m_enumerations.size() >= MAX_ENUMERATIONS) {
         OPENWBEM_THROW_CIM(FAILED, "too many enumerations are under way at once");
     }
-    auto enumeration = m_operations.open(m_user, request);
+    ReceivedRequest received(request);
+    auto enumeration = m_operations.open(m_user, received);
     if (putPortion(enumeration, answer)) {
         // A small request has none yet. A user could have very many of them open.
         auto share = m_share ? m_share : m_budget.take(m_user.uid, m_size + ENUMERATION_BYTES);

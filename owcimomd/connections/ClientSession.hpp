@@ -13,6 +13,7 @@
 
 #include "owcimomd/connections/CallReader.hpp"
 #include "owcimomd/operations/Operations.hpp"
+#include "rpc.capnp.h"
 
 namespace OwCimomd {
 
@@ -40,6 +41,7 @@ private:
     /// Returns whether there is an answer.
     bool handle(wire::Call::Reader call, wire::Answer::Builder answer);
     void carryOut(wire::Call::Reader call, wire::Answer::Builder answer);
+    void carryOut(wire::Request::Reader request, wire::Answer::Builder answer);
     void store(wire::Storing::Reader storing, wire::Answer::Builder answer);
     void enumerate(wire::Request::Reader request, wire::Answer::Builder answer);
     void next(uint32_t number, wire::Answer::Builder answer);

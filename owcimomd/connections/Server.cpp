@@ -36,8 +36,8 @@ constexpr unsigned EVENTS_BETWEEN_POLLS = 8;
 
 constexpr auto PAUSE_AFTER_FAILURE = 100 * kj::MILLISECONDS;
 
-/// As many clients as descriptors allow.
-size_t raiseClientLimit() {
+/// As many clients as descriptors allow, `others` of which are for clients of another kind.
+size_t raiseClientLimit(size_t others) {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
         return OWN_DESCRIPTORS;
@@ -45,7 +45,8 @@ size_t raiseClientLimit() {
     limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, MAX_DESCRIPTORS));
     setrlimit(RLIMIT_NOFILE, &limit);
     const rlim_t usable = std::min(limit.rlim_cur, MAX_DESCRIPTORS);
-    return usable > 2 * OWN_DESCRIPTORS ? usable - OWN_DESCRIPTORS : usable / 2;
+    const rlim_t taken = OWN_DESCRIPTORS + others;
+    return usable > 2 * taken ? usable - taken : usable / 2;
 }
 
 [[noreturn]] void fail(const String& path, const char* reason) {
@@ -93,15 +94,15 @@ User peerOf(int fd) {
 // The options of the listening socket are those of the connections to it, so they are set before it
 // listens.
 Server::Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
-               size_t maxRequest)
+               RequestBudget& budget, size_t otherClients)
     : m_io(io),
       m_path(socketPath),
       m_operations(operations),
       m_listening(newSocket(socketPath)),
       m_observer(io.unixEventPort, listenAt(m_listening.fd(), socketPath),
                  kj::UnixEventPort::FdObserver::OBSERVE_READ),
-      m_quota(raiseClientLimit()),
-      m_budget(maxRequest),
+      m_quota(raiseClientLimit(otherClients)),
+      m_budget(budget),
       m_sessions(*this) {
     io.waitScope.setBusyPollInterval(EVENTS_BETWEEN_POLLS);
 }

@@ -18,10 +18,10 @@ namespace OwCimomd {
 class Server : private kj::TaskSet::ErrorHandler {
 public:
     /// Listens on a socket at `socketPath`. Replaces a socket that is there already; the caller
-    /// makes sure that no other daemon runs. `maxRequest`: the largest request, in bytes. Throws
-    /// blocxx::Exception.
+    /// makes sure that no other daemon runs. `otherClients`: as many descriptors are left for them.
+    /// Throws blocxx::Exception.
     Server(kj::AsyncIoContext& io, const String& socketPath, Operations& operations,
-           size_t maxRequest);
+           RequestBudget& budget, size_t otherClients);
     /// Stops listening, disconnects all clients and removes the socket.
     ~Server() noexcept;
     KJ_DISALLOW_COPY(Server);
@@ -43,7 +43,7 @@ private:
     OpenWBEM::LocalSocket m_listening;
     kj::UnixEventPort::FdObserver m_observer;
     ConnectionQuota m_quota;
-    RequestBudget m_budget;
+    RequestBudget& m_budget;
     RareReport m_notAccepted;
     RareReport m_sentAway;
     kj::TaskSet m_sessions;

@@ -14,24 +14,6 @@ namespace {
 /// Of a name, in bytes. A client may send names as long as its request.
 constexpr size_t MAX_SHOWN = 256;
 
-/// In quotes that the text cannot leave, on one line.
-String inQuotes(std::string_view text) {
-    String out = "\"";
-    for (const char c : text.substr(0, MAX_SHOWN)) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-        }
-        if (c == '\n') {
-            out += "\\n";
-        } else if (c == '\t') {
-            out += "\\t";
-        } else {
-            out += c;
-        }
-    }
-    return blocxx::printable(out) + (text.size() > MAX_SHOWN ? "...\"" : "\"");
-}
-
 String line(const char* outcome, const Deed& deed) {
     String text = Format("audit: %1 user=%2 uid=%3 operation=%4", outcome, inQuotes(deed.user.name),
                          deed.user.uid, deed.operation);
@@ -61,6 +43,17 @@ struct ObjectName {
 };
 
 }  // namespace
+
+String inQuotes(std::string_view text) {
+    String out = "\"";
+    for (const char c : text.substr(0, MAX_SHOWN)) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+        }
+        out += c;
+    }
+    return blocxx::printable(blocxx::oneLine(out)) + (text.size() > MAX_SHOWN ? "...\"" : "\"");
+}
 
 String objectOf(const OperationCall& call) {
     return std::visit(ObjectName(), call.operand);

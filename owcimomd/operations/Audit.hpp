@@ -20,6 +20,9 @@ struct Deed {
     size_t objects = 1;
 };
 
+/// A name from a client for a line of the log: cut where it is long, in quotes that it cannot
+/// leave.
+String inQuotes(std::string_view text);
 /// The class, qualifier type, or path of the instance that the operation is on.
 String objectOf(const OperationCall& call);
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "owcimomd/operations/Operations.hpp"
 
+#include <algorithm>
 #include <chrono>
 
 #include "blocxx/Format.hpp"
+#include "layout/Layout.hpp"
 #include "openwbem/model/ObjectStoring.hpp"
-#include "openwbem/wire/RpcLimits.hpp"
-#include "owcimomd/operations/Arguments.hpp"
 
 namespace OwCimomd {
 
@@ -16,10 +16,6 @@ using Clock = std::chrono::steady_clock;
 
 /// A call that stores ends after this time, so that other clients are served.
 constexpr std::chrono::milliseconds STORING_TIME{20};
-
-capnp::Data::Reader bytesOf(const String& text) {
-    return {reinterpret_cast<const capnp::byte*>(text.data()), text.size()};
-}
 
 /// Sets a variable for a scope.
 template <class T>
@@ -35,8 +31,8 @@ private:
 };
 
 /// Throws CIMException INVALID_PARAMETER unless the operation is an enumeration or not, as wanted.
-const OperationTraits& traitsOf(wire::Request::Reader request, bool isEnumeration) {
-    const OperationTraits* traits = findTraits(static_cast<uint16_t>(request.getOperation()));
+const OperationTraits& traitsOf(const Request& request, bool isEnumeration) {
+    const OperationTraits* traits = request.traits();
     if (traits == nullptr) {
         OPENWBEM_THROW_CIM(NOT_SUPPORTED, "this owcimomd does not know the operation");
     }
@@ -47,9 +43,8 @@ const OperationTraits& traitsOf(wire::Request::Reader request, bool isEnumeratio
     return *traits;
 }
 
-const char* nameOf(wire::Operation operation) {
-    const OperationTraits* traits = findTraits(static_cast<uint16_t>(operation));
-    return traits == nullptr ? "unknown" : traits->name;
+const char* nameOf(const Request& request) {
+    return request.traits() == nullptr ? "unknown" : request.traits()->name;
 }
 
 Right rightFor(const OperationTraits& traits) {
@@ -60,13 +55,11 @@ Right rightFor(const OperationTraits& traits) {
     return isChange ? Right::WRITE_CLASSES : Right::READ_CLASSES;
 }
 
-String encoded(const OperationResult& result) {
-    return std::visit(
-        []<class T>(const T& object) {
-            if constexpr (std::is_same_v<T, std::monostate>) {
-                return String();
-            } else {
-                return Codec::encodeView(object);
+void handOut(const OperationResult& result, const ResultReceiver& receive) {
+    std::visit(
+        [&]<class T>(const T& object) {
+            if constexpr (!std::is_same_v<T, std::monostate>) {
+                receive(&object);
             }
         },
         result);
@@ -77,7 +70,7 @@ String encoded(const OperationResult& result) {
 Operations::Operations(ServedRepository& repository, std::set<String> allowedUsers)
     : m_repository(repository),
       m_handle(repository.handle()),
-      m_namespaces(m_handle),
+      m_computed(m_handle),
       m_access(m_handle, std::move(allowedUsers)),
       m_audit(m_access) {
     repository.setMayRead([this](const String& ns) {
@@ -86,7 +79,7 @@ Operations::Operations(ServedRepository& repository, std::set<String> allowedUse
 }
 
 OperationResult Operations::carryOut(const OperationCall& call) {
-    return NamespaceInstances::serves(call) ? m_namespaces.carryOut(call) : m_handle.carryOut(call);
+    return m_computed.serves(call) ? m_computed.carryOut(call) : m_handle.carryOut(call);
 }
 
 void Operations::require(Deed& deed, const String& ns, Right right) {
@@ -94,101 +87,121 @@ void Operations::require(Deed& deed, const String& ns, Right right) {
     m_access.require(deed.user, ns, right);
 }
 
-String Operations::carryOut(const User& user, wire::Request::Reader request) {
-    Deed deed{user, nameOf(request.getOperation())};
-    return m_audit.watch(deed, [&] { return carryOut(deed, request); });
+String Operations::nameSpaceFor(const String& name) {
+    constexpr std::string_view USUAL[] = {"interop", "root/interop"};
+    const auto isSame = [&](std::string_view other) {
+        return blocxx::equalsIgnoreCase(name, other);
+    };
+    if (std::none_of(std::begin(USUAL), std::end(USUAL), isSame)) {
+        return name;
+    }
+    bool isThere = false;
+    auto look =
+        makeResultHandler<String>([&](const String& ns) { isThere = isThere || isSame(ns); });
+    m_handle.enumNameSpace(look);
+    return isThere ? name : Layout::INTEROP_NS;
+}
+
+void Operations::carryOut(const User& user, Request& request, const ResultReceiver& receive) {
+    Deed deed{user, nameOf(request)};
+    m_audit.watch(deed, [&] { carryOut(deed, request, receive); });
+}
+
+void Operations::carryOut(Deed& deed, Request& request, const ResultReceiver& receive) {
+    m_access.requireConnect(deed.user);
+    const OperationTraits& traits = traitsOf(request, false);
+    deed.isChange = traits.effect == OperationTraits::Effect::CHANGES;
+    require(deed, request.ns(), rightFor(traits));
+    const OperationCall call = request.unpack();
+    const ScopedValue current(m_user, &deed.user);
+    if (deed.isChange) {
+        change(deed, call, receive);
+    } else {
+        handOut(carryOut(call), receive);
+    }
 }
 
 // The commit is the commit point: the answer is sent after it, and what fails before leaves
 // nothing.
-String Operations::carryOut(Deed& deed, wire::Request::Reader request) {
-    m_access.requireConnect(deed.user);
-    const OperationTraits& traits = traitsOf(request, false);
-    deed.isChange = traits.effect == OperationTraits::Effect::CHANGES;
-    require(deed, nameOf(request.getNameSpace()), rightFor(traits));
-    const Arguments arguments(traits, request);
-    const ScopedValue current(m_user, &deed.user);
-    if (!deed.isChange) {
-        return encoded(carryOut(arguments.call()));
+void Operations::change(Deed& deed, const OperationCall& call, const ResultReceiver& receive) {
+    deed.object = objectOf(call);
+    m_access.noteChange(call.ns);
+    const OperationResult result = carryOut(call);
+    try {
+        if (const auto* created = std::get_if<CIMObjectPath>(&result)) {
+            deed.object = created->modelPath();
+        }
+        handOut(result, receive);
+    } catch (...) {
+        m_repository.rollBack();
+        throw;
     }
-    deed.object = objectOf(arguments.call());
-    m_access.noteChange(arguments.call().ns);
-    const OperationResult result = carryOut(arguments.call());
-    if (const auto* created = std::get_if<CIMObjectPath>(&result)) {
-        deed.object = created->modelPath();
-    }
-    String answer = encoded(result);
     m_handle.commit();
     m_audit.done(deed);
-    return answer;
 }
 
-void Operations::requireForStoring(const User& user, const String& ns,
-                                   wire::Storing::Reader storing) {
-    const unsigned classes = storing.getQualifierTypes().size() + storing.getClasses().size();
-    const unsigned instances = storing.getInstances().size();
-    if (classes > RpcLimits::MAX_OBJECTS || instances > RpcLimits::MAX_OBJECTS - classes) {
-        OPENWBEM_THROW_CIM(INVALID_PARAMETER,
-                           blocxx::Format("there are more than %1 objects in the request",
-                                          RpcLimits::MAX_OBJECTS));
-    }
+void Operations::requireForStoring(const User& user, const String& ns, const Storing& storing) {
+    storing.check();
+    const size_t classes = storing.qualifierTypes() + storing.classes();
     if (classes > 0) {
         m_access.require(user, ns, Right::WRITE_CLASSES);
     }
-    if (instances > 0 || classes == 0) {
+    if (storing.instances() > 0 || classes == 0) {
         m_access.require(user, ns, Right::WRITE_INSTANCES);
     }
 }
 
-size_t Operations::storeSome(Deed& deed, wire::Storing::Reader storing) {
+size_t Operations::storeSome(Deed& deed, const Storing& storing) {
     const String& ns = deed.ns;
     const auto end = Clock::now() + STORING_TIME;
     size_t index = 0;
-    const auto each = [&](auto objects, auto decode, auto store) {
-        for (const auto object : objects) {
+    const auto each = [&](size_t count, auto unpack, auto store) {
+        for (size_t i = 0; i < count; ++i) {
             if (index > 0 && Clock::now() >= end) {
                 return;
             }
             try {
-                const auto decoded = Codec::operand([&] { return decode(bytesOf(object)); });
+                const auto object = unpack(i);
                 if (index == 0) {
-                    deed.object = objectOf({Operation::CREATE_INSTANCE, ns, &decoded});
+                    deed.object = objectOf({Operation::CREATE_INSTANCE, ns, &object});
                 }
-                store(decoded, object);
+                store(object, i);
             } catch (const CIMException& e) {
                 throw ObjectStoringException(index, e);
             }
             ++index;
         }
     };
-    each(storing.getQualifierTypes(), Codec::decodeQualifierTypeArgument,
-         [&](const CIMQualifierType& object, auto) { storeQualifierType(m_handle, ns, object); });
-    each(storing.getClasses(), Codec::decodeClassArgument,
-         [&](const CIMClass& object, capnp::Data::Reader received) {
-             storeClass(m_handle, ns, object, [&](const CIMClass& existing) {
-                 return received == bytesOf(Codec::encode(existing));
-             });
-         });
-    each(storing.getInstances(), Codec::decodeInstanceArgument,
-         [&](const CIMInstance& object, auto) {
-             const OperationCall call{Operation::CREATE_INSTANCE, ns, &object};
-             if (NamespaceInstances::serves(call)) {
-                 m_namespaces.carryOut(call);
-             } else {
-                 storeInstance(m_handle, ns, object);
-             }
-         });
+    each(
+        storing.qualifierTypes(), [&](size_t i) { return storing.qualifierType(i); },
+        [&](const CIMQualifierType& object, size_t) { storeQualifierType(m_handle, ns, object); });
+    each(
+        storing.classes(), [&](size_t i) { return storing.cls(i); },
+        [&](const CIMClass& object, size_t i) {
+            storeClass(m_handle, ns, object,
+                       [&](const CIMClass& existing) { return storing.isSame(i, existing); });
+        });
+    each(
+        storing.instances(), [&](size_t i) { return storing.instance(i); },
+        [&](const CIMInstance& object, size_t) {
+            const OperationCall call{Operation::CREATE_INSTANCE, ns, &object};
+            if (m_computed.serves(call)) {
+                m_computed.carryOut(call);
+            } else {
+                storeInstance(m_handle, ns, object);
+            }
+        });
     return index;
 }
 
-size_t Operations::store(const User& user, wire::Storing::Reader storing) {
+size_t Operations::store(const User& user, const Storing& storing) {
     Deed deed{user, "store", true};
     return m_audit.watch(deed, [&] { return store(deed, storing); });
 }
 
-size_t Operations::store(Deed& deed, wire::Storing::Reader storing) {
+size_t Operations::store(Deed& deed, const Storing& storing) {
     m_access.requireConnect(deed.user);
-    deed.ns = nameOf(storing.getNameSpace());
+    deed.ns = storing.ns();
     requireForStoring(deed.user, deed.ns, storing);
     m_access.noteChange(deed.ns);
     const ScopedValue current(m_user, &deed.user);
@@ -203,18 +216,17 @@ size_t Operations::store(Deed& deed, wire::Storing::Reader storing) {
     return deed.objects;
 }
 
-PermittedEnumeration Operations::open(const User& user, wire::Request::Reader request) {
-    Deed deed{user, nameOf(request.getOperation())};
+PermittedEnumeration Operations::open(const User& user, Request& request) {
+    Deed deed{user, nameOf(request)};
     return m_audit.watch(deed, [&] { return open(deed, request); });
 }
 
-PermittedEnumeration Operations::open(Deed& deed, wire::Request::Reader request) {
+PermittedEnumeration Operations::open(Deed& deed, Request& request) {
     m_access.requireConnect(deed.user);
     const OperationTraits& traits = traitsOf(request, true);
-    Array<NeededRight> needed{{nameOf(request.getNameSpace()), rightFor(traits)}};
+    Array<NeededRight> needed{{request.ns(), rightFor(traits)}};
     require(deed, needed[0].ns, needed[0].right);
-    const Arguments arguments(traits, request);
-    const OperationCall& call = arguments.call();
+    const OperationCall call = request.unpack();
     // The object whose associations are followed may be in another namespace.
     if (followsAssociations(traits) && traits.subject == OperationTraits::Subject::INSTANCES) {
         const String ns = call.as<CIMObjectPath>().getNameSpace();
@@ -224,23 +236,27 @@ PermittedEnumeration Operations::open(Deed& deed, wire::Request::Reader request)
         }
     }
     const ScopedValue current(m_user, &deed.user);
-    return {NamespaceInstances::serves(call) ? m_namespaces.open(call) : m_handle.open(call),
+    return {m_computed.serves(call) ? m_computed.open(call) : m_handle.open(call),
             std::move(needed), deed.operation};
 }
 
-bool Operations::next(const User& user, PermittedEnumeration& enumeration, StringArray& portion) {
+void Operations::requireStill(const User& user, const PermittedEnumeration& enumeration) {
     Deed deed{user, enumeration.operation};
     m_audit.watch(deed, [&] {
         for (const NeededRight& needed : enumeration.neededRights) {
             require(deed, needed.ns, needed.right);
         }
     });
+}
+
+bool Operations::next(const User& user, PermittedEnumeration& enumeration,
+                      const ResultReceiver& receive) {
+    requireStill(user, enumeration);
     const ScopedValue current(m_user, &user);
     return std::visit(
         [&]<class T>(EnumerationPtr<T>& results) {
-            auto append = makeResultHandler<T>(
-                [&](const T& object) { portion.push_back(Codec::encodeView(object)); });
-            return results->next(append);
+            auto handOn = makeResultHandler<T>([&](const T& object) { receive(&object); });
+            return results->next(handOn);
         },
         enumeration.results);
 }

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "blocxx/Format.hpp"
 #include "blocxx/Secure.hpp"
@@ -16,6 +17,9 @@ namespace OwCimomd {
 using blocxx::Format;
 
 namespace {
+
+/// Of a user in the system's list, in bytes.
+constexpr size_t MAX_ENTRY = size_t(1) << 20U;
 
 bool isNow(uid_t uid, gid_t gid) {
     uid_t realUid = 0;
@@ -44,6 +48,17 @@ void becomeAccount(const String& name) {
 String userName(uid_t uid) {
     const passwd* found = getpwuid(uid);
     return found == nullptr ? String() : String(found->pw_name);
+}
+
+std::optional<uid_t> userId(const String& name) {
+    passwd entry{};
+    passwd* found = nullptr;
+    std::vector<char> buffer(1024);
+    while (::getpwnam_r(name.c_str(), &entry, buffer.data(), buffer.size(), &found) == ERANGE &&
+           buffer.size() < MAX_ENTRY) {
+        buffer.resize(2 * buffer.size());
+    }
+    return found == nullptr ? std::nullopt : std::optional<uid_t>(entry.pw_uid);
 }
 
 }  // namespace OwCimomd

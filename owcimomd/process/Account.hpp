@@ -5,6 +5,8 @@
 
 #include <sys/types.h>
 
+#include <optional>
+
 #include "blocxx/String.hpp"
 
 namespace OwCimomd {
@@ -17,5 +19,7 @@ void becomeAccount(const String& name);
 
 /// The name of a user; empty when the system has none.
 String userName(uid_t uid);
+/// The id of a user; none when the system does not have the user. May be called in any thread.
+std::optional<uid_t> userId(const String& name);
 
 }  // namespace OwCimomd

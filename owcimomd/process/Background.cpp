@@ -51,7 +51,7 @@ int beDaemon(int pipe, const std::function<int(const Ready& ready)>& daemon) noe
         return daemon([&told](const blocxx::StringArray& warnings) {
             String report(READY);
             for (const String& warning : warnings) {
-                report += blocxx::printable(warning) + "\n";
+                report += blocxx::printable(blocxx::oneLine(warning)) + "\n";
             }
             // Whoever waits for the daemon would wait until it ends.
             if (!blocxx::writeAll(told, report)) {
@@ -85,7 +85,7 @@ int waitForDaemon(pid_t child, blocxx::File pipe) {
         told.empty()
             ? blocxx::Process::Status::fromWaitStatus(status).toString() + " before it was ready"
             : told;
-    std::cerr << "owcimomd: error: " << blocxx::printable(reason) << "\n";
+    std::cerr << "owcimomd: error: " << blocxx::printable(blocxx::oneLine(reason)) << "\n";
     return 1;
 }
 

@@ -39,11 +39,23 @@ bool isKey(std::string_view text) {
     });
 }
 
+/// Why a drop-in may not set the key; null when it may.
+const char* refusalInDropIn(std::string_view key) {
+    constexpr std::string_view WINDOW[] = {Configuration::HTTP_PORT, Configuration::HTTP_ADDRESS,
+                                           Configuration::TLS_CERTIFICATE, Configuration::TLS_KEY};
+    if (key == Configuration::DATADIR) {
+        return "only the main file says where the repository is";
+    }
+    return std::find(std::begin(WINDOW), std::end(WINDOW), key) != std::end(WINDOW)
+               ? "only the main file says who is served over HTTP"
+               : nullptr;
+}
+
 bool isKnown(std::string_view key) {
-    constexpr std::string_view KEYS[] = {Configuration::ALLOWED_USERS, Configuration::DATADIR,
-                                         Configuration::LOG_LEVEL, Configuration::LOG_FILE,
-                                         Configuration::MAX_REQUEST_SIZE};
-    return std::find(std::begin(KEYS), std::end(KEYS), key) != std::end(KEYS);
+    constexpr std::string_view KEYS[] = {Configuration::ALLOWED_USERS, Configuration::LOG_LEVEL,
+                                         Configuration::LOG_FILE, Configuration::MAX_REQUEST_SIZE};
+    return std::find(std::begin(KEYS), std::end(KEYS), key) != std::end(KEYS) ||
+           refusalInDropIn(key) != nullptr;
 }
 
 /// Products keep settings of their own in their drop-ins. The main file and this prefix are the
@@ -119,8 +131,9 @@ void Configuration::readLine(std::string_view line, const String& name, size_t n
     if (!isPrintable(value)) {
         return skip("there is a control character in the value");
     }
-    if (key == DATADIR && origin == Origin::DROP_IN) {
-        return skip("only the main file says where the repository is");
+    if (const char* refusal = refusalInDropIn(key);
+        refusal != nullptr && origin == Origin::DROP_IN) {
+        return skip(refusal);
     }
     if (!isKnown(key) && isMeantForDaemon(key, origin)) {
         complain(Format("%1:%2: there is no key \"%3\"", name, number, key));
@@ -185,6 +198,18 @@ size_t Configuration::maxRequestSize() {
                                   text, MAX_REQUEST_SIZE, LEAST_REQUEST_SIZE, LARGEST_REQUEST_SIZE,
                                   DEFAULT_REQUEST_SIZE));
     return DEFAULT_REQUEST_SIZE;
+}
+
+uint16_t Configuration::httpPort() {
+    const String text = get(HTTP_PORT, "0");
+    uint16_t port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error == std::errc() && end == text.data() + text.size()) {
+        return port;
+    }
+    complain(Format("\"%1\" as %2 is not a port from 1 to 65535; nobody is served over HTTP", text,
+                    HTTP_PORT));
+    return 0;
 }
 
 String Configuration::get(const String& key, const String& defaultValue) const {

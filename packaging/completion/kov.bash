@@ -79,7 +79,7 @@ _kov_help() {
 _kov_offer_values() {
     case $1 in
         --name) _kov_offer_products ;;
-        --username | --ro-username) mapfile -t COMPREPLY < <(compgen -u -- "$typed") ;;
+        --username | --ro-username | --remove) mapfile -t COMPREPLY < <(compgen -u -- "$typed") ;;
         -n | --namespace)
             _kov_offer root root/security kov
             _kov_offer_namespaces
@@ -95,6 +95,7 @@ _kov_offer_values() {
 _kov_offer_operands() {
     case $1 in
         owdeletenamespace) _kov_offer_namespaces ;;
+        owpasswd) mapfile -t COMPREPLY < <(compgen -u -- "$typed") ;;
         owmofc)
             [[ " ${COMP_WORDS[*]} " == *" --delete-"* ]] || compopt -o default
             ;;
@@ -127,5 +128,5 @@ _kov() {
     fi
 }
 
-complete -F _kov fennik owmofc owdeleteinstance owdeletenamespace owshow kov-setup kov-verify \
-    owcimomd tarvo-owcimomd_init
+complete -F _kov fennik owmofc owdeleteinstance owdeletenamespace owpasswd owshow kov-setup \
+    kov-verify owcimomd tarvo-owcimomd_init

@@ -197,6 +197,36 @@ TEST_F(ConfigurationFiles, OfProductsDoNotMoveTheRepository) {
                             "out"));
 }
 
+TEST_F(ConfigurationFiles, OfProductsDoNotOpenTheWindow) {
+    writeFile(file(), "owcimomd.http_port = 5988\n");
+    writeFile(dropIn("a.conf"),
+              "owcimomd.http_port = 1\nowcimomd.http_address = 0.0.0.0\n"
+              "owcimomd.tls_certificate = a\nowcimomd.tls_key = b\n");
+    Configuration configuration = read();
+    EXPECT_EQ(5988, configuration.httpPort());
+    for (const char* key :
+         {Configuration::HTTP_ADDRESS, Configuration::TLS_CERTIFICATE, Configuration::TLS_KEY}) {
+        EXPECT_EQ("", configuration.get(key, "")) << key;
+    }
+    ASSERT_EQ(4u, configuration.complaints().size());
+    EXPECT_EQ(dropIn("a.conf") +
+                  ":1: only the main file says who is served over HTTP; the line is left out",
+              configuration.complaints()[0]);
+}
+
+TEST_F(ConfigurationFiles, NameAPortOrNone) {
+    EXPECT_EQ(0, read().httpPort());
+    for (const char* wrong : {"http", "-1", "65536", "80 81", "0x50"}) {
+        writeFile(file(), String("owcimomd.http_port = ") + wrong + "\n");
+        Configuration configuration = read();
+        EXPECT_EQ(0, configuration.httpPort());
+        EXPECT_THAT(configuration.complaints(),
+                    ElementsAre(String("\"") + wrong +
+                                "\" as owcimomd.http_port is not a port from 1 to 65535; nobody is "
+                                "served over HTTP"));
+    }
+}
+
 TEST_F(ConfigurationFiles, WithoutADropInDirectoryAreOneFile) {
     std::filesystem::remove(file() + ".d");
     writeFile(file(), "owcimomd.log_level = main\n");

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "cim.capnp.h"
-#include "owcimomd/connections/RequestBudget.hpp"
+#include "owcimomd/operations/RequestBudget.hpp"
 #include "tests/unit/client/LiveDaemon.hpp"
 #include "tests/unit/owcimomd/RawClient.hpp"
 

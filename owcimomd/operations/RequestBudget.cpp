@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "owcimomd/connections/RequestBudget.hpp"
+#include "owcimomd/operations/RequestBudget.hpp"
 
 #include "blocxx/Invariant.hpp"
 
