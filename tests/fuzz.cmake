@@ -18,8 +18,13 @@ if(KOV_FUZZ)
   kov_fuzz_target(provider_mof_fuzz SOURCES fuzz/provider_mof_fuzz.cpp
     LINKS fennik_product fennik_testing)
   kov_fuzz_target(xml_fuzz SOURCES fuzz/xml_fuzz.cpp LINKS openwbem_xml)
+  kov_fuzz_target(cimxml_request_fuzz SOURCES fuzz/cimxml_request_fuzz.cpp LINKS openwbem_cimxml)
+  kov_fuzz_target(cimxml_response_fuzz SOURCES fuzz/cimxml_response_fuzz.cpp LINKS openwbem_cimxml)
   kov_fuzz_target(mofrepair_fuzz SOURCES fuzz/mofrepair_fuzz.cpp LINKS fennik_mofrepair)
   kov_fuzz_target(state_fuzz SOURCES fuzz/state_fuzz.cpp LINKS fennik_state fennik_testing)
+  kov_fuzz_target(password_file_fuzz SOURCES fuzz/password_file_fuzz.cpp LINKS credentials)
+  kov_fuzz_target(http_fuzz SOURCES fuzz/http_fuzz.cpp LINKS owcimomd_http)
+  target_compile_options(http_fuzz PRIVATE -Wno-non-virtual-dtor)
   kov_fuzz_target(config_fuzz SOURCES fuzz/config_fuzz.cpp LINKS owcimomd_process)
   kov_fuzz_target(repository_fuzz
     SOURCES fuzz/repository_fuzz.cpp unit/repository/RepositoryFixture.cpp

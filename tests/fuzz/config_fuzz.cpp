@@ -69,6 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             std::abort();
         }
     }
+    configuration.httpPort();
     configuration.get(Configuration::LOG_LEVEL, "info");
     return 0;
 }
