@@ -3,7 +3,9 @@
 """Measures what a user would notice, against a lower bound of its cost. Run it inside
 scripts/sandbox on a new state:
 
-    scripts/sandbox --root DIR bench/figures.py RESULT.json SCHEMA_FLOOR DMTF_SCHEMA_DIR
+    scripts/sandbox --root DIR bench/figures.py RESULT.json SCHEMA_FLOOR DMTF_SCHEMA_DIR [PART...]
+
+A PART is one of load, list, products, providers, copy, saving and window; all when absent.
 
 A ratio compares two measurements taken in turn in the same run, so it means the same on a slow and
 on a fast machine. Of repeated runs the quickest counts; anything slower is noise of the machine.
@@ -16,6 +18,7 @@ import subprocess
 import sys
 
 import saving
+import window
 from floors import copy_and_remove, restart, write_again, written
 from products import Texts, write
 from programs import INIT, LIVE, WORK, begin, best, fail, output, ratio, run
@@ -247,13 +250,15 @@ def provider_rows(fresh):
 
 
 def main():
-    result, floor, schema = sys.argv[1:]
+    result, floor, schema, *wanted = sys.argv[1:]
     fresh, top = begin(), os.path.join(schema, TOP_FILE)
+    parts = {"load": lambda: load_rows(fresh, floor, top), "list": lambda: listing_rows(fresh),
+             "products": lambda: product_rows(fresh), "providers": lambda: provider_rows(fresh),
+             "copy": lambda: copy_rows(fresh), "saving": lambda: saving.rows(fresh, top),
+             "window": lambda: window.rows(fresh, top)}
     rows = []
-    for measure in (lambda: load_rows(fresh, floor, top), lambda: listing_rows(fresh),
-                    lambda: product_rows(fresh), lambda: provider_rows(fresh),
-                    lambda: copy_rows(fresh), lambda: saving.rows(fresh, top)):
-        rows += measure()
+    for part in wanted or parts:
+        rows += parts[part]()
         print(f"{len(rows)} figures are measured", flush=True)
     write(result, json.dumps(rows))
 
