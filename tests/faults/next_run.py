@@ -8,6 +8,7 @@ import shlex
 import shutil
 
 from installation import DATA, PLACES, PROGRAMS, run
+from repairs import LEFT_OVER
 
 # Restoring names one file at a time that is in the way.
 ROUNDS = 32
@@ -37,8 +38,7 @@ class NextRun:
             (r"createFile\((\S+)\) failed: 17\(File exists\)", remove),
             (r'the file "([^"]+)" is missing or empty.* by "(owdeleteinstance .*?)"; then run the '
              r"command again", self.delete_half),
-            (r'by "(owdelete(?:namespace|instance) .*?)"; then run the command again',
-             self.run_command),
+            (LEFT_OVER, self.run_command),
             (r"Cannot open (?:file )?\"?(/\S*/privileges/\S*oop1-[^\s\":]+)", self.put_file_back),
             (r"Failed to remove .*allowed_users", lambda: self.write(USERS_FILE)),
             (r"(/\S*allowed_users\.conf)", remove),

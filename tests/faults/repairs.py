@@ -3,7 +3,9 @@
 
 import os
 import re
+import shlex
 import shutil
+import time
 
 from installation import PROGRAMS, run
 
@@ -11,6 +13,10 @@ HEAD = "The operation failed, and restoration to the previous state has also fai
 LEAD_IN = "Once the cause of the error has been resolved, to restore KOV to a valid state you should\n"
 OWMOFC = PROGRAMS + "/bin/owmofc"
 OWDELETEINSTANCE = PROGRAMS + "/bin/owdeleteinstance"
+BUSY = "another process holds the repository; stop owcimomd or wait for the other program to end"
+ATTEMPTS = 60
+# What a run says about something in its way that an earlier one has left.
+LEFT_OVER = r'by "(owdelete(?:namespace|instance) .*?)"; then run the command again'
 
 
 def write(path, contents):
@@ -63,17 +69,35 @@ class Repairs:
         )]
 
     @staticmethod
+    def patiently(argv, stdin=""):
+        """Runs a command, and does what the message says when another program is at work: waits for
+        it to end, and tries again."""
+        for _ in range(ATTEMPTS):
+            result = run(argv, stdin)
+            if BUSY not in result.err:
+                break
+            time.sleep(1)
+        return result
+
+    @staticmethod
     def must(argv, stdin=""):
-        result = run(argv, stdin)
+        result = Repairs.patiently(argv, stdin)
         if result.status != 0:
             raise RuntimeError(f"{' '.join(argv)}: {result.err}")
 
     @staticmethod
     def delete(argv):
         """What was perhaps not created need not be there."""
-        result = run(argv)
+        result = Repairs.patiently(argv)
         if result.status != 0 and "not found" not in result.err:
             raise RuntimeError(f"{' '.join(argv)}: {result.err}")
+
+    @staticmethod
+    def delete_left_over(err):
+        """Deletes what the message says an earlier run has left in the way."""
+        for command in re.findall(LEFT_OVER, err, re.S):
+            name, *words = shlex.split(command)
+            Repairs.delete([f"{PROGRAMS}/bin/{name}", *words])
 
     def follow(self, err):
         """Carries out every remedy in the message. Returns how many there were. Raises an exception

@@ -35,7 +35,9 @@ def fennik(*words, stdin=""):
         if result.status in (0, ALREADY_REGISTERED):
             return result
         with ONE_REPAIR:
-            Repairs("").follow(result.err)
+            repairs = Repairs("")
+            repairs.follow(result.err)
+            repairs.delete_left_over(result.err)
         if "Failed to start cimom" in result.err:
             return result  # everything else was done
     raise RuntimeError(f"{' '.join(words)}: {result}")

@@ -12,12 +12,15 @@ import os
 import re
 import shutil
 import sys
+import time
 
 sys.dont_write_bytecode = True
 
 from installation import DATA, INIT, PLACES, PROGRAMS, WORK, Live, must  # noqa: E402
 
 PID_FILE = DATA + "/owcimomd.pid"
+DESCRIPTORS = "descriptors of the daemon"
+PATIENCE = 10  # seconds
 # Memory and the repository may be this much larger at the end.
 TOLERANCE = 1.1
 # The log of the repository begins anew when it is 16 MiB long.
@@ -31,14 +34,24 @@ def read(path):
         return file.read()
 
 
-def measured():
-    """What must not grow, by name."""
+def descriptors(pid, usual):
+    """How many the daemon has. It may not have noticed yet that the last client has gone."""
+    end = time.monotonic() + PATIENCE
+    while True:
+        count = len(os.listdir(f"/proc/{pid}/fd"))
+        if count <= usual or time.monotonic() > end:
+            return count
+        time.sleep(0.1)
+
+
+def measured(before=None):
+    """What must not grow, by name. `before`: what was measured first."""
     pid = read(PID_FILE).strip()
     files = [path for place in PLACES for path, _, _ in os.walk(place)]
     files += [os.path.join(path, name) for place in PLACES for path, _, names in os.walk(place)
               for name in names]
     return {
-        "descriptors of the daemon": len(os.listdir(f"/proc/{pid}/fd")),
+        DESCRIPTORS: descriptors(pid, before[DESCRIPTORS] if before else sys.maxsize),
         "memory of the daemon, kB": int(re.search(r"VmRSS:\s+(\d+)", read(f"/proc/{pid}/status"))[1]),
         "files": len(files),
         "repository, bytes": os.path.getsize(DATA + "/repository/repository.db"),
@@ -68,7 +81,7 @@ def soak(cycle, cycles):
             create_and_delete()
             early = measured()
     create_and_delete()
-    late = measured()
+    late = measured(early)
     grown = []
     for name, value in late.items():
         print(f"{name}: {early[name]:,} after {cycles // 10 + 1} cycles, {value:,} after {cycles}",
