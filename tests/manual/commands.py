@@ -11,12 +11,12 @@ from dataclasses import dataclass
 from pages import SOURCE, examples, page_names, programs, text_of
 
 # Where one of our programs is not the first word of a line, one of these is.
-SHELL = {"cd", "cp", "echo", "install", "ln", "mkdir", "mv", "printf", "rm", "rmdir", "sudo",
+SHELL = {"cd", "cp", "echo", "install", "ln", "mkdir", "mv", "printf", "rm", "rmdir", "runuser", "sudo",
          "systemctl", "timeout", "touch", "umask", "update-rc.d", "ninja", "cmake", "ctest", "["}
 # What stands for something else: the line shows the form of a command.
 FORM = re.compile(r"\[(-|[A-Z]{2}|options)|\.\.\.|"
                   r"\b(PREFIX|FILE|DIR|PRODUCT|NAMESPACE|OPERATION|COMMAND|OBJECTPATH|CLASS|NAME|"
-                  r"ARGUMENT)\b")
+                  r"ARGUMENT|USER)\b")
 
 
 @dataclass(frozen=True)

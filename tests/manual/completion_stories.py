@@ -67,9 +67,10 @@ class Completion(LiveStory):
                 "", ["owmofc", "x"], ["owmofc", "--delete-class", "x"],
                 ["fennik", "--register-providers", ""], ["fennik", "--log-file", "=", "x"],
                 ["kov-setup", "--dest-dir", ""], ["fennik", "--username", "nobo"],
+                ["owpasswd", "nobo"], ["owpasswd", "--remove", "nobo"],
                 ["fennik", "--register-namespace", ""], [INIT_SCRIPT, "st"], [INIT, "try"]),
             [["compopt -o default"], [], ["compopt -o default"], ["compopt -o default"],
-             ["compopt -o dirnames"], ["nobody"], [], ["start", "stop", "status"],
+             ["compopt -o dirnames"], ["nobody"], ["nobody"], ["nobody"], [], ["start", "stop", "status"],
              ["try-restart"]])
 
     def test_products_are_offered_quoted(self):

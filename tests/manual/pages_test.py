@@ -5,6 +5,7 @@ no fewer and no more; and that the formatters find nothing wrong.
 
 KOV_INSTALLED names the installed tree, KOV_SOURCE the checkout."""
 
+import html
 import os
 import re
 import shutil
@@ -15,6 +16,15 @@ from pages import (INSTALLED, PROGRAMS, SOURCE, examples, page_names, page_of, p
                    sections, tags, text_of)
 
 INIT_SCRIPT = "tarvo-owcimomd_init"
+# The pages of docs/ with a table of options, and the programs that have them.
+OPTION_TABLES = {
+    "docs/kov-setup.md": ["kov-setup"],
+    "docs/kov-verify.md": ["kov-verify"],
+    "docs/owcimomd.md": ["owcimomd"],
+    "docs/owdelete.md": ["owdeleteinstance", "owdeletenamespace"],
+    "docs/owmofc.md": ["owmofc"],
+    "docs/owshow.md": ["owshow"],
+}
 OPTION = re.compile(r"(?<![\w-])--?[a-zA-Z][\w-]*")
 # Options of other programs, in examples.
 NOT_OURS = ("--output", "--preserve-status", "--scan-seconds")
@@ -78,6 +88,13 @@ class Pages(unittest.TestCase):
             mentioned -= {word for word in LONG_OPTION.findall(commands) if word in
                           NOT_OURS}
             self.assertLessEqual(mentioned, known, page)
+
+    def test_tables_of_the_documents_have_the_options_of_the_help(self):
+        for page, names in OPTION_TABLES.items():
+            rows = re.search(r"^\| Option \|.*\n\|---.*\n((?:\|.*\n)+)", text_of(page), re.M)[1]
+            told = set(OPTION.findall(" ".join(row.split("|")[1] for row in rows.splitlines())))
+            there = set().union(*(options_of_help(programs()[name]) for name in names))
+            self.assertEqual(told, there, page)
 
     def test_synopsis_names_only_options(self):
         for _, program, page in self.each_program():
@@ -149,6 +166,33 @@ class Pages(unittest.TestCase):
 
     def test_mandoc_finds_nothing_wrong(self):
         self.assert_formatter_is_silent("mandoc", "-Tlint", "-W", "warning")
+
+
+class Methods(unittest.TestCase):
+    """The table of the methods that standard clients call."""
+
+    ROW = re.compile(r"^\| `(\w+)` \| ([^|]*) \| [^|]* \| ([^|]*) \|$", re.M)
+
+    def test_each_method_is_in_the_table(self):
+        known = re.findall(r'\.name = "(\w+)"', text_of("platform/openwbem/cimxml/MethodTable.cpp"))
+        rows = self.ROW.findall(text_of("docs/clients.md"))
+        self.assertEqual(known, [name for name, parameters, _ in rows if parameters != "not supported"])
+
+    def test_tests_that_are_named_exist(self):
+        there = set(re.findall(r"CIMXMLMethodTest, (\w+)|def test_(\w+)|kov_page\((\w+)", "".join(
+            map(text_of, ("tests/unit/cimxml/method_test.cpp", "tests/pages.cmake",
+                          "tests/system/live/wbemcli_stories.py")))))
+        there = {name for names in there for name in names}
+        for method, _, tests in self.ROW.findall(text_of("docs/clients.md")):
+            for test in tests.split(", "):
+                self.assertIn(test.strip("`").removeprefix("pages."), there, method)
+
+
+class Overview(unittest.TestCase):
+    def test_each_program_is_in_the_picture(self):
+        for file in ("docs/overview.dot", "docs/overview.svg"):
+            words = re.split(r"\\n|[^\w-]", html.unescape(text_of(file)))
+            self.assertLessEqual(set(programs()) - {INIT_SCRIPT}, set(words), file)
 
 
 class Undo(unittest.TestCase):

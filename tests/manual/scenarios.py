@@ -48,6 +48,7 @@ DELETE_INSTANCE = "packaging/man/owdeleteinstance.1"
 DELETE_NAMESPACE = "packaging/man/owdeletenamespace.1"
 OWMOFC = "packaging/man/owmofc.1"
 SHOW = "packaging/man/owshow.1"
+PASSWORDS = "packaging/man/owpasswd.8"
 VERIFY = "packaging/man/kov-verify.8"
 INIT = "packaging/man/tarvo-owcimomd_init.8"
 
@@ -67,6 +68,8 @@ INSTALLED_PRIVILEGES = "/etc/opt/tarvo/kov/openwbem/privileges"
 STATE = "/var/opt/tarvo/kov/openwbem"
 COPY = f"{STATE}/repository-copy_QLkJ235"
 BACKUP = f"{STATE}/repository-back_LKjs2354"
+KEPT_FILES = Prepare(f"mkdir {BACKUP}-files; mv {STATE}/repository/* {BACKUP}-files;"
+                     f"chown owcimomd: {BACKUP}-files")
 WORKS = Prepare("fennik --list-registered-products")
 SERVICE = Prepare("""owmofc -n sample/inventory - <<'END'
 Qualifier SAMPLE_Mark : string = null, Scope(class);
@@ -116,10 +119,8 @@ SCENARIOS = {
     ],
     "undo_that_left_files_beside_the_repository": [
         PRODUCT,
-        Prepare(f"mkdir {BACKUP}-files; mv {STATE}/repository/* {BACKUP}-files"),
-        Typed(FENNIK, "cd /var/opt/tarvo/kov/openwbem", number=2), WORKS,
-        Prepare(f"mkdir {BACKUP}-files; mv {STATE}/repository/* {BACKUP}-files"),
-        Typed("docs/working-copy.md", "cd /var/opt/tarvo/kov/openwbem", number=2), WORKS,
+        KEPT_FILES, Typed(FENNIK, "runuser"), WORKS,
+        KEPT_FILES, Typed("docs/working-copy.md", "runuser"), WORKS,
     ],
     "a_working_copy": [
         PRODUCT,
@@ -189,6 +190,8 @@ SCENARIOS = {
         START,
         Typed(INIT, "/opt/tarvo/kov/sbin/tarvo-owcimomd_init status", "owcimomd runs"),
         Prepare("test sample = $(fennik --list-registered-products)"),
+        START, Typed("docs/owcimomd.md", "runuser"),
+        Prepare("owcimomd --ping"),
     ],
     "daemon_of_a_staged_tree": [
         STAGE, Typed(DAEMON, "timeout", "owcimomd: ready\n"),
@@ -197,6 +200,15 @@ SCENARIOS = {
         PRODUCT, Typed(VERIFY, "kov-verify", "kov-verify: everything is as registered"),
         Typed(VERIFY, "kov-verify --name sample", "kov-verify: everything is as registered"),
         START, Typed("docs/kov-verify.md", "kov-verify"),
+    ],
+    "passwords": [
+        REGISTERED,
+        Prepare("cp /etc/passwd own; echo sampleadm:x:64999:64999::/:/bin/false >>own;"
+                "mount --bind own /etc/passwd; echo one >password"),
+        Typed(PASSWORDS, "owpasswd sampleadm"),
+        Prepare("test sampleadm = $(owpasswd --list)"),
+        Typed(PASSWORDS, "owpasswd --remove"),
+        Prepare('test -z "$(owpasswd --list)"'),
     ],
     "removing_the_programs": [
         Typed("docs/administration.md", "rm -rf /opt/tarvo/kov"),

@@ -7,6 +7,7 @@
 import glob
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import time
@@ -112,6 +113,19 @@ class PackageStory(unittest.TestCase):
                 found.add(name)
         self.assertLessEqual({"fennik", "kov-setup", "owmofc"}, found)
         self.assertLessEqual(found, programs)
+
+    def test_every_link_in_the_documents_leads_to_a_shipped_file(self):
+        self.install()
+        shipped = set(self.run_ok("dpkg -L fennik").splitlines())
+        checked = 0
+        for page in (name for name in shipped if name.endswith(".md")):
+            text = pathlib.Path(page).read_text(encoding="utf-8")
+            for target in re.findall(r"\]\(([^)#\s]+)", text):
+                if not re.match(r"[a-z]+:", target):
+                    path = os.path.normpath(os.path.join(os.path.dirname(page), target))
+                    self.assertIn(path, shipped, f"{page} links to {target}")
+                    checked += 1
+        self.assertGreater(checked, 100)
 
     def test_an_upgrade_keeps_the_products_and_runs_the_new_daemon(self):
         self.install()

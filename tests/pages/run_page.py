@@ -7,7 +7,7 @@ usage: run_page.py PAGE [COMMAND]
 The blocks that begin with ```sh are typed, one after the other, into one shell, which must not end with a
 failure before the page does. Where a block with ```text follows, its lines must be what the commands have
 printed; otherwise they must have printed nothing on standard output. In such a line, "..." stands for any
-characters. COMMAND runs before the page. The home directory is an empty one: pages put their files there.
+characters. COMMAND runs before the page; where it ends with status 77, the page is skipped. The home directory is an empty one: pages put their files there.
 Ends with status 1 and the differences.
 
 For use inside scripts/sandbox."""
@@ -20,6 +20,7 @@ import tempfile
 
 BLOCK = re.compile(r"^```(sh|text)\n(.*?)^```$", re.M | re.S)
 TIME_LIMIT = 120
+SKIPPED = 77
 
 
 def steps(page):
@@ -76,7 +77,11 @@ def main():
 
 def verdict(found, preparation):
     for command in preparation:
-        subprocess.run(["bash", "-ec", command], stdout=subprocess.DEVNULL, check=True)
+        status = subprocess.run(["bash", "-ec", command], stdout=subprocess.DEVNULL, check=False).returncode
+        if status == SKIPPED:
+            return SKIPPED
+        if status != 0:
+            sys.exit(f"what comes before the page ends with status {status}: {command}")
     printed, status = typed(found)
     wrong = 0
     for (line, _, shown), lines in zip(found, printed):
