@@ -24,6 +24,7 @@ find_package(Threads REQUIRED)
 kov_imported(kov_sqlite3 sqlite3.h LIBRARIES sqlite3)
 kov_imported(kov_expat expat.h LIBRARIES expat)
 kov_imported(kov_crypt crypt.h LIBRARIES crypt)
+kov_imported(kov_crypto openssl/x509.h LIBRARIES crypto)
 kov_imported(kov_seccomp seccomp.h LIBRARIES seccomp)
 kov_imported(kov_capnp capnp/message.h LIBRARIES capnp kj LINKS Threads::Threads)
 kov_imported(kov_capnp_async capnp/serialize-async.h LIBRARIES capnp-rpc capnp kj-async kj

@@ -4,22 +4,12 @@
 // configured.
 #pragma once
 
-#include <kj/async-io.h>
-#include <kj/compat/tls.h>
-
 #include <list>
 
 #include "owcimomd/http/HttpSession.hpp"
+#include "owcimomd/http/HttpSettings.hpp"
 
 namespace OwCimomd {
-
-struct HttpSettings {
-    String address = "127.0.0.1";  ///< IPv4 or IPv6
-    uint16_t port = 0;             ///< 0: there is no window
-    String certificate{};          ///< files in PEM; both or none
-    String key{};
-    String passwordFile{};
-};
 
 class HttpServer final : private kj::TaskSet::ErrorHandler {
 public:

@@ -407,6 +407,16 @@ print(refused.count("<VALUE.INSTANCEWITHPATH>"), re.findall('ERROR CODE="[0-9]+"
                 self.assertIn(text, result.err)
                 self.assertEqual(result.out.splitlines()[-1], "story")
 
+    def test_key_of_another_certificate_is_told(self):
+        self.make_certificate()
+        self.shell("openssl genpkey -quiet -algorithm RSA -out /etc/opt/tarvo/kov/openwbem/key.pem")
+        result = self.sandbox("sh", "-c", "tarvo-owcimomd_init start; tarvo-owcimomd_init status")
+        self.assertIn("nobody is served over HTTP: the certificate "
+                      '"/etc/opt/tarvo/kov/openwbem/certificate.pem" and the key '
+                      '"/etc/opt/tarvo/kov/openwbem/key.pem" cannot be used: they do not belong '
+                      "together", result.err)
+        self.assertIn("owcimomd runs", result.out)
+
     def test_product_cannot_open_the_window(self):
         with open(f"{self.root}{DROP_INS}/evil.conf", "w", encoding="ascii") as file:
             file.write("owcimomd.http_port = 1\nowcimomd.http_address = 0.0.0.0\n")
