@@ -32,6 +32,10 @@ String HttpRequest::field(const String& name) const {
     return found == fields.end() ? String() : found->second;
 }
 
+bool HttpRequest::expectsContinue() const {
+    return isVersion11 && blocxx::equalsIgnoreCase(field("expect"), "100-continue");
+}
+
 HttpParser::HttpParser() : m_parser(std::make_unique<Implementation>()) {
     m_parser->parser.header_limit(MAX_HEADER);
     // The body's limit is known once its sender is.
@@ -77,6 +81,10 @@ void HttpParser::takeHeader() {
         String& value = m_request.fields[blocxx::toLower(
             std::string_view(field.name_string().data(), field.name_string().size()))];
         value += (value.empty() ? "" : ", ") + String(field.value());
+    }
+    // RFC 9112 3.2: otherwise it is not clear whom the request is for.
+    if (message.count(http::field::host) > 1 || (m_request.isVersion11 && !m_request.has("host"))) {
+        return refuse(400);
     }
     // The end of a body in any other coding is not known, and the rest of it would pass for another
     // request (RFC 9112 6.1).

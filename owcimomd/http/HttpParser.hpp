@@ -27,6 +27,8 @@ struct HttpRequest {
     /// The value; empty for a field that is not there.
     String field(const String& name) const;
     bool has(const String& name) const { return fields.count(name) != 0; }
+    /// Whether the client waits to be told to send the body (RFC 9110 10.1.1).
+    bool expectsContinue() const;
 };
 
 class HttpParser {

@@ -165,9 +165,8 @@ kj::Promise<void> HttpSession::readMessage() {
                        {},
                        {{"Retry-After", "1"}}});
     }
-    auto ready = blocxx::equalsIgnoreCase(request().field("expect"), "100-continue")
-                     ? m_writer.sendContinue()
-                     : kj::Promise<void>(kj::READY_NOW);
+    auto ready =
+        request().expectsContinue() ? m_writer.sendContinue() : kj::Promise<void>(kj::READY_NOW);
     return ready.then([this, limit] { return m_reader.readBody(limit); }).then([this] {
         if (m_parser->state() == HttpParser::State::FAILED) {
             return refuse({m_parser->failure(), "The content cannot be read."});

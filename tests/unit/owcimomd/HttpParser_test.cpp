@@ -72,7 +72,7 @@ TEST(HttpParser, PutsChunksTogether) {
     for (const size_t step : {size_t(1), size_t(5), size_t(1000)}) {
         HttpParser parser;
         EXPECT_EQ("", feed(parser,
-                           "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
+                           "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n"
                            "5;what=ever\r\nhello\r\n6\r\n world\r\n0\r\nTrailer: yes\r\n\r\n",
                            step));
         ASSERT_EQ(State::DONE, parser.state()) << step;
@@ -87,14 +87,28 @@ TEST(HttpParser, KnowsWhoseConnectionEnds) {
         EXPECT_EQ(State::HAS_HEADER, parser.state());
         return parser.request().keepsAlive;
     };
-    EXPECT_TRUE(keeps("OPTIONS / HTTP/1.1\r\n\r\n"));
-    EXPECT_FALSE(keeps("OPTIONS / HTTP/1.1\r\nConnection: close\r\n\r\n"));
+    EXPECT_TRUE(keeps("OPTIONS / HTTP/1.1\r\nHost: h\r\n\r\n"));
+    EXPECT_FALSE(keeps("OPTIONS / HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"));
     EXPECT_FALSE(keeps("OPTIONS / HTTP/1.0\r\n\r\n"));
+}
+
+TEST(HttpParser, KnowsWhoWaitsToBeTold) {
+    const auto waits = [](const String& text) {
+        HttpParser parser;
+        parser.put(text);
+        EXPECT_EQ(State::HAS_HEADER, parser.state());
+        return parser.request().expectsContinue();
+    };
+    EXPECT_TRUE(waits("POST / HTTP/1.1\r\nHost: h\r\nExpect: 100-Continue\r\n\r\n"));
+    EXPECT_FALSE(waits("POST / HTTP/1.1\r\nHost: h\r\nExpect: wonders\r\n\r\n"));
+    EXPECT_FALSE(waits("POST / HTTP/1.1\r\nHost: h\r\n\r\n"));
+    // HTTP 1.0 knows no such response, whatever the client says.
+    EXPECT_FALSE(waits("POST / HTTP/1.0\r\nExpect: 100-continue\r\n\r\n"));
 }
 
 TEST(HttpParser, HasNoBodyWithoutALength) {
     HttpParser parser;
-    parser.put("POST / HTTP/1.1\r\n\r\n");
+    parser.put("POST / HTTP/1.1\r\nHost: h\r\n\r\n");
     ASSERT_EQ(State::HAS_HEADER, parser.state());
     EXPECT_FALSE(parser.hasBody());
     parser.readBody(10);
@@ -119,7 +133,7 @@ TEST_P(HttpParserRefuses, WithAStatus) {
     feed(parser, GetParam().text, 1000, 10);
     ASSERT_EQ(State::FAILED, parser.state());
     EXPECT_EQ(GetParam().status, parser.failure());
-    EXPECT_EQ(0u, parser.put("GET / HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(0u, parser.put("GET / HTTP/1.1\r\nHost: h\r\n\r\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -127,25 +141,33 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Refusal{"Garbage", "\x16\x03\x01\x02\r\n\r\n", 400},
         Refusal{"AnotherVersion", "GET / HTTP/2.0\r\n\r\n", 505},
-        Refusal{"ALargeHeader", "GET / HTTP/1.1\r\nA: " + String(20000, 'a') + "\r\n\r\n", 431},
-        Refusal{"ALargeBody", "POST / HTTP/1.1\r\nContent-Length: 11\r\n\r\n", 413},
-        Refusal{"AHugeBody", "POST / HTTP/1.1\r\nContent-Length: 18446744073709551615\r\n\r\n",
+        Refusal{"ALargeHeader",
+                "GET / HTTP/1.1\r\nHost: h\r\nA: " + String(20000, 'a') + "\r\n\r\n", 431},
+        Refusal{"ALargeBody", "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 11\r\n\r\n", 413},
+        Refusal{"AHugeBody",
+                "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 18446744073709551615\r\n\r\n", 413},
+        Refusal{"ALargeChunk",
+                "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\nb\r\nhello "
+                "world\r\n0\r\n\r\n",
                 413},
-        Refusal{
-            "ALargeChunk",
-            "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nb\r\nhello world\r\n0\r\n\r\n",
-            413},
         Refusal{"ManyChunks",
-                "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
+                "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\n"
                 "6\r\nhello \r\n6\r\nworld!\r\n0\r\n\r\n",
                 413},
-        Refusal{"TwoLengths", "POST / HTTP/1.1\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n",
+        Refusal{"TwoLengths",
+                "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n",
                 400},
-        Refusal{"LengthAndChunks",
-                "POST / HTTP/1.1\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n", 400},
-        Refusal{"ANegativeLength", "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", 400},
-        Refusal{"AFieldWithoutName", "GET / HTTP/1.1\r\n: a\r\n\r\n", 400},
-        Refusal{"AnOddChunk", "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\n", 400}),
+        Refusal{
+            "LengthAndChunks",
+            "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\n",
+            400},
+        Refusal{"ANegativeLength", "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: -1\r\n\r\n", 400},
+        Refusal{"AFieldWithoutName", "GET / HTTP/1.1\r\nHost: h\r\n: a\r\n\r\n", 400},
+        Refusal{"NoHost", "GET / HTTP/1.1\r\n\r\n", 400},
+        Refusal{"TwoHosts", "GET / HTTP/1.1\r\nHost: h\r\nHost: h\r\n\r\n", 400},
+        Refusal{"TwoHostsOfOld", "GET / HTTP/1.0\r\nHost: h\r\nHost: i\r\n\r\n", 400},
+        Refusal{"AnOddChunk",
+                "POST / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: chunked\r\n\r\nxyz\r\n", 400}),
     [](const auto& info) { return String(info.param.name); });
 
 }  // namespace
