@@ -29,6 +29,44 @@ void Decoder::checkRoom(size_t listed) const {
     }
 }
 
+bool Decoder::take(CIMQualifierArray& qualifiers) {
+    if (!m_reader.is("QUALIFIER")) {
+        return false;
+    }
+    checkRoom(qualifiers.size());
+    qualifiers.push_back(qualifier());
+    return true;
+}
+
+bool Decoder::take(CIMPropertyArray& properties) {
+    if (!m_reader.is("PROPERTY") && !m_reader.is("PROPERTY.ARRAY") &&
+        !m_reader.is("PROPERTY.REFERENCE")) {
+        return false;
+    }
+    checkRoom(properties.size());
+    properties.push_back(property());
+    return true;
+}
+
+bool Decoder::take(CIMParameterArray& parameters) {
+    if (!m_reader.is("PARAMETER") && !m_reader.is("PARAMETER.ARRAY") &&
+        !m_reader.is("PARAMETER.REFERENCE") && !m_reader.is("PARAMETER.REFARRAY")) {
+        return false;
+    }
+    checkRoom(parameters.size());
+    parameters.push_back(parameter());
+    return true;
+}
+
+bool Decoder::take(CIMMethodArray& methods) {
+    if (!m_reader.is("METHOD")) {
+        return false;
+    }
+    checkRoom(methods.size());
+    methods.push_back(method());
+    return true;
+}
+
 uint32_t Decoder::arraySize() const {
     const String* const size = m_reader.find("ARRAYSIZE");
     return size == nullptr ? 0 : fromText<uint32_t>(*size);
@@ -89,15 +127,14 @@ CIMProperty Decoder::property() {
         CIMQualifierArray qualifiers;
         bool hasValue = false;
         while (m_reader.child()) {
-            if (m_reader.is("QUALIFIER")) {
-                checkRoom(qualifiers.size());
-                qualifiers.push_back(qualifier());
-            } else if (!hasValue) {
-                property.setValue(value(type, embedding));
-                hasValue = true;
-            } else {
+            if (take(qualifiers)) {
+                continue;
+            }
+            if (hasValue) {
                 m_reader.misplaced();
             }
+            property.setValue(value(type, embedding));
+            hasValue = true;
         }
         return property.setQualifiers(std::move(qualifiers));
     });
@@ -112,11 +149,9 @@ CIMParameter Decoder::parameter() {
             parameterName, declaredType(isReference, isRefArray || m_reader.is("PARAMETER.ARRAY")));
         CIMQualifierArray qualifiers;
         while (m_reader.child()) {
-            if (!m_reader.is("QUALIFIER")) {
+            if (!take(qualifiers)) {
                 m_reader.misplaced();
             }
-            checkRoom(qualifiers.size());
-            qualifiers.push_back(qualifier());
         }
         return parameter.setQualifiers(std::move(qualifiers));
     });
@@ -132,28 +167,12 @@ CIMMethod Decoder::method() {
         CIMQualifierArray qualifiers;
         CIMParameterArray parameters;
         while (m_reader.child()) {
-            if (m_reader.is("QUALIFIER")) {
-                checkRoom(qualifiers.size());
-                qualifiers.push_back(qualifier());
-            } else if (isParameter()) {
-                checkRoom(parameters.size());
-                parameters.push_back(parameter());
-            } else {
+            if (!take(qualifiers) && !take(parameters)) {
                 m_reader.misplaced();
             }
         }
         return method.setQualifiers(std::move(qualifiers)).setParameters(std::move(parameters));
     });
-}
-
-bool Decoder::isParameter() const {
-    return m_reader.is("PARAMETER") || m_reader.is("PARAMETER.ARRAY") ||
-           m_reader.is("PARAMETER.REFERENCE") || m_reader.is("PARAMETER.REFARRAY");
-}
-
-bool Decoder::isProperty() const {
-    return m_reader.is("PROPERTY") || m_reader.is("PROPERTY.ARRAY") ||
-           m_reader.is("PROPERTY.REFERENCE");
 }
 
 CIMClass Decoder::cls() {
@@ -162,16 +181,7 @@ CIMClass Decoder::cls() {
     CIMPropertyArray properties;
     CIMMethodArray methods;
     while (m_reader.child()) {
-        if (m_reader.is("QUALIFIER")) {
-            checkRoom(qualifiers.size());
-            qualifiers.push_back(qualifier());
-        } else if (isProperty()) {
-            checkRoom(properties.size());
-            properties.push_back(property());
-        } else if (m_reader.is("METHOD")) {
-            checkRoom(methods.size());
-            methods.push_back(method());
-        } else {
+        if (!take(qualifiers) && !take(properties) && !take(methods)) {
             m_reader.misplaced();
         }
     }
@@ -185,13 +195,7 @@ CIMInstance Decoder::instance() {
     CIMQualifierArray qualifiers;
     CIMPropertyArray properties;
     while (m_reader.child()) {
-        if (m_reader.is("QUALIFIER")) {
-            checkRoom(qualifiers.size());
-            qualifiers.push_back(qualifier());
-        } else if (isProperty()) {
-            checkRoom(properties.size());
-            properties.push_back(property());
-        } else {
+        if (!take(qualifiers) && !take(properties)) {
             m_reader.misplaced();
         }
     }

@@ -53,8 +53,11 @@ private:
     CIMProperty property();
     CIMMethod method();
     CIMParameter parameter();
-    bool isProperty() const;
-    bool isParameter() const;
+    // Read the element into the list when it is of that kind.
+    bool take(CIMQualifierArray& qualifiers);
+    bool take(CIMPropertyArray& properties);
+    bool take(CIMParameterArray& parameters);
+    bool take(CIMMethodArray& methods);
     CIMFlavor flavor() const;
     uint8_t scopes();
     std::string_view embeds() const;
