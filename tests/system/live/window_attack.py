@@ -98,10 +98,6 @@ def processor_seconds():
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
-def login():
-    print("login", status(request("EnumerateInstanceNames", CLASS)))
-
-
 def flood():
     is_over = threading.Event()
 
@@ -152,12 +148,6 @@ def long_list():
     print("processor", processor_seconds() - before)
 
 
-def unread():
-    data = request("X", " " * 8 * MIB, password="wrong")
-    for _ in range(5):
-        print("unread", status(data))
-
-
 def codings():
     """A body in another coding than chunked hides a second request."""
     hidden = request("X")
@@ -181,6 +171,9 @@ def crowd():
 
     print(at_once(40, come))
     print("other", status(request("X", user="news")))
+    for connection in kept:
+        connection.close()
+    print("afterwards", status(request("X")))
 
 
 def large():
@@ -191,13 +184,11 @@ def large():
 
 
 ATTACKS = {
-    "login": login,
     "flood": flood,
     "tries": tries,
     "forge": forge,
     "contexts": contexts,
     "list": long_list,
-    "unread": unread,
     "codings": codings,
     "crowd": crowd,
     "large": large,

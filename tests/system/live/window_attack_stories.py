@@ -65,17 +65,6 @@ class AWindow(LiveStory):
     def number(self, out, name):
         return float(re.search(rf"{name}:?\s+([0-9.]+)", out)[1])
 
-    def test_checks_passwords_in_a_confined_thread(self):
-        out = self.shell(
-            f"""{INIT} start >/dev/null
-            {ATTACK} login {self.port} {SOCKET}
-            cat /proc/$(cat {PID_FILE})/task/*/status"""
-        )
-        self.assertIn("login 200", out)
-        if "Seccomp:" not in out:
-            self.skipTest("this kernel has no seccomp")
-        self.assertEqual(re.findall(r"Seccomp:\s+(\d)", out), ["2", "2"])
-
     def test_lets_a_right_password_in_during_a_flood_of_wrong_ones(self):
         out = self.attack("flood")
         self.assertEqual(out.count("right 200"), 3, out)
@@ -107,10 +96,6 @@ class AWindow(LiveStory):
         self.assertIn("list 200 1500", out)
         self.assertLess(self.number(out, "processor"), 3, out)
 
-    def test_answers_a_client_that_is_still_sending(self):
-        out = self.attack("unread")
-        self.assertEqual(out.count("unread 401"), 5, out)
-
     def test_finds_no_request_in_the_body_of_another_one(self):
         self.assertEqual(self.attack("codings").count("codings [b'501']"), 4)
 
@@ -121,7 +106,7 @@ class AWindow(LiveStory):
         )
         out = self.attack("crowd")
         self.assertIn("200: 24, 503: 16", out)
-        self.assertIn("other 200", out)
+        self.assertIn("other 200\nafterwards 200\n", out)
 
     def test_reads_no_message_that_would_keep_others_waiting(self):
         self.make_cars(1)

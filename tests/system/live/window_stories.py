@@ -255,8 +255,12 @@ class Window(LiveStory):
     def test_every_thread_is_confined(self):
         self.curl()
         self.script += "grep -h '^Seccomp:' /proc/$(cat " + PID_FILE + ")/task/*/status\n"
-        output = self.shell("tarvo-owcimomd_init start >/dev/null\n" + self.script)
-        self.assertEqual(output.split("\x1e")[1], "Seccomp:\t2\n" * 2)
+        output = self.shell("tarvo-owcimomd_init start >/dev/null\n" + self.script + "true")
+        response, confinement = output.split("\x1e")
+        self.assert_names(Response(response))
+        if not confinement:
+            self.skipTest("this kernel has no seccomp")
+        self.assertEqual(confinement, "Seccomp:\t2\n" * 2)
 
     def test_changes_and_refusals_are_logged(self):
         log = f"{STATE}/log"
@@ -448,14 +452,6 @@ def request(connection, user="{USER}:secret", body={NAMES!r}):
             file.write(script)
         return self.shell(f"tarvo-owcimomd_init start >/dev/null; {sys.executable} {path}")
 
-    def test_user_has_a_share_of_the_connections(self):
-        output = self.connections("""
-mine = [connect() for _ in range(25)]
-print([request(one) for one in mine[:24]] == [200] * 24, request(mine[24]))
-mine[0].close()
-print(request(connect()))""")
-        self.assertEqual(output, "True 503\n200\n")
-
     def test_strangers_make_room_for_users(self):
         output = self.connections("""
 strangers = [connect() for _ in range(300)]
@@ -467,6 +463,6 @@ print(request(connect()))""")
     def test_refusal_arrives_though_nobody_reads_the_request(self):
         output = self.connections("""
 for _ in range(20):
-    print(request(connect(), "nobody:x", "x" * 3000000), end=" ")""")
+    print(request(connect(), "nobody:x", "x" * 8000000), end=" ")""")
         # The first ten are wrong passwords, the others too many.
         self.assertEqual(output, "401 " * 10 + "503 " * 10)
