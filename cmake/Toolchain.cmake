@@ -39,9 +39,10 @@ else()
   add_link_options(-Wl,-z,relro,-z,now -Wl,--as-needed)
 endif()
 if(KOV_FUZZ)
+  # The profile is for scripts/coverage. Only the fuzz targets are linked with what writes it.
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
-                      -fprofile-instr-generate -fcoverage-mapping)  # for scripts/coverage
-  add_link_options(-fsanitize=address,undefined -fprofile-instr-generate)
+                      -fprofile-instr-generate -fcoverage-mapping)
+  add_link_options(-fsanitize=address,undefined)
 endif()
 if(KOV_SANITIZE OR KOV_FUZZ)
   # Defined by GCC, but not by clang. Tests of memory use and believed() check it.

@@ -5,7 +5,7 @@ function(kov_fuzz_target NAME)
   cmake_parse_arguments(T "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${NAME} ${T_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${T_LINKS})
-  target_link_options(${NAME} PRIVATE -fsanitize=fuzzer)
+  target_link_options(${NAME} PRIVATE -fsanitize=fuzzer -fprofile-instr-generate)
 endfunction()
 
 if(KOV_FUZZ)
