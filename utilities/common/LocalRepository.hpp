@@ -31,6 +31,8 @@ public:
     bool isUnitOfWork() const override { return true; }
     /// Commits. Throws CIMException; then nothing has changed.
     void close() override { m_opened.repository().close(); }
+    /// Checks the file. Throws CIMException for a damaged one.
+    void check() const { m_opened.repository().check(); }
     /// The same handle, with its operations on namespaces.
     RepositoryCIMOMHandle& namespaces() const { return *m_opened; }
 

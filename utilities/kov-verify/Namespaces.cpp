@@ -5,8 +5,6 @@
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/namespace/NamespaceModel.hpp"
 #include "fennik/provider/ProviderModel.hpp"
-#include "openwbem/model/CIMNameSpaceUtils.hpp"
-#include "openwbem/repository/RepositoryCIMOMHandle.hpp"
 
 namespace KovVerify {
 
@@ -114,16 +112,12 @@ private:
 
 }  // namespace
 
-void readNamespaces(Context& context, const OpenWBEM::CIMOMHandleIFCRef& repository) {
+void readNamespaces(Context& context, const OwUtilities::Repository& repository) {
     auto addName = OpenWBEM::makeResultHandler<String>([&](const String& name) {
         context.budget.take(name);
         context.namespaces.insert(blocxx::toLower(name));
     });
-    if (const auto own = repository.castTo<OpenWBEM::RepositoryCIMOMHandle>()) {
-        own->enumNameSpace(addName);
-    } else {
-        OpenWBEM::CIMNameSpaceUtils::enumCIM_Namespace(*repository, Layout::INTEROP_NS, addName);
-    }
+    repository.enumNameSpace(addName);
     auto addRight = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
         context.rights.emplace(blocxx::toLower(text(instance, "nspace")), instance);
     });

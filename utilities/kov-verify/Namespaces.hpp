@@ -3,12 +3,13 @@
 // Checks the namespaces of a product and their users' rights.
 #pragma once
 
+#include "utilities/common/Repository.hpp"
 #include "utilities/kov-verify/Context.hpp"
 
 namespace KovVerify {
 
-/// Reads the names of the namespaces, from the repository's own handle, and the rights.
-void readNamespaces(Context& context, const OpenWBEM::CIMOMHandleIFCRef& repository);
+/// Reads the names of the namespaces and the rights. Throws CIMException and ExcessException.
+void readNamespaces(Context& context, const OwUtilities::Repository& repository);
 void checkNamespaces(Context& context, const String& product);
 
 }  // namespace KovVerify

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "utilities/kov-verify/Verification.hpp"
 
-#include <optional>
-
 #include "blocxx/Format.hpp"
-#include "fennik/cimom/FNHandles.hpp"
 #include "openwbem/model/CIMException.hpp"
-#include "openwbem/repository/OpenRepository.hpp"
 #include "utilities/common/DaemonPause.hpp"
+#include "utilities/common/LocalRepository.hpp"
 #include "utilities/kov-verify/BoundedHandle.hpp"
 #include "utilities/kov-verify/Installation.hpp"
 #include "utilities/kov-verify/Namespaces.hpp"
@@ -21,36 +18,14 @@ using blocxx::Format;
 
 namespace {
 
-/// The repository, through the daemon when that has it.
-class Source {
-public:
-    explicit Source(const Context& context) {
-        if (context.isServed) {
-            m_served = KOVNS2::GetClientHandle();
-        } else {
-            m_own.emplace(context.tree.path(Layout::REPOSITORY));
-        }
-    }
-
-    OpenWBEM::CIMOMHandleIFCRef handle() const {
-        return m_own ? m_own->handle() : m_served->GetHandle();
-    }
-    bool isOwn() const noexcept { return m_own.has_value(); }
-    void check() const { m_own->repository().check(); }
-
-private:
-    KOVNS2::CIMOMHandleWrapperRef m_served;
-    std::optional<OpenWBEM::OpenRepository> m_own;
-};
-
 String nameOf(const CIMInstance& product) {
     return product.getPropertyValue("Name").toString();
 }
 
 /// Checks the repository's file. A damaged one cannot tell what should be there.
-bool passesCheck(Context& context, const Source& source) {
+bool passesCheck(Context& context, const OwUtilities::LocalRepository& repository) {
     try {
-        source.check();
+        repository.check();
     } catch (const OpenWBEM::CIMException& e) {
         const String path = context.tree.path(Layout::REPOSITORY);
         // The account could put a link in the way of a copy, but not in the way of a rename.
@@ -74,7 +49,8 @@ void checkProduct(Context& context, const CIMInstance& product) {
 }
 
 /// Returns how many products were looked at.
-size_t checkProducts(Context& context, const Source& source, const String& only) {
+size_t checkProducts(Context& context, const OwUtilities::Repository& repository,
+                     const String& only) {
     std::map<String, CIMInstance> products;
     std::set<String> names;
     for (const CIMInstance& product :
@@ -89,7 +65,7 @@ size_t checkProducts(Context& context, const Source& source, const String& only)
                                                "--list-registered-products\" lists those that are",
                                                only));
     }
-    readNamespaces(context, source.handle());
+    readNamespaces(context, repository);
     for (const auto& [name, product] : products) {
         checkProduct(context, product);
     }
@@ -104,12 +80,13 @@ void look(Context& context, const String& product, Outcome& outcome) {
     context.findings.beginSection("installation");
     lookAtOwnership(context);
     if (checkLeftOvers(context)) {
-        const Source source(context);
-        context.handle = new BoundedHandle(source.handle(), context.budget);
-        if (!source.isOwn() || passesCheck(context, source)) {
-            outcome.products = checkProducts(context, source, product);
+        const auto repository = OwUtilities::Repository::open(context.prefix);
+        context.handle = new BoundedHandle(repository->handle(), context.budget);
+        const auto* const own = dynamic_cast<OwUtilities::LocalRepository*>(repository.get());
+        if (own == nullptr || passesCheck(context, *own)) {
+            outcome.products = checkProducts(context, *repository, product);
         }
-        outcome.isRepositoryChecked = source.isOwn();
+        outcome.isRepositoryChecked = own != nullptr;
     }
     if (product.empty()) {
         context.findings.beginSection("installation");
