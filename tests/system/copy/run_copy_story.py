@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs one story of the installed tool on a machine of its own, or lists them all.
 
-usage: run_copy_story.py [--in DIR] --list | run_copy_story.py [--in DIR] MODULE.CLASS.test_NAME
+usage: run_copy_story.py DIR --list | run_copy_story.py DIR MODULE.CLASS.test_NAME
 
-The stories are those of this directory, or the modules of DIR named NAME_stories.py.
+The stories are the modules of DIR named NAME_stories.py.
 
 The machine is a sandbox (scripts/sandbox): the tree that KOV_INSTALLED names stands at its real
 places, set up by kov-setup, and the daemon's init script is a stand-in. Ends with 77 when the story
@@ -23,10 +23,6 @@ sys.dont_write_bytecode = True
 
 import run_story  # noqa: E402
 
-run_story.MODULES = ["copy_stories", "failure_stories", "death_stories", "daemon_stories",
-                     "whole_product_stories", "deregister_stories",
-                     "deregister_fault_stories", "copy_log_stories", "holding_stories",
-                     "signal_stories", "hostile_repository_stories", "order_stories"]
 INSIDE = "KOV_STORY_INSIDE"
 INIT_SCRIPT = "/opt/tarvo/kov/sbin/tarvo-owcimomd_init"
 
@@ -61,13 +57,13 @@ def make_machine(root):
     os.chmod(root + INIT_SCRIPT, 0o755)
 
 
-def tell_inside(words):
-    story = words[-1]
+def tell_inside(directory, story):
     root = tempfile.mkdtemp(prefix="fennik-copy-")
     try:
         make_machine(root)
         done = subprocess.run(
-            [SANDBOX, "--root", root, sys.executable, os.path.abspath(__file__), *words],
+            [SANDBOX, "--root", root, sys.executable, os.path.abspath(__file__), directory,
+             story],
             env=dict(os.environ, **{INSIDE: "1"}),
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
         )
@@ -81,9 +77,8 @@ def tell_inside(words):
 
 
 if __name__ == "__main__":
-    WORDS = sys.argv[1:]
-    if WORDS[-1:] == ["--list"] or os.environ.pop(INSIDE, None):
+    if sys.argv[-1] == "--list" or os.environ.pop(INSIDE, None):
         sys.exit(run_story.main())
-    if len(WORDS) != (3 if WORDS[:1] == ["--in"] else 1):
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
-    sys.exit(tell_inside(WORDS))
+    sys.exit(tell_inside(*sys.argv[1:]))
