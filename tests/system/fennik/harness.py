@@ -4,9 +4,11 @@ comparing whole states, and making system calls fail.
 
 The programs come from the tree that KOV_INSTALLED names (made by "cmake --install")."""
 
+import contextlib
 import functools
 import hashlib
 import os
+import pty
 import re
 import shutil
 import sqlite3
@@ -43,6 +45,20 @@ def run(argv, stdin="", **options):
     # Different bytes that are not UTF-8 stay different, so that texts can be compared.
     texts = [t.decode("utf-8", "surrogateescape") for t in (done.stdout, done.stderr)]
     return Result(done.returncode, *texts)
+
+
+def run_at_terminal(argv):
+    """The status of a run at a terminal, and what it wrote there, with the terminal's line ends
+    changed back."""
+    ours, theirs = pty.openpty()
+    done = subprocess.Popen(argv, stdout=theirs, stderr=theirs)
+    os.close(theirs)
+    said = b""
+    with contextlib.suppress(OSError):  # the end of a terminal
+        while piece := os.read(ours, 65536):
+            said += piece
+    os.close(ours)
+    return done.wait(timeout=PATIENCE), said.replace(b"\r\n", b"\n")
 
 
 @functools.cache

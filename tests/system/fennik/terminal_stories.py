@@ -1,12 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """Names that would control the terminal of their reader."""
 
-import contextlib
 import os
-import pty
-import subprocess
 
-from harness import Story, read, run, write
+from harness import Story, read, run, run_at_terminal, write
 
 # Sequences that erase the screen, overwrite the line and change the title, of seven and of eight
 # bits.
@@ -22,17 +19,8 @@ class Terminal(Story):
                          [])
 
     def at_terminal(self, *words):
-        """What the tool writes to a terminal, with the terminal's line ends changed back."""
-        ours, theirs = pty.openpty()
-        done = subprocess.Popen(self.tree.command(*words), stdout=theirs, stderr=theirs)
-        os.close(theirs)
-        said = b""
-        with contextlib.suppress(OSError):  # the end of a terminal
-            while piece := os.read(ours, 65536):
-                said += piece
-        os.close(ours)
-        done.wait(timeout=60)
-        return said.replace(b"\r\n", b"\n").decode("utf-8", "surrogateescape")
+        """What the tool writes to a terminal."""
+        return run_at_terminal(self.tree.command(*words))[1].decode("utf-8", "surrogateescape")
 
     def test_message_shows_them(self):
         for words in (

@@ -2,12 +2,11 @@
 """owshow, which shows what the repository holds: to root, to a user with rights in one namespace,
 and to a stranger; with the daemon and without."""
 
-import contextlib
 import os
-import pty
 import shutil
 import subprocess
 
+from harness import run_at_terminal
 from live import INIT, REPOSITORY, SANDBOX, LiveStory
 
 SOURCE = os.environ.get("KOV_SOURCE", "")
@@ -265,16 +264,9 @@ class Show(LiveStory):
             self.assertEqual(steps[0].output, "141")
 
     def at_terminal(self, *words):
-        ours, theirs = pty.openpty()
-        done = subprocess.Popen([SANDBOX, "--root", self.root, *words], stdout=theirs)
-        os.close(theirs)
-        said = b""
-        with contextlib.suppress(OSError):  # the end of a terminal
-            while piece := os.read(ours, 65536):
-                said += piece
-        os.close(ours)
-        self.assertEqual(done.wait(timeout=60), 0)
-        return said.replace(b"\r\n", b"\n")
+        status, shown = run_at_terminal([SANDBOX, "--root", self.root, *words])
+        self.assertEqual(status, 0, shown)
+        return shown
 
     def test_terminal_gets_no_control_characters(self):
         shown = self.at_terminal("owshow", "story/a:Story_Zebra.id=\"z\"")
