@@ -3,25 +3,48 @@
 """Makes small changes to the sources, one at a time, builds, and tells for each room how many of them
 the tests have noticed.
 
-usage: run_mutants.py DIRECTORY COUNT [--seed SEED] [--unit]
+usage: run_mutants.py DIRECTORY COUNT [--seed SEED] [--near]
 
 Works in DIRECTORY, which has a checkout in source and a build of it in build, and writes a line of JSON
-for each change to DIRECTORY/outcomes.jsonl. Changes whose outcome is there are skipped. With --unit
-only the unit tests are asked."""
+for each change to DIRECTORY/outcomes.jsonl. Changes whose outcome is there are skipped. With --near
+only the unit tests and the stories that are nearest to a change are asked."""
 
 import argparse
 import collections
+import glob
 import json
 import os
+import re
 import subprocess
 import sys
-import time
 
 from mutations import chosen
 
 NOTICED, SURVIVED, UNBUILDABLE = "noticed", "survived", "does not compile"
 # A change may make a test hang.
 BUILD_LIMIT, UNIT_LIMIT, SYSTEM_LIMIT = 900, 600, 3600
+# The stories that are most likely to notice a change below a folder: the first row counts.
+NEAR = (
+    ("fennik/cimom", "copy[.]|system[.]startup"),
+    ("fennik/cli", "system[.](command_line|startup|log|terminal)"),
+    ("fennik/common", "system[.](config|product|log)"),
+    ("fennik/mofrepair", "system[.]real_mof|state[.]restoring"),
+    ("fennik/namespace", "system[.]namespace|copy[.]deregister"),
+    ("fennik/product", "system[.](product|config)|copy[.]whole_product"),
+    ("fennik/provider", "system[.](provider|privilege)"),
+    ("fennik/state", "state[.]"),
+    ("fennik/undo", "copy[.]failure|system[.]provider_fault|live[.]repair"),
+    ("owcimomd/http", "live[.](window|wbemcli|discovery|password)"),
+    ("owcimomd", "live[.](init|daemon|request|descriptor|durability|surroundings|discovery)"),
+    ("platform/credentials", "live[.]password"),
+    ("platform/openwbem/repository", "system[.](product|provider_mof)|copy[.]hostile_repository"),
+    ("utilities/kov-setup", "live[.](setup|going_live|upgrade)|system[.]stored_repository"),
+    ("utilities/kov-verify", "live[.]verify"),
+    ("utilities/ownership", "live[.](setup|going_live|verify)"),
+    ("utilities/owpasswd", "live[.]password"),
+    ("utilities/owshow", "live[.]show"),
+    ("utilities", "live[.](utility|repair)"),
+)
 
 
 def succeeds(argv, limit, **options):
@@ -34,9 +57,9 @@ def succeeds(argv, limit, **options):
 
 
 class Mutants:
-    def __init__(self, directory, unit):
+    def __init__(self, directory, near):
         self.source, self.build = f"{directory}/source", f"{directory}/build"
-        self.outcomes, self.unit = f"{directory}/outcomes.jsonl", unit
+        self.outcomes, self.near = f"{directory}/outcomes.jsonl", near
 
     def known(self):
         if not os.path.exists(self.outcomes):
@@ -50,25 +73,46 @@ class Mutants:
             text = file.read()
         lines = text.split("\n")
         lines[mutation.line] = mutation.after
-        begin = time.time()
         try:
             write(path, "\n".join(lines))
-            if not succeeds(["ninja", "-C", self.build], BUILD_LIMIT):
+            if not self.builds(*self.libraries(mutation.room)):
                 return UNBUILDABLE
-            return NOTICED if self.is_noticed(begin) else SURVIVED
+            return NOTICED if self.is_noticed(mutation.room) else SURVIVED
         finally:
             write(path, text)
 
-    def is_noticed(self, begin):
-        # The programs that have changed, those of other rooms last: these are linked from more.
-        tests = [entry for entry in os.scandir(f"{self.build}/tests")
-                 if entry.name.endswith("_test") and entry.stat().st_mtime >= begin]
-        for test in sorted(tests, key=lambda entry: entry.stat().st_size):
-            if not succeeds([test.path, "--gtest_fail_fast", "--gtest_brief=1"], UNIT_LIMIT,
-                            cwd=f"{self.build}/tests"):
+    def builds(self, *targets):
+        return succeeds(["ninja", "-C", self.build, *targets], BUILD_LIMIT)
+
+    def libraries(self, room):
+        return [os.path.relpath(path, self.build)
+                for path in glob.glob(f"{self.build}/{room}/lib*.a")]
+
+    def unit_tests(self, room):
+        """The test programs that a room is linked into, those with the fewest other rooms first."""
+        libraries = self.libraries(room)
+        if not libraries:
+            return []
+        known = subprocess.run(["ninja", "-C", self.build, "-t", "query", *libraries],
+                               stdout=subprocess.PIPE, text=True, check=True).stdout
+        tests = set(re.findall(r"^ +(tests/\w+_test)$", known, re.M))
+        return sorted(tests, key=lambda test: os.stat(f"{self.build}/{test}").st_size)
+
+    def is_noticed(self, room):
+        for test in self.unit_tests(room):
+            if not self.builds(test):
+                return True  # it asks a test program for its tests
+            if not succeeds([f"{self.build}/{test}", "--gtest_fail_fast", "--gtest_brief=1"],
+                            UNIT_LIMIT, cwd=f"{self.build}/tests"):
                 return True
-        return not self.unit and not succeeds(
-            ["ctest", "--test-dir", self.build, "-L", "system", "--stop-on-failure",
+        near = next((stories for folder, stories in NEAR if room.startswith(folder)), None)
+        if near is not None and not self.passes(near, "programs"):
+            return True
+        return not self.near and not self.passes(".")
+
+    def passes(self, stories, *targets):
+        return self.builds(*targets) and succeeds(
+            ["ctest", "--test-dir", self.build, "-L", "system", "-R", stories, "--stop-on-failure",
              "-j", str(os.cpu_count())], SYSTEM_LIMIT)
 
     def note(self, mutation, outcome):
@@ -100,9 +144,9 @@ def main():
     parser.add_argument("directory")
     parser.add_argument("count", type=int)
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--unit", action="store_true")
+    parser.add_argument("--near", action="store_true")
     words = parser.parse_args()
-    mutants = Mutants(words.directory, words.unit)
+    mutants = Mutants(words.directory, words.near)
     known = mutants.known()
     for mutation in chosen(mutants.source, words.count, words.seed):
         if str(mutation) not in known:
