@@ -29,6 +29,10 @@ public:
     void loseAnswers(bool lost = true) { m_losesAnswers = lost; }
     /// What a failing call does instead of throwing a CIMException.
     void failBy(std::function<void()> fail) { m_failBy = std::move(fail); }
+    /// Is called after each operation that was carried out.
+    void afterEach(std::function<void(const OperationCall&)> observe) {
+        m_observe = std::move(observe);
+    }
     /// How many calls there were since failures were last asked for.
     unsigned calls() const { return m_calls; }
     void failNothing() {
@@ -55,6 +59,9 @@ public:
     OperationResult carryOut(const OperationCall& call) override {
         check(traitsOf(call.operation).name);
         OperationResult result = RepositoryCIMOMHandle::carryOut(call);
+        if (m_observe) {
+            m_observe(call);
+        }
         if (m_losesAnswers && traitsOf(call.operation).effect == OperationTraits::Effect::CHANGES) {
             throw OutcomeUnknownException("", 0, FAULT);
         }
@@ -96,6 +103,7 @@ private:
     String m_failedOperation;
     std::set<String> m_failing;
     std::function<void()> m_failBy;
+    std::function<void(const OperationCall&)> m_observe;
 };
 
 }  // namespace KOVNS2::Testing

@@ -3,6 +3,7 @@
 // Removing a product with everything that is registered for it.
 #include <gmock/gmock.h>
 
+#include "blocxx/Interruption.hpp"
 #include "fennik/namespace/FNNamespaceRegistration.hpp"
 #include "fennik/product/FNConfigFile.hpp"
 #include "fennik/product/FNProductRegistration.hpp"
@@ -116,6 +117,20 @@ TEST_F(ProductDeregistration, AllowedUsersFileHasNoUndo) {
     executeCleanupActions(m_undo);
     EXPECT_FALSE(fs::exists(usersFile()));
     EXPECT_THAT(listRegisteredProducts(repository.handle()), ElementsAre("sample"));
+}
+
+TEST_F(ProductDeregistration, InterruptionAfterTheLastUndoableStepKeepsTheAllowedUsersFile) {
+    OpenRepository repository(m_tree);
+    repository.faults().afterEach([](const OperationCall& call) {
+        if (call.operation == Operation::DELETE_INSTANCE &&
+            call.as<CIMObjectPath>().getClassName() == "KOV_Product") {
+            blocxx::Interruption::failLater(std::make_exception_ptr(std::runtime_error("now")));
+        }
+    });
+    EXPECT_THROW(deregister(repository), std::runtime_error);
+    blocxx::Interruption::forget();
+    EXPECT_TRUE(fs::exists(usersFile()));
+    EXPECT_THAT(listRegisteredProducts(repository.handle()), IsEmpty());
 }
 
 TEST_F(ProductDeregistration, LogsItsStepsInTheirOrder) {
