@@ -63,11 +63,12 @@ file_type typeOf(const String& path) {
     return std::filesystem::symlink_status(path.c_str(), failure).type();
 }
 
-[[noreturn]] void failCopying(const String& command, const Outcome& outcome,
+[[noreturn]] void failCopying(const String& command, const String& output,
+                              const blocxx::Process::Status& status = {},
                               const blocxx::Exception* cause = nullptr) {
     throw FennikException(Format("Unable to copy the repository directory. %1 Failed with status "
                                  "message: %2\n and output %3\n",
-                                 command, outcome.status, outcome.output),
+                                 command, status, output),
                           ErrorCode::REPOSITORY_NOT_COPIED, cause);
 }
 
@@ -192,26 +193,26 @@ void RepositoryCopy::Init() {
     const String command = Format("%1 -pR %2 %3", locate("cp"), live, copy);
     // The command line is split at blanks: cp and rm would work on other directories.
     if (blocxx::tokenize(copy).size() != 1) {
-        failCopying(command, {false, "The path has blanks in it.", {}});
+        failCopying(command, "The path has blanks in it.");
     }
     // A copy of a link would lead to the live repository.
     if (typeOf(live) == file_type::symlink) {
-        failCopying(command,
-                    {false, "Nothing was copied: the repository directory is a link.", {}});
+        failCopying(command, "Nothing was copied: the repository directory is a link.");
     }
     checkBackupPlace(live, m_prefix + BACKUP);
     lockLiveRepository(command);
     // From here on this run owns the copy, complete or not. Whatever had its name before, such as a
     // file, is not this run's to remove.
     m_initialised = typeOf(copy) == file_type::not_found;
-    Outcome outcome = execute(command);
+    const Outcome outcome = execute(command);
     blocxx::Interruption::check();
-    if (outcome.succeeded && typeOf(copy) != file_type::directory) {
-        outcome.output = "The copy is no directory: something has taken the repository's place.";
-        outcome.succeeded = false;
-    }
     if (!outcome.succeeded) {
-        failCopying(command, outcome);
+        failCopying(command, outcome.output, outcome.status);
+    }
+    if (typeOf(copy) != file_type::directory) {
+        failCopying(command,
+                    "The copy is no directory: something has taken the repository's place.",
+                    outcome.status);
     }
     openCopy();
 }
@@ -231,7 +232,7 @@ void RepositoryCopy::lockLiveRepository(const String& command) {
         m_live.reset();
         const String holder = describeLockHolder(LIVE);
         const String by = holder.empty() ? String() : ": it is in use by " + holder;
-        failCopying(command, {false, "Nobody else can be kept from the repository" + by, {}}, &e);
+        failCopying(command, "Nobody else can be kept from the repository" + by, {}, &e);
     }
 }
 
