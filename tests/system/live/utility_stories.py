@@ -281,9 +281,13 @@ class Utilities(LiveStory):
     def test_checking_a_file_writes_nothing(self):
         product = 'instance of KOV_Product { Name = "four"; };'
         unknown = 'instance of KOV_Nothing { Name = "four"; };'
-        done, wrong = self.served(*[
-            f"printf %s {quoted(text)} | owmofc --check -n kov -" for text in (product, unknown)])
+        nowhere = '#pragma namespace("nowhere")\nclass KOV_Spare { string Id; };'
+        done, wrong, lost = self.served(*[
+            f"printf %s {quoted(text)} | owmofc --check -n kov -"
+            for text in (product, unknown, nowhere)])
         self.assertEqual((done.status, done.output), (0, ""))
+        self.assertEqual(lost.status, 1)
+        self.assertIn('standard input:1:19: error: the namespace "nowhere" does not exist', lost.output)
         self.assertEqual(wrong.status, 1)
         self.assertIn("KOV_Nothing", wrong.output)
         self.assertNotIn("four", self.products())
