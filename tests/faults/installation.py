@@ -39,6 +39,12 @@ class Result:
     err: str
 
 
+def is_sanitized():
+    """Whether the programs were built with the sanitizers. Their memory is mostly the sanitizers'."""
+    with open(FENNIK, "rb") as file:
+        return b"__ubsan" in file.read()
+
+
 def run(argv, stdin="", patience=PATIENCE, meanwhile=None, **options):
     """Runs a command for at most `patience` seconds, and beside it the thread that `meanwhile` makes
     for its process."""

@@ -23,7 +23,7 @@ sys.dont_write_bytecode = True
 
 import hostile_client  # noqa: E402
 import operations  # noqa: E402
-from installation import DATA, PLACES, PROGRAMS, WORK, Live, must, run  # noqa: E402
+from installation import DATA, PLACES, PROGRAMS, WORK, Live, is_sanitized, must, run  # noqa: E402
 from rogue import RECORDED, RECORDING, Rogue, answer_to_ping  # noqa: E402
 
 # The user with rights to the namespaces of two products, and one without any.
@@ -136,7 +136,7 @@ def attack(messages, count, seed):
             yield f"{what}: the attackers ended with {statuses}"
         if longest["ping"] > LONGEST_PING or longest["listing"] > LONGEST_LISTING:
             yield f"{what}: others had to wait"
-        if peak > BUDGET_KB:
+        if peak > BUDGET_KB and not is_sanitized():
             yield f"{what}: {peak} kB of memory"
 
 

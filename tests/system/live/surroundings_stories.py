@@ -46,7 +46,10 @@ class Surroundings(LiveStory):
 
     def look_after(self, operation):
         """The surroundings of the daemon at boot, and after the operation has restarted it."""
+        # These tests may run with a lower priority than an init system has.
+        raise_priority = "renice -n 0 $$ >/dev/null;" if has_right(CAP_SYS_NICE) else ""
         out = self.shell(
+            raise_priority +
             # An init system gives services 1024, whatever this container has.
             f"(ulimit -S -n 1024; {INIT} start) >/dev/null || exit 90; first=$(cat {PID_FILE}); ({LOOK}); echo ===;"
             f"bash -c '{caller()}{operation}' || exit 91;"
