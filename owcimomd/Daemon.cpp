@@ -2,7 +2,6 @@
 #include "owcimomd/Daemon.hpp"
 
 #include <kj/async-unix.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -24,12 +23,10 @@ using blocxx::Format;
 
 namespace {
 
-constexpr mode_t PRIVATE = 077;
 constexpr std::chrono::seconds PING_TIME_LIMIT{10};
 
 /// Nothing of whoever started it: not its directory, its signals, its rights.
 void leaveCaller(const Layout::Tree& tree) {
-    umask(PRIVATE);
     if (chdir("/") != 0) {
         BLOCXX_THROW_ERRNO(blocxx::Exception, "cannot change to the directory \"/\"");
     }

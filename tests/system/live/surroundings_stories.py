@@ -57,6 +57,7 @@ class Surroundings(LiveStory):
         )
         boot, _, after = out.partition("===\n")
         self.assertIn("Max open files", boot)
+        self.assertIn("Umask:\t0077\n", boot)
         return boot, after
 
     def test_after_a_restart_are_those_of_the_boot(self):
