@@ -86,16 +86,12 @@ bool changeFileMode(const String& path, mode_t mode) {
     if (::fchmodat(AT_FDCWD, systemPath(path), mode, AT_SYMLINK_NOFOLLOW) == 0) {
         return true;
     }
+    if (errno != EOPNOTSUPP) {
+        return false;
+    }
     // AT_SYMLINK_NOFOLLOW needs /proc, which a staging root may lack. A link is still refused.
-    struct stat info = {};
-    if (errno != EOPNOTSUPP || ::lstat(systemPath(path), &info) != 0) {
-        return false;
-    }
-    if (S_ISLNK(info.st_mode)) {
-        errno = EOPNOTSUPP;
-        return false;
-    }
-    return ::chmod(systemPath(path), mode) == 0;
+    const File file = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    return file && ::fchmod(file.getFileDescriptor(), mode) == 0;
 }
 
 bool syncDirectory(const String& path) {

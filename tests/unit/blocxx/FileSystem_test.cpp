@@ -467,6 +467,24 @@ TEST_F(Files, BehindALinkKeepTheirModeAndOwner) {
     }
 }
 
+TEST_F(Files, GetTheirModeWithoutAProcFileSystem) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root";
+    }
+    write("f", "");
+    ASSERT_EQ(symlink("/f", (m_dir / "link").c_str()), 0);
+    EXPECT_EXIT(
+        {
+            const bool isInside = chroot(m_dir.path().c_str()) == 0 && chdir("/") == 0;
+            const bool isChanged = FileSystem::changeFileMode("/f", 0604);
+            const bool isRefused = !FileSystem::changeFileMode("/link", 0777) &&
+                                   !FileSystem::changeFileMode("/missing", 0777);
+            std::_Exit(isInside && isChanged && isRefused ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(modeOf(m_dir / "f"), 0604U);
+}
+
 TEST_F(Files, GetTheOwnerThatRootAsksFor) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "only root may give files away";
