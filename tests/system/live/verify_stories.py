@@ -133,16 +133,20 @@ class Verifying(LiveStory):
                          "sample/events\nsample/inventory\n")
 
     def test_objects_of_a_provider(self):
-        for damage, expected in (
-            ("owdeleteinstance -n sample/inventory 'SAMPLE_Enclosure.Id=\"bay-0\"'",
-             'the provider "sample:disks" has lost the instance sample/inventory:SAMPLE_Enclosure.'),
+        bay = "owdeleteinstance -n sample/inventory 'SAMPLE_Enclosure.Id=\"bay-0\"'"
+        for damage, *expected in (
+            (bay, 'the provider "sample:disks" has lost the instance sample/inventory:SAMPLE_Enclosure.'),
+            (f"{bay}; owmofc --delete-class sample/inventory:SAMPLE_Enclosure",
+             'the provider "sample:disks" has lost the class "SAMPLE_Enclosure" in the namespace',
+             'the provider "sample:disks" has lost the instance sample/inventory:SAMPLE_Enclosure.'
+             'Id="bay-0" with its class'),
             ("owmofc --delete-class sample/inventory:SAMPLE_Service",
              'the provider "sample:services" has lost the class "SAMPLE_Service" in the namespace'),
             ("owdeleteinstance 'root:OpenWBEM_OOPProviderRegistration.InstanceID=\"sample:disks\"'",
              'the provider "sample:disks" has lost its registration'),
         ):
             with self.subTest(damage=damage):
-                self.tell(damage, expected)
+                self.tell(damage, *expected)
                 self.assertEqual(self.shell("fennik --list-providers --name sample | wc -l"), "3\n")
                 self.setUp()
 
