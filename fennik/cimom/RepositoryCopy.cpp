@@ -264,7 +264,6 @@ void RepositoryCopy::SwapInNewRepository() {
     const Logger logger("fennik");
     BLOCXX_LOG_DEBUG(logger, "Swapping in new repository.");
     const blocxx::Interruption::Deferred deferred;
-    m_undo.clear();
     m_copy->repository().commit();
     wrapFailure("Unable to put the copy of the repository on the disk.",
                 ErrorCode::REPOSITORY_NOT_COPIED,
