@@ -17,7 +17,6 @@ namespace FileSystem = blocxx::FileSystem;
 namespace {
 
 // There are 36^8 names, so even one collision is unusual; a hundred mean that something is wrong.
-constexpr int MAX_ATTEMPTS = 100;
 constexpr int RANDOM_CHARACTERS = 8;
 
 String randomName() {
@@ -34,20 +33,17 @@ String randomName() {
 }  // namespace
 
 TempFile::TempFile(const String& directory) {
-    errno = ENOENT;  // for an empty path, which would otherwise become "/" below
-    for (int attempt = directory.empty() ? MAX_ATTEMPTS : 0; attempt < MAX_ATTEMPTS; ++attempt) {
-        const String path = directory + (directory.ends_with('/') ? "" : "/") + randomName();
-        if (File file = FileSystem::createFile(path)) {
-            m_held = {std::move(file), path};
-            return;
-        }
-        if (errno != EEXIST) {
-            break;
-        }
+    if (directory.empty()) {
+        errno = ENOENT;  // an empty path would become "/" below
+    } else {
+        m_held.path = directory + (directory.ends_with('/') ? "" : "/") + randomName();
+        m_held.file = FileSystem::createFile(m_held.path);
     }
-    BLOCXX_THROW_ERRNO(
-        blocxx::FileSystemException,
-        blocxx::Format("Cannot create a temporary file in \"%1\"", directory).toString());
+    if (!m_held.file) {
+        BLOCXX_THROW_ERRNO(
+            blocxx::FileSystemException,
+            blocxx::Format("Cannot create a temporary file in \"%1\"", directory).toString());
+    }
 }
 
 TempFile::~TempFile() {
