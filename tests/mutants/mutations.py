@@ -2,8 +2,8 @@
 """Small changes to C++ sources, each of which is a mistake that somebody could make."""
 
 import glob
+import hashlib
 import os
-import random
 import re
 from dataclasses import dataclass
 
@@ -37,7 +37,8 @@ class Mutation:
         return os.path.dirname(self.path)
 
     def __str__(self):
-        return f"{self.path}:{self.line + 1}: {self.before.strip()} -> {self.after.strip() or '(nothing)'}"
+        """Without the number of the line, which other changes of the file move."""
+        return f"{self.path}: {self.before.strip()} -> {self.after.strip() or '(nothing)'}"
 
 
 def mutations_of(root, path):
@@ -57,14 +58,14 @@ def mutations_of(root, path):
 
 
 def chosen(root, count, seed):
-    """`count` changes, spread evenly over the rooms, in an order that depends on the seed alone."""
+    """`count` changes, spread evenly over the rooms. Their order depends on the seed and themselves
+    alone, so most are chosen again after the sources have changed."""
     rooms = {}
     for source in SOURCES:
         for path in sorted(glob.glob(f"{source}/**/*.cpp", root_dir=root, recursive=True)):
             rooms.setdefault(os.path.dirname(path), []).extend(mutations_of(root, path))
-    choice = random.Random(seed)
     for mutations in rooms.values():
-        choice.shuffle(mutations)
+        mutations.sort(key=lambda found: hashlib.sha256(f"{seed} {found}".encode()).digest())
     result = []
     while len(result) < count and any(rooms.values()):
         for mutations in rooms.values():
