@@ -5,6 +5,7 @@ fail, and over many runs of the tool."""
 import shutil
 import sys
 
+from harness import FENNIK, is_sanitized
 from live import AS_ACCOUNT, CONFIG, DAEMON, DROP_INS, INIT, PID_FILE, STATE, LiveStory
 
 NO_RIGHTS = "0000000000000000"
@@ -109,6 +110,21 @@ class Daemon(LiveStory):
         self.assertIn("INFO the log was opened again\n", new)
         self.assertRegex(new, r'INFO audit: done user="root" uid=0 operation=\w+ namespace="kov"')
         self.assertNotIn("audit", old)
+
+    def test_that_cannot_start_for_want_of_descriptors_says_so_and_logs_it(self):
+        if is_sanitized(FENNIK):
+            self.skipTest("the sanitizer needs descriptors of its own")
+        log = f"{STATE}/log"
+        out = self.shell(
+            f"echo owcimomd.log_file = {log} >>{CONFIG}; for n in $(seq 5 14); do rm -f {log};"
+            f"(ulimit -n $n; exec timeout 1 {DAEMON} --foreground) 2>&1 >/dev/null; cat {log}; echo ===; done")
+        ends = [part.strip().splitlines() for part in out.split("===\n")[:-1]]
+        failures = [lines for lines in ends if lines and lines[0].startswith("owcimomd: error: ")]
+        self.assertGreater(len(failures), 4, out)
+        self.assertLess(len(failures), len(ends), out)
+        for said, *logged in failures:
+            reason = said.partition("error: ")[2]
+            self.assertTrue(any(line.endswith("ERROR " + reason) for line in logged), (said, logged))
 
     def test_goes_on_when_clients_cannot_be_accepted(self):
         if shutil.which("strace") is None:
