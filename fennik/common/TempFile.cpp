@@ -10,13 +10,12 @@
 
 namespace KOVNS2 {
 
-using blocxx::File;
 using blocxx::String;
 namespace FileSystem = blocxx::FileSystem;
 
 namespace {
 
-// There are 36^8 names, so even one collision is unusual; a hundred mean that something is wrong.
+// There are 36^8 names, so a collision means that something is wrong.
 constexpr int RANDOM_CHARACTERS = 8;
 
 String randomName() {
