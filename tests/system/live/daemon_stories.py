@@ -126,6 +126,15 @@ class Daemon(LiveStory):
             reason = said.partition("error: ")[2]
             self.assertTrue(any(line.endswith("ERROR " + reason) for line in logged), (said, logged))
 
+    def test_does_not_serve_when_it_cannot_renounce_new_privileges(self):
+        if shutil.which("strace") is None:
+            self.skipTest("strace is not installed")
+        out = self.shell(
+            f"strace -f -qq -o /dev/null -e inject=prctl:error=EPERM:when=1 {DAEMON} --foreground "
+            f"2>&1 >/dev/null; echo $?; test -e {STATE}/owcimomd.sock; echo $?")
+        self.assertEqual(
+            out, "owcimomd: error: cannot renounce new privileges: 1(Operation not permitted)\n1\n1\n")
+
     def test_goes_on_when_clients_cannot_be_accepted(self):
         if shutil.which("strace") is None:
             self.skipTest("strace is not installed")

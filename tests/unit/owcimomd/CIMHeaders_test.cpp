@@ -124,6 +124,8 @@ TEST(CIMHeaders, HaveAPrefixInTheExtensionFramework) {
         EXPECT_FALSE(headers.mismatch(message("GetClass", "root/cimv2"))) << man;
         EXPECT_THAT(headers.responseFields(), Contains(Pair("73-CIMOperation", "MethodResponse")));
         EXPECT_THAT(headers.responseFields(), Contains(Pair("Ext", "")));
+        EXPECT_THAT(headers.responseFields(),
+                    Contains(Pair("Man", "http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=73")));
     }
     for (const char* man : {"", "urn:other ; ns=73", "http://www.dmtf.org/cim/mapping/http/v1.0",
                             "http://www.dmtf.org/cim/mapping/http/v1.0 ; ns=a:b",
