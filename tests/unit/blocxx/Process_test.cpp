@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <sstream>
 
+#include "blocxx/ChildProcess.hpp"
 #include "blocxx/FileSystem.hpp"
 #include "blocxx/Secure.hpp"
 #include "tests/unit/blocxx/TemporaryDirectory.hpp"
@@ -314,6 +315,25 @@ TEST(Caller, WithoutFreeDescriptorsIsToldThat) {
             return true;
         }
         return false;
+    });
+}
+
+TEST(Caller, ThatCannotWaitLeavesNoProgramBehind) {
+    expectInChild([] {
+        String output;
+        {
+            blocxx::ChildProcess child(shell("echo $$; sleep 300"));
+            while (output.find('\n') == String::npos) {
+                child.collectUntil(Clock::now() + std::chrono::milliseconds(10), output);
+            }
+            rlimit limit{};
+            getrlimit(RLIMIT_NOFILE, &limit);
+            const rlimit tooFewToPoll{2, limit.rlim_max};
+            setrlimit(RLIMIT_NOFILE, &tooFewToPoll);
+            EXPECT_THROW(child.collectUntil(Clock::time_point::max(), output), ProcessException);
+            setrlimit(RLIMIT_NOFILE, &limit);
+        }
+        return !isAlive(std::stoi(output)) && !testing::Test::HasFailure();
     });
 }
 
