@@ -188,7 +188,7 @@ private:
     /// After a failure it is unknown where the next answer begins.
     void requireSound() const {
         if (m_isBroken) {
-            throw BrokenConnection{"an earlier call has broken it", false};
+            throw BrokenConnection{"an earlier call has broken it"};
         }
     }
 
@@ -204,7 +204,7 @@ private:
             raiseIfFailed(answer.getFailure());
         }
         if (m_expected == 0 || id > m_lastId) {
-            throw BrokenConnection{"the daemon has answered what nobody asked", false};
+            throw BrokenConnection{"the daemon has answered what nobody asked"};
         }
         m_isBroken = false;
         --m_expected;
@@ -321,8 +321,7 @@ size_t ClientConnection::store(const ClientStoring& storing, const Timeout& time
         }
         const size_t stored = answer.getStored();
         if (stored == 0 || stored > storing.size()) {
-            throw BrokenConnection{"the daemon has stored what nobody asked for, or nothing",
-                                   false};
+            throw BrokenConnection{"the daemon has stored what nobody asked for, or nothing"};
         }
         return stored;
     });
@@ -352,7 +351,7 @@ public:
         auto message = m_session->await(std::exchange(m_ahead, 0));
         m_words += std::max<uint64_t>(message->sizeInWords(), MIN_PORTION_WORDS);
         if (m_words > MAX_ENUMERATION_WORDS) {
-            throw BrokenConnection{"the daemon does not end its answer", false};
+            throw BrokenConnection{"the daemon does not end its answer"};
         }
         const auto answer = message->getRoot<wire::Answer>();
         raiseIfFailed(answer.getFailure());

@@ -100,14 +100,14 @@ void ClientSocket::wait(short events) {
             return;
         }
         if (rc < 0 && error != EINTR) {
-            throw BrokenConnection{std::strerror(error), false};
+            throw BrokenConnection{std::strerror(error)};
         }
         if (hasSignal()) {
             waiting[1].fd = -1;
         }
     }
     m_patience.giveUp();
-    throw BrokenConnection{"no reply came in time", false};
+    throw BrokenConnection{"no reply came in time"};
 }
 
 bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
@@ -122,7 +122,7 @@ bool ClientSocket::trySend(kj::ArrayPtr<const char>& bytes) {
         throw BrokenConnection{"the daemon has closed it", !m_hasSent};
     }
     if (errno != EAGAIN && errno != EINTR) {
-        throw BrokenConnection{std::strerror(errno), false};
+        throw BrokenConnection{std::strerror(errno)};
     }
     return false;
 }
@@ -138,12 +138,11 @@ size_t ClientSocket::tryRead(void* buffer, size_t minBytes, size_t maxBytes) {
         if (count > 0) {
             size += static_cast<size_t>(count);
         } else if (count == 0 || errno == ECONNRESET) {
-            throw BrokenConnection{"the daemon has closed it", false};
+            throw BrokenConnection{"the daemon has closed it"};
         } else if (errno == EBADMSG) {
-            throw BrokenConnection{"the daemon has sent descriptors, which nobody asked for",
-                                   false};
+            throw BrokenConnection{"the daemon has sent descriptors, which nobody asked for"};
         } else if (errno != EAGAIN && errno != EINTR) {
-            throw BrokenConnection{std::strerror(errno), false};
+            throw BrokenConnection{std::strerror(errno)};
         } else {
             wait(POLLIN);
         }

@@ -16,7 +16,7 @@ namespace OpenWBEM {
 /// Why a connection cannot be used any more.
 struct BrokenConnection {
     const char* reason;
-    bool nothingWasSent;
+    bool nothingWasSent = false;
 };
 
 class ClientSocket : private kj::InputStream {
