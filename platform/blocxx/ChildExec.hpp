@@ -4,6 +4,7 @@
 // async-signal-safe calls; everything they need was prepared before the fork.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "blocxx/Process.hpp"
@@ -13,7 +14,8 @@ namespace blocxx {
 /// Why a child could not become the program.
 struct ChildFailure {
     const char* step;  ///< a literal, which the parent has at the same address
-    int errnum;
+    /// As wide as the pointer, so that no padding goes through the pipe.
+    intptr_t errnum;
 };
 
 struct ChildPlan {

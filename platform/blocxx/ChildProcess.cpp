@@ -155,7 +155,7 @@ void ChildProcess::checkStarted(const String& program, int errorPipe) {
     } while (count < 0 && errno == EINTR);
     if (count == sizeof failure) {
         const Format purpose("Cannot run \"%1\": %2", program, failure.step);
-        errno = failure.errnum;
+        errno = static_cast<int>(failure.errnum);
         throwErrno(purpose.toString());
     }
 }
