@@ -44,20 +44,6 @@ XMLNode withStepLog(const char* step, const String& productName, Gather gather) 
     return node;
 }
 
-/// The instances of a class whose `property` has that value as text. All instances when `property`
-/// is empty.
-Array<CIMInstance> runQuery(CIMOMHandleIFC& handle, const char* ns, const char* className,
-                            const char* property, const String& value) {
-    Array<CIMInstance> found;
-    auto collect = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& instance) {
-        if (*property == '\0' || instance.getPropertyValue(property).toString() == value) {
-            found.push_back(instance);
-        }
-    });
-    handle.enumInstances(ns, className, collect);
-    return found;
-}
-
 XMLNode gatherAllowedUsers(const CIMOMHandleIFCRef& handle, const String& productName) {
     return withStepLog("gatherAllowedUsers", productName, [&] {
         XMLNode users(ALLOWED_USERS);
@@ -98,10 +84,10 @@ using AccessRights = std::unordered_map<String, Array<CIMInstance>>;
 /// reading them for each would take time quadratic in the number of namespaces.
 const Array<CIMInstance>& rightsTo(const String& ns, CIMOMHandleIFC& handle, AccessRights& rights) {
     if (rights.empty()) {
-        for (const CIMInstance& access :
-             runQuery(handle, SECURITY_NS, "OpenWBEM_UserACL", "", "")) {
+        auto add = OpenWBEM::makeResultHandler<CIMInstance>([&](const CIMInstance& access) {
             rights[access.getPropertyValue("nspace").toString()].push_back(access);
-        }
+        });
+        handle.enumInstances(SECURITY_NS, "OpenWBEM_UserACL", add);
     }
     return rights[ns];  // adds an entry, even an empty one
 }
