@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "openwbem/model/CIMNameSpaceUtils.hpp"
+#include "owcimomd/access/AccessControl.hpp"
 #include "tests/unit/client/LiveDaemon.hpp"
 
 namespace KovTest {
@@ -241,6 +242,22 @@ TEST_F(Access, AssociationsLeadOnlyWhereTheUserMayRead) {
               }));
     grant(m_reader, "secret", "r");
     EXPECT_EQ(1, found(m_reader));
+}
+
+using AccessOfAnEmptyRepository = RepositoryTest;
+
+TEST_F(AccessOfAnEmptyRepository, IsRootsAlone) {
+    OpenRepository opened(m_directory.path());
+    OwCimomd::AccessControl control(*opened, {"daemon"});
+    const auto mayRead = [&](const OwCimomd::User& user) {
+        return control.has(user, "test", OwCimomd::Right::READ_INSTANCES);
+    };
+    EXPECT_TRUE(mayRead({0, "root"}));
+    EXPECT_FALSE(mayRead({1, "daemon"})) << "there is no namespace for the rights";
+    opened->createNameSpace("root");
+    opened->createNameSpace("root/security");
+    control.noteChange("root/security");
+    EXPECT_FALSE(mayRead({1, "daemon"})) << "there is no class of the rights";
 }
 
 }  // namespace
