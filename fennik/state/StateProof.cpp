@@ -118,7 +118,6 @@ void Proof::proveNamespaces(const XMLNode& registration) const {
         for (const XMLNode& entry : childrenByName(ns, NAMESPACE_ACL_ENTRY)) {
             refuseFault(StateNames::userFault(entry.mustFindChild(USER_NAME).getText()));
         }
-        StateReading::namespaceAccess(ns);
     }
 }
 
