@@ -437,8 +437,8 @@ import base64, http.client, sys
 FIELDS = {FIELDS!r}
 MESSAGE = {message("@name@", "@values@")!r}
 BODIES = []
-def connect():
-    return http.client.HTTPConnection("127.0.0.1", {self.port}, timeout=20)
+def connect(source=None):
+    return http.client.HTTPConnection("127.0.0.1", {self.port}, timeout=20, source_address=source)
 def request(connection, user="{USER}:secret", body={NAMES!r}):
     login = base64.b64encode(user.encode()).decode()
     headers = dict(FIELDS, Authorization="Basic " + login)
@@ -458,6 +458,16 @@ strangers = [connect() for _ in range(300)]
 for one in strangers:
     one.connect()
 print(request(connect()))""")
+        self.assertEqual(output, "200\n")
+
+    def test_flood_from_one_address_leaves_who_comes_from_another(self):
+        output = self.connections("""
+user = connect()
+user.connect()
+strangers = [connect(("127.0.0.2", 0)) for _ in range(300)]
+for one in strangers:
+    one.connect()
+print(request(user))""")
         self.assertEqual(output, "200\n")
 
     def test_refusal_arrives_though_nobody_reads_the_request(self):

@@ -111,6 +111,12 @@ TEST_F(AuditLines, CountTheObjectsOfARequestThatStoresMany) {
     EXPECT_EQ(3u, objects);
     EXPECT_THAT(audited()[0],
                 HasSubstr(byUs("done") + R"(operation=store namespace="test" object="A")"));
+    const Array<CIMClass> orphan{makeClass("Orphan", "None", {})};
+    const auto handle = m_daemon.connect();
+    EXPECT_EQ(10, statusOf([&] { handle->store("test", {{}, orphan, {}}); }));
+    EXPECT_THAT(audited("failed"),
+                ElementsAre(byUs("failed") +
+                            R"(operation=store namespace="test" object="Orphan" error=10)"));
 }
 
 TEST_F(AuditLines, HoldNoValuesButKeysAndCannotBeForged) {

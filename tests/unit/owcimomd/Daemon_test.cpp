@@ -3,6 +3,7 @@
 // The daemon as a process: its start, what it locks and keeps open, its end, and what survives it.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -120,6 +121,27 @@ TEST_F(BackgroundDaemon, HoldsNothingOfItsStarter) {
         EXPECT_EQ("/dev/null", std::filesystem::read_symlink(process + "/fd/" + standard).string());
     }
     EXPECT_EQ(backgroundPid(), ::getsid(backgroundPid()));
+}
+
+TEST_F(BackgroundDaemon, HoldsNoDescriptorOfItsStarterInTheForegroundEither) {
+    int ends[2];
+    ASSERT_EQ(0, ::pipe(ends));
+    const pid_t daemon = ::fork();
+    if (daemon == 0) {
+        ::dup2(ends[1], 20);
+        ::execl(KOV_OWCIMOMD, KOV_OWCIMOMD, "--foreground", "--dest-dir", tree.prefix().c_str(),
+                nullptr);
+        ::_exit(127);
+    }
+    ::close(ends[1]);
+    EXPECT_TRUE(waitFor([&] { return ping() == 0; }));
+    pollfd pipe{ends[0], POLLIN, 0};
+    EXPECT_EQ(1, ::poll(&pipe, 1, 0)) << "nobody can write to it any more";
+    ::close(ends[0]);
+    ::kill(daemon, SIGTERM);
+    int status = -1;
+    ::waitpid(daemon, &status, 0);
+    EXPECT_EQ(0, status);
 }
 
 TEST_F(BackgroundDaemon, TellsWhyItCannotStart) {
