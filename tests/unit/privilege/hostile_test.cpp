@@ -73,6 +73,16 @@ TEST(PrivilegeHostile, IncludesThatDoubleAreBounded) {
               "4194304 bytes");
 }
 
+TEST(PrivilegeHostile, AnIncludedTextIsNotCutWhereTheLimitIs) {
+    // Both are as long as whole blocks of what is read at a time.
+    const String outer = "include { a }" + String(16384 - 13, ' ');
+    const String filling(MAX_TEXT_SIZE - outer.size(), ' ');
+    EXPECT_EQ(errorOf(outer, {{"a", filling}}), "parsed");
+    EXPECT_EQ(errorOf(outer, {{"a", filling + "stat { a }"}}),
+              "1:1: in the included text 'a': the text and what it includes are larger than "
+              "4194304 bytes");
+}
+
 /// Never ends.
 class EndlessBuffer : public std::streambuf {
 protected:
