@@ -253,6 +253,7 @@ TEST_F(AccessOfAnEmptyRepository, IsRootsAlone) {
         return control.has(user, "test", OwCimomd::Right::READ_INSTANCES);
     };
     EXPECT_TRUE(mayRead({0, "root"}));
+    EXPECT_FALSE(mayRead({4711, ""})) << "the system does not know the user";
     EXPECT_FALSE(mayRead({1, "daemon"})) << "there is no namespace for the rights";
     opened->createNameSpace("root");
     opened->createNameSpace("root/security");

@@ -3,6 +3,8 @@
 // Hostile texts: each gives a result or one error, soon.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "tests/unit/privilege/Parsing.hpp"
 
 namespace OpenWBEM::PrivilegeConfig {
@@ -119,6 +121,11 @@ public:
     void endInclude() override {}
 };
 
+class MissingFile : public std::ifstream {
+public:
+    MissingFile() : std::ifstream("/proc/none") {}
+};
+
 class NoStream : public IncludeHandler {
 public:
     std::unique_ptr<std::istream> getInclude(const String&) override { return nullptr; }
@@ -143,6 +150,8 @@ TEST(PrivilegeHostile, HandlersMayReturnAnything) {
               "4194304 bytes");
     OneStream<BufferStream<BrokenBuffer>> broken;
     EXPECT_EQ(errorWith(broken), "1:11: the included text 'x' cannot be read");
+    OneStream<MissingFile> missing;
+    EXPECT_EQ(errorWith(missing), "1:11: the included text 'x' cannot be read");
     NoStream none;
     EXPECT_EQ(errorWith(none), "1:11: there is no text to include by the name 'x'");
 }
