@@ -4,9 +4,10 @@ to use."""
 
 import os
 import re
+import signal
 
 from harness import Result
-from live import DROP_INS, INIT, REPOSITORY, LiveStory
+from live import DROP_INS, INIT, REPOSITORY, STATE, LiveStory
 
 NAMESPACE_KEYS = {
     "SystemCreationClassName": "CIM_ComputerSystem", "SystemName": "localhost",
@@ -19,6 +20,7 @@ with open("{}", "w") as lock:
     fcntl.lockf(lock, fcntl.LOCK_EX)
     sys.exit(subprocess.run(["owdeletenamespace", "nowhere"]).returncode)
 """
+FORGE = os.environ.get("KOV_SOURCE", "") + "/tests/system/copy/forge.py"
 PRODUCT = 'KOV_Product.Name="{}"'
 
 
@@ -205,6 +207,37 @@ class Utilities(LiveStory):
             "error: everything was done, but owcimomd is stopped and could not be started again: "
             f'"{INIT} start" exited with status 7 and printed: oops', done.output)
         self.assertFalse([row for row in self.rows() if "spare" in row])
+
+    def test_signal_waits_until_the_daemon_runs_again(self):
+        """A run that is ended while the daemon is stopped would leave it stopped."""
+        with open(self.root + INIT, encoding="utf-8") as file:
+            text = file.read()
+        marker = f"{STATE}/stopping"
+        slow = f'[ "$1" != stop ] || {{ : >{marker}; sleep 1; }}\n'
+        self.replace(INIT, text.replace("#!/bin/sh\n", "#!/bin/sh\n" + slow))
+        _, done, status = self.served(
+            MAKE_SPARE,
+            f"rm -f {marker}; owdeletenamespace spare/a & until [ -e {marker} ]; do sleep 0.02; done;"
+            "kill -TERM $!; wait $!", f"{INIT} status")
+        self.assertEqual(done.status, 128 + signal.SIGTERM, done.output)
+        self.assertEqual(status.status, 0, status.output)
+        self.assertFalse([row for row in self.rows() if "spare" in row])
+
+    def test_nothing_is_reserved_where_nothing_can_be(self):
+        for forged in (
+            "UPDATE class SET name = 'gone' WHERE name = lower('KOV_ProductReservedNamespace')",
+            "UPDATE class SET name = 'gone2' WHERE name = lower('KOV_ReservedNamespace')",
+            "UPDATE namespace SET name = 'gone', spelling = 'gone' WHERE name = 'kov'",
+        ):
+            with self.subTest(forged=forged):
+                (made,) = self.served(MAKE_SPARE)
+                self.assertEqual(made.status, 0, made.output)
+                before = self.rows()
+                self.shell(f'python3 {FORGE} {REPOSITORY}/repository.db sql "{forged}"')
+                self.assertNotEqual(self.rows(), before)
+                done = self.sandbox("owdeletenamespace", "spare/a")
+                self.assertEqual((done.status, done.err), (0, ""))
+                self.assertFalse([row for row in self.rows() if "spare" in row])
 
     def test_run_of_fennik_is_not_disturbed(self):
         lock = "/var/opt/tarvo/kov/fennik.lock"
