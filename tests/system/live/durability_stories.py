@@ -5,7 +5,7 @@ import os
 import re
 import shutil
 
-from live import DROP_INS, INIT, PID_FILE, LiveStory
+from live import DROP_INS, INIT, PID_FILE, REPOSITORY, STATE, LiveStory
 from providers import PRIVILEGES, USER, live_provider
 
 DAEMON_TRACE = "/var/opt/tarvo/daemon.trace"
@@ -92,6 +92,16 @@ class Durable(LiveStory):
         synced, renamed, names = calls[:3]
         self.assertEqual(renamed, ("rename", "", synced[1], f"{DROP_INS}/x.conf"))
         self.assertEqual((synced[0], names), ("fsync", ("fsync", DROP_INS, "", "")))
+
+    def test_is_a_repository_that_kov_setup_makes(self):
+        self.shell(f"rm -r {REPOSITORY};"
+                   f"strace -f -qq -y -e trace=fsync,renameat2 -o {TRACE} kov-setup >/dev/null")
+        with open(self.root + TRACE, encoding="utf-8") as file:
+            calls = re.findall(r'fsync\(\d+<([^>]*)>|renameat2\([^"]*"([^"]*)", [^"]*"([^"]*)"',
+                               file.read())
+        unfinished, parent = "/var/opt/tarvo/kov/repository.kov-setup", "/var/opt/tarvo/kov"
+        self.assertEqual(calls[-4:], [(unfinished, "", ""), ("", unfinished, REPOSITORY),
+                                      (STATE, "", ""), (parent, "", "")])
 
     def test_are_the_privilege_files_and_their_names(self):
         provider = live_provider("disk", privileges=USER)

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """kov-setup on a machine: the account, owners, modes and the access list."""
 
+import shutil
+
 from live import AS_ACCOUNT, CONFIG, DROP_INS, REPOSITORY, STATE, LiveStory
 
 # Gives the sandbox an /etc of its own, without the account, in which useradd can work, and removes
@@ -92,6 +94,17 @@ class Setup(LiveStory):
         )
         self.assertIn('cannot create the account "owcimomd": /usr/sbin/useradd', result.err)
         self.assertEqual(result.out, "1\n")
+
+    def test_names_the_configuration_that_it_cannot_write(self):
+        if shutil.which("strace") is None:
+            self.skipTest("strace is not installed")
+        result = self.sandbox(
+            "sh", "-c", f"rm {CONFIG}; strace -f -qq -o /dev/null -P {CONFIG} "
+            "-e inject=openat:error=ENOSPC kov-setup")
+        self.assertEqual((result.status, result.out), (1, ""))
+        self.assertEqual(
+            result.err,
+            f'kov-setup: error: cannot write "{CONFIG}": 28(No space left on device)\n')
 
     def test_does_nothing_the_second_time(self):
         look = "find /etc/opt/tarvo /var/opt/tarvo -printf '%p %m %u %g %n %T@ %C@\n' | grep -v tarvo/root"

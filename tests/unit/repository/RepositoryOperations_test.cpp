@@ -306,5 +306,18 @@ TEST_F(RepositoryOperations, NamespacesComeInTheOrderOfTheirCreation) {
     }
 }
 
+TEST_F(RepositoryTest, NamesOfOwnMethodsAreCheckedBehindInheritedOnes) {
+    const auto opened = openWithSchema();
+    CIMMethod inherited("Inherited 1", CIMDataType::UINT8);
+    inherited.setPropagated(true);
+    const auto create = [&](const char* name) {
+        CIMClass cls = makeClass("Fresh", "", {});
+        cls.setMethods({inherited, CIMMethod(name, CIMDataType::UINT8)});
+        return statusOf([&] { (*opened)->createClass("test", cls); });
+    };
+    EXPECT_EQ(CIMException::INVALID_PARAMETER, create("Own 1"));
+    EXPECT_EQ(0, create("Own1"));
+}
+
 }  // namespace
 }  // namespace KovTest
