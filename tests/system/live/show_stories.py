@@ -5,6 +5,7 @@ and to a stranger; with the daemon and without."""
 import os
 import shutil
 import subprocess
+import textwrap
 
 from harness import FENNIK, is_sanitized, run_at_terminal
 from live import INIT, REPOSITORY, SANDBOX, LiveStory
@@ -281,6 +282,13 @@ class Show(LiveStory):
             self.skipTest("graphviz is not installed")
         return subprocess.run(["dot", "-Tplain"], input=graph, check=True, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def test_tree_of_the_sample_product_is_as_documented(self):
+        with open(SOURCE + "/docs/owshow.md", encoding="utf-8") as page:
+            block = page.read().split("$ owshow --products sample\n")[1].split("\n\n")[0]
+        tree = self.shell(f"{SOURCE}/examples/sample/install.sh >/dev/null;"
+                          "owshow --products sample")
+        self.assertEqual(tree, textwrap.dedent(block) + "\n")
 
     def test_picture_has_a_node_for_each_line_of_the_tree(self):
         tree = self.shell("owshow --products")
